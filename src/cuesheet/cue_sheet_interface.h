@@ -1,0 +1,112 @@
+/// @file
+/// IZSCueSheet: CUE text in and out, CD-Text, the life of session records, and the data of one track.
+#pragma once
+
+#include "disc/records.h"
+#include "disc/result_codes.h"
+
+inline constexpr CLSID CLSID_ZSCueSheet{0xCD37B6EB, 0xD22C, 0x4F42, {0x8C, 0x01, 0x89, 0xB0, 0x78, 0x73, 0x94, 0x30}};
+inline constexpr IID IID_IZSCueSheet{0x315DBEA3, 0xA2E9, 0x40C5, {0x89, 0x30, 0x1C, 0x84, 0x2A, 0x2C, 0x88, 0x35}};
+inline constexpr OLECHAR kProgIdCueSheet[] = u"ZSImageFile.ZSCueSheet";
+
+/// Messages of ExtractTrackToStream's callback, in ZSSTREAMPROGRESS::nMessage.
+inline constexpr UINT ZSSTREAM_BEGIN = 65;        ///< First Read. `pBuffer`, `nSize`: what the reader gave.
+inline constexpr UINT ZSSTREAM_BEFOREREAD = 4160; ///< Before each read of the file: the buffer, the bytes to read.
+inline constexpr UINT ZSSTREAM_AFTERREAD = 8256;  ///< After a good read: the buffer, the bytes read.
+inline constexpr UINT ZSSTREAM_END = 66;          ///< Nothing is left, or a read failed: what the reader gave.
+
+#pragma pack(push, 1)
+/// What the callback sees of a stream. It may write to the record: the stream reads `pBuffer`, `nSize` and
+/// `fCancel` back.
+struct ZSSTREAMPROGRESS {
+  UINT nMessage;       ///< One of the messages above.
+  const char* pszName; ///< The stream's name, narrow text.
+  UHYPER qwTotal;      ///< Length of the stream in bytes.
+  UHYPER qwDone;       ///< Bytes delivered so far.
+  void* pBuffer;       ///< The buffer of this step.
+  UINT nSize;          ///< Bytes of this step.
+  VARIANT vtUser;      ///< Copy of the caller's value; the stream owns it.
+  UINT fCancel;        ///< Any value but 0 stops the stream at its next check.
+};
+#pragma pack(pop)
+static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
+
+/// The callback, of which `CallBackPtr` is the address: always 4, the progress record, the caller's number and
+/// value. It runs inside Read, on the reader's thread; its result is not looked at.
+using ZSStreamCallback = LONG (*)(UINT kind, ZSSTREAMPROGRESS* progress, ULONG userParam, VARIANT user);
+
+/// Operations answer 0 on success; a null pointer for a required argument gives E_INVALIDARG unless said
+/// otherwise. Paths and texts are wide here and narrow inside (platform/text.h). Objects keep no state between
+/// calls; two calls must not work on one record at the same time.
+struct IZSCueSheet : IUnknown {
+  /// Writes a CUE sheet of this very path. It names a data file and, with CD-Text, a .CDT companion after
+  /// itself; neither is made. @return E_FAIL when the file cannot be created; failed writes go unnoticed.
+  virtual HRESULT CreateCueFile(BSTR path, ZSCUESHEET* sheet) = 0;
+
+  /// Fills an empty sheet from a CUE text file with its data file, or from a plain sector file as one track.
+  /// After any result the sheet may be given to FreeZSCueSheet.
+  /// @return ZSE_FILENOTFOUND, ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_OUTOFRESOURCES.
+  virtual HRESULT AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) = 0;
+
+  /// Reads the .CDT file beside a path, or the path itself if it is one, into the text of a sheet that has its
+  /// tracks. @return 1 when there is no such file.
+  virtual HRESULT AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) = 0;
+
+  /// Reads CD-Text packs from memory, which this changes, into the text of a sheet. @return 0 always.
+  virtual HRESULT AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) = 0;
+
+  /// The data file that a CUE sheet names, or the path itself when none is named. The caller frees `*file`.
+  virtual HRESULT GetBinaryFile(BSTR path, BSTR* file) = 0;
+
+  /// Gives each track a list of one file piece that names the image; lists from before are not freed.
+  /// @return 1 when the path is null or empty or the sheet is null.
+  virtual HRESULT PrepareTracks(BSTR imageFile, ZSCUESHEET* sheet) = 0;
+
+  /// Opens the data of one track as a stream that can only be read forward.
+  /// @param imageFile The sector file. @param label Only told to the callback.
+  /// @param nBlockSizeData Bytes to take from each sector; 0 for all of it, at most 2448 and the block size.
+  /// @param CallBackPtr Address of a ZSStreamCallback, or null.
+  /// @return 1 when the file does not open or the block size does not fit; `*stream` is null on every failure.
+  virtual HRESULT ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track,
+                                       UINT nBlockSizeData, LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser,
+                                       IStream** stream) = 0;
+
+  /// Copies all that a stream delivers to a new file. @return 0 also when the file cannot be written.
+  virtual HRESULT ExtractStreamToFile(IStream* stream, BSTR file) = 0;
+
+  /// Appends the tracks of one SAFEARRAY of ZSTRACK to another and empties the first. Numbers go on from the
+  /// last track; positions of tracks and pieces move by its length plus 1.
+  /// @return E_INVALIDARG also for arrays of other elements, a fixed-size or empty destination; then nothing
+  /// has changed.
+  virtual HRESULT MergeTracks(VARIANT* source, VARIANT* destination) = 0;
+
+  /// A new empty sheet. @return E_OUTOFMEMORY.
+  virtual HRESULT AllocCueSheet(ZSCUESHEET** sheet) = 0;
+
+  /// Packs the text of a sheet as CD-Text, one block of single-byte text.
+  /// @param fWithSubChannel VARIANT_TRUE spreads the packs over 96-byte groups of R-W symbols.
+  /// @param data Receives a block that the caller frees with CoTaskMemFree. @param length Its bytes.
+  /// @return 1 when the sheet has no CD-Text; E_OUTOFMEMORY.
+  virtual HRESULT EncodeCDText(ZSCUESHEET* sheet, VARIANT_BOOL fWithSubChannel, BYTE** data, LONG* length) = 0;
+
+  /// A new sheet that owns a deep copy of everything. @return E_OUTOFMEMORY.
+  virtual HRESULT Clone(ZSCUESHEET* source, ZSCUESHEET** copy) = 0;
+
+  /// Copies the texts, presence and language into an empty ZSCDTEXT; the catalogue number stays out.
+  virtual HRESULT CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) = 0;
+
+  /// Replaces all texts of a sheet and its tracks by those of another; tracks that either lacks stay out of it.
+  virtual HRESULT CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) = 0;
+
+  /// Frees what the tracks own and, with VARIANT_TRUE alone, the tracks, the texts and the sheet itself.
+  virtual HRESULT FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) = 0;
+
+  /// Frees the seven texts; the catalogue number stays.
+  virtual HRESULT FreeZSCDText(::ZSCDTEXT* text) = 0;
+
+  /// Not offered: E_NOTIMPL.
+  virtual HRESULT Dummy(ZSTRACK* track, ZSFILESTRUCT* piece) = 0;
+
+protected:
+  ~IZSCueSheet() = default;
+};

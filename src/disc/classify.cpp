@@ -1,0 +1,129 @@
+#include "disc/classify.h"
+
+#include <array>
+
+#include "disc/track_table.h"
+#include "foundation/byte_view.h"
+
+namespace {
+
+constexpr std::size_t kDescriptorSize = 2048;
+constexpr BYTE kSubModeVideo = 0x02; // Bit of the XA sub-mode.
+
+/// Moves the file to a byte position that may lie beyond what files can have.
+bool SeekTo(CZSFile* file, UHYPER position) noexcept {
+  return position <= INT64_MAX && file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed;
+}
+
+/// Looks at the third byte in the middle of the second track, where a sector that is stored from its sub-header
+/// on has its sub-mode.
+bool SecondTrackBearsVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRACK& second) noexcept {
+  const ULONG middle = second.dwLBA + ((second.dwEndLBA - second.dwLBA) >> 1);
+  std::array<BYTE, 4> bytes{};
+  return SeekTo(file, info.dwSeekBegin64 + UHYPER{BytesOf(second.BlockSize)} * middle) &&
+         file->Read(bytes.data(), bytes.size()) && (bytes[2] & kSubModeVideo) != 0;
+}
+
+/// Takes one track into the marks. False when the sector file does not open.
+bool LookAtTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
+                 DiscMarks* marks) {
+  const ZSTRACK& track = sheet.pZSTracks[index];
+  info->ZSBlockSize = track.ImageBlockSize;
+  if (track.Mode == ZSMODE_AUDIO) {
+    marks->audio = true;
+    return true;
+  }
+  SetSubCount(info, track);
+  CZSFile file;
+  if (!file.OpenForReading(sectorFile)) {
+    return false;
+  }
+  marks->bridge = marks->bridge || ShowsBridge(&file, *info, sheet, index);
+  marks->data = true;
+  return true;
+}
+
+HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
+  info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATAMULTISESSION;
+  const ZSCUESHEET& sheet = *info->pZSCueSheet[info->nSessions - 2];
+  if (sheet.nTracks != 0) {
+    const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
+    info->ZSBlockSize = last.ImageBlockSize;
+    SetSubCount(info, last);
+  }
+  return S_OK;
+}
+
+::ZSTYPEPROJECT SecondSessionType(::ZSTYPEPROJECT first, const DiscMarks& marks) noexcept {
+  if (first == ZSTYPEPROJECT_CDAUDIO && marks.data) {
+    return ZSTYPEPROJECT_CDPLUS;
+  }
+  return first == ZSTYPEPROJECT_DATA ? ZSTYPEPROJECT_DATAMULTISESSION : first;
+}
+
+} // namespace
+
+HRESULT ClassifyImage(const std::string& sectorFile, zsimagefileinfo* info) {
+  info->nSubCount = 0;
+  if (info->nSessions > 2) {
+    return ClassifyMany(info);
+  }
+  DiscMarks marks;
+  for (std::size_t session = 0; session < info->nSessions; ++session) {
+    const ZSCUESHEET& sheet = *info->pZSCueSheet[session];
+    for (UINT track = 0; track < sheet.nTracks; ++track) {
+      if (!LookAtTrack(sectorFile, info, sheet, track, &marks)) {
+        return ZSE_CANNOTOPENIMAGE;
+      }
+    }
+    info->ZSTYPEPROJECT =
+        session == 0 ? FirstSessionType(marks, sheet.nTracks) : SecondSessionType(info->ZSTYPEPROJECT, marks);
+    if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
+      return ZSE_FAILED;
+    }
+  }
+  return S_OK;
+}
+
+void SetSubCount(zsimagefileinfo* info, const ZSTRACK& track) noexcept {
+  const bool raw = info->ZSBlockSize == ZSFILEBLOCKSIZE_2352 || info->ZSBlockSize == ZSFILEBLOCKSIZE_2448;
+  if (track.Mode == ZSMODE_1 && raw) {
+    info->nSubCount = 16;
+  } else if (track.Mode == ZSMODE_2 && raw) {
+    info->nSubCount = 24;
+  } else if (track.Mode == ZSMODE_2 && info->ZSBlockSize == ZSFILEBLOCKSIZE_2336) {
+    info->nSubCount = 8;
+  }
+}
+
+UHYPER SectorSixteenPosition(const zsimagefileinfo& info) noexcept {
+  const ZSCUESHEET& sheet = *info.pZSCueSheet[0];
+  const UHYPER blockSize = sheet.nTracks == 0 ? 0 : BytesOf(sheet.pZSTracks[0].BlockSize);
+  return info.dwSeekBegin64 + 16 * blockSize + info.nSubCount;
+}
+
+bool ShowsBridge(CZSFile* file, const zsimagefileinfo& info, const ZSCUESHEET& sheet, UINT track) noexcept {
+  std::array<BYTE, kDescriptorSize> sector{};
+  if (SeekTo(file, SectorSixteenPosition(info))) {
+    file->Read(sector.data(), sector.size());
+  }
+  const ByteView descriptor(sector);
+  if (!descriptor.HasText(0, "\x01" "CD001")) {
+    return false;
+  }
+  if (descriptor.HasText(8, "CD-RTOS CD-BRIDGE")) {
+    return true;
+  }
+  return track == 0 && sheet.nTracks > 1 && IsMode2(sheet.pZSTracks[1].Mode) &&
+         SecondTrackBearsVideo(file, info, sheet.pZSTracks[1]);
+}
+
+::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept {
+  if (marks.bridge && tracks > 1) {
+    return ZSTYPEPROJECT_VIDEO;
+  }
+  if (marks.audio) {
+    return marks.data ? ZSTYPEPROJECT_MIXED : ZSTYPEPROJECT_CDAUDIO;
+  }
+  return marks.data ? ZSTYPEPROJECT_DATA : ZSTYPEPROJECT_NULL;
+}

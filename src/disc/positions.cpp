@@ -1,0 +1,85 @@
+#include "disc/positions.h"
+
+#include "disc/msf.h"
+#include "disc/track_table.h"
+
+namespace {
+
+/// A signed count of sectors of the given size, in bytes; sums of these wrap like all 64-bit positions.
+UHYPER Bytes(std::int64_t sectors, const ZSTRACK& track) noexcept {
+  return static_cast<UHYPER>(sectors) * BytesOf(track.BlockSize);
+}
+
+bool Holds(const ZSTRACK& track, ULONG lba) noexcept { return track.dwLBA <= lba && lba < track.dwEndLBA; }
+
+std::int64_t LengthOf(const ZSTRACK& track) noexcept {
+  return std::int64_t{track.dwEndLBA} - std::int64_t{track.dwLBA};
+}
+
+UHYPER InOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
+  UHYPER sum = 0;
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const ZSTRACK& track = sheet.pZSTracks[i];
+    if (Holds(track, lba)) {
+      if (length != nullptr) {
+        *length = Bytes(LengthOf(track) - track.Pregap, track);
+      }
+      break;
+    }
+    sum += Bytes(LengthOf(track) + track.Pregap, track);
+  }
+  return sum;
+}
+
+/// Gives the length of the first session's track that holds a position, if one does.
+void FirstSessionLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    if (Holds(sheet.pZSTracks[i], lba)) {
+      *length = Bytes(LengthOf(sheet.pZSTracks[i]), sheet.pZSTracks[i]);
+      return;
+    }
+  }
+}
+
+UHYPER InSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length) noexcept {
+  UHYPER sum = 0;
+  ULONG local = lba; // Falls as gaps and sessions are passed, and wraps below 0.
+  const ZSCUESHEET* before = nullptr;
+  for (std::size_t s = 0; s < info.nSessions; ++s) {
+    const ZSCUESHEET& sheet = *info.pZSCueSheet[s];
+    if (sheet.nTracks == 0) {
+      continue;
+    }
+    const ZSTRACK& first = sheet.pZSTracks[0];
+    const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
+    if (before != nullptr) {
+      const ZSTRACK& firstBefore = before->pZSTracks[0];
+      const ZSTRACK& lastBefore = before->pZSTracks[before->nTracks - 1];
+      const std::int64_t span =
+          std::int64_t{lastBefore.dwEndLBA} - firstBefore.dwLBA + lastBefore.Postgap + firstBefore.Pregap;
+      local -= (s == 1 ? kFirstSessionGap : kLaterSessionGap) + (first.Pregap == 0 ? kPause : 0);
+      local -= static_cast<ULONG>(span);
+      sum += Bytes(span, firstBefore);
+    }
+    before = &sheet;
+    if (first.dwLBA <= local && local < last.dwEndLBA) {
+      if (length != nullptr) {
+        FirstSessionLength(*info.pZSCueSheet[0], lba, length);
+      }
+      return sum + Bytes(local, first);
+    }
+  }
+  return sum;
+}
+
+} // namespace
+
+void PositionFromLBA(const zsimagefileinfo& info, ULONG lba, UHYPER* seek, UHYPER* length) noexcept {
+  UHYPER sum = 0;
+  if (info.nSessions > 1) {
+    sum = InSeveralSessions(info, lba, length);
+  } else if (info.nSessions == 1) {
+    sum = InOneSession(*info.pZSCueSheet[0], lba, length);
+  }
+  *seek = info.dwSeekBegin64 + sum;
+}

@@ -1,0 +1,278 @@
+/// @file
+/// The records that describe a disc image: the component's data contract.
+///
+/// Every image ends up in one `zsimagefileinfo` that points to one `ZSCUESHEET` per session, each with its
+/// tracks and texts. Records are packed on one byte and cleared before use; all zero is the valid empty state.
+/// Pointers have the machine's width and everything else a fixed one, so on a 32-bit target the sizes are those
+/// of the original contract (asserted at the end of this file).
+///
+/// Units: positions are sector numbers (LBA), counts are sectors, sizes and offsets are bytes, unless a field
+/// says otherwise. One second of playing time is 75 sectors, also called frames (Red Book).
+///
+/// Ownership: records and tables live in task memory, strings are BSTRs. The caller owns every
+/// `zsimagefileinfo` and gives what it points to back with IZSImageFile::FreeImageFileInfo.
+#pragma once
+
+#include "platform/variant.h"
+
+/// Format of the description that was read.
+enum zsimgformat : std::int32_t {
+  ZSIMAGEFORMAT_ISO = 0, ///< Plain sector file.
+  ZSIMAGEFORMAT_CUE = 1, ///< CUE sheet with a data file.
+  ZSIMAGEFORMAT_BIN = 2, ///< Never produced: a bare data file has no reader.
+  ZSIMAGEFORMAT_NRG = 3, ///< Nero image.
+  ZSIMAGEFORMAT_CCD = 4, ///< CloneCD description.
+  ZSIMAGEFORMAT_ZSI = 5, ///< Native TOC file.
+  ZSIMAGEFORMAT_MDS = 6, ///< Media Descriptor image.
+};
+
+/// What a disc is.
+enum ZSTYPEPROJECT : std::int32_t {
+  ZSTYPEPROJECT_NULL = 0,              ///< Not classified.
+  ZSTYPEPROJECT_DATA = 1,              ///< One session of data.
+  ZSTYPEPROJECT_CDAUDIO = 2,           ///< Audio only.
+  ZSTYPEPROJECT_MIXED = 3,             ///< Audio and data in the first session.
+  ZSTYPEPROJECT_CDPLUS = 4,            ///< An audio session, then a data session (Blue Book).
+  ZSTYPEPROJECT_VIDEO = 5,             ///< Several tracks and the mark of a CD-Bridge disc (White Book).
+  ZSTYPEPROJECT_DVDVIDEO = 6,          ///< Not produced here, as the next three.
+  ZSTYPEPROJECT_CDMP3 = 7,
+  ZSTYPEPROJECT_CDWMA = 8,
+  ZSTYPEPROJECT_CDOGG = 9,
+  ZSTYPEPROJECT_DATAMULTISESSION = 10, ///< Data in several sessions, or more than two sessions of any kind.
+  ZSTYPEPROJECT_OTHER = 11,            ///< Not produced here.
+};
+
+/// Size of one sector in the image; the value is the size in bytes. Images may bring in other sizes.
+enum ZSFILEBLOCKSIZECUE : std::int32_t {
+  ZSFILEBLOCKSIZE_NULL = 0,
+  ZSFILEBLOCKSIZE_2048 = 2048, ///< User data of mode 1, or of mode 2 form 1.
+  ZSFILEBLOCKSIZE_2056 = 2056, ///< The same behind its sub-header.
+  ZSFILEBLOCKSIZE_2324 = 2324, ///< User data of mode 2 form 2.
+  ZSFILEBLOCKSIZE_2332 = 2332, ///< The same behind its sub-header.
+  ZSFILEBLOCKSIZE_2336 = 2336, ///< All of a mode 2 sector behind its header.
+  ZSFILEBLOCKSIZE_2352 = 2352, ///< A raw sector.
+  ZSFILEBLOCKSIZE_2368 = 2368, ///< A raw sector with 16 bytes of sub-channel Q.
+  ZSFILEBLOCKSIZE_2448 = 2448, ///< A raw sector with 96 bytes of sub-channel.
+};
+
+/// Mode of a track. A value with bit 0x04 set counts as mode 2.
+enum ZSMODETYPE : std::int32_t {
+  ZSMODE_AUDIO = 0,
+  ZSMODE_1 = 1,
+  ZSMODE_2 = 4,
+  ZSMODE_2_FORM1 = 4,
+  ZSMODE_2_FORM2 = 5,
+  ZSMODE_2_MIXED = 7,
+  ZSMODE_UNKNOWN = 255,
+};
+
+/// Session format as in the lead-in of a disc (Red Book, MMC).
+enum ZSSESSIONFORMAT : std::int32_t {
+  ZSSESSIONFORMAT_CDDA_CDROM = 0,
+  ZSSESSIONFORMAT_CDI = 16,
+  ZSSESSIONFORMAT_CDROMXA = 32,
+};
+
+/// Language of a CD-Text block (Red Book, codes of EBU Tech 3264).
+enum zscdtextlang : std::int32_t {
+  ZSCDTEXT_CZECH = 6,
+  ZSCDTEXT_DANISH = 7,
+  ZSCDTEXT_GERMAN = 8,
+  ZSCDTEXT_ENGLISH = 9,
+  ZSCDTEXT_SPANISH = 10,
+  ZSCDTEXT_FRENCH = 15,
+  ZSCDTEXT_ITALIAN = 21,
+  ZSCDTEXT_HUNGARIAN = 27,
+  ZSCDTEXT_DUTCH = 29,
+  ZSCDTEXT_NORWEGIAN = 30,
+  ZSCDTEXT_POLISH = 32,
+  ZSCDTEXT_PORTUGUESE = 33,
+  ZSCDTEXT_SLOVENIAN = 38,
+  ZSCDTEXT_FINNISH = 39,
+  ZSCDTEXT_SWEDISH = 40,
+  ZSCDTEXT_RUSSIAN = 86,
+  ZSCDTEXT_GREEK = 112,
+};
+
+/// Bits of zsimagefileinfo::lMask: what accompanies the image.
+inline constexpr LONG ZSIMAGEMASK_CDTEXT = 0x01;      ///< CD-Text is there.
+inline constexpr LONG ZSIMAGEMASK_CDG = 0x02;         ///< The TOC file names a .CDG companion.
+inline constexpr LONG ZSIMAGEMASK_SUBCHANNEL = 0x04;  ///< Sub-channel data exist, in a file or in the sectors.
+inline constexpr LONG ZSIMAGEMASK_SUBINLINE = 0x08;   ///< The sub-channel stands in each 2448-byte sector.
+inline constexpr LONG ZSIMAGEMASK_TRACKATONCE = 0x10; ///< An NRG image that was recorded track by track.
+
+/// Bits of ZSTRACK::Flags: control flags of the sub-channel (Red Book).
+inline constexpr LONG ZSTRACKFLAG_DCP = 0x01; ///< Digital copy permitted.
+inline constexpr LONG ZSTRACKFLAG_PRE = 0x02; ///< Pre-emphasis.
+inline constexpr LONG ZSTRACKFLAG_4CH = 0x04; ///< Four channels.
+
+inline constexpr std::size_t kMaxSessions = 99; ///< Places of zsimagefileinfo::pZSCueSheet.
+inline constexpr ULONG kNoIndex = 0xFFFFFFFF;   ///< An absent entry of ZSTRACK::pdwIndex.
+
+#pragma pack(push, 1)
+
+/// The four bytes of an XA sub-header (CD-ROM XA).
+struct ZSXA {
+  BYTE FileNumber;
+  BYTE ChannelNumber;
+  BYTE SubMode;
+  BYTE CodeInformation;
+};
+
+/// One piece of a track's data. Made by IZSCueSheet::PrepareTracks, one for each track.
+struct ZSFILESTRUCT {
+  ULONG dwFlags;                  ///< 0.
+  ULONG dwLBA;                    ///< Copy of the track's `dwLBA`.
+  ULONG dwEndLBA;                 ///< Copy of the track's `dwEndLBA`.
+  ZSFILEBLOCKSIZECUE ZSBlockSize; ///< 0.
+  BSTR bstrFileName;              ///< Path of the image file.
+  BSTR bstrLogicalPath;           ///< Null.
+  ZSMODETYPE ZSMode;              ///< Copy of the track's `Mode`.
+  ZSXA XA;                        ///< 0.
+  UHYPER dwFromSeek64;            ///< 0 for a session's first track, all ones for every later one.
+};
+
+/// Text of a disc, as CD-Text or a CUE sheet gives it.
+struct ZSCDTEXT {
+  VARIANT_BOOL CDTextPresent; ///< True once decoded CD-Text was stored here.
+  BSTR bstrMCN;               ///< Media catalogue number, at most 13 characters; there with or without CD-Text.
+  BSTR bstrTitle;
+  BSTR bstrComposer;
+  BSTR bstrPerformer;
+  BSTR bstrSongwriter;
+  BSTR bstrArranger;
+  BSTR bstrGenre;
+  BSTR bstrMessage;
+  zscdtextlang Language;      ///< Written into encoded CD-Text; no decoder sets it.
+};
+
+/// One track. It lies in the image from `dwLBA` - `Pregap` up to, not including, `dwEndLBA`.
+struct ZSTRACK {
+  UINT TNO;                          ///< Number of the track, from 1 in each session; a CUE sheet's own number.
+  ULONG* pdwIndex;                   ///< Positions of the indexes, from index 0 on; kNoIndex where absent. Null
+                                     ///< when the format gives none. In task memory.
+  BYTE nCountIndex;                  ///< Number of elements of `pdwIndex`.
+  LONG Pregap;                       ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
+  ULONG dwLBA;                       ///< Position of index 1, the first sector of the track proper.
+  ULONG dwEndLBA;                    ///< First position behind the track.
+  LONG Postgap;                      ///< Sectors that stand in the image behind the track.
+  ZSMODETYPE Mode;
+  ZSFILEBLOCKSIZECUE BlockSize;      ///< Bytes of one sector of this track in the image file.
+  ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size reported upward into zsimagefileinfo::ZSBlockSize.
+  LONG Flags;                        ///< ZSTRACKFLAG_ bits.
+  VARIANT varFiles;                  ///< Empty, or `vt` exactly VT_ARRAY with a SAFEARRAY of ZSFILESTRUCT.
+  BSTR bstrTitle;
+  BSTR bstrComposer;
+  BSTR bstrPerformer;
+  BSTR bstrSongwriter;
+  BSTR bstrArranger;
+  BSTR bstrGenre;
+  BSTR bstrMessage;
+  BSTR bstrISRC;                     ///< International standard recording code, at most 12 characters.
+  UHYPER dwReserved64;               ///< Byte offset of the track in the image file, where a reader knows it.
+};
+
+/// One session.
+struct ZSCUESHEET {
+  UINT nTracks;                        ///< Number of elements of `pZSTracks`.
+  ZSTRACK* pZSTracks;                  ///< The tracks, in task memory.
+  ::ZSCDTEXT ZSCDTEXT;                 ///< Text of the disc; only the first session's carries CD-Text.
+  ::ZSSESSIONFORMAT ZSSESSIONFORMAT;   ///< Format of the session.
+};
+
+/// One image.
+struct zsimagefileinfo {
+  LONG lMask;                            ///< ZSIMAGEMASK_ bits.
+  BSTR bstrImageBinaryFile;              ///< Path of the file that holds the sectors.
+  zsimgformat ZSImageFormat;             ///< Format of the description.
+  ::ZSTYPEPROJECT ZSTYPEPROJECT;         ///< What the disc is.
+  ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks.
+  ZSCUESHEET* pZSCueSheet[kMaxSessions]; ///< One sheet per session, in disc order; the rest is null.
+  USHORT nSessions;                      ///< Number of sessions, at most 99.
+  UHYPER dwSeekBegin64;                  ///< Byte offset of the image's first sector in its file.
+  UHYPER dwSeekEnd64;                    ///< Byte offset where the sectors end; all ones for the end of the file.
+  USHORT nSubCount;                      ///< Bytes before the user data inside a sector: 0, 8, 16 or 24.
+  ULONG dwDiscID;                        ///< Disc identifier in the manner of CDDB; 0 until computed.
+  ULONG dwDiscID2;                       ///< Identifier of the first session of several; else 0.
+  LONG lReserved;                        ///< 0.
+};
+
+/// One descriptor of a READ TOC response (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
+struct zsmmctoc {
+  BYTE reserved;
+  BYTE bitFields;
+  BYTE TrackNumber;
+  BYTE Reserved1;
+  BYTE LBA_MSB0;
+  BYTE LBA_MSB1;
+  BYTE LBA_LSB0;
+  BYTE LBA_LSB1;
+};
+
+/// A READ TOC response of format 0 (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
+struct zsmmcreadtoc0 {
+  BYTE TOCDataLength_MSB;
+  BYTE TOCDataLength_LSB;
+  BYTE FirstTrackNumber;
+  BYTE LastTrackNumber;
+  zsmmctoc Toc;
+};
+
+/// The first of a run of CD-Text packs, 18 bytes each, back to back; `pData` is no part of the run.
+struct zsmmccdtext {
+  BYTE Header[4];
+  BYTE TextData[12];
+  BYTE CRC[2];
+  BYTE* pData;
+};
+
+#pragma pack(pop)
+
+// The contract's sizes and places: P is how many bytes pointers add on the target.
+namespace record_layout {
+inline constexpr std::size_t P = sizeof(void*) - 4;
+
+static_assert(sizeof(ZSXA) == 4);
+static_assert(sizeof(ZSFILESTRUCT) == 40 + 2 * P);
+static_assert(offsetof(ZSFILESTRUCT, bstrFileName) == 16 && offsetof(ZSFILESTRUCT, bstrLogicalPath) == 20 + P);
+static_assert(offsetof(ZSFILESTRUCT, ZSMode) == 24 + 2 * P && offsetof(ZSFILESTRUCT, XA) == 28 + 2 * P);
+static_assert(offsetof(ZSFILESTRUCT, dwFromSeek64) == 32 + 2 * P);
+
+static_assert(sizeof(ZSCDTEXT) == 38 + 8 * P);
+static_assert(offsetof(ZSCDTEXT, bstrMCN) == 2 && offsetof(ZSCDTEXT, bstrTitle) == 6 + P);
+static_assert(offsetof(ZSCDTEXT, bstrComposer) == 10 + 2 * P && offsetof(ZSCDTEXT, bstrPerformer) == 14 + 3 * P);
+static_assert(offsetof(ZSCDTEXT, bstrSongwriter) == 18 + 4 * P && offsetof(ZSCDTEXT, bstrArranger) == 22 + 5 * P);
+static_assert(offsetof(ZSCDTEXT, bstrGenre) == 26 + 6 * P && offsetof(ZSCDTEXT, bstrMessage) == 30 + 7 * P);
+static_assert(offsetof(ZSCDTEXT, Language) == 34 + 8 * P);
+
+static_assert(sizeof(ZSTRACK) == 97 + 9 * P);
+static_assert(offsetof(ZSTRACK, pdwIndex) == 4 && offsetof(ZSTRACK, nCountIndex) == 8 + P);
+static_assert(offsetof(ZSTRACK, Pregap) == 9 + P && offsetof(ZSTRACK, dwLBA) == 13 + P);
+static_assert(offsetof(ZSTRACK, dwEndLBA) == 17 + P && offsetof(ZSTRACK, Postgap) == 21 + P);
+static_assert(offsetof(ZSTRACK, Mode) == 25 + P && offsetof(ZSTRACK, BlockSize) == 29 + P);
+static_assert(offsetof(ZSTRACK, ImageBlockSize) == 33 + P && offsetof(ZSTRACK, Flags) == 37 + P);
+static_assert(offsetof(ZSTRACK, varFiles) == 41 + P && offsetof(ZSTRACK, bstrTitle) == 57 + P);
+static_assert(offsetof(ZSTRACK, bstrComposer) == 61 + 2 * P && offsetof(ZSTRACK, bstrPerformer) == 65 + 3 * P);
+static_assert(offsetof(ZSTRACK, bstrSongwriter) == 69 + 4 * P && offsetof(ZSTRACK, bstrArranger) == 73 + 5 * P);
+static_assert(offsetof(ZSTRACK, bstrGenre) == 77 + 6 * P && offsetof(ZSTRACK, bstrMessage) == 81 + 7 * P);
+static_assert(offsetof(ZSTRACK, bstrISRC) == 85 + 8 * P && offsetof(ZSTRACK, dwReserved64) == 89 + 9 * P);
+
+static_assert(sizeof(ZSCUESHEET) == 50 + 9 * P);
+static_assert(offsetof(ZSCUESHEET, pZSTracks) == 4 && offsetof(ZSCUESHEET, ZSCDTEXT) == 8 + P);
+static_assert(offsetof(ZSCUESHEET, ZSSESSIONFORMAT) == 46 + 9 * P);
+
+static_assert(sizeof(zsimagefileinfo) == 448 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, bstrImageBinaryFile) == 4);
+static_assert(offsetof(zsimagefileinfo, ZSImageFormat) == 8 + P && offsetof(zsimagefileinfo, ZSTYPEPROJECT) == 12 + P);
+static_assert(offsetof(zsimagefileinfo, ZSBlockSize) == 16 + P && offsetof(zsimagefileinfo, pZSCueSheet) == 20 + P);
+static_assert(offsetof(zsimagefileinfo, nSessions) == 416 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, dwSeekBegin64) == 418 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, dwSeekEnd64) == 426 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, nSubCount) == 434 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, dwDiscID) == 436 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, dwDiscID2) == 440 + 100 * P);
+static_assert(offsetof(zsimagefileinfo, lReserved) == 444 + 100 * P);
+
+static_assert(sizeof(zsmmctoc) == 8 && sizeof(zsmmcreadtoc0) == 12 && sizeof(zsmmccdtext) == 22 + P);
+static_assert(alignof(ZSTRACK) == 1 && alignof(zsimagefileinfo) == 1);
+} // namespace record_layout

@@ -1,0 +1,61 @@
+#include "disc/track_table.h"
+
+#include <cstring>
+
+#include "platform/task_memory.h"
+
+namespace {
+
+constexpr UINT kMaxIndexes = 255; // nCountIndex is a BYTE.
+
+} // namespace
+
+bool AllocateTracks(ZSCUESHEET* sheet, UINT count) noexcept {
+  auto* tracks = AllocateCleared<ZSTRACK>(count);
+  if (tracks == nullptr) {
+    return false;
+  }
+  sheet->pZSTracks = tracks;
+  sheet->nTracks = count;
+  return true;
+}
+
+ZSTRACK* AppendTrack(ZSCUESHEET* sheet) noexcept {
+  const std::size_t count = sheet->nTracks;
+  if (count + 1 > SIZE_MAX / sizeof(ZSTRACK)) {
+    return nullptr;
+  }
+  auto* grown = static_cast<ZSTRACK*>(CoTaskMemRealloc(sheet->pZSTracks, (count + 1) * sizeof(ZSTRACK)));
+  if (grown == nullptr) {
+    return nullptr;
+  }
+  sheet->pZSTracks = grown;
+  ++sheet->nTracks;
+  std::memset(&grown[count], 0, sizeof(ZSTRACK));
+  return &grown[count];
+}
+
+bool AppendIndexes(ZSTRACK* track, const ULONG* positions, UINT count) noexcept {
+  const UINT before = track->pdwIndex == nullptr ? 0 : track->nCountIndex;
+  if (count > kMaxIndexes - before) {
+    return false;
+  }
+  auto* grown = static_cast<ULONG*>(CoTaskMemRealloc(track->pdwIndex, (before + count) * sizeof(ULONG)));
+  if (grown == nullptr) {
+    return false;
+  }
+  std::memcpy(grown + before, positions, count * sizeof(ULONG));
+  track->pdwIndex = grown;
+  track->nCountIndex = static_cast<BYTE>(before + count);
+  return true;
+}
+
+void SetMode(ZSCUESHEET* sheet, ZSTRACK* track, ZSMODETYPE mode) noexcept {
+  track->Mode = mode;
+  sheet->ZSSESSIONFORMAT = IsMode2(mode) ? ZSSESSIONFORMAT_CDROMXA : ZSSESSIONFORMAT_CDDA_CDROM;
+}
+
+void SetBlockSize(ZSTRACK* track, ULONG bytes) noexcept {
+  track->BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(bytes);
+  track->ImageBlockSize = track->BlockSize;
+}

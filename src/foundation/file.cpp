@@ -1,0 +1,72 @@
+#include "foundation/file.h"
+
+#include <new>
+
+bool CZSFile::Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition,
+                   DWORD attributes) noexcept {
+  Close();
+  m_file.Reset(CreateFileA(path, access, sharing, disposition, attributes));
+  return static_cast<bool>(m_file);
+}
+
+bool CZSFile::OpenForReading(const std::string& path) noexcept {
+  return Open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+}
+
+bool CZSFile::Read(void* buffer, DWORD count) noexcept {
+  DWORD done = 0;
+  return ReadCount(buffer, count, &done);
+}
+
+bool CZSFile::ReadCount(void* buffer, DWORD count, DWORD* done) noexcept {
+  *done = 0;
+  return count == 0 || (ReadFile(m_file.Get(), buffer, count, done) && *done == count);
+}
+
+bool CZSFile::Write(const void* buffer, DWORD count) noexcept {
+  DWORD done = 0;
+  return count == 0 || (WriteFile(m_file.Get(), buffer, count, &done) && done == count);
+}
+
+DWORD CZSFile::Seek(LONG distance, DWORD origin) noexcept { return SetFilePointer(m_file.Get(), distance, origin); }
+
+UHYPER CZSFile::Seek64(std::int64_t distance, DWORD origin) noexcept {
+  UHYPER position = 0;
+  return SetFilePointerEx(m_file.Get(), distance, &position, origin) ? position : kSeekFailed;
+}
+
+bool CZSFile::Size(UHYPER* size) const noexcept {
+  DWORD high = 0;
+  SetLastError(ERROR_SUCCESS);
+  const DWORD low = ::GetFileSize(m_file.Get(), &high);
+  if (low == 0xFFFFFFFFU && GetLastError() != ERROR_SUCCESS) {
+    return false;
+  }
+  *size = (UHYPER{high} << 32) | low;
+  return true;
+}
+
+bool CZSFindFile::FindFile(const char* path) noexcept {
+  try {
+    return FindFile(std::string(path == nullptr ? "*.*" : path));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+bool CZSFindFile::FindFile(const std::string& path) noexcept {
+  Close();
+  m_find = FindFirstFileA(path, &m_data);
+  return m_find != INVALID_HANDLE_VALUE;
+}
+
+UHYPER CZSFindFile::GetFileSize() const noexcept {
+  return m_find == INVALID_HANDLE_VALUE ? 0 : (UHYPER{m_data.nFileSizeHigh} << 32) | m_data.nFileSizeLow;
+}
+
+void CZSFindFile::Close() noexcept {
+  if (m_find != INVALID_HANDLE_VALUE) {
+    FindClose(m_find);
+    m_find = INVALID_HANDLE_VALUE;
+  }
+}

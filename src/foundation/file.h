@@ -1,0 +1,62 @@
+/// @file
+/// A file with exact reads and a 64-bit position.
+#pragma once
+
+#include <string>
+
+#include "platform/files.h"
+
+/// What Seek64 returns on failure.
+inline constexpr UHYPER kSeekFailed = ~UHYPER{0};
+
+/// One open file; the destructor closes it.
+class CZSFile {
+public:
+  /// Opens a file, after closing the one that was open. Arguments as those of CreateFileA.
+  bool Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition, DWORD attributes) noexcept;
+  /// Opens an existing file for reading, shared with other readers.
+  bool OpenForReading(const std::string& path) noexcept;
+  /// Harmless when nothing is open.
+  void Close() noexcept { m_file.Reset(); }
+
+  /// True only when all `count` bytes came. A count of 0 is true, with no system call.
+  bool Read(void* buffer, DWORD count) noexcept;
+  /// The same; `*done` is how many came, also when that is fewer.
+  bool ReadCount(void* buffer, DWORD count, DWORD* done) noexcept;
+  /// True only when all `count` bytes went out. A count of 0 is true, with no system call.
+  bool Write(const void* buffer, DWORD count) noexcept;
+
+  /// Moves the position. @return The low half of the new one, or 0xFFFFFFFF on failure.
+  DWORD Seek(LONG distance, DWORD origin) noexcept;
+  /// Moves the position. @return The new one, or kSeekFailed.
+  UHYPER Seek64(std::int64_t distance, DWORD origin) noexcept;
+  /// Size in bytes. False when the system does not tell.
+  bool Size(UHYPER* size) const noexcept;
+
+  HANDLE Handle() const noexcept { return m_file.Get(); }
+
+private:
+  UniqueHandle m_file;
+};
+
+/// Probes for a file's existence and size.
+class CZSFindFile {
+public:
+  ~CZSFindFile() { Close(); }
+  CZSFindFile() = default;
+  CZSFindFile(const CZSFindFile&) = delete;
+  CZSFindFile& operator=(const CZSFindFile&) = delete;
+
+  /// Looks up a file or folder by path or pattern; null means any name of the current folder. A lookup that
+  /// runs is ended first. Whatever is found here has an absolute path, so that needs no test of its own.
+  bool FindFile(const char* path) noexcept;
+  bool FindFile(const std::string& path) noexcept;
+  /// Bytes of what was found; 0 when nothing was.
+  UHYPER GetFileSize() const noexcept;
+  /// Harmless when no lookup runs.
+  void Close() noexcept;
+
+private:
+  HANDLE m_find = INVALID_HANDLE_VALUE;
+  WIN32_FIND_DATAA m_data{};
+};

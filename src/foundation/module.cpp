@@ -1,0 +1,6 @@
+#include "foundation/module.h"
+
+CZSModule& Module() noexcept {
+  static CZSModule module;
+  return module;
+}

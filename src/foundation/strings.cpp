@@ -1,0 +1,64 @@
+#include "foundation/strings.h"
+
+#include <limits>
+#include <new>
+
+#include "platform/text.h"
+
+namespace {
+
+BSTR NewFromWide(std::u16string_view wide) {
+  if (wide.empty()) {
+    return nullptr;
+  }
+  if (wide.size() > std::numeric_limits<UINT>::max()) {
+    throw std::bad_alloc();
+  }
+  BSTR text = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+  if (text == nullptr) {
+    throw std::bad_alloc();
+  }
+  return text;
+}
+
+} // namespace
+
+std::string NarrowText(BSTR text) {
+  const std::u16string_view wide = BstrView(text);
+  return WideCharToMultiByte(wide.substr(0, wide.find(u'\0')));
+}
+
+BSTR NewBstr(std::string_view narrow) { return NewFromWide(MultiByteToWideChar(narrow)); }
+
+BSTR NewBstr(std::string_view narrow, std::size_t limit) {
+  const std::u16string wide = MultiByteToWideChar(narrow);
+  return NewFromWide(std::u16string_view(wide).substr(0, limit));
+}
+
+BSTR CopyBstr(BSTR text) {
+  if (text == nullptr) {
+    return nullptr;
+  }
+  BSTR copy = SysAllocStringLen(text, SysStringLen(text));
+  if (copy == nullptr) {
+    throw std::bad_alloc();
+  }
+  return copy;
+}
+
+std::string_view CutAtCharacter(std::string_view narrow, std::size_t limit) {
+  if (narrow.size() <= limit) {
+    return narrow;
+  }
+  // A cut inside a character changes how its bytes read, and with them the text before the cut.
+  const std::u16string whole = MultiByteToWideChar(narrow);
+  std::size_t length = limit;
+  for (; length > 0; --length) {
+    const std::u16string start = MultiByteToWideChar(narrow.substr(0, length));
+    const std::u16string rest = MultiByteToWideChar(narrow.substr(length));
+    if (start.size() + rest.size() == whole.size() && whole.compare(0, start.size(), start) == 0) {
+      break;
+    }
+  }
+  return narrow.substr(0, length);
+}

@@ -1,0 +1,31 @@
+/// @file
+/// Text files by line, through a buffer.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "foundation/file.h"
+
+/// Reads lines of at most a given length. CR LF and LF both end a line; what lies beyond the limit arrives as a
+/// line of its own.
+class CZSTextFile {
+public:
+  /// Bytes of one line, its end included: longer lines arrive in pieces of this length.
+  static constexpr std::size_t kLineLimit = 254;
+
+  bool Open(const std::string& path) noexcept;
+  /// Starts over from the first line.
+  bool Rewind() noexcept;
+  /// The next line without its end, cut at its first zero byte. False at the end of the file, or where it
+  /// cannot be read.
+  bool NextLine(std::string* line);
+
+private:
+  bool Fill() noexcept;
+
+  CZSFile m_file;
+  std::array<char, 16384> m_buffer{};
+  std::size_t m_next = 0;
+  std::size_t m_end = 0;
+};

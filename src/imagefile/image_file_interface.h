@@ -1,0 +1,55 @@
+/// @file
+/// IZSImageFile: from the path of a disc image to the record of its disc, and back to a description.
+#pragma once
+
+#include "disc/records.h"
+#include "disc/result_codes.h"
+
+inline constexpr CLSID CLSID_ZSImageFile{0xAE7CB71D, 0x5121, 0x409C, {0xAE, 0xA7, 0x4A, 0x9E, 0xAC, 0xB3, 0xC3, 0x54}};
+inline constexpr IID IID_IZSImageFile{0xAECC35E5, 0x5E47, 0x4670, {0x9F, 0x6A, 0xC4, 0x8B, 0xC2, 0x3B, 0x25, 0xAB}};
+inline constexpr OLECHAR kProgIdImageFile[] = u"ZSImageFile.ZSImageFile";
+
+/// Operations answer 0 on success; a null pointer for a required argument gives E_INVALIDARG. Objects keep no
+/// image state between calls: records outlive them, and any object can empty any record.
+struct IZSImageFile : IUnknown {
+  /// Stores its arguments, which no operation reads. @return 0 always.
+  virtual HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) = 0;
+
+  /// Reads an image. The format is chosen by the last four characters of the path, in any case: .ISO, .CUE,
+  /// .NRG, .CCD, .MDS, .ZSI; .BWT and .B5T are known and refused.
+  /// @param info Storage of the caller, cleared first; it must not be null, and what it held is not freed. On
+  /// every failure it comes back all zero.
+  /// @return ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_FILENOTFOUND, ZSE_FAILED, ZSE_OUTOFRESOURCES,
+  /// ZSE_TOCVERSION, E_OUTOFMEMORY.
+  virtual HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) = 0;
+
+  /// Writes the description that `ZSImageFormat` of the record asks for: a CUE sheet of the first session, or a
+  /// native TOC file with raw CD-Text packs. The file is not tested afterwards.
+  /// @param pToc Not read. @param nTracks Not read.
+  /// @param pCDText A run of packs of 18 bytes, or null. @param nLength Its bytes.
+  /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats; E_FAIL, E_OUTOFMEMORY.
+  virtual HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks,
+                                zsmmccdtext* pCDText, UINT nLength) = 0;
+
+  /// Does nothing. @return 0 always.
+  virtual HRESULT Open(BSTR path, zsimagefileinfo* info) = 0;
+
+  /// A deep copy of a record into other storage. On failure that is all zero. @return ZSE_OUTOFRESOURCES.
+  virtual HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) = 0;
+
+  /// Frees all that a record points to and makes it all zero. An empty record is fine.
+  virtual HRESULT FreeImageFileInfo(zsimagefileinfo* info) = 0;
+
+  /// Computes `dwDiscID` and `dwDiscID2` of a record.
+  virtual HRESULT CalculateDiscID(zsimagefileinfo* info) = 0;
+
+  /// The byte position in the sector file for a sector. In a one-session image it is where the track that holds
+  /// the sector begins, pregap included; in others it is the sector's own. A sector in no track gives the end of
+  /// the last, or the start of the last session. Every session needs at least one track.
+  /// @param pLength64 Bytes of the track, or null; not written when no track of the first session holds the
+  /// sector.
+  virtual HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) = 0;
+
+protected:
+  ~IZSImageFile() = default;
+};

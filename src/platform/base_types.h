@@ -1,0 +1,34 @@
+/// @file
+/// Base types of every interface of the component: integers of stated width, strings and truth values.
+///
+/// Widths never depend on the machine: only pointers widen on a 64-bit target. All numbers that cross an
+/// interface are little-endian in memory, which is what the supported machines use natively.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+using BYTE = std::uint8_t;
+using WORD = std::uint16_t;
+using USHORT = std::uint16_t;
+using DWORD = std::uint32_t;
+using UINT = std::uint32_t;
+using ULONG = std::uint32_t;
+/// Signed 32 bits on every target, where the language's own `long` may have 64.
+using LONG = std::int32_t;
+using UHYPER = std::uint64_t;
+
+/// Result of an operation: 0 and above is success, below 0 is failure. See platform/result_codes.h.
+using HRESULT = std::int32_t;
+
+/// A truth value of 16 bits. Only VARIANT_TRUE is true; any other value counts as false.
+using VARIANT_BOOL = std::int16_t;
+inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
+inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
+
+/// One unit of wide text, UTF-16 in the machine's byte order.
+using OLECHAR = char16_t;
+
+/// A wide string with its length in front, made and freed by the functions of platform/bstr.h.
+/// Null is the empty string.
+using BSTR = OLECHAR*;

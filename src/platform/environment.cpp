@@ -1,0 +1,73 @@
+#include "platform/environment.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <string_view>
+
+namespace {
+
+class SystemAllocator final : public Allocator {
+public:
+  void* Allocate(std::size_t size) noexcept override { return std::malloc(size); }
+  void* Reallocate(void* block, std::size_t size) noexcept override { return std::realloc(block, size); }
+  void Free(void* block) noexcept override { std::free(block); }
+};
+
+class SystemFiles final : public FileOperations {
+public:
+  int Open(const char* path, int flags, mode_t mode) noexcept override { return ::open(path, flags, mode); }
+  int Close(int descriptor) noexcept override { return ::close(descriptor); }
+  int Duplicate(int descriptor) noexcept override { return ::dup(descriptor); }
+  ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept override {
+    return ::read(descriptor, buffer, count);
+  }
+  ssize_t ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept override {
+    return ::readv(descriptor, parts, count);
+  }
+  ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept override {
+    return ::write(descriptor, buffer, count);
+  }
+  off_t Seek(int descriptor, off_t distance, int origin) noexcept override {
+    return ::lseek(descriptor, distance, origin);
+  }
+  int Truncate(int descriptor, off_t size) noexcept override { return ::ftruncate(descriptor, size); }
+  int LockExclusive(int descriptor) noexcept override { return ::flock(descriptor, LOCK_EX | LOCK_NB); }
+  int Status(int descriptor, struct stat* status) noexcept override { return ::fstat(descriptor, status); }
+  int PathStatus(const char* path, struct stat* status) noexcept override { return ::stat(path, status); }
+
+  int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {
+    DIR* folder = ::opendir(path);
+    if (folder == nullptr) {
+      return -1;
+    }
+    int result = 0;
+    try {
+      for (const dirent* entry = ::readdir(folder); entry != nullptr; entry = ::readdir(folder)) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+          names->emplace_back(name);
+        }
+      }
+    } catch (const std::bad_alloc&) {
+      errno = ENOMEM;
+      result = -1;
+    }
+    ::closedir(folder);
+    return result;
+  }
+};
+
+} // namespace
+
+Environment& ProcessEnvironment() noexcept {
+  static SystemAllocator allocator;
+  static SystemFiles files;
+  static Environment environment{&allocator, &files};
+  return environment;
+}

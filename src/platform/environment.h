@@ -1,0 +1,55 @@
+/// @file
+/// The seam below the platform layer: where memory comes from and how the system is called.
+///
+/// Everything that the layer allocates for its callers and every system call of its file functions goes through
+/// the two objects named here. Tests put their own in place to count, to fail the k-th call, or to serve files
+/// from memory. Replace them only while no other thread is inside the layer.
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/uio.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// Source of all task memory, and with it of strings and arrays. Null means that no memory could be had.
+class Allocator {
+public:
+  virtual ~Allocator() = default;
+  virtual void* Allocate(std::size_t size) noexcept = 0;
+  /// As `realloc`: on null the old block stands unchanged.
+  virtual void* Reallocate(void* block, std::size_t size) noexcept = 0;
+  virtual void Free(void* block) noexcept = 0;
+};
+
+/// The system calls of the file layer, one to one. Each answers -1 and sets `errno` on failure, and may fail
+/// with EINTR or move fewer bytes than asked for wherever the system call may.
+class FileOperations {
+public:
+  virtual ~FileOperations() = default;
+  virtual int Open(const char* path, int flags, mode_t mode) noexcept = 0;
+  virtual int Close(int descriptor) noexcept = 0;
+  virtual int Duplicate(int descriptor) noexcept = 0;
+  virtual ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept = 0;
+  virtual ssize_t ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept = 0;
+  virtual ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept = 0;
+  virtual off_t Seek(int descriptor, off_t distance, int origin) noexcept = 0;
+  virtual int Truncate(int descriptor, off_t size) noexcept = 0;
+  /// Takes the file for this descriptor alone, or fails at once with EWOULDBLOCK.
+  virtual int LockExclusive(int descriptor) noexcept = 0;
+  virtual int Status(int descriptor, struct stat* status) noexcept = 0;
+  virtual int PathStatus(const char* path, struct stat* status) noexcept = 0;
+  /// The names in a folder, in no order, without "." and "..".
+  virtual int ListFolder(const char* path, std::vector<std::string>* names) noexcept = 0;
+};
+
+/// What the layer currently works with. Never null.
+struct Environment {
+  Allocator* allocator;
+  FileOperations* files;
+};
+
+/// The one environment of the process. At the start it holds the system's own allocator and calls.
+Environment& ProcessEnvironment() noexcept;

@@ -1,0 +1,285 @@
+#include "platform/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <limits>
+#include <new>
+
+#include "platform/environment.h"
+#include "platform/file_lookup.h"
+#include "platform/paths.h"
+
+namespace {
+
+using platform::Uninterrupted;
+
+constexpr mode_t kNewFileMode = 0666; // As the user's mask allows.
+
+thread_local DWORD t_lastError = ERROR_SUCCESS;
+
+FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
+
+DWORD FromErrno(int error) noexcept {
+  switch (error) {
+  case ENOENT:
+    return ERROR_FILE_NOT_FOUND;
+  case ENOTDIR:
+    return ERROR_PATH_NOT_FOUND;
+  case EMFILE:
+  case ENFILE:
+    return ERROR_TOO_MANY_OPEN_FILES;
+  case EACCES:
+  case EPERM:
+  case EISDIR:
+    return ERROR_ACCESS_DENIED;
+  case EBADF:
+    return ERROR_INVALID_HANDLE;
+  case ENOMEM:
+    return ERROR_NOT_ENOUGH_MEMORY;
+  case EROFS:
+    return ERROR_WRITE_PROTECT;
+  case ETXTBSY:
+  case EWOULDBLOCK:
+    return ERROR_SHARING_VIOLATION;
+  case EINVAL:
+    return ERROR_INVALID_PARAMETER;
+  case ENOSPC:
+  case EDQUOT:
+    return ERROR_DISK_FULL;
+  case ENAMETOOLONG:
+    return ERROR_FILENAME_EXCED_RANGE;
+  case EFBIG:
+    return ERROR_FILE_TOO_LARGE;
+  case EIO:
+    return ERROR_IO_DEVICE;
+  default:
+    return ERROR_GEN_FAILURE;
+  }
+}
+
+bool Fail(DWORD error) noexcept {
+  SetLastError(error);
+  return false;
+}
+
+bool FailWithErrno() noexcept {
+  platform::KeepSystemError();
+  return false;
+}
+
+int Descriptor(HANDLE file) noexcept { return static_cast<int>(file); }
+
+/// Opens without waiting, whatever the path names.
+int OpenDescriptor(const std::string& path, int flags) noexcept {
+  return Uninterrupted(
+      [&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNewFileMode); });
+}
+
+int OpenForReading(const std::string& path) {
+  int descriptor = OpenDescriptor(path, O_RDONLY);
+  if (descriptor == -1 && platform::NamesNothing()) {
+    std::string resolved;
+    struct stat status {};
+    if (platform::FindOnDisk(path, &resolved, &status)) {
+      descriptor = OpenDescriptor(resolved, O_RDONLY);
+    }
+  }
+  return descriptor;
+}
+
+int OpenForWriting(const std::string& path, DWORD disposition) {
+  const int flags = O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
+  const int descriptor = OpenDescriptor(path, flags);
+  return descriptor == -1 && platform::NamesNothing() ? OpenDescriptor(platform::ResolveFolder(path), flags)
+                                                      : descriptor;
+}
+
+/// Data come from what can be read at any position; they may also go to a device.
+bool IsAllowedKind(mode_t mode, bool write) noexcept {
+  return S_ISREG(mode) || S_ISBLK(mode) || (write && S_ISCHR(mode));
+}
+
+/// Makes sure that an open file is what it should be, and empties it where that was asked for.
+bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noexcept {
+  struct stat status {};
+  const bool write = access == GENERIC_WRITE;
+  if (Uninterrupted([&] { return Files().Status(descriptor, &status); }) == -1) {
+    return FailWithErrno();
+  }
+  if (!IsAllowedKind(status.st_mode, write)) {
+    return Fail(ERROR_ACCESS_DENIED);
+  }
+  if (!write || !S_ISREG(status.st_mode)) {
+    return true;
+  }
+  if (sharing == FILE_SHARE_NONE && Uninterrupted([&] { return Files().LockExclusive(descriptor); }) == -1) {
+    return FailWithErrno();
+  }
+  if (disposition == CREATE_ALWAYS && status.st_size != 0 &&
+      Uninterrupted([&] { return Files().Truncate(descriptor, 0); }) == -1) {
+    return FailWithErrno();
+  }
+  return true;
+}
+
+HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition) {
+  const bool write = access == GENERIC_WRITE;
+  const bool known = write ? disposition == CREATE_ALWAYS || disposition == OPEN_EXISTING
+                           : access == GENERIC_READ && disposition == OPEN_EXISTING;
+  if (!known) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return INVALID_HANDLE_VALUE;
+  }
+  const int descriptor = write ? OpenForWriting(path, disposition) : OpenForReading(path);
+  if (descriptor == -1) {
+    platform::KeepSystemError();
+    return INVALID_HANDLE_VALUE;
+  }
+  if (!Prepare(descriptor, access, sharing, disposition)) {
+    Files().Close(descriptor);
+    return INVALID_HANDLE_VALUE;
+  }
+  return HANDLE{descriptor};
+}
+
+/// Describes a file that was found. Folders count as empty.
+void Describe(const std::string& path, const struct stat& status, WIN32_FIND_DATAA* data) {
+  const bool folder = S_ISDIR(status.st_mode);
+  const auto size = folder ? UHYPER{0} : static_cast<UHYPER>(status.st_size);
+  data->dwFileAttributes = folder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+  data->nFileSizeHigh = static_cast<DWORD>(size >> 32);
+  data->nFileSizeLow = static_cast<DWORD>(size);
+  data->cFileName = path.substr(PathFindFileNameA(path));
+}
+
+bool Find(const std::string& pattern, WIN32_FIND_DATAA* data) {
+  struct stat status {};
+  std::string resolved;
+  if (!platform::FindOnDisk(pattern, &resolved, &status)) {
+    const std::size_t name = PathFindFileNameA(pattern);
+    const std::string wanted = pattern.substr(name);
+    if (wanted.find_first_of("*?") == std::string::npos) {
+      return false;
+    }
+    const std::string folder = pattern.substr(0, name);
+    const std::string match = platform::FirstMatch(folder, wanted);
+    if (match.empty() || !platform::FindOnDisk(folder + match, &resolved, &status)) {
+      return false;
+    }
+  }
+  Describe(resolved, status, data);
+  return true;
+}
+
+/// A lookup offers one find and holds nothing open, so all lookups share one handle.
+constexpr HANDLE kFindHandle{0x7FFFFFFF};
+
+} // namespace
+
+void platform::KeepSystemError() noexcept { SetLastError(FromErrno(errno)); }
+
+DWORD GetLastError() noexcept { return t_lastError; }
+void SetLastError(DWORD error) noexcept { t_lastError = error; }
+
+HANDLE CreateFileA(const std::string& path, DWORD access, DWORD sharing, DWORD disposition,
+                   DWORD /*attributes*/) noexcept {
+  try {
+    return Open(path, access, sharing, disposition);
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return INVALID_HANDLE_VALUE;
+  }
+}
+
+bool CloseHandle(HANDLE file) noexcept {
+  // Not repeated when interrupted: the descriptor is gone by then.
+  return Files().Close(Descriptor(file)) == 0 || errno == EINTR || FailWithErrno();
+}
+
+HANDLE DuplicateHandle(HANDLE file) noexcept {
+  const int descriptor = Uninterrupted([&] { return Files().Duplicate(Descriptor(file)); });
+  if (descriptor == -1) {
+    platform::KeepSystemError();
+  }
+  return HANDLE{descriptor};
+}
+
+bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept {
+  *done = 0;
+  while (*done < count) {
+    const ssize_t came = Uninterrupted(
+        [&] { return Files().Read(Descriptor(file), static_cast<BYTE*>(buffer) + *done, count - *done); });
+    if (came == -1) {
+      return FailWithErrno();
+    }
+    if (came == 0) {
+      break;
+    }
+    *done += static_cast<DWORD>(came);
+  }
+  return true;
+}
+
+bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept {
+  *done = 0;
+  while (*done < count) {
+    const ssize_t went = Uninterrupted(
+        [&] { return Files().Write(Descriptor(file), static_cast<const BYTE*>(buffer) + *done, count - *done); });
+    if (went == -1) {
+      return FailWithErrno();
+    }
+    if (went == 0) {
+      return Fail(ERROR_DISK_FULL);
+    }
+    *done += static_cast<DWORD>(went);
+  }
+  return true;
+}
+
+bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWORD origin) noexcept {
+  if (origin > FILE_END || distance > std::numeric_limits<off_t>::max() ||
+      distance < std::numeric_limits<off_t>::min()) {
+    return Fail(ERROR_INVALID_PARAMETER);
+  }
+  constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+  const off_t reached =
+      Uninterrupted([&] { return Files().Seek(Descriptor(file), static_cast<off_t>(distance), kOrigins[origin]); });
+  if (reached == -1) {
+    return errno == EINVAL ? Fail(ERROR_NEGATIVE_SEEK) : FailWithErrno();
+  }
+  if (position != nullptr) {
+    *position = static_cast<UHYPER>(reached);
+  }
+  return true;
+}
+
+DWORD SetFilePointer(HANDLE file, LONG distance, DWORD origin) noexcept {
+  UHYPER position = 0;
+  return SetFilePointerEx(file, distance, &position, origin) ? static_cast<DWORD>(position) : 0xFFFFFFFFU;
+}
+
+DWORD GetFileSize(HANDLE file, DWORD* high) noexcept {
+  struct stat status {};
+  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
+    platform::KeepSystemError();
+    return 0xFFFFFFFFU;
+  }
+  const auto size = static_cast<UHYPER>(status.st_size);
+  if (high != nullptr) {
+    *high = static_cast<DWORD>(size >> 32);
+  }
+  return static_cast<DWORD>(size);
+}
+
+HANDLE FindFirstFileA(const std::string& pattern, WIN32_FIND_DATAA* data) noexcept {
+  try {
+    return Find(pattern, data) ? kFindHandle : INVALID_HANDLE_VALUE;
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return INVALID_HANDLE_VALUE;
+  }
+}
+
+bool FindClose(HANDLE find) noexcept { return find == kFindHandle || Fail(ERROR_INVALID_HANDLE); }

@@ -1,0 +1,119 @@
+/// @file
+/// Files by handle: open, read, write, seek, size and lookup over POSIX.
+///
+/// A path is opened by its exact spelling first. If there is no such file, `\` is read as `/` and each component
+/// is found without regard to case (platform/paths.h). Only regular files and block devices open for reading;
+/// a folder or a FIFO does not, and nothing ever waits for one.
+///
+/// Every function that fails leaves the reason for GetLastError, per thread.
+#pragma once
+
+#include <string>
+
+#include "platform/base_types.h"
+
+/// An open file. The number is the descriptor of the file operations in use.
+enum class HANDLE : std::int32_t {};
+inline constexpr HANDLE INVALID_HANDLE_VALUE{-1};
+
+inline constexpr DWORD GENERIC_READ = 0x80000000U;
+inline constexpr DWORD GENERIC_WRITE = 0x40000000U;
+
+inline constexpr DWORD FILE_SHARE_NONE = 0; ///< For writing: fails while another writer of this kind has the file.
+inline constexpr DWORD FILE_SHARE_READ = 1;
+inline constexpr DWORD FILE_SHARE_WRITE = 2;
+
+inline constexpr DWORD CREATE_ALWAYS = 2; ///< Makes the file, or empties the one that exists.
+inline constexpr DWORD OPEN_EXISTING = 3;
+
+inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+
+inline constexpr DWORD FILE_BEGIN = 0;
+inline constexpr DWORD FILE_CURRENT = 1;
+inline constexpr DWORD FILE_END = 2;
+
+inline constexpr DWORD ERROR_SUCCESS = 0;
+inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
+inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
+inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
+inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
+inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_WRITE_PROTECT = 19;
+inline constexpr DWORD ERROR_GEN_FAILURE = 31;
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
+inline constexpr DWORD ERROR_HANDLE_EOF = 38;
+inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+inline constexpr DWORD ERROR_DISK_FULL = 112;
+inline constexpr DWORD ERROR_INVALID_NAME = 123;
+inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;
+inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
+inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223;
+inline constexpr DWORD ERROR_IO_DEVICE = 1117;
+
+/// Reason of this thread's last failure. Success does not reset it.
+DWORD GetLastError() noexcept;
+void SetLastError(DWORD error) noexcept;
+
+/// Opens or creates a file. Access is one of GENERIC_READ and GENERIC_WRITE; attributes play no part here.
+HANDLE CreateFileA(const std::string& path, DWORD access, DWORD sharing, DWORD disposition, DWORD attributes) noexcept;
+
+/// False for a handle that is not open.
+bool CloseHandle(HANDLE file) noexcept;
+
+/// A second handle of the same open file. Both share one position.
+HANDLE DuplicateHandle(HANDLE file) noexcept;
+
+/// Reads until `count` bytes came or the file ends; the end is no failure, `*done` tells it. On a failure in the
+/// middle `*done` counts what came before it.
+bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept;
+
+/// Writes all of the bytes, or fails; `*done` tells how many went out.
+bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept;
+
+/// Moves the position and gives the new one in `*position`, which may be null.
+bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWORD origin) noexcept;
+
+/// The same with 32-bit numbers: the low half of the new position, or 0xFFFFFFFF on failure.
+DWORD SetFilePointer(HANDLE file, LONG distance, DWORD origin) noexcept;
+
+/// Size in bytes: the low half, with the high half in `*high`, which may be null. 0xFFFFFFFF on failure.
+DWORD GetFileSize(HANDLE file, DWORD* high) noexcept;
+
+/// What a lookup tells of a file.
+struct WIN32_FIND_DATAA {
+  DWORD dwFileAttributes; ///< FILE_ATTRIBUTE_DIRECTORY or FILE_ATTRIBUTE_NORMAL.
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow; ///< Folders have size 0.
+  std::string cFileName;
+};
+
+/// Looks up a file or folder by path, or by a pattern with `*` and `?` in its last component when no file has
+/// that very name. Only the first find, in byte order, is offered.
+HANDLE FindFirstFileA(const std::string& pattern, WIN32_FIND_DATAA* data) noexcept;
+
+/// Ends a lookup.
+bool FindClose(HANDLE find) noexcept;
+
+/// Owns an open file and closes it.
+class UniqueHandle {
+public:
+  UniqueHandle() = default;
+  explicit UniqueHandle(HANDLE file) noexcept : m_file(file) {}
+  UniqueHandle(const UniqueHandle&) = delete;
+  UniqueHandle& operator=(const UniqueHandle&) = delete;
+  ~UniqueHandle() { Reset(); }
+
+  HANDLE Get() const noexcept { return m_file; }
+  explicit operator bool() const noexcept { return m_file != INVALID_HANDLE_VALUE; }
+  void Reset(HANDLE file = INVALID_HANDLE_VALUE) noexcept {
+    if (m_file != INVALID_HANDLE_VALUE) {
+      CloseHandle(m_file);
+    }
+    m_file = file;
+  }
+
+private:
+  HANDLE m_file = INVALID_HANDLE_VALUE;
+};

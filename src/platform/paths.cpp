@@ -1,0 +1,177 @@
+#include "platform/paths.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/environment.h"
+#include "platform/file_lookup.h"
+#include "platform/files.h"
+#include "platform/text.h"
+
+std::size_t PathFindExtensionA(std::string_view path) noexcept {
+  const std::size_t stop = path.find_last_of("/\\ ");
+  const std::size_t dot = path.rfind('.');
+  const bool found = dot != std::string_view::npos && (stop == std::string_view::npos || dot > stop);
+  return found ? dot : path.size();
+}
+
+void PathRenameExtensionA(std::string* path, std::string_view extension) {
+  path->replace(PathFindExtensionA(*path), std::string::npos, extension);
+}
+
+void PathRemoveFileSpecA(std::string* path) {
+  const std::size_t separator = path->find_last_of(kPathSeparators);
+  if (separator == std::string::npos) {
+    path->clear();
+  } else {
+    path->resize(std::max<std::size_t>(separator, 1));
+  }
+}
+
+void PathAppendA(std::string* path, std::string_view more) {
+  const std::size_t start = more.find_first_not_of(kPathSeparators);
+  if (!path->empty() && kPathSeparators.find(path->back()) == std::string_view::npos) {
+    path->push_back('/');
+  }
+  if (start != std::string_view::npos) {
+    path->append(more.substr(start));
+  }
+}
+
+std::size_t PathFindFileNameA(std::string_view path) noexcept {
+  const std::size_t last = path.find_last_not_of(kPathSeparators);
+  if (last == std::string_view::npos) {
+    return path.empty() ? 0 : path.size() - 1;
+  }
+  const std::size_t separator = path.find_last_of(kPathSeparators, last);
+  return separator == std::string_view::npos ? 0 : separator + 1;
+}
+
+bool PathFileExistsA(const std::string& path) noexcept {
+  std::string resolved;
+  return ResolveFilePath(path, &resolved);
+}
+
+bool ResolveFilePath(const std::string& path, std::string* resolved) noexcept {
+  try {
+    struct stat status {};
+    return platform::FindOnDisk(path, resolved, &status);
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
+  }
+}
+
+namespace platform {
+namespace {
+
+bool Exists(const std::string& path, struct stat* status) noexcept {
+  FileOperations& files = *ProcessEnvironment().files;
+  return Uninterrupted([&] { return files.PathStatus(path.c_str(), status); }) == 0;
+}
+
+std::vector<std::string> NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  ProcessEnvironment().files->ListFolder(folder.empty() ? "." : folder.c_str(), &names);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+/// The name on disk of a component that has no file of its exact spelling. Empty when there is none.
+std::string FindName(const std::string& folder, const std::string& component) {
+  const std::u16string wanted = MultiByteToWideChar(component);
+  std::string caseless;
+  for (const std::string& name : NamesIn(folder)) {
+    if (MultiByteToWideChar(name) == wanted) {
+      return name;
+    }
+    if (caseless.empty() && lstrcmpiA(name, component) == 0) {
+      caseless = name;
+    }
+  }
+  return caseless;
+}
+
+/// Adds one component to a folder that is on disk. False when the folder holds no such name.
+bool Descend(const std::string& component, std::string* found, struct stat* status) {
+  const std::string exact = *found + component;
+  if (Exists(exact, status)) {
+    *found = exact;
+    return true;
+  }
+  if (!NamesNothing()) {
+    return false;
+  }
+  const std::string name = FindName(*found, component);
+  if (name.empty()) {
+    errno = ENOENT;
+    return false;
+  }
+  *found += name;
+  return Exists(*found, status);
+}
+
+/// Walks a path from component to component.
+bool Walk(std::string path, std::string* resolved, struct stat* status) {
+  std::replace(path.begin(), path.end(), '\\', '/');
+  std::string found;
+  std::size_t position = 0;
+  while (position < path.size()) {
+    const std::size_t separator = std::min(path.find('/', position), path.size());
+    const std::string component = path.substr(position, separator - position);
+    if (!component.empty() && !Descend(component, &found, status)) {
+      return false;
+    }
+    if (separator < path.size() && (found.empty() || found.back() != '/')) {
+      found.push_back('/');
+    }
+    position = separator + 1;
+  }
+  if (found.empty() || !Exists(found, status)) {
+    errno = found.empty() ? ENOENT : errno;
+    return false;
+  }
+  *resolved = found;
+  return true;
+}
+
+} // namespace
+
+bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR; }
+
+bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status) {
+  if (Exists(path, status)) {
+    *resolved = path;
+    return true;
+  }
+  if (NamesNothing() && Walk(path, resolved, status)) {
+    return true;
+  }
+  KeepSystemError();
+  return false;
+}
+
+std::string ResolveFolder(const std::string& path) {
+  const std::size_t name = PathFindFileNameA(path);
+  std::string folder;
+  struct stat status {};
+  if (name == 0 || Exists(path.substr(0, name), &status) || !Walk(path.substr(0, name), &folder, &status)) {
+    return path;
+  }
+  PathAppendA(&folder, path.substr(name));
+  return folder;
+}
+
+std::string FirstMatch(const std::string& folder, const std::string& pattern) {
+  const std::string wanted = pattern == "*.*" ? "*" : pattern; // Names need no dot to fit the pattern for all.
+  for (const std::string& name : NamesIn(folder)) {
+    if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0) {
+      return name;
+    }
+  }
+  return {};
+}
+
+} // namespace platform

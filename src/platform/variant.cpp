@@ -1,0 +1,83 @@
+#include "platform/variant.h"
+
+#include "platform/bstr.h"
+
+namespace {
+
+bool IsPlain(VARTYPE type) noexcept {
+  switch (type) {
+  case VT_EMPTY:
+  case VT_UI1:
+  case VT_I4:
+  case VT_UI4:
+  case VT_I8:
+  case VT_UI8:
+  case VT_R8:
+  case VT_BOOL:
+  case VT_ERROR:
+    return true;
+  default:
+    return false;
+  }
+}
+
+bool IsArray(VARTYPE type) noexcept { return (type & VT_ARRAY) != 0; }
+
+} // namespace
+
+void VariantInit(VARIANT* value) noexcept { *value = VARIANT{}; }
+
+HRESULT VariantClear(VARIANT* value) noexcept {
+  if (IsArray(value->vt)) {
+    const HRESULT result = SafeArrayDestroy(value->parray);
+    if (FAILED(result)) {
+      return result;
+    }
+  } else if (value->vt == VT_BSTR) {
+    SysFreeString(value->bstrVal);
+  } else if (value->vt == VT_UNKNOWN) {
+    if (value->punkVal != nullptr) {
+      value->punkVal->Release();
+    }
+  } else if (!IsPlain(value->vt)) {
+    return DISP_E_BADVARTYPE;
+  }
+  VariantInit(value);
+  return S_OK;
+}
+
+HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept {
+  if (target == source) {
+    return S_OK;
+  }
+  HRESULT result = VariantClear(target);
+  if (FAILED(result)) {
+    return result;
+  }
+  VARIANT copy = *source;
+  if (IsArray(source->vt)) {
+    copy.parray = nullptr;
+    if (source->parray != nullptr) {
+      SAFEARRAY* array = nullptr;
+      result = SafeArrayCopy(source->parray, &array);
+      copy.parray = array;
+    }
+  } else if (source->vt == VT_BSTR) {
+    copy.bstrVal = nullptr;
+    if (source->bstrVal != nullptr) {
+      copy.bstrVal =
+          SysAllocStringByteLen(reinterpret_cast<const char*>(source->bstrVal), SysStringByteLen(source->bstrVal));
+      result = copy.bstrVal == nullptr ? E_OUTOFMEMORY : S_OK;
+    }
+  } else if (source->vt == VT_UNKNOWN) {
+    if (source->punkVal != nullptr) {
+      source->punkVal->AddRef();
+    }
+  } else if (!IsPlain(source->vt)) {
+    result = DISP_E_BADVARTYPE;
+  }
+  if (SUCCEEDED(result)) {
+    *target = copy;
+  }
+  return result;
+}
