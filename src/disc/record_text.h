@@ -15,5 +15,8 @@ inline constexpr std::array kTextFields = {TextField::Title,      TextField::Per
 /// The string of a field, which the record goes on owning. `Record` is ZSCDTEXT or ZSTRACK.
 template <class Record> BSTR TextOf(const Record& record, TextField field) noexcept;
 
+/// Stores a string that the record then owns. What the field held is not freed.
+template <class Record> void StoreText(Record* record, TextField field, BSTR text) noexcept;
+
 /// Frees the string of a field and stores another, which the record then owns.
 template <class Record> void ReplaceText(Record* record, TextField field, BSTR text) noexcept;

@@ -252,7 +252,7 @@ private:
 /// The libraries of the process, the newest first.
 struct LibraryList {
   std::mutex lock;
-  const TypeLibraryDescription* first = nullptr;
+  TypeLibraryDescription* first = nullptr;
 };
 
 LibraryList& Libraries() noexcept {
@@ -267,6 +267,17 @@ void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept {
   const std::lock_guard guard(list.lock);
   library->next = list.first;
   list.first = library;
+}
+
+void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept {
+  LibraryList& list = Libraries();
+  const std::lock_guard guard(list.lock);
+  for (TypeLibraryDescription** link = &list.first; *link != nullptr; link = &(*link)->next) {
+    if (*link == library) {
+      *link = library->next;
+      return;
+    }
+  }
 }
 
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD /*language*/, ITypeLib** library) noexcept {

@@ -35,7 +35,7 @@ struct TypeLibraryDescription {
   WORD minor;
   const RecordDescription* records;
   std::size_t recordCount;
-  const TypeLibraryDescription* next; ///< Used by the platform layer; null before registration.
+  TypeLibraryDescription* next; ///< Used by the platform layer; null before registration.
 };
 
 inline constexpr IID IID_IRecordInfo{0x0000002F, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
@@ -78,8 +78,9 @@ protected:
   ~ITypeLib() = default;
 };
 
-/// Makes a library known to this process. The description must outlive every use of it.
+/// Makes a library known to this process until it is revoked. The description must outlive every use of it.
 void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept;
+void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept;
 
 /// Finds a library by identifier and version. The language is accepted and plays no part.
 /// @return TYPE_E_LIBNOTREGISTERED when there is none, E_OUTOFMEMORY, E_INVALIDARG for a null `library`.

@@ -1,0 +1,263 @@
+#include "cuesheet/cue_lines.h"
+
+#include <algorithm>
+#include <string>
+
+#include "disc/msf.h"
+#include "disc/track_table.h"
+#include "foundation/strings.h"
+#include "platform/task_memory.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr std::size_t kMaxMcn = 13;
+constexpr std::size_t kMaxIsrc = 12;
+constexpr LONG kDefaultBlockSize = 2048;
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+bool Contains(std::string_view text, std::string_view part) noexcept {
+  return text.find(part) != std::string_view::npos;
+}
+
+std::string_view Trim(std::string_view text) noexcept {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  return first == std::string_view::npos ? std::string_view()
+                                         : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// The value of a text line: what stands between the first and the last quote, or else the rest of the line.
+std::string_view TextValue(std::string_view behindKeyword) noexcept {
+  const std::size_t open = behindKeyword.find('"');
+  const std::size_t close = behindKeyword.rfind('"');
+  if (open != close) {
+    return behindKeyword.substr(open + 1, close - open - 1);
+  }
+  std::string_view value = Trim(behindKeyword);
+  if (value.starts_with('"')) {
+    value = Trim(value.substr(1));
+  }
+  return value;
+}
+
+/// The number behind the first slash of a track type; the default if there is none or it reads as 0.
+LONG BlockSizeOf(std::string_view type) noexcept {
+  const std::size_t slash = type.find('/');
+  LONG size = 0;
+  if (slash != std::string_view::npos) {
+    CZSLineScanner(type.substr(slash + 1)).Number(&size);
+  }
+  return size == 0 ? kDefaultBlockSize : size;
+}
+
+ULONG PregapOf(const ZSTRACK& track) noexcept { return static_cast<ULONG>(track.Pregap); }
+
+} // namespace
+
+/// The first keyword that stands anywhere in a line takes the line.
+struct CZSCueLines::Keyword {
+  std::string_view word;
+  void (CZSCueLines::*take)(std::string_view line); ///< Null for a text line.
+  TextField field;
+};
+
+const CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
+    {"CATALOG", &CZSCueLines::Catalog, {}},
+    {"TRACK", &CZSCueLines::Track, {}},
+    {"ISRC", &CZSCueLines::Isrc, {}},
+    {"FLAGS", &CZSCueLines::Flags, {}},
+    {"PREGAP", &CZSCueLines::PregapLine, {}},
+    {"INDEX", &CZSCueLines::Index, {}},
+    {"TITLE", nullptr, TextField::Title},
+    {"PERFORMER", nullptr, TextField::Performer},
+    {"SONGWRITER", nullptr, TextField::Songwriter},
+    {"ARRANGER", nullptr, TextField::Arranger},
+    {"COMPOSER", nullptr, TextField::Composer},
+    {"GENRE", nullptr, TextField::Genre},
+    {"MESSAGE", nullptr, TextField::Message},
+    {"COMMENT", nullptr, TextField::Message},
+};
+
+bool IsTrackLine(std::string_view line) { return CZSLineScanner(line).Word() == "TRACK"; }
+
+void CZSCueLines::Take(std::string_view line) {
+  for (const Keyword& keyword : kKeywords) {
+    const std::size_t found = line.find(keyword.word);
+    if (found == std::string_view::npos) {
+      continue;
+    }
+    if (keyword.take != nullptr) {
+      (this->*keyword.take)(line);
+    } else {
+      Text(keyword.field, line.substr(found + keyword.word.size()));
+    }
+    return;
+  }
+}
+
+ZSTRACK* CZSCueLines::Current() const noexcept {
+  const bool inTable = m_number >= 1 && static_cast<UINT>(m_number) <= m_sheet->nTracks;
+  return inTable ? &m_sheet->pZSTracks[m_number - 1] : nullptr;
+}
+
+void CZSCueLines::Time::Scan(CZSLineScanner* scanner) noexcept {
+  if (scanner->Number(&minutes) && scanner->Literal(':') && scanner->Number(&seconds) && scanner->Literal(':')) {
+    scanner->Number(&frames);
+  }
+}
+
+LONG CZSCueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds, frames) + kPause; }
+
+void CZSCueLines::Catalog(std::string_view line) {
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  std::string_view value = scanner.Word();
+  if (value.starts_with('"')) {
+    value.remove_prefix(1);
+  }
+  if (!value.empty()) {
+    BSTR number = NewBstr(value, kMaxMcn);
+    SysFreeString(m_sheet->ZSCDTEXT.bstrMCN);
+    m_sheet->ZSCDTEXT.bstrMCN = number;
+  }
+}
+
+void CZSCueLines::Track(std::string_view line) {
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  const std::string_view type = scanner.Number(&m_number) ? scanner.Word() : std::string_view();
+  ZSTRACK* track = Current();
+  if (track != nullptr) {
+    track->TNO = static_cast<UINT>(m_number);
+    SetType(type, track);
+  }
+}
+
+void CZSCueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
+  if (Contains(type, "AUDIO")) {
+    SetMode(m_sheet, track, ZSMODE_AUDIO);
+    SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
+  } else if (Contains(type, "MODE1")) {
+    SetMode(m_sheet, track, ZSMODE_1);
+    SetBlockSize(track, static_cast<ULONG>(BlockSizeOf(type)));
+  } else if (Contains(type, "MODE2")) {
+    SetMode(m_sheet, track, ZSMODE_2);
+    SetBlockSize(track, static_cast<ULONG>(BlockSizeOf(type)));
+    if (track->BlockSize != ZSFILEBLOCKSIZE_2352 && track->BlockSize != ZSFILEBLOCKSIZE_2336) {
+      track->ImageBlockSize = ZSFILEBLOCKSIZE_2048;
+    }
+  }
+}
+
+void CZSCueLines::Isrc(std::string_view line) {
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  const std::string_view value = scanner.Word();
+  ZSTRACK* track = Current();
+  if (track != nullptr && !value.empty()) {
+    BSTR code = NewBstr(value, kMaxIsrc);
+    SysFreeString(track->bstrISRC);
+    track->bstrISRC = code;
+  }
+}
+
+void CZSCueLines::Flags(std::string_view line) {
+  ZSTRACK* track = Current();
+  if (track == nullptr) {
+    return;
+  }
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  for (std::string_view word = scanner.Word(); !word.empty(); word = scanner.Word()) {
+    track->Flags |= word == "DCP"   ? ZSTRACKFLAG_DCP
+                    : word == "PRE" ? ZSTRACKFLAG_PRE
+                    : word == "4CH" ? ZSTRACKFLAG_4CH
+                                    : 0;
+  }
+}
+
+void CZSCueLines::PregapLine(std::string_view line) {
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  m_time.Scan(&scanner);
+  m_pregapSum += static_cast<ULONG>(m_time.Frames());
+}
+
+void CZSCueLines::Index(std::string_view line) {
+  CZSLineScanner scanner(line);
+  scanner.Word();
+  if (scanner.Number(&m_index)) {
+    m_time.Scan(&scanner);
+  }
+  if (Current() == nullptr) {
+    return;
+  }
+  if (m_index == 0) {
+    BeginPregap(m_time.Frames());
+  } else {
+    BeginTrack(m_time.Frames());
+  }
+}
+
+/// INDEX 00. The place of index 1 is held in `dwLBA` until that line comes. The first track has no pregap in
+/// the file, so its line means nothing.
+void CZSCueLines::BeginPregap(LONG position) noexcept {
+  if (m_number <= 1) {
+    return;
+  }
+  ZSTRACK* track = Current();
+  const auto start = static_cast<ULONG>(position);
+  track->dwLBA = start;
+  CoTaskMemFree(track->pdwIndex);
+  track->pdwIndex = nullptr;
+  track->nCountIndex = 0;
+  AppendIndexes(track, &start, 1);
+}
+
+/// INDEX 01 and higher.
+void CZSCueLines::BeginTrack(LONG position) noexcept {
+  ZSTRACK* track = Current();
+  EndTrackBefore(position);
+  const auto start = static_cast<ULONG>(position);
+  if (track->pdwIndex == nullptr) {
+    const ULONG entries[] = {kNoIndex, start};
+    AppendIndexes(track, entries, 2);
+  } else {
+    AppendIndexes(track, &start, 1);
+  }
+  if (m_index == 1) {
+    track->dwLBA = start + m_pregapSum;
+  }
+  track->dwReserved64 = m_byteOffset;
+}
+
+/// The first index above 0 ends the track before, where the pregap of this track begins.
+void CZSCueLines::EndTrackBefore(LONG position) noexcept {
+  if (m_number <= 1) {
+    return;
+  }
+  ZSTRACK* track = Current();
+  ZSTRACK& before = m_sheet->pZSTracks[m_number - 2];
+  if (before.dwEndLBA != 0) {
+    return;
+  }
+  before.dwEndLBA = static_cast<ULONG>(position);
+  if (track->dwLBA != 0) {
+    track->Pregap = static_cast<LONG>(static_cast<ULONG>(position) - track->dwLBA);
+    before.dwEndLBA -= PregapOf(*track);
+  }
+  m_byteOffset += (before.dwEndLBA - before.dwLBA) * BytesOf(before.BlockSize);
+}
+
+void CZSCueLines::Text(TextField field, std::string_view behindKeyword) {
+  ZSTRACK* track = Current();
+  if (track == nullptr && m_number != 0) {
+    return;
+  }
+  BSTR value = NewBstr(TextValue(behindKeyword));
+  if (track == nullptr) {
+    ReplaceText(&m_sheet->ZSCDTEXT, field, value);
+  } else {
+    ReplaceText(track, field, value);
+  }
+}

@@ -1,0 +1,211 @@
+#include "cuesheet/cue_parser.h"
+
+#include <algorithm>
+
+#include "cuesheet/cue_lines.h"
+#include "disc/track_table.h"
+#include "foundation/byte_view.h"
+#include "foundation/file.h"
+#include "foundation/text_file.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr BYTE kSubModeForm2 = 0x20; // Bit of the XA sub-mode.
+constexpr LONG kSignatureOffset = 0x8000; // Sector 16 of 2048 bytes, where ECMA-119 puts its first descriptor.
+constexpr DWORD kSignatureSize = 50;
+
+/// What the size and the first bytes of a data file tell.
+struct FileVerdict {
+  UHYPER size = 0;
+  ULONG sectorSize = 0;
+  ULONG sectorCount = 0;
+  ZSMODETYPE mode = ZSMODE_1;
+};
+
+/// The name between the quotes of a FILE line, which may be empty. False for any other line.
+bool NameOfFileLine(std::string_view line, std::string* name) {
+  constexpr std::string_view kFile = "FILE \"";
+  const std::size_t keyword = line.find(kFile);
+  if (keyword == std::string_view::npos || line.find("CDTEXTFILE \"") != std::string_view::npos) {
+    return false;
+  }
+  const std::size_t start = keyword + kFile.size();
+  const std::size_t end = line.find('"', start);
+  if (end == std::string_view::npos) {
+    return false;
+  }
+  *name = line.substr(start, end - start);
+  return true;
+}
+
+/// The first file that a sheet names, in upper case. False when it names none.
+bool FindFileLine(CZSTextFile* sheet, std::string* name) {
+  std::string line;
+  while (sheet->NextLine(&line)) {
+    CharUpperA(&line);
+    if (NameOfFileLine(line, name)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+ZSMODETYPE ModeOfRawFile(const std::string& path) noexcept {
+  std::array<BYTE, kRawSectorStart> start{};
+  CZSFile file;
+  DWORD came = 0;
+  if (!file.OpenForReading(path)) {
+    return ZSMODE_AUDIO;
+  }
+  file.ReadCount(start.data(), start.size(), &came);
+  return came == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
+}
+
+/// A file whose size fits no kind of sector passes with a volume descriptor, or when it cannot be looked at.
+bool HasSignatureOrIsClosed(const std::string& path) noexcept {
+  CZSFile file;
+  if (!file.OpenForReading(path)) {
+    return true;
+  }
+  std::array<BYTE, kSignatureSize> bytes{};
+  return file.Seek64(kSignatureOffset, FILE_BEGIN) != kSeekFailed && file.Read(bytes.data(), bytes.size()) &&
+         ByteView(bytes).HasText(1, "CD001");
+}
+
+HRESULT MeasureFile(const std::string& path, FileVerdict* verdict) {
+  CZSFindFile find;
+  if (!find.FindFile(path)) {
+    return ZSE_CANNOTOPENIMAGE;
+  }
+  verdict->size = find.GetFileSize();
+  if (verdict->size % 2048 == 0) {
+    verdict->sectorSize = 2048;
+  } else if (verdict->size % 2352 == 0) {
+    verdict->sectorSize = 2352;
+    verdict->mode = ModeOfRawFile(path);
+  } else if (verdict->size % 2336 == 0) {
+    verdict->sectorSize = 2336;
+    verdict->mode = ZSMODE_2_FORM1;
+  } else {
+    return HasSignatureOrIsClosed(path) ? S_OK : ZSE_BADIMAGE;
+  }
+  verdict->sectorCount = static_cast<ULONG>(verdict->size / verdict->sectorSize);
+  return S_OK;
+}
+
+HRESULT MakePlainTrack(const FileVerdict& verdict, ZSCUESHEET* sheet) noexcept {
+  if (!AllocateTracks(sheet, 1)) {
+    return ZSE_OUTOFRESOURCES;
+  }
+  ZSTRACK& track = sheet->pZSTracks[0];
+  track.TNO = 1;
+  track.dwEndLBA = verdict.sectorCount;
+  track.Mode = verdict.mode;
+  SetBlockSize(&track, verdict.sectorSize);
+  return S_OK;
+}
+
+UINT CountTracks(CZSTextFile* text) {
+  UINT count = 0;
+  std::string line;
+  while (text->NextLine(&line)) {
+    CharUpperA(&line);
+    count += IsTrackLine(line) ? 1 : 0;
+  }
+  return count;
+}
+
+/// Ends the last track where the data file ends: what the others leave of the file's size, by their own sector
+/// sizes, in sectors of the last one.
+void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
+  if (sheet->nTracks == 0) {
+    return;
+  }
+  UHYPER rest = fileSize;
+  UHYPER sectors = 0;
+  for (UINT i = 0; i + 1 < sheet->nTracks; ++i) {
+    const ZSTRACK& track = sheet->pZSTracks[i];
+    const std::int64_t own = std::int64_t{track.Pregap} + track.dwEndLBA - track.dwLBA - 1;
+    sectors += static_cast<UHYPER>(own);
+    rest -= static_cast<UHYPER>(own) * BytesOf(track.BlockSize);
+  }
+  ZSTRACK& last = sheet->pZSTracks[sheet->nTracks - 1];
+  if (last.BlockSize != ZSFILEBLOCKSIZE_NULL) {
+    last.dwEndLBA = static_cast<ULONG>(rest / BytesOf(last.BlockSize) + sectors);
+  }
+}
+
+HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
+  if (!text->Rewind()) {
+    return ZSE_FILENOTFOUND;
+  }
+  CZSCueLines lines(sheet);
+  std::string line;
+  while (text->NextLine(&line)) {
+    CharUpperA(&line);
+    lines.Take(line);
+  }
+  CloseLastTrack(fileSize, sheet);
+  return S_OK;
+}
+
+} // namespace
+
+bool ResolveBinaryFile(std::string* path) {
+  std::string upper = *path;
+  CharUpperA(&upper);
+  CZSTextFile sheet;
+  if (upper.find(".CUE") == std::string::npos || !sheet.Open(*path)) {
+    path->clear();
+    return false;
+  }
+  std::string name;
+  if (!FindFileLine(&sheet, &name)) {
+    return false;
+  }
+  if (name.find('\\') == std::string::npos && !name.starts_with('/')) {
+    name.insert(0, *path, 0, path->find_last_of(kPathSeparators) + 1);
+  }
+  *path = name;
+  return true;
+}
+
+HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
+  sheet->nTracks = 0;
+  sheet->pZSTracks = nullptr;
+  std::string dataFile = path;
+  const bool isSheet = ResolveBinaryFile(&dataFile);
+  CZSTextFile text;
+  UINT tracks = 0;
+  if (isSheet) {
+    if (!text.Open(path)) {
+      return ZSE_FILENOTFOUND;
+    }
+    tracks = CountTracks(&text);
+  }
+  FileVerdict verdict;
+  const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &verdict);
+  if (measured != S_OK) {
+    return measured;
+  }
+  if (!isSheet) {
+    return MakePlainTrack(verdict, sheet);
+  }
+  if (!AllocateTracks(sheet, tracks)) {
+    return ZSE_OUTOFRESOURCES;
+  }
+  return FillFromText(&text, verdict.size, sheet);
+}
+
+ZSMODETYPE ClassifyRawSector(const std::array<BYTE, kRawSectorStart>& sector) noexcept {
+  if (sector[15] == 0) {
+    return ZSMODE_AUDIO;
+  }
+  if (sector[15] == 1) {
+    return ZSMODE_1;
+  }
+  const bool copiesEqual = std::equal(&sector[16], &sector[20], &sector[20]);
+  return copiesEqual && (sector[18] & kSubModeForm2) != 0 ? ZSMODE_2_FORM2 : ZSMODE_2_FORM1;
+}

@@ -1,0 +1,233 @@
+#include "cuesheet/sheet_records.h"
+
+#include <cstring>
+#include <new>
+
+#include "disc/record_text.h"
+#include "disc/track_table.h"
+#include "foundation/strings.h"
+#include "platform/task_memory.h"
+
+namespace {
+
+constexpr UHYPER kBehindFirst = ~UHYPER{0}; // Marks the pieces of all tracks but the first.
+
+struct SheetFree {
+  void operator()(ZSCUESHEET* sheet) const noexcept { FreeSheet(sheet); }
+};
+
+bool HasPieces(const ZSTRACK& track) noexcept { return track.varFiles.vt == VT_ARRAY; }
+
+/// Makes the texts copies of another record's. What the fields held is not freed: they may be the very strings
+/// of the source in a record that was copied as bytes.
+template <class Record> void CloneTexts(const Record& source, Record* destination) {
+  for (const TextField field : kTextFields) {
+    StoreText(destination, field, nullptr);
+  }
+  for (const TextField field : kTextFields) {
+    StoreText(destination, field, CopyBstr(TextOf(source, field)));
+  }
+}
+
+template <class Record> void FreeTexts(Record* record) noexcept {
+  for (const TextField field : kTextFields) {
+    ReplaceText(record, field, nullptr);
+  }
+}
+
+void CloneIndexes(const ZSTRACK& source, ZSTRACK* copy) noexcept {
+  copy->nCountIndex = source.nCountIndex;
+  if (source.pdwIndex == nullptr) {
+    return;
+  }
+  auto* table = AllocateCleared<ULONG>(source.nCountIndex);
+  if (table == nullptr) {
+    copy->nCountIndex = 0;
+    return;
+  }
+  std::memcpy(table, source.pdwIndex, source.nCountIndex * sizeof(ULONG));
+  copy->pdwIndex = table;
+}
+
+/// The pieces of a track as a list of its own; a list that cannot be copied shows as null.
+SAFEARRAY* CopyPieces(const ZSTRACK& source) noexcept {
+  SAFEARRAY* copy = nullptr;
+  SafeArrayCopy(source.varFiles.parray, &copy);
+  return copy;
+}
+
+void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
+  copy->TNO = source.TNO;
+  copy->Pregap = source.Pregap;
+  copy->dwLBA = source.dwLBA;
+  copy->dwEndLBA = source.dwEndLBA;
+  copy->Postgap = source.Postgap;
+  copy->Mode = source.Mode;
+  copy->BlockSize = source.BlockSize;
+  copy->ImageBlockSize = source.ImageBlockSize;
+  copy->Flags = source.Flags;
+  copy->dwReserved64 = source.dwReserved64;
+  CloneIndexes(source, copy);
+  if (HasPieces(source)) {
+    copy->varFiles.vt = VT_ARRAY;
+    copy->varFiles.parray = CopyPieces(source);
+  }
+  CloneTexts(source, copy);
+  copy->bstrISRC = CopyBstr(source.bstrISRC);
+}
+
+/// One new list of one piece that tells what the track's own fields tell.
+SAFEARRAY* MakePieces(const std::string& file, const ZSTRACK& track, bool first, IRecordInfo* description) {
+  const SAFEARRAYBOUND bound{1, 0};
+  UniqueSafeArray list(SafeArrayCreateEx(VT_RECORD, 1, &bound, description));
+  if (!list) {
+    throw std::bad_alloc();
+  }
+  const SafeArrayAccess access(list.get());
+  auto* piece = access.Elements<ZSFILESTRUCT>();
+  piece->bstrFileName = NewBstr(file);
+  piece->ZSMode = track.Mode;
+  piece->dwLBA = track.dwLBA;
+  piece->dwEndLBA = track.dwEndLBA;
+  piece->dwFromSeek64 = first ? 0 : kBehindFirst;
+  return list.release();
+}
+
+/// Whether an array can be merged: one dimension, elements of the size of a track.
+bool HoldsTracks(const SAFEARRAY* array) noexcept {
+  return array != nullptr && SafeArrayGetDim(array) == 1 && array->cbElements == sizeof(ZSTRACK);
+}
+
+ULONG CountOf(const SAFEARRAY* array) noexcept { return array->rgsabound[0].cElements; }
+
+void ShiftPieces(SAFEARRAY* pieces, ULONG shift) noexcept {
+  const SafeArrayAccess access(pieces);
+  if (FAILED(access.Result()) || pieces->cbElements != sizeof(ZSFILESTRUCT)) {
+    return;
+  }
+  auto* piece = access.Elements<ZSFILESTRUCT>();
+  for (ULONG i = 0; i < CountOf(pieces); ++i) {
+    piece[i].dwLBA += shift;
+    piece[i].dwEndLBA += shift;
+  }
+}
+
+/// Makes a cleared element an independent copy of a track, moved behind those that were there.
+void CopyMoved(const ZSTRACK& source, UINT number, ULONG shift, ZSTRACK* copy) {
+  CloneTrack(source, copy);
+  copy->varFiles.vt = VT_ARRAY;
+  if (!HasPieces(source)) {
+    copy->varFiles.parray = CopyPieces(source);
+  }
+  copy->TNO = number;
+  copy->dwLBA += shift;
+  copy->dwEndLBA += shift;
+  ShiftPieces(copy->varFiles.parray, shift);
+}
+
+/// Copies all tracks of the source behind the first `before` elements of the destination.
+void CopyAllMoved(SAFEARRAY* source, SAFEARRAY* destination, ULONG before) {
+  const SafeArrayAccess from(source);
+  const SafeArrayAccess to(destination);
+  const auto* tracks = from.Elements<const ZSTRACK>();
+  auto* target = to.Elements<ZSTRACK>();
+  const ZSTRACK& last = target[before - 1];
+  const UINT number = last.TNO + 1;
+  const ULONG shift = last.dwEndLBA - last.dwLBA + 1;
+  for (ULONG i = 0; i < CountOf(source); ++i) {
+    CopyMoved(tracks[i], number + i, shift, &target[before + i]);
+  }
+}
+
+} // namespace
+
+ZSCUESHEET* CloneSheet(const ZSCUESHEET& source) {
+  std::unique_ptr<ZSCUESHEET, SheetFree> copy(AllocateCleared<ZSCUESHEET>(1));
+  if (!copy || (source.nTracks != 0 && !AllocateTracks(copy.get(), source.nTracks))) {
+    throw std::bad_alloc();
+  }
+  for (UINT i = 0; i < source.nTracks; ++i) {
+    CloneTrack(source.pZSTracks[i], &copy->pZSTracks[i]);
+  }
+  CloneText(source.ZSCDTEXT, &copy->ZSCDTEXT);
+  copy->ZSCDTEXT.bstrMCN = CopyBstr(source.ZSCDTEXT.bstrMCN);
+  copy->ZSSESSIONFORMAT = source.ZSSESSIONFORMAT;
+  return copy.release();
+}
+
+void CloneText(const ::ZSCDTEXT& source, ::ZSCDTEXT* destination) {
+  destination->CDTextPresent = source.CDTextPresent;
+  destination->Language = source.Language;
+  CloneTexts(source, destination);
+}
+
+void ReplaceTrackTexts(const ZSTRACK& source, ZSTRACK* destination) {
+  FreeTexts(destination);
+  SysFreeString(destination->bstrISRC);
+  destination->bstrISRC = nullptr;
+  CloneTexts(source, destination);
+  destination->bstrISRC = CopyBstr(source.bstrISRC);
+}
+
+void FreeTrack(const ZSTRACK& track) noexcept {
+  CoTaskMemFree(track.pdwIndex);
+  if (HasPieces(track)) {
+    SafeArrayDestroy(track.varFiles.parray);
+  }
+  for (const TextField field : kTextFields) {
+    SysFreeString(TextOf(track, field));
+  }
+  SysFreeString(track.bstrISRC);
+}
+
+void FreeText(::ZSCDTEXT* text) noexcept { FreeTexts(text); }
+
+void FreeSheet(ZSCUESHEET* sheet) noexcept {
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    FreeTrack(sheet->pZSTracks[i]);
+  }
+  FreeText(&sheet->ZSCDTEXT);
+  SysFreeString(sheet->ZSCDTEXT.bstrMCN);
+  CoTaskMemFree(sheet->pZSTracks);
+  CoTaskMemFree(sheet);
+}
+
+HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet) {
+  const std::string file = NarrowText(imageFile);
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    ZSTRACK& track = sheet->pZSTracks[i];
+    SAFEARRAY* list = MakePieces(file, track, i == 0, pieces);
+    track.varFiles.vt = VT_ARRAY;
+    track.varFiles.parray = list;
+  }
+  return S_OK;
+}
+
+HRESULT AppendTracks(VARIANT* source, VARIANT* destination) {
+  SAFEARRAY* from = source->parray;
+  SAFEARRAY* to = destination->parray;
+  if (!HoldsTracks(from) || !HoldsTracks(to) || from == to || CountOf(to) == 0 ||
+      CountOf(from) > UINT32_MAX - CountOf(to)) {
+    return E_INVALIDARG;
+  }
+  if (from->cLocks != 0) {
+    return DISP_E_ARRAYISLOCKED;
+  }
+  const ULONG before = CountOf(to);
+  const SAFEARRAYBOUND old = to->rgsabound[0];
+  const SAFEARRAYBOUND grown{before + CountOf(from), 0};
+  const HRESULT result = SafeArrayRedim(to, &grown);
+  if (FAILED(result)) {
+    return result;
+  }
+  try {
+    CopyAllMoved(from, to, before);
+  } catch (const std::bad_alloc&) {
+    SafeArrayRedim(to, &old);
+    return E_OUTOFMEMORY;
+  }
+  SafeArrayDestroy(from);
+  source->parray = nullptr;
+  source->vt = VT_EMPTY;
+  return S_OK;
+}

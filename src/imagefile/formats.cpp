@@ -1,0 +1,29 @@
+#include "imagefile/formats.h"
+
+#include "imagefile/iso_image.h"
+#include "platform/text.h"
+#include "toc/toc_reader.h"
+
+namespace {
+
+struct Format {
+  std::string_view extension;
+  ImageReader read;
+};
+
+constexpr Format kFormats[] = {
+    {".ISO", ReadIsoImage}, {".CUE", ReadCueImage}, {".BIN", nullptr},
+    {".NRG", ReadNrgImage}, {".CCD", ReadCcdImage}, {".MDS", ReadMdsImage},
+    {".BWT", ReadBwtImage}, {".B5T", ReadB5tImage}, {".ZSI", OpenTOCImage},
+};
+
+} // namespace
+
+ImageReader ReaderForExtension(std::string_view extension) {
+  for (const Format& format : kFormats) {
+    if (lstrcmpiA(extension, format.extension) == 0) {
+      return format.read;
+    }
+  }
+  return nullptr;
+}

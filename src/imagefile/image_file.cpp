@@ -1,0 +1,195 @@
+#include "imagefile/image_file.h"
+
+#include "cuesheet/cue_sheet.h"
+#include "disc/disc_id.h"
+#include "disc/positions.h"
+#include "foundation/com_object.h"
+#include "foundation/file.h"
+#include "foundation/guard.h"
+#include "foundation/strings.h"
+#include "imagefile/formats.h"
+#include "platform/class_objects.h"
+#include "toc/toc_writer.h"
+
+namespace {
+
+constexpr std::size_t kExtensionLength = 4; // With its dot.
+
+/// A cue sheet service as any program gets one.
+HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
+  CLSID clsid{};
+  const HRESULT result = CLSIDFromProgID(kProgIdCueSheet, &clsid);
+  return FAILED(result) ? result
+                        : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IID_IZSCueSheet, service->ReceiveVoid());
+}
+
+/// Frees what a record points to and makes it all zero.
+void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
+  for (ZSCUESHEET* sheet : info->pZSCueSheet) {
+    if (sheet != nullptr) {
+      service->FreeZSCueSheet(sheet, VARIANT_TRUE);
+    }
+  }
+  SysFreeString(info->bstrImageBinaryFile);
+  *info = zsimagefileinfo{};
+}
+
+bool CanBeOpened(const std::string& path) noexcept { return CZSFile().OpenForReading(path); }
+
+/// What a reader throws is one more reason why a file is no image that can be read.
+HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) noexcept {
+  try {
+    return read(service, path, info);
+  } catch (...) {
+    return ZSE_BADIMAGE;
+  }
+}
+
+class CZSImageFile final : public CZSObject<IZSImageFile> {
+public:
+  explicit CZSImageFile(IUnknown* outer) noexcept : CZSObject(outer, IID_IZSImageFile) {}
+  ~CZSImageFile() override { VariantClear(&m_vtParam2); }
+
+  HRESULT FinalConstruct() override;
+
+  HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) override;
+  HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) override;
+  HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks, zsmmccdtext* pCDText,
+                        UINT nLength) override;
+  HRESULT Open(BSTR /*path*/, zsimagefileinfo* /*info*/) override { return S_OK; }
+  HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) override;
+  HRESULT FreeImageFileInfo(zsimagefileinfo* info) override;
+  HRESULT CalculateDiscID(zsimagefileinfo* info) override;
+  HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) override;
+
+private:
+  HRESULT Read(const std::string& path, zsimagefileinfo* info);
+
+  ComPtr<IZSCueSheet> m_pCueSheet; ///< The service of all readers.
+  // Kept for hosts that set them; no operation of this interface reports progress.
+  LONG* m_pCallBack = nullptr;
+  LONG m_lParam = 0;
+  VARIANT m_vtParam2{};
+};
+
+HRESULT CZSImageFile::FinalConstruct() {
+  const HRESULT result = CreateCueSheetService(nullptr, IID_IZSCueSheet, m_pCueSheet.ReceiveVoid());
+  return FAILED(result) ? ZSE_OUTOFRESOURCES : S_OK;
+}
+
+HRESULT CZSImageFile::SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) {
+  m_pCallBack = CallBackPtr;
+  m_lParam = Param;
+  const HRESULT result = VariantCopy(&m_vtParam2, &vtParam2);
+  if (FAILED(result)) {
+    VariantInit(&m_vtParam2);
+    m_vtParam2.vt = VT_ERROR;
+    m_vtParam2.scode = result;
+  }
+  return S_OK;
+}
+
+HRESULT CZSImageFile::GetImageFileInfo(BSTR path, zsimagefileinfo* info) {
+  *info = zsimagefileinfo{};
+  const HRESULT result = Guarded([&] { return Read(NarrowText(path), info); });
+  if (result != S_OK) {
+    EmptyRecord(m_pCueSheet.Get(), info);
+  }
+  return result;
+}
+
+HRESULT CZSImageFile::Read(const std::string& path, zsimagefileinfo* info) {
+  if (!CanBeOpened(path)) {
+    return ZSE_CANNOTOPENIMAGE;
+  }
+  if (path.size() <= kExtensionLength) {
+    return ZSE_BADIMAGE;
+  }
+  const ImageReader reader = ReaderForExtension(std::string_view(path).substr(path.size() - kExtensionLength));
+  return reader == nullptr ? ZSE_BADIMAGE : RunGuarded(reader, m_pCueSheet.Get(), path, info);
+}
+
+HRESULT CZSImageFile::CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* /*pToc*/, UINT /*nTracks*/,
+                                    zsmmccdtext* pCDText, UINT nLength) {
+  if (SysStringLen(path) == 0 || info == nullptr) {
+    return E_INVALIDARG;
+  }
+  if (info->ZSImageFormat == ZSIMAGEFORMAT_CUE) {
+    if (info->nSessions == 0) {
+      return S_FALSE;
+    }
+    ComPtr<IZSCueSheet> service;
+    const HRESULT result = CreateServiceByProgId(&service);
+    return FAILED(result) ? result : service->CreateCueFile(path, info->pZSCueSheet[0]);
+  }
+  if (info->ZSImageFormat == ZSIMAGEFORMAT_ZSI) {
+    return Guarded([&] { return CreateTOCImage(NarrowText(path), info, pCDText, nLength); });
+  }
+  return ZSE_FAILED;
+}
+
+HRESULT CZSImageFile::Clone(zsimagefileinfo* source, zsimagefileinfo* copy) {
+  if (source == nullptr || copy == nullptr) {
+    return E_INVALIDARG;
+  }
+  const zsimagefileinfo original = *source;
+  *copy = original;
+  for (ZSCUESHEET*& sheet : copy->pZSCueSheet) {
+    sheet = nullptr;
+  }
+  copy->bstrImageBinaryFile = nullptr;
+  ComPtr<IZSCueSheet> service;
+  HRESULT result = CreateServiceByProgId(&service);
+  if (FAILED(result)) {
+    *copy = zsimagefileinfo{};
+    return result;
+  }
+  for (std::size_t i = 0; i < original.nSessions && result == S_OK; ++i) {
+    ZSCUESHEET* sheet = nullptr;
+    result = service->Clone(original.pZSCueSheet[i], &sheet);
+    copy->pZSCueSheet[i] = sheet;
+  }
+  const HRESULT named = Guarded([&] {
+    copy->bstrImageBinaryFile = CopyBstr(original.bstrImageBinaryFile);
+    return S_OK;
+  });
+  if (result != S_OK || named != S_OK) {
+    EmptyRecord(service.Get(), copy);
+    return ZSE_OUTOFRESOURCES;
+  }
+  return S_OK;
+}
+
+HRESULT CZSImageFile::FreeImageFileInfo(zsimagefileinfo* info) {
+  if (info == nullptr) {
+    return E_INVALIDARG;
+  }
+  ComPtr<IZSCueSheet> service;
+  const HRESULT result = CreateServiceByProgId(&service);
+  if (FAILED(result)) {
+    return result;
+  }
+  EmptyRecord(service.Get(), info);
+  return S_OK;
+}
+
+HRESULT CZSImageFile::CalculateDiscID(zsimagefileinfo* info) {
+  return info == nullptr ? E_INVALIDARG : Guarded([&] {
+    ComputeDiscIDs(info);
+    return S_OK;
+  });
+}
+
+HRESULT CZSImageFile::GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) {
+  if (info == nullptr || pSeek64 == nullptr) {
+    return E_INVALIDARG;
+  }
+  PositionFromLBA(*info, dwLBA, pSeek64, pLength64);
+  return S_OK;
+}
+
+} // namespace
+
+HRESULT CreateImageFileService(IUnknown* outer, REFIID iid, void** object) noexcept {
+  return CreateObject<CZSImageFile>(outer, iid, object);
+}

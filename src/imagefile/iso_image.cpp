@@ -1,0 +1,22 @@
+#include "imagefile/iso_image.h"
+
+#include "cuesheet/sheet_holder.h"
+#include "foundation/strings.h"
+
+HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
+  CZSSheetHolder sheet(service);
+  if (!sheet) {
+    return ZSE_OUTOFRESOURCES;
+  }
+  const UniqueBstr name(NewBstr(path));
+  if (service->AnalyzeCueSheet(name.get(), sheet.Get()) != S_OK || sheet->nTracks == 0) {
+    return ZSE_BADIMAGE;
+  }
+  info->ZSBlockSize = sheet->pZSTracks[0].ImageBlockSize;
+  info->bstrImageBinaryFile = NewBstr(path);
+  info->ZSImageFormat = ZSIMAGEFORMAT_ISO;
+  info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATA;
+  info->dwSeekEnd64 = ~UHYPER{0};
+  sheet.AttachTo(info);
+  return S_OK;
+}

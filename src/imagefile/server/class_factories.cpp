@@ -1,0 +1,109 @@
+#include "imagefile/server/class_factories.h"
+
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include "cuesheet/cue_sheet.h"
+#include "disc/record_descriptions.h"
+#include "foundation/module.h"
+#include "imagefile/image_file.h"
+#include "platform/class_objects.h"
+
+namespace {
+
+using CreateFunction = HRESULT (*)(IUnknown* outer, REFIID iid, void** object);
+
+/// A factory lives with the library, so its references decide nothing.
+class ClassFactory final : public IClassFactory {
+public:
+  explicit ClassFactory(CreateFunction create) noexcept : m_create(create) {}
+
+  HRESULT QueryInterface(REFIID iid, void** object) override {
+    if (object == nullptr) {
+      return E_POINTER;
+    }
+    *object = iid == IID_IUnknown || iid == IID_IClassFactory ? this : nullptr;
+    if (*object == nullptr) {
+      return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+  }
+  ULONG AddRef() override { return 2; }
+  ULONG Release() override { return 1; }
+  HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) override { return m_create(outer, iid, object); }
+  HRESULT LockServer(std::int32_t lock) override {
+    if (lock != 0) {
+      Module().Lock();
+    } else {
+      Module().Unlock();
+    }
+    return S_OK;
+  }
+
+private:
+  CreateFunction m_create;
+};
+
+/// One row of the module's table of classes.
+struct ClassEntry {
+  CLSID clsid;
+  CreateFunction create;
+  std::unique_ptr<ClassFactory> factory;
+};
+
+struct ClassTable {
+  std::mutex lock; ///< Guards the factories.
+  ClassEntry entries[2] = {{CLSID_ZSImageFile, CreateImageFileService, nullptr},
+                           {CLSID_ZSCueSheet, CreateCueSheetService, nullptr}};
+};
+
+ClassTable& Classes() noexcept {
+  static ClassTable table;
+  return table;
+}
+
+/// While it lives, this process finds the library's classes and record types without registration.
+class ModuleAttachment {
+public:
+  ModuleAttachment() noexcept {
+    RegisterTypeLibrary(SharedTypeLibrary());
+    RegisterProcessClass(&m_imageFile);
+    RegisterProcessClass(&m_cueSheet);
+  }
+  ModuleAttachment(const ModuleAttachment&) = delete;
+  ModuleAttachment& operator=(const ModuleAttachment&) = delete;
+  ~ModuleAttachment() {
+    RevokeProcessClass(&m_imageFile);
+    RevokeProcessClass(&m_cueSheet);
+    RevokeTypeLibrary(SharedTypeLibrary());
+  }
+
+private:
+  ProcessClass m_imageFile{CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr};
+  ProcessClass m_cueSheet{CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr};
+};
+
+const ModuleAttachment attachment;
+
+} // namespace
+
+HRESULT GetClassFactory(REFCLSID clsid, REFIID iid, void** factory) noexcept {
+  if (factory == nullptr) {
+    return E_POINTER;
+  }
+  *factory = nullptr;
+  ClassTable& classes = Classes();
+  const std::lock_guard guard(classes.lock);
+  for (ClassEntry& entry : classes.entries) {
+    if (entry.clsid != clsid) {
+      continue;
+    }
+    if (!entry.factory) {
+      entry.factory.reset(new (std::nothrow) ClassFactory(entry.create));
+    }
+    return entry.factory ? entry.factory->QueryInterface(iid, factory) : E_OUTOFMEMORY;
+  }
+  return CLASS_E_CLASSNOTAVAILABLE;
+}

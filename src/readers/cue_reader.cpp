@@ -1,0 +1,79 @@
+#include "cuesheet/sheet_holder.h"
+#include "disc/classify.h"
+#include "disc/disc_id.h"
+#include "foundation/path_operations.h"
+#include "foundation/strings.h"
+#include "readers/readers.h"
+
+namespace {
+
+/// The data file that the sheet names, or the sheet itself.
+std::string DataFileOf(IZSCueSheet* service, BSTR sheetPath) {
+  BSTR name = nullptr;
+  service->GetBinaryFile(sheetPath, &name);
+  const UniqueBstr owned(name);
+  return NarrowText(name);
+}
+
+void NoteCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefileinfo* info) {
+  if (sheet.ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
+    info->lMask |= ZSIMAGEMASK_CDTEXT;
+  }
+  std::string subChannel = path;
+  RenameExtension(&subChannel, ".SUB");
+  if (CZSFindFile().FindFile(subChannel)) {
+    info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
+  }
+}
+
+/// Looks at all tracks, and into the data file at the first that is not audio.
+DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
+  DiscMarks marks;
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const ZSTRACK& track = sheet.pZSTracks[i];
+    if (track.Mode == ZSMODE_AUDIO) {
+      marks.audio = true;
+      continue;
+    }
+    if (!marks.data) {
+      info->ZSBlockSize = track.ImageBlockSize;
+      SetSubCount(info, track);
+      marks.bridge = ShowsBridge(dataFile, *info, sheet, i);
+    }
+    marks.data = true;
+  }
+  return marks;
+}
+
+} // namespace
+
+HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
+  const UniqueBstr sheetPath(NewBstr(path));
+  const std::string dataPath = DataFileOf(service, sheetPath.get());
+  if (!CZSFindFile().FindFile(dataPath)) {
+    return ZSE_FILENOTFOUND;
+  }
+  CZSFile dataFile;
+  if (!dataFile.OpenForReading(dataPath)) {
+    return ZSE_CANNOTOPENIMAGE;
+  }
+  CZSSheetHolder holder(service);
+  if (!holder) {
+    return ZSE_OUTOFRESOURCES;
+  }
+  if (service->AnalyzeCueSheet(sheetPath.get(), holder.Get()) != S_OK) {
+    return ZSE_FAILED;
+  }
+  const ZSCUESHEET& sheet = *holder.Get();
+  NoteCompanions(path, sheet, info);
+  holder.AttachTo(info);
+  info->ZSTYPEPROJECT = FirstSessionType(LookAtTracks(&dataFile, sheet, info), sheet.nTracks);
+  if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
+    return ZSE_FAILED;
+  }
+  info->bstrImageBinaryFile = NewBstr(dataPath);
+  info->dwSeekEnd64 = ~UHYPER{0};
+  info->ZSImageFormat = ZSIMAGEFORMAT_CUE;
+  ComputeDiscIDs(info);
+  return S_OK;
+}

@@ -1,0 +1,83 @@
+#include "support/services.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "foundation/strings.h"
+#include "platform/class_objects.h"
+#include "platform/text.h"
+
+namespace {
+
+template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid) {
+  CLSID clsid{};
+  ComPtr<I> object;
+  EXPECT_EQ(S_OK, CLSIDFromProgID(progId, &clsid));
+  EXPECT_EQ(S_OK, CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()));
+  return object;
+}
+
+} // namespace
+
+ComPtr<IZSCueSheet> NewCueSheetService() { return Create<IZSCueSheet>(kProgIdCueSheet, IID_IZSCueSheet); }
+ComPtr<IZSImageFile> NewImageFileService() { return Create<IZSImageFile>(kProgIdImageFile, IID_IZSImageFile); }
+
+UniqueBstr Wide(std::string_view narrow) { return UniqueBstr(NewBstr(narrow)); }
+
+std::string Narrow(BSTR text) { return text == nullptr ? "(null)" : NarrowText(text); }
+
+ImageRecord::~ImageRecord() { NewImageFileService()->FreeImageFileInfo(&m_info); }
+
+HRESULT ImageRecord::Read(const std::string& path) {
+  const ComPtr<IZSImageFile> service = NewImageFileService();
+  service->FreeImageFileInfo(&m_info);
+  m_result = service->GetImageFileInfo(Wide(path).get(), &m_info);
+  return m_result;
+}
+
+TestSheet::TestSheet() : m_service(NewCueSheetService()) { m_service->AllocCueSheet(&m_sheet); }
+
+TestSheet::~TestSheet() {
+  if (m_sheet != nullptr) {
+    m_service->FreeZSCueSheet(m_sheet, VARIANT_TRUE);
+  }
+}
+
+ZSCUESHEET* TestSheet::Release() noexcept {
+  ZSCUESHEET* sheet = m_sheet;
+  m_sheet = nullptr;
+  return sheet;
+}
+
+bool IsAllZero(const zsimagefileinfo& info) noexcept {
+  const auto* bytes = reinterpret_cast<const BYTE*>(&info);
+  return std::all_of(bytes, bytes + sizeof(info), [](BYTE byte) { return byte == 0; });
+}
+
+std::string Describe(const ZSTRACK& track) {
+  std::ostringstream line;
+  line << UINT{track.TNO} << ": " << ULONG{track.dwLBA} << '-' << ULONG{track.dwEndLBA} << " pregap "
+       << LONG{track.Pregap} << " mode " << int{track.Mode} << " size " << int{track.BlockSize} << '/'
+       << int{track.ImageBlockSize} << " flags " << LONG{track.Flags} << " index ";
+  for (int i = 0; i < track.nCountIndex; ++i) {
+    const ULONG entry = track.pdwIndex[i];
+    line << (i == 0 ? "" : ",");
+    if (entry == kNoIndex) {
+      line << '-';
+    } else {
+      line << entry;
+    }
+  }
+  line << " at " << UHYPER{track.dwReserved64};
+  return line.str();
+}
+
+std::vector<std::string> Describe(const ZSCUESHEET& sheet) {
+  std::vector<std::string> lines;
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    lines.push_back(Describe(sheet.pZSTracks[i]));
+  }
+  return lines;
+}

@@ -1,0 +1,68 @@
+/// @file
+/// Objects of the component, and records that empty themselves.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cuesheet/cue_sheet_interface.h"
+#include "imagefile/image_file_interface.h"
+#include "platform/bstr.h"
+
+/// New objects, made as any host makes them.
+ComPtr<IZSCueSheet> NewCueSheetService();
+ComPtr<IZSImageFile> NewImageFileService();
+
+/// A path or text as a string that frees itself.
+UniqueBstr Wide(std::string_view narrow);
+/// A record's string as narrow text; "(null)" for null.
+std::string Narrow(BSTR text);
+
+/// A record read from an image.
+class ImageRecord {
+public:
+  ImageRecord() = default;
+  explicit ImageRecord(const std::string& path) { Read(path); }
+  ImageRecord(const ImageRecord&) = delete;
+  ImageRecord& operator=(const ImageRecord&) = delete;
+  ~ImageRecord();
+
+  HRESULT Read(const std::string& path);
+  HRESULT Result() const noexcept { return m_result; }
+  zsimagefileinfo& operator*() noexcept { return m_info; }
+  zsimagefileinfo* operator->() noexcept { return &m_info; }
+  ZSCUESHEET& Sheet(std::size_t session = 0) const { return *m_info.pZSCueSheet[session]; }
+  ZSTRACK& Track(std::size_t track, std::size_t session = 0) const { return Sheet(session).pZSTracks[track]; }
+
+private:
+  zsimagefileinfo m_info{};
+  HRESULT m_result = E_UNEXPECTED;
+};
+
+/// A sheet made by the service, freed with all it owns.
+class TestSheet {
+public:
+  TestSheet();
+  TestSheet(const TestSheet&) = delete;
+  TestSheet& operator=(const TestSheet&) = delete;
+  ~TestSheet();
+
+  ZSCUESHEET* Get() const noexcept { return m_sheet; }
+  ZSCUESHEET* operator->() const noexcept { return m_sheet; }
+  ZSTRACK& Track(std::size_t index) const { return m_sheet->pZSTracks[index]; }
+  /// Hands the sheet to another owner.
+  ZSCUESHEET* Release() noexcept;
+
+private:
+  ComPtr<IZSCueSheet> m_service;
+  ZSCUESHEET* m_sheet = nullptr;
+};
+
+/// Whether all bytes of a record are zero.
+bool IsAllZero(const zsimagefileinfo& info) noexcept;
+
+/// One line that shows all plain fields of a track, so that tables of tests can state them:
+/// "1: 0-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0".
+std::string Describe(const ZSTRACK& track);
+/// The lines of all tracks of a sheet.
+std::vector<std::string> Describe(const ZSCUESHEET& sheet);
