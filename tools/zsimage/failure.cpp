@@ -1,0 +1,85 @@
+#include "failure.h"
+
+#include <cstdint>
+#include <cstdio>
+
+#include "platform/files.h"
+#include "terminal_text.h"
+
+namespace {
+
+struct KnownCode {
+  HRESULT code;
+  const char* name;
+  const char* words;
+};
+
+constexpr KnownCode kKnownCodes[] = {
+    {S_OK, "S_OK", "success"},
+    {S_FALSE, "S_FALSE", "there is nothing here that could be done"},
+    {E_NOTIMPL, "E_NOTIMPL", "the operation is not offered"},
+    {E_NOINTERFACE, "E_NOINTERFACE", "the object lacks the interface"},
+    {E_POINTER, "E_POINTER", "a place for the result is missing"},
+    {E_FAIL, "E_FAIL", "the operation failed without a closer reason"},
+    {E_UNEXPECTED, "E_UNEXPECTED", "the object is in no state for this operation"},
+    {E_OUTOFMEMORY, "E_OUTOFMEMORY", "there is not enough memory"},
+    {E_INVALIDARG, "E_INVALIDARG", "an argument is missing or wrong"},
+    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION", "the class cannot be part of another object"},
+    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE", "the library lacks the class"},
+    {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG", "the image library is neither loaded nor registered"},
+    {CO_E_CLASSSTRING, "CO_E_CLASSSTRING", "the image library is neither loaded nor registered"},
+    {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library that is registered does not load"},
+    {ZSE_FAILED, "ZSE_FAILED", "nothing in it can be used as a disc"},
+    {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND", "the description or a file that belongs to it is missing"},
+    {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES", "it asks for more than an image can have, or memory is short"},
+    {ZSE_CANNOTOPENIMAGE, "ZSE_CANNOTOPENIMAGE", "the file cannot be opened for reading"},
+    {ZSE_BADIMAGE, "ZSE_BADIMAGE", "this is not an image that can be read"},
+    {ZSE_TOCVERSION, "ZSE_TOCVERSION", "a later version of the program wrote this file"},
+    {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "ERROR_FILE_NOT_FOUND", "no such file"},
+    {HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), "ERROR_PATH_NOT_FOUND", "no such folder"},
+    {HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), "ERROR_ACCESS_DENIED", "permission denied"},
+    {HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION), "ERROR_SHARING_VIOLATION", "another program writes to the file"},
+    {HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), "ERROR_HANDLE_EOF", "the file ends too early"},
+    {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "ERROR_DISK_FULL", "the disk is full"},
+    {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system refused"},
+};
+
+const KnownCode* FindCode(HRESULT code) {
+  for (const KnownCode& known : kKnownCodes) {
+    if (known.code == code) {
+      return &known;
+    }
+  }
+  return nullptr;
+}
+
+} // namespace
+
+Failure::Failure(std::string_view file, std::string_view words, HRESULT code) : m_code(code) {
+  const std::string name = CodeName(code);
+  const std::string number = CodeNumber(code);
+  m_message = (file.empty() ? std::string() : TerminalText(file) + ": ") + std::string(words) + " (" + name +
+              (name == number ? "" : ", " + number) + ")";
+}
+
+std::string CodeName(HRESULT code) {
+  const KnownCode* known = FindCode(code);
+  return known == nullptr ? CodeNumber(code) : known->name;
+}
+
+std::string CodeNumber(HRESULT code) {
+  char number[16];
+  std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(code));
+  return number;
+}
+
+std::string_view CodeWords(HRESULT code) {
+  const KnownCode* known = FindCode(code);
+  return known == nullptr ? "the operation failed" : known->words;
+}
+
+void Check(HRESULT code, std::string_view file, std::string_view words) {
+  if (code != S_OK) {
+    throw Failure(file, words.empty() ? CodeWords(code) : words, code);
+  }
+}

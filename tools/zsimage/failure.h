@@ -1,0 +1,40 @@
+/// @file
+/// Failures as the user sees them: the file, what is wrong in words, and the result code.
+#pragma once
+
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "disc/result_codes.h"
+
+/// Exit statuses of the tool.
+inline constexpr int kExitFailure = 1;     ///< The operation failed; standard error says why.
+inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
+inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
+
+/// Ends a command. `file` is narrow text; `words` is UTF-8 and says what is wrong and, where it helps, what to do.
+class Failure : public std::exception {
+public:
+  Failure(std::string_view file, std::string_view words, HRESULT code);
+
+  HRESULT Code() const noexcept { return m_code; }
+  /// One line, UTF-8: "disc.cue: no such file (ZSE_CANNOTOPENIMAGE, 0x809F001A)".
+  const char* what() const noexcept override { return m_message.c_str(); }
+
+private:
+  std::string m_message;
+  HRESULT m_code;
+};
+
+/// The name of a result code, such as "ZSE_BADIMAGE"; of one without a name its number.
+std::string CodeName(HRESULT code);
+
+/// The number of a result code: "0x809F001B".
+std::string CodeNumber(HRESULT code);
+
+/// What a result code means, as the part of a sentence.
+std::string_view CodeWords(HRESULT code);
+
+/// Throws a Failure for every code but 0. S_FALSE is one too: what was asked for has not been done.
+void Check(HRESULT code, std::string_view file, std::string_view words = {});

@@ -1,0 +1,76 @@
+#include "host.h"
+
+#include "explain.h"
+#include "failure.h"
+#include "platform/class_objects.h"
+
+namespace {
+
+template <class I> void Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* object) {
+  CLSID clsid{};
+  Check(CLSIDFromProgID(progId, &clsid), "");
+  Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid()), "");
+}
+
+template <class Record> bool HasText(const Record& record) {
+  return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
+         record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
+         record.bstrGenre != nullptr;
+}
+
+} // namespace
+
+Host::Host() {
+  Create(kProgIdImageFile, IID_IZSImageFile, &m_images);
+  Create(kProgIdCueSheet, IID_IZSCueSheet, &m_sheets);
+}
+
+ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(host.Images()), m_path(path), m_info{} {
+  const HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
+  if (result != S_OK) {
+    throw Failure(path, ExplainOpenFailure(host, path, result), result);
+  }
+}
+
+ZSCUESHEET& ImageRecord::Session(unsigned number) const {
+  if (number < 1 || number > m_info.nSessions) {
+    throw Failure(m_path, Format("there is no session %u; the image has %u", number, unsigned{m_info.nSessions}),
+                  E_INVALIDARG);
+  }
+  return *m_info.pZSCueSheet[number - 1];
+}
+
+SheetRecord::SheetRecord(const Host& host, unsigned tracks) : m_sheets(host.Sheets()) {
+  Check(m_sheets.AllocCueSheet(&m_sheet), "");
+  m_sheet->pZSTracks = AllocateCleared<ZSTRACK>(tracks);
+  if (m_sheet->pZSTracks == nullptr) {
+    m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE);
+    throw std::bad_alloc();
+  }
+  m_sheet->nTracks = tracks;
+  for (unsigned i = 0; i < tracks; ++i) {
+    m_sheet->pZSTracks[i].TNO = i + 1;
+  }
+}
+
+EncodedText::EncodedText(const Host& host, ZSCUESHEET& sheet, bool withSubChannel) {
+  MarkText(&sheet);
+  BYTE* data = nullptr;
+  LONG length = 0;
+  m_result = host.Sheets().EncodeCDText(&sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
+  if (m_result == S_OK) {
+    m_data.reset(data);
+    m_size = static_cast<std::size_t>(length);
+  }
+}
+
+bool MarkText(ZSCUESHEET* sheet) {
+  bool any = HasText(sheet->ZSCDTEXT);
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    any = any || HasText(sheet->pZSTracks[i]);
+  }
+  if (any) {
+    sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
+  }
+  return any;
+}

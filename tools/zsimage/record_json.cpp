@@ -1,0 +1,144 @@
+#include "record_json.h"
+
+#include <cstdio>
+#include <string>
+
+#include "failure.h"
+#include "platform/bstr.h"
+#include "platform/text.h"
+
+namespace {
+
+// Fields of packed records come by value: a reference to one would be misaligned.
+template <class T> Json Number(T value) {
+  if constexpr (std::is_enum_v<T>) {
+    return static_cast<LONG>(value);
+  } else {
+    return value;
+  }
+}
+
+Json Text(BSTR text) {
+  return text == nullptr ? Json(nullptr) : Json(NarrowToUtf8(WideCharToMultiByte(BstrView(text))));
+}
+
+Json PieceToJson(const ZSFILESTRUCT& piece) {
+  const ZSXA xa = piece.XA;
+  return {{"dwFlags", Number(piece.dwFlags)},
+          {"dwLBA", Number(piece.dwLBA)},
+          {"dwEndLBA", Number(piece.dwEndLBA)},
+          {"ZSBlockSize", Number(piece.ZSBlockSize)},
+          {"bstrFileName", Text(piece.bstrFileName)},
+          {"bstrLogicalPath", Text(piece.bstrLogicalPath)},
+          {"ZSMode", Number(piece.ZSMode)},
+          {"XA",
+           {{"FileNumber", Number(xa.FileNumber)},
+            {"ChannelNumber", Number(xa.ChannelNumber)},
+            {"SubMode", Number(xa.SubMode)},
+            {"CodeInformation", Number(xa.CodeInformation)}}},
+          {"dwFromSeek64", Number(piece.dwFromSeek64)}};
+}
+
+Json PiecesToJson(const VARIANT& files) {
+  if (files.vt != VT_ARRAY || files.parray == nullptr) {
+    return nullptr;
+  }
+  const SafeArrayAccess access(files.parray);
+  if (FAILED(access.Result())) {
+    return nullptr;
+  }
+  Json pieces = Json::array();
+  const auto* elements = access.Elements<ZSFILESTRUCT>();
+  for (ULONG i = 0; i < files.parray->rgsabound[0].cElements; ++i) {
+    pieces.push_back(PieceToJson(elements[i]));
+  }
+  return pieces;
+}
+
+Json IndexesToJson(const ZSTRACK& track) {
+  if (track.pdwIndex == nullptr) {
+    return nullptr;
+  }
+  Json indexes = Json::array();
+  for (BYTE i = 0; i < track.nCountIndex; ++i) {
+    indexes.push_back(Number(track.pdwIndex[i]));
+  }
+  return indexes;
+}
+
+Json TrackToJson(const ZSTRACK& track) {
+  return {{"TNO", Number(track.TNO)},
+          {"pdwIndex", IndexesToJson(track)},
+          {"nCountIndex", Number(track.nCountIndex)},
+          {"Pregap", Number(track.Pregap)},
+          {"dwLBA", Number(track.dwLBA)},
+          {"dwEndLBA", Number(track.dwEndLBA)},
+          {"Postgap", Number(track.Postgap)},
+          {"Mode", Number(track.Mode)},
+          {"BlockSize", Number(track.BlockSize)},
+          {"ImageBlockSize", Number(track.ImageBlockSize)},
+          {"Flags", Number(track.Flags)},
+          {"varFiles", PiecesToJson(track.varFiles)},
+          {"bstrTitle", Text(track.bstrTitle)},
+          {"bstrComposer", Text(track.bstrComposer)},
+          {"bstrPerformer", Text(track.bstrPerformer)},
+          {"bstrSongwriter", Text(track.bstrSongwriter)},
+          {"bstrArranger", Text(track.bstrArranger)},
+          {"bstrGenre", Text(track.bstrGenre)},
+          {"bstrMessage", Text(track.bstrMessage)},
+          {"bstrISRC", Text(track.bstrISRC)},
+          {"dwReserved64", Number(track.dwReserved64)}};
+}
+
+Json DiscTextToJson(const ::ZSCDTEXT& text) {
+  return {{"CDTextPresent", text.CDTextPresent == VARIANT_TRUE},
+          {"bstrMCN", Text(text.bstrMCN)},
+          {"bstrTitle", Text(text.bstrTitle)},
+          {"bstrComposer", Text(text.bstrComposer)},
+          {"bstrPerformer", Text(text.bstrPerformer)},
+          {"bstrSongwriter", Text(text.bstrSongwriter)},
+          {"bstrArranger", Text(text.bstrArranger)},
+          {"bstrGenre", Text(text.bstrGenre)},
+          {"bstrMessage", Text(text.bstrMessage)},
+          {"Language", Number(text.Language)}};
+}
+
+} // namespace
+
+Json SheetToJson(const ZSCUESHEET& sheet) {
+  Json tracks = Json::array();
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    tracks.push_back(TrackToJson(sheet.pZSTracks[i]));
+  }
+  return {{"nTracks", Number(sheet.nTracks)},
+          {"pZSTracks", std::move(tracks)},
+          {"ZSCDTEXT", DiscTextToJson(sheet.ZSCDTEXT)},
+          {"ZSSESSIONFORMAT", Number(sheet.ZSSESSIONFORMAT)}};
+}
+
+Json ImageToJson(const zsimagefileinfo& info) {
+  Json sheets = Json::array();
+  for (USHORT i = 0; i < info.nSessions; ++i) {
+    sheets.push_back(SheetToJson(*info.pZSCueSheet[i]));
+  }
+  return {{"lMask", Number(info.lMask)},
+          {"bstrImageBinaryFile", Text(info.bstrImageBinaryFile)},
+          {"ZSImageFormat", Number(info.ZSImageFormat)},
+          {"ZSTYPEPROJECT", Number(info.ZSTYPEPROJECT)},
+          {"ZSBlockSize", Number(info.ZSBlockSize)},
+          {"pZSCueSheet", std::move(sheets)},
+          {"nSessions", Number(info.nSessions)},
+          {"dwSeekBegin64", Number(info.dwSeekBegin64)},
+          {"dwSeekEnd64", Number(info.dwSeekEnd64)},
+          {"nSubCount", Number(info.nSubCount)},
+          {"dwDiscID", Number(info.dwDiscID)},
+          {"dwDiscID2", Number(info.dwDiscID2)},
+          {"lReserved", Number(info.lReserved)}};
+}
+
+Json FailureToJson(HRESULT code) { return {{"result", CodeName(code)}, {"code", CodeNumber(code)}}; }
+
+void PrintJson(const Json& json) {
+  const std::string text = json.dump(2);
+  std::printf("%s\n", text.c_str());
+}

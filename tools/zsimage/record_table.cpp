@@ -1,0 +1,225 @@
+#include "record_table.h"
+
+#include <sys/stat.h>
+
+#include <initializer_list>
+
+#include "disc/msf.h"
+#include "platform/paths.h"
+#include "text_table.h"
+
+namespace {
+
+std::string Text(BSTR text) { return TerminalText(Narrow(text)); }
+
+const char* KindWords(::ZSTYPEPROJECT kind) {
+  switch (kind) {
+  case ZSTYPEPROJECT_DATA:
+    return "data disc";
+  case ZSTYPEPROJECT_CDAUDIO:
+    return "audio CD";
+  case ZSTYPEPROJECT_MIXED:
+    return "mixed mode CD, audio and data";
+  case ZSTYPEPROJECT_CDPLUS:
+    return "CD Plus, an audio and a data session";
+  case ZSTYPEPROJECT_VIDEO:
+    return "Video CD (CD-Bridge)";
+  case ZSTYPEPROJECT_DATAMULTISESSION:
+    return "multi-session disc";
+  default:
+    return "unknown";
+  }
+}
+
+const char* FormatWords(zsimgformat format) {
+  switch (format) {
+  case ZSIMAGEFORMAT_ISO:
+    return "plain sector file";
+  case ZSIMAGEFORMAT_CUE:
+    return "CUE sheet";
+  case ZSIMAGEFORMAT_NRG:
+    return "Nero image";
+  case ZSIMAGEFORMAT_CCD:
+    return "CloneCD description";
+  case ZSIMAGEFORMAT_ZSI:
+    return "native TOC file";
+  case ZSIMAGEFORMAT_MDS:
+    return "Media Descriptor image";
+  default:
+    return "unknown";
+  }
+}
+
+std::string ModeWords(ZSMODETYPE mode) {
+  switch (mode) {
+  case ZSMODE_AUDIO:
+    return "audio";
+  case ZSMODE_1:
+    return "mode 1";
+  case ZSMODE_2:
+    return "mode 2";
+  case ZSMODE_2_FORM2:
+    return "mode 2 form 2";
+  case ZSMODE_2_MIXED:
+    return "mode 2 mixed";
+  default:
+    return Format("unknown (%d)", static_cast<int>(mode));
+  }
+}
+
+/// A number of sectors as playing time. Minutes take as many digits as they need.
+std::string Duration(UHYPER sectors) {
+  const auto frames = static_cast<unsigned>(sectors % 75);
+  const auto seconds = static_cast<unsigned>(sectors / 75 % 60);
+  return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / 4500), seconds, frames);
+}
+
+/// The time of a sector on the disc; sectors that no time can name, as a DVD has them, give a dash.
+std::string DiscTime(ULONG lba) {
+  const ULONG time = LbaToMsf(static_cast<LONG>(lba));
+  return time == kNoTime ? "-" : Format("%02u:%02u:%02u", MinutesOf(time), SecondsOf(time), FramesOf(time));
+}
+
+/// Words for the bits of a mask that are set, in the order of the table.
+struct BitWord {
+  LONG bit;
+  const char* word;
+};
+
+std::string WordsOf(LONG mask, std::initializer_list<BitWord> table, const char* separator) {
+  std::string words;
+  for (const BitWord& entry : table) {
+    if ((mask & entry.bit) != 0) {
+      words.append(words.empty() ? "" : separator).append(entry.word);
+    }
+  }
+  return words;
+}
+
+std::string FlagWords(LONG flags) {
+  return WordsOf(flags, {{ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}}, " ");
+}
+
+std::string Gap(LONG sectors) { return sectors == 0 ? "" : Format("%d", sectors); }
+
+TextTable TrackTable() {
+  using enum TextTable::Align;
+  TextTable table;
+  table.AddColumn("Session", Right, true);
+  table.AddColumn("Track", Right, true);
+  table.AddColumn("Mode", Left, true);
+  table.AddColumn("Block", Right, true);
+  table.AddColumn("Start", Right, true);
+  table.AddColumn("Sector", Right, true);
+  table.AddColumn("Length", Right, true);
+  table.AddColumn("Sectors", Right, true);
+  table.AddColumn("Pregap", Right);
+  table.AddColumn("Postgap", Right);
+  table.AddColumn("Flags", Left);
+  table.AddColumn("ISRC", Left);
+  table.AddColumn("Title", Left);
+  table.AddColumn("Performer", Left);
+  return table;
+}
+
+void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const ZSTRACK& track = sheet.pZSTracks[i];
+    const bool sound = track.dwEndLBA >= track.dwLBA;
+    const ULONG sectors = sound ? track.dwEndLBA - track.dwLBA : 0;
+    table->AddRow({Format("%u", session), Format("%u", track.TNO), ModeWords(track.Mode),
+                   Format("%d", static_cast<int>(track.BlockSize)), DiscTime(track.dwLBA), Format("%u", track.dwLBA),
+                   sound ? Duration(sectors) : "-", sound ? Format("%u", sectors) : "-", Gap(track.Pregap),
+                   Gap(track.Postgap), FlagWords(track.Flags), Text(track.bstrISRC), Text(track.bstrTitle),
+                   Text(track.bstrPerformer)});
+  }
+}
+
+/// One line "  Name         value"; none without a value.
+void AddLine(std::string* page, const char* name, const std::string& value) {
+  if (!value.empty()) {
+    page->append(Format("  %-11s ", name)).append(value).append("\n");
+  }
+}
+
+void AddDiscText(std::string* page, const ::ZSCDTEXT& text) {
+  AddLine(page, "Catalogue", Text(text.bstrMCN));
+  AddLine(page, "Title", Text(text.bstrTitle));
+  AddLine(page, "Performer", Text(text.bstrPerformer));
+  AddLine(page, "Songwriter", Text(text.bstrSongwriter));
+  AddLine(page, "Composer", Text(text.bstrComposer));
+  AddLine(page, "Arranger", Text(text.bstrArranger));
+  AddLine(page, "Genre", Text(text.bstrGenre));
+  AddLine(page, "Message", Text(text.bstrMessage));
+}
+
+std::string DataFileWords(const std::string& named) {
+  std::string resolved;
+  struct stat status {};
+  if (!ResolveFilePath(named, &resolved) || stat(resolved.c_str(), &status) != 0) {
+    return TerminalText(named) + " (no such file)";
+  }
+  const std::string size = S_ISREG(status.st_mode) ? ReadableSize(static_cast<UHYPER>(status.st_size)) : "device";
+  return TerminalText(resolved) + " (" + size + ")";
+}
+
+std::string CompanionWords(LONG mask) {
+  const bool isInline = (mask & ZSIMAGEMASK_SUBINLINE) != 0;
+  return WordsOf(mask,
+                 {{ZSIMAGEMASK_CDTEXT, "CD-Text"},
+                  {ZSIMAGEMASK_CDG, "CD+G"},
+                  {ZSIMAGEMASK_SUBCHANNEL, isInline ? "sub-channel in the sectors" : "sub-channel file"},
+                  {ZSIMAGEMASK_TRACKATONCE, "recorded track at once"}},
+                 ", ");
+}
+
+std::string IdWords(const zsimagefileinfo& info) {
+  if (info.dwDiscID == 0 && info.dwDiscID2 == 0) {
+    return "";
+  }
+  std::string words = Format("%08X", info.dwDiscID);
+  if (info.dwDiscID2 != 0) {
+    words += Format(", first session %08X", info.dwDiscID2);
+  }
+  return words;
+}
+
+} // namespace
+
+std::string RenderImage(const ImageRecord& image) {
+  const zsimagefileinfo& info = image.Info();
+  std::string page = TerminalText(image.Path()) + "\n";
+  AddLine(&page, "Kind", KindWords(info.ZSTYPEPROJECT));
+  AddLine(&page, "Format", FormatWords(info.ZSImageFormat));
+  AddLine(&page, "Data file", DataFileWords(image.DataFile()));
+  AddLine(&page, "Disc id", IdWords(info));
+  AddLine(&page, "With", CompanionWords(info.lMask));
+  TextTable table = TrackTable();
+  for (USHORT i = 0; i < info.nSessions; ++i) {
+    if (i == 0) {
+      AddDiscText(&page, info.pZSCueSheet[i]->ZSCDTEXT);
+    }
+    AddTracks(*info.pZSCueSheet[i], i + 1U, &table);
+  }
+  page += info.nSessions == 0 ? "  The image has no sessions." : "";
+  return page.append("\n").append(info.nSessions == 0 ? "" : table.Render(2));
+}
+
+std::string RenderSheet(const ZSCUESHEET& sheet) {
+  std::string page;
+  AddDiscText(&page, sheet.ZSCDTEXT);
+  using enum TextTable::Align;
+  TextTable table;
+  for (const char* heading : {"Title", "Performer", "Songwriter", "Composer", "Arranger", "Genre", "Message"}) {
+    if (heading == std::string("Title")) {
+      table.AddColumn("Track", Right, true);
+    }
+    table.AddColumn(heading, Left);
+  }
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const ZSTRACK& track = sheet.pZSTracks[i];
+    table.AddRow({Format("%u", track.TNO), Text(track.bstrTitle), Text(track.bstrPerformer), Text(track.bstrSongwriter),
+                  Text(track.bstrComposer), Text(track.bstrArranger), Text(track.bstrGenre), Text(track.bstrMessage)});
+  }
+  return page.append(page.empty() ? "" : "\n").append(table.Render(2));
+}

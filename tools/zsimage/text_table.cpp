@@ -1,0 +1,45 @@
+#include "text_table.h"
+
+#include <algorithm>
+
+#include "terminal_text.h"
+
+void TextTable::AddColumn(std::string heading, Align align, bool mustStay) {
+  const std::size_t width = TerminalWidth(heading);
+  m_columns.push_back({std::move(heading), align, mustStay, width});
+}
+
+void TextTable::AddRow(std::vector<std::string> cells) {
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    m_columns[i].shown = m_columns[i].shown || !cells[i].empty();
+    m_columns[i].width = std::max(m_columns[i].width, TerminalWidth(cells[i]));
+  }
+  m_rows.push_back(std::move(cells));
+}
+
+std::string TextTable::RenderLine(const std::vector<std::string>& cells, std::size_t indent) const {
+  std::string line(indent, ' ');
+  const char* separator = "";
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (!m_columns[i].shown) {
+      continue;
+    }
+    const std::string padding(m_columns[i].width - TerminalWidth(cells[i]), ' ');
+    line += separator + (m_columns[i].align == Align::Right ? padding + cells[i] : cells[i] + padding);
+    separator = "  ";
+  }
+  line.erase(line.find_last_not_of(' ') + 1);
+  return line + "\n";
+}
+
+std::string TextTable::Render(std::size_t indent) const {
+  std::vector<std::string> headings;
+  for (const Column& column : m_columns) {
+    headings.push_back(column.heading);
+  }
+  std::string text = RenderLine(headings, indent);
+  for (const std::vector<std::string>& row : m_rows) {
+    text += RenderLine(row, indent);
+  }
+  return text;
+}
