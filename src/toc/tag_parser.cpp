@@ -1,0 +1,81 @@
+#include "toc/tag_parser.h"
+
+bool CZSTagScanner::FindNextTag() noexcept {
+  const CZSTag* tag = m_index->FirstFrom(m_cursor);
+  if (tag == nullptr || tag->end >= m_end) {
+    return false;
+  }
+  if (!tag->OpensElement()) {
+    m_tag = tag;
+    m_cursor = std::size_t{tag->end} + 1;
+    return true;
+  }
+  if (tag->closeStart == CZSTag::kNoClose || tag->CloseEnd() >= m_end) {
+    return false;
+  }
+  m_tag = tag;
+  const std::string_view span = m_index->Text().substr(0, m_end);
+  const std::size_t next = span.find('<', tag->CloseEnd());
+  m_cursor = next == std::string_view::npos ? tag->CloseEnd() : next;
+  return true;
+}
+
+std::string_view CZSTagScanner::Value() const noexcept {
+  if (!m_tag->OpensElement()) {
+    return {};
+  }
+  return m_index->Text().substr(m_tag->end + 1, m_tag->closeStart - m_tag->end - 1);
+}
+
+bool CZSTagParser::Parse(const char* text, LONG length) {
+  if (text == nullptr || length < 1 || m_handler == nullptr) {
+    return false;
+  }
+  Walk(CZSTagIndex(std::string_view(text, static_cast<std::size_t>(length))));
+  return true;
+}
+
+void CZSTagParser::Walk(const CZSTagIndex& index) {
+  std::vector<CZSTagScanner> levels{{&index, 0, index.Text().size()}};
+  while (!levels.empty()) {
+    CZSTagScanner& scanner = levels.back();
+    if (!scanner.FindNextTag()) {
+      EndWalk(&levels);
+      continue;
+    }
+    const CZSTag& tag = scanner.Tag();
+    if (tag.special) {
+      continue;
+    }
+    const bool named = !tag.name.empty();
+    const std::string_view value = scanner.Value();
+    const bool hasTags = value.find('<') != std::string_view::npos;
+    if (hasTags && named) {
+      m_handler->OnStartElement(std::string(tag.name), std::string(tag.attributes));
+    } else if (named) {
+      m_handler->OnValueElement(std::string(tag.name), std::string(value), std::string(tag.attributes));
+    }
+    if (hasTags) {
+      levels.push_back(scanner.Inside());
+    }
+  }
+}
+
+/// Ends the walk of the innermost element and closes the element. When a tag without a value was the last thing
+/// in it, with nothing before the closing tag, the walk around it ends as well: that is how files of this format
+/// have always been read.
+void CZSTagParser::EndWalk(std::vector<CZSTagScanner>* levels) {
+  bool ended = true;
+  while (ended) {
+    const std::size_t stopped = levels->back().Cursor();
+    levels->pop_back();
+    if (levels->empty()) {
+      return;
+    }
+    const CZSTag& tag = levels->back().Tag();
+    if (!tag.name.empty()) {
+      m_handler->OnEndElement(std::string(tag.name), std::string(tag.attributes));
+    }
+    ended = stopped >= tag.closeStart;
+  }
+}

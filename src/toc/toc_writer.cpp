@@ -1,0 +1,141 @@
+#include "toc/toc_writer.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "cdtext/decoder.h"
+#include "disc/track_table.h"
+#include "foundation/byte_view.h"
+#include "foundation/path_operations.h"
+#include "foundation/strings.h"
+#include "platform/paths.h"
+#include "platform/text.h"
+#include "toc/settings_document.h"
+#include "toc/toc_schema.h"
+
+namespace {
+
+constexpr LONG kSubchannelBytes = 96;
+
+bool HasItsSessions(const zsimagefileinfo& info) noexcept {
+  if (info.pZSCueSheet[0] == nullptr || info.nSessions > kMaxSessions) {
+    return false;
+  }
+  for (std::size_t i = 0; i < info.nSessions; ++i) {
+    const ZSCUESHEET* sheet = info.pZSCueSheet[i];
+    if (sheet == nullptr || (sheet->nTracks != 0 && sheet->pZSTracks == nullptr)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::string CompanionPath(std::string path, std::string_view extension) {
+  CharUpperA(&path);
+  RenameExtension(&path, extension);
+  return path;
+}
+
+std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
+
+const char* ModeName(ZSMODETYPE mode) noexcept {
+  if (mode == ZSMODE_AUDIO) {
+    return toc::kModeAudio;
+  }
+  if (mode == ZSMODE_1) {
+    return toc::kMode1;
+  }
+  return IsMode2(mode) ? toc::kMode2 : "";
+}
+
+void DescribeTop(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
+  const bool subchannel = (info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0;
+  document->SetValue(toc::kVersion, std::to_string(toc::kFormatVersion));
+  document->SetValue(toc::kBlockSize, static_cast<LONG>(info.ZSBlockSize));
+  document->SetValue(toc::kDataScrambled, LONG{0});
+  document->SetValue(toc::kSubchannelSize, subchannel ? kSubchannelBytes : LONG{0});
+  document->SetValue(toc::kBinaryFile, FileName(CompanionPath(path, ".BIN")));
+  if (subchannel) {
+    document->SetValue(toc::kSubFile, FileName(CompanionPath(path, ".SUB")));
+  }
+  if ((info.lMask & ZSIMAGEMASK_CDG) != 0) {
+    document->SetValue(toc::kCdgFile, FileName(CompanionPath(path, ".CDG")));
+  }
+  const std::string catalog = NarrowText(info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN);
+  if (!catalog.empty()) {
+    document->SetValue(toc::kCatalog, catalog);
+  }
+  document->SetValue(toc::kSessionCount, USHORT{info.nSessions});
+}
+
+void DescribeTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDocument* document) {
+  const auto set = [&](const char* key, const auto& value) {
+    document->SetValue(toc::KeyPath(node, key).c_str(), value);
+  };
+  set(toc::kMode, std::string(ModeName(track.Mode)));
+  set(toc::kFlags, LONG{track.Flags});
+  const std::string isrc = NarrowText(track.bstrISRC);
+  if (!isrc.empty()) {
+    set(toc::kIsrc, isrc);
+  }
+  set(toc::kPregap, LONG{track.Pregap});
+  set(toc::kBeginData, ULONG{track.dwLBA});
+  set(toc::kEndData, ULONG{track.dwEndLBA});
+  set(toc::kPostgap, LONG{track.Postgap});
+}
+
+void DescribeSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* document) {
+  const std::string session = toc::SessionPath(number);
+  document->SetValue(toc::KeyPath(session, toc::kTracks).c_str(), ULONG{sheet.nTracks});
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const ZSTRACK& track = sheet.pZSTracks[i];
+    DescribeTrack(toc::TrackPath(session, static_cast<LONG>(track.TNO)), track, document);
+  }
+}
+
+/// Two digits and a blank for each byte.
+std::string Hexadecimal(ByteView bytes) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text;
+  for (std::size_t i = 0; i < bytes.Size(); ++i) {
+    const BYTE byte = bytes.Data()[i];
+    text += {kDigits[byte >> 4], kDigits[byte & 0x0F], ' '};
+  }
+  return text;
+}
+
+void DescribeCDText(ByteView packs, CZSSettingsDocument* document) {
+  const auto length = static_cast<ULONG>(packs.Size());
+  const auto width = static_cast<ULONG>(kPackSize);
+  const ULONG count = length / width + (length % width != 0 ? 1 : 0);
+  document->SetValue(toc::kPackCount, count);
+  document->SetValue(toc::kPackBytes, length);
+  for (ULONG i = 0; i < count; ++i) {
+    document->SetValue(toc::PackPath(i + 1).c_str(), Hexadecimal(packs.Part(UHYPER{i} * kPackSize, kPackSize)));
+  }
+}
+
+} // namespace
+
+HRESULT CreateTOCImage(const std::string& path, zsimagefileinfo* info, zsmmccdtext* pCDText, UINT nLength) {
+  if (!HasItsSessions(*info)) {
+    return ZSE_FAILED;
+  }
+  const bool cdText = pCDText != nullptr && nLength != 0;
+  CZSSettingsDocument document;
+  DescribeTop(path, *info, &document);
+  for (LONG i = 0; i < info->nSessions; ++i) {
+    DescribeSession(i + 1, *info->pZSCueSheet[i], &document);
+  }
+  if (cdText) {
+    DescribeCDText(ByteView(pCDText, nLength), &document);
+  }
+  const BSTR binaryFile = NewBstr(CompanionPath(path, ".BIN"));
+  SysFreeString(info->bstrImageBinaryFile);
+  info->bstrImageBinaryFile = binaryFile;
+  if (cdText) {
+    info->lMask |= ZSIMAGEMASK_CDTEXT;
+  }
+  document.Save(path);
+  return S_OK;
+}
