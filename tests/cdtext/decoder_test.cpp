@@ -1,0 +1,166 @@
+// Packs into texts: which text lands where, and what ends or damages a scan.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "cdtext/decoder.h"
+#include "disc/track_table.h"
+#include "support/services.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+/// One pack without a CRC, which decoding does not need. Texts are ended by '/' here.
+std::string Pack(int type, int track, std::string text, int block = 0) {
+  std::replace(text.begin(), text.end(), '/', '\0');
+  text.resize(kPackTextSize);
+  return std::string{static_cast<char>(type), static_cast<char>(track), 0, static_cast<char>(block)} + text + "\0\0"s;
+}
+
+/// A sheet with tracks, and what decoding leaves in it.
+class DecodedSheet {
+public:
+  DecodedSheet(UINT tracks, std::string packs) : m_packs(std::move(packs)) {
+    AllocateTracks(m_sheet.Get(), tracks);
+    Decode();
+  }
+  void Decode() {
+    EXPECT_TRUE(DecodeCDTextPacks(reinterpret_cast<BYTE*>(m_packs.data()), m_packs.size(), m_sheet.Get()));
+  }
+  ZSCUESHEET* operator->() { return m_sheet.Get(); }
+  ZSCUESHEET* Get() { return m_sheet.Get(); }
+
+  /// The disc's text and those of the tracks, with '|' between them and '-' for none.
+  std::string Texts(TextField field = TextField::Title) {
+    const auto shown = [](BSTR text) { return text == nullptr ? "-" : Narrow(text); };
+    std::string texts = shown(TextOf(m_sheet->ZSCDTEXT, field));
+    for (UINT i = 0; i < m_sheet->nTracks; ++i) {
+      texts += "|" + shown(TextOf(m_sheet.Track(i), field));
+    }
+    return texts;
+  }
+
+private:
+  TestSheet m_sheet;
+  std::string m_packs;
+};
+
+TEST(CDTextDecoder, EndsTextsByPlace) {
+  constexpr int kDouble = 0x80;
+  constexpr int kSecondBlock = 0x10;
+  struct Case {
+    const char* what;
+    UINT tracks;
+    std::string packs;
+    std::string titles;
+  };
+  const Case cases[] = {
+      {"disc and tracks in a row", 3, Pack(0x80, 0, "ALBUM/T1/T2/") + Pack(0x80, 3, "T3///////"), "ALBUM|T1|T2|T3"},
+      {"a text over three packs", 1,
+       Pack(0x80, 0, "ABCDEFGHIJKL") + Pack(0x80, 0, "MNOPQRSTUVWX") + Pack(0x80, 0, "Y/One/"),
+       "ABCDEFGHIJKLMNOPQRSTUVWXY|One"},
+      {"a track left out moves the next one down", 3, Pack(0x80, 0, "A/T1/T3/"), "A|T1|T3|-"},
+      {"an empty text holds the place", 3, Pack(0x80, 0, "A/T1//T3/"), "A|T1|-|T3"},
+      {"the first block wins, the second fills", 2,
+       Pack(0x80, 0, "A//B/") + Pack(0x81, 0, "P/") + Pack(0x80, 0, "X/Y/Z/", kSecondBlock), "A|Y|B"},
+      {"double-byte from the start", 1, Pack(0x80, 0, "A/B/", kDouble) + Pack(0x80, 0, "C/D/"), "-|-"},
+      {"double-byte ends the scan", 1, Pack(0x80, 0, "A/") + Pack(0x80, 0, "X/", kDouble) + Pack(0x80, 1, "B/"), "A|-"},
+      {"the extension flag is ignored", 2, Pack(0x80, 0x81, "T1/T2/"), "-|T1|T2"},
+      {"tracks from 100 on are counted and dropped", 3, Pack(0x80, 99, "X/Y/Z/V/W/") + Pack(0x80, 1, "B/"), "-|B|-|-"},
+      {"without tracks only the disc has a text", 0, Pack(0x80, 0, "A/B/"), "A"},
+      {"a text without end", 1, Pack(0x80, 0, "A/B"), "A|B"},
+      {"a text that no pack ends", 1, Pack(0x80, 0, "A/LONGLONGLO"), "A|-"},
+      {"other packs between", 1, Pack(0x8F, 0, "\1\1\1\1") + Pack(0x8E, 0, "123/ISRC/") + Pack(0x80, 0, "A/B/"), "A|B"},
+      {"bytes behind the last pack", 1, Pack(0x80, 0, "A/B/") + "\0rest"s, "A|B"},
+      {"one byte short of a pack", 1, Pack(0x80, 0, "A/B/").substr(0, 17), "-|-"},
+  };
+  for (const Case& c : cases) {
+    DecodedSheet sheet(c.tracks, c.packs);
+    EXPECT_EQ(c.titles, sheet.Texts()) << c.what;
+    EXPECT_EQ(c.packs.size() < kPackSize ? VARIANT_FALSE : VARIANT_TRUE, VARIANT_BOOL{sheet->ZSCDTEXT.CDTextPresent})
+        << c.what;
+  }
+}
+
+TEST(CDTextDecoder, GivesEachTypeItsField) {
+  const std::pair<int, TextField> types[] = {{0x80, TextField::Title},      {0x81, TextField::Performer},
+                                             {0x82, TextField::Songwriter}, {0x83, TextField::Composer},
+                                             {0x84, TextField::Arranger},   {0x85, TextField::Message},
+                                             {0x87, TextField::Genre}};
+  std::string packs = Pack(0x86, 0, "ID/") + Pack(0x8D, 0, "Closed/");
+  for (const auto& [type, field] : types) {
+    packs += Pack(type, 0, "Disc" + std::to_string(type) + "/") + Pack(type, 1, "Track" + std::to_string(type) + "/");
+  }
+  DecodedSheet sheet(1, packs);
+  for (const auto& [type, field] : types) {
+    EXPECT_EQ("Disc" + std::to_string(type) + "|Track" + std::to_string(type), sheet.Texts(field));
+  }
+}
+
+TEST(CDTextDecoder, TakesOneGenrePerPack) {
+  EXPECT_EQ("Pop|-", DecodedSheet(1, Pack(0x87, 0, "Pop/Rock/")).Texts(TextField::Genre));
+  EXPECT_EQ("Pop|Roll",
+            DecodedSheet(1, Pack(0x87, 0, "Pop/Rock and") + Pack(0x87, 1, "Roll/")).Texts(TextField::Genre));
+  EXPECT_EQ("-", DecodedSheet(0, Pack(0x87, 0, "/\2Pop/")).Texts(TextField::Genre)) << "binary genre code";
+}
+
+TEST(CDTextDecoder, ReplacesOnlyWhatThePacksSay) {
+  DecodedSheet sheet(2, Pack(0x80, 0, "A/B/C/"));
+  std::string packs = Pack(0x80, 1, "New/");
+  DecodeCDTextPacks(reinterpret_cast<BYTE*>(packs.data()), packs.size(), sheet.Get());
+  EXPECT_EQ("A|New|C", sheet.Texts()); // The old text of track 1 is freed, or the leak check complains.
+}
+
+TEST(CDTextDecoder, ReadsAllBlocksOfALargeDisc) {
+  // Eight full blocks of texts that do not end on pack borders; the last one alone names the performer.
+  std::string packs;
+  for (int block = 0; block < 8; ++block) {
+    for (int i = 0; i < 255; ++i) {
+      packs += Pack(0x80, 0, i % 5 == 4 ? "ends/x" : "runs on and ", block << 4);
+    }
+    packs += Pack(block == 7 ? 0x81 : 0x80, 0, "/Last/", block << 4);
+  }
+  EXPECT_EQ("-|Last", DecodedSheet(1, packs + Pack(0x81, 1, "Last/")).Texts(TextField::Performer));
+
+  std::string endless;
+  for (int i = 0; i < 600; ++i) {
+    endless += Pack(0x80, 0, i == 0 ? "A/bcdefghijk" : "abcdefghijkl");
+  }
+  EXPECT_EQ("A|-", DecodedSheet(1, endless + Pack(0x80, 1, "/B/")).Texts()) << "a text longer than any buffer";
+}
+
+TEST(CDTextDecoder, TakesLinearTime) {
+  const auto seconds = [](std::size_t packs) {
+    std::string data;
+    for (std::size_t i = 0; i < packs; ++i) {
+      data += Pack(0x80, 0, i % 250 == 249 ? "end/" : "abcdefghijkl"); // The longest texts that the buffer holds.
+    }
+    double best = 1e9;
+    for (int round = 0; round < 5; ++round) {
+      const auto start = std::chrono::steady_clock::now();
+      ScanPacks(reinterpret_cast<BYTE*>(data.data()), data.size(), 99);
+      best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return best;
+  };
+  seconds(1000);
+  EXPECT_LT(seconds(500000), 40 * seconds(25000)); // 20 times the packs; 400 times the time if it were quadratic.
+}
+
+TEST(CDTextDecoder, ReadsTheFileBesideTheSheet) {
+  const TemporaryFolder folder;
+  folder.Write("disc.cdt", Pack(0x80, 0, "A/B/") + "\0"s);
+  folder.Write("empty.CDT", std::string_view());
+  DecodedSheet sheet(1, "");
+  EXPECT_FALSE(LoadCDTextCompanion("", sheet.Get()));
+  EXPECT_FALSE(LoadCDTextCompanion(folder.Path("other.cue"), sheet.Get()));
+  EXPECT_TRUE(LoadCDTextCompanion(folder.Path("empty.cue"), sheet.Get()));
+  EXPECT_EQ(VARIANT_FALSE, VARIANT_BOOL{sheet->ZSCDTEXT.CDTextPresent});
+  EXPECT_TRUE(LoadCDTextCompanion(folder.Path("disc.cue"), sheet.Get()));
+  EXPECT_EQ("A|B", sheet.Texts());
+}
+
+} // namespace

@@ -1,0 +1,247 @@
+// Texts into packs, to the byte, and the way back through the decoder.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "cdtext/encoder.h"
+#include "disc/track_table.h"
+#include "foundation/strings.h"
+#include "platform/task_memory.h"
+#include "support/counting_environment.h"
+#include "support/services.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+/// A sheet of audio tracks that says it has CD-Text.
+class TextSheet : public TestSheet {
+public:
+  explicit TextSheet(UINT tracks = 0) {
+    AllocateTracks(Get(), tracks);
+    Get()->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
+    Get()->ZSCDTEXT.Language = ZSCDTEXT_ENGLISH;
+  }
+  TextSheet& Disc(std::string_view text, TextField field = TextField::Title) {
+    ReplaceText(&Get()->ZSCDTEXT, field, NewBstr(text));
+    return *this;
+  }
+  TextSheet& Of(UINT track, std::string_view text, TextField field = TextField::Title) {
+    ReplaceText(&Track(track), field, NewBstr(text));
+    return *this;
+  }
+  std::string Encode(bool withSubChannel = false) {
+    BYTE* data = nullptr;
+    LONG length = 0;
+    EXPECT_EQ(S_OK, EncodeSheetText(*Get(), withSubChannel, &data, &length));
+    const TaskMemory<BYTE> owner(data);
+    return {reinterpret_cast<const char*>(data), static_cast<std::size_t>(length)};
+  }
+};
+
+std::string PackAt(const std::string& data, std::size_t pack) { return data.substr(pack * kPackSize, kPackSize); }
+std::string Header(const std::string& data, std::size_t pack) { return PackAt(data, pack).substr(0, 4); }
+
+/// The 36 bytes of the last three packs of plain output, whose headers and CRCs are tested on the way.
+std::string SizeInfo(const std::string& data) {
+  EXPECT_EQ(1U, data.size() % kPackSize);
+  const std::size_t packs = data.size() / kPackSize;
+  std::string info;
+  for (std::size_t i = 0; i < packs; ++i) {
+    const std::string pack = PackAt(data, i);
+    const USHORT crc = CrcCDText(reinterpret_cast<const BYTE*>(pack.data()), 16);
+    EXPECT_EQ(std::string({static_cast<char>(crc >> 8), static_cast<char>(crc)}), pack.substr(16)) << i;
+    EXPECT_EQ(static_cast<char>(i), pack[2]);
+    if (i + 3 >= packs) {
+      EXPECT_EQ((std::string{'\x8F', static_cast<char>(i + 3 - packs), static_cast<char>(i), 0}), pack.substr(0, 4));
+      info += pack.substr(4, 12);
+    }
+  }
+  return info;
+}
+
+TEST(CDTextEncoder, ComputesTheCrc) {
+  EXPECT_EQ(0xCE3C, CrcCDText(reinterpret_cast<const BYTE*>("123456789"), 9));
+  EXPECT_EQ(0xFFFF, CrcCDText(nullptr, 0));
+}
+
+TEST(CDTextEncoder, WritesASingleTitle) {
+  const std::string data = TextSheet().Disc("ABC").Encode();
+  ASSERT_EQ(73U, data.size());
+  EXPECT_EQ("\x80\0\0\0ABC\0\0\0\0\0\0\0\0\0\x0E\x08"s, PackAt(data, 0));
+  // The highest sequence number of the texts is 0, so the block counts as empty there.
+  EXPECT_EQ("\1\1\0\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\3\0\0\0\0\0\0\0\0\x09\0\0\0\0\0\0\0"s, SizeInfo(data));
+  EXPECT_EQ('\0', data.back());
+}
+
+TEST(CDTextEncoder, DescribesItsPacks) {
+  TextSheet sheet(3);
+  sheet.Track(0).Mode = ZSMODE_1;
+  sheet.Of(0, "data").Of(1, "first").Of(2, "second one").Of(1, "pop", TextField::Genre);
+  sheet.Track(2).bstrISRC = NewBstr("DEA010100001");
+  const std::string data = sheet.Encode();
+  EXPECT_EQ("\x80\2\0\0first\0second"s, PackAt(data, 0).substr(0, 16)) << "the data track has no text";
+  EXPECT_EQ("\x80\3\1\6 one"s, PackAt(data, 1).substr(0, 8));
+  EXPECT_EQ("\x87\2\2\0pop\0"s, PackAt(data, 2).substr(0, 8));
+  EXPECT_EQ("\x8E\3\3\0DEA010100001"s, PackAt(data, 3).substr(0, 16));
+  EXPECT_EQ("\x8E\3\4\x0C\0"s, PackAt(data, 4).substr(0, 5));
+  EXPECT_EQ("\1\1\3\0\2\0\0\0\0\0\0\1\0\0\0\0\0\0\2\3\7\0\0\0\0\0\0\0\x09\0\0\0\0\0\0\0"s, SizeInfo(data));
+}
+
+TEST(CDTextEncoder, CountsThePositionOfAText) {
+  const std::string eleven = TextSheet(1).Disc("ABCDEFGHIJK").Of(0, "One").Encode();
+  EXPECT_EQ("\x80\1\1\0"s, Header(eleven, 1)) << "the zero byte fills the first pack";
+  const std::string twelve = TextSheet(1).Disc("ABCDEFGHIJKL").Of(0, "One").Encode();
+  EXPECT_EQ("\x80\0\1\x0C\0One\0"s, PackAt(twelve, 1).substr(0, 9)) << "the zero byte opens the second pack";
+  const std::string twenty = TextSheet().Disc("ABCDEFGHIJKLMNOPQRST").Encode();
+  EXPECT_EQ("\x80\0\1\x0C"s, Header(twenty, 1));
+  const std::string thirty = TextSheet().Disc("ABCDEFGHIJKLMNOPQRSTUVWXYZABCD").Encode();
+  EXPECT_EQ("\x80\0\2\x0F"s, Header(thirty, 2));
+}
+
+TEST(CDTextEncoder, OrdersTheTypes) {
+  TextSheet sheet;
+  for (TextField field : kTextFields) {
+    sheet.Disc("text", field);
+  }
+  sheet->ZSCDTEXT.bstrMCN = NewBstr("1234567890123");
+  const std::string data = sheet.Encode();
+  std::string types;
+  for (std::size_t i = 0; i < data.size() / kPackSize; ++i) {
+    types += PackAt(data, i)[0];
+  }
+  EXPECT_EQ("\x80\x81\x82\x83\x84\x85\x87\x8F\x8F\x8F", types) << "the catalogue number is not written";
+}
+
+/// Six-bit symbols back into packs.
+std::string Gather(const std::string& symbols) {
+  std::string bytes;
+  for (std::size_t i = 0; i < symbols.size(); i += 4) {
+    ULONG word = 0;
+    for (std::size_t k = 0; k < 4; ++k) {
+      EXPECT_EQ(0, symbols[i + k] & 0xC0);
+      word = word << 6 | static_cast<BYTE>(symbols[i + k]);
+    }
+    bytes += {static_cast<char>(word >> 16), static_cast<char>(word >> 8), static_cast<char>(word)};
+  }
+  return bytes;
+}
+
+TEST(CDTextEncoder, SpreadsPacksOverTheSubChannel) {
+  // Number of text packs in, and groups out: a group for each whole four packs and for each pack more.
+  constexpr std::pair<std::size_t, std::size_t> kCases[] = {{0, 3}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 2}, {6, 3}};
+  for (const auto& [textPacks, groups] : kCases) {
+    TextSheet sheet;
+    sheet.Disc(std::string(textPacks * kPackTextSize - (textPacks == 0 ? 0 : 1), 'x'));
+    const std::string plain = sheet.Encode();
+    const std::string spread = sheet.Encode(true);
+    const std::size_t packs = textPacks + 3;
+    ASSERT_EQ(packs * kPackSize + 1, plain.size());
+    ASSERT_EQ(groups * 96, spread.size()) << textPacks;
+    for (std::size_t i = 0; i < groups * 4; ++i) {
+      EXPECT_EQ(PackAt(plain, i % packs), PackAt(Gather(spread), i)) << textPacks;
+    }
+  }
+}
+
+TEST(CDTextEncoder, NeedsThePresenceOfText) {
+  TextSheet sheet;
+  EXPECT_EQ(55U, sheet.Encode().size());
+  BYTE* data = reinterpret_cast<BYTE*>(&sheet);
+  LONG length = 7;
+  sheet->ZSCDTEXT.CDTextPresent = 0;
+  EXPECT_EQ(S_FALSE, EncodeSheetText(*sheet.Get(), false, &data, &length));
+  EXPECT_EQ(reinterpret_cast<BYTE*>(&sheet), data);
+  sheet->ZSCDTEXT.CDTextPresent = 1;
+  TestAllocator().FailAt(1);
+  EXPECT_EQ(E_OUTOFMEMORY, EncodeSheetText(*sheet.Get(), false, &data, &length));
+  TestAllocator().FailAt(0);
+  EXPECT_EQ(nullptr, data);
+  EXPECT_EQ(7, length);
+}
+
+/// What the sheet reads as after encoding and decoding: disc and tracks.
+std::vector<std::string> Decoded(const std::string& data, UINT tracks, TextField field) {
+  std::string copy = data;
+  TextSheet sheet(tracks);
+  DecodeCDTextPacks(reinterpret_cast<BYTE*>(copy.data()), copy.size(), sheet.Get());
+  std::vector<std::string> texts{Narrow(TextOf(sheet->ZSCDTEXT, field))};
+  for (UINT i = 0; i < tracks; ++i) {
+    texts.push_back(Narrow(TextOf(sheet.Track(i), field)));
+  }
+  return texts;
+}
+
+TEST(CDTextEncoder, CutsLongTextsBetweenCharacters) {
+  const std::string kana = "\xE3\x81\x82";
+  std::string kanas;
+  for (int i = 0; i < 100; ++i) {
+    kanas += kana;
+  }
+  const std::string data = TextSheet(1).Disc(std::string(300, 'a')).Of(0, kanas).Encode();
+  EXPECT_EQ((std::vector{std::string(254, 'a'), kanas.substr(0, 252)}), Decoded(data, 1, TextField::Title));
+}
+
+TEST(CDTextEncoder, KeepsWholeTextsOfAFullBlock) {
+  for (const std::size_t length : {std::size_t{23}, std::size_t{30}, std::size_t{200}, std::size_t{254}}) {
+    TextSheet sheet(99);
+    for (UINT i = 0; i < 99; ++i) {
+      sheet.Of(i, std::string(length, 'a')).Of(i, std::string(length, 'b'), TextField::Performer);
+    }
+    const std::string data = sheet.Encode();
+    const std::string info = SizeInfo(data);
+    const std::size_t packs = data.size() / kPackSize;
+    EXPECT_LE(packs, 256U);
+    EXPECT_GE(packs + (length + 1) / kPackTextSize + 1, 256U) << "no room is wasted";
+    EXPECT_EQ(static_cast<char>(packs - 1), info[20]);
+    EXPECT_EQ(packs - 3, std::size_t{static_cast<BYTE>(info[4])} + static_cast<BYTE>(info[5]));
+    std::size_t kept = 0;
+    for (TextField field : {TextField::Title, TextField::Performer}) {
+      // Without a disc's text the first pack names track 1, so that places are kept.
+      for (const std::string& text : Decoded(data, 99, field)) {
+        kept += text.size() == length ? 1 : 0;
+        EXPECT_TRUE(text.size() == length || text == "(null)") << text;
+      }
+    }
+    EXPECT_GE((kept + 1) * (length + 1), (253 - 1) * kPackTextSize) << "texts that fit are kept";
+  }
+}
+
+TEST(CDTextEncoder, ComesBackThroughTheDecoder) {
+  std::mt19937 random(20240521);
+  const auto number = [&random](std::size_t from, std::size_t to) {
+    return std::uniform_int_distribution<std::size_t>(from, to)(random);
+  };
+  const auto text = [&] {
+    std::u16string wide(number(1, 24), u'\0');
+    for (char16_t& unit : wide) {
+      unit = static_cast<char16_t>(number(0, 3) != 0 ? number(0x20, 0x7E) : number(0xA1, 0xFF));
+    }
+    return wide;
+  };
+  for (int round = 0; round < 200; ++round) {
+    const auto tracks = static_cast<UINT>(number(0, 10));
+    TextSheet sheet(tracks);
+    TextSheet back(tracks);
+    const auto set = [&text](auto* record, TextField field) {
+      const std::u16string wide = text();
+      ReplaceText(record, field, SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size())));
+    };
+    for (TextField field : kTextFields) {
+      set(&sheet->ZSCDTEXT, field);
+      for (UINT i = 0; i < tracks && field != TextField::Genre; ++i) {
+        set(&sheet.Track(i), field);
+      }
+    }
+    std::string data = sheet.Encode();
+    DecodeCDTextPacks(reinterpret_cast<BYTE*>(data.data()), data.size(), back.Get());
+    for (TextField field : kTextFields) {
+      EXPECT_EQ(BstrView(TextOf(sheet->ZSCDTEXT, field)), BstrView(TextOf(back->ZSCDTEXT, field)));
+      for (UINT i = 0; i < tracks; ++i) {
+        EXPECT_EQ(BstrView(TextOf(sheet.Track(i), field)), BstrView(TextOf(back.Track(i), field)));
+      }
+    }
+  }
+}
+
+} // namespace
