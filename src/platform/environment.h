@@ -45,10 +45,13 @@ public:
   virtual int ListFolder(const char* path, std::vector<std::string>* names) noexcept = 0;
 };
 
-/// What the layer currently works with. Never null.
+class MessageHandler;
+
+/// What the layer currently works with. Allocator and files are never null.
 struct Environment {
   Allocator* allocator;
   FileOperations* files;
+  MessageHandler* messages = nullptr; ///< The host's way to show messages (platform/message_box.h), if it has one.
 };
 
 /// The one environment of the process. At the start it holds the system's own allocator and calls.

@@ -1,6 +1,6 @@
 #include "platform/profile.h"
 
-#include <unordered_set>
+#include <algorithm>
 
 #include "platform/files.h"
 #include "platform/text.h"
@@ -16,7 +16,8 @@ std::string_view Trim(std::string_view text) noexcept {
 }
 
 std::string_view DropQuotes(std::string_view value) noexcept {
-  const bool quoted = value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front();
+  const bool quoted =
+      value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front();
   return quoted ? value.substr(1, value.size() - 2) : value;
 }
 
@@ -26,23 +27,23 @@ std::string Upper(std::string_view text) {
   return upper;
 }
 
-/// A line end cannot occur in a name, so it keeps section and key apart.
-std::string KeyOf(std::string_view upperSection, std::string_view key) {
-  std::string name(upperSection);
-  name.push_back('\n');
-  return name.append(Upper(key));
-}
+std::string_view SectionOf(std::string_view line) noexcept { return Trim(line.substr(1, line.find(']', 1) - 1)); }
+
+/// What a line says of a key before its `=`.
+std::string_view KeyOf(std::string_view line) noexcept { return Trim(line.substr(0, line.find('='))); }
 
 std::string ReadWhole(const std::string& path) {
-  std::string text;
   const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
-  constexpr DWORD kStep = 65536;
-  for (DWORD came = file ? kStep : 0; came == kStep;) {
-    const std::size_t before = text.size();
-    text.resize(before + kStep);
-    ReadFile(file.Get(), text.data() + before, kStep, &came);
-    text.resize(before + came);
+  constexpr DWORD kTooLarge = 0x80000000U;
+  DWORD high = 0;
+  const DWORD size = file ? GetFileSize(file.Get(), &high) : 0;
+  if (high != 0 || size >= kTooLarge) {
+    return {};
   }
+  std::string text(size, '\0');
+  DWORD came = 0;
+  ReadFile(file.Get(), text.data(), size, &came);
+  text.resize(came);
   return text;
 }
 
@@ -74,46 +75,67 @@ LONG ParseInt(std::string_view text) noexcept {
 
 } // namespace
 
-ProfileFile::ProfileFile(const std::string& path) { Index(ReadWhole(path)); }
+ProfileFile::ProfileFile(const std::string& path) : m_text(ReadWhole(path)), m_entries(0, Hash{this}, Equal{this}) {
+  Index();
+}
 
-void ProfileFile::Index(std::string_view text) {
-  std::unordered_set<std::string> seen;
-  std::string section;
+void ProfileFile::Index() {
+  std::uint32_t section = 0;
   bool skip = true; // Keys before the first section belong to none, and those of a repeated section do not count.
-  std::size_t position = 0;
-  while (position < text.size()) {
-    const std::size_t end = std::min(text.find('\n', position), text.size());
-    const std::string_view line = Trim(text.substr(position, end - position));
-    position = end + 1;
+  for (std::size_t start = 0; start < m_text.size(); start = std::min(m_text.find('\n', start), m_text.size()) + 1) {
+    const std::string_view line = LineAt(start);
+    const auto place = static_cast<std::uint32_t>(start);
     if (line.empty() || line.front() == ';') {
       continue;
     }
     if (line.front() == '[') {
-      const std::size_t close = line.find(']');
-      section = Upper(Trim(line.substr(1, close == std::string_view::npos ? close : close - 1)));
-      skip = !seen.insert(section).second;
-      continue;
-    }
-    const std::size_t equals = line.find('=');
-    if (!skip && equals != std::string_view::npos) {
-      m_values.try_emplace(KeyOf(section, Trim(line.substr(0, equals))), DropQuotes(Trim(line.substr(equals + 1))));
+      section = place;
+      skip = !m_entries.insert({kSections, place}).second;
+    } else if (!skip && line.find('=') != std::string_view::npos) {
+      m_entries.insert({section, place});
     }
   }
 }
 
-const std::string* ProfileFile::Find(std::string_view section, std::string_view key) const {
-  const auto found = m_values.find(KeyOf(Upper(section), key));
-  return found == m_values.end() ? nullptr : &found->second;
+std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
+  const std::string_view rest = std::string_view(m_text).substr(start);
+  return Trim(rest.substr(0, rest.find('\n')));
+}
+
+ProfileFile::Name ProfileFile::NameOf(const Entry& entry) const noexcept {
+  const std::string_view line = LineAt(entry.line);
+  return {entry.section, entry.section == kSections ? SectionOf(line) : KeyOf(line)};
+}
+
+std::size_t ProfileFile::Hash::operator()(const Name& name) const {
+  return std::hash<std::string>()(Upper(name.name)) * 31 + name.section;
+}
+
+bool ProfileFile::Equal::operator()(const Name& left, const Name& right) const {
+  return left.section == right.section && Upper(left.name) == Upper(right.name);
+}
+
+std::optional<std::string_view> ProfileFile::Find(std::string_view section, std::string_view key) const {
+  const auto heading = m_entries.find(Name{kSections, section});
+  if (heading == m_entries.end()) {
+    return std::nullopt;
+  }
+  const auto found = m_entries.find(Name{heading->line, key});
+  if (found == m_entries.end()) {
+    return std::nullopt;
+  }
+  const std::string_view line = LineAt(found->line);
+  return DropQuotes(Trim(line.substr(line.find('=') + 1)));
 }
 
 LONG ProfileFile::GetInt(std::string_view section, std::string_view key, LONG missing) const {
-  const std::string* value = Find(section, key);
-  return value == nullptr ? missing : ParseInt(*value);
+  const std::optional<std::string_view> value = Find(section, key);
+  return value ? ParseInt(*value) : missing;
 }
 
 std::string ProfileFile::GetString(std::string_view section, std::string_view key, std::size_t limit) const {
-  const std::string* value = Find(section, key);
-  return value == nullptr || limit == 0 ? std::string() : value->substr(0, limit - 1);
+  const std::optional<std::string_view> value = Find(section, key);
+  return value && limit != 0 ? std::string(value->substr(0, limit - 1)) : std::string();
 }
 
 LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG missing, const std::string& path) {
@@ -123,5 +145,5 @@ LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG 
 std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view missing,
                                      std::size_t limit, const std::string& path) {
   const ProfileFile profile(path);
-  return profile.Find(section, key) == nullptr ? std::string(missing) : profile.GetString(section, key, limit);
+  return profile.Find(section, key) ? profile.GetString(section, key, limit) : std::string(missing);
 }
