@@ -2,7 +2,6 @@
 /// The commands of the tool. Each answers the exit status, or throws a Failure. Paths are narrow text.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "platform/base_types.h"
@@ -19,3 +18,36 @@ struct PositionOptions {
   bool json = false;
 };
 int RunPosition(const PositionOptions& options);
+
+struct ExtractOptions {
+  std::string path;
+  unsigned session = 1;
+  unsigned track = 0;
+  UINT blockSize = 0; ///< 0 for the track's own.
+  std::string output;
+  std::string folder; ///< All tracks go here, when given.
+};
+int RunExtract(const ExtractOptions& options);
+
+struct ConvertOptions {
+  std::string path;
+  std::string output;
+  std::string packs; ///< File of raw CD-Text packs; empty for the text of the image.
+  bool noText = false;
+  bool withData = false;
+};
+int RunConvert(const ConvertOptions& options);
+
+struct DecodeOptions {
+  std::string path;
+  unsigned tracks = 0;
+  bool json = false;
+};
+int RunDecode(const DecodeOptions& options);
+
+struct EncodeOptions {
+  std::string path;
+  std::string output;
+  bool subChannel = false;
+};
+int RunEncode(const EncodeOptions& options);

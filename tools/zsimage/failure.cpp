@@ -20,6 +20,7 @@ constexpr KnownCode kKnownCodes[] = {
     {E_NOTIMPL, "E_NOTIMPL", "the operation is not offered"},
     {E_NOINTERFACE, "E_NOINTERFACE", "the object lacks the interface"},
     {E_POINTER, "E_POINTER", "a place for the result is missing"},
+    {kCancelled, "E_ABORT", "cancelled"},
     {E_FAIL, "E_FAIL", "the operation failed without a closer reason"},
     {E_UNEXPECTED, "E_UNEXPECTED", "the object is in no state for this operation"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY", "there is not enough memory"},
@@ -41,6 +42,8 @@ constexpr KnownCode kKnownCodes[] = {
     {HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION), "ERROR_SHARING_VIOLATION", "another program writes to the file"},
     {HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), "ERROR_HANDLE_EOF", "the file ends too early"},
     {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "ERROR_DISK_FULL", "the disk is full"},
+    {HRESULT_FROM_WIN32(ERROR_IO_DEVICE), "ERROR_IO_DEVICE", "the device failed"},
+    {HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), "ERROR_FILE_TOO_LARGE", "the file would be too large"},
     {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system refused"},
 };
 
@@ -60,6 +63,11 @@ Failure::Failure(std::string_view file, std::string_view words, HRESULT code) : 
   const std::string number = CodeNumber(code);
   m_message = (file.empty() ? std::string() : TerminalText(file) + ": ") + std::string(words) + " (" + name +
               (name == number ? "" : ", " + number) + ")";
+}
+
+int Failure::Report() const {
+  std::fprintf(stderr, "zsimage: %s\n", what());
+  return m_code == kCancelled ? kExitCancelled : kExitFailure;
 }
 
 std::string CodeName(HRESULT code) {

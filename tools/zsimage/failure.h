@@ -13,12 +13,17 @@ inline constexpr int kExitFailure = 1;     ///< The operation failed; standard e
 inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
 inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
 
+/// The user ended the command.
+inline constexpr HRESULT kCancelled = MakeResult(0x80004004);
+
 /// Ends a command. `file` is narrow text; `words` is UTF-8 and says what is wrong and, where it helps, what to do.
 class Failure : public std::exception {
 public:
   Failure(std::string_view file, std::string_view words, HRESULT code);
 
   HRESULT Code() const noexcept { return m_code; }
+  /// Prints the message on standard error. @return the exit status.
+  int Report() const;
   /// One line, UTF-8: "disc.cue: no such file (ZSE_CANNOTOPENIMAGE, 0x809F001A)".
   const char* what() const noexcept override { return m_message.c_str(); }
 

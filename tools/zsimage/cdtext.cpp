@@ -1,0 +1,59 @@
+#include <cstdio>
+
+#include "commands.h"
+#include "failure.h"
+#include "files.h"
+#include "platform/text.h"
+#include "record_json.h"
+#include "record_table.h"
+
+namespace {
+
+constexpr UHYPER kLargestPackFile = 16U << 20; // Far above what any disc's lead-in holds.
+
+bool IsCompanion(const std::string& path) {
+  return path.size() >= 4 && lstrcmpiA(std::string_view(path).substr(path.size() - 4), ".CDT") == 0;
+}
+
+/// Reads a file of packs into the texts of a sheet. The component itself finds and reads a .CDT file.
+void Decode(const Host& host, const std::string& path, ZSCUESHEET* sheet) {
+  if (IsCompanion(path)) {
+    Check(host.Sheets().AnalyzeCDText(Wide(path).get(), sheet), path, "no such file, or it cannot be read");
+    return;
+  }
+  std::vector<BYTE> packs = ReadWholeFile(path, kLargestPackFile);
+  packs.reserve(1); // The component takes no null address, not even for no bytes.
+  Check(host.Sheets().AnalyzeCDTextFromData(packs.data(), static_cast<UINT>(packs.size()), sheet), path);
+}
+
+} // namespace
+
+int RunDecode(const DecodeOptions& options) {
+  const Host host;
+  const SheetRecord record(host, options.tracks);
+  Decode(host, options.path, &record.Sheet());
+  if (options.json) {
+    PrintJson(SheetToJson(record.Sheet()));
+  } else if (record.Sheet().ZSCDTEXT.CDTextPresent != VARIANT_TRUE) {
+    std::printf("%s holds no CD-Text packs.\n", TerminalText(options.path).c_str());
+  } else {
+    std::printf("%s", RenderSheet(record.Sheet()).c_str());
+  }
+  return 0;
+}
+
+int RunEncode(const EncodeOptions& options) {
+  const Host host;
+  const ImageRecord image(host, options.path);
+  const EncodedText text(host, image.Session(1), options.subChannel);
+  Check(text.Result(), options.path, text.Result() == S_FALSE ? "the first session has no text to encode" : "");
+  if (SameFile(options.output, options.path) || SameFile(options.output, image.DataFile())) {
+    throw Failure(options.output, "this file belongs to the image; give another name", E_INVALIDARG);
+  }
+  OutputFile file(options.output, text.Size());
+  file.Write(text.Data(), text.Size());
+  file.Keep();
+  std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), text.Size(),
+              options.subChannel ? ", in groups of 96 for the sub-channel" : "");
+  return 0;
+}

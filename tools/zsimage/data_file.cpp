@@ -1,0 +1,162 @@
+#include "data_file.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "files.h"
+
+namespace {
+
+constexpr std::size_t kBufferBytes = 256 * 1024;
+
+std::string SizeOf(const ZSTRACK& track, unsigned session, UINT number) {
+  return Format("track %u of session %u has sectors of %d bytes", number, session + 1,
+                static_cast<int>(track.BlockSize));
+}
+
+/// Why the sectors of these sessions cannot stand in one file; empty when they can.
+std::string FindSizeConflict(const zsimagefileinfo& info, unsigned sessions) {
+  const LONG first =
+      sessions == 0 || info.pZSCueSheet[0]->nTracks == 0 ? 0 : info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
+  for (unsigned session = 0; session < sessions; ++session) {
+    const ZSCUESHEET& sheet = *info.pZSCueSheet[session];
+    for (UINT i = 0; i < sheet.nTracks; ++i) {
+      const LONG size = sheet.pZSTracks[i].BlockSize;
+      if (size <= 0 || size > ZSFILEBLOCKSIZE_2448) {
+        return SizeOf(sheet.pZSTracks[i], session, i + 1) + ", which no data file can have";
+      }
+      if (size != first) {
+        return Format("the tracks have different block sizes: the first track has %d bytes, ", static_cast<int>(first))
+            .append(SizeOf(sheet.pZSTracks[i], session, i + 1));
+      }
+    }
+  }
+  return first == 0 ? "the image has no tracks" : "";
+}
+
+/// Lays the tracks of an image out behind each other.
+class Layout {
+public:
+  Layout(const ImageRecord& image, DataFilePlan* plan) : m_image(image), m_plan(*plan) {}
+
+  void AddSession(unsigned index, bool isLast) {
+    const ZSCUESHEET& sheet = *m_image.Info().pZSCueSheet[index];
+    const std::vector<TrackPlace> places = PlacesOfSession(m_image.Info(), index);
+    if (index == 0) {
+      m_sourceEnd = m_image.Info().dwSeekBegin64;
+    } else if (sheet.nTracks != 0) { // A later session follows the one before, whatever the gap on the disc.
+      m_position = std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
+    }
+    for (UINT i = 0; i < sheet.nTracks && m_plan.whyNot.empty(); ++i) {
+      const bool endsSession = i + 1 == sheet.nTracks && !isLast;
+      AddTrack(sheet.pZSTracks[i], places[i], endsSession ? std::max<LONG>(sheet.pZSTracks[i].Postgap, 0) : 0,
+               Format("track %u of session %u", i + 1, index + 1));
+    }
+  }
+
+private:
+  void AddTrack(const ZSTRACK& track, const TrackPlace& place, LONG postgap, const std::string& name) {
+    const std::int64_t gap = std::int64_t{track.dwLBA} - m_position;
+    if (gap < 0 || place.begin < m_sourceEnd) {
+      m_plan.whyNot = name + " begins before the one in front of it ends";
+      return;
+    }
+    // What the image holds in front of the track, its pregap above all, comes along as far as it goes.
+    const UHYPER kept = std::min<UHYPER>(static_cast<UHYPER>(gap), (place.begin - m_sourceEnd) / place.blockSize);
+    const SectorRun run{place.begin - kept * place.blockSize,
+                        static_cast<ULONG>(kept) + place.sectors + static_cast<ULONG>(postgap), place.blockSize, 0,
+                        m_plan.blockSize};
+    const ULONG missing = MissingSectors(m_image.DataFile(), run);
+    if (missing != 0) {
+      m_plan.whyNot = "the image is short: " + name + Format(" lacks %u of its sectors", missing);
+    }
+    m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
+    m_position = std::int64_t{track.dwLBA} + place.sectors + postgap;
+    m_sourceEnd = run.begin + UHYPER{run.sectors} * run.blockSize;
+  }
+
+  const ImageRecord& m_image;
+  DataFilePlan& m_plan;
+  std::int64_t m_position = 0; ///< Position of the description behind what is laid out.
+  UHYPER m_sourceEnd = 0;      ///< Byte of the image behind it.
+};
+
+/// Moves bytes into the new file, and looks for the wish to stop.
+class Writer {
+public:
+  Writer(const std::string& target, const DataFilePlan& plan)
+      : m_target(target), m_transfer("sectors", plan.Bytes()), m_file(target, plan.Bytes()) {}
+
+  void WriteSilence(UHYPER bytes) {
+    const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
+    while (bytes > 0) {
+      const UHYPER step = std::min<UHYPER>(bytes, zeros.size());
+      m_file.Write(zeros.data(), static_cast<std::size_t>(step));
+      bytes -= step;
+      if (InterruptWatch::Requested()) {
+        ThrowCancelled(m_target);
+      }
+    }
+  }
+
+  void WriteRun(const Host& host, const std::string& source, const SectorRun& run) {
+    m_transfer.StartNextStream();
+    const ComPtr<IStream> stream = OpenRun(host, source, run, &m_transfer);
+    UHYPER written = 0;
+    for (ULONG delivered = 1; delivered != 0; written += delivered) {
+      stream->Read(m_buffer.data(), static_cast<ULONG>(m_buffer.size()), &delivered);
+      m_file.Write(m_buffer.data(), delivered);
+    }
+    if (m_transfer.IsCancelled()) {
+      ThrowCancelled(m_target);
+    }
+    if (written < run.Bytes()) {
+      ThrowReadFailure(source, run, written);
+    }
+  }
+
+  void Keep() noexcept { m_file.Keep(); }
+
+private:
+  const std::string& m_target;
+  Transfer m_transfer;
+  OutputFile m_file;
+  std::vector<BYTE> m_buffer = std::vector<BYTE>(kBufferBytes);
+};
+
+} // namespace
+
+UHYPER DataFilePlan::Bytes() const noexcept {
+  UHYPER bytes = 0;
+  for (const Piece& piece : pieces) {
+    bytes += piece.silence * blockSize + piece.run.Bytes();
+  }
+  return bytes;
+}
+
+DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
+  DataFilePlan plan;
+  plan.whyNot = FindSizeConflict(image.Info(), sessions);
+  if (!plan.whyNot.empty()) {
+    return plan;
+  }
+  const LONG stored = image.Info().pZSCueSheet[0]->pZSTracks[0].BlockSize;
+  plan.blockSize = static_cast<UINT>(std::min<LONG>(stored, ZSFILEBLOCKSIZE_2352));
+  Layout layout(image, &plan);
+  for (unsigned session = 0; session < sessions && plan.whyNot.empty(); ++session) {
+    layout.AddSession(session, session + 1 == sessions);
+  }
+  return plan;
+}
+
+void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target) {
+  if (SameFile(source, target)) {
+    throw Failure(target, "this is the image's own data file; give the description another name", E_INVALIDARG);
+  }
+  Writer writer(target, plan);
+  for (const DataFilePlan::Piece& piece : plan.pieces) {
+    writer.WriteSilence(piece.silence * plan.blockSize);
+    writer.WriteRun(host, source, piece.run);
+  }
+  writer.Keep();
+}

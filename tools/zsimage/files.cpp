@@ -1,0 +1,180 @@
+#include "files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+#include "platform/paths.h"
+#include "terminal_text.h"
+
+namespace {
+
+constexpr UHYPER kNearlyNothing = 65536; // Below this many free bytes a disk counts as full.
+
+std::optional<struct stat> StatusOf(const std::string& path) {
+  std::string resolved;
+  struct stat status {};
+  if (!ResolveFilePath(path, &resolved) || stat(resolved.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  return status;
+}
+
+std::string FolderOf(const std::string& path) {
+  const std::string folder = path.substr(0, PathFindFileNameA(path));
+  return folder.empty() ? "." : folder;
+}
+
+bool IsDiskFull(const std::string& path) {
+  std::string folder;
+  std::error_code error;
+  if (!ResolveFilePath(FolderOf(path), &folder)) {
+    return false;
+  }
+  const auto space = std::filesystem::space(folder, error);
+  return !error && space.available < kNearlyNothing;
+}
+
+} // namespace
+
+std::optional<UHYPER> FileSize(const std::string& path) {
+  const auto status = StatusOf(path);
+  if (status && S_ISREG(status->st_mode)) {
+    return static_cast<UHYPER>(status->st_size);
+  }
+  if (!status || !S_ISBLK(status->st_mode)) {
+    return std::nullopt;
+  }
+  const UniqueHandle device(
+      CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+  UHYPER size = 0;
+  return device && SetFilePointerEx(device.Get(), 0, &size, FILE_END) ? std::optional(size) : std::nullopt;
+}
+
+bool SameFile(const std::string& left, const std::string& right) {
+  const auto first = StatusOf(left);
+  const auto second = StatusOf(right);
+  return first && second && first->st_dev == second->st_dev && first->st_ino == second->st_ino;
+}
+
+void RemoveFile(const std::string& path) {
+  std::string resolved;
+  if (FileSize(path) && ResolveFilePath(path, &resolved)) {
+    std::error_code ignored;
+    std::filesystem::remove(resolved, ignored);
+  }
+}
+
+std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
+  const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+  if (!file) {
+    const DWORD error = GetLastError();
+    const bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    throw Failure(path, missing ? "no such file" : "the file cannot be opened for reading",
+                  missing ? ZSE_FILENOTFOUND : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error)));
+  }
+  UHYPER size = 0;
+  SetFilePointerEx(file.Get(), 0, &size, FILE_END);
+  SetFilePointerEx(file.Get(), 0, nullptr, FILE_BEGIN);
+  if (size > limit) {
+    throw Failure(path, "the file is far too large for this; the limit is " + ReadableSize(limit), E_INVALIDARG);
+  }
+  std::vector<BYTE> content(static_cast<std::size_t>(size));
+  DWORD done = 0;
+  if (!ReadFile(file.Get(), content.data(), static_cast<DWORD>(size), &done)) {
+    throw Failure(path, "the file cannot be read", HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())));
+  }
+  content.resize(done);
+  return content;
+}
+
+std::string Beside(const std::string& path, std::string_view name) {
+  return path.substr(0, PathFindFileNameA(path)).append(name);
+}
+
+Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted) {
+  const auto folder = StatusOf(FolderOf(path));
+  const auto target = StatusOf(path);
+  std::string resolved;
+  if (!folder || !S_ISDIR(folder->st_mode)) {
+    return Failure(path, "the folder that it should go into does not exist", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
+  }
+  if (target && S_ISDIR(target->st_mode)) {
+    return Failure(path, "this is a folder; give the name of a file", HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
+  }
+  if (IsDiskFull(path) || RefusesData(path)) {
+    return Failure(path,
+                   "the disk is full: " + ReadableSize(written) + " of " + ReadableSize(wanted) + " could be written",
+                   HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+  }
+  if (!ResolveFilePath(target ? path : FolderOf(path), &resolved) || access(resolved.c_str(), W_OK) != 0) {
+    return Failure(path, target ? "the file may not be written" : "no file may be made in this folder",
+                   HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
+  }
+  return Failure(path,
+                 "only " + ReadableSize(written) + " of " + ReadableSize(wanted) +
+                     " could be written; look at the free space, the quota and the file's permissions",
+                 E_FAIL);
+}
+
+bool RefusesData(const std::string& path) {
+  const auto status = StatusOf(path);
+  std::string resolved;
+  if (!status || !S_ISCHR(status->st_mode) || !ResolveFilePath(path, &resolved)) {
+    return false;
+  }
+  const int descriptor = open(resolved.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  const bool refuses = descriptor == -1 || (write(descriptor, "", 0) == -1 && errno == ENOSPC);
+  if (descriptor != -1) {
+    close(descriptor);
+  }
+  return refuses;
+}
+
+OutputFile::OutputFile(const std::string& path, UHYPER size)
+    : m_path(path), m_file(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)),
+      m_size(size) {
+  if (!m_file) {
+    m_keep = true; // Nothing of ours is there.
+    throw WriteFailure(path, 0, size);
+  }
+}
+
+OutputFile::~OutputFile() {
+  m_file.Reset();
+  if (!m_keep) {
+    RemoveFile(m_path);
+  }
+}
+
+void OutputFile::Write(const BYTE* data, std::size_t size) {
+  DWORD done = 0;
+  const bool whole = WriteFile(m_file.Get(), data, static_cast<DWORD>(size), &done);
+  m_written += done;
+  if (!whole) {
+    if (GetLastError() == ERROR_DISK_FULL) {
+      throw Failure(
+          m_path, "the disk is full: " + ReadableSize(m_written) + " of " + ReadableSize(m_size) + " could be written",
+          HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    }
+    throw WriteFailure(m_path, m_written, m_size);
+  }
+}
+
+ScratchFolder::ScratchFolder() {
+  std::error_code error;
+  m_path = std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
+  if (error || mkdtemp(m_path.data()) == nullptr) {
+    throw Failure(m_path, "no temporary folder can be made; set TMPDIR to a folder that can be written", E_FAIL);
+  }
+}
+
+ScratchFolder::~ScratchFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(m_path, ignored);
+}

@@ -1,0 +1,73 @@
+/// @file
+/// Files of the host: what the tool looks at before and after the component worked, and what it writes itself.
+///
+/// Paths are narrow text and found as the platform layer finds them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "failure.h"
+#include "platform/files.h"
+
+/// Bytes of a file; none when there is no regular file or block device of this path.
+std::optional<UHYPER> FileSize(const std::string& path);
+
+/// Whether both paths name one existing file.
+bool SameFile(const std::string& left, const std::string& right);
+
+/// Removes a regular file. Devices stay.
+void RemoveFile(const std::string& path);
+
+/// The whole file. @throws Failure when it cannot be read or is larger than `limit`.
+std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
+
+/// Another name in the folder of a path.
+std::string Beside(const std::string& path, std::string_view name);
+
+/// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is
+/// now, so a partial file must still be there.
+/// @param written Bytes that are in the file. @param wanted Bytes that should be.
+Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted);
+
+/// Whether a path leads to a device that takes no data, which no size would show.
+bool RefusesData(const std::string& path);
+
+/// A file that the tool writes. It goes away again unless it is kept.
+class OutputFile {
+public:
+  /// @throws Failure when it cannot be created.
+  OutputFile(const std::string& path, UHYPER size);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  /// @throws Failure when not all of it goes out.
+  void Write(const BYTE* data, std::size_t size);
+
+  void Keep() noexcept { m_keep = true; }
+
+private:
+  std::string m_path;
+  UniqueHandle m_file;
+  UHYPER m_size;
+  UHYPER m_written = 0;
+  bool m_keep = false;
+};
+
+/// A new folder that goes away with what is in it.
+class ScratchFolder {
+public:
+  /// @throws Failure when it cannot be made.
+  ScratchFolder();
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder();
+
+  std::string Path(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+  std::string m_path;
+};

@@ -1,0 +1,53 @@
+#include "sector_source.h"
+
+#include "failure.h"
+#include "files.h"
+
+ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer) {
+  // A record of this one run: the stream takes its place and geometry from nothing else.
+  zsimagefileinfo info{};
+  info.dwSeekBegin64 = run.begin;
+  info.nSubCount = static_cast<USHORT>(run.dataOffset);
+  ZSTRACK track{};
+  track.dwEndLBA = run.sectors;
+  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(run.blockSize);
+  ComPtr<IStream> stream;
+  const HRESULT result =
+      host.Sheets().ExtractTrackToStream(Wide(dataFile).get(), nullptr, &info, &track, run.dataSize,
+                                         transfer->CallBack(), 0, transfer->User(), stream.Receive());
+  Check(result, dataFile,
+        result == S_FALSE ? "the data file cannot be opened, or the track's place in it is beyond any file" : "");
+  return stream;
+}
+
+ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
+  const UHYPER size = FileSize(dataFile).value_or(0);
+  if (run.sectors == 0) {
+    return 0;
+  }
+  // The last sector counts as there when the part of it that is taken is.
+  const UHYPER lead = run.begin + run.dataOffset;
+  if (lead < run.begin || size < lead || size - lead < run.dataSize) {
+    return run.sectors;
+  }
+  const UHYPER present = (size - lead - run.dataSize) / run.blockSize + 1;
+  return present >= run.sectors ? 0 : run.sectors - static_cast<ULONG>(present);
+}
+
+void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, UHYPER delivered) {
+  const ULONG missing = MissingSectors(dataFile, run);
+  if (missing != 0) {
+    throw Failure(dataFile,
+                  Format("the image is short: the file ends before the track does, %u of its %u sectors are missing",
+                         missing, run.sectors),
+                  HRESULT_FROM_WIN32(ERROR_HANDLE_EOF));
+  }
+  throw Failure(dataFile,
+                Format("the file cannot be read at sector %llu of the track",
+                       static_cast<unsigned long long>(delivered / run.dataSize)),
+                HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+}
+
+void ThrowCancelled(const std::string& file) {
+  throw Failure(file, "cancelled; the part that was written has been removed", kCancelled);
+}

@@ -1,0 +1,30 @@
+/// @file
+/// Runs of sectors out of an image, as streams of the component.
+#pragma once
+
+#include "host.h"
+#include "progress.h"
+#include "track_place.h"
+
+/// Equal sectors that follow each other in the sector file, and what to take of each.
+struct SectorRun {
+  UHYPER begin; ///< Byte of the first sector.
+  ULONG sectors;
+  UINT blockSize;  ///< Bytes from one sector to the next.
+  UINT dataOffset; ///< Bytes of each sector to leave out.
+  UINT dataSize;   ///< Bytes of each sector to take.
+
+  UHYPER Bytes() const noexcept { return UHYPER{sectors} * dataSize; }
+};
+
+/// A stream over a run of the file `dataFile`, told to the transfer. @throws Failure.
+ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer);
+
+/// How many sectors of a run the data file lacks at its end.
+ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
+
+/// Ends a command because the data file ends before a run does, or cannot be read to its end.
+[[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, UHYPER delivered);
+
+/// Ends a command that the user cancelled. `file` has been removed.
+[[noreturn]] void ThrowCancelled(const std::string& file);
