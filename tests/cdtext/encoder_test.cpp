@@ -60,12 +60,9 @@ std::string SizeInfo(const std::string& data) {
   return info;
 }
 
-TEST(CDTextEncoder, ComputesTheCrc) {
+TEST(CDTextEncoder, WritesASingleTitle) {
   EXPECT_EQ(0xCE3C, CrcCDText(reinterpret_cast<const BYTE*>("123456789"), 9));
   EXPECT_EQ(0xFFFF, CrcCDText(nullptr, 0));
-}
-
-TEST(CDTextEncoder, WritesASingleTitle) {
   const std::string data = TextSheet().Disc("ABC").Encode();
   ASSERT_EQ(73U, data.size());
   EXPECT_EQ("\x80\0\0\0ABC\0\0\0\0\0\0\0\0\0\x0E\x08"s, PackAt(data, 0));
