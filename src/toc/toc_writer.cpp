@@ -1,6 +1,5 @@
 #include "toc/toc_writer.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "cdtext/decoder.h"

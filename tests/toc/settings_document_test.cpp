@@ -1,0 +1,133 @@
+#include "toc/settings_document.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "support/temporary_folder.h"
+
+namespace {
+
+const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n";
+
+std::string TextOf(const CZSSettingsDocument& document) {
+  std::ostringstream stream;
+  document.WriteText(stream);
+  return stream.str().substr(kDeclaration.size());
+}
+
+TEST(SettingsDocument, SplitsPaths) {
+  using Parts = std::vector<std::string>;
+  const std::pair<const char*, Parts> cases[] = {
+      {nullptr, {}},
+      {"", {}},
+      {"A", {}},
+      {"A:", {"A"}},
+      {":", {""}},
+      {"::", {"", ""}},
+      {"A:B", {"A", "B"}},
+      {"A:B:", {"A", "B"}},
+      {"A::B", {"A", "", "B"}},
+  };
+  for (const auto& [path, parts] : cases) {
+    EXPECT_EQ(CZSSettingsDocument::SplitPath(path), parts) << (path == nullptr ? "null" : path);
+    // With fewer than two parts nothing is addressed.
+    CZSSettingsDocument document;
+    LONG number = 1;
+    EXPECT_TRUE(document.SetValue(path, "2"));
+    EXPECT_EQ(document.GetValue(path, &number, 7), parts.size() >= 2);
+    EXPECT_EQ(number, parts.size() >= 2 ? 2 : 7);
+    EXPECT_EQ(TextOf(document) == "<>\n</>\n", parts.size() < 2);
+  }
+}
+
+TEST(SettingsDocument, KeepsTheOrderOfAssignment) {
+  CZSSettingsDocument document;
+  for (const char* path : {"A:B:K1", "A:C:K2", "A:B:K3", "A:K4", "A:B:K1:"}) {
+    EXPECT_TRUE(document.SetValue(path, path));
+  }
+  EXPECT_EQ(TextOf(document), "<A>\n   <K4>A:K4</K4>\n"
+                              "   <B>\n      <K1>A:B:K1:</K1>\n      <K3>A:B:K3</K3>\n   </B>\n"
+                              "   <C>\n      <K2>A:C:K2</K2>\n   </C>\n</A>\n");
+  // Another root name renames the root and searches nothing below it.
+  document.SetValue("R:B:K5", "5");
+  std::string value;
+  EXPECT_FALSE(document.GetValue("A:K4", &value, "none"));
+  EXPECT_EQ(value, "none");
+  EXPECT_TRUE(document.GetValue("R:B:K3", &value, ""));
+  EXPECT_FALSE(document.GetValue("R:B:K5", &value, "")); // The first B is the old one.
+  EXPECT_EQ(document.Root().Children().size(), 3U);
+}
+
+TEST(SettingsDocument, ReadsNumbers) {
+  const struct {
+    const char* text;
+    bool found;
+    LONG number;
+  } cases[] = {
+      {"12abc", true, 12},        {"", false, -9},
+      {" \t\r\n\v\f7", true, 7},  {"+-5", false, -9},
+      {"0x10", true, 0},          {"2147483647", true, INT32_MAX},
+      {"2147483648", false, -9},  {"-2147483648", true, INT32_MIN},
+      {"-2147483649", false, -9}, {"99999999999999999999999", false, -9},
+  };
+  for (const auto& test : cases) {
+    CZSSettingsDocument document;
+    document.SetValue("R:K", test.text);
+    LONG number = 0;
+    std::string text;
+    EXPECT_EQ(document.GetValue("R:K", &number, -9), test.found) << test.text;
+    EXPECT_EQ(number, test.number) << test.text;
+    EXPECT_TRUE(document.GetValue("R:K", &text, "x"));
+    EXPECT_EQ(text, test.text);
+  }
+}
+
+TEST(SettingsDocument, FilesHaveCarriageReturnsAndBothLineEndsAreRead) {
+  const TemporaryFolder folder;
+  CZSSettingsDocument document;
+  document.SetValue("R:K", "V & > ");
+  document.SetValue("R:C:L", "two\nlines");
+  document.Save(folder.Path("a"));
+  const std::string file = folder.Read("a");
+  EXPECT_EQ(file, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\r\n<R>\r\n   <K>V & > </K>\r\n"
+                  "   <C>\r\n      <L>two\r\nlines</L>\r\n   </C>\r\n</R>\r\n");
+  for (const std::string& path : {folder.Path("a"), folder.Write("b", kDeclaration + TextOf(document))}) {
+    CZSSettingsDocument read;
+    read.SetValue("OLD:NODE:KEY", "replaced");
+    read.Load(path);
+    EXPECT_EQ(TextOf(read), TextOf(document));
+    read.Save(folder.Path("c"));
+    EXPECT_EQ(folder.Read("c"), file);
+  }
+}
+
+TEST(SettingsDocument, LoadTellsNoFailure) {
+  const TemporaryFolder folder;
+  CZSSettingsDocument document;
+  document.SetValue("R:K", "V");
+  document.Load(folder.Path("missing"));
+  EXPECT_EQ(TextOf(document), "<R>\n   <K>V</K>\n</R>\n");
+  document.Save(folder.Path("missing/folder"));
+  for (const char* text : {"", "plain", "<?xml ?>", "<K>top values have no node</K>"}) {
+    document.SetValue("R:K", "V");
+    document.Load(folder.Write("a", text));
+    EXPECT_EQ(TextOf(document), "<>\n</>\n") << text;
+  }
+}
+
+TEST(SettingsDocument, ReadsRepeatedNames) {
+  const TemporaryFolder folder;
+  CZSSettingsDocument document;
+  document.Load(folder.Write("a", "<R a=\"1\"><K>1</K><L/> <K x>2</K><N><M>1</M></N><N><M>2</M></N></R>"
+                                  "<S><N><M>3</M></N><E>\n</E></S><T>dropped</T>"));
+  EXPECT_EQ(TextOf(document), "<S>\n   <K>2</K>\n   <L></L>\n   <E>\n</E>\n   <N>\n      <M>1</M>\n   </N>\n"
+                              "   <N>\n      <M>2</M>\n   </N>\n   <N>\n      <M>3</M>\n   </N>\n</S>\n");
+  EXPECT_EQ(document.Root().FindEntry("K")->attributes, "x");
+  EXPECT_EQ(document.Root().Children().front().parent, &document.Root());
+  std::string value;
+  EXPECT_TRUE(document.GetValue("S:N:M", &value, ""));
+  EXPECT_EQ(value, "1");
+}
+
+} // namespace

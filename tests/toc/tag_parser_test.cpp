@@ -1,0 +1,209 @@
+#include "toc/tag_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <random>
+
+#include "toc/settings_document.h"
+
+namespace {
+
+using Events = std::vector<std::string>;
+
+class Recorder final : public IZSTagHandler {
+public:
+  void OnStartElement(const std::string& name, const std::string& attributes) override {
+    events.push_back("start " + name + "|" + attributes);
+  }
+  void OnValueElement(const std::string& name, const std::string& value, const std::string& attributes) override {
+    events.push_back("value " + name + "|" + attributes + "|" + value);
+  }
+  void OnEndElement(const std::string& name, const std::string& attributes) override {
+    events.push_back("end " + name + "|" + attributes);
+  }
+  Events events;
+};
+
+Events EventsOf(const std::string& text) {
+  Recorder recorder;
+  CZSTagParser parser;
+  parser.SetHandler(&recorder);
+  EXPECT_EQ(parser.Parse(text.data(), static_cast<LONG>(text.size())), !text.empty());
+  return recorder.events;
+}
+
+/// The dialect by plain searches and recursion, as slow as that is.
+class PlainSearch {
+public:
+  explicit PlainSearch(const std::string& text) { Walk(text); }
+  const Events& Told() const { return m_recorder.events; }
+
+private:
+  struct Found {
+    std::string name, attributes, value;
+    bool special = false, element = false;
+    std::size_t valueStart = 0, closeStart = 0, cursor = 0;
+  };
+
+  static bool Find(const std::string& span, Found* found) {
+    const std::size_t start = span.find('<');
+    const std::size_t end = start == std::string::npos ? start : span.find('>', start);
+    if (end == std::string::npos) {
+      return false;
+    }
+    *found = Found();
+    const bool selfClosing = span[end - 1] == '/';
+    found->name = span.substr(start + 1, end - start - (selfClosing ? 2 : 1));
+    found->name.resize(std::min(found->name.size(), found->name.find(' ')));
+    if (!found->name.empty() && end - start + 1 > found->name.size() + 3) {
+      const std::size_t nameEnd = start + found->name.size();
+      found->attributes = span.substr(nameEnd + 2, end - nameEnd - 2);
+    }
+    found->special = found->name.rfind("?xml", 0) == 0 || found->name.rfind("!--", 0) == 0;
+    found->element = !selfClosing && !found->special;
+    found->cursor = end + 1;
+    return !found->element || FindClose(span, end, found);
+  }
+
+  static bool FindClose(const std::string& span, std::size_t end, Found* found) {
+    const std::string closing = "</" + found->name + ">";
+    const std::string opening = "<" + found->name + ">";
+    std::size_t close = span.find(closing, end);
+    std::size_t open = span.find(opening, end);
+    while (close != std::string::npos && open != std::string::npos && open + opening.size() <= close) {
+      close = span.find(closing, close + 1);
+      open = span.find(opening, open + 1);
+    }
+    if (close == std::string::npos) {
+      return false;
+    }
+    const std::size_t closeEnd = close + closing.size() - 1;
+    const std::size_t next = span.find('<', closeEnd);
+    found->valueStart = end + 1;
+    found->closeStart = close;
+    found->value = span.substr(end + 1, close - end - 1);
+    found->cursor = next == std::string::npos ? closeEnd : next;
+    return true;
+  }
+
+  std::size_t Walk(const std::string& span) {
+    std::size_t cursor = 0;
+    for (Found found; Find(span.substr(cursor), &found);) {
+      cursor += found.cursor;
+      const bool named = !found.name.empty();
+      if (found.special) {
+        continue;
+      }
+      if (found.element && found.value.find('<') != std::string::npos) {
+        if (named) {
+          m_recorder.OnStartElement(found.name, found.attributes);
+        }
+        const std::size_t stopped = Walk(found.value);
+        if (named) {
+          m_recorder.OnEndElement(found.name, found.attributes);
+        }
+        if (found.valueStart + stopped >= found.closeStart) {
+          return cursor;
+        }
+      } else if (named) {
+        m_recorder.OnValueElement(found.name, found.value, found.attributes);
+      }
+    }
+    return cursor;
+  }
+
+  Recorder m_recorder;
+};
+
+std::string Repeated(const std::string& piece, std::size_t count) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) {
+    text += piece;
+  }
+  return text;
+}
+
+TEST(TagParser, TellsTheElements) {
+  const struct {
+    const char* text;
+    Events events;
+  } cases[] = {
+      {"<?xml version=\"1.0\" ?>", {}},
+      {"<a>1</a>\r\n<b> 2 </b>", {"value a||1", "value b|| 2 "}},
+      {"<a x=\"1\" y><b z/></a>", {"start a|x=\"1\" y", "value b|z/|", "end a|x=\"1\" y"}},
+      {"<a><a>1</a></a><a>2</a>", {"start a|", "value a||1", "end a|", "value a||2"}},
+      {"<a><a x>1</a></a>", {"start a|", "end a|"}}, // The one with attributes does not count.
+      {"<a>1 < 2</a>", {"start a|", "end a|"}},
+      {"<a>&lt; > \"</a>", {"value a||&lt; > \""}},
+      {"<a><!-- <b> --><b>1</b></a>", {"start a|", "value b||1", "end a|"}},
+      {"<a><![CDATA[x]]><b>1</b></a><c></c>", {"start a|", "end a|", "value c||"}},
+      {"<><b>1</b></>", {"value b||1"}},
+      {"<a>1</a >", {}},
+      {"<a>1</A>", {}},
+      {"<r><a><b/></a><c>1</c></r><d>2</d>", {"start r|", "start a|", "value b||", "end a|", "end r|", "value d||2"}},
+      {"<r><a><b/> </a><c>1</c></r>", {"start r|", "start a|", "value b||", "end a|", "value c||1", "end r|"}},
+  };
+  for (const auto& test : cases) {
+    EXPECT_EQ(EventsOf(test.text), test.events) << test.text;
+    EXPECT_EQ(PlainSearch(test.text).Told(), test.events) << test.text;
+  }
+}
+
+TEST(TagParser, TellsWhatPlainSearchesTell) {
+  const std::vector<std::string> pieces = {
+      "<a>", "</a>", "<a>", "</a>", "<b>", "</b>", "<a x>", "<ba>", "</ba>", "<a/>",     "<b c/>", "<",  "</",
+      ">",   "/",    " ",   "a",    "b",   "<>",   "</>",   "\xE4", "\n",    "<?xml ?>", "<!--",   "-->"};
+  std::mt19937 random(1);
+  for (int round = 0; round < 60000; ++round) {
+    // Few kinds of pieces make tags that pair up; all of them make odd ones.
+    const std::size_t kinds = round % 2 == 0 ? 12 : pieces.size();
+    std::string text;
+    for (std::size_t length = random() % 24; length > 0; --length) {
+      text += pieces[random() % kinds];
+    }
+    ASSERT_EQ(EventsOf(text), PlainSearch(text).Told()) << text;
+  }
+}
+
+TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
+  constexpr std::size_t kSize = 1 << 20;
+  std::string growing, flat, opened, closed;
+  for (std::size_t i = 1; growing.size() < kSize; ++i) {
+    growing += std::string(i, '<') + ">" + Repeated("</", i) + ">";
+  }
+  for (std::size_t i = 0; flat.size() < kSize; ++i) {
+    const std::string name = "long-name-of-a-key-" + std::to_string(i);
+    flat += "<" + name + ">1</" + name + ">";
+    opened += "<" + name + ">";
+    closed += "</" + name + ">\n";
+  }
+  const std::string deep = Repeated("<a>", 100000) + "<b>1</b>" + Repeated("</a>", 100000);
+  const std::string texts[] = {
+      deep,
+      Repeated("<a>", kSize / 3),
+      Repeated("<a x>", kSize / 9) + Repeated("</a>", kSize / 9),
+      Repeated("<a><a>1</a>", kSize / 11),
+      Repeated("<a/>", kSize / 4),
+      Repeated("<a><b></a>", kSize / 10),
+      std::string(kSize, '<') + ">",
+      Repeated("<", kSize / 2) + Repeated("</", kSize / 4) + ">",
+      Repeated(">", kSize),
+      growing,
+      "<r>" + flat + "</r>",
+      opened + closed,
+  };
+  for (const std::string& text : texts) {
+    const std::clock_t begin = std::clock();
+    CZSTreeBuilder builder;
+    CZSTagParser parser;
+    parser.SetHandler(&builder);
+    EXPECT_TRUE(parser.Parse(text.data(), static_cast<LONG>(text.size())));
+    const CZSSettingsNode copy(builder.Root());
+    EXPECT_EQ(copy.Children().size(), builder.Root().Children().size());
+    EXPECT_LT((std::clock() - begin) / CLOCKS_PER_SEC, 10) << text.substr(0, 40);
+  }
+  EXPECT_EQ(EventsOf(deep).size(), 200001U);
+}
+
+} // namespace
