@@ -17,11 +17,11 @@ namespace {
 constexpr std::size_t kCatalogLength = 13;
 constexpr std::size_t kIsrcLength = 12;
 
-/// Formats numbers, for which the buffer is always large enough.
+/// Formats a few numbers, for which the buffer is always large enough.
 template <class... Numbers> std::string Format(const char* format, Numbers... numbers) {
   char text[128];
-  std::snprintf(text, sizeof(text), format, numbers...);
-  return text;
+  const int length = std::snprintf(text, sizeof(text), format, numbers...);
+  return {text, static_cast<std::size_t>(length)};
 }
 
 class CueWriter {
