@@ -246,7 +246,8 @@ void CZSCueLines::EndTrackBefore(LONG position) noexcept {
     track->Pregap = static_cast<LONG>(static_cast<ULONG>(position) - track->dwLBA);
     before.dwEndLBA -= PregapOf(*track);
   }
-  m_byteOffset += (before.dwEndLBA - before.dwLBA) * BytesOf(before.BlockSize);
+  const ULONG bytes = (before.dwEndLBA - before.dwLBA) * BytesOf(before.BlockSize);
+  m_byteOffset += bytes;
 }
 
 void CZSCueLines::Text(TextField field, std::string_view behindKeyword) {

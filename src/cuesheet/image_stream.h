@@ -32,16 +32,16 @@ public:
   HRESULT Read(void* buffer, ULONG count, ULONG* delivered) override;
 
   // A track can only be read, and only forward.
-  HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
-  HRESULT Seek(std::int64_t, DWORD, UHYPER*) override { return E_NOTIMPL; }
-  HRESULT SetSize(UHYPER) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream*, UHYPER, UHYPER*, UHYPER*) override { return E_NOTIMPL; }
-  HRESULT Commit(DWORD) override { return E_NOTIMPL; }
+  HRESULT Write(const void* /*buffer*/, ULONG /*count*/, ULONG* /*taken*/) override { return E_NOTIMPL; }
+  HRESULT Seek(std::int64_t /*distance*/, DWORD /*origin*/, UHYPER* /*position*/) override { return E_NOTIMPL; }
+  HRESULT SetSize(UHYPER /*size*/) override { return E_NOTIMPL; }
+  HRESULT CopyTo(IStream* /*target*/, UHYPER /*count*/, UHYPER* /*read*/, UHYPER* /*written*/) override { return E_NOTIMPL; }
+  HRESULT Commit(DWORD /*flags*/) override { return E_NOTIMPL; }
   HRESULT Revert() override { return E_NOTIMPL; }
-  HRESULT LockRegion(UHYPER, UHYPER, DWORD) override { return E_NOTIMPL; }
+  HRESULT LockRegion(UHYPER /*offset*/, UHYPER /*count*/, DWORD /*type*/) override { return E_NOTIMPL; }
   HRESULT UnlockRegion(UHYPER, UHYPER, DWORD) override { return E_NOTIMPL; }
-  HRESULT Stat(STATSTG*, DWORD) override { return E_NOTIMPL; }
-  HRESULT Clone(IStream**) override { return E_NOTIMPL; }
+  HRESULT Stat(STATSTG* /*status*/, DWORD /*flags*/) override { return E_NOTIMPL; }
+  HRESULT Clone(IStream** /*copy*/) override { return E_NOTIMPL; }
 
 private:
   /// Bytes that one system call reads ahead. Larger ones gain nothing, as they leave the processor's cache.

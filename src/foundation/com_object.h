@@ -91,9 +91,7 @@ template <class T> HRESULT CreateObject(IUnknown* outer, REFIID iid, void** obje
   if (made == nullptr) {
     return E_OUTOFMEMORY;
   }
-  const ComPtr<IUnknown> creation(made->Inner()); // The reference that holds the object up to here.
-  creation->AddRef();
+  const ComPtr<IUnknown> creation(made->Inner()); // Holds the object until another reference does.
   const HRESULT result = made->FinalConstruct();
-  creation->Release();
   return FAILED(result) ? result : creation->QueryInterface(iid, object);
 }
