@@ -77,7 +77,7 @@ std::vector<BYTE> ReadStream(IStream* stream) {
 /// Sectors of the first session stand in the image where the disc has them.
 void ExpectBytes(ImageRecord& record, const DiscPlan& disc, const PlacedTrack& placed) {
   std::vector<BYTE> expected = TrackSectors(disc, placed);
-  expected.erase(expected.begin(), expected.begin() + std::ptrdiff_t{placed.pregap} * placed.size);
+  expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(placed.pregap * placed.size));
   ComPtr<IStream> stream;
   ZSTRACK* track = &record.Track(placed.number - 1);
   ASSERT_EQ(S_OK, NewCueSheetService()->ExtractTrackToStream(record->bstrImageBinaryFile, nullptr, &*record, track, 0,
