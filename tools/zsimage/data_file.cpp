@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t kBufferBytes = 256 * 1024;
+constexpr std::size_t kBufferBytes = 262144;
 
 std::string SizeOf(const ZSTRACK& track, unsigned session, UINT number) {
   return Format("track %u of session %u has sectors of %d bytes", number, session + 1,
@@ -48,8 +48,9 @@ public:
       m_position = std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
     }
     for (UINT i = 0; i < sheet.nTracks && m_plan.whyNot.empty(); ++i) {
-      const bool endsSession = i + 1 == sheet.nTracks && !isLast;
-      AddTrack(sheet.pZSTracks[i], places[i], endsSession ? std::max<LONG>(sheet.pZSTracks[i].Postgap, 0) : 0,
+      // Between two sessions the space behind the last track counts; behind the disc's end nothing needs it.
+      const LONG postgap = i + 1 == sheet.nTracks && !isLast ? LONG{sheet.pZSTracks[i].Postgap} : 0;
+      AddTrack(sheet.pZSTracks[i], places[i], std::max<LONG>(postgap, 0),
                Format("track %u of session %u", i + 1, index + 1));
     }
   }

@@ -32,6 +32,8 @@ template <class Options> int Run(int (*command)(const Options&), const Options& 
     return ReportFailure(failure, json);
   } catch (const std::bad_alloc&) {
     return ReportFailure(Failure("", CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), json);
+  } catch (const std::exception& error) {
+    return ReportFailure(Failure("", std::string("unexpected: ") + error.what(), E_UNEXPECTED), json);
   }
 }
 

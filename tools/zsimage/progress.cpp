@@ -17,7 +17,7 @@ volatile std::sig_atomic_t g_interrupted = 0; // The one thing a signal may writ
 struct sigaction g_oldInterrupt;
 struct sigaction g_oldTerminate;
 
-void OnSignal(int) { g_interrupted = 1; }
+void OnSignal(int /*signal*/) { g_interrupted = 1; }
 
 } // namespace
 
@@ -79,7 +79,7 @@ void Transfer::StartNextStream() noexcept {
   m_done = 0;
 }
 
-LONG Transfer::OnMessage(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT user) {
+LONG Transfer::OnMessage(UINT /*kind*/, ZSSTREAMPROGRESS* progress, ULONG /*userParam*/, VARIANT user) {
   reinterpret_cast<Transfer*>(static_cast<std::uintptr_t>(user.ullVal))->Note(progress);
   return 0;
 }
