@@ -27,10 +27,15 @@ std::string Upper(std::string_view text) {
   return upper;
 }
 
-std::string_view SectionOf(std::string_view line) noexcept { return Trim(line.substr(1, line.find(']', 1) - 1)); }
+/// The name in a line that begins a section or has a key.
+std::string_view NameOf(std::string_view line) noexcept {
+  return line.front() == '[' ? Trim(line.substr(1, line.find_first_of("]\n", 1) - 1))
+                             : Trim(line.substr(0, line.find('=')));
+}
 
-/// What a line says of a key before its `=`.
-std::string_view KeyOf(std::string_view line) noexcept { return Trim(line.substr(0, line.find('='))); }
+std::uint32_t HashOf(const std::string& upper) noexcept {
+  return static_cast<std::uint32_t>(std::hash<std::string>()(upper));
+}
 
 std::string ReadWhole(const std::string& path) {
   const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
@@ -75,26 +80,38 @@ LONG ParseInt(std::string_view text) noexcept {
 
 } // namespace
 
-ProfileFile::ProfileFile(const std::string& path) : m_text(ReadWhole(path)), m_entries(0, Hash{this}, Equal{this}) {
+ProfileFile::ProfileFile(const std::string& path) : m_text(ReadWhole(path)) {
   Index();
+  Sort();
 }
 
 void ProfileFile::Index() {
-  std::uint32_t section = 0;
-  bool skip = true; // Keys before the first section belong to none, and those of a repeated section do not count.
   for (std::size_t start = 0; start < m_text.size(); start = std::min(m_text.find('\n', start), m_text.size()) + 1) {
     const std::string_view line = LineAt(start);
-    const auto place = static_cast<std::uint32_t>(start);
-    if (line.empty() || line.front() == ';') {
+    const bool heading = !line.empty() && line.front() == '[';
+    // Keys before the first section belong to none.
+    const bool key = !line.empty() && line.front() != ';' && !m_sections.empty() && line.find('=') != line.npos;
+    if (!heading && !key) {
       continue;
     }
-    if (line.front() == '[') {
-      section = place;
-      skip = !m_entries.insert({kSections, place}).second;
-    } else if (!skip && line.find('=') != std::string_view::npos) {
-      m_entries.insert({section, place});
+    const auto place = static_cast<std::uint32_t>(line.data() - m_text.data());
+    const Place found{HashOf(Upper(NameOf(line))), place};
+    if (heading) {
+      const auto firstKey = static_cast<std::uint32_t>(m_keys.size());
+      m_sections.push_back({found, firstKey, firstKey});
+    } else {
+      m_keys.push_back(found);
+      ++m_sections.back().endKey;
     }
   }
+}
+
+void ProfileFile::Sort() {
+  const auto isBefore = [this](const Place& left, const Place& right) { return IsBefore(left, right); };
+  for (const Heading& section : m_sections) {
+    std::sort(m_keys.begin() + section.firstKey, m_keys.begin() + section.endKey, isBefore);
+  }
+  std::sort(m_sections.begin(), m_sections.end(), isBefore);
 }
 
 std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
@@ -102,48 +119,60 @@ std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
   return Trim(rest.substr(0, rest.find('\n')));
 }
 
-ProfileFile::Name ProfileFile::NameOf(const Entry& entry) const noexcept {
-  const std::string_view line = LineAt(entry.line);
-  return {entry.section, entry.section == kSections ? SectionOf(line) : KeyOf(line)};
+std::string ProfileFile::UpperNameAt(const Place& place) const {
+  return Upper(NameOf(std::string_view(m_text).substr(place.line)));
 }
 
-std::size_t ProfileFile::Hash::operator()(const Name& name) const {
-  return std::hash<std::string>()(Upper(name.name)) * 31 + name.section;
+bool ProfileFile::IsBefore(const Place& left, const Place& right) const {
+  if (left.hash != right.hash) {
+    return left.hash < right.hash;
+  }
+  const int order = left.line == right.line ? 0 : UpperNameAt(left).compare(UpperNameAt(right));
+  return order != 0 ? order < 0 : left.line < right.line;
 }
 
-bool ProfileFile::Equal::operator()(const Name& left, const Name& right) const {
-  return left.section == right.section && Upper(left.name) == Upper(right.name);
+template <class Iterator> Iterator ProfileFile::FindName(Iterator first, Iterator last, std::string_view name) const {
+  const std::string upper = Upper(name);
+  const std::uint32_t hash = HashOf(upper);
+  const Iterator found = std::partition_point(first, last, [&](const Place& place) {
+    return place.hash < hash || (place.hash == hash && UpperNameAt(place) < upper);
+  });
+  return found != last && found->hash == hash && UpperNameAt(*found) == upper ? found : last;
 }
 
-std::optional<std::string_view> ProfileFile::Find(std::string_view section, std::string_view key) const {
-  const auto heading = m_entries.find(Name{kSections, section});
-  if (heading == m_entries.end()) {
+ProfileFile::Section ProfileFile::GetSection(std::string_view name) const {
+  const auto found = FindName(m_sections.begin(), m_sections.end(), name);
+  return found == m_sections.end() ? Section(this, 0, 0) : Section(this, found->firstKey, found->endKey);
+}
+
+std::optional<std::string_view> ProfileFile::Section::Find(std::string_view key) const {
+  const auto keys = m_profile->m_keys.begin();
+  const auto last = keys + static_cast<std::ptrdiff_t>(m_end);
+  const auto found = m_profile->FindName(keys + static_cast<std::ptrdiff_t>(m_first), last, key);
+  if (found == last) {
     return std::nullopt;
   }
-  const auto found = m_entries.find(Name{heading->line, key});
-  if (found == m_entries.end()) {
-    return std::nullopt;
-  }
-  const std::string_view line = LineAt(found->line);
+  const std::string_view line = m_profile->LineAt(found->line);
   return DropQuotes(Trim(line.substr(line.find('=') + 1)));
 }
 
-LONG ProfileFile::GetInt(std::string_view section, std::string_view key, LONG missing) const {
-  const std::optional<std::string_view> value = Find(section, key);
+LONG ProfileFile::Section::GetInt(std::string_view key, LONG missing) const {
+  const std::optional<std::string_view> value = Find(key);
   return value ? ParseInt(*value) : missing;
 }
 
-std::string ProfileFile::GetString(std::string_view section, std::string_view key, std::size_t limit) const {
-  const std::optional<std::string_view> value = Find(section, key);
+std::string ProfileFile::Section::GetString(std::string_view key, std::size_t limit) const {
+  const std::optional<std::string_view> value = Find(key);
   return value && limit != 0 ? std::string(value->substr(0, limit - 1)) : std::string();
 }
 
 LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG missing, const std::string& path) {
-  return ProfileFile(path).GetInt(section, key, missing);
+  return ProfileFile(path).GetSection(section).GetInt(key, missing);
 }
 
 std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view missing,
                                      std::size_t limit, const std::string& path) {
   const ProfileFile profile(path);
-  return profile.Find(section, key) ? profile.GetString(section, key, limit) : std::string(missing);
+  const ProfileFile::Section found = profile.GetSection(section);
+  return found.Find(key) ? found.GetString(key, limit) : std::string(missing);
 }

@@ -6,70 +6,72 @@
 /// wins.
 #pragma once
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "platform/base_types.h"
 
-/// One file, read and indexed once. Cost is linear in the file, and constant for each lookup; the index holds
-/// places in the text, not copies of it.
+/// One file, read and indexed once. Cost is linear in the file, but for the sorting of names, and a lookup costs
+/// next to nothing; the index holds places in the text, not copies of it.
 class ProfileFile {
 public:
+  /// The keys of one section, as long as the profile lives.
+  class Section {
+  public:
+    /// The value of a key; none when it is missing. It lives as long as the profile.
+    std::optional<std::string_view> Find(std::string_view key) const;
+
+    /// The value as an integer: an optional sign, then decimal digits, or hexadecimal ones behind 0x, up to the
+    /// first other character. 0 for a value without digits, `missing` when there is no such key. Larger numbers
+    /// wrap to 32 bits.
+    LONG GetInt(std::string_view key, LONG missing) const;
+
+    /// The value as text, cut to `limit` - 1 bytes as a buffer of `limit` bytes would; empty when missing.
+    std::string GetString(std::string_view key, std::size_t limit) const;
+
+  private:
+    friend class ProfileFile;
+    Section(const ProfileFile* profile, std::size_t first, std::size_t end) noexcept
+        : m_profile(profile), m_first(first), m_end(end) {}
+
+    const ProfileFile* m_profile;
+    std::size_t m_first; ///< Of its keys.
+    std::size_t m_end;
+  };
+
   /// Reads a file. One that cannot be read, or has 2 GiB or more, gives a profile without sections.
   explicit ProfileFile(const std::string& path);
-  ProfileFile(const ProfileFile&) = delete;
-  ProfileFile& operator=(const ProfileFile&) = delete;
 
-  /// The value of a key; none when the section or the key is missing. It lives as long as the profile.
-  std::optional<std::string_view> Find(std::string_view section, std::string_view key) const;
-
-  /// The value as an integer: an optional sign, then decimal digits, or hexadecimal ones behind 0x, up to the
-  /// first other character. 0 for a value without digits, `missing` when there is no such key. Larger numbers
-  /// wrap to 32 bits.
-  LONG GetInt(std::string_view section, std::string_view key, LONG missing) const;
-
-  /// The value as text, cut to `limit` - 1 bytes as a buffer of `limit` bytes would; empty when missing.
-  std::string GetString(std::string_view section, std::string_view key, std::size_t limit) const;
+  /// A section by name; one without keys when it is missing.
+  Section GetSection(std::string_view name) const;
 
 private:
-  static constexpr std::uint32_t kSections = ~0U; ///< What sections themselves stand in.
-
-  /// A section, or a key in one, by where the lines of both begin in the text.
-  struct Entry {
-    std::uint32_t section;
+  /// A name by the hash of its upper case and by where its line begins in the text. Tables are sorted by hash,
+  /// then by name, then by place, so that the first of equal names is found first.
+  struct Place {
+    std::uint32_t hash;
     std::uint32_t line;
   };
-  /// The same by name, in any case.
-  struct Name {
-    std::uint32_t section;
-    std::string_view name;
-  };
-  struct Hash {
-    using is_transparent = void;
-    const ProfileFile* profile;
-    std::size_t operator()(const Name& name) const;
-    std::size_t operator()(const Entry& entry) const { return (*this)(profile->NameOf(entry)); }
-  };
-  struct Equal {
-    using is_transparent = void;
-    const ProfileFile* profile;
-    bool operator()(const Name& left, const Name& right) const;
-    bool operator()(const Name& left, const Entry& right) const { return (*this)(left, profile->NameOf(right)); }
-    bool operator()(const Entry& left, const Name& right) const { return (*this)(profile->NameOf(left), right); }
-    bool operator()(const Entry& left, const Entry& right) const { return (*this)(profile->NameOf(left), right); }
+  struct Heading : Place {
+    std::uint32_t firstKey;
+    std::uint32_t endKey;
   };
 
   void Index();
+  void Sort();
   std::string_view LineAt(std::size_t start) const noexcept;
-  Name NameOf(const Entry& entry) const noexcept;
+  std::string UpperNameAt(const Place& place) const;
+  bool IsBefore(const Place& left, const Place& right) const;
+  template <class Iterator> Iterator FindName(Iterator first, Iterator last, std::string_view name) const;
 
   std::string m_text;
-  std::unordered_set<Entry, Hash, Equal> m_entries;
+  std::deque<Heading> m_sections;
+  std::deque<Place> m_keys; ///< Section by section.
 };
 
-/// One lookup in a file that is read for it. @return As ProfileFile::GetInt.
+/// One lookup in a file that is read for it. @return As ProfileFile::Section::GetInt.
 LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG missing, const std::string& path);
 
 /// One lookup in a file that is read for it; `missing` when there is no such key.

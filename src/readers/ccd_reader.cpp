@@ -70,8 +70,8 @@ public:
   HRESULT TakeAll() {
     HRESULT result = S_OK;
     for (std::size_t n = 0; SUCCEEDED(result); ++n) {
-      const std::string entry = Numbered("ENTRY ", n);
-      const LONG point = m_profile.GetInt(entry, "Point", kMissing);
+      const ProfileFile::Section entry = m_profile.GetSection(Numbered("ENTRY ", n));
+      const LONG point = entry.GetInt("Point", kMissing);
       if (point == kMissing) {
         break;
       }
@@ -92,18 +92,18 @@ private:
   };
 
   /// The lead-out of a session stands before its tracks and parts them from those of the session before.
-  HRESULT TakeLeadOut(const std::string& entry) {
-    const LONG session = m_profile.GetInt(entry, "Session", kMissing);
+  HRESULT TakeLeadOut(const ProfileFile::Section& entry) {
+    const LONG session = entry.GetInt("Session", kMissing);
     if (session == 0 || session > LONG{kMaxSessions}) {
       return ZSE_BADIMAGE;
     }
-    m_leadOut = Position(entry, "PLBA");
+    m_leadOut = PositionOf(entry);
     m_before = {};
     return S_OK;
   }
 
-  HRESULT TakeTrack(const std::string& entry) {
-    const LONG session = m_profile.GetInt(entry, "Session", kMissing);
+  HRESULT TakeTrack(const ProfileFile::Section& entry) {
+    const LONG session = entry.GetInt("Session", kMissing);
     if (session < 1 || session > LONG{m_info->nSessions}) {
       return ZSE_BADIMAGE;
     }
@@ -116,10 +116,10 @@ private:
       return E_OUTOFMEMORY;
     }
     track->TNO = sheet->nTracks;
-    track->dwLBA = Position(entry, "PLBA");
+    track->dwLBA = PositionOf(entry);
     track->dwEndLBA = m_leadOut;
     SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
-    if (!FillTrack(Numbered("TRACK ", m_trackNumber), sheet, track)) {
+    if (!FillTrack(m_profile.GetSection(Numbered("TRACK ", m_trackNumber)), sheet, track)) {
       return ZSE_BADIMAGE;
     }
     EndTrackBefore(*track);
@@ -128,10 +128,10 @@ private:
     return S_OK;
   }
 
-  bool FillTrack(const std::string& section, ZSCUESHEET* sheet, ZSTRACK* track) {
-    const LONG index0 = m_profile.GetInt(section, "INDEX 0", kMissing);
-    const LONG index1 = m_profile.GetInt(section, "INDEX 1", kMissing);
-    const std::optional<ZSMODETYPE> mode = ModeOf(m_profile.GetInt(section, "MODE", kMissing));
+  static bool FillTrack(const ProfileFile::Section& section, ZSCUESHEET* sheet, ZSTRACK* track) {
+    const LONG index0 = section.GetInt("INDEX 0", kMissing);
+    const LONG index1 = section.GetInt("INDEX 1", kMissing);
+    const std::optional<ZSMODETYPE> mode = ModeOf(section.GetInt("MODE", kMissing));
     if (index1 == kMissing || !mode) {
       return false;
     }
@@ -142,8 +142,8 @@ private:
       track->dwLBA = static_cast<ULONG>(index1);
     }
     SetMode(sheet, track, *mode);
-    track->Flags = FlagsOfText(m_profile.GetString(section, "FLAGS", kTextLimit));
-    track->bstrISRC = NewBstr(m_profile.GetString(section, "ISRC", kTextLimit));
+    track->Flags = FlagsOfText(section.GetString("FLAGS", kTextLimit));
+    track->bstrISRC = NewBstr(section.GetString("ISRC", kTextLimit));
     return true;
   }
 
@@ -153,8 +153,8 @@ private:
     }
   }
 
-  ULONG Position(const std::string& section, const char* key) const {
-    return static_cast<ULONG>(m_profile.GetInt(section, key, kMissing));
+  static ULONG PositionOf(const ProfileFile::Section& entry) {
+    return static_cast<ULONG>(entry.GetInt("PLBA", kMissing));
   }
 
   const ProfileFile& m_profile;
@@ -187,8 +187,9 @@ BYTE HexByteAt(const std::string& text, std::size_t position) noexcept {
 
 /// Puts the packs of the description together. They come without their check bytes, which stay 0.
 std::vector<BYTE> ReadPacks(const ProfileFile& profile) {
-  const LONG length = profile.GetInt("Disc", "CDTextLength", kMissing);
-  const LONG entries = profile.GetInt("CDText", "Entries", kMissing);
+  const ProfileFile::Section section = profile.GetSection("CDText");
+  const LONG length = profile.GetSection("Disc").GetInt("CDTextLength", kMissing);
+  const LONG entries = section.GetInt("Entries", kMissing);
   if (length < 0 || length > kMaxTextLength || entries < 0 || entries > kMaxPacks) {
     return {};
   }
@@ -196,7 +197,7 @@ std::vector<BYTE> ReadPacks(const ProfileFile& profile) {
   std::vector<BYTE> packs(static_cast<std::size_t>(length));
   std::size_t start = 0;
   for (LONG i = 0; i < entries && start < packs.size(); ++i, start += kPackSize) {
-    const std::string text = profile.GetString("CDText", Numbered("Entry ", static_cast<std::size_t>(i)), 255);
+    const std::string text = section.GetString(Numbered("Entry ", static_cast<std::size_t>(i)), 255);
     for (std::size_t j = 0; j < kBytesInText && start + j < packs.size(); ++j) {
       packs[start + j] = HexByteAt(text, 3 * j);
     }
@@ -227,7 +228,7 @@ HRESULT ReadCcdImage(IZSCueSheet* service, const std::string& path, zsimagefilei
     return ZSE_FILENOTFOUND;
   }
   const ProfileFile profile(path);
-  HRESULT result = AddEmptySessions(service, profile.GetInt("Disc", "Sessions", kMissing), info);
+  HRESULT result = AddEmptySessions(service, profile.GetSection("Disc").GetInt("Sessions", kMissing), info);
   if (SUCCEEDED(result)) {
     result = CcdEntries(profile, info).TakeAll();
   }

@@ -42,12 +42,12 @@ TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
   const ProfileFile profile(path);
   for (const auto& test : cases) {
     SCOPED_TRACE(std::string(test.section) + "/" + test.key);
-    const auto found = profile.Find(test.section, test.key);
+    const auto found = profile.GetSection(test.section).Find(test.key);
     ASSERT_EQ(test.value != nullptr, found.has_value());
     EXPECT_EQ(test.value == nullptr ? "" : test.value, found.value_or(""));
   }
-  EXPECT_EQ("One", profile.GetString("Disc", "Title", 4));
-  EXPECT_EQ("", profile.GetString("Disc", "Title", 0));
+  EXPECT_EQ("One", profile.GetSection("Disc").GetString("Title", 4));
+  EXPECT_EQ("", profile.GetSection("Disc").GetString("Title", 0));
   EXPECT_EQ("default", GetPrivateProfileStringA("Disc", "Missing", "default", 99, path));
   EXPECT_EQ("other", GetPrivateProfileStringA("Other", "Title", "default", 99, path));
 }
@@ -81,10 +81,10 @@ TEST(Profile, KeepsManyKeysApart) {
   }
   const ProfileFile profile(folder.Write("many.ini", text));
   const std::string name(20000, 'S');
-  EXPECT_EQ(0, profile.GetInt(name + "0", "KEY0", -1));
-  EXPECT_EQ(42007, profile.GetInt(name + "42", "KEY7", -1));
-  EXPECT_EQ(99499, profile.GetInt(name + "99", "KEY499", -1));
-  EXPECT_EQ(-1, profile.GetInt(name + "99", "KEY500", -1));
+  EXPECT_EQ(0, profile.GetSection(name + "0").GetInt("KEY0", -1));
+  EXPECT_EQ(42007, profile.GetSection(name + "42").GetInt("KEY7", -1));
+  EXPECT_EQ(99499, profile.GetSection(name + "99").GetInt("KEY499", -1));
+  EXPECT_EQ(-1, profile.GetSection(name + "99").GetInt("KEY500", -1));
 }
 
 } // namespace
