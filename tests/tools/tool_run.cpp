@@ -15,12 +15,17 @@ class Arguments {
 public:
   explicit Arguments(const std::vector<std::string>& arguments) : m_texts(arguments) {
     m_texts.insert(m_texts.begin(), ZSIMAGE_PATH);
+    if (const std::string emulator = ZSIMAGE_EMULATOR; !emulator.empty()) {
+      m_texts.insert(m_texts.begin(), emulator);
+    }
     for (std::string& text : m_texts) {
       m_pointers.push_back(text.data());
     }
     m_pointers.push_back(nullptr);
   }
   char** Get() { return m_pointers.data(); }
+  /// What the system is to start: the tool, or what runs it.
+  const char* Program() const { return m_texts.front().c_str(); }
 
 private:
   std::vector<std::string> m_texts;
@@ -44,7 +49,8 @@ ToolResult RunTool(const std::vector<std::string>& arguments) {
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_CREAT | O_WRONLY, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_CREAT | O_WRONLY, 0600);
   pid_t process = 0;
-  const int failure = posix_spawn(&process, ZSIMAGE_PATH, &actions, nullptr, Arguments(arguments).Get(), environ);
+  Arguments command(arguments);
+  const int failure = posix_spawn(&process, command.Program(), &actions, nullptr, command.Get(), environ);
   posix_spawn_file_actions_destroy(&actions);
   const int status = failure == 0 ? Wait(process) : -1;
   return {status, folder.Read("out"), folder.Read("err")};
@@ -65,7 +71,7 @@ ToolResult InterruptTool(const std::vector<std::string>& arguments, const std::s
     dup2(own, STDIN_FILENO);
     dup2(own, STDOUT_FILENO);
     dup2(own, STDERR_FILENO);
-    execv(ZSIMAGE_PATH, command.Get());
+    execv(command.Program(), command.Get());
     _exit(127);
   }
   bool sent = false;
