@@ -116,13 +116,11 @@ int RunConvert(const ConvertOptions& options) {
     WriteBytes(CompanionOf(options.output), packs);
   }
   const std::string dataFile = DataFileOf(host, image, kind, options.output);
-  if (!withData) {
+  if (!options.withData) {
     AnnounceDataFile(options.output, dataFile);
-  }
-  if (options.withData && !withData) {
-    throw Failure(dataFile, "the data file cannot be written: " + plan.whyNot, ZSE_FAILED);
-  }
-  if (withData) {
+  } else if (!withData) {
+    throw Failure(dataFile, "the description stands, but its data file cannot be written: " + plan.whyNot, ZSE_FAILED);
+  } else {
     WriteDataFile(host, source, plan, dataFile);
     VerifyTracks(host, image, sessions, options.output);
     std::printf("%s: written\n%s: %llu bytes\n", TerminalText(options.output).c_str(), TerminalText(dataFile).c_str(),
