@@ -4,7 +4,6 @@
 #include <random>
 
 #include "cuesheet/cue_parser.h"
-#include "cuesheet/cue_writer.h"
 #include "disc/track_table.h"
 #include "foundation/strings.h"
 #include "support/services.h"
@@ -22,11 +21,15 @@ ZSTRACK* AddTrack(TestSheet& sheet, ZSMODETYPE mode, ULONG start, LONG pregap = 
   return track;
 }
 
+HRESULT Write(const std::string& path, TestSheet& sheet) {
+  return NewCueSheetService()->CreateCueFile(Wide(path).get(), sheet.Get());
+}
+
 TEST(CueWriter, WritesASmallSheet) {
   const TemporaryFolder folder;
   TestSheet sheet;
   AddTrack(sheet, ZSMODE_AUDIO, 150, 150);
-  ASSERT_EQ(S_OK, WriteCueFile(folder.Path("disc.cue"), *sheet.Get()));
+  ASSERT_EQ(S_OK, Write(folder.Path("disc.cue"), sheet));
   EXPECT_EQ("FILE \"DISC.BIN\" BINARY\r\n"
             "  TRACK 01 AUDIO\r\n"
             "    INDEX 00 00:00:00\r\n"
@@ -47,7 +50,7 @@ TEST(CueWriter, WritesEachLineWhereItApplies) {
   AddTrack(sheet, ZSMODE_UNKNOWN, 449850)->TNO = 100;
   AddTrack(sheet, static_cast<ZSMODETYPE>(2), 4575);
   AddTrack(sheet, ZSMODE_AUDIO, 4575, 75)->bstrISRC = SysAllocStringLen(u"", 0);
-  ASSERT_EQ(S_OK, WriteCueFile(folder.Path("a.cue.cue"), *sheet.Get()));
+  ASSERT_EQ(S_OK, Write(folder.Path("a.cue.cue"), sheet));
   EXPECT_EQ("CATALOG \"1234567890123\"\r\n"
             "CDTEXTFILE \"A.CUE.CDT\"\r\n"
             "FILE \"A.BIN.BIN\" BINARY\r\n"
@@ -66,10 +69,10 @@ TEST(CueWriter, TakesOnlyTrueForPresenceAndReplacesFiles) {
   TestSheet sheet;
   sheet->ZSCDTEXT.CDTextPresent = 1;
   sheet->ZSCDTEXT.bstrMCN = SysAllocStringLen(u"", 0);
-  ASSERT_EQ(S_OK, WriteCueFile(path, *sheet.Get()));
+  ASSERT_EQ(S_OK, Write(path, sheet));
   EXPECT_EQ("FILE \"DISC.TXT\" BINARY\r\n", folder.Read("disc.txt"));
-  EXPECT_EQ(E_FAIL, WriteCueFile(folder.Path("missing/disc.cue"), *sheet.Get()));
-  EXPECT_EQ(E_FAIL, WriteCueFile("", *sheet.Get()));
+  EXPECT_EQ(E_FAIL, Write(folder.Path("missing/disc.cue"), sheet));
+  EXPECT_EQ(E_FAIL, Write("", sheet));
 }
 
 TEST(CueWriter, ComesBackThroughTheParser) {
@@ -88,13 +91,13 @@ TEST(CueWriter, ComesBackThroughTheParser) {
       const LONG pregap = mode == ZSMODE_AUDIO && i > 0 ? static_cast<LONG>(number(0, 300)) : 0;
       position += static_cast<ULONG>(pregap);
       ZSTRACK* track = AddTrack(sheet, mode, position, pregap);
-      track->Flags = static_cast<LONG>(number(0, 2));
+      track->Flags = static_cast<LONG>(number(0, 7));
       track->bstrISRC = number(0, 1) == 0 ? nullptr : NewBstr("DEA01" + std::to_string(number(1000000, 9999999)));
       position += number(300, 4000);
       track->dwEndLBA = position;
     }
     folder.WriteSparse("DISC.BIN", UHYPER{position} * 2352);
-    ASSERT_EQ(S_OK, WriteCueFile(folder.Path("disc.cue"), *sheet.Get()));
+    ASSERT_EQ(S_OK, Write(folder.Path("disc.cue"), sheet));
     TestSheet back;
     ASSERT_EQ(S_OK, ParseCueSheet(folder.Path("disc.cue"), back.Get()));
     ASSERT_EQ(tracks, back->nTracks);

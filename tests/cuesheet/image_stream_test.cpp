@@ -8,6 +8,7 @@
 
 #include "cuesheet/track_extraction.h"
 #include "disc/track_table.h"
+#include "support/counting_environment.h"
 #include "support/forwarding_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
@@ -44,8 +45,8 @@ struct Track {
     track.dwEndLBA = end;
     track.Pregap = 3; // Plays no part.
     SetBlockSize(&track, blockSize);
-    return ExtractTrack(Wide(path).get(), Wide("label").get(), info, track, dataBlock,
-                        reinterpret_cast<LONG*>(callback), 77, user, stream);
+    return NewCueSheetService()->ExtractTrackToStream(Wide(path).get(), Wide("label").get(), &info, &track, dataBlock,
+                                                      reinterpret_cast<LONG*>(callback), 77, user, stream);
   }
   ComPtr<IStream> Stream(const std::string& path, ZSStreamCallback callback = nullptr) const {
     ComPtr<IStream> stream;
@@ -83,6 +84,10 @@ std::string ReadAll(IStream* stream, ULONG size, UHYPER length) {
   return bytes;
 }
 
+HRESULT Pump(IStream* stream, const std::string& path) {
+  return NewCueSheetService()->ExtractStreamToFile(stream, Wide(path).get());
+}
+
 TEST(TrackExtraction, DeliversTheBytesOfTheTrack) {
   const TemporaryFolder folder;
   const std::string image = Pattern(2448 * (kSectors + 10) + 100);
@@ -113,7 +118,7 @@ TEST(TrackExtraction, DeliversTheBytesOfTheTrack) {
       EXPECT_TRUE(expected == ReadAll(track.Stream(path).Get(), size, expected.size()))
           << track.blockSize << " to " << track.dataBlock << " by " << size;
     }
-    EXPECT_EQ(S_OK, PumpStream(track.Stream(path).Get(), Wide(folder.Path("track")).get()));
+    EXPECT_EQ(S_OK, Pump(track.Stream(path).Get(), folder.Path("track")));
     EXPECT_TRUE(expected == folder.Read("track"));
   }
 }
@@ -131,7 +136,7 @@ TEST(TrackExtraction, DeliversWhatAShortImageHolds) {
       for (const ULONG size : {1U, 1000U, 2048U, 65535U}) {
         EXPECT_TRUE(expected == ReadAll(track.Stream(path).Get(), size, expected.size())) << end << " by " << size;
       }
-      EXPECT_EQ(S_OK, PumpStream(track.Stream(path).Get(), Wide(folder.Path("track")).get()));
+      EXPECT_EQ(S_OK, Pump(track.Stream(path).Get(), folder.Path("track")));
       EXPECT_TRUE(expected == folder.Read("track"));
     }
   }
@@ -174,15 +179,41 @@ TEST(TrackExtraction, RefusesWhatCannotBeRead) {
   refused({4096, 0}, path);
   refused({2352, 2048, 16, 5, 6, ~UHYPER{0}}, path);
   refused({2352, 2048, 16, 5, 6, UHYPER{1} << 63}, path);
-  EXPECT_EQ(E_INVALIDARG, PumpStream(nullptr, Wide(path).get()));
+  EXPECT_EQ(E_INVALIDARG, Pump(nullptr, path));
   const ComPtr<IStream> stream = Track{}.Stream(path);
-  EXPECT_EQ(E_INVALIDARG, PumpStream(stream.Get(), nullptr));
-  EXPECT_EQ(S_OK, PumpStream(stream.Get(), Wide(folder.Path("missing/track")).get()));
+  EXPECT_EQ(E_INVALIDARG, Pump(stream.Get(), ""));
+  EXPECT_EQ(S_OK, Pump(stream.Get(), folder.Path("missing/track")));
   EXPECT_EQ(E_INVALIDARG, stream->Read(nullptr, 1, nullptr));
   EXPECT_EQ(E_NOTIMPL, stream->Seek(0, 0, nullptr));
   void* object = &object;
   EXPECT_EQ(E_NOINTERFACE, stream->QueryInterface(IID_ISequentialStream, &object));
   EXPECT_EQ(nullptr, object);
+}
+
+TEST(TrackExtraction, TellsTheCallbackWhyItsValueIsMissing) {
+  const TemporaryFolder folder;
+  const UniqueBstr path = Wide(folder.Write("image.bin", Pattern(2048)));
+  zsimagefileinfo info{};
+  ZSTRACK track{};
+  track.dwEndLBA = 1;
+  SetBlockSize(&track, 2048);
+  VARIANT user{};
+  user.vt = VT_BSTR;
+  user.bstrVal = path.get();
+  const ZSStreamCallback callback = [](UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT value) -> LONG {
+    EXPECT_EQ(VT_ERROR, value.vt);
+    EXPECT_EQ(E_OUTOFMEMORY, HRESULT{value.scode});
+    EXPECT_EQ(VT_ERROR, VARTYPE{progress->vtUser.vt});
+    progress->fCancel = 1; // Shows that this was called.
+    return 0;
+  };
+  ComPtr<IStream> stream;
+  TestAllocator().FailAt(1);
+  EXPECT_EQ(S_OK, ExtractTrack(path.get(), nullptr, info, track, 0, reinterpret_cast<LONG*>(callback), 0, user,
+                               stream.Receive()));
+  TestAllocator().FailAt(0);
+  char byte = 0;
+  EXPECT_EQ(E_FAIL, stream->Read(&byte, 1, nullptr));
 }
 
 // Callbacks have no state of their own, so that the tests keep it here.
@@ -281,7 +312,7 @@ TEST_F(StreamCallback, Cancels) {
   g_react = nullptr;
   EXPECT_EQ(E_FAIL, Read(1000));
   EXPECT_EQ("8256 at 0 size 1000 done 2000/4096", g_messages.back());
-  EXPECT_EQ(S_OK, PumpStream(m_stream.Get(), Wide(m_folder.Path("track")).get()));
+  EXPECT_EQ(S_OK, Pump(m_stream.Get(), m_folder.Path("track")));
   EXPECT_EQ("", m_folder.Read("track"));
 }
 
@@ -390,12 +421,18 @@ TEST(StreamFailures, OfSeeksAndHandles) {
   EXPECT_EQ(nullptr, none);
   files.failDuplicate = false;
   // Sectors too large to be read together are reached by seeks.
-  const ComPtr<IStream> stream = Track{600000, 2048, 16, 0, 2}.Stream(path);
+  static std::string s_last;
+  const auto callback = [](UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT) -> LONG {
+    s_last = std::to_string(UINT{progress->nMessage}) + " done " + std::to_string(UHYPER{progress->qwDone});
+    return 0;
+  };
+  const ComPtr<IStream> stream = Track{600000, 2048, 16, 0, 2}.Stream(path, callback);
   std::string buffer(4096, '\0');
   ULONG came = 0;
   files.failSeek = true;
   EXPECT_EQ(kDeviceError, stream->Read(buffer.data(), 4096, &came));
   EXPECT_EQ(2048U, came);
+  EXPECT_EQ("66 done 0", s_last) << "what a failed read brings does not count";
   files.failSeek = false;
   EXPECT_EQ(S_OK, stream->Read(buffer.data(), 2048, &came));
   EXPECT_TRUE(Pattern(600000 * 2).substr(600016, 2048) == buffer.substr(0, 2048));
