@@ -1,8 +1,11 @@
 #include "platform/class_objects.h"
 
 #include <mutex>
+#include <new>
 #include <string_view>
 
+#include "platform/loaded_libraries.h"
+#include "platform/registry.h"
 #include "platform/text.h"
 
 namespace {
@@ -41,6 +44,55 @@ GetClassObjectFunction FindClass(REFCLSID clsid) noexcept {
   return nullptr;
 }
 
+bool FindProgId(std::u16string_view progId, CLSID* clsid) noexcept {
+  ClassList& list = Classes();
+  const std::lock_guard guard(list.lock);
+  for (const ProcessClass* entry = list.first; entry != nullptr; entry = entry->next) {
+    if (EqualNames(entry->progId, progId)) {
+      *clsid = entry->clsid;
+      return true;
+    }
+  }
+  return false;
+}
+
+/// The text without a name of a key below HKEY_CLASSES_ROOT; empty when there is none.
+HRESULT RegisteredText(const std::string& path, std::string* text) {
+  RegistryKey registry;
+  if (ReadRegistry(&registry) != 0) {
+    return REGDB_E_READREGDB;
+  }
+  const RegistryKey* key = registry.Find("HKEY_CLASSES_ROOT\\" + path);
+  *text = key == nullptr ? std::string() : key->Text("");
+  return S_OK;
+}
+
+HRESULT RegisteredClass(const std::string& progId, CLSID* clsid) {
+  std::string identifier;
+  const HRESULT result = RegisteredText(progId + "\\CLSID", &identifier);
+  if (FAILED(result)) {
+    return result;
+  }
+  return GUIDFromString(identifier, clsid) ? S_OK : CO_E_CLASSSTRING;
+}
+
+HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObject) {
+  std::string library;
+  const HRESULT result = RegisteredText("CLSID\\" + StringFromGUID(clsid) + "\\InprocServer32", &library);
+  if (FAILED(result)) {
+    return result;
+  }
+  return library.empty() ? REGDB_E_CLASSNOTREG : platform::LoadClassLibrary(library, getClassObject);
+}
+
+template <class Work> HRESULT WithMemory(Work work) noexcept {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
 } // namespace
 
 void RegisterProcessClass(ProcessClass* entry) noexcept {
@@ -66,15 +118,13 @@ HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept {
     return E_INVALIDARG;
   }
   *clsid = CLSID{};
-  ClassList& list = Classes();
-  const std::lock_guard guard(list.lock);
-  for (const ProcessClass* entry = list.first; entry != nullptr; entry = entry->next) {
-    if (EqualNames(entry->progId, progId)) {
-      *clsid = entry->clsid;
-      return S_OK;
-    }
+  if (FindProgId(progId, clsid)) {
+    return S_OK;
   }
-  return CO_E_CLASSSTRING;
+  return WithMemory([&] {
+    const std::string name = WideCharToMultiByte(progId);
+    return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : RegisteredClass(name, clsid);
+  });
 }
 
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept {
@@ -82,12 +132,20 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
     return E_POINTER;
   }
   *object = nullptr;
-  const GetClassObjectFunction getClassObject =
-      (context & CLSCTX_INPROC_SERVER) != 0 ? FindClass(clsid) : nullptr;
-  if (getClassObject == nullptr) {
+  if ((context & CLSCTX_INPROC_SERVER) == 0) {
     return REGDB_E_CLASSNOTREG;
+  }
+  const platform::LibraryUse use; // Its factory may not go before there is an object.
+  GetClassObjectFunction getClassObject = FindClass(clsid);
+  if (getClassObject == nullptr) {
+    const HRESULT result = WithMemory([&] { return LoadRegisteredClass(clsid, &getClassObject); });
+    if (FAILED(result)) {
+      return result;
+    }
   }
   ComPtr<IClassFactory> factory;
   const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
   return FAILED(result) ? result : factory->CreateInstance(outer, iid, object);
 }
+
+void CoFreeUnusedLibraries() noexcept { platform::FreeUnusedLibraries(); }

@@ -1,5 +1,9 @@
 /// @file
-/// Objects by class: the classes that the libraries of this process offer.
+/// Objects by class: first the classes that the libraries of this process offer, then those of the registry, whose
+/// libraries are loaded when they are needed.
+///
+/// Below `HKEY_CLASSES_ROOT` of the registry (platform/registry.h), `ProgID\CLSID` has a class's identifier, and
+/// `CLSID\{identifier}\InprocServer32` the absolute path of its library, which exports `DllGetClassObject`.
 #pragma once
 
 #include "platform/unknown.h"
@@ -25,10 +29,18 @@ void RevokeProcessClass(ProcessClass* entry) noexcept;
 extern "C" {
 
 /// The class of a ProgID, compared without regard to case.
-/// @return CO_E_CLASSSTRING when no class has that name, with `*clsid` cleared; E_INVALIDARG for null.
+/// @return CO_E_CLASSSTRING when no class has that name, with `*clsid` cleared; REGDB_E_READREGDB when the registry
+/// cannot be read; E_INVALIDARG for null.
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept;
 
 /// Makes an object of a class. `context` must have CLSCTX_INPROC_SERVER set.
-/// @return REGDB_E_CLASSNOTREG for an unknown class, E_POINTER for a null `object`, or the factory's answer.
+/// @return REGDB_E_CLASSNOTREG for an unknown class, E_POINTER for a null `object`; REGDB_E_READREGDB when the
+/// registry cannot be read, CO_E_DLLNOTFOUND when the class's library does not load, CO_E_ERRORINDLL when it exports
+/// no `DllGetClassObject`; or the factory's answer.
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept;
+
+/// Unloads the libraries that CoCreateInstance loaded and whose `DllCanUnloadNow` answers 0. Other threads may make
+/// objects meanwhile. None may still be inside the call that released the last object of a library, and no pointer to
+/// a class factory may be left.
+void CoFreeUnusedLibraries() noexcept;
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <string_view>
@@ -38,6 +39,12 @@ public:
   }
   int Truncate(int descriptor, off_t size) noexcept override { return ::ftruncate(descriptor, size); }
   int LockExclusive(int descriptor) noexcept override { return ::flock(descriptor, LOCK_EX | LOCK_NB); }
+  int LockWaiting(int descriptor) noexcept override { return ::flock(descriptor, LOCK_EX); }
+  int Unlock(int descriptor) noexcept override { return ::flock(descriptor, LOCK_UN); }
+  int Sync(int descriptor) noexcept override { return ::fsync(descriptor); }
+  int Rename(const char* from, const char* to) noexcept override { return std::rename(from, to); }
+  int Unlink(const char* path) noexcept override { return ::unlink(path); }
+  int MakeFolder(const char* path, mode_t mode) noexcept override { return ::mkdir(path, mode); }
   int Status(int descriptor, struct stat* status) noexcept override { return ::fstat(descriptor, status); }
   int PathStatus(const char* path, struct stat* status) noexcept override { return ::stat(path, status); }
 

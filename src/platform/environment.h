@@ -39,6 +39,15 @@ public:
   virtual int Truncate(int descriptor, off_t size) noexcept = 0;
   /// Takes the file for this descriptor alone, or fails at once with EWOULDBLOCK.
   virtual int LockExclusive(int descriptor) noexcept = 0;
+  /// The same, but waits until nobody else has it.
+  virtual int LockWaiting(int descriptor) noexcept = 0;
+  virtual int Unlock(int descriptor) noexcept = 0;
+  /// Returns when all that was written has reached the medium; for a folder, when its names have.
+  virtual int Sync(int descriptor) noexcept = 0;
+  /// Puts a file in the place of another in one step.
+  virtual int Rename(const char* from, const char* to) noexcept = 0;
+  virtual int Unlink(const char* path) noexcept = 0;
+  virtual int MakeFolder(const char* path, mode_t mode) noexcept = 0;
   virtual int Status(int descriptor, struct stat* status) noexcept = 0;
   virtual int PathStatus(const char* path, struct stat* status) noexcept = 0;
   /// The names in a folder, in no order, without "." and "..".

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "platform/bstr.h"
 #include "platform/task_memory.h"
@@ -136,15 +138,20 @@ void ForgetField(const RecordField& field, void* record) noexcept {
   }
 }
 
+/// Arrays in records hold this, and records outlive the library that filled them. So it has a copy of all that it
+/// needs of the description.
 class RecordInfo final : public Counted<IRecordInfo> {
 public:
-  explicit RecordInfo(const RecordDescription& description) noexcept : m_description(description) {}
+  /// Throws std::bad_alloc.
+  explicit RecordInfo(const RecordDescription& description)
+      : m_guid(description.guid), m_name(description.name), m_size(description.size),
+        m_fields(description.fields, description.fields + description.fieldCount) {}
 
   HRESULT RecordInit(void* record) override {
     if (record == nullptr) {
       return E_INVALIDARG;
     }
-    std::memset(record, 0, m_description.size);
+    std::memset(record, 0, m_size);
     return S_OK;
   }
 
@@ -152,8 +159,8 @@ public:
     if (record == nullptr) {
       return E_INVALIDARG;
     }
-    for (std::size_t i = 0; i < m_description.fieldCount; ++i) {
-      ClearField(m_description.fields[i], record);
+    for (const RecordField& field : m_fields) {
+      ClearField(field, record);
     }
     return S_OK;
   }
@@ -166,12 +173,12 @@ public:
       return S_OK;
     }
     RecordClear(target);
-    std::memcpy(target, source, m_description.size);
-    for (std::size_t i = 0; i < m_description.fieldCount; ++i) {
-      ForgetField(m_description.fields[i], target);
+    std::memcpy(target, source, m_size);
+    for (const RecordField& field : m_fields) {
+      ForgetField(field, target);
     }
-    for (std::size_t i = 0; i < m_description.fieldCount; ++i) {
-      const HRESULT result = CopyField(m_description.fields[i], source, target);
+    for (const RecordField& field : m_fields) {
+      const HRESULT result = CopyField(field, source, target);
       if (FAILED(result)) {
         RecordClear(target);
         RecordInit(target);
@@ -185,7 +192,7 @@ public:
     if (guid == nullptr) {
       return E_INVALIDARG;
     }
-    *guid = m_description.guid;
+    *guid = m_guid;
     return S_OK;
   }
 
@@ -193,7 +200,7 @@ public:
     if (name == nullptr) {
       return E_INVALIDARG;
     }
-    *name = SysAllocString(m_description.name);
+    *name = SysAllocString(m_name.c_str());
     return *name == nullptr ? E_OUTOFMEMORY : S_OK;
   }
 
@@ -201,7 +208,7 @@ public:
     if (size == nullptr) {
       return E_INVALIDARG;
     }
-    *size = static_cast<ULONG>(m_description.size);
+    *size = static_cast<ULONG>(m_size);
     return S_OK;
   }
 
@@ -209,7 +216,10 @@ protected:
   REFIID OwnIid() const noexcept override { return IID_IRecordInfo; }
 
 private:
-  const RecordDescription& m_description;
+  const GUID m_guid;
+  const std::u16string m_name;
+  const std::size_t m_size;
+  const std::vector<RecordField> m_fields;
 };
 
 class TypeInfo final : public Counted<ITypeInfo> {
@@ -300,6 +310,11 @@ HRESULT GetRecordInfoFromTypeInfo(ITypeInfo* type, IRecordInfo** record) noexcep
   if (type == nullptr || record == nullptr) {
     return E_INVALIDARG;
   }
-  *record = new (std::nothrow) RecordInfo(*type->Description());
-  return *record == nullptr ? E_OUTOFMEMORY : S_OK;
+  *record = nullptr;
+  try {
+    *record = new RecordInfo(*type->Description());
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }

@@ -19,7 +19,7 @@ struct RecordField {
   std::size_t countOffset; ///< Table only: of the BYTE that counts its elements.
 };
 
-/// A record type. Descriptions are constants that live as long as the process.
+/// A record type. Descriptions are constants that live as long as the library that has them.
 struct RecordDescription {
   GUID guid;
   const OLECHAR* name;
@@ -86,5 +86,6 @@ void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept;
 /// @return TYPE_E_LIBNOTREGISTERED when there is none, E_OUTOFMEMORY, E_INVALIDARG for a null `library`.
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD language, ITypeLib** library) noexcept;
 
-/// The operations on the records of a type. @return E_OUTOFMEMORY, E_INVALIDARG for a null argument.
+/// The operations on the records of a type, which may outlive it and its library. @return E_OUTOFMEMORY, E_INVALIDARG
+/// for a null argument.
 HRESULT GetRecordInfoFromTypeInfo(ITypeInfo* type, IRecordInfo** record) noexcept;

@@ -22,9 +22,11 @@ inline constexpr HRESULT TYPE_E_ELEMENTNOTFOUND = MakeResult(0x8002802B);    ///
 inline constexpr HRESULT TYPE_E_LIBNOTREGISTERED = MakeResult(0x8002801D);   ///< No type library of that identifier.
 inline constexpr HRESULT CLASS_E_NOAGGREGATION = MakeResult(0x80040110);     ///< Aggregation without IUnknown.
 inline constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = MakeResult(0x80040111); ///< The library lacks the class.
+inline constexpr HRESULT REGDB_E_READREGDB = MakeResult(0x80040150);         ///< The registry cannot be read.
 inline constexpr HRESULT REGDB_E_CLASSNOTREG = MakeResult(0x80040154);       ///< No such class is registered.
 inline constexpr HRESULT CO_E_CLASSSTRING = MakeResult(0x800401F3);          ///< The ProgID names no class.
 inline constexpr HRESULT CO_E_DLLNOTFOUND = MakeResult(0x800401F8);          ///< The class's library does not load.
+inline constexpr HRESULT CO_E_ERRORINDLL = MakeResult(0x800401F9);           ///< It loads, and offers no classes.
 
 constexpr bool SUCCEEDED(HRESULT result) noexcept { return result >= 0; }
 constexpr bool FAILED(HRESULT result) noexcept { return result < 0; }

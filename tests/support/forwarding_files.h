@@ -30,6 +30,12 @@ public:
   }
   int Truncate(int descriptor, off_t size) noexcept override { return m_next->Truncate(descriptor, size); }
   int LockExclusive(int descriptor) noexcept override { return m_next->LockExclusive(descriptor); }
+  int LockWaiting(int descriptor) noexcept override { return m_next->LockWaiting(descriptor); }
+  int Unlock(int descriptor) noexcept override { return m_next->Unlock(descriptor); }
+  int Sync(int descriptor) noexcept override { return m_next->Sync(descriptor); }
+  int Rename(const char* from, const char* to) noexcept override { return m_next->Rename(from, to); }
+  int Unlink(const char* path) noexcept override { return m_next->Unlink(path); }
+  int MakeFolder(const char* path, mode_t mode) noexcept override { return m_next->MakeFolder(path, mode); }
   int Status(int descriptor, struct stat* status) noexcept override { return m_next->Status(descriptor, status); }
   int PathStatus(const char* path, struct stat* status) noexcept override { return m_next->PathStatus(path, status); }
   int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {

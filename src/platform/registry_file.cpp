@@ -1,0 +1,186 @@
+#include "platform/registry.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/environment.h"
+#include "platform/file_lookup.h"
+#include "platform/files.h"
+#include "platform/registry_text.h"
+
+namespace {
+
+using platform::Uninterrupted;
+
+constexpr off_t kMaxSize = off_t{16} << 20; // No registry comes near it.
+constexpr mode_t kPrivateFile = 0600;       // Who may write here decides which code is loaded.
+constexpr mode_t kPrivateFolder = 0700;
+
+FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
+
+DWORD SystemError() noexcept {
+  platform::KeepSystemError();
+  return GetLastError();
+}
+
+HANDLE Open(const std::string& path, int flags) noexcept {
+  return HANDLE{Uninterrupted([&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, kPrivateFile); })};
+}
+
+int Descriptor(const UniqueHandle& file) noexcept { return static_cast<int>(file.Get()); }
+
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+/// The text of a file; empty when there is none.
+DWORD ReadText(const std::string& path, std::string* text) {
+  text->clear();
+  const UniqueHandle file(Open(path, O_RDONLY | O_NONBLOCK));
+  if (!file) {
+    return errno == ENOENT || errno == ENOTDIR ? ERROR_SUCCESS : SystemError();
+  }
+  struct stat status {};
+  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
+    return SystemError();
+  }
+  if (!S_ISREG(status.st_mode) || status.st_size > kMaxSize) {
+    return ERROR_BADDB;
+  }
+  text->resize(static_cast<std::size_t>(status.st_size));
+  DWORD done = 0;
+  if (!ReadFile(file.Get(), text->data(), static_cast<DWORD>(text->size()), &done)) {
+    return GetLastError();
+  }
+  return done == text->size() ? ERROR_SUCCESS : ERROR_BADDB;
+}
+
+/// Writes a file and waits until it is on the medium.
+DWORD WriteText(const std::string& path, const std::string& text) {
+  const UniqueHandle file(Open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW));
+  if (!file) {
+    return SystemError();
+  }
+  DWORD done = 0;
+  if (!WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &done)) {
+    return GetLastError();
+  }
+  return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError() : ERROR_SUCCESS;
+}
+
+/// Puts the text in the place of a file. Whatever fails or stops in between, the old file or the new one stands.
+DWORD ReplaceText(const std::string& path, const std::string& text) {
+  if (text.size() > static_cast<std::size_t>(kMaxSize)) {
+    return ERROR_FILE_TOO_LARGE;
+  }
+  const std::string fresh = path + ".new";
+  DWORD error = WriteText(fresh, text);
+  if (error == ERROR_SUCCESS && Uninterrupted([&] { return Files().Rename(fresh.c_str(), path.c_str()); }) == -1) {
+    error = SystemError();
+  }
+  if (error != ERROR_SUCCESS) {
+    Files().Unlink(fresh.c_str());
+    return error;
+  }
+  const UniqueHandle folder(Open(FolderOf(path), O_RDONLY | O_DIRECTORY));
+  const bool kept = folder && Uninterrupted([&] { return Files().Sync(Descriptor(folder)); }) != -1;
+  return kept ? ERROR_SUCCESS : SystemError();
+}
+
+/// Makes the folder of a file, and those above it.
+DWORD MakeFolders(const std::string& path) {
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    const std::string folder = path.substr(0, slash);
+    if (Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
+      return SystemError();
+    }
+  }
+  return ERROR_SUCCESS;
+}
+
+/// Keeps other processes and threads from changing the registry. It is given back when the process ends, however
+/// that comes about.
+class RegistryLock {
+public:
+  RegistryLock() = default;
+  RegistryLock(const RegistryLock&) = delete;
+  RegistryLock& operator=(const RegistryLock&) = delete;
+  ~RegistryLock() {
+    if (m_file) {
+      Files().Unlock(Descriptor(m_file)); // Closing alone would not do while a process that was forked has the file.
+    }
+  }
+
+  DWORD Acquire(const std::string& path) noexcept {
+    m_file.Reset(Open(path, O_RDWR | O_CREAT));
+    if (!m_file || Uninterrupted([&] { return Files().LockWaiting(Descriptor(m_file)); }) == -1) {
+      return SystemError();
+    }
+    return ERROR_SUCCESS;
+  }
+
+private:
+  UniqueHandle m_file;
+};
+
+/// A missing file is an empty registry.
+DWORD Load(const std::string& path, RegistryKey* registry) {
+  std::string text;
+  const DWORD error = path.empty() ? ERROR_SUCCESS : ReadText(path, &text);
+  if (error != ERROR_SUCCESS) {
+    return error;
+  }
+  registry->Create(kClassesRootName);
+  registry->Create(kCurrentUserName);
+  return platform::ParseRegistry(text, registry) ? ERROR_SUCCESS : ERROR_BADDB;
+}
+
+/// Does the work of a change, with the lock in hand.
+DWORD Change(const std::string& path, const std::function<DWORD(RegistryKey* registry)>& change) {
+  RegistryKey registry;
+  DWORD error = Load(path, &registry);
+  if (error != ERROR_SUCCESS) {
+    return error;
+  }
+  const std::string before = platform::FormatRegistry(registry);
+  error = change(&registry);
+  if (error != ERROR_SUCCESS) {
+    return error;
+  }
+  const std::string after = platform::FormatRegistry(registry);
+  return after == before ? ERROR_SUCCESS : ReplaceText(path, after);
+}
+
+} // namespace
+
+std::string RegistryPath() {
+  // The environment of a program with raised rights is not the user's to choose what code it loads.
+  if (const char* path = ::secure_getenv("IMAGEFILE_REGISTRY"); path != nullptr && *path != '\0') {
+    return path;
+  }
+  const std::string tail = "/ImageFile/registry.reg";
+  if (const char* data = ::secure_getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
+    return data + tail;
+  }
+  const char* home = ::secure_getenv("HOME");
+  return home != nullptr && *home == '/' ? home + ("/.local/share" + tail) : std::string();
+}
+
+DWORD ReadRegistry(RegistryKey* registry) { return Load(RegistryPath(), registry); }
+
+DWORD ChangeRegistry(const std::function<DWORD(RegistryKey* registry)>& change) {
+  const std::string path = RegistryPath();
+  if (path.empty()) {
+    return ERROR_PATH_NOT_FOUND;
+  }
+  DWORD error = MakeFolders(path);
+  RegistryLock lock;
+  if (error == ERROR_SUCCESS) {
+    error = lock.Acquire(path + ".lock");
+  }
+  return error == ERROR_SUCCESS ? Change(path, change) : error;
+}
