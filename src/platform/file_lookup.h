@@ -14,15 +14,16 @@ namespace platform {
 /// Stores the system error of `errno` as this thread's last error.
 void KeepSystemError() noexcept;
 
-/// Whether `errno` says that a path names nothing.
+/// Whether `errno` says that a path names nothing. A name that is too long for the system is none either: with
+/// `\` read as `/` it may be several.
 bool NamesNothing() noexcept;
 
 /// Finds a path on disk and its status, retrying interrupted calls.
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Replaces the folder of a path by the folder on disk, when that can be found and is spelled otherwise. The
-/// last component stays as it is.
-std::string ResolveFolder(const std::string& path);
+/// Where a file goes that no path on disk names yet: into the folder that is found on disk, with its own name in
+/// UTF-8, as other programs read names. Without such a folder the path stays as it is.
+std::string PathOfNewFile(const std::string& path);
 
 /// The first name, in byte order, that a folder holds for a pattern with `*` and `?`. Empty when none fits.
 std::string FirstMatch(const std::string& folder, const std::string& pattern);

@@ -90,10 +90,11 @@ int OpenForReading(const std::string& path) {
 }
 
 int OpenForWriting(const std::string& path, DWORD disposition) {
-  const int flags = O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0);
-  const int descriptor = OpenDescriptor(path, flags);
-  return descriptor == -1 && platform::NamesNothing() ? OpenDescriptor(platform::ResolveFolder(path), flags)
-                                                      : descriptor;
+  const int descriptor = OpenDescriptor(path, O_WRONLY);
+  if (descriptor != -1 || !platform::NamesNothing()) {
+    return descriptor;
+  }
+  return OpenDescriptor(platform::PathOfNewFile(path), O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0));
 }
 
 /// Data come from what can be read at any position; they may also go to a device.

@@ -2,8 +2,8 @@
 /// Files by handle: open, read, write, seek, size and lookup over POSIX.
 ///
 /// A path is opened by its exact spelling first. If there is no such file, `\` is read as `/` and each component
-/// is found without regard to case (platform/paths.h). Only regular files and block devices open for reading;
-/// a folder or a FIFO does not, and nothing ever waits for one.
+/// is found without regard to case (platform/paths.h). A new file gets its name in UTF-8. Only regular files and
+/// block devices open for reading; a folder or a FIFO does not, and nothing ever waits for one.
 ///
 /// Every function that fails leaves the reason for GetLastError, per thread.
 #pragma once

@@ -139,7 +139,7 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
 
 } // namespace
 
-bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR; }
+bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG; }
 
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status) {
   if (Exists(path, status)) {
@@ -153,15 +153,14 @@ bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* sta
   return false;
 }
 
-std::string ResolveFolder(const std::string& path) {
+std::string PathOfNewFile(const std::string& path) {
   const std::size_t name = PathFindFileNameA(path);
-  std::string folder;
+  std::string folder = path.substr(0, name);
   struct stat status {};
-  if (name == 0 || Exists(path.substr(0, name), &status) || !Walk(path.substr(0, name), &folder, &status)) {
+  if (!folder.empty() && !Exists(folder, &status) && !Walk(folder, &folder, &status)) {
     return path;
   }
-  PathAppendA(&folder, path.substr(name));
-  return folder;
+  return folder + NarrowToUtf8(path.substr(name));
 }
 
 std::string FirstMatch(const std::string& folder, const std::string& pattern) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "platform/environment.h"
@@ -75,6 +76,28 @@ TEST(FileLookup, FindsPatternsAndSizes) {
   EXPECT_EQ(5U, data.nFileSizeHigh);
   EXPECT_EQ(7U, data.nFileSizeLow);
   EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(folder.Path("*.img"), &data));
+}
+
+TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
+  const TemporaryFolder folder;
+  folder.Write("Sub/old", "x");
+  folder.Write("lat\xEDn/old", "x");
+  folder.Write("\xF6.old", "x");
+  const struct {
+    const char* path;
+    const char* onDisk;
+  } kCases[] = {
+      {"\xF6.cue", "\xC3\xB6.cue"},                       // A name that is one byte in narrow text.
+      {"lat\xC3\xADn/\xF6.cue", "lat\xEDn/\xC3\xB6.cue"}, // The folder keeps the name that it has.
+      {"SUB\\new.cue", "Sub/new.cue"},
+      {"\xF6.old", "\xF6.old"}, // There already.
+      {"nowhere/new.cue", nullptr},
+  };
+  for (const auto& test : kCases) {
+    const UniqueHandle file(Create(folder.Path(test.path)));
+    EXPECT_EQ(test.onDisk != nullptr, static_cast<bool>(file)) << test.path;
+    EXPECT_TRUE(test.onDisk == nullptr || std::filesystem::exists(folder.Path(test.onDisk))) << test.path;
+  }
 }
 
 TEST(Files, OpenOnlyWhatCanBeReadAtAnyPosition) {
@@ -171,6 +194,9 @@ TEST(PathStrings, HaveNoLimit) {
   std::ofstream(path) << "x";
   EXPECT_EQ("x", FirstByte(path));
   EXPECT_EQ("x", FirstByte(path.substr(0, path.size() - 8) + "DISC.ISO"));
+  std::string end = path.substr(path.size() - 700);
+  std::replace(end.begin(), end.end(), '/', '\\');
+  EXPECT_EQ("x", FirstByte(path.substr(0, path.size() - 700) + end)) << "longer than any one name may be";
 }
 
 } // namespace
