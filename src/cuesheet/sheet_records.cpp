@@ -49,10 +49,12 @@ void CloneIndexes(const ZSTRACK& source, ZSTRACK* copy) noexcept {
   copy->pdwIndex = table;
 }
 
-/// The pieces of a track as a list of its own; a list that cannot be copied shows as null.
+/// The pieces of a track as a list of its own; null when there are none or they cannot be copied.
 SAFEARRAY* CopyPieces(const ZSTRACK& source) noexcept {
   SAFEARRAY* copy = nullptr;
-  SafeArrayCopy(source.varFiles.parray, &copy);
+  if (OwnsArray(source.varFiles.vt)) {
+    SafeArrayCopy(source.varFiles.parray, &copy);
+  }
   return copy;
 }
 

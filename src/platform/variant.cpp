@@ -5,6 +5,9 @@
 namespace {
 
 bool IsPlain(VARTYPE type) noexcept {
+  if ((type & VT_BYREF) != 0) {
+    return true;
+  }
   switch (type) {
   case VT_EMPTY:
   case VT_UI1:
@@ -21,14 +24,12 @@ bool IsPlain(VARTYPE type) noexcept {
   }
 }
 
-bool IsArray(VARTYPE type) noexcept { return (type & VT_ARRAY) != 0; }
-
 } // namespace
 
 void VariantInit(VARIANT* value) noexcept { *value = VARIANT{}; }
 
 HRESULT VariantClear(VARIANT* value) noexcept {
-  if (IsArray(value->vt)) {
+  if (OwnsArray(value->vt)) {
     const HRESULT result = SafeArrayDestroy(value->parray);
     if (FAILED(result)) {
       return result;
@@ -55,7 +56,7 @@ HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept {
     return result;
   }
   VARIANT copy = *source;
-  if (IsArray(source->vt)) {
+  if (OwnsArray(source->vt)) {
     copy.parray = nullptr;
     if (source->parray != nullptr) {
       SAFEARRAY* array = nullptr;

@@ -17,6 +17,11 @@ inline constexpr VARTYPE VT_I8 = 20;
 inline constexpr VARTYPE VT_UI8 = 21;
 /// Marks an array; alone, with no element type, it marks the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
+/// Marks a pointer to a value that somebody else owns.
+inline constexpr VARTYPE VT_BYREF = 0x4000;
+
+/// Whether a value of this type owns an array.
+constexpr bool OwnsArray(VARTYPE type) noexcept { return (type & (VT_ARRAY | VT_BYREF)) == VT_ARRAY; }
 
 #pragma pack(push, 1)
 /// `vt` names the member of the union that holds the value.

@@ -223,6 +223,23 @@ TEST_F(Merge, MovesTracksBehindTheLast) {
   EXPECT_EQ("sourceISRC", Narrow(tracks[2].bstrISRC));
 }
 
+TEST_F(Merge, GivesAnEmptyListToATrackWithoutPieces) {
+  TrackArray source(*m_source.Get());
+  TrackArray destination(*m_old.Get());
+  {
+    const SafeArrayAccess access(source.Value()->parray);
+    VARIANT& files = access.Elements<ZSTRACK>()[1].varFiles;
+    VariantClear(&files);
+    files.vt = VT_UI8; // A value that is no list must not be read as one.
+    files.ullVal = 0xFFFFFFF0;
+  }
+  ASSERT_EQ(S_OK, m_service->MergeTracks(source.Value(), destination.Value()));
+  const SafeArrayAccess access(destination.Value()->parray);
+  const VARIANT& files = access.Elements<ZSTRACK>()[2].varFiles;
+  EXPECT_EQ(VT_ARRAY, VARTYPE{files.vt});
+  EXPECT_TRUE(files.parray == nullptr);
+}
+
 TEST_F(Merge, RefusesWhatItCannotMergeAndChangesNothing) {
   TrackArray source(*m_source.Get());
   TrackArray destination(*m_old.Get());

@@ -122,6 +122,13 @@ TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {
   strange.vt = 999;
   EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&copy, &strange));
   EXPECT_EQ(VT_EMPTY, VARTYPE{copy.vt});
+
+  VARIANT reference{};
+  reference.vt = VT_BYREF | VT_ARRAY; // The address of somebody else's array, which is no array itself.
+  reference.ullVal = 0xFFFFFFF0;
+  EXPECT_EQ(S_OK, VariantCopy(&copy, &reference));
+  EXPECT_EQ(0xFFFFFFF0U, UHYPER{copy.ullVal});
+  EXPECT_EQ(S_OK, VariantClear(&copy));
 }
 
 TEST(ClassObjects, AreFoundByNameAndRefuseWhatTheyLack) {
