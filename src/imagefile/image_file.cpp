@@ -1,5 +1,7 @@
 #include "imagefile/image_file.h"
 
+#include <algorithm>
+
 #include "cuesheet/cue_sheet.h"
 #include "disc/disc_id.h"
 #include "disc/positions.h"
@@ -25,8 +27,9 @@ HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
 
 /// Frees what a record points to and makes it all zero.
 void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
-  for (ZSCUESHEET* sheet : info->pZSCueSheet) {
-    if (sheet != nullptr) {
+  const std::size_t sessions = std::min<std::size_t>(info->nSessions, kMaxSessions);
+  for (std::size_t i = 0; i < sessions; ++i) {
+    if (ZSCUESHEET* sheet = info->pZSCueSheet[i]; sheet != nullptr) {
       service->FreeZSCueSheet(sheet, VARIANT_TRUE);
     }
   }
@@ -134,8 +137,8 @@ HRESULT CZSImageFile::Clone(zsimagefileinfo* source, zsimagefileinfo* copy) {
   }
   const zsimagefileinfo original = *source;
   *copy = original;
-  for (ZSCUESHEET*& sheet : copy->pZSCueSheet) {
-    sheet = nullptr;
+  for (std::size_t i = 0; i < kMaxSessions; ++i) {
+    copy->pZSCueSheet[i] = nullptr; // No reference to it: packed records may stand at any address.
   }
   copy->bstrImageBinaryFile = nullptr;
   ComPtr<IZSCueSheet> service;

@@ -172,6 +172,22 @@ TEST_F(ImageFile, ClonesDeeplyOrNotAtAll) {
   EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(&copy));
 }
 
+TEST_F(ImageFile, TakesRecordsAtAnyAddressAndFreesTheirSessionsAlone) {
+  const UniqueBstr path = Wide(m_folder.WriteSparse("a.iso", 2048));
+  BYTE storage[2 * sizeof(zsimagefileinfo) + 1];
+  auto* record = reinterpret_cast<zsimagefileinfo*>(storage + 1);
+  zsimagefileinfo* copy = record + 1;
+  ASSERT_EQ(S_OK, m_service->GetImageFileInfo(path.get(), record));
+  ASSERT_EQ(S_OK, m_service->Clone(record, copy));
+  EXPECT_EQ(Describe(*record->pZSCueSheet[0]), Describe(*copy->pZSCueSheet[0]));
+  TestSheet other;
+  copy->pZSCueSheet[1] = other.Get(); // Behind the record's sessions, so not its own.
+  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(copy));
+  EXPECT_EQ(0U, UINT{other->nTracks});
+  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(record));
+  EXPECT_TRUE(IsAllZero(*record) && IsAllZero(*copy));
+}
+
 TEST_F(ImageFile, ClonesARecordWithoutSessions) {
   zsimagefileinfo info{};
   info.lReserved = 5;
