@@ -5,9 +5,10 @@
 #pragma once
 
 #include <list>
-#include <map>
 #include <string>
 #include <string_view>
+
+#include "toc/named_list.h"
 
 /// One named value.
 struct CZSSettingsEntry {
@@ -16,7 +17,9 @@ struct CZSSettingsEntry {
   std::string attributes; ///< Raw attribute text of the tag that it was read from; empty when it was set.
 };
 
-/// One node. It owns its entries and children and finds both by name without a search through them. Neither
+inline std::string_view NameOf(const CZSSettingsEntry& entry) noexcept { return entry.key; }
+
+/// One node. It owns its entries and children and finds both by name. Neither
 /// copying nor destruction goes deeper into the stack than one node, however deep the tree.
 class CZSSettingsNode {
 public:
@@ -29,13 +32,13 @@ public:
   ~CZSSettingsNode() { DropChildren(); }
 
   /// The entry of a key; null when there is none.
-  const CZSSettingsEntry* FindEntry(std::string_view key) const;
+  const CZSSettingsEntry* FindEntry(std::string_view key) const { return m_entries.Find(key); }
   /// Gives the entry of a key a value, at its place, or appends an entry.
   void SetEntry(std::string_view key, std::string_view value, std::string_view entryAttributes);
 
   /// The first child of a name; null when there is none.
-  const CZSSettingsNode* FindChild(std::string_view childName) const;
-  CZSSettingsNode* FindChild(std::string_view childName);
+  const CZSSettingsNode* FindChild(std::string_view childName) const { return m_children.Find(childName); }
+  CZSSettingsNode* FindChild(std::string_view childName) { return m_children.Find(childName); }
   /// Appends a child, also when there is one of that name. It stays where it is as long as it lives.
   CZSSettingsNode* AppendChild(std::string_view childName, std::string_view childAttributes);
 
@@ -43,9 +46,9 @@ public:
   void Clear() noexcept;
 
   /// In the order of first assignment; a key stands at most once.
-  const std::list<CZSSettingsEntry>& Entries() const noexcept { return m_entries; }
+  const std::list<CZSSettingsEntry>& Entries() const noexcept { return m_entries.Elements(); }
   /// In the order of creation; names need not be unique.
-  const std::list<CZSSettingsNode>& Children() const noexcept { return m_children; }
+  const std::list<CZSSettingsNode>& Children() const noexcept { return m_children.Elements(); }
 
   std::string name;                  ///< Must not change once the node is a child.
   std::string attributes;            ///< Raw attribute text of the tag that the node was read from.
@@ -53,10 +56,9 @@ public:
 
 private:
   void DropChildren() noexcept;
-  CZSSettingsEntry* AppendEntry(const CZSSettingsEntry& entry);
 
-  std::list<CZSSettingsEntry> m_entries;
-  std::list<CZSSettingsNode> m_children;
-  std::map<std::string_view, CZSSettingsEntry*> m_entryOfKey;
-  std::map<std::string_view, CZSSettingsNode*> m_childOfName; ///< The first of each name.
+  CZSNamedList<CZSSettingsEntry> m_entries;
+  CZSNamedList<CZSSettingsNode> m_children;
 };
+
+inline std::string_view NameOf(const CZSSettingsNode& node) noexcept { return node.name; }

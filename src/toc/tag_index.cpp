@@ -11,13 +11,9 @@ CZSTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexce
   tag.end = static_cast<ULONG>(end);
   tag.selfClosing = text[end - 1] == '/';
   const std::string_view inside = text.substr(start + 1, end - start - 1 - (tag.selfClosing ? 1 : 0));
-  tag.name = inside.substr(0, inside.find(' '));
-  tag.special = tag.name.starts_with("?xml") || tag.name.starts_with("!--");
-  const std::size_t length = end - start + 1;
-  if (!tag.name.empty() && length > tag.name.size() + 3) {
-    const std::size_t attributes = start + tag.name.size() + 2;
-    tag.attributes = text.substr(attributes, end - attributes);
-  }
+  const std::string_view name = inside.substr(0, inside.find(' '));
+  tag.nameSize = static_cast<ULONG>(name.size());
+  tag.special = name.starts_with("?xml") || name.starts_with("!--");
   return tag;
 }
 
@@ -58,6 +54,11 @@ template <class Name> void TakeTags(std::string_view stretch, std::size_t offset
 
 } // namespace
 
+std::string_view CZSTag::Attributes(std::string_view text) const noexcept {
+  const ULONG from = start + nameSize + 2;
+  return nameSize == 0 || from >= end ? std::string_view() : text.substr(from, end - from);
+}
+
 CZSTagIndex::CZSTagIndex(std::string_view text) : m_text(text) {
   CollectTags();
   PairTags();
@@ -81,8 +82,9 @@ void CZSTagIndex::CollectTags() {
   }
 }
 
-/// Makes the sorted list of different names and tells for each tag which is its own; null for tags that need none.
-std::vector<CZSTagIndex::Name*> CZSTagIndex::CollectNames(std::vector<Name>* names) {
+/// Makes the sorted list of different names and tells for each tag the place of its own; kNoName for tags that need
+/// none.
+std::vector<ULONG> CZSTagIndex::CollectNames(std::vector<Name>* names) {
   std::vector<ULONG> order;
   for (std::size_t i = 0; i < m_tags.size(); ++i) {
     if (m_tags[i].OpensElement()) {
@@ -90,28 +92,24 @@ std::vector<CZSTagIndex::Name*> CZSTagIndex::CollectNames(std::vector<Name>* nam
     }
   }
   std::sort(order.begin(), order.end(),
-            [this](ULONG left, ULONG right) { return EndsBefore(m_tags[left].name, m_tags[right].name); });
-  std::vector<std::size_t> places(m_tags.size());
+            [this](ULONG left, ULONG right) { return EndsBefore(NameOf(left), NameOf(right)); });
+  std::vector<ULONG> nameOfTag(m_tags.size(), kNoName);
   for (const ULONG tag : order) {
-    if (names->empty() || names->back().text != m_tags[tag].name) {
-      names->push_back({m_tags[tag].name, {}});
+    if (names->empty() || names->back().text != NameOf(tag)) {
+      names->push_back({NameOf(tag), {}});
     }
-    places[tag] = names->size() - 1;
-  }
-  std::vector<Name*> nameOfTag(m_tags.size());
-  for (const ULONG tag : order) {
-    nameOfTag[tag] = &(*names)[places[tag]];
+    nameOfTag[tag] = static_cast<ULONG>(names->size() - 1);
   }
   return nameOfTag;
 }
 
 void CZSTagIndex::PairTags() {
   std::vector<Name> names;
-  const std::vector<Name*> nameOfTag = CollectNames(&names);
+  const std::vector<ULONG> nameOfTag = CollectNames(&names);
   for (std::size_t i = m_tags.size(); i-- > 0;) {
     CZSTag& tag = m_tags[i];
-    if (nameOfTag[i] != nullptr && !nameOfTag[i]->closings.empty()) {
-      tag.closeStart = nameOfTag[i]->closings.back();
+    if (nameOfTag[i] != kNoName && !names[nameOfTag[i]].closings.empty()) {
+      tag.closeStart = names[nameOfTag[i]].closings.back();
     }
     // No name holds a ">", so all that ends at this tag's ">" begins behind the one before, at a "<".
     TakeTags(m_text.substr(tag.start, tag.end - tag.start), tag.start, std::span(names));

@@ -12,22 +12,25 @@
 
 #include "platform/base_types.h"
 
-/// One possible opening tag. Positions are offsets in the text.
+/// One possible opening tag. Positions are offsets in the text, which is not kept: a text may be little else than
+/// tags, and each of them takes this record.
 struct CZSTag {
   static constexpr ULONG kNoClose = 0xFFFFFFFF;
 
-  std::string_view name;       ///< Up to the first blank; only that ends a name. May be empty.
-  std::string_view attributes; ///< Raw text, from the second character behind the name up to the ">".
   ULONG start = 0;             ///< Of the "<".
   ULONG end = 0;               ///< Of the ">".
   ULONG closeStart = kNoClose; ///< Of the "<" of the closing tag, where there is one.
+  ULONG nameSize = 0;          ///< Up to the first blank; only that ends a name. May be 0.
   bool selfClosing = false;    ///< A "/" stands before the ">".
   bool special = false;        ///< A declaration or a comment, by the start of the name.
 
   /// Whether it has a value and a closing tag at all.
   bool OpensElement() const noexcept { return !selfClosing && !special; }
   /// Of the ">" of the closing tag.
-  ULONG CloseEnd() const noexcept { return closeStart + static_cast<ULONG>(name.size()) + 2; }
+  ULONG CloseEnd() const noexcept { return closeStart + nameSize + 2; }
+  std::string_view Name(std::string_view text) const noexcept { return text.substr(start + 1, nameSize); }
+  /// Raw text, from the second character behind the name up to the ">".
+  std::string_view Attributes(std::string_view text) const noexcept;
 };
 
 /// The tags of one text, which must outlive the index and be shorter than 2^31 bytes. Memory is proportional to
@@ -47,10 +50,12 @@ private:
     std::string_view text;
     std::vector<ULONG> closings;
   };
+  static constexpr ULONG kNoName = 0xFFFFFFFF;
 
   void CollectTags();
-  std::vector<Name*> CollectNames(std::vector<Name>* names);
+  std::vector<ULONG> CollectNames(std::vector<Name>* names);
   void PairTags();
+  std::string_view NameOf(ULONG tag) const noexcept { return m_tags[tag].Name(m_text); }
 
   std::string_view m_text;
   std::vector<CZSTag> m_tags;

@@ -7,7 +7,7 @@ bool CZSTagScanner::FindNextTag() noexcept {
   }
   if (!tag->OpensElement()) {
     m_tag = tag;
-    m_cursor = std::size_t{tag->end} + 1;
+    m_cursor = tag->end + 1;
     return true;
   }
   if (tag->closeStart == CZSTag::kNoClose || tag->CloseEnd() >= m_end) {
@@ -16,7 +16,7 @@ bool CZSTagScanner::FindNextTag() noexcept {
   m_tag = tag;
   const std::string_view span = m_index->Text().substr(0, m_end);
   const std::size_t next = span.find('<', tag->CloseEnd());
-  m_cursor = next == std::string_view::npos ? tag->CloseEnd() : next;
+  m_cursor = next == std::string_view::npos ? tag->CloseEnd() : static_cast<ULONG>(next);
   return true;
 }
 
@@ -36,24 +36,23 @@ bool CZSTagParser::Parse(const char* text, LONG length) {
 }
 
 void CZSTagParser::Walk(const CZSTagIndex& index) {
-  std::vector<CZSTagScanner> levels{{&index, 0, index.Text().size()}};
+  std::vector<CZSTagScanner> levels{{&index, 0, static_cast<ULONG>(index.Text().size())}};
   while (!levels.empty()) {
     CZSTagScanner& scanner = levels.back();
     if (!scanner.FindNextTag()) {
       EndWalk(&levels);
       continue;
     }
-    const CZSTag& tag = scanner.Tag();
-    if (tag.special) {
+    if (scanner.Tag().special) {
       continue;
     }
-    const bool named = !tag.name.empty();
+    const bool named = !scanner.Name().empty();
     const std::string_view value = scanner.Value();
     const bool hasTags = value.find('<') != std::string_view::npos;
     if (hasTags && named) {
-      m_handler->OnStartElement(std::string(tag.name), std::string(tag.attributes));
+      m_handler->OnStartElement(std::string(scanner.Name()), std::string(scanner.Attributes()));
     } else if (named) {
-      m_handler->OnValueElement(std::string(tag.name), std::string(value), std::string(tag.attributes));
+      m_handler->OnValueElement(std::string(scanner.Name()), std::string(value), std::string(scanner.Attributes()));
     }
     if (hasTags) {
       levels.push_back(scanner.Inside());
@@ -67,15 +66,15 @@ void CZSTagParser::Walk(const CZSTagIndex& index) {
 void CZSTagParser::EndWalk(std::vector<CZSTagScanner>* levels) {
   bool ended = true;
   while (ended) {
-    const std::size_t stopped = levels->back().Cursor();
+    const ULONG stopped = levels->back().Cursor();
     levels->pop_back();
     if (levels->empty()) {
       return;
     }
-    const CZSTag& tag = levels->back().Tag();
-    if (!tag.name.empty()) {
-      m_handler->OnEndElement(std::string(tag.name), std::string(tag.attributes));
+    const CZSTagScanner& around = levels->back();
+    if (!around.Name().empty()) {
+      m_handler->OnEndElement(std::string(around.Name()), std::string(around.Attributes()));
     }
-    ended = stopped >= tag.closeStart;
+    ended = stopped >= around.Tag().closeStart;
   }
 }

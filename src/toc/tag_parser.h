@@ -28,7 +28,7 @@ public:
 /// positions are those of the whole text.
 class CZSTagScanner {
 public:
-  CZSTagScanner(const CZSTagIndex* index, std::size_t start, std::size_t end) noexcept
+  CZSTagScanner(const CZSTagIndex* index, ULONG start, ULONG end) noexcept
       : m_index(index), m_cursor(start), m_end(end) {}
 
   /// Finds the next element, self-closing tag, declaration or comment and moves the cursor behind it. False at
@@ -36,18 +36,20 @@ public:
   bool FindNextTag() noexcept;
 
   /// Where the next search starts.
-  std::size_t Cursor() const noexcept { return m_cursor; }
+  ULONG Cursor() const noexcept { return m_cursor; }
   /// The tag that was found last; there must be one.
   const CZSTag& Tag() const noexcept { return *m_tag; }
+  std::string_view Name() const noexcept { return m_tag->Name(m_index->Text()); }
+  std::string_view Attributes() const noexcept { return m_tag->Attributes(m_index->Text()); }
   /// The text between its opening and closing tag; empty for a self-closing tag.
   std::string_view Value() const noexcept;
   /// A scanner of its value.
-  CZSTagScanner Inside() const noexcept { return {m_index, std::size_t{m_tag->end} + 1, m_tag->closeStart}; }
+  CZSTagScanner Inside() const noexcept { return {m_index, m_tag->end + 1, m_tag->closeStart}; }
 
 private:
   const CZSTagIndex* m_index;
-  std::size_t m_cursor;
-  std::size_t m_end; ///< Behind the last character of the span.
+  ULONG m_cursor;
+  ULONG m_end; ///< Behind the last character of the span.
   const CZSTag* m_tag = nullptr;
 };
 

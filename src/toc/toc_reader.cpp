@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cdtext/decoder.h"
+#include "cuesheet/cue_sheet.h"
 #include "cuesheet/sheet_holder.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
@@ -95,10 +96,12 @@ bool ReadTrack(const CZSSettingsDocument& document, const std::string& node, ZSC
 UINT TrackCount(const CZSSettingsDocument& document, const std::string& session) {
   const LONG count = NumberAt(document, toc::KeyPath(session, toc::kTracks).c_str());
   const CZSSettingsNode* node = document.FindNode(session.c_str());
-  if (node == nullptr || count < 0 || static_cast<std::size_t>(count) > node->Children().size()) {
+  if (node == nullptr || count < 0) {
     return 0;
   }
-  return static_cast<UINT>(count);
+  const auto isTrack = [](const CZSSettingsNode& child) { return child.name.starts_with(toc::kTrackNode); };
+  const std::list<CZSSettingsNode>& nodes = node->Children();
+  return count > std::count_if(nodes.begin(), nodes.end(), isTrack) ? 0 : static_cast<UINT>(count);
 }
 
 HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsDocument& document, LONG number, zsimagefileinfo* info) {
@@ -195,8 +198,8 @@ void ReadCDText(const CZSSettingsDocument& document, zsimagefileinfo* info) {
 
 } // namespace
 
-HRESULT OpenTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
-  const HRESULT result = ReadTOCImage(service, path, info);
+HRESULT OpenTOCImage(IZSCueSheet* /*service*/, const std::string& path, zsimagefileinfo* info) {
+  const HRESULT result = ReadTOCImage(path, info);
   if (FAILED(result)) {
     return result;
   }
@@ -207,7 +210,12 @@ HRESULT OpenTOCImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   return S_OK;
 }
 
-HRESULT ReadTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
+HRESULT ReadTOCImage(const std::string& path, zsimagefileinfo* info) {
+  ComPtr<IZSCueSheet> service;
+  const HRESULT created = CreateCueSheetService(nullptr, IID_IZSCueSheet, service.ReceiveVoid());
+  if (FAILED(created)) {
+    return created == E_NOINTERFACE ? ZSE_FAILED : ZSE_OUTOFRESOURCES;
+  }
   CZSSettingsDocument document;
   document.Load(path);
   if (LeadingNumber(TextAt(document, toc::kVersion)).value_or(0) > toc::kFormatVersion) {
@@ -218,7 +226,7 @@ HRESULT ReadTOCImage(IZSCueSheet* service, const std::string& path, zsimagefilei
     return ZSE_FAILED;
   }
   ReadTop(document, path, binaryFile, info);
-  const HRESULT result = ReadSessions(service, document, info);
+  const HRESULT result = ReadSessions(service.Get(), document, info);
   if (FAILED(result)) {
     return result;
   }

@@ -16,5 +16,6 @@
 /// ZSE_BADIMAGE when the sector file is needed and cannot be read; E_OUTOFMEMORY.
 HRESULT OpenTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 
-/// The first step of OpenTOCImage: the file into the record. CD-Text that cannot be decoded is left out.
-HRESULT ReadTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
+/// The first step of OpenTOCImage: the file into the record, by a cue sheet service of its own. CD-Text that cannot be
+/// decoded is left out.
+HRESULT ReadTOCImage(const std::string& path, zsimagefileinfo* info);

@@ -52,9 +52,12 @@ inline std::string TwoDigits(LONG number) {
 /// Path of the node of a session, numbered from 1.
 inline std::string SessionPath(LONG number) { return "ZENTORASCRIBE:TOC:SESSIONS:SESSION-" + TwoDigits(number); }
 
+/// The name of a track's node, without its number.
+inline constexpr char kTrackNode[] = "TRACK-";
+
 /// Path of the node of a track.
 inline std::string TrackPath(const std::string& session, LONG number) {
-  return session + ":TRACK-" + TwoDigits(number);
+  return session + ":" + kTrackNode + TwoDigits(number);
 }
 
 /// Path of a key of a session's or track's node.
