@@ -90,7 +90,8 @@ void ProfileFile::Index() {
     const std::string_view line = LineAt(start);
     const bool heading = !line.empty() && line.front() == '[';
     // Keys before the first section belong to none.
-    const bool key = !line.empty() && line.front() != ';' && !m_sections.empty() && line.find('=') != line.npos;
+    const bool key =
+        !line.empty() && line.front() != ';' && !m_sections.empty() && line.find('=') != std::string_view::npos;
     if (!heading && !key) {
       continue;
     }

@@ -70,6 +70,9 @@ TEST_F(Nrg, BuildsTheIndexesOfATrack) {
       {"more than fit",
        {{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 255, 300}},
        "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150 at 0"},
+      {"flags of each entry",
+       {{0x20, 2, 0, 100}, {0x10, 2, 1, 150}},
+       "2: 150-900 pregap 50 mode 0 size 0/0 flags 3 index 100,150 at 0"},
       {"flags of data",
        {{0xF0, 2, 0, 100}, {0xF0, 2, 1, 150}},
        "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150 at 0"},
@@ -242,6 +245,8 @@ TEST_F(Nrg, RefusesWhatDoesNotFit) {
       {"DAOX without its head", NrgBuilder().Cues(oneTrack).Chunk("DAOX", std::vector<BYTE>(21)).Build()},
       {"SINF without its count", NrgBuilder().Chunk("SINF", {0, 0, 1}).Build()},
       {"ETN2 short of a record", NrgBuilder().SessionInfo(2).TracksAtOnce({{7, 0, 2352}}).Build()},
+      {"ETN2 short of a record for the second session",
+       NrgBuilder().SessionInfo(1).SessionInfo(1).TracksAtOnce({{7, 0, 2352}}).Build()},
       {"ETN2 of very many tracks", NrgBuilder().SessionInfo(0xFFFFFFFF).TracksAtOnce({{7, 0, 2352}}).Build()},
       {"100 sessions", full.Build(), ZSE_OUTOFRESOURCES},
   };
