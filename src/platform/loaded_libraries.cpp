@@ -50,7 +50,7 @@ struct LibraryTable {
 };
 
 /// Never destroyed: objects may be made and freed until the process ends.
-LibraryTable& Libraries() noexcept {
+LibraryTable& Libraries() {
   static auto* table = new LibraryTable;
   return *table;
 }

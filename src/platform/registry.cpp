@@ -51,6 +51,10 @@ struct OpenKey {
   const RegistryKey* key = nullptr;
 };
 
+OpenKey* Opened(HKEY key) noexcept {
+  return reinterpret_cast<OpenKey*>(key); // NOLINT(performance-no-int-to-ptr): it was made of a pointer.
+}
+
 const char* RootName(HKEY key) noexcept {
   return key == HKEY_CLASSES_ROOT ? kClassesRootName : key == HKEY_CURRENT_USER ? kCurrentUserName : nullptr;
 }
@@ -67,7 +71,7 @@ DWORD FindKey(HKEY key, std::string_view path, OpenKey* found) {
   } else if (key == HKEY{}) {
     return ERROR_INVALID_HANDLE;
   } else {
-    *found = *reinterpret_cast<const OpenKey*>(key);
+    *found = *Opened(key);
   }
   found->key = found->key == nullptr ? nullptr : found->key->Find(path);
   return found->key == nullptr ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
@@ -191,7 +195,7 @@ DWORD RegQueryValueExA(HKEY key, const char* name, DWORD* /*reserved*/, DWORD* t
 
 DWORD RegCloseKey(HKEY key) noexcept {
   if (RootName(key) == nullptr) {
-    delete reinterpret_cast<OpenKey*>(key);
+    delete Opened(key);
   }
   return ERROR_SUCCESS;
 }

@@ -144,7 +144,7 @@ void AppendValue(const RegistryValue& value, std::string* out) {
     AppendText(value.text, out);
   } else {
     char digits[9];
-    std::snprintf(digits, sizeof(digits), "%08x", value.number);
+    static_cast<void>(std::snprintf(digits, sizeof(digits), "%08x", value.number));
     *out += kNumberMark;
     *out += digits;
   }

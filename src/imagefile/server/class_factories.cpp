@@ -8,6 +8,7 @@
 #include "disc/record_descriptions.h"
 #include "foundation/module.h"
 #include "imagefile/image_file.h"
+#include "imagefile/server/diagnostics.h"
 #include "platform/class_objects.h"
 
 namespace {
@@ -64,7 +65,8 @@ ClassTable& Classes() noexcept {
   return table;
 }
 
-/// While it lives, this process finds the library's classes and record types without registration.
+/// The library from its load to its unload. While it lives, this process finds the library's classes and record types
+/// without registration.
 class ModuleAttachment {
 public:
   ModuleAttachment() noexcept {
@@ -81,6 +83,7 @@ public:
   }
 
 private:
+  const CZSDiagnostics m_diagnostics;
   ProcessClass m_imageFile{CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr};
   ProcessClass m_cueSheet{CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr};
 };

@@ -1,0 +1,36 @@
+#include "imagefile/server/diagnostics.h"
+
+#include <new>
+
+#include "platform/named_mutex.h"
+#include "platform/registry.h"
+
+namespace {
+
+constexpr const char* kMutex = "ZSModuleTrace";
+constexpr const char* kKey = "Software\\Zentora\\Zentora Scribe\\MMC";
+
+HANDLE MakeMutex() noexcept {
+  try {
+    return CreateMutexA(kMutex);
+  } catch (const std::bad_alloc&) {
+    return INVALID_HANDLE_VALUE;
+  }
+}
+
+LONG ReadLevel() noexcept {
+  HKEY key{};
+  if (RegOpenKeyExA(HKEY_CURRENT_USER, kKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
+    return -1;
+  }
+  DWORD type = 0;
+  DWORD level = 0;
+  DWORD size = sizeof(level);
+  const DWORD error = RegQueryValueExA(key, "DebugLevel", nullptr, &type, reinterpret_cast<BYTE*>(&level), &size);
+  RegCloseKey(key);
+  return error == ERROR_SUCCESS && type == REG_DWORD ? static_cast<LONG>(level) : -1;
+}
+
+} // namespace
+
+CZSDiagnostics::CZSDiagnostics() noexcept : m_mutex(MakeMutex()), m_level(ReadLevel()) {}
