@@ -51,3 +51,8 @@ struct EncodeOptions {
   bool subChannel = false;
 };
 int RunEncode(const EncodeOptions& options);
+
+struct RegisterOptions {
+  bool remove; ///< Undoes it.
+};
+int RunRegister(const RegisterOptions& options);

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/files.h"
+#include "platform/registry.h"
 #include "terminal_text.h"
 
 namespace {
@@ -30,6 +31,8 @@ constexpr KnownCode kKnownCodes[] = {
     {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG", "the image library is neither loaded nor registered"},
     {CO_E_CLASSSTRING, "CO_E_CLASSSTRING", "the image library is neither loaded nor registered"},
     {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library that is registered does not load"},
+    {REGDB_E_READREGDB, "REGDB_E_READREGDB", "the registry cannot be read"},
+    {CO_E_ERRORINDLL, "CO_E_ERRORINDLL", "the image library that is registered offers no classes"},
     {ZSE_FAILED, "ZSE_FAILED", "nothing in it can be used as a disc"},
     {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND", "the description or a file that belongs to it is missing"},
     {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES", "it asks for more than an image can have, or memory is short"},
@@ -44,6 +47,9 @@ constexpr KnownCode kKnownCodes[] = {
     {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "ERROR_DISK_FULL", "the disk is full"},
     {HRESULT_FROM_WIN32(ERROR_IO_DEVICE), "ERROR_IO_DEVICE", "the device failed"},
     {HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), "ERROR_FILE_TOO_LARGE", "the file would be too large"},
+    {HRESULT_FROM_WIN32(ERROR_BADDB), "ERROR_BADDB",
+     "this is no registry file, or a damaged one; move it away to start anew"},
+    {HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), "ERROR_WRITE_PROTECT", "the disk is write-protected"},
     {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system refused"},
 };
 

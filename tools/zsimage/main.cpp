@@ -93,6 +93,15 @@ void AddCDText(CLI::App& app, DecodeOptions* decode, EncodeOptions* encode, int*
   writer->callback([=] { *status = Run(RunEncode, *encode); });
 }
 
+void AddRegister(CLI::App& app, int* status) {
+  app.add_subcommand("register", "Let other programs of this user find the image library")->callback([=] {
+    *status = Run(RunRegister, RegisterOptions{false});
+  });
+  app.add_subcommand("unregister", "Undo register")->callback([=] {
+    *status = Run(RunRegister, RegisterOptions{true});
+  });
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -111,6 +120,7 @@ int main(int argc, char** argv) {
   AddExtract(app, &extract, &status);
   AddConvert(app, &convert, &status);
   AddCDText(app, &decode, &encode, &status);
+  AddRegister(app, &status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
