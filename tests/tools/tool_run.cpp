@@ -13,8 +13,8 @@ namespace {
 /// Arguments in the form that the system wants.
 class Arguments {
 public:
-  explicit Arguments(const std::vector<std::string>& arguments) : m_texts(arguments) {
-    m_texts.insert(m_texts.begin(), ZSIMAGE_PATH);
+  Arguments(const std::string& program, const std::vector<std::string>& arguments) : m_texts(arguments) {
+    m_texts.insert(m_texts.begin(), program);
     if (const std::string emulator = ZSIMAGE_EMULATOR; !emulator.empty()) {
       m_texts.insert(m_texts.begin(), emulator);
     }
@@ -24,7 +24,7 @@ public:
     m_pointers.push_back(nullptr);
   }
   char** Get() { return m_pointers.data(); }
-  /// What the system is to start: the tool, or what runs it.
+  /// What the system is to start: the program, or what runs it.
   const char* Program() const { return m_texts.front().c_str(); }
 
 private:
@@ -40,7 +40,7 @@ int Wait(pid_t process) {
 
 } // namespace
 
-ToolResult RunTool(const std::vector<std::string>& arguments) {
+ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
   const TemporaryFolder folder;
   const std::string out = folder.Path("out");
   const std::string err = folder.Path("err");
@@ -49,12 +49,14 @@ ToolResult RunTool(const std::vector<std::string>& arguments) {
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_CREAT | O_WRONLY, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_CREAT | O_WRONLY, 0600);
   pid_t process = 0;
-  Arguments command(arguments);
+  Arguments command(program, arguments);
   const int failure = posix_spawn(&process, command.Program(), &actions, nullptr, command.Get(), environ);
   posix_spawn_file_actions_destroy(&actions);
   const int status = failure == 0 ? Wait(process) : -1;
   return {status, folder.Read("out"), folder.Read("err")};
 }
+
+ToolResult RunTool(const std::vector<std::string>& arguments) { return RunProgram(ZSIMAGE_PATH, arguments); }
 
 ToolResult InterruptTool(const std::vector<std::string>& arguments, const std::string& marker) {
   ToolResult result{-1, "", ""};
@@ -63,7 +65,7 @@ ToolResult InterruptTool(const std::vector<std::string>& arguments, const std::s
     return result;
   }
   const std::string name = ptsname(terminal);
-  Arguments command(arguments);
+  Arguments command(ZSIMAGE_PATH, arguments);
   const pid_t process = fork();
   if (process == 0) {
     setsid();

@@ -12,7 +12,10 @@ struct ToolResult {
   std::string err;
 };
 
-/// Runs `zsimage` with arguments and waits for it.
+/// Runs a program of the build with arguments and waits for it.
+ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments);
+
+/// The same for `zsimage`.
 ToolResult RunTool(const std::vector<std::string>& arguments);
 
 /// Runs it on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.

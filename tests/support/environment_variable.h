@@ -1,0 +1,32 @@
+/// @file
+/// Variables of the environment, for this process and those it starts.
+#pragma once
+
+#include <stdlib.h>
+
+#include <optional>
+#include <string>
+
+/// Has a value while it lives, and then what it had before.
+class EnvironmentVariable {
+public:
+  EnvironmentVariable(const char* name, const std::string& value) : m_name(name) {
+    if (const char* before = ::getenv(name); before != nullptr) {
+      m_before = before;
+    }
+    ::setenv(name, value.c_str(), 1);
+  }
+  EnvironmentVariable(const EnvironmentVariable&) = delete;
+  EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+  ~EnvironmentVariable() {
+    if (m_before) {
+      ::setenv(m_name, m_before->c_str(), 1);
+    } else {
+      ::unsetenv(m_name);
+    }
+  }
+
+private:
+  const char* m_name;
+  std::optional<std::string> m_before;
+};
