@@ -50,9 +50,9 @@ private:
   ZSTRACK* Current() const noexcept;
 
   ZSCUESHEET* m_sheet;
-  LONG m_number = 0;      ///< Of the last TRACK line; 0 before the first.
-  LONG m_index = 0;       ///< Of the last INDEX line.
-  Time m_time;            ///< Of the last PREGAP or INDEX line.
-  ULONG m_pregapSum = 0;  ///< Frames of all PREGAP lines so far.
+  LONG m_number = 0;       ///< Of the last TRACK line; 0 before the first.
+  LONG m_index = 0;        ///< Of the last INDEX line.
+  Time m_time;             ///< Of the last PREGAP or INDEX line.
+  ULONG m_pregapSum = 0;   ///< Frames of all PREGAP lines so far.
   UHYPER m_byteOffset = 0; ///< Bytes of the tracks that have ended.
 };

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr BYTE kSubModeForm2 = 0x20; // Bit of the XA sub-mode.
+constexpr BYTE kSubModeForm2 = 0x20;      // Bit of the XA sub-mode.
 constexpr LONG kSignatureOffset = 0x8000; // Sector 16 of 2048 bytes, where ECMA-119 puts its first descriptor.
 constexpr DWORD kSignatureSize = 50;
 

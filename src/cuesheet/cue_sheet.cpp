@@ -78,9 +78,8 @@ HRESULT CZSCueSheet::AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) {
 }
 
 HRESULT CZSCueSheet::AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) {
-  return sheet == nullptr
-             ? E_INVALIDARG
-             : Guarded([&] { return LoadCDTextCompanion(NarrowText(path), sheet) ? S_OK : S_FALSE; });
+  return sheet == nullptr ? E_INVALIDARG
+                          : Guarded([&] { return LoadCDTextCompanion(NarrowText(path), sheet) ? S_OK : S_FALSE; });
 }
 
 HRESULT CZSCueSheet::AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) {

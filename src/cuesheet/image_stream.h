@@ -35,7 +35,9 @@ public:
   HRESULT Write(const void* /*buffer*/, ULONG /*count*/, ULONG* /*taken*/) override { return E_NOTIMPL; }
   HRESULT Seek(std::int64_t /*distance*/, DWORD /*origin*/, UHYPER* /*position*/) override { return E_NOTIMPL; }
   HRESULT SetSize(UHYPER /*size*/) override { return E_NOTIMPL; }
-  HRESULT CopyTo(IStream* /*target*/, UHYPER /*count*/, UHYPER* /*read*/, UHYPER* /*written*/) override { return E_NOTIMPL; }
+  HRESULT CopyTo(IStream* /*target*/, UHYPER /*count*/, UHYPER* /*read*/, UHYPER* /*written*/) override {
+    return E_NOTIMPL;
+  }
   HRESULT Commit(DWORD /*flags*/) override { return E_NOTIMPL; }
   HRESULT Revert() override { return E_NOTIMPL; }
   HRESULT LockRegion(UHYPER /*offset*/, UHYPER /*count*/, DWORD /*type*/) override { return E_NOTIMPL; }

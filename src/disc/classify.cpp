@@ -108,7 +108,8 @@ bool ShowsBridge(CZSFile* file, const zsimagefileinfo& info, const ZSCUESHEET& s
     file->Read(sector.data(), sector.size());
   }
   const ByteView descriptor(sector);
-  if (!descriptor.HasText(0, "\x01" "CD001")) {
+  if (!descriptor.HasText(0, "\x01"
+                             "CD001")) {
     return false;
   }
   if (descriptor.HasText(8, "CD-RTOS CD-BRIDGE")) {

@@ -28,13 +28,13 @@ enum zsimgformat : std::int32_t {
 
 /// What a disc is.
 enum ZSTYPEPROJECT : std::int32_t {
-  ZSTYPEPROJECT_NULL = 0,              ///< Not classified.
-  ZSTYPEPROJECT_DATA = 1,              ///< One session of data.
-  ZSTYPEPROJECT_CDAUDIO = 2,           ///< Audio only.
-  ZSTYPEPROJECT_MIXED = 3,             ///< Audio and data in the first session.
-  ZSTYPEPROJECT_CDPLUS = 4,            ///< An audio session, then a data session (Blue Book).
-  ZSTYPEPROJECT_VIDEO = 5,             ///< Several tracks and the mark of a CD-Bridge disc (White Book).
-  ZSTYPEPROJECT_DVDVIDEO = 6,          ///< Not produced here, as the next three.
+  ZSTYPEPROJECT_NULL = 0,     ///< Not classified.
+  ZSTYPEPROJECT_DATA = 1,     ///< One session of data.
+  ZSTYPEPROJECT_CDAUDIO = 2,  ///< Audio only.
+  ZSTYPEPROJECT_MIXED = 3,    ///< Audio and data in the first session.
+  ZSTYPEPROJECT_CDPLUS = 4,   ///< An audio session, then a data session (Blue Book).
+  ZSTYPEPROJECT_VIDEO = 5,    ///< Several tracks and the mark of a CD-Bridge disc (White Book).
+  ZSTYPEPROJECT_DVDVIDEO = 6, ///< Not produced here, as the next three.
   ZSTYPEPROJECT_CDMP3 = 7,
   ZSTYPEPROJECT_CDWMA = 8,
   ZSTYPEPROJECT_CDOGG = 9,
@@ -143,19 +143,19 @@ struct ZSCDTEXT {
   BSTR bstrArranger;
   BSTR bstrGenre;
   BSTR bstrMessage;
-  zscdtextlang Language;      ///< Written into encoded CD-Text; no decoder sets it.
+  zscdtextlang Language; ///< Written into encoded CD-Text; no decoder sets it.
 };
 
 /// One track. It lies in the image from `dwLBA` - `Pregap` up to, not including, `dwEndLBA`.
 struct ZSTRACK {
-  UINT TNO;                          ///< Number of the track, from 1 in each session; a CUE sheet's own number.
-  ULONG* pdwIndex;                   ///< Positions of the indexes, from index 0 on; kNoIndex where absent. Null
-                                     ///< when the format gives none. In task memory.
-  BYTE nCountIndex;                  ///< Number of elements of `pdwIndex`.
-  LONG Pregap;                       ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
-  ULONG dwLBA;                       ///< Position of index 1, the first sector of the track proper.
-  ULONG dwEndLBA;                    ///< First position behind the track.
-  LONG Postgap;                      ///< Sectors that stand in the image behind the track.
+  UINT TNO;         ///< Number of the track, from 1 in each session; a CUE sheet's own number.
+  ULONG* pdwIndex;  ///< Positions of the indexes, from index 0 on; kNoIndex where absent. Null
+                    ///< when the format gives none. In task memory.
+  BYTE nCountIndex; ///< Number of elements of `pdwIndex`.
+  LONG Pregap;      ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
+  ULONG dwLBA;      ///< Position of index 1, the first sector of the track proper.
+  ULONG dwEndLBA;   ///< First position behind the track.
+  LONG Postgap;     ///< Sectors that stand in the image behind the track.
   ZSMODETYPE Mode;
   ZSFILEBLOCKSIZECUE BlockSize;      ///< Bytes of one sector of this track in the image file.
   ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size reported upward into zsimagefileinfo::ZSBlockSize.
@@ -168,16 +168,16 @@ struct ZSTRACK {
   BSTR bstrArranger;
   BSTR bstrGenre;
   BSTR bstrMessage;
-  BSTR bstrISRC;                     ///< International standard recording code, at most 12 characters.
-  UHYPER dwReserved64;               ///< Byte offset of the track in the image file, where a reader knows it.
+  BSTR bstrISRC;       ///< International standard recording code, at most 12 characters.
+  UHYPER dwReserved64; ///< Byte offset of the track in the image file, where a reader knows it.
 };
 
 /// One session.
 struct ZSCUESHEET {
-  UINT nTracks;                        ///< Number of elements of `pZSTracks`.
-  ZSTRACK* pZSTracks;                  ///< The tracks, in task memory.
-  ::ZSCDTEXT ZSCDTEXT;                 ///< Text of the disc; only the first session's carries CD-Text.
-  ::ZSSESSIONFORMAT ZSSESSIONFORMAT;   ///< Format of the session.
+  UINT nTracks;                      ///< Number of elements of `pZSTracks`.
+  ZSTRACK* pZSTracks;                ///< The tracks, in task memory.
+  ::ZSCDTEXT ZSCDTEXT;               ///< Text of the disc; only the first session's carries CD-Text.
+  ::ZSSESSIONFORMAT ZSSESSIONFORMAT; ///< Format of the session.
 };
 
 /// One image.

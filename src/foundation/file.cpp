@@ -2,8 +2,7 @@
 
 #include <new>
 
-bool CZSFile::Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition,
-                   DWORD attributes) noexcept {
+bool CZSFile::Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition, DWORD attributes) noexcept {
   Close();
   m_file.Reset(CreateFileA(path, access, sharing, disposition, attributes));
   return static_cast<bool>(m_file);

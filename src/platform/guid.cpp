@@ -21,12 +21,12 @@ int HexDigit(char c) noexcept {
 
 std::string StringFromGUID(REFGUID guid) {
   std::array<char, kShape.size() + 1> text{};
-  static_cast<void>(std::snprintf(text.data(), text.size(), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1,
-                static_cast<unsigned>(guid.Data2), static_cast<unsigned>(guid.Data3),
-                static_cast<unsigned>(guid.Data4[0]), static_cast<unsigned>(guid.Data4[1]),
-                static_cast<unsigned>(guid.Data4[2]), static_cast<unsigned>(guid.Data4[3]),
-                static_cast<unsigned>(guid.Data4[4]), static_cast<unsigned>(guid.Data4[5]),
-                static_cast<unsigned>(guid.Data4[6]), static_cast<unsigned>(guid.Data4[7])));
+  static_cast<void>(std::snprintf(text.data(), text.size(), "{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
+                                  guid.Data1, static_cast<unsigned>(guid.Data2), static_cast<unsigned>(guid.Data3),
+                                  static_cast<unsigned>(guid.Data4[0]), static_cast<unsigned>(guid.Data4[1]),
+                                  static_cast<unsigned>(guid.Data4[2]), static_cast<unsigned>(guid.Data4[3]),
+                                  static_cast<unsigned>(guid.Data4[4]), static_cast<unsigned>(guid.Data4[5]),
+                                  static_cast<unsigned>(guid.Data4[6]), static_cast<unsigned>(guid.Data4[7])));
   return text.data();
 }
 

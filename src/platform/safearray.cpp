@@ -27,8 +27,7 @@ void ClearElements(SAFEARRAY* array, std::size_t first, std::size_t last) noexce
 
 } // namespace
 
-SAFEARRAY* SafeArrayCreateEx(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds,
-                             IRecordInfo* extra) noexcept {
+SAFEARRAY* SafeArrayCreateEx(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds, IRecordInfo* extra) noexcept {
   ULONG size = 0;
   if (type != VT_RECORD || dimensions != 1 || bounds == nullptr || extra == nullptr || FAILED(extra->GetSize(&size))) {
     return nullptr;

@@ -20,11 +20,11 @@ inline constexpr USHORT FADF_RECORD = 0x0020;    ///< Elements are records with 
 
 /// The head of an array. Made by SafeArrayCreateEx only; hosts read it and change nothing but `fFeatures`.
 struct SAFEARRAY {
-  USHORT cDims;                 ///< Dimensions; 1 for every array made here.
-  USHORT fFeatures;             ///< FADF_ bits.
-  ULONG cbElements;             ///< Bytes of one element.
-  ULONG cLocks;                 ///< Accesses that have not ended.
-  void* pvData;                 ///< The elements, back to back.
+  USHORT cDims;     ///< Dimensions; 1 for every array made here.
+  USHORT fFeatures; ///< FADF_ bits.
+  ULONG cbElements; ///< Bytes of one element.
+  ULONG cLocks;     ///< Accesses that have not ended.
+  void* pvData;     ///< The elements, back to back.
   SAFEARRAYBOUND rgsabound[1];
 };
 
@@ -59,8 +59,7 @@ HRESULT SafeArrayGetRecordInfo(SAFEARRAY* array, IRecordInfo** record) noexcept;
 /// Ends the access that it began, on every way out.
 class SafeArrayAccess {
 public:
-  explicit SafeArrayAccess(SAFEARRAY* array) noexcept
-      : m_array(array), m_result(SafeArrayAccessData(array, &m_data)) {}
+  explicit SafeArrayAccess(SAFEARRAY* array) noexcept : m_array(array), m_result(SafeArrayAccessData(array, &m_data)) {}
   SafeArrayAccess(const SafeArrayAccess&) = delete;
   SafeArrayAccess& operator=(const SafeArrayAccess&) = delete;
   ~SafeArrayAccess() { End(); }

@@ -7,10 +7,10 @@
 namespace {
 
 /// Characters of the bytes 0x80 to 0x9F. The five places that Windows-1252 leaves free stand for themselves.
-constexpr std::array<char16_t, 32> kUpperControls = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr std::array<char16_t, 32> kUpperControls = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                                     0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                                     0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                                     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 char16_t FromWindows1252(BYTE byte) noexcept {
   return byte >= 0x80 && byte < 0xA0 ? kUpperControls[byte - 0x80U] : char16_t{byte};
@@ -140,7 +140,8 @@ std::string WideCharToMultiByte(std::u16string_view wide) {
     } else if (IsLowSurrogate(wide[i]) || IsHighSurrogate(wide[i])) {
       character = U'?';
     }
-    const BYTE single = character < 0x80 || character > 0xFFFF ? BYTE{0} : ToWindows1252(static_cast<char16_t>(character));
+    const BYTE single =
+        character < 0x80 || character > 0xFFFF ? BYTE{0} : ToWindows1252(static_cast<char16_t>(character));
     if (single != 0 && !StartsSequence(single, reversed)) {
       reversed.push_back(static_cast<char>(single));
     } else {

@@ -31,17 +31,17 @@ struct VARIANT {
   WORD wReserved2;
   WORD wReserved3;
   union {
-    BYTE bVal;             ///< VT_UI1
-    LONG lVal;             ///< VT_I4
-    ULONG ulVal;           ///< VT_UI4
-    std::int64_t llVal;    ///< VT_I8
-    UHYPER ullVal;         ///< VT_UI8
-    double dblVal;         ///< VT_R8
-    VARIANT_BOOL boolVal;  ///< VT_BOOL
-    HRESULT scode;         ///< VT_ERROR
-    BSTR bstrVal;          ///< VT_BSTR, owned
-    IUnknown* punkVal;     ///< VT_UNKNOWN, a counted reference
-    SAFEARRAY* parray;     ///< VT_ARRAY, owned
+    BYTE bVal;            ///< VT_UI1
+    LONG lVal;            ///< VT_I4
+    ULONG ulVal;          ///< VT_UI4
+    std::int64_t llVal;   ///< VT_I8
+    UHYPER ullVal;        ///< VT_UI8
+    double dblVal;        ///< VT_R8
+    VARIANT_BOOL boolVal; ///< VT_BOOL
+    HRESULT scode;        ///< VT_ERROR
+    BSTR bstrVal;         ///< VT_BSTR, owned
+    IUnknown* punkVal;    ///< VT_UNKNOWN, a counted reference
+    SAFEARRAY* parray;    ///< VT_ARRAY, owned
   };
 };
 #pragma pack(pop)

@@ -194,15 +194,13 @@ private:
     if (!m_description.Little32(at, &pregap) || !m_description.Little32(UHYPER{at} + 4, &length)) {
       return false;
     }
-    track->dwEndLBA = track->dwLBA + length;
-    if (track != m_sheet->pZSTracks) {
-      track->Pregap = static_cast<LONG>(pregap);
-      if (m_before != nullptr) {
-        const ULONG end = m_before->dwEndLBA;
-        track->Pregap = static_cast<LONG>(track->dwLBA - end);
-        track->dwEndLBA = end + length;
-      }
+    const bool first = track == m_sheet->pZSTracks;
+    const bool follows = !first && m_before != nullptr;
+    const ULONG start = follows ? m_before->dwEndLBA : track->dwLBA;
+    if (!first) {
+      track->Pregap = static_cast<LONG>(follows ? track->dwLBA - start : pregap);
     }
+    track->dwEndLBA = start + length;
     return true;
   }
 

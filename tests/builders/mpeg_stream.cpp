@@ -13,7 +13,9 @@ constexpr UHYPER kTicksPerPack = 1200; // Of 90 kHz: 75 packs a second.
 /// The lower `bits` of a number.
 constexpr UHYPER Low(UHYPER number, int bits) { return number & ((UHYPER{1} << bits) - 1); }
 
-void Bits40(ByteWriter* stream, UHYPER bits) { stream->Byte(static_cast<unsigned>(bits >> 32)).Big32(static_cast<ULONG>(bits)); }
+void Bits40(ByteWriter* stream, UHYPER bits) {
+  stream->Byte(static_cast<unsigned>(bits >> 32)).Big32(static_cast<ULONG>(bits));
+}
 
 /// A time in its 40 bits: a mark, then 3, 15 and 15 bits, each followed by a 1.
 UHYPER Time(UHYPER mark, UHYPER ticks) {

@@ -51,9 +51,8 @@ TEST(Msf, ConvertsBothWays) {
   const struct {
     LONG lba;
     ULONG msf;
-  } kCases[] = {{0, 0x00000200},      {1000, 0x00000F19},    {-150, 0},           {-151, 0x00633B4A},
-                {-45150, 0x005A0000}, {-45151, kNoTime},   {449700, kNoTime},
-                {449849, kNoTime}};
+  } kCases[] = {{0, 0x00000200},      {1000, 0x00000F19}, {-150, 0},         {-151, 0x00633B4A},
+                {-45150, 0x005A0000}, {-45151, kNoTime},  {449700, kNoTime}, {449849, kNoTime}};
   for (const auto& test : kCases) {
     EXPECT_EQ(test.msf, LbaToMsf(test.lba)) << test.lba;
   }
@@ -108,11 +107,11 @@ TEST(Position, IsTheTracksInOneSessionAndTheSectorsInMore) {
       // Image positions: 1000 + 11250 + 150 sectors lie between; the second session starts anew at 0.
       {"second of two sessions", Disc{{{0, 1000}}, {{0, 500}}}, 0, 12405, UHYPER{1005} * 2352, kUntouched},
       {"its pregap counts", Disc{{{0, 1000}}, {{5, 500, 5}}}, 0, 12257, UHYPER{1007} * 2352, kUntouched},
-      {"third session", Disc{{{0, 100}}, {{0, 100}}, {{0, 100}}}, 0, 100 + 11400 + 100 + 6900 + 3,
-       UHYPER{203} * 2352, kUntouched},
+      {"third session", Disc{{{0, 100}}, {{0, 100}}, {{0, 100}}}, 0, 100 + 11400 + 100 + 6900 + 3, UHYPER{203} * 2352,
+       kUntouched},
       {"a position that wraps", Disc{{{20, 100}}, {{50, 100}}}, 0, 10, UHYPER{80} * 2352, kUntouched},
-      {"gaps inside a session", Disc{{{10, 100, 10, 7}}, {{0, 9}}}, 0, 107 - 10 + 10 + 11400 + 2,
-       UHYPER{109} * 2352, kUntouched},
+      {"gaps inside a session", Disc{{{10, 100, 10, 7}}, {{0, 9}}}, 0, 107 - 10 + 10 + 11400 + 2, UHYPER{109} * 2352,
+       kUntouched},
       {"a DVD behind 4 GiB", Disc{{{0, 3000000, 0, 0, 2048}, {3000000, 4000000, 0, 0, 2048}}}, 0, 3000001,
        UHYPER{3000000} * 2048, UHYPER{1000000} * 2048},
   };

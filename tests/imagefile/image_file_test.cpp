@@ -50,11 +50,19 @@ TEST(GetImageFileInfo, RefusesAndLeavesTheRecordEmpty) {
     const char* name;
     HRESULT result;
   } kCases[] = {
-      {"missing.bin", ZSE_CANNOTOPENIMAGE}, {"bare.BIN", kBad},           {"wrong.AISO", kBad},
-      {"odd.iso", kBad},                    {"sheet.cue", ZSE_FILENOTFOUND}, 
-      {"tracks/none.cue", ZSE_FAILED},      {"folder.cue", ZSE_CANNOTOPENIMAGE},
-      {"fifo.nrg", ZSE_CANNOTOPENIMAGE},    {"noise.iso", kBad},          {"noise.cue", ZSE_FAILED},
-      {"noise.nrg", kBad},                  {"noise.ccd", kBad},          {"noise.bwt", kBad},
+      {"missing.bin", ZSE_CANNOTOPENIMAGE},
+      {"bare.BIN", kBad},
+      {"wrong.AISO", kBad},
+      {"odd.iso", kBad},
+      {"sheet.cue", ZSE_FILENOTFOUND},
+      {"tracks/none.cue", ZSE_FAILED},
+      {"folder.cue", ZSE_CANNOTOPENIMAGE},
+      {"fifo.nrg", ZSE_CANNOTOPENIMAGE},
+      {"noise.iso", kBad},
+      {"noise.cue", ZSE_FAILED},
+      {"noise.nrg", kBad},
+      {"noise.ccd", kBad},
+      {"noise.bwt", kBad},
       {"noise.b5t", kBad},
   };
   for (const auto& test : kCases) {
@@ -92,8 +100,8 @@ TEST(CueImage, IsClassifiedByItsTracksAndDescriptor) {
   const CueCase kCases[] = {
       {"audio", "TRACK 1 AUDIO\nINDEX 1 0:0:0\n", 2352, "", "", ZSTYPEPROJECT_CDAUDIO, 0, 0},
       {"data", "TRACK 1 MODE1/2352\nINDEX 1 0:0:0\n", 2352, "", "", ZSTYPEPROJECT_DATA, 2352, 16},
-      {"mixed", "TRACK 1 AUDIO\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n", 2352, "", "",
-       ZSTYPEPROJECT_MIXED, 2352, 24},
+      {"mixed", "TRACK 1 AUDIO\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n", 2352, "", "", ZSTYPEPROJECT_MIXED,
+       2352, 24},
       {"video by its descriptor", "TRACK 1 MODE2/2352\nINDEX 1 0:0:0\nTRACK 2 MODE1/2352\nINDEX 1 0:0:40\n", 2352,
        Descriptor(kBridge, 24, 2352), "", ZSTYPEPROJECT_VIDEO, 2352, 24},
       {"one track is no video disc", "TRACK 1 MODE2/2352\nINDEX 1 0:0:0\n", 2352, Descriptor(kBridge, 24, 2352), "",
@@ -108,8 +116,8 @@ TEST(CueImage, IsClassifiedByItsTracksAndDescriptor) {
        "TRACK 1 MODE1/2352\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n", 2352, Descriptor("OTHER", 16, 2352),
        sync, ZSTYPEPROJECT_VIDEO, 2352, 16},
       {"without a descriptor nothing is sampled",
-       "TRACK 1 MODE2/2336\nINDEX 1 0:0:0\nTRACK 2 MODE2/2336\nINDEX 1 0:0:40\n", 2336, "",
-       std::string("\0\0\2\0", 4), ZSTYPEPROJECT_DATA, 2336, 8},
+       "TRACK 1 MODE2/2336\nINDEX 1 0:0:0\nTRACK 2 MODE2/2336\nINDEX 1 0:0:40\n", 2336, "", std::string("\0\0\2\0", 4),
+       ZSTYPEPROJECT_DATA, 2336, 8},
       {"a second track that is not first data", "TRACK 1 AUDIO\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n",
        2352, Descriptor("OTHER", 24, 2352), sync, ZSTYPEPROJECT_MIXED, 2352, 24},
   };
@@ -131,9 +139,9 @@ TEST(CueImage, NamesItsDataFileAndCompanions) {
   const TemporaryFolder folder;
   folder.WriteSparse("Data File.bin", UHYPER{27000} * 2352);
   folder.Write("DISC.sub", "x");
-  const std::string path = folder.Write(
-      "disc.cue", "FILE \"Data File.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nTRACK 02 AUDIO\n"
-                  "INDEX 00 03:00:00\nINDEX 01 03:02:00\n");
+  const std::string path =
+      folder.Write("disc.cue", "FILE \"Data File.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nTRACK 02 AUDIO\n"
+                               "INDEX 00 03:00:00\nINDEX 01 03:02:00\n");
   ImageRecord record(path);
   ASSERT_EQ(S_OK, record.Result());
   EXPECT_EQ(folder.Path("DATA FILE.BIN"), Narrow(record->bstrImageBinaryFile));
@@ -205,8 +213,8 @@ TEST_F(ImageFile, WritesOnlyTheFormatsThatItKnows) {
   const UniqueBstr path = Wide(m_folder.Path("out.cue"));
   EXPECT_EQ(E_INVALIDARG, m_service->CreateTOCFile(nullptr, &info, nullptr, 0, nullptr, 0));
   EXPECT_EQ(E_INVALIDARG, m_service->CreateTOCFile(path.get(), nullptr, nullptr, 0, nullptr, 0));
-  for (const zsimgformat format : {ZSIMAGEFORMAT_ISO, ZSIMAGEFORMAT_BIN, ZSIMAGEFORMAT_NRG, ZSIMAGEFORMAT_CCD,
-                                   ZSIMAGEFORMAT_MDS}) {
+  for (const zsimgformat format :
+       {ZSIMAGEFORMAT_ISO, ZSIMAGEFORMAT_BIN, ZSIMAGEFORMAT_NRG, ZSIMAGEFORMAT_CCD, ZSIMAGEFORMAT_MDS}) {
     info.ZSImageFormat = format;
     EXPECT_EQ(ZSE_FAILED, m_service->CreateTOCFile(path.get(), &info, nullptr, 0, nullptr, 0));
   }

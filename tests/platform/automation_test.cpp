@@ -145,8 +145,8 @@ TEST(ClassObjects, AreFoundByNameAndRefuseWhatTheyLack) {
             CoCreateInstance(CLSID_ZSCueSheet, nullptr, CLSCTX_ALL, IID_IZSImageFile, object.ReceiveVoid()));
   const ComPtr<IZSImageFile> image = NewImageFileService();
   EXPECT_EQ(E_NOINTERFACE, image->QueryInterface(IID_IMarshal, object.ReceiveVoid()));
-  EXPECT_EQ(CLASS_E_NOAGGREGATION, CoCreateInstance(CLSID_ZSImageFile, image.Get(), CLSCTX_ALL, IID_IZSImageFile,
-                                                    object.ReceiveVoid()));
+  EXPECT_EQ(CLASS_E_NOAGGREGATION,
+            CoCreateInstance(CLSID_ZSImageFile, image.Get(), CLSCTX_ALL, IID_IZSImageFile, object.ReceiveVoid()));
   GUID parsed{};
   EXPECT_TRUE(GUIDFromString("{cd37b6eb-D22C-4F42-8C01-89B078739430}", &parsed));
   EXPECT_EQ(CLSID_ZSCueSheet, parsed);

@@ -12,14 +12,14 @@ TEST(CodePage, ReadsUtf8AndWindows1252InOneText) {
     const char16_t* wide;
   } kCases[] = {
       {"plain", u"plain"},
-      {"caf\xC3\xA9", u"café"},                     // UTF-8
-      {"caf\xE9", u"café"},                         // Windows-1252
-      {"\x80 \x9F \xFF", u"€ Ÿ ÿ"},                 // its upper controls
+      {"caf\xC3\xA9", u"café"},                          // UTF-8
+      {"caf\xE9", u"café"},                              // Windows-1252
+      {"\x80 \x9F \xFF", u"€ Ÿ ÿ"},                      // its upper controls
       {"\x81\x8D\x8F\x90\x9D", u"\x81\x8D\x8F\x90\x9D"}, // its free places
-      {"\xE9\xC3\xA9", u"éé"},                      // a lead byte without its sequence, then one with it
-      {"\xC0\xAF", u"À¯"},                          // over-long forms are no UTF-8
-      {"\xED\xA0\x80", u"í\xA0€"},                  // nor are surrogates
-      {"\xF4\x90\x80\x80", u"ô\x90€€"},             // nor numbers above the last plane
+      {"\xE9\xC3\xA9", u"éé"},                           // a lead byte without its sequence, then one with it
+      {"\xC0\xAF", u"À¯"},                               // over-long forms are no UTF-8
+      {"\xED\xA0\x80", u"í\xA0€"},                       // nor are surrogates
+      {"\xF4\x90\x80\x80", u"ô\x90€€"},                  // nor numbers above the last plane
       {"\xF0\x9F\x8E\xB5", u"🎵"},
       {"\xE9\x9F\xB3\xE6\xA5\xBD/", u"音楽/"},
       {"\xE9\x9F", u"éŸ"}, // cut off
@@ -40,9 +40,9 @@ TEST(CodePage, WritesOneByteWhereThatReadsBack) {
 
 /// Characters that meet each other badly: lead bytes, continuation bytes, controls, other planes.
 std::u16string RandomText(std::minstd_rand* random) {
-  static constexpr char32_t kTroublesome[] = {U'a',   U'/',    0x80,   0x81,   0x9F,   0xA0,   0xA9,    0xBF,   0xC2,
-                                              0xC3,   0xDF,    0xE0,   0xE9,   0xEF,   0xF0,   0xF4,    0xFF,   0x20AC,
-                                              0x178,  0x2022,  0x3B1,  0x97F3, 0xFFFD, 0xFFFF, 0x1F3B5, 0x10FFFF};
+  static constexpr char32_t kTroublesome[] = {U'a',  U'/',   0x80,  0x81,   0x9F,   0xA0,   0xA9,    0xBF,    0xC2,
+                                              0xC3,  0xDF,   0xE0,  0xE9,   0xEF,   0xF0,   0xF4,    0xFF,    0x20AC,
+                                              0x178, 0x2022, 0x3B1, 0x97F3, 0xFFFD, 0xFFFF, 0x1F3B5, 0x10FFFF};
   std::u16string text;
   for (auto length = (*random)() % 12; length > 0; --length) {
     char32_t character = kTroublesome[(*random)() % std::size(kTroublesome)];
@@ -81,8 +81,8 @@ TEST(UpperCase, IsByCharacter) {
   const struct {
     const char16_t* lower;
     const char16_t* upper;
-  } kCases[] = {{u"track.bin", u"TRACK.BIN"}, {u"äöüéÿ÷ß", u"ÄÖÜÉŸ÷ß"}, {u"αβςώ", u"ΑΒΣΏ"},     {u"яёџ", u"ЯЁЏ"},
-                {u"āžſı", u"ĀŽSI"},           {u"音楽ａｚ", u"音楽ＡＺ"}, {u"ĸŉ", u"ĸŉ"}, {u"ǆ", u"ǆ"}};
+  } kCases[] = {{u"track.bin", u"TRACK.BIN"}, {u"äöüéÿ÷ß", u"ÄÖÜÉŸ÷ß"},   {u"αβςώ", u"ΑΒΣΏ"}, {u"яёџ", u"ЯЁЏ"},
+                {u"āžſı", u"ĀŽSI"},           {u"音楽ａｚ", u"音楽ＡＺ"}, {u"ĸŉ", u"ĸŉ"},     {u"ǆ", u"ǆ"}};
   for (const auto& test : kCases) {
     std::string text = WideCharToMultiByte(test.lower);
     CharUpperA(&text);

@@ -2,11 +2,13 @@
 
 #include <functional>
 
+#include "builders/bwt_builder.h"
 #include "builders/ccd_builder.h"
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
 #include "disc/positions.h"
 #include "readers/reader_checks.h"
+#include "support/counting_environment.h"
 
 namespace {
 
@@ -125,6 +127,44 @@ TEST(Layouts, AreKnownInEveryFormat) {
       EXPECT_EQ(layout.disc.sessions.size() > 1 && layout.disc.sessions[0].size() > 1, record->dwDiscID2 != 0);
       ExpectTracks(record, layout.disc);
     }
+  }
+}
+
+TEST(Layouts, AnswerEachBlockOfMemoryThatIsNotThere) {
+  const TemporaryFolder folder;
+  const DiscPlan disc{{{kAudio, kAudio}}};
+  struct {
+    std::string path;
+    std::vector<HRESULT> results; ///< With each block in turn.
+  } const cases[] = {
+      // The chunks, the sheet, its tracks, two indexes for each of them, the path.
+      {kFormats[0].write(folder, disc),
+       {E_OUTOFMEMORY, ZSE_OUTOFRESOURCES, E_OUTOFMEMORY, S_OK, S_OK, S_OK, S_OK, ZSE_BADIMAGE}},
+      // The sheet, each track, the path.
+      {kFormats[1].write(folder, disc), {ZSE_OUTOFRESOURCES, E_OUTOFMEMORY, E_OUTOFMEMORY, ZSE_BADIMAGE}},
+      // The description, the sheet, its tracks, the path.
+      {kFormats[2].write(folder, disc), {E_OUTOFMEMORY, ZSE_OUTOFRESOURCES, E_OUTOFMEMORY, ZSE_BADIMAGE}},
+      {folder.Write("disc.bwt", BwtFile(1)), {ZSE_OUTOFRESOURCES}},
+  };
+  const ComPtr<IZSImageFile> service = NewImageFileService();
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.path);
+    const UniqueBstr path = Wide(test.path);
+    std::vector<HRESULT> results;
+    for (bool failed = true; failed;) {
+      zsimagefileinfo info{};
+      const auto number = static_cast<long>(results.size()) + 1;
+      TestAllocator().FailAt(number);
+      const HRESULT result = service->GetImageFileInfo(path.get(), &info);
+      failed = TestAllocator().Count() >= number;
+      TestAllocator().FailAt(0);
+      EXPECT_TRUE(result == S_OK || IsAllZero(info));
+      service->FreeImageFileInfo(&info);
+      if (failed) {
+        results.push_back(result);
+      }
+    }
+    EXPECT_EQ(test.results, results);
   }
 }
 

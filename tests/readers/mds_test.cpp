@@ -67,6 +67,14 @@ TEST_F(Mds, TakesThePregapOfTheFileWithoutATrackBefore) {
   EXPECT_EQ(0U, UINT{record.Track(0).TNO});
 }
 
+TEST_F(Mds, TakesATrackThatComesTwiceForItsOwnTrackBefore) {
+  MdsBuilder description = ThreeTracks();
+  description.blocks.insert(description.blocks.begin() + 4, description.blocks[4]);
+  ImageRecord record(Write(description.Build()));
+  ASSERT_EQ(S_OK, record.Result());
+  EXPECT_EQ("2: 23-76 pregap -25 mode 0 size 2352/2352 flags 0 index  at 47040", Describe(record.Track(1)));
+}
+
 TEST_F(Mds, KnowsTheModesOfDataTracks) {
   struct {
     unsigned mode;
