@@ -196,7 +196,7 @@ private:
     }
     const bool first = track == m_sheet->pZSTracks;
     const bool follows = !first && m_before != nullptr;
-    const ULONG start = follows ? m_before->dwEndLBA : track->dwLBA;
+    const ULONG start = follows ? ULONG{m_before->dwEndLBA} : ULONG{track->dwLBA};
     if (!first) {
       track->Pregap = static_cast<LONG>(follows ? track->dwLBA - start : pregap);
     }
