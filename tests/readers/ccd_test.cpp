@@ -106,32 +106,24 @@ TEST_F(Ccd, JudgesEachValue) {
     HRESULT result;
   } const cases[] = {
       {"Disc", "Sessions", nullptr, ZSE_BADIMAGE},
-      {"Disc", "Sessions", "-1", ZSE_BADIMAGE},
       {"Disc", "Sessions", "-2", ZSE_BADIMAGE},
       {"Disc", "Sessions", "", ZSE_BADIMAGE}, // 0, so that no entry has its session.
       {"Disc", "Sessions", "1", ZSE_BADIMAGE},
       {"Disc", "Sessions", "99", S_OK},
       {"Disc", "Sessions", "100", ZSE_OUTOFRESOURCES},
-      {"Disc", "Sessions", "2147483647", ZSE_OUTOFRESOURCES},
       {"Entry 2", "Session", "0", ZSE_BADIMAGE},
       {"Entry 2", "Session", "100", ZSE_BADIMAGE},
       {"Entry 2", "Session", "99", S_OK},
-      {"Entry 2", "Session", nullptr, S_OK},
       {"Entry 3", "Session", "0", ZSE_BADIMAGE},
       {"Entry 3", "Session", "3", ZSE_BADIMAGE},
-      {"Entry 3", "Session", "-2147483648", ZSE_BADIMAGE},
       {"Entry 3", "Session", nullptr, ZSE_BADIMAGE},
       {"Entry 3", "Point", nullptr, ZSE_BADIMAGE}, // The first session stays without a track.
       {"Entry 3", "Point", "-5", S_OK},
-      {"Entry 3", "PLBA", nullptr, S_OK},
-      {"Entry 4", "Point", "99", S_OK},
       {"TRACK 1", "INDEX 0", "-2147483648", S_OK},
       {"TRACK 1", "INDEX 1", nullptr, ZSE_BADIMAGE},
       {"TRACK 3", "INDEX 1", "-1", ZSE_BADIMAGE},
       {"TRACK 1", "MODE", nullptr, ZSE_BADIMAGE},
       {"TRACK 1", "MODE", "3", ZSE_BADIMAGE},
-      {"TRACK 1", "MODE", "-2", ZSE_BADIMAGE},
-      {"TRACK 1", "MODE", "2", S_OK},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(std::string(test.section) + "/" + test.key + "=" + (test.value == nullptr ? "(none)" : test.value));
@@ -162,7 +154,6 @@ TEST_F(Ccd, DecodesPacksWrittenInHexadecimal) {
       {"Disc", "CDTextLength", "54", "ALBUM", "SECOND"},
       {"Disc", "CDTextLength", "20", "ALBUM", "(null)"},
       {"Disc", "CDTextLength", "17", nullptr, "(null)"},
-      {"Disc", "CDTextLength", "0", nullptr, "(null)"},
       {"Disc", "CDTextLength", "-36", nullptr, "(null)"},
       {"Disc", "CDTextLength", "2147483647", nullptr, "(null)"},
       {"CDText", "Entry 1", "80 02 00 00 41 62 xx 64", "ALBUM", "Ab"},

@@ -48,50 +48,41 @@ TEST_F(Nrg, ReadsADiscAtOnceImage) {
   }
 }
 
+/// Pregap, flags and indexes of a track.
+std::string Brief(const ZSTRACK& track) {
+  const std::string all = Describe(track);
+  const std::size_t index = all.find("index ") + 6;
+  return std::to_string(LONG{track.Pregap}) + " " + std::to_string(LONG{track.Flags}) + " " +
+         all.substr(index, all.find(' ', index) - index);
+}
+
 TEST_F(Nrg, BuildsTheIndexesOfATrack) {
   struct {
-    const char* name;
     std::vector<NrgCue> cues; ///< Of track 2, between index 1 of track 1 at 0 and the lead-out at 900.
-    const char* line;
+    const char* brief;
   } const cases[] = {
-      {"indexes 0 to 3",
-       {{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 2, 300}, {0, 2, 3, 400}},
-       "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150,300,400 at 0"},
-      {"no length of index 0",
-       {{0, 2, 0, 100}, {0, 2, 1, 100}},
-       "2: 100-900 pregap 0 mode 0 size 0/0 flags 0 index -,100 at 0"},
-      {"index 1 alone", {{0, 2, 1, 100}}, "2: 100-900 pregap 100 mode 0 size 0/0 flags 0 index -,100 at 0"},
-      {"a gap",
-       {{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 4, 300}},
-       "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150,-,-,300 at 0"},
-      {"an index twice",
-       {{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 1, 200}},
-       "2: 200-900 pregap 50 mode 0 size 0/0 flags 0 index 100,200,- at 0"},
-      {"more than fit",
-       {{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 255, 300}},
-       "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150 at 0"},
-      {"flags of each entry",
-       {{0x20, 2, 0, 100}, {0x10, 2, 1, 150}},
-       "2: 150-900 pregap 50 mode 0 size 0/0 flags 3 index 100,150 at 0"},
-      {"flags of data",
-       {{0xF0, 2, 0, 100}, {0xF0, 2, 1, 150}},
-       "2: 150-900 pregap 50 mode 0 size 0/0 flags 0 index 100,150 at 0"},
+      {{{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 2, 300}}, "50 0 100,150,300"},
+      {{{0, 2, 0, 100}, {0, 2, 1, 100}}, "0 0 -,100"},
+      {{{0, 2, 1, 100}}, "100 0 -,100"},
+      {{{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 4, 300}}, "50 0 100,150,-,-,300"},
+      {{{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 1, 200}}, "50 0 100,200,-"},
+      {{{0, 2, 0, 100}, {0, 2, 1, 150}, {0, 2, 255, 300}}, "50 0 100,150"}, // The count would not fit.
+      {{{0x20, 2, 0, 100}, {0x10, 2, 1, 150}}, "50 3 100,150"},
+      {{{0xF0, 2, 0, 100}, {0xF0, 2, 1, 150}}, "50 0 100,150"}, // Data tracks have no flags.
   };
   for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
     std::vector<NrgCue> cues{{0, 0, 0, 0}, {0, 1, 1, 0}};
     cues.insert(cues.end(), test.cues.begin(), test.cues.end());
     cues.push_back({0, 0xAA, 1, 900});
     ImageRecord record(Write(NrgBuilder().Cues(cues).Build()));
     ASSERT_EQ(S_OK, record.Result());
-    ASSERT_EQ(2U, record.Sheet().nTracks);
-    EXPECT_EQ(test.line, Describe(record.Track(1)));
-    EXPECT_EQ("1: 0-100 pregap 0 mode 0 size 0/0 flags 0 index -,0 at 0", Describe(record.Track(0)));
+    EXPECT_EQ(test.brief, Brief(record.Track(1)));
+    EXPECT_EQ(100U, ULONG{record.Track(0).dwEndLBA});
+    EXPECT_EQ(900U, ULONG{record.Track(1).dwEndLBA});
   }
 }
 
 TEST_F(Nrg, CountsTracksAnewInEachSession) {
-  const TemporaryFolder folder;
   NrgBuilder image = TwoTracks();
   image.Cues({{0, 0, 0, 14250}, {0x40, 3, 0, 14250}, {0x40, 3, 1, 14400}, {0, 0xAA, 1, 15000}})
       .DiscAtOnce(3, 3, {{0, 2048, "IGNORED"}})
@@ -118,10 +109,7 @@ TEST_F(Nrg, KnowsTheModesOfDiscAtOnceTracks) {
     NrgBuilder image;
     image.Cues({{0, 0, 0, 0}, {0, 1, 1, 0}, {0, 0xAA, 1, 900}})
         .DiscAtOnce(1, 1, {{6, 2448, ""}})
-        .DiscAtOnce(1, 1, {{test.mode, 2448, std::string("AB\0CD", 5)}},
-                    std::string("12\0"
-                                "34",
-                                5));
+        .DiscAtOnce(1, 1, {{test.mode, 2448, std::string("AB\0CD", 5)}}, std::string("12\0:", 4));
     ImageRecord record(Write(image.Build()));
     ASSERT_EQ(S_OK, record.Result());
     EXPECT_EQ(test.expected, int{record.Track(0).Mode}) << test.mode;
@@ -225,7 +213,6 @@ TEST_F(Nrg, RefusesWhatDoesNotFit) {
     HRESULT result = ZSE_BADIMAGE;
   } const cases[] = {
       {"no footer", std::vector<BYTE>(100)},
-      {"empty file", {}},
       {"shorter than a footer", {'N', 'E', 'R', 'O', 0, 0, 0}},
       {"no cue entries", NrgBuilder().Cues({}).Build()},
       {"one cue entry", NrgBuilder().Cues({{0, 1, 1, 0}}).Build()},
@@ -236,15 +223,12 @@ TEST_F(Nrg, RefusesWhatDoesNotFit) {
       {"track of the session before",
        NrgBuilder().Cues(oneTrack).Cues({{0, 1, 0, 0}, {0, 2, 1, 0}, {0, 0xAA, 1, 9}}).SessionInfo(1).Build()},
       {"last track below the sessions before", NrgBuilder().Cues(oneTrack).Cues(oneTrack).SessionInfo(2).Build()},
-      {"session counts beyond 32 bits",
-       NrgBuilder().Cues(oneTrack).Cues(oneTrack).SessionInfo(0xFFFFFFFF).SessionInfo(2).Build()},
       {"more records than tracks",
        NrgBuilder().Cues(oneTrack).DiscAtOnce(1, 2, {{7, 2352, ""}, {7, 2352, ""}}).Build()},
       {"more tracks than records", TwoTracks().DiscAtOnce(1, 2, {{7, 2352, ""}}).Build()},
       {"tracks 0 to 255", NrgBuilder().Cues(oneTrack).DiscAtOnce(0, 255, {{7, 2352, ""}}).Build()},
       {"DAOX without its head", NrgBuilder().Cues(oneTrack).Chunk("DAOX", std::vector<BYTE>(21)).Build()},
       {"SINF without its count", NrgBuilder().Chunk("SINF", {0, 0, 1}).Build()},
-      {"ETN2 short of a record", NrgBuilder().SessionInfo(2).TracksAtOnce({{7, 0, 2352}}).Build()},
       {"ETN2 short of a record for the second session",
        NrgBuilder().SessionInfo(1).SessionInfo(1).TracksAtOnce({{7, 0, 2352}}).Build()},
       {"ETN2 of very many tracks", NrgBuilder().SessionInfo(0xFFFFFFFF).TracksAtOnce({{7, 0, 2352}}).Build()},
