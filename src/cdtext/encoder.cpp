@@ -209,7 +209,7 @@ CZSCDTextEncoder::Pack CZSCDTextEncoder::StartPack(BYTE block, const ZSCDTEXTENT
   const bool binary = entry.type == kPackSizeInfo || (entry.type >= kPackDiscId && entry.type <= kPackTocInfo2);
   Pack pack{entry.type, entry.track, static_cast<BYTE>(m_packs.size())};
   if (!binary) {
-    pack[3] = static_cast<BYTE>(block << 4 | std::min(position, kHighestPosition));
+    pack[3] = static_cast<BYTE>(std::size_t{block} << 4 | std::min(position, kHighestPosition));
   }
   return pack;
 }

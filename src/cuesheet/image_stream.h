@@ -41,7 +41,7 @@ public:
   HRESULT Commit(DWORD /*flags*/) override { return E_NOTIMPL; }
   HRESULT Revert() override { return E_NOTIMPL; }
   HRESULT LockRegion(UHYPER /*offset*/, UHYPER /*count*/, DWORD /*type*/) override { return E_NOTIMPL; }
-  HRESULT UnlockRegion(UHYPER, UHYPER, DWORD) override { return E_NOTIMPL; }
+  HRESULT UnlockRegion(UHYPER /*offset*/, UHYPER /*count*/, DWORD /*type*/) override { return E_NOTIMPL; }
   HRESULT Stat(STATSTG* /*status*/, DWORD /*flags*/) override { return E_NOTIMPL; }
   HRESULT Clone(IStream** /*copy*/) override { return E_NOTIMPL; }
 

@@ -31,7 +31,7 @@ ZSTRACK* AppendTrack(ZSCUESHEET* sheet) noexcept {
   }
   sheet->pZSTracks = grown;
   ++sheet->nTracks;
-  std::memset(&grown[count], 0, sizeof(ZSTRACK));
+  grown[count] = ZSTRACK{};
   return &grown[count];
 }
 

@@ -30,7 +30,8 @@ std::vector<BYTE> CollectPacks(const Host& host, const ImageRecord& image, const
     return {};
   }
   Check(text.Result(), image.Path());
-  return {text.Data(), text.Data() + text.Size() / kPackBytes * kPackBytes};
+  const std::size_t whole = text.Size() / kPackBytes * kPackBytes;
+  return std::vector<BYTE>(text.Data(), text.Data() + whole);
 }
 
 /// Makes the record say what the new description is to say: tracks numbered by their place, with CD-Text or

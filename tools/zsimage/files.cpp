@@ -166,10 +166,17 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   }
 }
 
-ScratchFolder::ScratchFolder() {
+namespace {
+
+std::string ScratchPattern() {
   std::error_code error;
-  m_path = std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
-  if (error || mkdtemp(m_path.data()) == nullptr) {
+  return std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
+}
+
+} // namespace
+
+ScratchFolder::ScratchFolder() : m_path(ScratchPattern()) {
+  if (mkdtemp(m_path.data()) == nullptr) {
     throw Failure(m_path, "no temporary folder can be made; set TMPDIR to a folder that can be written", E_FAIL);
   }
 }
