@@ -9,6 +9,6 @@ void MessageBoxA(std::string_view text, std::string_view caption, UINT type) noe
     handler->Show(text, caption, type);
     return;
   }
-  std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(caption.size()), caption.data(), static_cast<int>(text.size()),
-               text.data());
+  (void)std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(caption.size()), caption.data(),
+                     static_cast<int>(text.size()), text.data());
 }
