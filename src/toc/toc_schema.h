@@ -45,7 +45,7 @@ inline constexpr char kMode2[] = "MODE2";
 /// Decimal digits, at least two.
 inline std::string TwoDigits(LONG number) {
   char text[16];
-  std::snprintf(text, sizeof(text), "%02d", number);
+  static_cast<void>(std::snprintf(text, sizeof(text), "%02d", number));
   return text;
 }
 

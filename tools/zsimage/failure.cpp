@@ -72,7 +72,7 @@ Failure::Failure(std::string_view file, std::string_view words, HRESULT code) : 
 }
 
 int Failure::Report() const {
-  std::fprintf(stderr, "zsimage: %s\n", what());
+  static_cast<void>(std::fprintf(stderr, "zsimage: %s\n", what()));
   return m_code == kCancelled ? kExitCancelled : kExitFailure;
 }
 
@@ -83,7 +83,7 @@ std::string CodeName(HRESULT code) {
 
 std::string CodeNumber(HRESULT code) {
   char number[16];
-  std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(code));
+  static_cast<void>(std::snprintf(number, sizeof(number), "0x%08X", static_cast<unsigned>(code)));
   return number;
 }
 
