@@ -64,7 +64,7 @@ InterruptWatch::~InterruptWatch() {
 
 bool InterruptWatch::Requested() noexcept { return g_interrupted != 0; }
 
-LONG* Transfer::CallBack() const noexcept { return reinterpret_cast<LONG*>(&Transfer::OnMessage); }
+LONG* Transfer::CallBack() noexcept { return reinterpret_cast<LONG*>(&Transfer::OnMessage); }
 
 VARIANT Transfer::User() noexcept {
   VARIANT user;
@@ -80,7 +80,9 @@ void Transfer::StartNextStream() noexcept {
 }
 
 LONG Transfer::OnMessage(UINT /*kind*/, ZSSTREAMPROGRESS* progress, ULONG /*userParam*/, VARIANT user) {
-  reinterpret_cast<Transfer*>(static_cast<std::uintptr_t>(user.ullVal))->Note(progress);
+  // The value is the only way by which the stream carries an object to its callback.
+  auto* transfer = reinterpret_cast<Transfer*>(static_cast<std::uintptr_t>(user.ullVal)); // NOLINT
+  transfer->Note(progress);
   return 0;
 }
 

@@ -46,7 +46,7 @@ public:
   Transfer(std::string label, UHYPER total) : m_bar(std::move(label), total) {}
 
   /// The arguments for ExtractTrackToStream.
-  LONG* CallBack() const noexcept;
+  static LONG* CallBack() noexcept;
   VARIANT User() noexcept;
 
   bool HasBegun() const noexcept { return m_begun; }

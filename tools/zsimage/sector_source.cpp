@@ -14,7 +14,7 @@ ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const Sec
   ComPtr<IStream> stream;
   const HRESULT result =
       host.Sheets().ExtractTrackToStream(Wide(dataFile).get(), nullptr, &info, &track, run.dataSize,
-                                         transfer->CallBack(), 0, transfer->User(), stream.Receive());
+                                         Transfer::CallBack(), 0, transfer->User(), stream.Receive());
   Check(result, dataFile,
         result == S_FALSE ? "the data file cannot be opened, or the track's place in it is beyond any file" : "");
   return stream;
