@@ -5,6 +5,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <exception>
 #include <new>
 
 #include "commands.h"
@@ -102,10 +103,7 @@ void AddRegister(CLI::App& app, int* status) {
   });
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-  std::setlocale(LC_CTYPE, "C.UTF-8"); // The terminal is UTF-8; columns are counted in its characters.
+int RunTool(int argc, char** argv) {
   CLI::App app("Shows, converts and takes apart disc images.", "zsimage");
   app.require_subcommand(1);
   int status = 0;
@@ -127,4 +125,16 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : kExitUsage;
   }
   return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_CTYPE, "C.UTF-8"); // The terminal is UTF-8; columns are counted in its characters.
+  try {
+    return RunTool(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zsimage: %s\n", error.what());
+    return kExitFailure;
+  }
 }
