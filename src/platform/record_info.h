@@ -82,6 +82,8 @@ protected:
 void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept;
 void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept;
 
+extern "C" {
+
 /// Finds a library by identifier and version. The language is accepted and plays no part.
 /// @return TYPE_E_LIBNOTREGISTERED when there is none, E_OUTOFMEMORY, E_INVALIDARG for a null `library`.
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD language, ITypeLib** library) noexcept;
@@ -89,3 +91,4 @@ HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD language, ITy
 /// The operations on the records of a type, which may outlive it and its library. @return E_OUTOFMEMORY, E_INVALIDARG
 /// for a null argument.
 HRESULT GetRecordInfoFromTypeInfo(ITypeInfo* type, IRecordInfo** record) noexcept;
+}

@@ -30,6 +30,8 @@ struct SAFEARRAY {
 
 inline constexpr VARTYPE VT_RECORD = 36;
 
+extern "C" {
+
 /// Makes an array of cleared records. Only VT_RECORD with a description (as `extra`) and one dimension is
 /// offered. Null on any other request, or when there is no memory.
 SAFEARRAY* SafeArrayCreateEx(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds, IRecordInfo* extra) noexcept;
@@ -55,6 +57,7 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) noexcept;
 
 /// The description of the elements, with a reference that the caller owns. @return E_INVALIDARG without one.
 HRESULT SafeArrayGetRecordInfo(SAFEARRAY* array, IRecordInfo** record) noexcept;
+}
 
 /// Ends the access that it began, on every way out.
 class SafeArrayAccess {
