@@ -1,0 +1,45 @@
+# What a consumer finds an installed ImageFile by, and the Debian packages.
+include(CMakePackageConfigHelpers)
+set(CONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ImageFile)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ImageFileConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(EXPORT ImageFileTargets NAMESPACE ImageFile:: FILE ImageFileConfig.cmake DESTINATION ${CONFIG_FOLDER}
+        COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/ImageFileConfigVersion.cmake DESTINATION ${CONFIG_FOLDER} COMPONENT development)
+# The files may be moved as a whole, so they count from where they stand.
+file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+foreach(name imagefile imagefile-platform)
+  configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME imagefile)
+set(CPACK_PACKAGE_CONTACT "The ImageFile developers <imagefile@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL libraries development tools)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+
+set(LIBRARY_PACKAGE libimagefile${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${LIBRARY_PACKAGE})
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "Descriptions of disc images, shared libraries
+ Turns an image of a disc (ISO, CUE, NRG, CCD, MDS, ZSI) into a description of its
+ sessions, tracks and text, hands out tracks, and writes sheets and text back.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libimagefile-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Descriptions of disc images, development files
+ Headers, CMake package and pkg-config files for programs that use libimagefile.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zsimage)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_TOOLS_DEPENDS libraries)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows, converts and takes apart disc images
+ A command-line tool that shows what is on an image of a disc, saves its tracks and
+ converts between descriptions.")
+include(CPack)
