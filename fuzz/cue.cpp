@@ -1,0 +1,23 @@
+// CUE sheets. The input is the sheet up to its first zero byte; then 4 bytes of the data file's size, 24 of its first
+// sector, and the rest from sector 16 on.
+#include <algorithm>
+
+#include "foundation/byte_view.h"
+#include "support/harness.h"
+
+FUZZ(input) {
+  constexpr std::size_t kSectorSixteen = 16 * 2352 + 24;
+  fuzz::Run run(input.size());
+  const std::string_view sheet = input.substr(0, input.find('\0'));
+  const std::string_view rest = input.substr(std::min(sheet.size() + 1, input.size()));
+  std::uint32_t size = 0;
+  ByteView(rest.data(), rest.size()).Little32(0, &size);
+  std::string data(rest.substr(std::min<std::size_t>(4, rest.size()), 24));
+  if (rest.size() > 28) {
+    data.resize(kSectorSixteen);
+    data += rest.substr(28);
+  }
+  run.Files().Add("DISC.CUE", sheet);
+  run.Files().Add("DISC.BIN", data, size);
+  fuzz::CheckImage(&run, "DISC.CUE");
+}

@@ -1,0 +1,60 @@
+#include "support/folder_format.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "foundation/byte_view.h"
+
+namespace fuzz {
+namespace {
+
+constexpr std::size_t kHead = 11;
+constexpr std::size_t kMaxPlace = 64 * 1024;
+
+void AppendNumber(ULONG number, int bytes, std::string* input) {
+  for (int i = 0; i < bytes; ++i) {
+    input->push_back(static_cast<char>(number >> (8 * i)));
+  }
+}
+
+/// Files of sectors are never read whole, so that their size costs no memory.
+bool HoldsSectors(std::string_view name) noexcept {
+  return name.ends_with(".BIN") || name.ends_with(".IMG") || name.ends_with(".MDF") || name.ends_with(".ISO") ||
+         name.ends_with(".bin");
+}
+
+} // namespace
+
+std::vector<FolderFile> CutFolder(std::string_view input) {
+  std::vector<FolderFile> files;
+  while (input.size() > kHead) {
+    const ByteView head(input.data(), kHead);
+    BYTE name = 0;
+    ULONG size = 0;
+    ULONG place = 0;
+    std::uint16_t count = 0;
+    head.Byte(0, &name);
+    head.Little32(1, &size);
+    head.Little32(5, &place);
+    head.Little16(9, &count);
+    FolderFile file;
+    file.name = kNames[name % std::size(kNames)];
+    file.bytes.resize(HoldsSectors(file.name) ? place % kMaxPlace : 0);
+    file.bytes += input.substr(kHead, count);
+    file.size = HoldsSectors(file.name) ? size : 0;
+    input.remove_prefix(std::min<std::size_t>(input.size(), kHead + count));
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
+void AppendFile(std::string_view name, std::string_view bytes, ULONG size, ULONG place, std::string* input) {
+  const auto found = std::find(std::begin(kNames), std::end(kNames), name);
+  input->push_back(static_cast<char>(found - std::begin(kNames)));
+  AppendNumber(size, 4, input);
+  AppendNumber(place, 4, input);
+  AppendNumber(static_cast<ULONG>(bytes.size() - place), 2, input);
+  *input += bytes.substr(place);
+}
+
+} // namespace fuzz

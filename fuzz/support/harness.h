@@ -1,0 +1,19 @@
+/// @file
+/// The frame of a harness.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "support/checks.h"
+#include "support/run.h"
+
+/// Begins the body that runs for each input, of which it gets the bytes.
+#define FUZZ(input)                                                                                                    \
+  static void FuzzOne(std::string_view input);                                                                         \
+  extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {                                  \
+    FuzzOne({reinterpret_cast<const char*>(data), size});                                                              \
+    return 0;                                                                                                          \
+  }                                                                                                                    \
+  static void FuzzOne(std::string_view input)

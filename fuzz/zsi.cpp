@@ -1,0 +1,9 @@
+// Native TOC files: the input is the file.
+#include "support/harness.h"
+
+FUZZ(input) {
+  fuzz::Run run(input.size());
+  run.Files().Add("DISC.ZSI", input);
+  run.Files().Add("DISC.BIN", fuzz::SectorFile());
+  fuzz::CheckImage(&run, "DISC.ZSI");
+}
