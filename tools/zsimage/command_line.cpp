@@ -1,0 +1,252 @@
+#include "command_line.h"
+
+#include <cstdio>
+
+#include "failure.h"
+#include "generated_texts.h"
+#include "record_json.h"
+#include "terminal_text.h"
+
+namespace {
+
+int ReportFailure(const Failure& failure, bool json) {
+  if (json) {
+    PrintJson(FailureToJson(failure.Code()));
+  }
+  return failure.Report();
+}
+
+/// Runs a command, and makes every failure a message and an exit status.
+template <class Options> int RunCommand(int (*command)(const Options&), const Options& options) {
+  bool json = false;
+  if constexpr (requires { options.json; }) {
+    json = options.json;
+  }
+  try {
+    return command(options);
+  } catch (const Failure& failure) {
+    return ReportFailure(failure, json);
+  } catch (const std::bad_alloc&) {
+    return ReportFailure(Failure("", CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), json);
+  } catch (const std::exception& error) {
+    return ReportFailure(Failure("", std::string("unexpected: ") + error.what(), E_UNEXPECTED), json);
+  }
+}
+
+/// One line below a heading of a footer.
+struct FooterLine {
+  std::string_view item;
+  std::string_view words;
+};
+
+/// Words in a column of their own, or below their items when the items are long.
+std::string FooterPart(std::string_view heading, std::initializer_list<FooterLine> lines) {
+  std::size_t width = 0;
+  for (const FooterLine& line : lines) {
+    width = std::max(width, line.item.size());
+  }
+  std::string part(heading);
+  part += ":\n";
+  for (const FooterLine& line : lines) {
+    const std::string space = width < 24 ? std::string(width - line.item.size() + 2, ' ') : "\n      ";
+    part.append("  ").append(line.item).append(space).append(line.words).append("\n");
+  }
+  return part;
+}
+
+std::string Examples(std::initializer_list<FooterLine> lines) {
+  std::string part = FooterPart("Examples", lines);
+  part.pop_back(); // The help adds a line end.
+  return part;
+}
+
+/// Help as this tool words it: what a value is, whether it must be given and what it is otherwise.
+class HelpFormatter : public CLI::Formatter {
+public:
+  HelpFormatter() {
+    column_width(26);
+    label("Positionals", "Arguments");
+    label("SUBCOMMAND", "COMMAND");
+  }
+
+  std::string make_description(const CLI::App* app) const override { return app->get_description() + "\n\n"; }
+
+  std::string make_option_name(const CLI::Option* option, bool isArgument) const override {
+    std::string name = Formatter::make_option_name(option, isArgument);
+    const std::size_t comma = name.find(',');
+    return comma == std::string::npos ? name : name.insert(comma + 1, " ");
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const bool hasValue = option->nonpositional() && TakesValue(*option);
+    return (hasValue ? " " + option->get_type_name() : "") + (option->get_expected_max() > 1 ? " ..." : "");
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    const std::string standard = option->get_default_str();
+    return option->get_description() + (option->get_required() && option->nonpositional() ? " (required)" : "") +
+           (standard.empty() ? "" : " (otherwise " + standard + ")");
+  }
+};
+
+std::string UsageMessage(const CLI::App* app, const CLI::Error& error) {
+  const CLI::App* command = app;
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+  }
+  const std::vector<std::string> unknown = command->remaining();
+  const bool wantsCommand = !ShownCommands(*command).empty();
+  const std::string words = !wantsCommand     ? error.what()
+                            : unknown.empty() ? "which command?"
+                                              : "there is no command '" + unknown.front() + "'";
+  return "zsimage: " + TerminalText(words) + "\nTry '" + FullName(*command) + " --help'.\n";
+}
+
+constexpr const char* kDescription =
+    "Shows, checks, converts and takes apart disc images.\n\n"
+    "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
+    "descriptions (.ccd), Media Descriptor images (.mds) and native TOC files (.zsi).\n"
+    "Where an image consists of two files, give the description.";
+
+std::string Footer() {
+  return FooterPart("Exit status", {{"0", "All went well."},
+                                    {"1", "A command failed; a line on standard error says with which file and why."},
+                                    {"2", "The command line was not understood."},
+                                    {"130", "Ctrl-C ended the command."}}) +
+         "\n" +
+         FooterPart("Environment",
+                    {{"IMAGEFILE_REGISTRY", "The file that register and unregister change."},
+                     {"TMPDIR", "Where convert puts the copies that it compares with, otherwise /tmp."}}) +
+         "\n'zsimage COMMAND --help' has the options of a command, and examples.";
+}
+
+} // namespace
+
+CommandLine::CommandLine() : m_app(kDescription, "zsimage") {
+  m_app.formatter(std::make_shared<HelpFormatter>());
+  m_app.set_help_flag("-h,--help", "Print this help and end");
+  m_app.set_version_flag("--version", std::string("zsimage ") + ZSIMAGE_VERSION, "Print the version and end");
+  m_app.failure_message(UsageMessage);
+  m_app.footer(Footer());
+  m_app.require_subcommand(1);
+  AddInfo();
+  AddPosition();
+  AddExtract();
+  AddConvert();
+  CLI::App& group = AddCommand(&m_app, "cdtext", "Decode and encode CD-Text packs");
+  group.require_subcommand(1);
+  AddDecode(&group);
+  AddEncode(&group);
+  AddRegister();
+  AddGenerate();
+}
+
+int CommandLine::Run(int argc, char** argv) {
+  try {
+    m_app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return m_app.exit(error) == 0 ? 0 : kExitUsage;
+  }
+  return m_status;
+}
+
+CLI::App& CommandLine::AddCommand(CLI::App* parent, const char* name, const char* words) {
+  CLI::App* command = parent->add_subcommand(name, words)->group("Commands");
+  command->set_help_flag("-h,--help", "Print this help and end");
+  return *command;
+}
+
+void CommandLine::AddInfo() {
+  CLI::App& command = AddCommand(&m_app, "info", "Show what an image holds");
+  command.add_option("IMAGE", m_info.path, "Image: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
+  command.add_flag("--json", m_info.json, "Print the whole record as one JSON object");
+  command.footer(Examples({{"zsimage info disc.cue", "A page for a person."},
+                           {"zsimage info --json disc.nrg", "The whole record for a program."}}));
+  command.callback([this] { m_status = RunCommand(RunInfo, m_info); });
+}
+
+void CommandLine::AddPosition() {
+  CLI::App& command = AddCommand(&m_app, "position", "Find the byte position of a sector in the data file");
+  command.add_flag("--json", m_position.json, "Print one JSON object");
+  command.add_option("IMAGE", m_position.path, "Image")->required();
+  command.add_option("LBA", m_position.lba, "Number of the sector on the disc")->required();
+  command.footer(Examples({{"zsimage position disc.cue 13650", "Where the data of sector 13650 are."}}));
+  command.callback([this] { m_status = RunCommand(RunPosition, m_position); });
+}
+
+void CommandLine::AddExtract() {
+  CLI::App& command = AddCommand(&m_app, "extract", "Save one track, or all, as files");
+  command.add_option("IMAGE", m_extract.path, "Image")->required();
+  command.add_option("--session", m_extract.session, "Session, from 1")->type_name("N")->capture_default_str();
+  auto* track = command.add_option("--track", m_extract.track, "Track in the session, from 1")->type_name("N");
+  command.add_option("--block-size", m_extract.blockSize, "Bytes to take of each sector; 0 for all of it")
+      ->type_name("BYTES")
+      ->capture_default_str();
+  auto* output = command.add_option("-o,--output", m_extract.output, "File to write the track to")->type_name("FILE");
+  auto* all = command.add_option("--all", m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
+  all->excludes(track)->excludes(output);
+  command.footer(
+      Examples({{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
+                {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
+                {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."}}));
+  command.callback([=, this] {
+    if (all->empty() && (track->empty() || output->empty())) {
+      throw CLI::RequiredError("--track with -o, or --all,");
+    }
+    m_status = RunCommand(RunExtract, m_extract);
+  });
+}
+
+void CommandLine::AddConvert() {
+  CLI::App& command = AddCommand(&m_app, "convert", "Write the description of an image as a CUE sheet or TOC file");
+  command.add_option("IMAGE", m_convert.path, "Image")->required();
+  command.add_option("OUT", m_convert.output, "Description to write: .cue or .zsi")->required();
+  auto* packs = command.add_option("--cdtext", m_convert.packs, "Raw CD-Text packs to put in")->type_name("FILE");
+  command.add_flag("--no-cdtext", m_convert.noText, "Leave CD-Text out")->excludes(packs);
+  command.add_flag("--with-data", m_convert.withData, "Write the data file that the description names, too");
+  command.footer(
+      Examples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
+                {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with a data file of its own."}}));
+  command.callback([this] { m_status = RunCommand(RunConvert, m_convert); });
+}
+
+void CommandLine::AddDecode(CLI::App* group) {
+  CLI::App& command = AddCommand(group, "decode", "Show the text in a file of packs");
+  command.add_option("FILE", m_decode.path, "File of packs of 18 bytes, such as a .cdt file")->required();
+  command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc")
+      ->type_name("N")
+      ->required()
+      ->check(CLI::Range(0, 99).description(""));
+  command.add_flag("--json", m_decode.json, "Print one JSON object");
+  command.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "The texts of a disc of 12 tracks."}}));
+  command.callback([this] { m_status = RunCommand(RunDecode, m_decode); });
+}
+
+void CommandLine::AddEncode(CLI::App* group) {
+  CLI::App& command = AddCommand(group, "encode", "Pack the text of an image's first session");
+  command.add_option("IMAGE", m_encode.path, "Image")->required();
+  command.add_option("-o,--output", m_encode.output, "File to write")->type_name("FILE")->required();
+  command.add_flag("--subchannel", m_encode.subChannel, "Spread the packs over groups of 96 bytes");
+  command.footer(Examples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."}}));
+  command.callback([this] { m_status = RunCommand(RunEncode, m_encode); });
+}
+
+void CommandLine::AddRegister() {
+  CLI::App& add = AddCommand(&m_app, "register", "Let other programs of this user find the image library");
+  add.footer(Examples({{"zsimage register", "Programs can now make its objects by class."}}));
+  add.callback([this] { m_status = RunCommand(RunRegister, RegisterOptions{false}); });
+  CLI::App& remove = AddCommand(&m_app, "unregister", "Undo register");
+  remove.footer(Examples({{"zsimage unregister", "Programs no longer find it."}}));
+  remove.callback([this] { m_status = RunCommand(RunRegister, RegisterOptions{true}); });
+}
+
+/// For the build alone, so no help shows it.
+void CommandLine::AddGenerate() {
+  CLI::App& command = AddCommand(&m_app, "generate", "Print a text that is made of the command line");
+  command.group("");
+  command.add_option("TEXT", m_generated, "Which")->required()->check(CLI::IsMember({"man", "bash", "zsh"}));
+  command.callback([this] {
+    const auto make = m_generated == "man" ? ManualPage : m_generated == "bash" ? BashCompletion : ZshCompletion;
+    std::printf("%s", make(m_app).c_str());
+  });
+}
