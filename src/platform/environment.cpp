@@ -11,6 +11,8 @@
 #include <new>
 #include <string_view>
 
+#include "platform/never_destroyed.h"
+
 namespace {
 
 class SystemAllocator final : public Allocator {
@@ -73,8 +75,8 @@ public:
 } // namespace
 
 Environment& ProcessEnvironment() noexcept {
-  static SystemAllocator allocator;
-  static SystemFiles files;
-  static Environment environment{&allocator, &files};
+  static platform::NeverDestroyed<SystemAllocator> allocator;
+  static platform::NeverDestroyed<SystemFiles> files;
+  static Environment environment{&allocator.Get(), &files.Get()};
   return environment;
 }

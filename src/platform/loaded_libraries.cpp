@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <mutex>
-#include <new>
 #include <vector>
+
+#include "platform/never_destroyed.h"
 
 namespace {
 
@@ -49,10 +50,9 @@ struct LibraryTable {
   int uses = 0;                   ///< LibraryUse objects that live.
 };
 
-/// Never destroyed: objects may be made and freed until the process ends.
-LibraryTable& Libraries() {
-  static auto* table = new LibraryTable;
-  return *table;
+LibraryTable& Libraries() noexcept {
+  static platform::NeverDestroyed<LibraryTable> table;
+  return table.Get();
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "imagefile/server/class_factories.h"
 
-#include <memory>
 #include <mutex>
-#include <new>
+#include <optional>
+#include <type_traits>
 
 #include "cuesheet/cue_sheet.h"
 #include "disc/record_descriptions.h"
@@ -46,18 +46,20 @@ public:
 private:
   CreateFunction m_create;
 };
+// A host may hold a factory in a global of its own, which goes after those of the library.
+static_assert(std::is_trivially_destructible_v<ClassFactory>);
 
 /// One row of the module's table of classes.
 struct ClassEntry {
   CLSID clsid;
   CreateFunction create;
-  std::unique_ptr<ClassFactory> factory;
+  std::optional<ClassFactory> factory; ///< Made at the first request.
 };
 
 struct ClassTable {
   std::mutex lock; ///< Guards the factories.
-  ClassEntry entries[2] = {{CLSID_ZSImageFile, CreateImageFileService, nullptr},
-                           {CLSID_ZSCueSheet, CreateCueSheetService, nullptr}};
+  ClassEntry entries[2] = {{CLSID_ZSImageFile, CreateImageFileService, std::nullopt},
+                           {CLSID_ZSCueSheet, CreateCueSheetService, std::nullopt}};
 };
 
 ClassTable& Classes() noexcept {
@@ -104,9 +106,9 @@ HRESULT GetClassFactory(REFCLSID clsid, REFIID iid, void** factory) noexcept {
       continue;
     }
     if (!entry.factory) {
-      entry.factory.reset(new (std::nothrow) ClassFactory(entry.create));
+      entry.factory.emplace(entry.create);
     }
-    return entry.factory ? entry.factory->QueryInterface(iid, factory) : E_OUTOFMEMORY;
+    return entry.factory->QueryInterface(iid, factory);
   }
   return CLASS_E_CLASSNOTAVAILABLE;
 }

@@ -7,7 +7,7 @@
 extern "C" {
 
 /// The interface asked for on the factory of a class. A factory is made at the first request and lives as long as the
-/// library. @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE, E_OUTOFMEMORY.
+/// library. @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE.
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) noexcept;
 
 /// Whether the library may be unloaded: 0 when no object lives and no host has locked it, else 1.
