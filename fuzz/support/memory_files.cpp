@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kMaxPath = 4095;
+constexpr int kFirstDescriptor = 1 << 20; // Those below are the system's, from before.
 
 int Fail(int error) noexcept {
   errno = error;
@@ -104,17 +105,19 @@ MemoryFiles::Place MemoryFiles::Look(std::string_view path) const {
   return place;
 }
 
-MemoryFiles::OpenFile* MemoryFiles::Get(int descriptor) noexcept {
-  const bool open = descriptor >= 0 && static_cast<std::size_t>(descriptor) < m_descriptors.size();
-  OpenFile* file = open ? m_descriptors[static_cast<std::size_t>(descriptor)].get() : nullptr;
-  Require(file != nullptr, "only open descriptors are used");
-  return file;
+std::shared_ptr<MemoryFiles::OpenFile>& MemoryFiles::Slot(int descriptor) noexcept {
+  const auto place = static_cast<std::size_t>(descriptor - kFirstDescriptor);
+  const bool open = descriptor >= kFirstDescriptor && place < m_descriptors.size() && m_descriptors[place] != nullptr;
+  Require(open, "only open descriptors are used");
+  return m_descriptors[place];
 }
+
+MemoryFiles::OpenFile* MemoryFiles::Get(int descriptor) noexcept { return Slot(descriptor).get(); }
 
 int MemoryFiles::NewDescriptor(std::shared_ptr<OpenFile> file) {
   m_descriptors.push_back(std::move(file));
   ++m_open;
-  return static_cast<int>(m_descriptors.size()) - 1;
+  return kFirstDescriptor + static_cast<int>(m_descriptors.size()) - 1;
 }
 
 int MemoryFiles::Open(const char* path, int flags, mode_t /*mode*/) noexcept {
@@ -132,15 +135,16 @@ int MemoryFiles::Open(const char* path, int flags, mode_t /*mode*/) noexcept {
 }
 
 int MemoryFiles::Close(int descriptor) noexcept {
-  Get(descriptor);
-  m_descriptors[static_cast<std::size_t>(descriptor)].reset();
+  if (descriptor < kFirstDescriptor) {
+    return ::close(descriptor);
+  }
+  Slot(descriptor).reset();
   --m_open;
   return 0;
 }
 
 int MemoryFiles::Duplicate(int descriptor) noexcept {
-  Get(descriptor);
-  return NewDescriptor(m_descriptors[static_cast<std::size_t>(descriptor)]);
+  return NewDescriptor(std::shared_ptr<OpenFile>(Slot(descriptor)));
 }
 
 bool MemoryFiles::FollowPlan(std::size_t* count) noexcept {

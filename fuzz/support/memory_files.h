@@ -74,6 +74,7 @@ private:
   };
 
   Place Look(std::string_view path) const;
+  std::shared_ptr<OpenFile>& Slot(int descriptor) noexcept;
   OpenFile* Get(int descriptor) noexcept;
   int NewDescriptor(std::shared_ptr<OpenFile> file);
   bool FollowPlan(std::size_t* count) noexcept;

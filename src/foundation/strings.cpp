@@ -32,7 +32,9 @@ BSTR NewBstr(std::string_view narrow) { return NewFromWide(MultiByteToWideChar(n
 
 BSTR NewBstr(std::string_view narrow, std::size_t limit) {
   const std::u16string wide = MultiByteToWideChar(narrow);
-  return NewFromWide(std::u16string_view(wide).substr(0, limit));
+  // Half of a character that takes two units is none.
+  const bool splits = limit != 0 && limit < wide.size() && (wide[limit - 1] & 0xFC00) == 0xD800;
+  return NewFromWide(std::u16string_view(wide).substr(0, splits ? limit - 1 : limit));
 }
 
 BSTR CopyBstr(BSTR text) {

@@ -13,7 +13,7 @@ std::string NarrowText(BSTR text);
 /// A new string of narrow text that the caller frees; null for empty text. Throws std::bad_alloc.
 BSTR NewBstr(std::string_view narrow);
 
-/// The same, cut to a number of wide units.
+/// The same, cut to at most so many wide units, between two characters.
 BSTR NewBstr(std::string_view narrow, std::size_t limit);
 
 /// A copy of a string that the caller frees; null for null. Throws std::bad_alloc.

@@ -1,0 +1,153 @@
+// The stream of a track: any geometry, any read sizes, failing and short reads of the file, and callbacks that meddle.
+// The input is a head of numbers, a plan for the reads of the file (support/memory_files.h), and the sizes to read.
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "foundation/byte_view.h"
+#include "support/harness.h"
+
+namespace {
+
+/// What a callback does to each step.
+enum class Meddling : BYTE { None, Watch, Shrink, NoBuffer, Cancel, Count };
+
+struct Head {
+  std::uint16_t stride = 0;
+  std::uint16_t dataBlock = 0;
+  std::uint16_t subCount = 0;
+  std::uint16_t fileSize = 0;
+  ULONG lba = 0;
+  ULONG end = 0;
+  UHYPER seekBegin = 0;
+  BYTE meddling = 0;
+  BYTE planned = 0;
+};
+constexpr std::size_t kHeadSize = 26;
+
+Head ReadHead(const ByteView& input) {
+  Head head;
+  input.Little16(0, &head.stride);
+  input.Little16(2, &head.dataBlock);
+  input.Little16(4, &head.subCount);
+  input.Little16(6, &head.fileSize);
+  input.Little32(8, &head.lba);
+  input.Little32(12, &head.end);
+  input.Little64(16, &head.seekBegin);
+  input.Byte(24, &head.meddling);
+  input.Byte(25, &head.planned);
+  return head;
+}
+
+/// The file's bytes follow from their places.
+std::string Pattern(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes[i] = static_cast<char>(i * 7 + i / 251);
+  }
+  return bytes;
+}
+
+/// What a stream must deliver, taken straight from the file.
+std::string Expected(const Head& head, const std::string& file) {
+  std::string data;
+  const UINT block = head.dataBlock == 0 ? head.stride : head.dataBlock;
+  const UHYPER start = head.seekBegin + UHYPER{head.lba} * head.stride + (block == head.stride ? 0 : head.subCount);
+  const UHYPER sectors = head.end > head.lba ? head.end - head.lba : 0;
+  for (UHYPER i = 0; i < sectors && head.stride != 0; ++i) {
+    const UHYPER at = start + i * head.stride;
+    if (at < start || at >= file.size()) {
+      break;
+    }
+    data += file.substr(static_cast<std::size_t>(at), block);
+  }
+  return data;
+}
+
+/// Counts the steps of a stream and meddles with them.
+struct Watcher {
+  Meddling meddling = Meddling::None;
+  UINT begun = 0;
+  UINT ended = 0;
+  UHYPER read = 0;
+
+  static LONG Call(UINT kind, ZSSTREAMPROGRESS* progress, ULONG number, VARIANT user) {
+    fuzz::Require(kind == 4 && number == 77 && user.vt == VT_I8, "a callback gets the caller's values");
+    auto* self = reinterpret_cast<Watcher*>(static_cast<std::intptr_t>(user.llVal));
+    self->Take(progress);
+    return 0;
+  }
+  void Take(ZSSTREAMPROGRESS* progress) {
+    begun += progress->nMessage == ZSSTREAM_BEGIN ? 1 : 0;
+    ended += progress->nMessage == ZSSTREAM_END ? 1 : 0;
+    read += progress->nMessage == ZSSTREAM_AFTERREAD ? progress->nSize : 0;
+    fuzz::Require(progress->nMessage != ZSSTREAM_AFTERREAD || progress->qwDone == read, "progress is the sum of reads");
+    if (progress->nMessage != ZSSTREAM_BEFOREREAD) {
+      return;
+    }
+    const UINT size = progress->nSize;
+    progress->nSize = meddling == Meddling::Shrink ? size / 2 : size;
+    progress->pBuffer = meddling == Meddling::NoBuffer ? nullptr : progress->pBuffer;
+    progress->fCancel = meddling == Meddling::Cancel ? 1 : 0;
+  }
+};
+
+/// Reads by the sizes of the input, over and over, until nothing more comes.
+std::string ReadAll(IStream* stream, const ByteView& sizes) {
+  constexpr int kMostReads = 300;
+  std::string data;
+  UHYPER at = 0;
+  int idle = 0;
+  for (int i = 0; i < kMostReads && idle < 3; ++i, at += 2) {
+    std::uint16_t size = 0x2000;
+    if (!sizes.Little16(at, &size)) {
+      at = 0;
+    }
+    const std::vector<BYTE> guard(size);
+    std::vector<BYTE> buffer(size);
+    ULONG delivered = 0;
+    const HRESULT result = stream->Read(buffer.data(), size, &delivered);
+    fuzz::Require(delivered <= size, "no more is delivered than asked for");
+    fuzz::Require(result != S_OK || delivered == size, "all came when the answer is 0");
+    data.append(reinterpret_cast<const char*>(buffer.data()), delivered);
+    idle = delivered == 0 ? idle + 1 : 0;
+  }
+  return data;
+}
+
+} // namespace
+
+FUZZ(input) {
+  fuzz::Run run(input.size());
+  const ByteView view(input.data(), input.size());
+  const Head head = ReadHead(view);
+  const std::string content = Pattern(head.fileSize);
+  run.Files().Add("DISC.BIN", content);
+  Watcher watcher;
+  watcher.meddling = static_cast<Meddling>(head.meddling % static_cast<BYTE>(Meddling::Count));
+  zsimagefileinfo info{};
+  info.nSubCount = head.subCount;
+  info.dwSeekBegin64 = head.seekBegin;
+  ZSTRACK track{};
+  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(head.stride);
+  track.dwLBA = head.lba;
+  track.dwEndLBA = head.end;
+  VARIANT user{};
+  user.vt = VT_I8;
+  user.llVal = reinterpret_cast<std::intptr_t>(&watcher);
+  ComPtr<IStream> stream;
+  const bool watched = watcher.meddling != Meddling::None;
+  const HRESULT opened = run.Sheets().ExtractTrackToStream(
+      fuzz::Wide(fuzz::PathOf("DISC.BIN")).get(), fuzz::Wide("label").get(), &info, &track, head.dataBlock,
+      watched ? reinterpret_cast<LONG*>(&Watcher::Call) : nullptr, 77, user, stream.Receive());
+  fuzz::Require((opened == S_OK) == static_cast<bool>(stream), "a stream is there when the answer is 0");
+  if (!stream) {
+    return;
+  }
+  run.Files().PlanReads(std::string(input.substr(std::min(kHeadSize, input.size()), head.planned)));
+  const std::string data = ReadAll(stream.Get(), view.Part(kHeadSize + head.planned, 0x400));
+  const std::string expected = Expected(head, content);
+  if (watcher.meddling <= Meddling::Watch) {
+    fuzz::Require(expected.starts_with(data), "the track's own bytes are delivered, in order");
+  }
+}

@@ -1,0 +1,81 @@
+// The text form of settings, without a schema: the input is the text.
+#include <sstream>
+#include <vector>
+
+#include "support/harness.h"
+#include "toc/settings_document.h"
+
+namespace {
+
+/// Sees that elements open and close in order.
+class Nesting final : public IZSTagHandler {
+public:
+  void OnStartElement(const std::string& name, const std::string& attributes) override {
+    fuzz::Require(!name.empty() && attributes.find('>') == std::string::npos, "an element has a name");
+    m_open.push_back(name);
+  }
+  void OnValueElement(const std::string& name, const std::string& value, const std::string& /*attributes*/) override {
+    fuzz::Require(!name.empty() && value.find('<') == std::string::npos, "a value has no tags");
+  }
+  void OnEndElement(const std::string& name, const std::string& /*attributes*/) override {
+    fuzz::Require(!m_open.empty() && m_open.back() == name, "elements close in order");
+    m_open.pop_back();
+  }
+  bool AllClosed() const noexcept { return m_open.empty(); }
+
+private:
+  std::vector<std::string> m_open;
+};
+
+/// Whether a name stands for itself in the text form.
+bool IsPlain(const std::string& name) noexcept {
+  return !name.empty() && name.find_first_of(" />\r\n") == std::string::npos && !name.starts_with("?xml") &&
+         !name.starts_with("!--");
+}
+
+/// Whether a tree comes back as it is: each node has something in it, and all names are plain.
+bool IsPlain(const CZSSettingsNode& root) {
+  std::vector<const CZSSettingsNode*> nodes{&root};
+  while (!nodes.empty()) {
+    const CZSSettingsNode& node = *nodes.back();
+    nodes.pop_back();
+    if (!IsPlain(node.name) || (node.Entries().empty() && node.Children().empty())) {
+      return false;
+    }
+    for (const CZSSettingsEntry& entry : node.Entries()) {
+      if (!IsPlain(entry.key) || entry.value.find('\r') != std::string::npos) {
+        return false;
+      }
+    }
+    for (const CZSSettingsNode& child : node.Children()) {
+      nodes.push_back(&child);
+    }
+  }
+  return true;
+}
+
+std::string TextOf(const CZSSettingsDocument& document) {
+  std::ostringstream text;
+  document.WriteText(text);
+  return text.str();
+}
+
+} // namespace
+
+FUZZ(input) {
+  fuzz::Run run(input.size());
+  Nesting nesting;
+  CZSTagParser parser;
+  parser.SetHandler(&nesting);
+  fuzz::Require(parser.Parse(input.data(), static_cast<LONG>(input.size())) == !input.empty(), "any text can be read");
+  fuzz::Require(nesting.AllClosed(), "all elements are closed");
+  run.Files().Add("A.XML", input);
+  CZSSettingsDocument document;
+  document.Load(fuzz::PathOf("A.XML"));
+  const CZSSettingsNode copy(document.Root());
+  fuzz::Require(copy.Children().size() == document.Root().Children().size(), "a tree can be copied");
+  document.Save(fuzz::PathOf("B.XML"));
+  CZSSettingsDocument again;
+  again.Load(fuzz::PathOf("B.XML"));
+  fuzz::Require(!IsPlain(document.Root()) || TextOf(document) == TextOf(again), "a plain tree comes back");
+}
