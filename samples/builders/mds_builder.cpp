@@ -5,9 +5,7 @@
 namespace {
 
 constexpr unsigned kHeaderSize = 84;
-constexpr unsigned kSessionBlockSize = 24;
 constexpr unsigned kTrackBlockSize = 80;
-constexpr unsigned kLengthBlockSize = 8;
 constexpr unsigned kDvd = 0x10;
 
 bool IsTrack(const MdsBlock& block) { return block.point > 0 && block.point < 100; }
