@@ -8,6 +8,7 @@
 namespace {
 
 BSTR NewFromWide(std::u16string_view wide) {
+  wide = wide.substr(0, wide.find(u'\0'));
   if (wide.empty()) {
     return nullptr;
   }

@@ -10,7 +10,8 @@
 /// Narrow text of a string, up to its first zero unit.
 std::string NarrowText(BSTR text);
 
-/// A new string of narrow text that the caller frees; null for empty text. Throws std::bad_alloc.
+/// A new string of narrow text, up to its first zero byte, that the caller frees; null for empty text. Throws
+/// std::bad_alloc.
 BSTR NewBstr(std::string_view narrow);
 
 /// The same, cut to at most so many wide units, between two characters.
