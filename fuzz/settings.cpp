@@ -18,7 +18,7 @@ public:
       return;
     }
     // A root of another name takes the new one, and new nodes stand behind those that are found by their names.
-    m_certain = m_certain && (m_root.empty() || m_root == path[0]);
+    m_certain = m_certain && (m_values.empty() || m_root == path[0]);
     m_root = path[0];
     m_values[path] = value;
   }

@@ -103,7 +103,6 @@ std::string ReadAll(IStream* stream, const ByteView& sizes) {
     if (!sizes.Little16(at, &size)) {
       at = 0;
     }
-    const std::vector<BYTE> guard(size);
     std::vector<BYTE> buffer(size);
     ULONG delivered = 0;
     const HRESULT result = stream->Read(buffer.data(), size, &delivered);
