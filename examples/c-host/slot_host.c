@@ -124,7 +124,7 @@ static void* Create(const char16_t* progId, const Guid* iid) {
   return object;
 }
 
-/* Text of the locale as a wide string, which the caller frees. */
+/* UTF-8 text as a wide string, which the caller frees. Null when it is none. */
 static char16_t* Wide(const char* text) {
   const char* end = text + strlen(text) + 1;
   char16_t* units = calloc((size_t)(end - text), sizeof(char16_t));
@@ -133,8 +133,11 @@ static char16_t* Wide(const char* text) {
   memset(&state, 0, sizeof(state));
   while (units != NULL && text < end) {
     const size_t used = mbrtoc16(&units[count], text, (size_t)(end - text), &state);
-    if (used == 0 || used == (size_t)-1 || used == (size_t)-2) {
-      units[count] = 0;
+    if (used == (size_t)-1 || used == (size_t)-2) {
+      free(units);
+      return NULL;
+    }
+    if (used == 0) {
       break;
     }
     text += used == (size_t)-3 ? 0 : used;
@@ -156,37 +159,71 @@ static void List(const Disc* disc) {
   }
 }
 
+/* Copies a stream to a new file. */
 static int CopyStream(Stream* stream, const char* path) {
   static uint8_t buffer[64 * 1024];
-  uint32_t delivered = 0;
-  FILE* file = fopen(path, "wb");
+  FILE* file = fopen(path, "wbx"); /* Never over a file that exists: it may be the image. */
   if (file == NULL) {
     perror(path);
     return EXIT_FAILURE;
   }
+  uint32_t delivered = 0;
   int32_t result;
+  int written;
   do {
     result = stream->slots->read(stream, buffer, sizeof(buffer), &delivered);
-  } while (result >= 0 && fwrite(buffer, 1, delivered, file) == delivered && result == 0);
-  const int failed = result < 0 || ferror(file);
-  return (fclose(file) != 0 || failed) ? EXIT_FAILURE : EXIT_SUCCESS;
+    written = fwrite(buffer, 1, delivered, file) == delivered;
+  } while (result >= 0 && delivered != 0 && written);
+  if (fclose(file) != 0 || !written) {
+    perror(path);
+    return EXIT_FAILURE;
+  }
+  if (result < 0) {
+    fprintf(stderr, "slot_host: the image cannot be read: 0x%08X\n", (unsigned)result);
+  }
+  return result < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
 static int Save(Disc* disc, uint32_t number, const char* path) {
-  const Sheet* sheet = disc->sheets[0];
-  CueSheet* sheets = number < 1 || number > sheet->trackCount ? NULL : Create(u"ZSImageFile.ZSCueSheet", &kCueSheet);
+  if (disc->sessionCount == 0 || number < 1 || number > disc->sheets[0]->trackCount) {
+    fprintf(stderr, "slot_host: no such track in the first session\n");
+    return EXIT_FAILURE;
+  }
+  CueSheet* sheets = Create(u"ZSImageFile.ZSCueSheet", &kCueSheet);
   if (sheets == NULL) {
     return EXIT_FAILURE;
   }
   Stream* stream = NULL;
   const Value none = {{0}};
   int status = EXIT_FAILURE;
-  if (sheets->slots->extractTrackToStream(sheets, disc->dataFile, NULL, disc, &sheet->tracks[number - 1], 0, NULL, 0,
-                                          none, &stream) == 0) {
+  const int32_t result = sheets->slots->extractTrackToStream(
+      sheets, disc->dataFile, NULL, disc, &disc->sheets[0]->tracks[number - 1], 0, NULL, 0, none, &stream);
+  if (result == 0) {
     status = CopyStream(stream, path);
     stream->slots->release(stream);
+  } else {
+    fprintf(stderr, "slot_host: no stream of the track: 0x%08X\n", (unsigned)result);
   }
   sheets->slots->release(sheets);
+  return status;
+}
+
+static int Show(ImageFile* images, char** arguments, int save) {
+  char16_t* path = Wide(arguments[0]);
+  if (path == NULL) {
+    fprintf(stderr, "slot_host: %s: the name is no UTF-8\n", arguments[0]);
+    return EXIT_FAILURE;
+  }
+  Disc disc; /* getImageFileInfo clears it first. */
+  const int32_t result = images->slots->getImageFileInfo(images, path, &disc);
+  SysFreeString(path);
+  if (result != 0) {
+    fprintf(stderr, "slot_host: %s: 0x%08X\n", arguments[0], (unsigned)result);
+    return EXIT_FAILURE;
+  }
+  List(&disc);
+  const int status = save ? Save(&disc, (uint32_t)atoi(arguments[1]), arguments[2]) : EXIT_SUCCESS;
+  images->slots->freeImageFileInfo(images, &disc);
   return status;
 }
 
@@ -200,18 +237,7 @@ int main(int argc, char** argv) {
   if (images == NULL) {
     return EXIT_FAILURE;
   }
-  Disc disc;
-  char16_t* path = Wide(argv[1]);
-  const int32_t result = images->slots->getImageFileInfo(images, path, &disc);
-  int status = EXIT_FAILURE;
-  if (result == 0) {
-    List(&disc);
-    status = argc == 4 ? Save(&disc, (uint32_t)atoi(argv[2]), argv[3]) : EXIT_SUCCESS;
-    images->slots->freeImageFileInfo(images, &disc);
-  } else {
-    fprintf(stderr, "slot_host: %s: 0x%08X\n", argv[1], (unsigned)result);
-  }
-  SysFreeString(path);
+  const int status = Show(images, argv + 1, argc == 4);
   images->slots->release(images);
   return status;
 }

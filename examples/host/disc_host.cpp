@@ -3,8 +3,10 @@
 //
 //   disc_host IMAGE [TRACK FILE]
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "imagefile/image_file_interface.h"
@@ -51,8 +53,15 @@ void List(const zsimagefileinfo& info) {
   }
 }
 
-/// Runs inside each Read of the stream.
-LONG ShowProgress(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT) {
+/// How far a track has come.
+struct Transfer {
+  UHYPER total = 0;
+  UHYPER done = 0;
+};
+
+/// Runs inside each Read of the stream. `user` is the value that Save passes.
+LONG ShowProgress(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT user) {
+  *reinterpret_cast<Transfer*>(static_cast<std::uintptr_t>(user.ullVal)) = {progress->qwTotal, progress->qwDone};
   if (progress->nMessage == ZSSTREAM_AFTERREAD && progress->qwTotal != 0) {
     std::printf("\r%3u %%", static_cast<unsigned>(100 * progress->qwDone / progress->qwTotal));
   } else if (progress->nMessage == ZSSTREAM_END) {
@@ -61,24 +70,51 @@ LONG ShowProgress(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT) {
   return 0;
 }
 
-int Save(zsimagefileinfo* info, UINT number, const UniqueBstr& file) {
+/// Copies a stream to a new file. ExtractStreamToFile does so in one call, but tells of no failure.
+int Copy(IStream* stream, const Transfer& transfer, const char* path) {
+  std::FILE* file = std::fopen(path, "wbx"); // Never over a file that exists: it may be the image.
+  if (file == nullptr) {
+    std::perror(path);
+    return EXIT_FAILURE;
+  }
+  std::vector<BYTE> buffer(64 * 1024);
+  HRESULT result = S_OK;
+  ULONG delivered = 0;
+  bool written = true;
+  do {
+    result = stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &delivered);
+    written = std::fwrite(buffer.data(), 1, delivered, file) == delivered;
+  } while (SUCCEEDED(result) && delivered != 0 && written);
+  written = std::fclose(file) == 0 && written;
+  if (!written) {
+    std::perror(path);
+    return EXIT_FAILURE;
+  }
+  if (FAILED(result)) {
+    return Fail("the image cannot be read", result);
+  }
+  return transfer.done == transfer.total ? EXIT_SUCCESS : Fail("the image ends before the track does", E_FAIL);
+}
+
+int Save(zsimagefileinfo* info, UINT number, const char* path) {
+  if (info->nSessions == 0 || number < 1 || number > info->pZSCueSheet[0]->nTracks) {
+    return Fail("no such track in the first session", E_INVALIDARG);
+  }
   ComPtr<IZSCueSheet> sheets;
   HRESULT result = Create(kProgIdCueSheet, IID_IZSCueSheet, &sheets);
   if (FAILED(result)) {
     return Fail("no cue sheet service", result);
   }
-  const ZSCUESHEET& sheet = *info->pZSCueSheet[0];
-  if (number < 1 || number > sheet.nTracks) {
-    return Fail("no such track in the first session", E_INVALIDARG);
-  }
+  Transfer transfer;
+  VARIANT user{};
+  user.vt = VT_UI8;
+  user.ullVal = reinterpret_cast<std::uintptr_t>(&transfer);
+  const ZSStreamCallback callback = &ShowProgress;
   ComPtr<IStream> stream;
-  result = sheets->ExtractTrackToStream(info->bstrImageBinaryFile, nullptr, info, &sheet.pZSTracks[number - 1], 0,
-                                        reinterpret_cast<LONG*>(&ShowProgress), 0, VARIANT{}, stream.Receive());
-  if (result != S_OK) {
-    return Fail("no stream", result);
-  }
-  result = sheets->ExtractStreamToFile(stream.Get(), file.get());
-  return result == S_OK ? EXIT_SUCCESS : Fail("not saved", result);
+  result = sheets->ExtractTrackToStream(info->bstrImageBinaryFile, nullptr, info,
+                                        &info->pZSCueSheet[0]->pZSTracks[number - 1], 0,
+                                        reinterpret_cast<LONG*>(callback), 0, user, stream.Receive());
+  return result == S_OK ? Copy(stream.Get(), transfer, path) : Fail("no stream", result);
 }
 
 } // namespace
@@ -100,6 +136,5 @@ int main(int argc, char** argv) {
     return Fail(argv[1], result);
   }
   List(*disc.Info());
-  const UniqueBstr file(argc == 4 ? SysAllocString(MultiByteToWideChar(argv[3]).c_str()) : nullptr);
-  return argc == 4 ? Save(disc.Info(), static_cast<UINT>(std::atoi(argv[2])), file) : EXIT_SUCCESS;
+  return argc == 4 ? Save(disc.Info(), static_cast<UINT>(std::atoi(argv[2])), argv[3]) : EXIT_SUCCESS;
 }

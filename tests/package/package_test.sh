@@ -56,6 +56,7 @@ refused
 "$zsimage" register >/dev/null
 "$zsimage" extract "$image" --session 1 --track 2 -o "$work/expected"
 for host in "${hosts[@]}"; do
+  rm -f "$work/track"
   "$host" "$image" 2 "$work/track"
   cmp "$work/track" "$work/expected"
 done
