@@ -1,5 +1,7 @@
 # What a consumer finds an installed ImageFile by, and the Debian packages.
 include(CMakePackageConfigHelpers)
+# The headers are C++20, whatever a consumer's own default is.
+target_compile_features(ImageFilePlatform PUBLIC cxx_std_20)
 set(CONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ImageFile)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ImageFileConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(EXPORT ImageFileTargets NAMESPACE ImageFile:: FILE ImageFileConfig.cmake DESTINATION ${CONFIG_FOLDER}
@@ -17,6 +19,9 @@ set(CPACK_PACKAGE_NAME imagefile)
 set(CPACK_PACKAGE_CONTACT "The ImageFile developers <imagefile@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+# Whatever the mask of the user who builds.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+    WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_ALL libraries development tools)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -24,6 +29,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+# By these, packages of programs that link the libraries find out what they depend on.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
 set(LIBRARY_PACKAGE libimagefile${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${LIBRARY_PACKAGE})
