@@ -15,8 +15,8 @@ namespace {
 
 using platform::Uninterrupted;
 
-constexpr off_t kMaxSize = off_t{16} << 20; // No registry comes near it.
-constexpr mode_t kPrivateFile = 0600;       // Who may write here decides which code is loaded.
+constexpr off_t kMaxSize = off_t{1} << 20; // No registry comes near it. Two bytes of it can make a key.
+constexpr mode_t kPrivateFile = 0600;      // Who may write here decides which code is loaded.
 constexpr mode_t kPrivateFolder = 0700;
 
 FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
@@ -88,7 +88,7 @@ DWORD ReplaceText(const std::string& path, const std::string& text) {
   }
   const UniqueHandle folder(Open(FolderOf(path), O_RDONLY | O_DIRECTORY));
   const bool kept = folder && Uninterrupted([&] { return Files().Sync(Descriptor(folder)); }) != -1;
-  return kept ? ERROR_SUCCESS : SystemError();
+  return kept || errno == EINVAL ? ERROR_SUCCESS : SystemError(); // Some file systems offer no such wait.
 }
 
 /// Makes the folder of a file, and those above it.

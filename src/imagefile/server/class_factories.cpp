@@ -9,6 +9,7 @@
 #include "foundation/module.h"
 #include "imagefile/image_file.h"
 #include "imagefile/server/diagnostics.h"
+#include "imagefile/server/registration.h"
 #include "platform/class_objects.h"
 
 namespace {
@@ -73,6 +74,7 @@ class ModuleAttachment {
 public:
   ModuleAttachment() noexcept {
     RegisterTypeLibrary(SharedTypeLibrary());
+    RegisterTypeLibrary(&m_typeLibrary);
     RegisterProcessClass(&m_imageFile);
     RegisterProcessClass(&m_cueSheet);
   }
@@ -81,13 +83,16 @@ public:
   ~ModuleAttachment() {
     RevokeProcessClass(&m_imageFile);
     RevokeProcessClass(&m_cueSheet);
+    RevokeTypeLibrary(&m_typeLibrary);
     RevokeTypeLibrary(SharedTypeLibrary());
   }
 
 private:
   const CZSDiagnostics m_diagnostics;
-  ProcessClass m_imageFile{CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr};
-  ProcessClass m_cueSheet{CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr};
+  // The lists of the process run through these.
+  mutable TypeLibraryDescription m_typeLibrary{kComponentTypeLibrary, 1, 0, nullptr, 0, nullptr}; // It has no records.
+  mutable ProcessClass m_imageFile{CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr};
+  mutable ProcessClass m_cueSheet{CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr};
 };
 
 const ModuleAttachment attachment;
