@@ -37,17 +37,17 @@ set(LIBRARY_PACKAGE libimagefile${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${LIBRARY_PACKAGE})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "Descriptions of disc images, shared libraries
- Turns an image of a disc (ISO, CUE, NRG, CCD, MDS, ZSI) into a description of its
- sessions, tracks and text, hands out tracks, and writes sheets and text back.")
+Turns an image of a disc (ISO, CUE, NRG, CCD, MDS, ZSI) into a description of its
+sessions, tracks and text, hands out tracks, and writes sheets and text back.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libimagefile-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Descriptions of disc images, development files
- Headers, CMake package and pkg-config files for programs that use libimagefile.")
+Headers, CMake package and pkg-config files for programs that use libimagefile.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zsimage)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DEPENDS libraries)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows, converts and takes apart disc images
- A command-line tool that shows what is on an image of a disc, saves its tracks and
- converts between descriptions.")
+A command-line tool that shows what is on an image of a disc, saves its tracks and
+converts between descriptions.")
 include(CPack)

@@ -69,10 +69,17 @@ packages=("$work"/packages/*.deb)
 root=$work/root
 mkdir -p "$root"/var/lib/dpkg/{info,updates}
 touch "$root/var/lib/dpkg/status"
+# The packages tell the loader of their libraries. This machine's loader has no need to know, nor may everybody tell it.
+mkdir "$work/bin"
+printf '#!/bin/sh\necho told >>"%s"\n' "$work/loader" >"$work/bin/ldconfig"
+chmod +x "$work/bin/ldconfig"
 # The scratch root has none of the system's own libraries; what the packages need of each other is checked.
-into_root() { dpkg --root="$root" --force-not-root --force-script-chrootless --log=/dev/null \
-  --ignore-depends=libc6,libgcc-s1,libstdc++6 "$@" >/dev/null; }
+into_root() {
+  PATH="$work/bin:$PATH:/usr/sbin:/sbin" dpkg --root="$root" --force-not-root --force-script-chrootless --log=/dev/null \
+    --ignore-depends=libc6,libgcc-s1,libstdc++6 "$@" >/dev/null
+}
 into_root --install "${packages[@]}"
+[ -s "$work/loader" ] || fail "the loader is not told of the libraries"
 "$root/usr/bin/zsimage" info "$image" >/dev/null
 [ -e "$root/usr/share/man/man1/zsimage.1" ] || [ -e "$root/usr/share/man/man1/zsimage.1.gz" ] || fail "no manual page"
 names=()
