@@ -298,6 +298,7 @@ void AddCcdDescriptions(const Corpus& corpus) {
       {"long-text-flags", WithValue(audio, "TRACK 1", "FLAGS", std::string(250, ' ') + "DCP")},
       {"long-text-pack", WithValue(withText, "CDText", "Entry 0", Repeated("80 ", 100))},
       {"assertion-mode", WithValue(audio, "TRACK 1", "MODE", "3")},
+      {"assertion-zero-byte", WithValue(audio, "TRACK 1", "ISRC", std::string("AB\0CD", 5))},
       {"assertion-no-sections", "Sessions=1\r\n]\r\n[\r\n=\r\n[]=\r\n;\r\n"},
   };
   for (const auto& test : cases) {
@@ -434,6 +435,8 @@ void AddTocFiles(const Corpus& corpus) {
       {"long-text-code",
        {.nodes = TrackNode("01", "AUDIO", Tag("ISRC", std::string(3000, 'C'))) + TrackNode("02", "AUDIO")}},
       {"assertion-mode", {.nodes = TrackNode("01", "MODE3") + TrackNode("02", "")}},
+      {"assertion-zero-byte",
+       {.nodes = TrackNode("01", "AUDIO", Tag("ISRC", std::string("AB\0CD", 5))) + TrackNode("02", "AUDIO")}},
       {"assertion-negative-counts", {.sessions = "-1", .tracks = "-1"}},
   };
   for (const auto& test : cases) {

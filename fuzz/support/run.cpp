@@ -14,6 +14,9 @@
 #include "support/checks.h"
 #include "support/counting_environment.h"
 
+/// Options of AddressSanitizer: short stacks of allocations and few blocks kept after release, for speed.
+extern "C" const char* __asan_default_options() { return "malloc_context_size=6:quarantine_size_mb=16"; }
+
 namespace fuzz {
 namespace {
 
