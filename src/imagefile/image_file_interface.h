@@ -38,9 +38,10 @@ struct IZSImageFile : IUnknown {
   virtual HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) = 0;
 
   /// Frees all that a record points to and makes it all zero. An empty record is fine.
+  /// @return E_OUTOFMEMORY, with the record unchanged.
   virtual HRESULT FreeImageFileInfo(zsimagefileinfo* info) = 0;
 
-  /// Computes `dwDiscID` and `dwDiscID2` of a record.
+  /// Computes `dwDiscID` and `dwDiscID2` of a record. @return E_OUTOFMEMORY.
   virtual HRESULT CalculateDiscID(zsimagefileinfo* info) = 0;
 
   /// The byte position in the sector file for a sector. In a one-session image it is where the track that holds

@@ -55,20 +55,23 @@ public:
     if (folder == nullptr) {
       return -1;
     }
-    int result = 0;
+    int error = 0;
     try {
+      errno = 0; // Which tells the end from a failure.
       for (const dirent* entry = ::readdir(folder); entry != nullptr; entry = ::readdir(folder)) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {
           names->emplace_back(name);
         }
+        errno = 0;
       }
+      error = errno;
     } catch (const std::bad_alloc&) {
-      errno = ENOMEM;
-      result = -1;
+      error = ENOMEM;
     }
     ::closedir(folder);
-    return result;
+    errno = error;
+    return error == 0 ? 0 : -1;
   }
 };
 

@@ -72,26 +72,31 @@ bool Exists(const std::string& path, struct stat* status) noexcept {
   return Uninterrupted([&] { return files.PathStatus(path.c_str(), status); }) == 0;
 }
 
+/// The names in a folder, in no order.
 std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
-  ProcessEnvironment().files->ListFolder(folder.empty() ? "." : folder.c_str(), &names);
-  std::sort(names.begin(), names.end());
+  Uninterrupted([&] {
+    names.clear();
+    return ProcessEnvironment().files->ListFolder(folder.empty() ? "." : folder.c_str(), &names);
+  });
   return names;
 }
 
 /// The name on disk of a component that has no file of its exact spelling. Empty when there is none.
 std::string FindName(const std::string& folder, const std::string& component) {
   const std::u16string wanted = MultiByteToWideChar(component);
+  std::string exact;
   std::string caseless;
   for (const std::string& name : NamesIn(folder)) {
-    if (MultiByteToWideChar(name) == wanted) {
-      return name;
+    if (lstrcmpiA(name, component) != 0) {
+      continue;
     }
-    if (caseless.empty() && lstrcmpiA(name, component) == 0) {
-      caseless = name;
+    std::string& found = MultiByteToWideChar(name) == wanted ? exact : caseless;
+    if (found.empty() || name < found) {
+      found = name;
     }
   }
-  return caseless;
+  return exact.empty() ? caseless : exact;
 }
 
 /// Adds one component to a folder that is on disk. False when the folder holds no such name.
@@ -118,6 +123,11 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
   std::size_t position = 0;
+  // In most cases only the last name is another.
+  if (const std::size_t last = path.rfind('/'); last != std::string::npos && Exists(path.substr(0, last + 1), status)) {
+    position = last + 1;
+    found = path.substr(0, position);
+  }
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());
     const std::string component = path.substr(position, separator - position);
@@ -165,12 +175,13 @@ std::string PathOfNewFile(const std::string& path) {
 
 std::string FirstMatch(const std::string& folder, const std::string& pattern) {
   const std::string wanted = pattern == "*.*" ? "*" : pattern; // Names need no dot to fit the pattern for all.
+  std::string first;
   for (const std::string& name : NamesIn(folder)) {
-    if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0) {
-      return name;
+    if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0 && (first.empty() || name < first)) {
+      first = name;
     }
   }
-  return {};
+  return first;
 }
 
 } // namespace platform
