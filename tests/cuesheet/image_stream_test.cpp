@@ -8,7 +8,6 @@
 
 #include "cuesheet/track_extraction.h"
 #include "disc/track_table.h"
-#include "support/counting_environment.h"
 #include "support/forwarding_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
@@ -188,32 +187,6 @@ TEST(TrackExtraction, RefusesWhatCannotBeRead) {
   void* object = &object;
   EXPECT_EQ(E_NOINTERFACE, stream->QueryInterface(IID_ISequentialStream, &object));
   EXPECT_EQ(nullptr, object);
-}
-
-TEST(TrackExtraction, TellsTheCallbackWhyItsValueIsMissing) {
-  const TemporaryFolder folder;
-  const UniqueBstr path = Wide(folder.Write("image.bin", Pattern(2048)));
-  zsimagefileinfo info{};
-  ZSTRACK track{};
-  track.dwEndLBA = 1;
-  SetBlockSize(&track, 2048);
-  VARIANT user{};
-  user.vt = VT_BSTR;
-  user.bstrVal = path.get();
-  const ZSStreamCallback callback = [](UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT value) -> LONG {
-    EXPECT_EQ(VT_ERROR, value.vt);
-    EXPECT_EQ(E_OUTOFMEMORY, HRESULT{value.scode});
-    EXPECT_EQ(VT_ERROR, VARTYPE{progress->vtUser.vt});
-    progress->fCancel = 1; // Shows that this was called.
-    return 0;
-  };
-  ComPtr<IStream> stream;
-  TestAllocator().FailAt(1);
-  EXPECT_EQ(S_OK, ExtractTrack(path.get(), nullptr, info, track, 0, reinterpret_cast<LONG*>(callback), 0, user,
-                               stream.Receive()));
-  TestAllocator().FailAt(0);
-  char byte = 0;
-  EXPECT_EQ(E_FAIL, stream->Read(&byte, 1, nullptr));
 }
 
 // Callbacks have no state of their own, so that the tests keep it here.

@@ -4,9 +4,7 @@
 #include "disc/record_descriptions.h"
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
-#include "platform/task_memory.h"
 #include "platform/variant.h"
-#include "support/counting_environment.h"
 #include "support/services.h"
 
 namespace {
@@ -75,29 +73,6 @@ TEST(SafeArray, GrowsWithClearedElementsUnlessItsSizeIsFixed) {
   const SafeArrayAccess access(array.get());
   EXPECT_TRUE(access.Elements<ZSTRACK>()[2].bstrTitle == nullptr);
   EXPECT_EQ(sizeof(ZSTRACK), array->cbElements);
-}
-
-TEST(SafeArray, LeavesNothingBehindWhenMemoryEnds) {
-  const UniqueSafeArray array = NewArray(kRecordTrack, 2);
-  {
-    const SafeArrayAccess access(array.get());
-    auto* tracks = access.Elements<ZSTRACK>();
-    tracks[0].bstrTitle = SysAllocString(u"title");
-    tracks[1].pdwIndex = AllocateCleared<ULONG>(2);
-    tracks[1].nCountIndex = 2;
-    tracks[1].varFiles.vt = VT_ARRAY;
-    tracks[1].varFiles.parray = NewArray(kRecordFile, 1).release();
-  }
-  SAFEARRAY* copy = nullptr;
-  int failures = 0;
-  for (HRESULT result = E_OUTOFMEMORY; result != S_OK; ++failures) {
-    TestAllocator().FailAt(failures + 1);
-    result = SafeArrayCopy(array.get(), &copy);
-    TestAllocator().FailAt(0);
-    ASSERT_TRUE(result == S_OK ? copy != nullptr : result == E_OUTOFMEMORY && copy == nullptr) << failures;
-  }
-  EXPECT_EQ(7, failures) << "two blocks an array, a title and an index table, and the run that passes";
-  SafeArrayDestroy(copy);
 }
 
 TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "disc/record_descriptions.h"
 #include "foundation/strings.h"
 #include "platform/class_objects.h"
 #include "platform/text.h"
@@ -49,6 +50,24 @@ ZSCUESHEET* TestSheet::Release() noexcept {
   ZSCUESHEET* sheet = m_sheet;
   m_sheet = nullptr;
   return sheet;
+}
+
+VARIANT TracksOf(const ZSCUESHEET& sheet) {
+  ComPtr<ITypeLib> library;
+  ComPtr<ITypeInfo> type;
+  ComPtr<IRecordInfo> info;
+  LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive());
+  library->GetTypeInfoOfGuid(kRecordTrack, type.Receive());
+  GetRecordInfoFromTypeInfo(type.Get(), info.Receive());
+  const SAFEARRAYBOUND bound{sheet.nTracks, 0};
+  VARIANT tracks{};
+  tracks.vt = VT_ARRAY | VT_RECORD;
+  tracks.parray = SafeArrayCreateEx(VT_RECORD, 1, &bound, info.Get());
+  const SafeArrayAccess access(tracks.parray);
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    info->RecordCopy(&sheet.pZSTracks[i], access.Elements<ZSTRACK>() + i);
+  }
+  return tracks;
 }
 
 bool IsAllZero(const zsimagefileinfo& info) noexcept {

@@ -58,6 +58,9 @@ private:
   ZSCUESHEET* m_sheet = nullptr;
 };
 
+/// A value with an array of independent copies of a sheet's tracks, for VariantClear to free.
+VARIANT TracksOf(const ZSCUESHEET& sheet);
+
 /// Whether all bytes of a record are zero.
 bool IsAllZero(const zsimagefileinfo& info) noexcept;
 

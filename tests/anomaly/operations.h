@@ -1,0 +1,44 @@
+/// @file
+/// The public operations of the component, each on valid input and ready to be disturbed.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/base_types.h"
+
+/// How an operation ended.
+struct Outcome {
+  HRESULT result = 0;
+  std::string told; ///< All that it delivered, as text; on a failure what came before it.
+};
+
+/// Runs the one call of an operation that may be disturbed. All that it delivers must be there before.
+using Disturbed = std::function<HRESULT(const std::function<HRESULT()>& call)>;
+
+struct Operation {
+  std::string name;
+  std::vector<HRESULT> failures; ///< The result codes that it may end with, beside its own undisturbed one.
+  /// Prepares its input, makes the call, tests that a failure delivered nothing, and leaves nothing behind.
+  std::function<Outcome(const Disturbed& disturbed)> run;
+};
+
+/// Reads the image of a path.
+Operation ReadingImage(const std::string& path);
+/// Opens the first track of an image as a stream, with a value for its callback, and reads it to the end.
+Operation ReadingTrack(const std::string& path);
+/// All other operations, on the samples in a folder, which they also write to.
+std::vector<Operation> OtherOperations(const std::string& folder);
+
+/// The names of the sample images: one of each kind and form of each format.
+extern const std::vector<std::string> kSampleImages;
+
+/// Runs an operation again and again, with the first, second, third... of its points failing, `once` or all behind it
+/// as well, until it passes without meeting the failure. Expects a documented result, and that nothing is left behind.
+/// @param start Lets the point of that number fail from now on. @param stop Ends that, and tells whether it was met.
+/// @param before Called before each run.
+/// @return How many points failed.
+long Sweep(
+    const Operation& operation, const std::function<void(long point)>& start, const std::function<bool()>& stop,
+    const std::function<void()>& before = [] {});
