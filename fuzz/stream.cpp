@@ -41,19 +41,22 @@ Head ReadHead(const ByteView& input) {
 
 /// The file's bytes follow from their places.
 std::string Pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) {
-    bytes[i] = static_cast<char>(i * 7 + i / 251);
-  }
-  return bytes;
+  static const std::string longest = [] {
+    std::string bytes(0x10000, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      bytes[i] = static_cast<char>(i * 7 + i / 251);
+    }
+    return bytes;
+  }();
+  return longest.substr(0, size);
 }
 
 /// What a stream must deliver, taken straight from the file.
-std::string Expected(const Head& head, const std::string& file) {
+std::string Expected(const Head& head, ULONG end, const std::string& file) {
   std::string data;
   const UINT block = head.dataBlock == 0 ? head.stride : head.dataBlock;
   const UHYPER start = head.seekBegin + UHYPER{head.lba} * head.stride + (block == head.stride ? 0 : head.subCount);
-  const UHYPER sectors = head.end > head.lba ? head.end - head.lba : 0;
+  const UHYPER sectors = end > head.lba ? end - head.lba : 0;
   for (UHYPER i = 0; i < sectors && head.stride != 0; ++i) {
     const UHYPER at = start + i * head.stride;
     if (at < start || at >= file.size()) {
@@ -94,15 +97,16 @@ struct Watcher {
 
 /// Reads by the sizes of the input, over and over, until nothing more comes.
 std::string ReadAll(IStream* stream, const ByteView& sizes) {
-  constexpr int kMostReads = 300;
+  constexpr int kMostReads = 100;
   std::string data;
   UHYPER at = 0;
   int idle = 0;
   for (int i = 0; i < kMostReads && idle < 3; ++i, at += 2) {
-    std::uint16_t size = 0x2000;
+    std::uint16_t size = 0x2700;
     if (!sizes.Little16(at, &size)) {
       at = 0;
     }
+    size %= 0x2800; // More than four sectors.
     std::vector<BYTE> buffer(size);
     ULONG delivered = 0;
     const HRESULT result = stream->Read(buffer.data(), size, &delivered);
@@ -145,8 +149,9 @@ FUZZ(input) {
   }
   run.Files().PlanReads(std::string(input.substr(std::min(kHeadSize, input.size()), head.planned)));
   const std::string data = ReadAll(stream.Get(), view.Part(kHeadSize + head.planned, 0x400));
-  const std::string expected = Expected(head, content);
+  // What a failed read brings does not count, so that a stream may go on behind its track then.
+  const ULONG end = run.Files().ReadsFailed() ? ~ULONG{0} : head.end;
   if (watcher.meddling <= Meddling::Watch) {
-    fuzz::Require(expected.starts_with(data), "the track's own bytes are delivered, in order");
+    fuzz::Require(Expected(head, end, content).starts_with(data), "the track's own bytes are delivered, in order");
   }
 }
