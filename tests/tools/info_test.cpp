@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include <nlohmann/json.hpp>
 
 #include "builders/nrg_builder.h"
@@ -125,6 +127,21 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
     }
   }
   EXPECT_EQ("", RunTool({"info", folder.Path("missing.iso")}).out);
+}
+
+TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
+  const std::string image = folder.WriteSparse("disc.iso", 2048);
+  const ToolResult result = RunTool({"info", "--json", WriteSheet(), folder.Path("missing.iso"), image});
+  EXPECT_EQ(1, result.status);
+  std::istringstream lines(result.out);
+  std::vector<json> records;
+  for (std::string line; std::getline(lines, line);) {
+    records.push_back(json::parse(line));
+  }
+  ASSERT_EQ(3U, records.size());
+  EXPECT_EQ(0x0D016802, records[0]["dwDiscID"]);
+  EXPECT_EQ("ZSE_CANNOTOPENIMAGE", records[1]["result"]);
+  EXPECT_EQ(image, records[2]["bstrImageBinaryFile"]);
 }
 
 TEST_F(InfoTool, FindsPositions) {

@@ -58,6 +58,7 @@ TEST_F(TransferTool, ExtractsTracksByteForByte) {
   const std::string cue = WriteAudio();
   EXPECT_EQ(ProperSectors(audio, 0), Extract({cue, "--track", "1"}));
   EXPECT_EQ(ProperSectors(audio, 1), Extract({cue, "--session", "1", "--track", "2", "--block-size", "0"}));
+  EXPECT_EQ(ProperSectors(audio, 1), RunTool({"extract", cue, "--track", "2", "-o", "-"}).out);
   ASSERT_EQ(0, RunTool({"extract", cue, "--all", Path("new/all")}).status);
   EXPECT_EQ(ProperSectors(audio, 0), folder.Read("new/all/session-1-track-01.bin"));
   EXPECT_EQ(ProperSectors(audio, 1), folder.Read("new/all/session-1-track-02.bin"));
@@ -211,6 +212,7 @@ TEST_F(TransferTool, DecodesAndEncodesText) {
   ASSERT_EQ(0, RunTool({"cdtext", "encode", cue, "-o", Path("new.cdt")}).status);
   const std::string packs = folder.Read("new.cdt");
   EXPECT_EQ(1U, packs.size() % 18);
+  EXPECT_EQ(packs, RunTool({"cdtext", "encode", cue, "-o", "-"}).out);
   folder.Write("packs.raw", packs); // Any name will do.
   for (const char* name : {"new.cdt", "packs.raw"}) {
     const ToolResult result = RunTool({"cdtext", "decode", Path(name), "--tracks", "2", "--json"});

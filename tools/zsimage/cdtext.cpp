@@ -53,6 +53,9 @@ int RunEncode(const EncodeOptions& options) {
   OutputFile file(options.output, text.Size());
   file.Write(text.Data(), text.Size());
   file.Keep();
+  if (IsStandardStream(options.output)) {
+    return 0; // Standard output is for the packs alone.
+  }
   std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), text.Size(),
               options.subChannel ? ", in groups of 96 for the sub-channel" : "");
   return 0;

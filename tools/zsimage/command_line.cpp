@@ -9,13 +9,6 @@
 
 namespace {
 
-int ReportFailure(const Failure& failure, bool json) {
-  if (json) {
-    PrintJson(FailureToJson(failure.Code()));
-  }
-  return failure.Report();
-}
-
 /// Runs a command, and makes every failure a message and an exit status.
 template <class Options> int RunCommand(int (*command)(const Options&), const Options& options) {
   bool json = false;
@@ -25,11 +18,11 @@ template <class Options> int RunCommand(int (*command)(const Options&), const Op
   try {
     return command(options);
   } catch (const Failure& failure) {
-    return ReportFailure(failure, json);
+    return ReportOne(failure, json, false);
   } catch (const std::bad_alloc&) {
-    return ReportFailure(Failure("", CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), json);
+    return ReportOne(Failure("", CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), json, false);
   } catch (const std::exception& error) {
-    return ReportFailure(Failure("", std::string("unexpected: ") + error.what(), E_UNEXPECTED), json);
+    return ReportOne(Failure("", std::string("unexpected: ") + error.what(), E_UNEXPECTED), json, false);
   }
 }
 
@@ -110,12 +103,15 @@ constexpr const char* kDescription =
 
 std::string Footer() {
   return FooterPart("Exit status", {{"0", "All went well."},
-                                    {"1", "A command failed; a line on standard error says with which file and why."},
+                                    {"1", "A command failed, and a line on standard error says with which file and why;"
+                                          "\n       or check found a fault."},
                                     {"2", "The command line was not understood."},
                                     {"130", "Ctrl-C ended the command."}}) +
          "\n" +
          FooterPart("Environment",
                     {{"IMAGEFILE_REGISTRY", "The file that register and unregister change."},
+                     {"NO_COLOR", "When set and not empty, nothing has a colour."},
+                     {"TERM", "When dumb, there are neither colours nor progress."},
                      {"TMPDIR", "Where convert puts the copies that it compares with, otherwise /tmp."}}) +
          "\n'zsimage COMMAND --help' has the options of a command, and examples.";
 }
@@ -130,6 +126,8 @@ CommandLine::CommandLine() : m_app(kDescription, "zsimage") {
   m_app.footer(Footer());
   m_app.require_subcommand(1);
   AddInfo();
+  AddCheck();
+  AddMap();
   AddPosition();
   AddExtract();
   AddConvert();
@@ -158,11 +156,34 @@ CLI::App& CommandLine::AddCommand(CLI::App* parent, const char* name, const char
 
 void CommandLine::AddInfo() {
   CLI::App& command = AddCommand(&m_app, "info", "Show what an image holds");
-  command.add_option("IMAGE", m_info.path, "Image: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
-  command.add_flag("--json", m_info.json, "Print the whole record as one JSON object");
-  command.footer(Examples({{"zsimage info disc.cue", "A page for a person."},
-                           {"zsimage info --json disc.nrg", "The whole record for a program."}}));
+  command.add_option("IMAGE", m_info.paths, "Images: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
+  command.add_flag("--json", m_info.json, "Print the whole record as one JSON object; of several images, one a line");
+  command.footer(
+      Examples({{"zsimage info disc.cue", "A page for a person."},
+                {"zsimage info --json disc.nrg", "The whole record for a program."},
+                {"zsimage info --json *.cue | jq .dwDiscID", "One record a line, in the order of the paths."}}));
   command.callback([this] { m_status = RunCommand(RunInfo, m_info); });
+}
+
+void CommandLine::AddCheck() {
+  CLI::App& command = AddCommand(&m_app, "check", "Find what is wrong with images before they are burned");
+  command.add_option("IMAGE", m_check.paths, "Images: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
+  command.add_flag("--full", m_check.full, "Look at every sector, not at a sample of each track");
+  command.add_flag("--json", m_check.json, "Print one JSON object; of several images, one a line");
+  command.footer(Examples({{"zsimage check disc.cue", "Tracks, codes, text and a sample of the sectors."},
+                           {"zsimage check --full *.cue && echo fit to burn", "All sectors of several images."}}));
+  command.callback([this] { m_status = RunCommand(RunCheck, m_check); });
+}
+
+void CommandLine::AddMap() {
+  CLI::App& command = AddCommand(&m_app, "map", "Draw a picture of the disc");
+  command.add_option("IMAGE", m_map.path, "Image")->required();
+  command.add_option("-o,--output", m_map.output, "Picture to write: .svg or .html, - for SVG on standard output")
+      ->type_name("FILE")
+      ->required();
+  command.footer(Examples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
+                           {"zsimage map disc.nrg -o disc.html", "The same as a page."}}));
+  command.callback([this] { m_status = RunCommand(RunMap, m_map); });
 }
 
 void CommandLine::AddPosition() {
@@ -182,13 +203,16 @@ void CommandLine::AddExtract() {
   command.add_option("--block-size", m_extract.blockSize, "Bytes to take of each sector; 0 for all of it")
       ->type_name("BYTES")
       ->capture_default_str();
-  auto* output = command.add_option("-o,--output", m_extract.output, "File to write the track to")->type_name("FILE");
+  auto* output =
+      command.add_option("-o,--output", m_extract.output, "File to write the track to, - for standard output")
+          ->type_name("FILE");
   auto* all = command.add_option("--all", m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
   command.footer(
       Examples({{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
                 {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
-                {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."}}));
+                {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."},
+                {"zsimage extract disc.cue --track 3 -o - | aplay -t raw -f cd", "Listen to a track."}}));
   command.callback([=, this] {
     if (all->empty() && (track->empty() || output->empty())) {
       throw CLI::RequiredError("--track with -o, or --all,");
@@ -212,7 +236,8 @@ void CommandLine::AddConvert() {
 
 void CommandLine::AddDecode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "decode", "Show the text in a file of packs");
-  command.add_option("FILE", m_decode.path, "File of packs of 18 bytes, such as a .cdt file")->required();
+  command.add_option("FILE", m_decode.path, "File of packs of 18 bytes, such as a .cdt file; - for standard input")
+      ->required();
   command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc")
       ->type_name("N")
       ->required()
@@ -225,9 +250,12 @@ void CommandLine::AddDecode(CLI::App* group) {
 void CommandLine::AddEncode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "encode", "Pack the text of an image's first session");
   command.add_option("IMAGE", m_encode.path, "Image")->required();
-  command.add_option("-o,--output", m_encode.output, "File to write")->type_name("FILE")->required();
+  command.add_option("-o,--output", m_encode.output, "File to write, - for standard output")
+      ->type_name("FILE")
+      ->required();
   command.add_flag("--subchannel", m_encode.subChannel, "Spread the packs over groups of 96 bytes");
-  command.footer(Examples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."}}));
+  command.footer(Examples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."},
+                           {"zsimage cdtext encode disc.cue -o - | xxd -c 18", "The packs, one a line."}}));
   command.callback([this] { m_status = RunCommand(RunEncode, m_encode); });
 }
 

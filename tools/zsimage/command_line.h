@@ -21,6 +21,8 @@ public:
 private:
   CLI::App& AddCommand(CLI::App* parent, const char* name, const char* words);
   void AddInfo();
+  void AddCheck();
+  void AddMap();
   void AddPosition();
   void AddExtract();
   void AddConvert();
@@ -32,6 +34,8 @@ private:
   CLI::App m_app;
   int m_status = 0;
   InfoOptions m_info;
+  CheckOptions m_check;
+  MapOptions m_map;
   PositionOptions m_position;
   ExtractOptions m_extract;
   ConvertOptions m_convert;

@@ -3,14 +3,28 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/base_types.h"
 
 struct InfoOptions {
-  std::string path;
-  bool json = false;
+  std::vector<std::string> paths;
+  bool json = false; ///< One object in readable form for one path; of several, one a line.
 };
 int RunInfo(const InfoOptions& options);
+
+struct CheckOptions {
+  std::vector<std::string> paths;
+  bool full = false; ///< Every sector, instead of a sample.
+  bool json = false; ///< As of InfoOptions.
+};
+int RunCheck(const CheckOptions& options);
+
+struct MapOptions {
+  std::string path;
+  std::string output; ///< .svg, .html, or "-" for standard output.
+};
+int RunMap(const MapOptions& options);
 
 struct PositionOptions {
   std::string path;
@@ -24,7 +38,7 @@ struct ExtractOptions {
   unsigned session = 1;
   unsigned track = 0;
   UINT blockSize = 0; ///< 0 for the track's own.
-  std::string output;
+  std::string output; ///< "-" for standard output.
   std::string folder; ///< All tracks go here, when given.
 };
 int RunExtract(const ExtractOptions& options);
@@ -39,7 +53,7 @@ struct ConvertOptions {
 int RunConvert(const ConvertOptions& options);
 
 struct DecodeOptions {
-  std::string path;
+  std::string path; ///< "-" for standard input.
   unsigned tracks = 0;
   bool json = false;
 };
@@ -47,7 +61,7 @@ int RunDecode(const DecodeOptions& options);
 
 struct EncodeOptions {
   std::string path;
-  std::string output;
+  std::string output; ///< "-" for standard output.
   bool subChannel = false;
 };
 int RunEncode(const EncodeOptions& options);

@@ -102,12 +102,8 @@ public:
 
   void WriteRun(const Host& host, const std::string& source, const SectorRun& run) {
     m_transfer.StartNextStream();
-    const ComPtr<IStream> stream = OpenRun(host, source, run, &m_transfer);
-    UHYPER written = 0;
-    for (ULONG delivered = 1; delivered != 0; written += delivered) {
-      stream->Read(m_buffer.data(), static_cast<ULONG>(m_buffer.size()), &delivered);
-      m_file.Write(m_buffer.data(), delivered);
-    }
+    const UHYPER written =
+        ReadRun(host, source, run, &m_transfer, [&](const BYTE* data, std::size_t size) { m_file.Write(data, size); });
     if (m_transfer.IsCancelled()) {
       ThrowCancelled(m_target);
     }
@@ -122,7 +118,6 @@ private:
   const std::string& m_target;
   Transfer m_transfer;
   OutputFile m_file;
-  std::vector<BYTE> m_buffer = std::vector<BYTE>(kBufferBytes);
 };
 
 } // namespace

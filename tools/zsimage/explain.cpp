@@ -45,7 +45,8 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
     BSTR named = nullptr;
     host.Sheets().GetBinaryFile(Wide(path).get(), &named);
     const UniqueBstr owned(named);
-    return "the sheet names " + NameOf(Narrow(named)) + "; no such file beside it, in any case";
+    return "the sheet names " + NameOf(Narrow(named)) +
+           "; no such file beside it, in any case; put it there, or correct the FILE line";
   }
   if (extension == ".MDS") {
     std::string data = path.substr(PathFindFileNameA(path));

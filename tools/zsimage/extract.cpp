@@ -68,6 +68,17 @@ void Extract(const Host& host, const std::string& dataFile, const Extraction& wo
   JudgeResult(dataFile, work, transfer);
 }
 
+void ExtractToStandardOutput(const Host& host, const std::string& dataFile, const Extraction& work) {
+  Transfer transfer(Format("track %u", work.track), work.run.Bytes());
+  const UHYPER done = ReadRun(host, dataFile, work.run, &transfer, WriteStandardOutput);
+  if (transfer.IsCancelled()) {
+    throw Failure("standard output", "cancelled", kCancelled);
+  }
+  if (done < work.run.Bytes()) {
+    ThrowReadFailure(dataFile, work.run, done);
+  }
+}
+
 void Announce(const Extraction& work) {
   std::printf("%s: session %u, track %u, %u sectors of %u bytes\n", TerminalText(work.target).c_str(), work.session,
               work.track, work.run.sectors, work.run.dataSize);
@@ -77,13 +88,18 @@ int ExtractOne(const Host& host, const ImageRecord& image, const ExtractOptions&
   const unsigned count = image.Session(options.session).nTracks;
   if (options.track < 1 || options.track > count) {
     throw Failure(image.Path(),
-                  Format("there is no track %u in session %u, which has %u", options.track, options.session, count),
+                  Format("there is no track %u in session %u, which has %u; 'zsimage info' lists them", options.track,
+                         options.session, count),
                   E_INVALIDARG);
   }
   const Extraction work{options.session, options.track,
                         RunOfTrack(image, options.session, options.track, options.blockSize), options.output};
-  Extract(host, image.DataFile(), work);
-  Announce(work);
+  if (IsStandardStream(work.target)) {
+    ExtractToStandardOutput(host, image.DataFile(), work);
+  } else {
+    Extract(host, image.DataFile(), work);
+    Announce(work);
+  }
   return 0;
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/files.h"
 #include "platform/registry.h"
+#include "terminal.h"
 #include "terminal_text.h"
 
 namespace {
@@ -72,7 +73,8 @@ Failure::Failure(std::string_view file, std::string_view words, HRESULT code) : 
 }
 
 int Failure::Report() const {
-  static_cast<void>(std::fprintf(stderr, "zsimage: %s\n", what()));
+  const std::string tool = Coloured("zsimage:", Colour::Red, STDERR_FILENO);
+  static_cast<void>(std::fprintf(stderr, "%s %s\n", tool.c_str(), what()));
   return m_code == kCancelled ? kExitCancelled : kExitFailure;
 }
 

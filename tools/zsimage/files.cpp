@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -40,6 +42,23 @@ bool IsDiskFull(const std::string& path) {
   return !error && space.available < kNearlyNothing;
 }
 
+void CheckSize(const std::string& name, UHYPER size, UHYPER limit) {
+  if (size > limit) {
+    throw Failure(name, "this is far too large; the limit is " + ReadableSize(limit), E_INVALIDARG);
+  }
+}
+
+std::vector<BYTE> ReadStandardInput(UHYPER limit) {
+  std::vector<BYTE> content;
+  std::array<BYTE, 65536> part{};
+  for (std::size_t count = 1; count != 0;) {
+    count = std::fread(part.data(), 1, part.size(), stdin);
+    content.insert(content.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
+    CheckSize("standard input", content.size(), limit);
+  }
+  return content;
+}
+
 } // namespace
 
 std::optional<UHYPER> FileSize(const std::string& path) {
@@ -70,7 +89,19 @@ void RemoveFile(const std::string& path) {
   }
 }
 
+void WriteStandardOutput(const BYTE* data, std::size_t size) {
+  if (isatty(STDOUT_FILENO) != 0) {
+    throw Failure("standard output", "a terminal cannot show these bytes; send them to a file or a pipe", E_INVALIDARG);
+  }
+  if (std::fwrite(data, 1, size, stdout) != size) {
+    throw Failure("standard output", "not all of the output could be written", E_FAIL);
+  }
+}
+
 std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
+  if (IsStandardStream(path)) {
+    return ReadStandardInput(limit);
+  }
   const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
   if (!file) {
     const DWORD error = GetLastError();
@@ -81,9 +112,7 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
   UHYPER size = 0;
   SetFilePointerEx(file.Get(), 0, &size, FILE_END);
   SetFilePointerEx(file.Get(), 0, nullptr, FILE_BEGIN);
-  if (size > limit) {
-    throw Failure(path, "the file is far too large for this; the limit is " + ReadableSize(limit), E_INVALIDARG);
-  }
+  CheckSize(path, size, limit);
   std::vector<BYTE> content(static_cast<std::size_t>(size));
   DWORD done = 0;
   if (!ReadFile(file.Get(), content.data(), static_cast<DWORD>(size), &done)) {
@@ -137,8 +166,11 @@ bool RefusesData(const std::string& path) {
 }
 
 OutputFile::OutputFile(const std::string& path, UHYPER size)
-    : m_path(path), m_file(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)),
-      m_size(size) {
+    : m_path(path), m_size(size), m_keep(IsStandardStream(path)) {
+  if (IsStandardStream(path)) {
+    return;
+  }
+  m_file.Reset(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
   if (!m_file) {
     m_keep = true; // Nothing of ours is there.
     throw WriteFailure(path, 0, size);
@@ -153,6 +185,10 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(const BYTE* data, std::size_t size) {
+  if (!m_file) {
+    WriteStandardOutput(data, size);
+    return;
+  }
   DWORD done = 0;
   const bool whole = WriteFile(m_file.Get(), data, static_cast<DWORD>(size), &done);
   m_written += done;

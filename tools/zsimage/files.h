@@ -21,7 +21,13 @@ bool SameFile(const std::string& left, const std::string& right);
 /// Removes a regular file. Devices stay.
 void RemoveFile(const std::string& path);
 
-/// The whole file. @throws Failure when it cannot be read or is larger than `limit`.
+/// Whether a path stands for standard output or standard input.
+inline bool IsStandardStream(std::string_view path) { return path == "-"; }
+
+/// Writes to standard output. @throws Failure when not all of it goes out, and when a terminal would show it.
+void WriteStandardOutput(const BYTE* data, std::size_t size);
+
+/// The whole file, or standard input for "-". @throws Failure when it cannot be read or is larger than `limit`.
 std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
 
 /// Another name in the folder of a path.
@@ -35,7 +41,7 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted);
 /// Whether a path leads to a device that takes no data, which no size would show.
 bool RefusesData(const std::string& path);
 
-/// A file that the tool writes. It goes away again unless it is kept.
+/// A file that the tool writes, or standard output for "-". A file goes away again unless it is kept.
 class OutputFile {
 public:
   /// @throws Failure when it cannot be created.

@@ -34,7 +34,9 @@ ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(h
 
 ZSCUESHEET& ImageRecord::Session(unsigned number) const {
   if (number < 1 || number > m_info.nSessions) {
-    throw Failure(m_path, Format("there is no session %u; the image has %u", number, unsigned{m_info.nSessions}),
+    throw Failure(m_path,
+                  Format("there is no session %u; the image has %u, and 'zsimage info' lists them", number,
+                         unsigned{m_info.nSessions}),
                   E_INVALIDARG);
   }
   return *m_info.pZSCueSheet[number - 1];

@@ -12,7 +12,7 @@ namespace {
 
 /// What a full disk or a closed pipe took away shows when the buffer goes out.
 int FinishOutput(int status) {
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+  if ((std::fflush(stdout) == 0 && std::ferror(stdout) == 0) || status != 0) {
     return status;
   }
   return Failure("standard output", "not all of the output could be written", E_FAIL).Report();

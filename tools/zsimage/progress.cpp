@@ -1,11 +1,10 @@
 #include "progress.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 
+#include "terminal.h"
 #include "terminal_text.h"
 
 namespace {
@@ -22,7 +21,7 @@ void OnSignal(int /*signal*/) { g_interrupted = 1; }
 } // namespace
 
 ProgressBar::ProgressBar(std::string label, UHYPER total)
-    : m_label(std::move(label)), m_total(total), m_isTerminal(isatty(STDERR_FILENO) != 0), m_start(Clock::now()),
+    : m_label(std::move(label)), m_total(total), m_isTerminal(CanRewriteLines(STDERR_FILENO)), m_start(Clock::now()),
       m_last(m_start - kRefresh) {}
 
 ProgressBar::~ProgressBar() {

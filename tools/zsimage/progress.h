@@ -7,7 +7,7 @@
 
 #include "cuesheet/cue_sheet_interface.h"
 
-/// A line on standard error that shows how far a transfer is. Shown only when standard error is a terminal.
+/// A line on standard error that shows how far a transfer is. Shown only on a terminal that can rewrite it.
 class ProgressBar {
 public:
   ProgressBar(std::string label, UHYPER total);

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <string>
 
-#include "failure.h"
 #include "platform/bstr.h"
 #include "platform/text.h"
 
@@ -138,7 +137,15 @@ Json ImageToJson(const zsimagefileinfo& info) {
 
 Json FailureToJson(HRESULT code) { return {{"result", CodeName(code)}, {"code", CodeNumber(code)}}; }
 
-void PrintJson(const Json& json) {
-  const std::string text = json.dump(2);
+int ReportOne(const Failure& failure, bool json, bool isLine) {
+  if (json) {
+    PrintJson(FailureToJson(failure.Code()), isLine);
+  }
+  std::fflush(stdout); // On a terminal the message stands where the page would have.
+  return failure.Report();
+}
+
+void PrintJson(const Json& json, bool isLine) {
+  const std::string text = json.dump(isLine ? -1 : 2);
   std::printf("%s\n", text.c_str());
 }

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "disc/records.h"
+#include "failure.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -19,5 +20,9 @@ Json SheetToJson(const ZSCUESHEET& sheet);
 /// What `--json` prints for a failure: {"result": "ZSE_BADIMAGE", "code": "0x809F001B"}.
 Json FailureToJson(HRESULT code);
 
+/// Reports the failure of one of several images. @return the exit status.
+int ReportOne(const Failure& failure, bool json, bool isLine);
+
 /// Prints one value on standard output, with a line end behind it.
-void PrintJson(const Json& json);
+/// @param isLine Whether the value must stand in one line.
+void PrintJson(const Json& json, bool isLine = false);

@@ -4,7 +4,8 @@
 
 #include <initializer_list>
 
-#include "disc/msf.h"
+#include "disc_words.h"
+#include "files.h"
 #include "platform/paths.h"
 #include "text_table.h"
 
@@ -12,72 +13,8 @@ namespace {
 
 std::string Text(BSTR text) { return TerminalText(Narrow(text)); }
 
-const char* KindWords(::ZSTYPEPROJECT kind) {
-  switch (kind) {
-  case ZSTYPEPROJECT_DATA:
-    return "data disc";
-  case ZSTYPEPROJECT_CDAUDIO:
-    return "audio CD";
-  case ZSTYPEPROJECT_MIXED:
-    return "mixed mode CD, audio and data";
-  case ZSTYPEPROJECT_CDPLUS:
-    return "CD Plus, an audio and a data session";
-  case ZSTYPEPROJECT_VIDEO:
-    return "Video CD (CD-Bridge)";
-  case ZSTYPEPROJECT_DATAMULTISESSION:
-    return "multi-session disc";
-  default:
-    return "unknown";
-  }
-}
-
-const char* FormatWords(zsimgformat format) {
-  switch (format) {
-  case ZSIMAGEFORMAT_ISO:
-    return "plain sector file";
-  case ZSIMAGEFORMAT_CUE:
-    return "CUE sheet";
-  case ZSIMAGEFORMAT_NRG:
-    return "Nero image";
-  case ZSIMAGEFORMAT_CCD:
-    return "CloneCD description";
-  case ZSIMAGEFORMAT_ZSI:
-    return "native TOC file";
-  case ZSIMAGEFORMAT_MDS:
-    return "Media Descriptor image";
-  default:
-    return "unknown";
-  }
-}
-
-std::string ModeWords(ZSMODETYPE mode) {
-  switch (mode) {
-  case ZSMODE_AUDIO:
-    return "audio";
-  case ZSMODE_1:
-    return "mode 1";
-  case ZSMODE_2:
-    return "mode 2";
-  case ZSMODE_2_FORM2:
-    return "mode 2 form 2";
-  case ZSMODE_2_MIXED:
-    return "mode 2 mixed";
-  default:
-    return Format("unknown (%d)", static_cast<int>(mode));
-  }
-}
-
-/// A number of sectors as playing time. Minutes take as many digits as they need.
-std::string Duration(UHYPER sectors) {
-  const auto frames = static_cast<unsigned>(sectors % 75);
-  const auto seconds = static_cast<unsigned>(sectors / 75 % 60);
-  return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / 4500), seconds, frames);
-}
-
-/// The time of a sector on the disc; sectors that no time can name, as a DVD has them, give a dash.
-std::string DiscTime(ULONG lba) {
-  const ULONG time = LbaToMsf(static_cast<LONG>(lba));
-  return time == kNoTime ? "-" : Format("%02u:%02u:%02u", MinutesOf(time), SecondsOf(time), FramesOf(time));
+Colour ModeColour(ZSMODETYPE mode) {
+  return mode == ZSMODE_AUDIO ? Colour::Green : mode == ZSMODE_1 ? Colour::Cyan : Colour::Magenta;
 }
 
 /// Words for the bits of a mask that are set, in the order of the table.
@@ -127,10 +64,19 @@ void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
     const ZSTRACK& track = sheet.pZSTracks[i];
     const bool sound = track.dwEndLBA >= track.dwLBA;
     const ULONG sectors = sound ? track.dwEndLBA - track.dwLBA : 0;
-    table->AddRow({Format("%u", session), Format("%u", track.TNO), ModeWords(track.Mode),
-                   Format("%d", static_cast<int>(track.BlockSize)), DiscTime(track.dwLBA), Format("%u", track.dwLBA),
-                   sound ? Duration(sectors) : "-", sound ? Format("%u", sectors) : "-", Gap(track.Pregap),
-                   Gap(track.Postgap), FlagWords(track.Flags), Text(track.bstrISRC), Text(track.bstrTitle),
+    table->AddRow({Format("%u", session),
+                   Format("%u", track.TNO),
+                   {ModeWords(track.Mode), ModeColour(track.Mode)},
+                   Format("%d", static_cast<int>(track.BlockSize)),
+                   DiscTime(track.dwLBA),
+                   Format("%u", track.dwLBA),
+                   sound ? Duration(sectors) : "-",
+                   sound ? Format("%u", sectors) : "-",
+                   Gap(track.Pregap),
+                   Gap(track.Postgap),
+                   FlagWords(track.Flags),
+                   Text(track.bstrISRC),
+                   Text(track.bstrTitle),
                    Text(track.bstrPerformer)});
   }
 }
@@ -138,7 +84,7 @@ void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
 /// One line "  Name         value"; none without a value.
 void AddLine(std::string* page, const char* name, const std::string& value) {
   if (!value.empty()) {
-    page->append(Format("  %-11s ", name)).append(value).append("\n");
+    page->append(Coloured(Format("  %-11s ", name), Colour::Dim)).append(value).append("\n");
   }
 }
 
@@ -153,7 +99,11 @@ void AddDiscText(std::string* page, const ::ZSCDTEXT& text) {
   AddLine(page, "Message", Text(text.bstrMessage));
 }
 
-std::string DataFileWords(const std::string& named) {
+std::string DataFileWords(const ImageRecord& image) {
+  const std::string named = image.DataFile();
+  if (image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD && SameFile(named, image.Path())) {
+    return "none: there is no .img file of this name beside the description"; // The record names the description.
+  }
   std::string resolved;
   struct stat status {};
   if (!ResolveFilePath(named, &resolved) || stat(resolved.c_str(), &status) != 0) {
@@ -188,10 +138,10 @@ std::string IdWords(const zsimagefileinfo& info) {
 
 std::string RenderImage(const ImageRecord& image) {
   const zsimagefileinfo& info = image.Info();
-  std::string page = TerminalText(image.Path()) + "\n";
+  std::string page = Coloured(TerminalText(image.Path()), Colour::Bold) + "\n";
   AddLine(&page, "Kind", KindWords(info.ZSTYPEPROJECT));
   AddLine(&page, "Format", FormatWords(info.ZSImageFormat));
-  AddLine(&page, "Data file", DataFileWords(image.DataFile()));
+  AddLine(&page, "Data file", DataFileWords(image));
   AddLine(&page, "Disc id", IdWords(info));
   AddLine(&page, "With", CompanionWords(info.lMask));
   TextTable table = TrackTable();

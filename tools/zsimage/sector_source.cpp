@@ -20,6 +20,19 @@ ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const Sec
   return stream;
 }
 
+UHYPER ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
+               const RunSink& sink) {
+  constexpr ULONG kSectorsAtOnce = 111;
+  const ComPtr<IStream> stream = OpenRun(host, dataFile, run, transfer);
+  std::vector<BYTE> buffer(std::size_t{kSectorsAtOnce} * run.dataSize);
+  UHYPER done = 0;
+  for (ULONG delivered = 1; delivered != 0; done += delivered) {
+    stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &delivered);
+    sink(buffer.data(), delivered);
+  }
+  return done;
+}
+
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
   const UHYPER size = FileSize(dataFile).value_or(0);
   if (run.sectors == 0) {

@@ -2,6 +2,8 @@
 /// Runs of sectors out of an image, as streams of the component.
 #pragma once
 
+#include <functional>
+
 #include "host.h"
 #include "progress.h"
 #include "track_place.h"
@@ -19,6 +21,14 @@ struct SectorRun {
 
 /// A stream over a run of the file `dataFile`, told to the transfer. @throws Failure.
 ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer);
+
+/// Takes a piece of a run.
+using RunSink = std::function<void(const BYTE* data, std::size_t size)>;
+
+/// Gives a run to a sink in pieces of up to 111 sectors, whole as far as the file goes. @return the bytes that came;
+/// fewer than the run's when the transfer was cancelled or the file cannot be read. @throws Failure.
+UHYPER ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
+               const RunSink& sink);
 
 /// How many sectors of a run the data file lacks at its end.
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);

@@ -9,23 +9,24 @@ void TextTable::AddColumn(std::string heading, Align align, bool mustStay) {
   m_columns.push_back({std::move(heading), align, mustStay, width});
 }
 
-void TextTable::AddRow(std::vector<std::string> cells) {
+void TextTable::AddRow(std::vector<Cell> cells) {
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    m_columns[i].shown = m_columns[i].shown || !cells[i].empty();
-    m_columns[i].width = std::max(m_columns[i].width, TerminalWidth(cells[i]));
+    m_columns[i].shown = m_columns[i].shown || !cells[i].text.empty();
+    m_columns[i].width = std::max(m_columns[i].width, TerminalWidth(cells[i].text));
   }
   m_rows.push_back(std::move(cells));
 }
 
-std::string TextTable::RenderLine(const std::vector<std::string>& cells, std::size_t indent) const {
+std::string TextTable::RenderLine(const std::vector<Cell>& cells, std::size_t indent) const {
   std::string line(indent, ' ');
   const char* separator = "";
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (!m_columns[i].shown) {
       continue;
     }
-    const std::string padding(m_columns[i].width - TerminalWidth(cells[i]), ' ');
-    line += separator + (m_columns[i].align == Align::Right ? padding + cells[i] : cells[i] + padding);
+    const std::string padding(m_columns[i].width - TerminalWidth(cells[i].text), ' ');
+    const std::string text = Coloured(cells[i].text, cells[i].shade);
+    line += separator + (m_columns[i].align == Align::Right ? padding + text : text + padding);
     separator = "  ";
   }
   line.erase(line.find_last_not_of(' ') + 1);
@@ -33,12 +34,12 @@ std::string TextTable::RenderLine(const std::vector<std::string>& cells, std::si
 }
 
 std::string TextTable::Render(std::size_t indent) const {
-  std::vector<std::string> headings;
+  std::vector<Cell> headings;
   for (const Column& column : m_columns) {
-    headings.push_back(column.heading);
+    headings.emplace_back(column.heading, Colour::Bold);
   }
   std::string text = RenderLine(headings, indent);
-  for (const std::vector<std::string>& row : m_rows) {
+  for (const std::vector<Cell>& row : m_rows) {
     text += RenderLine(row, indent);
   }
   return text;

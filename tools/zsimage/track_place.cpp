@@ -2,14 +2,12 @@
 
 #include <algorithm>
 
-namespace {
-
-/// Index 1 of a track in the file's own sectors. A sheet's PREGAP lines move `dwLBA` alone; its index table keeps
-/// what the file has.
 ULONG FileSector(const zsimagefileinfo& info, const ZSTRACK& track) {
   const bool counted = info.ZSImageFormat == ZSIMAGEFORMAT_CUE && track.pdwIndex != nullptr && track.nCountIndex > 1;
   return counted ? track.pdwIndex[1] : track.dwLBA;
 }
+
+namespace {
 
 UINT BlockOf(const ZSTRACK& track) { return static_cast<UINT>(std::max<LONG>(track.BlockSize, 0)); }
 

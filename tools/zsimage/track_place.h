@@ -20,6 +20,10 @@ struct TrackPlace {
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
 };
 
+/// Index 1 of a track in the file's own sectors. A sheet's PREGAP lines move `dwLBA` alone; its index table keeps
+/// what the file has.
+ULONG FileSector(const zsimagefileinfo& info, const ZSTRACK& track);
+
 /// The places of all tracks of a session, with its index from 0. Numbers of the image are not checked: places
 /// outside the file come out for records that claim them.
 std::vector<TrackPlace> PlacesOfSession(const zsimagefileinfo& info, unsigned session);

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "builders/mds_builder.h"
+#include "builders/mpeg_stream.h"
+#include "builders/sectors.h"
+#include "support/temporary_folder.h"
+#include "tools/tool_run.h"
+
+using nlohmann::json;
+
+namespace {
+
+/// Bit by bit, to be no copy of the tool's own.
+ULONG Edc(const BYTE* data, std::size_t size) {
+  ULONG edc = 0;
+  for (std::size_t i = 0; i < size * 8; ++i) {
+    const ULONG bit = (edc ^ (ULONG{data[i / 8]} >> (i % 8))) & 1U;
+    edc = (edc >> 1) ^ (bit != 0 ? 0xD8018001U : 0);
+  }
+  return edc;
+}
+
+/// Gives data sectors from `first` on their code, behind what it covers.
+void Seal(std::vector<BYTE>* image, std::size_t first, std::size_t count, std::size_t begin, std::size_t end) {
+  for (std::size_t sector = first; sector < first + count; ++sector) {
+    BYTE* at = image->data() + sector * 2352;
+    const ULONG edc = Edc(at + begin, end - begin);
+    for (std::size_t i = 0; i < 4; ++i) {
+      at[end + i] = static_cast<BYTE>(edc >> (8 * i));
+    }
+  }
+}
+
+constexpr const char* kSheet = "CATALOG 4006381333931\nFILE \"disc.bin\" BINARY\nTRACK 01 MODE1/2352\n"
+                               "INDEX 01 00:00:00\nTRACK 02 MODE2/2352\nINDEX 01 00:00:20\nTRACK 03 AUDIO\n"
+                               "ISRC DEABC0700001\nINDEX 00 00:00:40\nINDEX 01 00:00:45\n";
+
+class CheckTool : public testing::Test {
+protected:
+  CheckTool() {
+    Seal(&image, 0, 20, 0, 2064);
+    Seal(&image, 20, 20, 16, 2072);
+  }
+
+  /// Kinds of faults behind the tracks that have them, such as "1:edc".
+  std::string Faults(const std::string& path, const std::vector<std::string>& options = {}) {
+    std::vector<std::string> arguments{"check", "--json", path};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ToolResult result = RunTool(arguments);
+    const json report = json::parse(result.out, nullptr, false);
+    if (!report.contains("tracks")) {
+      return result.out + result.err;
+    }
+    std::string faults;
+    const auto add = [&](std::size_t track, const json& findings) {
+      for (const json& finding : findings) {
+        faults += !finding["fault"] ? "" : std::to_string(track) + ":" + finding["kind"].get<std::string>() + " ";
+      }
+    };
+    add(0, report["findings"]);
+    for (std::size_t i = 0; i < report["tracks"].size(); ++i) {
+      add(i + 1, report["tracks"][i]["findings"]);
+    }
+    EXPECT_EQ(faults.empty() ? 0 : 1, result.status);
+    EXPECT_EQ(faults.empty(), report["good"]);
+    return faults;
+  }
+
+  std::string WithSheet(const std::string& sheet) {
+    folder.Write("disc.bin", image);
+    return folder.Write("disc.cue", sheet);
+  }
+
+  const DiscPlan disc{{{{ZSMODE_1}, {ZSMODE_2}, {ZSMODE_AUDIO, 20, 5}}}};
+  std::vector<BYTE> image = DiscSectors(disc);
+  TemporaryFolder folder;
+};
+
+struct ByteFault {
+  std::size_t sector;
+  std::size_t byte;
+  BYTE value;
+  const char* faults;
+};
+
+TEST_F(CheckTool, FindsAFaultInASector) {
+  const ByteFault cases[] = {
+      {0, 0, 0, ""}, // What is there already: nothing is wrong without a fault.
+      {3, 5, 0, "1:sync 1:edc "},
+      {3, 13, 0x59, "1:time 1:edc "},
+      {3, 15, 2, "1:mode 1:edc "},
+      {19, 16, 0x55, "1:edc "},
+      {0, 2067, 0x55, "1:edc "},
+      {0, 2068, 0x55, ""}, // Behind the code.
+      {25, 12, 0x01, "2:time "},
+      {25, 22, 0x09, "2:sub-header "},
+      {39, 2071, 0x55, "2:edc "},
+  };
+  const std::vector<BYTE> sound = image;
+  for (const ByteFault& fault : cases) {
+    image = sound;
+    image[fault.sector * 2352 + fault.byte] = fault.value;
+    EXPECT_EQ(fault.faults, Faults(WithSheet(kSheet))) << fault.sector << " " << fault.byte;
+  }
+  image = sound;
+  std::copy_n(image.begin(), 12, image.begin() + 50 * 2352);
+  EXPECT_EQ("3:data ", Faults(WithSheet(kSheet)));
+}
+
+TEST_F(CheckTool, TakesForm2WithItsCodeOrWithout) {
+  BYTE* sector = image.data() + 30 * 2352;
+  sector[18] = sector[22] = 0x20;
+  std::fill_n(sector + 2348, 4, BYTE{0});
+  EXPECT_EQ("", Faults(WithSheet(kSheet)));
+  Seal(&image, 30, 1, 16, 2348);
+  EXPECT_EQ("", Faults(WithSheet(kSheet)));
+  sector[2348] ^= 1;
+  EXPECT_EQ("2:edc ", Faults(WithSheet(kSheet)));
+}
+
+struct TextFault {
+  const char* text;
+  const char* instead;
+  const char* faults;
+};
+
+TEST_F(CheckTool, FindsAFaultInASheet) {
+  const TextFault cases[] = {
+      {"4006381333931", "4006381333932", "0:mcn "}, {"4006381333931", "400638133393", "0:mcn "},
+      {"DEABC0700001", "DEABC070001", "3:isrc "},   {"DEABC0700001", "D1ABC0700001", "3:isrc "},
+      {"00:00:45", "00:01:45", "3:length "},
+  };
+  for (const TextFault& fault : cases) {
+    std::string sheet = kSheet;
+    sheet.replace(sheet.find(fault.text), std::string(fault.text).size(), fault.instead);
+    EXPECT_EQ(fault.faults, Faults(WithSheet(sheet))) << fault.instead;
+  }
+}
+
+TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
+  const auto check = [&](std::size_t bytes, LONG moved) {
+    std::vector<BYTE> data = image;
+    data.resize(bytes);
+    folder.Write("disc.mdf", data);
+    MdsBuilder mds = MdsOf(disc);
+    for (MdsBlock& block : mds.blocks) {
+      block.length += block.point == 2 ? static_cast<ULONG>(moved) : 0;
+    }
+    return Faults(folder.Write("disc.mds", mds.Build()));
+  };
+  EXPECT_EQ("", check(image.size(), 0));
+  EXPECT_EQ("3:missing ", check(image.size() - 1, 0));
+  EXPECT_EQ("2:missing 3:missing ", check(39 * 2352 + 1000, 0));
+  EXPECT_EQ("3:gap ", check(image.size(), -2));
+  EXPECT_EQ("3:overlap ", check(image.size(), 2));
+  EXPECT_EQ(1, RunTool({"check", folder.Path("gone.cue")}).status);
+}
+
+TEST_F(CheckTool, LooksAtAllWhenAsked) {
+  const DiscPlan large{{{{ZSMODE_1, 600}}}};
+  image = DiscSectors(large);
+  Seal(&image, 0, 600, 0, 2064);
+  image[17 * 2352 + 100] ^= 1; // Between two sampled stretches.
+  const std::string path = WithSheet("FILE \"disc.bin\" BINARY\nTRACK 01 MODE1/2352\nINDEX 01 00:00:00\n");
+  EXPECT_EQ("", Faults(path));
+  EXPECT_EQ("1:edc ", Faults(path, {"--full"}));
+}
+
+TEST_F(CheckTool, ComparesTextWithItsCheckBytes) {
+  const std::string path = WithSheet(std::string("TITLE \"A\"\n") + kSheet);
+  ASSERT_EQ(0, RunTool({"cdtext", "encode", path, "-o", folder.Path("DISC.CDT")}).status);
+  EXPECT_EQ("", Faults(path));
+  std::string packs = folder.Read("DISC.CDT");
+  packs[5] ^= 1;
+  folder.Write("DISC.CDT", packs);
+  EXPECT_EQ("0:cdtext ", Faults(path));
+}
+
+TEST_F(CheckTool, FindsNothingWrongWithARealVideoDisc) {
+  const std::vector<BYTE> film = MpegStream(200);
+  const std::string mpeg = folder.Write("film.mpg", film);
+  const ToolResult maker =
+      RunProgram("/usr/bin/vcdimager", {"-q", "-b", folder.Path("vcd.bin"), "-c", folder.Path("vcd.cue"), mpeg});
+  if (maker.status != 0) {
+    GTEST_SKIP() << "vcdimager is not here";
+  }
+  EXPECT_EQ("", Faults(folder.Path("vcd.cue"), {"--full"}));
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "commands.h"
+#include "disc_check.h"
+#include "failure.h"
+#include "record_json.h"
+#include "text_table.h"
+
+namespace {
+
+bool HasFault(const Findings& findings) {
+  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; });
+}
+
+Json FindingsToJson(const Findings& findings) {
+  Json list = Json::array();
+  for (const Finding& finding : findings) {
+    list.push_back({{"kind", finding.kind}, {"fault", finding.isFault}, {"words", finding.words}});
+  }
+  return list;
+}
+
+Json ReportToJson(const std::string& path, const DiscReport& report) {
+  Json tracks = Json::array();
+  for (const TrackReport& track : report.tracks) {
+    tracks.push_back({{"session", track.session},
+                      {"track", track.number},
+                      {"mode", track.mode},
+                      {"sectors", track.sectors},
+                      {"looked", track.looked},
+                      {"good", !HasFault(track.findings)},
+                      {"findings", FindingsToJson(track.findings)}});
+  }
+  return {{"image", TerminalText(path)},
+          {"good", report.Faults() == 0},
+          {"findings", FindingsToJson(report.findings)},
+          {"tracks", std::move(tracks)}};
+}
+
+TextTable::Cell Verdict(bool isGood) {
+  return isGood ? TextTable::Cell("good", Colour::Green) : TextTable::Cell("faulty", Colour::Red);
+}
+
+void AddFindings(const std::string& where, const Findings& findings, std::string* page) {
+  for (const Finding& finding : findings) {
+    const std::string kind = finding.isFault ? Coloured("fault", Colour::Red) : Coloured("note", Colour::Yellow);
+    page->append("  ").append(kind).append(finding.isFault ? "  " : "   ");
+    page->append(where).append(": ").append(finding.words).append("\n");
+  }
+}
+
+/// How much was looked at, and how to look at all.
+std::string Extent(const DiscReport& report) {
+  UHYPER looked = 0;
+  UHYPER all = 0;
+  for (const TrackReport& track : report.tracks) {
+    looked += track.looked;
+    all += track.canBeLookedAt ? track.sectors : 0;
+  }
+  const auto count = static_cast<unsigned long long>(looked);
+  return looked >= all ? Format("%llu sectors looked at", count)
+                       : Format("%llu of %llu sectors looked at; --full looks at all", count,
+                                static_cast<unsigned long long>(all));
+}
+
+std::string RenderReport(const std::string& path, const DiscReport& report) {
+  using enum TextTable::Align;
+  TextTable table;
+  table.AddColumn("Session", Right, true);
+  table.AddColumn("Track", Right, true);
+  table.AddColumn("Mode", Left, true);
+  table.AddColumn("Sectors", Right, true);
+  table.AddColumn("Looked at", Right, true);
+  table.AddColumn("Verdict", Left, true);
+  std::string findings;
+  AddFindings("disc", report.findings, &findings);
+  for (const TrackReport& track : report.tracks) {
+    table.AddRow({Format("%u", track.session), Format("%u", track.number), track.mode, Format("%u", track.sectors),
+                  track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(!HasFault(track.findings))});
+    AddFindings(Format("session %u, track %u", track.session, track.number), track.findings, &findings);
+  }
+  const std::size_t faults = report.Faults();
+  const std::string verdict = faults == 0
+                                  ? Coloured("good", Colour::Green)
+                                  : Coloured(Format("%zu fault%s", faults, faults == 1 ? "" : "s"), Colour::Red);
+  return Coloured(TerminalText(path), Colour::Bold) + ": " + verdict + ", " + Extent(report) + "\n" + findings + "\n" +
+         table.Render(2);
+}
+
+int CheckImage(const Host& host, const std::string& path, const CheckOptions& options) {
+  const ImageRecord image(host, path);
+  const DiscReport report = CheckDisc(host, image, options.full);
+  if (options.json) {
+    PrintJson(ReportToJson(path, report), options.paths.size() > 1);
+  } else {
+    std::printf("%s%s", &path == &options.paths.front() ? "" : "\n", RenderReport(path, report).c_str());
+  }
+  return report.Faults() == 0 ? 0 : kExitFailure;
+}
+
+} // namespace
+
+int RunCheck(const CheckOptions& options) {
+  const Host host;
+  int status = 0;
+  for (const std::string& path : options.paths) {
+    try {
+      status = std::max(status, CheckImage(host, path, options));
+    } catch (const Failure& failure) {
+      if (failure.Code() == kCancelled) {
+        throw;
+      }
+      status = ReportOne(failure, options.json, options.paths.size() > 1);
+    }
+  }
+  return status;
+}

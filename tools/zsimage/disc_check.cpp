@@ -1,0 +1,245 @@
+#include "disc_check.h"
+
+#include <algorithm>
+
+#include "disc/msf.h"
+#include "disc_words.h"
+#include "failure.h"
+#include "files.h"
+#include "platform/paths.h"
+#include "sector_check.h"
+#include "sector_source.h"
+
+namespace {
+
+constexpr UHYPER kLargestPackFile = 16U << 20;
+constexpr ULONG kSampleRuns = 32; ///< Stretches of a track that are looked at.
+constexpr ULONG kRunSectors = 16;
+constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
+constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
+constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Times of CDs end here; larger images are no CDs.
+constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks that such a recording ends with.
+
+std::string Sectors(UHYPER count) {
+  return Format("%llu sector%s", static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+}
+
+/// Where a track begins with its pregap and where it ends, in the description's own sectors.
+std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
+  return std::int64_t{FileSector(info, track)} - track.Pregap;
+}
+std::int64_t EndOf(const ZSTRACK& track) {
+  return std::int64_t{track.dwEndLBA} + std::max(LONG{track.Postgap}, LONG{0});
+}
+
+void CheckNeighbour(const zsimagefileinfo& info, const ZSTRACK& before, const ZSTRACK& track, bool isOneSession,
+                    Findings* findings) {
+  const std::int64_t gap = StartOf(info, track) - EndOf(before);
+  const std::int64_t allowed = (info.lMask & ZSIMAGEMASK_TRACKATONCE) != 0 ? kTrackAtOnceGap : 0;
+  if (StartOf(info, track) < before.dwEndLBA) {
+    const auto common = static_cast<UHYPER>(before.dwEndLBA - StartOf(info, track));
+    findings->push_back({"overlap", true, "begins " + Sectors(common) + " before the end of the track in front of it"});
+  } else if (isOneSession && gap > allowed) {
+    findings->push_back({"gap", true, Sectors(static_cast<UHYPER>(gap)) + " in front of it belong to no track"});
+  }
+}
+
+void CheckIndexes(const ZSTRACK& track, Findings* findings) {
+  LONG last = -kFramesPerMinute * 100; // The pause in front of a disc has positions below 0.
+  for (BYTE i = 0; track.pdwIndex != nullptr && i < track.nCountIndex; ++i) {
+    const ULONG entry = track.pdwIndex[i];
+    if (entry == kNoIndex) {
+      continue;
+    }
+    const auto index = static_cast<LONG>(entry);
+    if (index < last) {
+      findings->push_back({"index", true, Format("index %u stands before the one in front of it", unsigned{i})});
+    }
+    last = index;
+  }
+}
+
+void CheckLength(const ZSTRACK& track, const TrackPlace& place, Findings* findings) {
+  if (place.sectors == 0) {
+    findings->push_back({"length", true, "has no sectors: it ends where it begins, or before"});
+  } else if (track.Mode == ZSMODE_AUDIO && place.sectors < kShortestTrack) {
+    findings->push_back({"length", false, "shorter than the 4 seconds that a track must have"});
+  }
+}
+
+/// Stretches over a track: all of it, or a sample from its first to its last sector.
+std::vector<SectorRun> RunsToLookAt(const SectorRun& whole, bool full) {
+  if (full || whole.sectors <= kSampleRuns * kRunSectors) {
+    return {whole};
+  }
+  std::vector<SectorRun> runs;
+  for (ULONG i = 0; i < kSampleRuns; ++i) {
+    const UHYPER first = UHYPER{whole.sectors - kRunSectors} * i / (kSampleRuns - 1);
+    SectorRun run = whole;
+    run.begin += first * whole.blockSize;
+    run.sectors = kRunSectors;
+    runs.push_back(run);
+  }
+  return runs;
+}
+
+/// The work on one image.
+class Checker {
+public:
+  Checker(const Host& host, const ImageRecord& image, bool full)
+      : m_host(host), m_image(image), m_info(image.Info()), m_dataFile(image.DataFile()), m_full(full) {}
+
+  DiscReport Run() {
+    CheckDataFile();
+    PlanTracks();
+    Transfer transfer("checking", m_bytes);
+    for (const Work& work : m_work) {
+      LookAtSectors(work, &transfer);
+    }
+    CheckText();
+    return std::move(m_report);
+  }
+
+private:
+  /// The sectors of one track that are there.
+  struct Work {
+    std::size_t report; ///< Place of the track's report.
+    ZSTRACK track;      ///< Owned by the image.
+    SectorRun whole;
+  };
+
+  void CheckDataFile() {
+    if (!FileSize(m_dataFile)) {
+      m_report.findings.push_back(
+          {"data-file", true, "there is no data file " + TerminalText(m_dataFile) + "; put it there"});
+    }
+  }
+
+  void PlanTracks() {
+    const ZSTRACK* before = nullptr;
+    for (unsigned session = 0; session < m_info.nSessions; ++session) {
+      const ZSCUESHEET& sheet = *m_info.pZSCueSheet[session];
+      const std::vector<TrackPlace> places = PlacesOfSession(m_info, session);
+      for (UINT i = 0; i < sheet.nTracks; ++i) {
+        const ZSTRACK& track = sheet.pZSTracks[i];
+        TrackReport report{session + 1, i + 1, ModeWords(track.Mode), places[i].sectors, 0, false, {}};
+        if (before != nullptr) {
+          CheckNeighbour(m_info, *before, track, i != 0, &report.findings);
+        }
+        CheckIndexes(track, &report.findings);
+        CheckLength(track, places[i], &report.findings);
+        CheckIsrc(Narrow(track.bstrISRC), &report.findings);
+        PlanTrack(track, places[i], &report);
+        m_report.tracks.push_back(std::move(report));
+        before = &track;
+      }
+    }
+    if (before == nullptr) {
+      m_report.findings.push_back({"length", true, "the image has no tracks"});
+    } else if (before->dwEndLBA > kUsualDisc && before->dwEndLBA < kLongestDisc) {
+      m_report.findings.push_back(
+          {"length", false, "plays " + Duration(before->dwEndLBA) + ", and usual discs hold 80 minutes"});
+    }
+    CheckRest();
+  }
+
+  void PlanTrack(const ZSTRACK& track, const TrackPlace& place, TrackReport* report) {
+    const SectorCheck check(track.Mode, place.blockSize);
+    if (place.blockSize == 0) {
+      report->findings.push_back({"block-size", true, "the description gives its sectors no size"});
+      return;
+    }
+    SectorRun run{place.begin, place.sectors, place.blockSize, 0, std::min<UINT>(place.blockSize, check.Size())};
+    const ULONG missing = MissingSectors(m_dataFile, run);
+    if (missing != 0) {
+      report->findings.push_back({"missing", true, "the data file lacks its last " + Sectors(missing)});
+    }
+    m_end = std::max(m_end, place.End());
+    m_lastSize = place.blockSize;
+    run.sectors -= missing;
+    report->canBeLookedAt = check.HasWork();
+    if (check.HasWork() && run.sectors != 0) {
+      m_work.push_back({m_report.tracks.size(), track, run});
+      for (const SectorRun& part : RunsToLookAt(run, m_full)) {
+        m_bytes += part.Bytes();
+      }
+    }
+  }
+
+  /// What stands in the file behind the last track, up to where the description lets it end.
+  void CheckRest() {
+    const UHYPER size = std::min(FileSize(m_dataFile).value_or(0), UHYPER{m_info.dwSeekEnd64});
+    const UHYPER rest = size > m_end ? size - m_end : 0;
+    if (rest == 0 || m_lastSize == 0 || m_info.ZSImageFormat == ZSIMAGEFORMAT_NRG) {
+      return; // Nero images have their description there.
+    }
+    const std::string words =
+        rest < m_lastSize ? Format("%u bytes", static_cast<unsigned>(rest)) : Sectors(rest / m_lastSize);
+    m_report.findings.push_back({"rest", rest < m_lastSize,
+                                 "the data file goes on for " + words + " behind the last track" +
+                                     (rest < m_lastSize ? ", which is no whole sector" : "")});
+  }
+
+  void LookAtSectors(const Work& work, Transfer* transfer) {
+    SectorCheck check(work.track.Mode, work.whole.blockSize);
+    for (const SectorRun& run : RunsToLookAt(work.whole, m_full)) {
+      const auto first = static_cast<ULONG>((run.begin - work.whole.begin) / run.blockSize);
+      ULONG lba = work.track.dwLBA + first;
+      transfer->StartNextStream();
+      const UHYPER done = ReadRun(m_host, m_dataFile, run, transfer, [&](const BYTE* data, std::size_t size) {
+        for (std::size_t at = 0; at + run.dataSize <= size; at += run.dataSize) {
+          check.Look(data + at, lba++);
+        }
+      });
+      if (transfer->IsCancelled()) {
+        throw Failure(m_image.Path(), "cancelled", kCancelled);
+      }
+      if (done < run.Bytes()) {
+        ThrowReadFailure(m_dataFile, run, done);
+      }
+    }
+    TrackReport& report = m_report.tracks[work.report];
+    report.looked = check.Looked();
+    check.Report(&report.findings);
+  }
+
+  void CheckText() {
+    if (m_info.nSessions == 0) {
+      return;
+    }
+    CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
+    std::string companion = m_image.Path();
+    PathRenameExtensionA(&companion, ".CDT");
+    if (FileSize(companion).value_or(0) != 0) {
+      CheckPacks(ReadWholeFile(companion, kLargestPackFile), &m_report.findings);
+    }
+  }
+
+  const Host& m_host;
+  const ImageRecord& m_image;
+  const zsimagefileinfo& m_info;
+  std::string m_dataFile;
+  bool m_full;
+  DiscReport m_report;
+  std::vector<Work> m_work;
+  UHYPER m_bytes = 0; ///< To look at.
+  UHYPER m_end = 0;   ///< Byte behind the last track.
+  UINT m_lastSize = 0;
+};
+
+std::size_t FaultsOf(const Findings& findings) {
+  return static_cast<std::size_t>(
+      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }));
+}
+
+} // namespace
+
+std::size_t DiscReport::Faults() const {
+  std::size_t faults = FaultsOf(findings);
+  for (const TrackReport& track : tracks) {
+    faults += FaultsOf(track.findings);
+  }
+  return faults;
+}
+
+DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full) { return Checker(host, image, full).Run(); }
