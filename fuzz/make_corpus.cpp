@@ -98,7 +98,7 @@ std::string Repeated(const std::string& text, int count) {
 const std::string kFileLine = "FILE \"DISC.BIN\" BINARY\r\n";
 
 /// A sheet with the size and the first sector of its data file.
-std::string Cue(const std::string& sheet, ULONG size = 40 * 2352) {
+std::string Cue(const std::string& sheet, ULONG size = 40 * 2352, const std::string& system = "CD-RTOS CD-BRIDGE") {
   return sheet + '\0' +
          TextOf(ByteWriter()
                     .Little32(size)
@@ -111,7 +111,7 @@ std::string Cue(const std::string& sheet, ULONG size = 40 * 2352) {
                     .Zeros(1)
                     .Byte(1)
                     .Text("CD001", 7)
-                    .Text("CD-RTOS CD-BRIDGE", 32)
+                    .Text(system, 32)
                     .Get());
 }
 
@@ -150,6 +150,9 @@ void AddCueSheets(const Corpus& corpus) {
   for (const auto& sheet : sheets) {
     corpus.Add("cue", sheet.name, Cue(sheet.sheet));
   }
+  corpus.Add("cue", "video",
+             Cue(kFileLine + "TRACK 01 MODE2/2352\r\nINDEX 01 00:00:00\r\nTRACK 02 MODE2/2352\r\nINDEX 01 00:00:20\r\n",
+                 40 * 2352, "LINUX"));
   corpus.Add("cue", "zero-size-data-file", Cue(kFileLine + one, 0));
   corpus.Add("cue", "zero-size-sheet", std::string());
 }
@@ -511,6 +514,7 @@ void AddStreams(const Corpus& corpus) {
       {"behind-the-start", {.seekBegin = 300}},
       {"failing-reads", {.plan = std::string("\0\1\2\1\5\0\1", 7)}},
       {"short-reads", {.plan = "\7\7\7\7\7\2\2\7\7\7"}},
+      {"unwatched", {.meddling = 0}},
       {"shrinking", {.meddling = 2}},
       {"no-buffer", {.meddling = 3}},
       {"cancelled", {.meddling = 4}},

@@ -118,6 +118,36 @@ std::string ReadAll(IStream* stream, const ByteView& sizes) {
   return data;
 }
 
+/// Opens the stream that an input asks for; null when there is none.
+ComPtr<IStream> OpenStream(fuzz::Run* run, const Head& head, Watcher* watcher) {
+  zsimagefileinfo info{};
+  info.nSubCount = head.subCount;
+  info.dwSeekBegin64 = head.seekBegin;
+  ZSTRACK track{};
+  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(head.stride);
+  track.dwLBA = head.lba;
+  track.dwEndLBA = head.end;
+  VARIANT user{};
+  user.vt = VT_I8;
+  user.llVal = reinterpret_cast<std::intptr_t>(watcher);
+  ComPtr<IStream> stream;
+  const bool watched = watcher->meddling != Meddling::None;
+  const HRESULT opened = run->Sheets().ExtractTrackToStream(
+      fuzz::Wide(fuzz::PathOf("DISC.BIN")).get(), fuzz::Wide("label").get(), &info, &track, head.dataBlock,
+      watched ? reinterpret_cast<LONG*>(&Watcher::Call) : nullptr, 77, user, stream.Receive());
+  fuzz::Require((opened == S_OK) == static_cast<bool>(stream), "a stream is there when the answer is 0");
+  return stream;
+}
+
+/// A track as a file holds what its stream delivers.
+void CheckFile(fuzz::Run* run, const Head& head, const std::string& content) {
+  Watcher watcher;
+  const ComPtr<IStream> stream = OpenStream(run, head, &watcher);
+  run->Sheets().ExtractStreamToFile(stream.Get(), fuzz::Wide(fuzz::PathOf("TRACK.BIN")).get());
+  fuzz::Require(run->Files().Find(fuzz::PathOf("TRACK.BIN"))->bytes == Expected(head, head.end, content),
+                "a track's file has the track's bytes");
+}
+
 } // namespace
 
 FUZZ(input) {
@@ -128,24 +158,12 @@ FUZZ(input) {
   run.Files().Add("DISC.BIN", content);
   Watcher watcher;
   watcher.meddling = static_cast<Meddling>(head.meddling % static_cast<BYTE>(Meddling::Count));
-  zsimagefileinfo info{};
-  info.nSubCount = head.subCount;
-  info.dwSeekBegin64 = head.seekBegin;
-  ZSTRACK track{};
-  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(head.stride);
-  track.dwLBA = head.lba;
-  track.dwEndLBA = head.end;
-  VARIANT user{};
-  user.vt = VT_I8;
-  user.llVal = reinterpret_cast<std::intptr_t>(&watcher);
-  ComPtr<IStream> stream;
-  const bool watched = watcher.meddling != Meddling::None;
-  const HRESULT opened = run.Sheets().ExtractTrackToStream(
-      fuzz::Wide(fuzz::PathOf("DISC.BIN")).get(), fuzz::Wide("label").get(), &info, &track, head.dataBlock,
-      watched ? reinterpret_cast<LONG*>(&Watcher::Call) : nullptr, 77, user, stream.Receive());
-  fuzz::Require((opened == S_OK) == static_cast<bool>(stream), "a stream is there when the answer is 0");
+  const ComPtr<IStream> stream = OpenStream(&run, head, &watcher);
   if (!stream) {
     return;
+  }
+  if (watcher.meddling == Meddling::None) {
+    CheckFile(&run, head, content);
   }
   run.Files().PlanReads(std::string(input.substr(std::min(kHeadSize, input.size()), head.planned)));
   const std::string data = ReadAll(stream.Get(), view.Part(kHeadSize + head.planned, 0x400));

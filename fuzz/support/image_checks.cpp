@@ -1,6 +1,8 @@
 #include <array>
 
+#include "disc/record_descriptions.h"
 #include "foundation/strings.h"
+#include "platform/record_info.h"
 #include "support/checks.h"
 #include "support/run.h"
 
@@ -25,6 +27,38 @@ void CheckCopies(Run* run, zsimagefileinfo* info) {
     run->Sheets().CopyCDText(copy->pZSCueSheet[0], copy->pZSCueSheet[1]);
     RequireSheet(*copy->pZSCueSheet[1]);
   }
+}
+
+/// A value that holds copies of a session's tracks, as hosts make them.
+VARIANT TracksOf(const ZSCUESHEET& sheet) {
+  ComPtr<ITypeLib> library;
+  ComPtr<ITypeInfo> type;
+  ComPtr<IRecordInfo> description;
+  LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive());
+  library->GetTypeInfoOfGuid(kRecordTrack, type.Receive());
+  GetRecordInfoFromTypeInfo(type.Get(), description.Receive());
+  const SAFEARRAYBOUND bound{sheet.nTracks, 0};
+  VARIANT tracks{};
+  tracks.vt = VT_ARRAY;
+  tracks.parray = SafeArrayCreateEx(VT_RECORD, 1, &bound, description.Get());
+  const SafeArrayAccess access(tracks.parray);
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    const HRESULT result = description->RecordCopy(&sheet.pZSTracks[i], &access.Elements<ZSTRACK>()[i]);
+    Require(result == S_OK, "a track can be copied into an array");
+  }
+  return tracks;
+}
+
+void CheckMerging(Run* run, const ZSCUESHEET& first, const ZSCUESHEET& second) {
+  VARIANT destination = TracksOf(first);
+  VARIANT source = TracksOf(second);
+  const HRESULT result = run->Sheets().MergeTracks(&source, &destination);
+  const bool merged = first.nTracks != 0;
+  Require(result == (merged ? S_OK : E_INVALIDARG), "tracks are merged behind others");
+  Require(source.vt == (merged ? VT_EMPTY : VT_ARRAY), "what was merged is taken away");
+  Require(destination.parray->rgsabound[0].cElements == first.nTracks + (merged ? second.nTracks : 0), "none is lost");
+  VariantClear(&source);
+  VariantClear(&destination);
 }
 
 void CheckNumbers(Run* run, zsimagefileinfo* info) {
@@ -89,6 +123,9 @@ HRESULT CheckImage(Run* run, std::string_view name) {
   }
   CheckCopies(run, &*record);
   CheckNumbers(run, &*record);
+  if (record->nSessions != 0) {
+    CheckMerging(run, *record->pZSCueSheet[0], *record->pZSCueSheet[record->nSessions - 1]);
+  }
   for (std::size_t i = 0; i < record->nSessions; ++i) {
     Packs(run, record->pZSCueSheet[i], true);
   }
