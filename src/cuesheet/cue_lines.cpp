@@ -1,6 +1,9 @@
 #include "cuesheet/cue_lines.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <iterator>
 #include <string>
 
 #include "disc/msf.h"
@@ -54,14 +57,13 @@ ULONG PregapOf(const ZSTRACK& track) noexcept { return static_cast<ULONG>(track.
 
 } // namespace
 
-/// The first keyword that stands anywhere in a line takes the line.
 struct CZSCueLines::Keyword {
   std::string_view word;
   void (CZSCueLines::*take)(std::string_view line); ///< Null for a text line.
   TextField field;
 };
 
-const CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
+constexpr CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
     {"CATALOG", &CZSCueLines::Catalog, {}},
     {"TRACK", &CZSCueLines::Track, {}},
     {"ISRC", &CZSCueLines::Isrc, {}},
@@ -78,20 +80,49 @@ const CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
     {"COMMENT", nullptr, TextField::Message},
 };
 
-bool IsTrackLine(std::string_view line) { return CZSLineScanner(line).Word() == "TRACK"; }
+bool IsTrackLine(std::string_view line) noexcept {
+  constexpr std::string_view kTrack = "TRACK";
+  const std::string_view word = CZSLineScanner(line).Word();
+  return word.size() == kTrack.size() && std::equal(word.begin(), word.end(), kTrack.begin(), [](char c, char upper) {
+           return c == upper || c == upper + ('a' - 'A');
+         });
+}
+
+const CZSCueLines::Keyword* CZSCueLines::FindKeyword(std::string_view line, std::size_t* place) noexcept {
+  // A bit for each keyword, the first in the lowest: those that begin with a letter, and those that still count.
+  static constexpr auto kByLetter = [] {
+    std::array<unsigned, 256> table{};
+    for (std::size_t i = 0; i < std::size(kKeywords); ++i) {
+      table[static_cast<BYTE>(kKeywords[i].word[0])] |= 1U << i;
+    }
+    return table;
+  }();
+  const Keyword* found = nullptr;
+  unsigned wanted = ~0U;
+  for (std::size_t i = 0; i + 1 < line.size() && wanted != 0; ++i) {
+    for (unsigned rest = kByLetter[static_cast<BYTE>(line[i])] & wanted; rest != 0; rest &= rest - 1) {
+      const Keyword& keyword = kKeywords[std::countr_zero(rest)];
+      if (line[i + 1] == keyword.word[1] && line.substr(i).starts_with(keyword.word)) {
+        found = &keyword;
+        *place = i;
+        wanted &= (rest & (0U - rest)) - 1; // Only those before it in the table.
+        break;
+      }
+    }
+  }
+  return found;
+}
 
 void CZSCueLines::Take(std::string_view line) {
-  for (const Keyword& keyword : kKeywords) {
-    const std::size_t found = line.find(keyword.word);
-    if (found == std::string_view::npos) {
-      continue;
-    }
-    if (keyword.take != nullptr) {
-      (this->*keyword.take)(line);
-    } else {
-      Text(keyword.field, line.substr(found + keyword.word.size()));
-    }
+  std::size_t place = 0;
+  const Keyword* keyword = FindKeyword(line, &place);
+  if (keyword == nullptr) {
     return;
+  }
+  if (keyword->take != nullptr) {
+    (this->*keyword->take)(line);
+  } else {
+    Text(keyword->field, line.substr(place + keyword->word.size()));
   }
 }
 

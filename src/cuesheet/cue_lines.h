@@ -7,9 +7,9 @@
 #include "cuesheet/line_scanner.h"
 #include "disc/record_text.h"
 
-/// Whether an upper-cased line is a TRACK line in its first word, which is what counts as one track. The
-/// keywords of CZSCueLines are looked for with less care, so that a name in a FILE line adds no track.
-bool IsTrackLine(std::string_view line);
+/// Whether a line, in any case, is a TRACK line in its first word, which is what counts as one track. The keywords
+/// of CZSCueLines are looked for with less care, so that a name in a FILE line adds no track.
+bool IsTrackLine(std::string_view line) noexcept;
 
 /// Takes the upper-cased lines of one sheet in order. Lines that address no track of the table write nothing.
 /// Numbers that do not scan keep their value from an earlier line.
@@ -23,6 +23,8 @@ public:
 private:
   struct Keyword;
   static const Keyword kKeywords[];
+  /// The first of the keywords that stands anywhere in a line, and where; null for none.
+  static const Keyword* FindKeyword(std::string_view line, std::size_t* place) noexcept;
 
   /// Minutes, seconds and frames, of which a line may give only the first ones.
   struct Time {

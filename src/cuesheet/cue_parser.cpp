@@ -42,10 +42,11 @@ bool NameOfFileLine(std::string_view line, std::string* name) {
 
 /// The first file that a sheet names, in upper case. False when it names none.
 bool FindFileLine(CZSTextFile* sheet, std::string* name) {
-  std::string line;
+  std::string_view line;
   while (sheet->NextLine(&line)) {
-    CharUpperA(&line);
-    if (NameOfFileLine(line, name)) {
+    std::string upper(line);
+    CharUpperA(&upper);
+    if (NameOfFileLine(upper, name)) {
       return true;
     }
   }
@@ -84,12 +85,12 @@ HRESULT MeasureFile(const std::string& path, FileVerdict* verdict) {
     verdict->sectorSize = 2048;
   } else if (verdict->size % 2352 == 0) {
     verdict->sectorSize = 2352;
-    verdict->mode = ModeOfRawFile(path);
+    verdict->mode = ModeOfRawFile(find.Path());
   } else if (verdict->size % 2336 == 0) {
     verdict->sectorSize = 2336;
     verdict->mode = ZSMODE_2_FORM1;
   } else {
-    return HasSignatureOrIsClosed(path) ? S_OK : ZSE_BADIMAGE;
+    return HasSignatureOrIsClosed(find.Path()) ? S_OK : ZSE_BADIMAGE;
   }
   verdict->sectorCount = static_cast<ULONG>(verdict->size / verdict->sectorSize);
   return S_OK;
@@ -109,9 +110,8 @@ HRESULT MakePlainTrack(const FileVerdict& verdict, ZSCUESHEET* sheet) noexcept {
 
 UINT CountTracks(CZSTextFile* text) {
   UINT count = 0;
-  std::string line;
+  std::string_view line;
   while (text->NextLine(&line)) {
-    CharUpperA(&line);
     count += IsTrackLine(line) ? 1 : 0;
   }
   return count;
@@ -142,10 +142,12 @@ HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
     return ZSE_FILENOTFOUND;
   }
   CZSCueLines lines(sheet);
-  std::string line;
+  std::string_view line;
+  std::string upper;
   while (text->NextLine(&line)) {
-    CharUpperA(&line);
-    lines.Take(line);
+    upper = line;
+    CharUpperA(&upper);
+    lines.Take(upper);
   }
   CloseLastTrack(fileSize, sheet);
   return S_OK;

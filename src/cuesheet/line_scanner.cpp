@@ -4,14 +4,15 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
-
+bool IsBlank(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 } // namespace
 
 void CZSLineScanner::SkipBlanks() noexcept {
-  m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
+  while (!m_rest.empty() && IsBlank(m_rest.front())) {
+    m_rest.remove_prefix(1);
+  }
 }
 
 bool CZSLineScanner::Fail() noexcept {
@@ -21,7 +22,8 @@ bool CZSLineScanner::Fail() noexcept {
 
 std::string_view CZSLineScanner::Word() noexcept {
   SkipBlanks();
-  const std::string_view word = m_rest.substr(0, m_rest.find_first_of(kBlanks));
+  const auto* end = std::find_if(m_rest.begin(), m_rest.end(), IsBlank);
+  const std::string_view word = m_rest.substr(0, static_cast<std::size_t>(end - m_rest.begin()));
   m_rest.remove_prefix(word.size());
   return word;
 }

@@ -20,21 +20,6 @@ bool AllocateTracks(ZSCUESHEET* sheet, UINT count) noexcept {
   return true;
 }
 
-ZSTRACK* AppendTrack(ZSCUESHEET* sheet) noexcept {
-  const std::size_t count = sheet->nTracks;
-  if (count + 1 > SIZE_MAX / sizeof(ZSTRACK)) {
-    return nullptr;
-  }
-  auto* grown = static_cast<ZSTRACK*>(CoTaskMemRealloc(sheet->pZSTracks, (count + 1) * sizeof(ZSTRACK)));
-  if (grown == nullptr) {
-    return nullptr;
-  }
-  sheet->pZSTracks = grown;
-  ++sheet->nTracks;
-  grown[count] = ZSTRACK{};
-  return &grown[count];
-}
-
 bool AppendIndexes(ZSTRACK* track, const ULONG* positions, UINT count) noexcept {
   const UINT before = track->pdwIndex == nullptr ? 0 : track->nCountIndex;
   if (count > kMaxIndexes - before) {

@@ -9,10 +9,6 @@
 /// Gives an empty sheet `count` cleared tracks. False, with the sheet unchanged, when there is no memory.
 bool AllocateTracks(ZSCUESHEET* sheet, UINT count) noexcept;
 
-/// Adds one cleared track at the end of a sheet. Null, with the sheet unchanged, when there is no memory.
-/// The table moves: no pointer into it stays valid.
-ZSTRACK* AppendTrack(ZSCUESHEET* sheet) noexcept;
-
 /// Adds entries at the end of a track's index table. False, with the track unchanged, when there is no memory or
 /// the table would have more than 255 entries.
 bool AppendIndexes(ZSTRACK* track, const ULONG* positions, UINT count) noexcept;

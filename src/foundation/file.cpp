@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "platform/paths.h"
+
 bool CZSFile::Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition, DWORD attributes) noexcept {
   Close();
   m_file.Reset(CreateFileA(path, access, sharing, disposition, attributes));
@@ -56,8 +58,19 @@ bool CZSFindFile::FindFile(const char* path) noexcept {
 bool CZSFindFile::FindFile(const std::string& path) noexcept {
   Close();
   m_find = FindFirstFileA(path, &m_data);
-  return m_find != INVALID_HANDLE_VALUE;
+  if (m_find == INVALID_HANDLE_VALUE) {
+    return false;
+  }
+  try {
+    m_folder.assign(path, 0, PathFindFileNameA(path));
+    return true;
+  } catch (const std::bad_alloc&) {
+    Close();
+    return false;
+  }
 }
+
+std::string CZSFindFile::Path() const { return m_find == INVALID_HANDLE_VALUE ? "" : m_folder + m_data.cFileName; }
 
 UHYPER CZSFindFile::GetFileSize() const noexcept {
   return m_find == INVALID_HANDLE_VALUE ? 0 : (UHYPER{m_data.nFileSizeHigh} << 32) | m_data.nFileSizeLow;

@@ -51,6 +51,8 @@ public:
   /// runs is ended first. Whatever is found here has an absolute path, so that needs no test of its own.
   bool FindFile(const char* path) noexcept;
   bool FindFile(const std::string& path) noexcept;
+  /// Path of what was found, its last name as it is spelled on disk; empty when nothing was.
+  std::string Path() const;
   /// Bytes of what was found; 0 when nothing was.
   UHYPER GetFileSize() const noexcept;
   /// Harmless when no lookup runs.
@@ -59,4 +61,5 @@ public:
 private:
   HANDLE m_find = INVALID_HANDLE_VALUE;
   WIN32_FIND_DATAA m_data{};
+  std::string m_folder; ///< Of the path that was asked for, with its separator.
 };

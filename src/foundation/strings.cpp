@@ -1,5 +1,6 @@
 #include "foundation/strings.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -7,18 +8,19 @@
 
 namespace {
 
-BSTR NewFromWide(std::u16string_view wide) {
-  wide = wide.substr(0, wide.find(u'\0'));
-  if (wide.empty()) {
+/// A string of wide or of ASCII text, up to its first zero.
+template <class View> BSTR NewFromUnits(View units) {
+  units = units.substr(0, units.find('\0'));
+  if (units.empty()) {
     return nullptr;
   }
-  if (wide.size() > std::numeric_limits<UINT>::max()) {
-    throw std::bad_alloc();
-  }
-  BSTR text = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+  BSTR text = units.size() > std::numeric_limits<UINT>::max()
+                  ? nullptr
+                  : SysAllocStringLen(nullptr, static_cast<UINT>(units.size()));
   if (text == nullptr) {
     throw std::bad_alloc();
   }
+  std::copy(units.begin(), units.end(), text);
   return text;
 }
 
@@ -29,13 +31,16 @@ std::string NarrowText(BSTR text) {
   return WideCharToMultiByte(wide.substr(0, wide.find(u'\0')));
 }
 
-BSTR NewBstr(std::string_view narrow) { return NewFromWide(MultiByteToWideChar(narrow)); }
+BSTR NewBstr(std::string_view narrow) { return NewBstr(narrow, narrow.size()); }
 
 BSTR NewBstr(std::string_view narrow, std::size_t limit) {
+  if (IsAscii(narrow)) {
+    return NewFromUnits(narrow.substr(0, limit));
+  }
   const std::u16string wide = MultiByteToWideChar(narrow);
   // Half of a character that takes two units is none.
   const bool splits = limit != 0 && limit < wide.size() && (wide[limit - 1] & 0xFC00) == 0xD800;
-  return NewFromWide(std::u16string_view(wide).substr(0, splits ? limit - 1 : limit));
+  return NewFromUnits(std::u16string_view(wide).substr(0, splits ? limit - 1 : limit));
 }
 
 BSTR CopyBstr(BSTR text) {

@@ -1,41 +1,39 @@
 #include "foundation/text_file.h"
 
 #include <algorithm>
+#include <cstring>
 
 bool CZSTextFile::Open(const std::string& path) noexcept {
-  m_next = m_end = 0;
+  Clear();
   return m_file.OpenForReading(path);
 }
 
 bool CZSTextFile::Rewind() noexcept {
-  m_next = m_end = 0;
+  Clear();
   return m_file.Seek64(0, FILE_BEGIN) == 0;
 }
 
-bool CZSTextFile::Fill() noexcept {
-  DWORD came = 0;
-  m_file.ReadCount(m_buffer.data(), static_cast<DWORD>(m_buffer.size()), &came);
+/// Reads on behind what is left of the buffer.
+void CZSTextFile::Fill() noexcept {
+  std::memmove(m_buffer.data(), m_buffer.data() + m_next, m_end - m_next);
+  m_end -= m_next;
   m_next = 0;
-  m_end = came;
-  return came != 0;
+  DWORD came = 0;
+  m_ended = !m_file.ReadCount(m_buffer.data() + m_end, static_cast<DWORD>(m_buffer.size() - m_end), &came);
+  m_end += came;
 }
 
-bool CZSTextFile::NextLine(std::string* line) {
-  line->clear();
-  std::size_t taken = 0;
-  bool ended = false;
-  while (taken < kLineLimit && !ended && (m_next < m_end || Fill())) {
-    const char c = m_buffer[m_next++];
-    ++taken;
-    if (c == '\n') {
-      ended = true;
-      if (!line->empty() && line->back() == '\r') {
-        line->pop_back();
-      }
-    } else {
-      line->push_back(c);
-    }
+bool CZSTextFile::NextLine(std::string_view* line) noexcept {
+  if (m_end - m_next < kLineLimit && !m_ended) {
+    Fill();
   }
-  line->resize(std::min(line->find('\0'), line->size()));
-  return taken != 0;
+  *line = std::string_view(m_buffer.data() + m_next, std::min(m_end - m_next, kLineLimit));
+  const std::size_t end = line->find('\n');
+  m_next += end == std::string_view::npos ? line->size() : end + 1;
+  const bool any = !line->empty();
+  if (end != std::string_view::npos) {
+    *line = line->substr(0, end != 0 && (*line)[end - 1] == '\r' ? end - 1 : end);
+  }
+  *line = line->substr(0, line->find('\0'));
+  return any;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "foundation/file.h"
 
@@ -17,15 +18,20 @@ public:
   bool Open(const std::string& path) noexcept;
   /// Starts over from the first line.
   bool Rewind() noexcept;
-  /// The next line without its end, cut at its first zero byte. False at the end of the file, or where it
-  /// cannot be read.
-  bool NextLine(std::string* line);
+  /// The next line without its end, cut at its first zero byte, which stands until the next call. False at the end of
+  /// the file, or where it cannot be read.
+  bool NextLine(std::string_view* line) noexcept;
 
 private:
-  bool Fill() noexcept;
+  void Clear() noexcept {
+    m_next = m_end = 0;
+    m_ended = false;
+  }
+  void Fill() noexcept;
 
   CZSFile m_file;
   std::array<char, 16384> m_buffer{};
   std::size_t m_next = 0;
   std::size_t m_end = 0;
+  bool m_ended = false; ///< Nothing comes behind what is in the buffer.
 };

@@ -92,10 +92,6 @@ bool StartsSequence(BYTE lead, const std::string& reversed) noexcept {
   return ReadSequence(bytes.data(), following + 1).length != 0;
 }
 
-bool IsAscii(std::string_view text) noexcept {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<BYTE>(c) < 0x80; });
-}
-
 bool IsHighSurrogate(char16_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(char16_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -124,6 +120,14 @@ constexpr CaseRange kCaseRanges[] = {
     {0x24D0, 0x24E9, -26},          {0xFF41, 0xFF5A, -32}};
 
 } // namespace
+
+bool IsAscii(std::string_view narrow) noexcept {
+  unsigned bits = 0; // Not left early: compilers look at many bytes at once this way.
+  for (const char c : narrow) {
+    bits |= static_cast<BYTE>(c);
+  }
+  return bits < 0x80;
+}
 
 std::string WideCharToMultiByte(std::u16string_view wide) {
   if (std::all_of(wide.begin(), wide.end(), [](char16_t unit) { return unit < 0x80; })) {

@@ -19,6 +19,9 @@ std::string WideCharToMultiByte(std::u16string_view wide);
 /// Narrow text as wide text. Every byte sequence can be read.
 std::u16string MultiByteToWideChar(std::string_view narrow);
 
+/// Whether all bytes are below 0x80: then narrow text, UTF-8 and wide text have the same numbers.
+bool IsAscii(std::string_view narrow) noexcept;
+
 /// Narrow text as UTF-8, which is how file systems and terminals want to see it.
 std::string NarrowToUtf8(std::string_view narrow);
 

@@ -2,6 +2,7 @@
 /// CloneCD descriptions: the raw table of contents of a disc as an initialisation file, one section for each entry
 /// and one for each track. The sectors stand in an .IMG file, the sub-channel in a .SUB file.
 
+#include <array>
 #include <new>
 #include <optional>
 #include <vector>
@@ -68,10 +69,13 @@ public:
   CcdEntries(const ProfileFile& profile, zsimagefileinfo* info) noexcept : m_profile(profile), m_info(info) {}
 
   HRESULT TakeAll() {
+    if (!MakeTables()) {
+      return E_OUTOFMEMORY;
+    }
     HRESULT result = S_OK;
     for (std::size_t n = 0; SUCCEEDED(result); ++n) {
-      const ProfileFile::Section entry = m_profile.GetSection(Numbered("ENTRY ", n));
-      const LONG point = entry.GetInt("Point", kMissing);
+      const ProfileFile::Section entry = Entry(n);
+      const LONG point = PointOf(entry);
       if (point == kMissing) {
         break;
       }
@@ -85,11 +89,32 @@ public:
   }
 
 private:
-  /// A track by its place: the tables move as they grow.
-  struct Place {
-    ZSCUESHEET* sheet = nullptr;
-    UINT index = 0;
-  };
+  ProfileFile::Section Entry(std::size_t number) const { return m_profile.GetSection(Numbered("ENTRY ", number)); }
+  static LONG PointOf(const ProfileFile::Section& entry) { return entry.GetInt("Point", kMissing); }
+
+  /// The session of an entry, from 0; behind the last one when there is no such session.
+  std::size_t SessionOf(const ProfileFile::Section& entry) const {
+    const LONG session = entry.GetInt("Session", kMissing);
+    return session < 1 || session > LONG{m_info->nSessions} ? m_info->nSessions : static_cast<std::size_t>(session - 1);
+  }
+
+  /// Makes room for the tracks of each session, which has none yet: a table that grows track by track would be copied
+  /// as often. False when there is no memory.
+  bool MakeTables() {
+    std::array<UINT, kMaxSessions + 1> counts{};
+    LONG point = kMissing;
+    for (std::size_t n = 0; (point = PointOf(Entry(n))) != kMissing; ++n) {
+      counts[SessionOf(Entry(n))] += point < kPointsEnd ? 1 : 0;
+    }
+    for (std::size_t session = 0; session < m_info->nSessions; ++session) {
+      ZSCUESHEET* sheet = m_info->pZSCueSheet[session];
+      if (counts[session] != 0 && !AllocateTracks(sheet, counts[session])) {
+        return false;
+      }
+      sheet->nTracks = 0;
+    }
+    return true;
+  }
 
   /// The lead-out of a session stands before its tracks and parts them from those of the session before.
   HRESULT TakeLeadOut(const ProfileFile::Section& entry) {
@@ -98,23 +123,20 @@ private:
       return ZSE_BADIMAGE;
     }
     m_leadOut = PositionOf(entry);
-    m_before = {};
+    m_before = nullptr;
     return S_OK;
   }
 
   HRESULT TakeTrack(const ProfileFile::Section& entry) {
-    const LONG session = entry.GetInt("Session", kMissing);
-    if (session < 1 || session > LONG{m_info->nSessions}) {
+    const std::size_t session = SessionOf(entry);
+    if (session == m_info->nSessions) {
       return ZSE_BADIMAGE;
     }
-    ZSCUESHEET* sheet = m_info->pZSCueSheet[session - 1];
+    ZSCUESHEET* sheet = m_info->pZSCueSheet[session];
     if (sheet->nTracks != 0) {
-      m_before = {sheet, sheet->nTracks - 1};
+      m_before = &sheet->pZSTracks[sheet->nTracks - 1];
     }
-    ZSTRACK* track = AppendTrack(sheet);
-    if (track == nullptr) {
-      return E_OUTOFMEMORY;
-    }
+    ZSTRACK* track = &sheet->pZSTracks[sheet->nTracks++];
     track->TNO = sheet->nTracks;
     track->dwLBA = PositionOf(entry);
     track->dwEndLBA = m_leadOut;
@@ -123,7 +145,7 @@ private:
       return ZSE_BADIMAGE;
     }
     EndTrackBefore(*track);
-    m_before = {sheet, sheet->nTracks - 1};
+    m_before = track;
     ++m_trackNumber;
     return S_OK;
   }
@@ -148,8 +170,8 @@ private:
   }
 
   void EndTrackBefore(const ZSTRACK& track) const noexcept {
-    if (m_before.sheet != nullptr) {
-      m_before.sheet->pZSTracks[m_before.index].dwEndLBA = track.dwLBA - static_cast<ULONG>(track.Pregap);
+    if (m_before != nullptr) {
+      m_before->dwEndLBA = track.dwLBA - static_cast<ULONG>(track.Pregap);
     }
   }
 
@@ -161,7 +183,7 @@ private:
   zsimagefileinfo* m_info;
   std::size_t m_trackNumber = 1; ///< Through all sessions.
   ULONG m_leadOut = 0;
-  Place m_before;
+  ZSTRACK* m_before = nullptr;
 };
 
 /// The number that begins in a cell of three characters, cut to a byte; 0 where none does.

@@ -50,11 +50,12 @@ DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilein
 HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
   const UniqueBstr sheetPath(NewBstr(path));
   const std::string dataPath = DataFileOf(service, sheetPath.get());
-  if (!CZSFindFile().FindFile(dataPath)) {
+  CZSFindFile find;
+  if (!find.FindFile(dataPath)) {
     return ZSE_FILENOTFOUND;
   }
   CZSFile dataFile;
-  if (!dataFile.OpenForReading(dataPath)) {
+  if (!dataFile.OpenForReading(find.Path())) {
     return ZSE_CANNOTOPENIMAGE;
   }
   CZSSheetHolder holder(service);
