@@ -1,0 +1,78 @@
+// Tracks read through streams, by kind of sector and size of read, beside plain reads of the same bytes.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <vector>
+
+#include "support/allocations.h"
+#include "support/discs.h"
+
+namespace {
+
+constexpr std::size_t kSectors = 32 * 1024; ///< About 75 MB of raw sectors.
+
+/// How a track is read: its mode, the bytes of a sector in the file, and those taken.
+struct Cut {
+  ZSMODETYPE mode;
+  int stride;
+  UINT take;
+};
+
+std::string MakeFile(const ScratchFolder& folder, int stride) {
+  const std::string path = folder.Path("sectors.bin");
+  WriteFile(path, std::string(kSectors * static_cast<std::size_t>(stride), 's'));
+  return path;
+}
+
+void ReadStream(benchmark::State& state, Cut cut) {
+  const ScratchFolder folder;
+  const UniqueBstr path = Wide(MakeFile(folder, cut.stride));
+  zsimagefileinfo info{};
+  ZSTRACK track{};
+  track.TNO = 1;
+  track.dwEndLBA = kSectors;
+  track.Mode = cut.mode;
+  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(cut.stride);
+  const ComPtr<IZSCueSheet> sheets = CueSheets();
+  std::vector<char> buffer(static_cast<std::size_t>(state.range(0)));
+  long allocations = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    ComPtr<IStream> stream;
+    sheets->ExtractTrackToStream(path.get(), nullptr, &info, &track, cut.take, nullptr, 0, VARIANT{}, stream.Receive());
+    const long before = AllocationCount();
+    ULONG delivered = 0;
+    do {
+      stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &delivered);
+    } while (delivered != 0);
+    allocations += AllocationCount() - before;
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSectors) * cut.stride);
+  state.counters["allocations"] = static_cast<double>(allocations);
+}
+
+/// The limit: the same bytes in reads of 150 KB into one buffer.
+void ReadPlain(benchmark::State& state) {
+  const ScratchFolder folder;
+  const std::string path = MakeFile(folder, 2352);
+  std::vector<char> buffer(std::size_t{150} * 1024);
+  for ([[maybe_unused]] auto _ : state) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    while (::read(file, buffer.data(), buffer.size()) > 0) {
+    }
+    ::close(file);
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSectors) * 2352);
+}
+
+void ReadSizes(benchmark::internal::Benchmark* bench) {
+  bench->Arg(2048)->Arg(64 * 1024)->Arg(1024 * 1024)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(ReadPlain)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(ReadStream, raw, Cut{ZSMODE_1, 2352, 0})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, mode1_2352_to_2048, Cut{ZSMODE_1, 2352, 2048})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, mode2_2352_to_2048, Cut{ZSMODE_2, 2352, 2048})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, audio_2448_to_2352, Cut{ZSMODE_AUDIO, 2448, 2352})->Apply(ReadSizes);
+
+} // namespace
