@@ -155,19 +155,6 @@ protected:
   TemporaryFolder m_folder;
 };
 
-TEST_F(ImageFile, ClonesDeeply) {
-  m_folder.WriteSparse("data.bin", 2352 * 80);
-  ImageRecord record(m_folder.Write("disc.cue", "FILE \"data.bin\" BINARY\nTITLE x\nTRACK 1 AUDIO\nINDEX 1 0:0:0\n"));
-  zsimagefileinfo copy{};
-  ASSERT_EQ(S_OK, m_service->Clone(&*record, &copy));
-  EXPECT_EQ(Describe(record.Sheet()), Describe(*copy.pZSCueSheet[0]));
-  EXPECT_EQ(Narrow(record->bstrImageBinaryFile), Narrow(copy.bstrImageBinaryFile));
-  EXPECT_EQ(~UHYPER{0}, UHYPER{copy.dwSeekEnd64});
-  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(&copy));
-  EXPECT_TRUE(IsAllZero(copy));
-  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(&copy));
-}
-
 TEST_F(ImageFile, TakesRecordsAtAnyAddressAndFreesTheirSessionsAlone) {
   const UniqueBstr path = Wide(m_folder.WriteSparse("a.iso", 2048));
   BYTE storage[2 * sizeof(zsimagefileinfo) + 1];

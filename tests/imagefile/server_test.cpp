@@ -12,7 +12,7 @@
 #include "imagefile/server/registration.h"
 #include "platform/registry.h"
 #include "support/environment_variable.h"
-#include "support/forwarding_files.h"
+#include "support/faulty_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
 #include "tools/tool_run.h"
@@ -135,12 +135,12 @@ TEST_F(Server, TellsWhyALibraryCannotServe) {
 }
 
 /// Lets a number of changes of the registry through.
-class FailingRename final : public ForwardingFiles {
+class FailingRename final : public FaultyFiles {
 public:
   explicit FailingRename(int good) : m_good(good) {}
   int Rename(const char* from, const char* to) noexcept override {
     errno = EACCES;
-    return m_good-- > 0 ? ForwardingFiles::Rename(from, to) : -1;
+    return m_good-- > 0 ? FaultyFiles::Rename(from, to) : -1;
   }
 
 private:
