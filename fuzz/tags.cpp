@@ -29,7 +29,7 @@ private:
 
 /// Whether a name stands for itself in the text form.
 bool IsPlain(const std::string& name) noexcept {
-  return !name.empty() && name.find_first_of(" />\r\n") == std::string::npos && !name.starts_with("?xml") &&
+  return !name.empty() && name.find_first_of(" /<>\r\n") == std::string::npos && !name.starts_with("?xml") &&
          !name.starts_with("!--");
 }
 
