@@ -139,12 +139,12 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
     }
     position = separator + 1;
   }
-  if (found.empty() || !Exists(found, status)) {
-    errno = found.empty() ? ENOENT : errno;
+  if (found.empty()) {
+    errno = ENOENT;
     return false;
   }
   *resolved = found;
-  return true;
+  return found.back() != '/' || Exists(found, status); // Only a folder may end so.
 }
 
 } // namespace
