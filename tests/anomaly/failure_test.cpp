@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <iostream>
 
-#include "anomaly/faulty_files.h"
 #include "anomaly/operations.h"
+#include "support/faulty_files.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -25,6 +25,15 @@ public:
     }
   }
   std::string Path(const std::string& name) const { return m_folder.Path(name); }
+  std::vector<fs::path> FilesOf(const std::string& stem) const {
+    std::vector<fs::path> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_folder.Path(""))) {
+      if (entry.path().filename().string().starts_with(stem)) {
+        files.push_back(entry.path());
+      }
+    }
+    return files;
+  }
   std::vector<Operation> Operations() const {
     std::vector<Operation> operations = OtherOperations(m_folder.Path(""));
     for (const std::string& image : kSampleImages) {
@@ -49,16 +58,10 @@ void Tell(const char* table, long points) {
 
 TEST(Failures, OfMemoryEndInACode) {
   const Samples samples;
-  FaultPoints& points = Memory().faults;
   long failed = 0;
   for (const Operation& operation : samples.Operations()) {
-    for (const bool andAfter : {false, true}) {
-      failed += Sweep(
-          operation, [&](long point) { points.Start(point, andAfter); },
-          [&] {
-            points.Stop();
-            return points.Reached();
-          });
+    for (const Failure failure : {Failure::Once, Failure::AndAfter}) {
+      failed += Sweep(operation, &Memory().faults, failure);
     }
   }
   Tell("Memory", failed);
@@ -69,40 +72,22 @@ TEST(Failures, OfFilesEndInACode) {
   long failed = 0;
   for (const Operation& operation : samples.Operations()) {
     for (const int error : {EIO, ENOENT}) {
-      for (const bool andAfter : {false, true}) {
+      for (const Failure failure : {Failure::Once, Failure::AndAfter}) {
         FaultyFiles files([=] { return error; });
-        failed += Sweep(
-            operation, [&](long point) { files.points.Start(point, andAfter); },
-            [&] {
-              files.points.Stop();
-              return files.points.Reached();
-            });
+        failed += Sweep(operation, &files.points, failure);
       }
     }
   }
   Tell("Files", failed);
 }
 
-/// Calls that a signal interrupts, and reads and writes that move less than was asked for, change nothing.
+/// Calls that a signal interrupts, while reads and writes move less than was asked for.
 TEST(Failures, ThatAreNoneChangeNothing) {
   const Samples samples;
   long failed = 0;
   for (const Operation& operation : samples.Operations()) {
-    const Outcome good = operation.run([](const auto& call) { return call(); });
-    bool met = true;
-    for (long point = 1; met; ++point) {
-      FaultyFiles files([] { return EINTR; }, 2000);
-      const Outcome outcome = operation.run([&](const auto& call) {
-        files.points.Start(point);
-        const HRESULT result = call();
-        files.points.Stop();
-        met = files.points.Reached();
-        return result;
-      });
-      ASSERT_EQ(good.result, outcome.result) << operation.name << " at " << point;
-      ASSERT_TRUE(good.told == outcome.told) << operation.name << " at " << point;
-      failed += met ? 1 : 0;
-    }
+    FaultyFiles files([] { return EINTR; }, 2000);
+    failed += Sweep(operation, &files.points, Failure::Harmless);
   }
   Tell("Interrupted", failed);
 }
@@ -110,41 +95,29 @@ TEST(Failures, ThatAreNoneChangeNothing) {
 /// At each call of the file layer somebody else removes, empties, cuts or overwrites the files of the image.
 TEST(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
   const Samples samples;
-  const std::pair<const char*, void (*)(const fs::path&)> kChanges[] = {
-      {"removed", [](const fs::path& file) { fs::remove(file); }},
-      {"emptied", [](const fs::path& file) { fs::resize_file(file, 0); }},
-      {"cut", [](const fs::path& file) { fs::resize_file(file, fs::file_size(file) / 2); }},
-      {"grown", [](const fs::path& file) { fs::resize_file(file, fs::file_size(file) * 3 + 1); }},
-      {"replaced",
-       [](const fs::path& file) {
-         fs::copy_file(SAMPLE_IMAGES "/tao.nrg", file, fs::copy_options::overwrite_existing);
-       }},
+  void (*const kChanges[])(const fs::path&) = {
+      [](const fs::path& file) { fs::remove(file); },
+      [](const fs::path& file) { fs::resize_file(file, 0); },
+      [](const fs::path& file) { fs::resize_file(file, fs::file_size(file) / 2); },
+      [](const fs::path& file) { fs::resize_file(file, fs::file_size(file) * 3 + 1); },
+      [](const fs::path& file) { fs::copy_file(SAMPLE_IMAGES "/tao.nrg", file, fs::copy_options::overwrite_existing); },
   };
   long failed = 0;
   for (const std::string& image : kSampleImages) {
     const std::string stem = image.substr(0, image.find('.') + 1);
-    for (const auto& [what, change] : kChanges) {
-      SCOPED_TRACE(what);
-      FaultyFiles files([&samples, &stem, change = change] {
-        for (const fs::directory_entry& entry : fs::directory_iterator(fs::path(samples.Path(stem)).parent_path())) {
-          if (entry.path().filename().string().starts_with(stem)) {
-            change(entry.path());
-          }
+    std::vector<Operation> operations = {ReadingImage(samples.Path(image))};
+    if (!image.ends_with("bwt")) {
+      operations.push_back(ReadingTrack(samples.Path(image)));
+    }
+    for (const auto change : kChanges) {
+      FaultyFiles files([&, change] {
+        for (const fs::path& file : samples.FilesOf(stem)) {
+          change(file);
         }
         return 0;
       });
-      for (const bool track : {false, true}) {
-        if (track && image.ends_with("bwt")) {
-          continue;
-        }
-        failed += Sweep(
-            track ? ReadingTrack(samples.Path(image)) : ReadingImage(samples.Path(image)),
-            [&](long point) { files.points.Start(point); },
-            [&] {
-              files.points.Stop();
-              return files.points.Reached();
-            },
-            [&] { samples.Restore(stem); });
+      for (const Operation& operation : operations) {
+        failed += Sweep(operation, &files.points, Failure::Once, [&] { samples.Restore(stem); });
       }
     }
   }

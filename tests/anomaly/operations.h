@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/base_types.h"
+#include "support/counting_environment.h"
 
 /// How an operation ended.
 struct Outcome {
@@ -34,11 +35,16 @@ std::vector<Operation> OtherOperations(const std::string& folder);
 /// The names of the sample images: one of each kind and form of each format.
 extern const std::vector<std::string> kSampleImages;
 
-/// Runs an operation again and again, with the first, second, third... of its points failing, `once` or all behind it
-/// as well, until it passes without meeting the failure. Expects a documented result, and that nothing is left behind.
-/// @param start Lets the point of that number fail from now on. @param stop Ends that, and tells whether it was met.
+/// What may come of a failure.
+enum class Failure {
+  Once,     ///< One point fails: a documented result, and what was delivered by then.
+  AndAfter, ///< All points behind it fail as well.
+  Harmless, ///< One point meets what changes nothing.
+};
+
+/// Runs an operation again and again, with the first, second, third... of its points failing, until it passes without
+/// meeting the failure. Expects that nothing is left behind.
 /// @param before Called before each run.
 /// @return How many points failed.
 long Sweep(
-    const Operation& operation, const std::function<void(long point)>& start, const std::function<bool()>& stop,
-    const std::function<void()>& before = [] {});
+    const Operation& operation, FaultPoints* points, Failure failure, const std::function<void()>& before = [] {});

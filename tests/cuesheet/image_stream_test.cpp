@@ -8,7 +8,7 @@
 
 #include "cuesheet/track_extraction.h"
 #include "disc/track_table.h"
-#include "support/forwarding_files.h"
+#include "support/faulty_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
 
@@ -290,39 +290,29 @@ TEST_F(StreamCallback, Cancels) {
 }
 
 /// Files that fail wherever a bad stretch is touched, and count.
-class FailingFiles final : public ForwardingFiles {
+class FailingFiles final : public FaultyFiles {
 public:
-  int Duplicate(int descriptor) noexcept override {
-    return failDuplicate ? Fail(EMFILE) : ForwardingFiles::Duplicate(descriptor);
-  }
   ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept override {
     ++calls;
-    const off_t at = ForwardingFiles::Seek(descriptor, 0, SEEK_CUR);
+    const off_t at = FaultyFiles::Seek(descriptor, 0, SEEK_CUR);
     if (at < badEnd && at + static_cast<off_t>(count) > badStart) {
       if (!partial || at >= badStart) {
-        return Fail(EIO);
+        errno = EIO;
+        return -1;
       }
       count = static_cast<std::size_t>(badStart - at); // As a disk does: first what is good.
     }
-    return ForwardingFiles::Read(descriptor, buffer, count);
+    return FaultyFiles::Read(descriptor, buffer, count);
   }
   off_t Seek(int descriptor, off_t distance, int origin) noexcept override {
     ++calls;
-    return failSeek ? Fail(EIO) : ForwardingFiles::Seek(descriptor, distance, origin);
+    return FaultyFiles::Seek(descriptor, distance, origin);
   }
 
   off_t badStart = 0;
   off_t badEnd = 0;
   bool partial = false;
-  bool failSeek = false;
-  bool failDuplicate = false;
   int calls = 0;
-
-private:
-  static int Fail(int error) noexcept {
-    errno = error;
-    return -1;
-  }
 };
 
 constexpr HRESULT kDeviceError = MakeResult(0x8007045D); // System error 1117.
@@ -382,33 +372,6 @@ TEST(StreamFailures, InsideASector) {
   files.badEnd = 0;
   EXPECT_EQ(S_OK, stream->Read(buffer.data(), 2048, &came));
   EXPECT_TRUE(track.Cut(image).substr(3048, 2048) == buffer.substr(0, 2048));
-}
-
-TEST(StreamFailures, OfSeeksAndHandles) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Write("image.bin", Pattern(600000 * 2));
-  FailingFiles files;
-  auto* none = reinterpret_cast<IStream*>(-1);
-  files.failDuplicate = true;
-  EXPECT_EQ(S_FALSE, Track{}.Open(path, &none));
-  EXPECT_EQ(nullptr, none);
-  files.failDuplicate = false;
-  // Sectors too large to be read together are reached by seeks.
-  static std::string s_last;
-  const auto callback = [](UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT) -> LONG {
-    s_last = std::to_string(UINT{progress->nMessage}) + " done " + std::to_string(UHYPER{progress->qwDone});
-    return 0;
-  };
-  const ComPtr<IStream> stream = Track{600000, 2048, 16, 0, 2}.Stream(path, callback);
-  std::string buffer(4096, '\0');
-  ULONG came = 0;
-  files.failSeek = true;
-  EXPECT_EQ(kDeviceError, stream->Read(buffer.data(), 4096, &came));
-  EXPECT_EQ(2048U, came);
-  EXPECT_EQ("66 done 0", s_last) << "what a failed read brings does not count";
-  files.failSeek = false;
-  EXPECT_EQ(S_OK, stream->Read(buffer.data(), 2048, &came));
-  EXPECT_TRUE(Pattern(600000 * 2).substr(600016, 2048) == buffer.substr(0, 2048));
 }
 
 TEST(StreamFailures, CostOfAGoodFile) {

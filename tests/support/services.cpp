@@ -8,6 +8,7 @@
 #include "disc/record_descriptions.h"
 #include "foundation/strings.h"
 #include "platform/class_objects.h"
+#include "platform/task_memory.h"
 #include "platform/text.h"
 
 namespace {
@@ -50,6 +51,13 @@ ZSCUESHEET* TestSheet::Release() noexcept {
   ZSCUESHEET* sheet = m_sheet;
   m_sheet = nullptr;
   return sheet;
+}
+
+ZSTRACK* AppendTrack(ZSCUESHEET* sheet) {
+  sheet->pZSTracks = static_cast<ZSTRACK*>(CoTaskMemRealloc(sheet->pZSTracks, (sheet->nTracks + 1) * sizeof(ZSTRACK)));
+  ZSTRACK* added = &sheet->pZSTracks[sheet->nTracks++];
+  *added = ZSTRACK{};
+  return added;
 }
 
 VARIANT TracksOf(const ZSCUESHEET& sheet) {

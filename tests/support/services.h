@@ -58,6 +58,9 @@ private:
   ZSCUESHEET* m_sheet = nullptr;
 };
 
+/// Adds one cleared track at the end of a sheet. The table moves: no pointer into it stays valid.
+ZSTRACK* AppendTrack(ZSCUESHEET* sheet);
+
 /// A value with an array of independent copies of a sheet's tracks, for VariantClear to free.
 VARIANT TracksOf(const ZSCUESHEET& sheet);
 

@@ -1,0 +1,80 @@
+/// @file
+/// The system calls of the file layer under a test's control.
+#pragma once
+
+#include <algorithm>
+#include <cerrno>
+#include <functional>
+
+#include "support/counting_environment.h"
+
+/// Stands in for the system's own calls while it lives, and passes them on. Each call is a point that can fail. Tests
+/// that want to see single calls derive from it.
+class FaultyFiles : public FileOperations {
+public:
+  /// @param trouble What happens at a point that fails. With an answer of 0 the call then goes on as ever; else it
+  /// fails with that number in `errno`. @param most Bytes that a read or write moves at most, while points count.
+  explicit FaultyFiles(
+      std::function<int()> trouble = [] { return EIO; }, std::size_t most = SIZE_MAX)
+      : m_trouble(std::move(trouble)), m_most(most), m_next(ProcessEnvironment().files) {
+    ProcessEnvironment().files = this;
+  }
+  FaultyFiles(const FaultyFiles&) = delete;
+  FaultyFiles& operator=(const FaultyFiles&) = delete;
+  ~FaultyFiles() override { ProcessEnvironment().files = m_next; }
+
+  FaultPoints points;
+
+  int Open(const char* path, int flags, mode_t mode) noexcept override {
+    return Fails() ? -1 : m_next->Open(path, flags, mode);
+  }
+  int Duplicate(int file) noexcept override { return Fails() ? -1 : m_next->Duplicate(file); }
+  ssize_t Read(int file, void* buffer, std::size_t count) noexcept override {
+    return Fails() ? -1 : m_next->Read(file, buffer, std::min(count, Most()));
+  }
+  ssize_t ReadScattered(int file, const struct iovec* parts, int count) noexcept override {
+    return Fails() ? -1 : m_next->ReadScattered(file, parts, count);
+  }
+  ssize_t Write(int file, const void* buffer, std::size_t count) noexcept override {
+    return Fails() ? -1 : m_next->Write(file, buffer, std::min(count, Most()));
+  }
+  off_t Seek(int file, off_t distance, int origin) noexcept override {
+    return Fails() ? -1 : m_next->Seek(file, distance, origin);
+  }
+  int Truncate(int file, off_t size) noexcept override { return Fails() ? -1 : m_next->Truncate(file, size); }
+  int LockExclusive(int file) noexcept override { return Fails() ? -1 : m_next->LockExclusive(file); }
+  int LockWaiting(int file) noexcept override { return Fails() ? -1 : m_next->LockWaiting(file); }
+  int Unlock(int file) noexcept override { return Fails() ? -1 : m_next->Unlock(file); }
+  int Sync(int file) noexcept override { return Fails() ? -1 : m_next->Sync(file); }
+  int Rename(const char* from, const char* to) noexcept override { return Fails() ? -1 : m_next->Rename(from, to); }
+  int Unlink(const char* path) noexcept override { return Fails() ? -1 : m_next->Unlink(path); }
+  int MakeFolder(const char* path, mode_t mode) noexcept override {
+    return Fails() ? -1 : m_next->MakeFolder(path, mode);
+  }
+  int Status(int file, struct stat* status) noexcept override { return Fails() ? -1 : m_next->Status(file, status); }
+  int PathStatus(const char* path, struct stat* status) noexcept override {
+    return Fails() ? -1 : m_next->PathStatus(path, status);
+  }
+  int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {
+    return Fails() ? -1 : m_next->ListFolder(path, names);
+  }
+  // A descriptor is gone whatever its closing answers.
+  int Close(int file) noexcept override {
+    const int result = m_next->Close(file);
+    return Fails() ? -1 : result;
+  }
+
+private:
+  bool Fails() noexcept {
+    if (!points.Fails()) {
+      return false;
+    }
+    errno = m_trouble();
+    return errno != 0;
+  }
+  std::size_t Most() const noexcept { return points.Running() ? m_most : SIZE_MAX; }
+
+  std::function<int()> m_trouble;
+  std::size_t m_most;
+  FileOperations* m_next;
+};
