@@ -142,22 +142,26 @@ TEST_F(CheckTool, FindsAFaultInASheet) {
 }
 
 TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
-  const auto check = [&](std::size_t bytes, LONG moved) {
-    std::vector<BYTE> data = image;
-    data.resize(bytes);
-    folder.Write("disc.mdf", data);
-    MdsBuilder mds = MdsOf(disc);
-    for (MdsBlock& block : mds.blocks) {
-      block.length += block.point == 2 ? static_cast<ULONG>(moved) : 0;
-    }
-    return Faults(folder.Write("disc.mds", mds.Build()));
+  const std::string mds = folder.Write("disc.mds", MdsOf(disc).Build());
+  const auto withBytes = [&](std::size_t bytes) {
+    folder.Write("disc.mdf", std::vector<BYTE>(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(bytes)));
+    return Faults(mds);
   };
-  EXPECT_EQ("", check(image.size(), 0));
-  EXPECT_EQ("3:missing ", check(image.size() - 1, 0));
-  EXPECT_EQ("2:missing 3:missing ", check(39 * 2352 + 1000, 0));
-  EXPECT_EQ("3:gap ", check(image.size(), -2));
-  EXPECT_EQ("3:overlap ", check(image.size(), 2));
+  EXPECT_EQ("", withBytes(image.size()));
+  EXPECT_EQ("3:missing ", withBytes(image.size() - 1));
+  EXPECT_EQ("2:missing 3:missing ", withBytes(39 * 2352 + 1000));
   EXPECT_EQ(1, RunTool({"check", folder.Path("gone.cue")}).status);
+  // A TOC file states both ends of a track.
+  ASSERT_EQ(0, RunTool({"convert", WithSheet(kSheet), folder.Path("toc.zsi"), "--with-data"}).status);
+  const std::string toc = folder.Read("toc.zsi");
+  const auto withEnd = [&](const char* end) {
+    std::string changed = toc;
+    changed.replace(changed.find("<END-DATA>20<") + 10, 2, end);
+    return Faults(folder.Write("toc.zsi", changed));
+  };
+  EXPECT_EQ("", withEnd("20"));
+  EXPECT_EQ("2:gap ", withEnd("18"));
+  EXPECT_EQ("1:sync 1:mode 1:time 1:edc 2:overlap ", withEnd("22"));
 }
 
 TEST_F(CheckTool, LooksAtAllWhenAsked) {
@@ -184,7 +188,7 @@ TEST_F(CheckTool, FindsNothingWrongWithARealVideoDisc) {
   const std::vector<BYTE> film = MpegStream(200);
   const std::string mpeg = folder.Write("film.mpg", film);
   const ToolResult maker =
-      RunProgram("/usr/bin/vcdimager", {"-q", "-b", folder.Path("vcd.bin"), "-c", folder.Path("vcd.cue"), mpeg});
+      RunSystemProgram("/usr/bin/vcdimager", {"-q", "-b", folder.Path("vcd.bin"), "-c", folder.Path("vcd.cue"), mpeg});
   if (maker.status != 0) {
     GTEST_SKIP() << "vcdimager is not here";
   }

@@ -21,7 +21,7 @@ std::vector<std::string> CommandsIn(const std::string& help) {
   return names;
 }
 
-TEST(CommandLine, ExplainsEveryCommandWithExamplesThere_AndInTheManual) {
+TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
   const std::string manual = RunTool({"generate", "man"}).out;
   const std::vector<std::string> commands = CommandsIn(RunTool({"--help"}).out);
   EXPECT_LE(7U, commands.size());
@@ -62,7 +62,7 @@ TEST(CommandLine, CompletesInBash) {
                                "' && COMP_WORDS=(" + line.words +
                                ") && COMP_CWORD=$((${#COMP_WORDS[@]} - 1)) && _zsimage; printf '%s\\n' "
                                "\"${COMPREPLY[@]}\" | LC_ALL=C sort";
-    EXPECT_EQ(line.found, RunProgram("/bin/bash", {"-c", script}).out) << line.words;
+    EXPECT_EQ(line.found, RunSystemProgram("/bin/bash", {"-c", script}).out) << line.words;
   }
 }
 

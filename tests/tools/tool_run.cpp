@@ -13,9 +13,11 @@ namespace {
 /// Arguments in the form that the system wants.
 class Arguments {
 public:
-  Arguments(const std::string& program, const std::vector<std::string>& arguments) : m_texts(arguments) {
+  Arguments(const std::string& program, const std::vector<std::string>& arguments,
+            const std::string& emulator = ZSIMAGE_EMULATOR)
+      : m_texts(arguments) {
     m_texts.insert(m_texts.begin(), program);
-    if (const std::string emulator = ZSIMAGE_EMULATOR; !emulator.empty()) {
+    if (!emulator.empty()) {
       m_texts.insert(m_texts.begin(), emulator);
     }
     for (std::string& text : m_texts) {
@@ -38,9 +40,7 @@ int Wait(pid_t process) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-} // namespace
-
-ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
+ToolResult Run(Arguments command) {
   const TemporaryFolder folder;
   const std::string out = folder.Path("out");
   const std::string err = folder.Path("err");
@@ -49,11 +49,20 @@ ToolResult RunProgram(const std::string& program, const std::vector<std::string>
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_CREAT | O_WRONLY, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_CREAT | O_WRONLY, 0600);
   pid_t process = 0;
-  Arguments command(program, arguments);
   const int failure = posix_spawn(&process, command.Program(), &actions, nullptr, command.Get(), environ);
   posix_spawn_file_actions_destroy(&actions);
   const int status = failure == 0 ? Wait(process) : -1;
   return {status, folder.Read("out"), folder.Read("err")};
+}
+
+} // namespace
+
+ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
+  return Run(Arguments(program, arguments));
+}
+
+ToolResult RunSystemProgram(const std::string& program, const std::vector<std::string>& arguments) {
+  return Run(Arguments(program, arguments, ""));
 }
 
 ToolResult RunTool(const std::vector<std::string>& arguments) { return RunProgram(ZSIMAGE_PATH, arguments); }

@@ -15,6 +15,9 @@ struct ToolResult {
 /// Runs a program of the build with arguments and waits for it.
 ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments);
 
+/// The same for a program of the system, which needs no emulator.
+ToolResult RunSystemProgram(const std::string& program, const std::vector<std::string>& arguments);
+
 /// The same for `zsimage`.
 ToolResult RunTool(const std::vector<std::string>& arguments);
 

@@ -1,3 +1,48 @@
-#include "commands.h"
+#include <cstdio>
 
-int RunMap(const MapOptions& /*options*/) { return 1; }
+#include "commands.h"
+#include "disc_picture.h"
+#include "files.h"
+#include "platform/text.h"
+
+namespace {
+
+bool EndsWith(const std::string& path, std::string_view extension) {
+  return path.size() >= extension.size() &&
+         lstrcmpiA(std::string_view(path).substr(path.size() - extension.size()), extension) == 0;
+}
+
+std::string Page(const std::string& picture) {
+  return "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n"
+         "<meta name=\"color-scheme\" content=\"light dark\">\n<title>Disc</title>\n"
+         "<style>body { margin: 0; display: grid; justify-content: center; }\n"
+         "body { background: #fbfbf9; } @media (prefers-color-scheme: dark) { body { background: #15181c; } }\n"
+         "svg { max-width: 100%; height: auto; }</style>\n" +
+         picture + "</html>\n";
+}
+
+} // namespace
+
+int RunMap(const MapOptions& options) {
+  const bool isPage = EndsWith(options.output, ".HTML");
+  if (!isPage && !EndsWith(options.output, ".SVG") && !IsStandardStream(options.output)) {
+    throw Failure(options.output, "pictures are written as .svg or .html; give a name with one of these extensions",
+                  E_INVALIDARG);
+  }
+  const Host host;
+  const ImageRecord image(host, options.path);
+  if (SameFile(options.output, options.path) || SameFile(options.output, image.DataFile())) {
+    throw Failure(options.output, "this file belongs to the image; give another name", E_INVALIDARG);
+  }
+  const std::string picture = DrawDisc(image);
+  const std::string content = isPage ? Page(picture) : picture;
+  if (IsStandardStream(options.output)) {
+    std::printf("%s", content.c_str()); // Text, which a terminal may show.
+    return 0;
+  }
+  OutputFile file(options.output, content.size());
+  file.Write(reinterpret_cast<const BYTE*>(content.data()), content.size());
+  file.Keep();
+  std::printf("%s: %s\n", TerminalText(options.output).c_str(), ReadableSize(content.size()).c_str());
+  return 0;
+}
