@@ -7,6 +7,7 @@
 /// "</name>" first outnumber plain opening tags "<name>" of the same name.
 #pragma once
 
+#include <deque>
 #include <string_view>
 #include <vector>
 
@@ -58,5 +59,5 @@ private:
   std::string_view NameOf(ULONG tag) const noexcept { return m_tags[tag].Name(m_text); }
 
   std::string_view m_text;
-  std::vector<CZSTag> m_tags;
+  std::deque<CZSTag> m_tags; ///< Grows in place: a text of bare tags takes many times its size here.
 };
