@@ -161,7 +161,7 @@ TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
   };
   EXPECT_EQ("", withEnd("20"));
   EXPECT_EQ("2:gap ", withEnd("18"));
-  EXPECT_EQ("1:sync 1:mode 1:time 1:edc 2:overlap ", withEnd("22"));
+  EXPECT_EQ("1:mode 1:edc 2:overlap ", withEnd("22"));
 }
 
 TEST_F(CheckTool, LooksAtAllWhenAsked) {

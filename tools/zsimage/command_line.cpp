@@ -95,6 +95,12 @@ std::string UsageMessage(const CLI::App* app, const CLI::Error& error) {
   return "zsimage: " + TerminalText(words) + "\nTry '" + FullName(*command) + " --help'.\n";
 }
 
+CLI::App& AddCommand(CLI::App* parent, const char* name, const char* words) {
+  CLI::App* command = parent->add_subcommand(name, words)->group("Commands");
+  command->set_help_flag("-h,--help", "Print this help and end");
+  return *command;
+}
+
 constexpr const char* kDescription =
     "Shows, checks, converts and takes apart disc images.\n\n"
     "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
@@ -146,12 +152,6 @@ int CommandLine::Run(int argc, char** argv) {
     return m_app.exit(error) == 0 ? 0 : kExitUsage;
   }
   return m_status;
-}
-
-CLI::App& CommandLine::AddCommand(CLI::App* parent, const char* name, const char* words) {
-  CLI::App* command = parent->add_subcommand(name, words)->group("Commands");
-  command->set_help_flag("-h,--help", "Print this help and end");
-  return *command;
 }
 
 void CommandLine::AddInfo() {

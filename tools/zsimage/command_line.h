@@ -19,7 +19,6 @@ public:
   int Run(int argc, char** argv);
 
 private:
-  CLI::App& AddCommand(CLI::App* parent, const char* name, const char* words);
   void AddInfo();
   void AddCheck();
   void AddMap();
