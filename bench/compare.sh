@@ -11,8 +11,12 @@ trap 'rm -rf "$images" "$on_disk"' EXIT
 export IMAGEFILE_REGISTRY=$images/registry.reg
 zsimage=$build/tools/zsimage
 
-"$build/bench/make_disc" "$images" "$megabytes"
 cd "$images"
+mkdir files
+head -c "${megabytes}000000" /dev/zero >files/data
+genisoimage -quiet -o plain.iso files
+"$build/bench/make_disc" "$images" plain.iso
+rm -r files
 
 # Each line: name|command, whose output goes to $out.
 raw='dd bs=64K|dd if=data.bin of=$out bs=64K status=none
@@ -21,7 +25,7 @@ zsimage, raw|$zsimage extract data.cue --session 1 --track 1 -o $out'
 cooked='large-read program|$build/bench/cook data.bin $out
 zsimage, cooked|$zsimage extract data.cue --session 1 --track 1 --block-size 2048 -o $out
 bchunk|bchunk data.bin data.cue $out
-iat|iat -i data.bin -o $out --iso'
+iat|iat data.bin $out'
 opening='zsimage info|$zsimage info album.cue
 cueprint|cueprint album.cue
 cd-info|cd-info --no-header --no-device-info --no-cddb -C album.cue
@@ -32,7 +36,7 @@ clean() { [ "$out" = /dev/null ] || rm -f "$out"*; }
 
 milliseconds() {
   local start=$EPOCHREALTIME
-  eval "$1" >/dev/null 2>&1 || true
+  eval "$1" </dev/null >/dev/null 2>&1 || true
   local end=$EPOCHREALTIME
   echo $(((${end/./} - ${start/./}) / 10))
 }
@@ -61,7 +65,6 @@ series() {
 
 grep -m1 'model name' /proc/cpuinfo | sed 's/.*: //'
 echo "$(nproc) cores, $(awk '/MemTotal/ { print int($2 / 1048576) }' /proc/meminfo) GiB, $megabytes MB, $rounds rounds"
-genisoimage -quiet -o plain.iso "$build/tools"
 out=/dev/null
 series "raw to /dev/null" "$(grep -v '^cp' <<<"$raw")"
 series "cooked to /dev/null" "$(grep -E '^(large|zsimage)' <<<"$cooked")"

@@ -1,10 +1,9 @@
-// Makes the images that programs are compared on. Usage: make_disc FOLDER MEGABYTES
+// Makes the images that programs are compared on. Usage: make_disc FOLDER ISO
 //
-//   data.cue, data.bin     one raw mode 1 track of that size
+//   data.cue, data.bin     the ISO image as one raw mode 1 track
 //   album.cue, album.bin   99 audio tracks with their text
 //   album.nrg              30 audio tracks; libcdio stops the program for chunks of more than 4096 bytes
 
-#include <cstdlib>
 #include <fstream>
 
 #include "builders/nrg_builder.h"
@@ -16,10 +15,11 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string folder = std::string(argv[1]) + "/";
-  const ULONG sectors = static_cast<ULONG>(std::strtoul(argv[2], nullptr, 10)) * 1000000 / 2352;
+  std::ifstream iso(argv[2], std::ios::binary);
   std::ofstream data(folder + "data.bin", std::ios::binary);
-  for (ULONG lba = 0; lba < sectors; ++lba) {
-    const std::vector<BYTE> sector = Sector(ZSMODE_1, 2352, lba, UserData(lba));
+  std::vector<BYTE> user(2048);
+  for (ULONG lba = 0; iso.read(reinterpret_cast<char*>(user.data()), 2048); ++lba) {
+    const std::vector<BYTE> sector = Sector(ZSMODE_1, 2352, lba, user);
     data.write(reinterpret_cast<const char*>(sector.data()), static_cast<std::streamsize>(sector.size()));
   }
   WriteFile(folder + "data.cue", "FILE \"data.bin\" BINARY\n  TRACK 01 MODE1/2352\n    INDEX 01 00:00:00\n");
