@@ -164,6 +164,16 @@ TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
   EXPECT_EQ("1:mode 1:edc 2:overlap ", withEnd("22"));
 }
 
+TEST_F(CheckTool, FindsAFileSystemThatWasCutOff) {
+  std::vector<BYTE> plain(40 * 2048);
+  const std::vector<BYTE> descriptor = VolumeDescriptor("LINUX");
+  std::copy(descriptor.begin(), descriptor.end(), plain.begin() + 16 * 2048);
+  plain[16 * 2048 + 80] = 40;
+  EXPECT_EQ("", Faults(folder.Write("disc.iso", plain)));
+  plain.resize(39 * 2048);
+  EXPECT_EQ("0:volume ", Faults(folder.Write("disc.iso", plain)));
+}
+
 TEST_F(CheckTool, LooksAtAllWhenAsked) {
   const DiscPlan large{{{{ZSMODE_1, 600}}}};
   image = DiscSectors(large);

@@ -59,6 +59,9 @@ std::string Extent(const DiscReport& report) {
     all += track.canBeLookedAt ? track.sectors : 0;
   }
   const auto count = static_cast<unsigned long long>(looked);
+  if (all == 0) {
+    return "its sectors hold no codes to look at";
+  }
   return looked >= all ? Format("%llu sectors looked at", count)
                        : Format("%llu of %llu sectors looked at; --full looks at all", count,
                                 static_cast<unsigned long long>(all));

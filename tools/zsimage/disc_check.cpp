@@ -20,6 +20,8 @@ constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
 constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Times of CDs end here; larger images are no CDs.
 constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks that such a recording ends with.
 
+ULONG LittleEndian(const BYTE* at) { return at[0] | ULONG{at[1]} << 8 | ULONG{at[2]} << 16 | ULONG{at[3]} << 24; }
+
 std::string Sectors(UHYPER count) {
   return Format("%llu sector%s", static_cast<unsigned long long>(count), count == 1 ? "" : "s");
 }
@@ -96,6 +98,7 @@ public:
     for (const Work& work : m_work) {
       LookAtSectors(work, &transfer);
     }
+    CheckVolume();
     CheckText();
     return std::move(m_report);
   }
@@ -201,6 +204,38 @@ private:
     TrackReport& report = m_report.tracks[work.report];
     report.looked = check.Looked();
     check.Report(&report.findings);
+  }
+
+  /// A file system knows its own size, which shows an image that was cut off. On discs of several tracks the
+  /// volume may reach over others.
+  void CheckVolume() {
+    constexpr ULONG kDescriptorSector = 16; // ECMA-119, as what follows.
+    constexpr std::size_t kVolumeSize = 80;
+    const bool isPlain = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1;
+    if (!isPlain || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
+      return;
+    }
+    const TrackPlace place = PlacesOfSession(m_info, 0)[0];
+    const UINT offset = OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
+    const SectorRun run{place.begin + UHYPER{kDescriptorSector} * place.blockSize, 1, place.blockSize, offset,
+                        ZSFILEBLOCKSIZE_2048};
+    if (place.sectors <= kDescriptorSector || place.blockSize < offset + run.dataSize ||
+        MissingSectors(m_dataFile, run) != 0) {
+      return;
+    }
+    Transfer transfer("checking", run.Bytes());
+    ReadRun(m_host, m_dataFile, run, &transfer, [&](const BYTE* data, std::size_t size) {
+      const std::string_view text(reinterpret_cast<const char*>(data), size);
+      const ULONG volume = size < run.dataSize || text.substr(0, 6) != "\x01"
+                                                                       "CD001"
+                               ? 0
+                               : LittleEndian(data + kVolumeSize);
+      if (volume > place.sectors) {
+        m_report.findings.push_back(
+            {"volume", true,
+             "cut off: its file system has " + Sectors(volume) + ", and the track " + Sectors(place.sectors)});
+      }
+    });
   }
 
   void CheckText() {
