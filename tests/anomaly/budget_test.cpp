@@ -158,15 +158,23 @@ Cost CostOf(const HostileFile& file, std::size_t count) {
   return cost;
 }
 
-TEST(Budgets, HoldForHostileFiles) {
-  for (const HostileFile& file : kHostileFiles) {
-    const Cost quarter = CostOf(file, file.count / 4);
-    const Cost whole = CostOf(file, file.count);
-    std::cout << file.name << ", " << file.what << ": " << whole.size / 1024 << " KiB, peak " << whole.peak / 1024
-              << " KiB, work " << whole.work / 1024 << " Ki\n";
-    EXPECT_LE(whole.peak, 64 * kMebibyte + 2 * whole.size) << file.what;
-    EXPECT_LE(whole.work, 5 * quarter.work + kMebibyte) << file.what << " is not linear";
-  }
+std::ostream& operator<<(std::ostream& stream, const HostileFile& file) {
+  return stream << file.name << ", " << file.what;
 }
+
+class Budgets : public testing::TestWithParam<HostileFile> {};
+
+TEST_P(Budgets, HoldForAHostileFile) {
+  const HostileFile& file = GetParam();
+  const Cost quarter = CostOf(file, file.count / 4);
+  const Cost whole = CostOf(file, file.count);
+  std::cout << file.name << ", " << file.what << ": " << whole.size / 1024 << " KiB, peak " << whole.peak / 1024
+            << " KiB, work " << whole.work / 1024 << " Ki\n";
+  EXPECT_LE(whole.peak, 64 * kMebibyte + 2 * whole.size);
+  EXPECT_LE(whole.work, 5 * quarter.work + kMebibyte) << "not linear";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Budgets, testing::ValuesIn(kHostileFiles),
+                         [](const auto& test) { return std::to_string(test.index); });
 
 } // namespace

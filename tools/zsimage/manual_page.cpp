@@ -119,7 +119,7 @@ std::string FullName(const CLI::App& app) {
 }
 
 std::string ManualPage(const CLI::App& app) {
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   const std::string words = app.get_description();
   const std::size_t firstEnd = words.find(".\n\n");
   std::string summary = words.substr(0, firstEnd);
