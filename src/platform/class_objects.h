@@ -40,7 +40,6 @@ HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept;
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept;
 
 /// Unloads the libraries that CoCreateInstance loaded and whose `DllCanUnloadNow` answers 0. Other threads may make
-/// objects meanwhile. None may still be inside the call that released the last object of a library, and no pointer to
-/// a class factory may be left.
+/// objects meanwhile. None may still be inside the call that released the last object or factory of a library.
 void CoFreeUnusedLibraries() noexcept;
 }

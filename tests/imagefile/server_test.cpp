@@ -268,17 +268,21 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   ASSERT_EQ(S_OK, DllGetClassObject(CLSID_ZSCueSheet, IID_IUnknown, same.ReceiveVoid()));
   EXPECT_EQ(factory.Get(), same.Get());
 
-  const HRESULT idle = DllCanUnloadNow();
-  EXPECT_EQ(S_OK, idle);
+  same.Reset();
+  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "with a factory in use";
   factory->LockServer(1);
-  EXPECT_EQ(S_FALSE, DllCanUnloadNow());
+  factory->Release();
+  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "while it is locked";
   factory->LockServer(0);
+  EXPECT_EQ(S_OK, DllCanUnloadNow());
+  factory->AddRef();
 
   Outer outer;
   void* object = &outer;
   EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(&outer, IID_IZSCueSheet, &object));
   EXPECT_EQ(nullptr, object);
   ASSERT_EQ(S_OK, factory->CreateInstance(&outer, IID_IUnknown, outer.inner.ReceiveVoid()));
+  factory.Reset();
   EXPECT_EQ(S_FALSE, DllCanUnloadNow());
   {
     ComPtr<IZSCueSheet> sheets; // Its identity and its references are those of the outer object.

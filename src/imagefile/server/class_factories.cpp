@@ -1,5 +1,6 @@
 #include "imagefile/server/class_factories.h"
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 #include <type_traits>
@@ -16,7 +17,7 @@ namespace {
 
 using CreateFunction = HRESULT (*)(IUnknown* outer, REFIID iid, void** object);
 
-/// A factory lives with the library, so its references decide nothing.
+/// A factory lives with the library; each reference of a host keeps the library in memory, as an object does.
 class ClassFactory final : public IClassFactory {
 public:
   explicit ClassFactory(CreateFunction create) noexcept : m_create(create) {}
@@ -32,8 +33,15 @@ public:
     AddRef();
     return S_OK;
   }
-  ULONG AddRef() override { return 2; }
-  ULONG Release() override { return 1; }
+  ULONG AddRef() override {
+    Module().Lock();
+    return ++m_references;
+  }
+  ULONG Release() override {
+    const ULONG left = --m_references;
+    Module().Unlock();
+    return left;
+  }
   HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) override { return m_create(outer, iid, object); }
   HRESULT LockServer(std::int32_t lock) override {
     if (lock != 0) {
@@ -46,6 +54,7 @@ public:
 
 private:
   CreateFunction m_create;
+  std::atomic<ULONG> m_references{1}; ///< One is the table's own.
 };
 // A host may hold a factory in a global of its own, which goes after those of the library.
 static_assert(std::is_trivially_destructible_v<ClassFactory>);

@@ -10,7 +10,8 @@ extern "C" {
 /// library. @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE.
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) noexcept;
 
-/// Whether the library may be unloaded: 0 when no object lives and no host has locked it, else 1.
+/// Whether the library may be unloaded: 0 when no object lives, no host holds a factory and none has locked the
+/// library, else 1.
 HRESULT DllCanUnloadNow() noexcept;
 
 /// Writes the library's classes and type libraries into the registry of the current user (platform/registry.h), so
