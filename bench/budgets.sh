@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Counts system calls, which no other load on the machine changes, and fails where there are more than there should be.
+# Counts system calls and measures peaks of memory, which no other load on the machine changes, and fails where there is
+# more than there should be.
 # Usage: budgets.sh ZSIMAGE
 set -euo pipefail
 zsimage=$(realpath "$1")
@@ -27,31 +28,52 @@ check() {
 
 # To open an image: the proof that it opens (open, size, close), its description, and one read of a sector of each data
 # track. A name that is not there, or is there in another case, costs the search of its folder, about nine calls: CCD,
-# MDS and CUE images have two such companions, and CUE sheets name their data file in upper case besides. A sheet is
-# read for the name of its data file, to count its tracks, and for its lines.
+# MDS and CUE images have two such companions, and CUE sheets name their data file in upper case besides. A short
+# sheet is read twice: for the name of its data file, and for its tracks.
 while read -r image most; do
   check "open $image" "$(calls "$images" "$zsimage" info --json "$images/$image")" "$most"
 done <<TXT
 plain.iso 4
-album.cue 79
-mixed.cue 64
+album.cue 57
+mixed.cue 52
 cdplus.nrg 16
 tao.nrg 16
-sessions.ccd 27
-inline.mds 35
-dvd.mds 35
+sessions.ccd 25
+inline.mds 32
+dvd.mds 32
 native.zsi 8
 TXT
 
+# Makes an image of one track of so many sectors.
+make_track() {
+  truncate -s $(($1 * 2352)) "$work/track.bin"
+  printf 'FILE "TRACK.BIN" BINARY\n  TRACK 01 MODE1/2352\n    INDEX 01 00:00:00\n' >"$work/track.cue"
+}
+save=("$zsimage" extract "$work/track.cue" --session 1 --track 1 -o "$work/out" --block-size)
+
 # To save a track: calls on the image and the new file, for 10,000 sectors.
 sectors=10000
-truncate -s $((sectors * 2352)) "$work/track.bin"
-printf 'FILE "TRACK.BIN" BINARY\n  TRACK 01 MODE1/2352\n    INDEX 01 00:00:00\n' >"$work/track.cue"
+make_track $sectors
 while read -r size most; do
-  check "save $sectors sectors, block size $size" \
-    "$(calls "$work" "$zsimage" extract "$work/track.cue" --session 1 --track 1 --block-size "$size" -o "$work/out")" "$most"
+  check "save $sectors sectors, block size $size" "$(calls "$work" "${save[@]}" "$size")" "$most"
 done <<TXT
-0 900
-2048 520
+0 811
+2048 447
 TXT
+
+# The peak of a command's memory above that of a program that does nothing, in KiB.
+peak() {
+  local nothing all
+  nothing=$(env time -f %M true 2>&1 >/dev/null)
+  all=$(env time -q -f %M "$@" 2>&1 >/dev/null | tail -n 1)
+  echo $((all - nothing))
+}
+
+for image in plain.iso album.cue cdplus.nrg sessions.ccd inline.mds native.zsi; do
+  check "memory to show $image, KiB" "$(peak "$zsimage" info "$images/$image")" 8192
+done
+# The memory to save a track is the same for any length.
+small=$(peak "${save[@]}" 2048)
+make_track $((sectors * 20))
+check "memory to save 20 times the sectors, KiB" "$(peak "${save[@]}" 2048)" $((small + 256))
 exit "$failed"

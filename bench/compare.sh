@@ -9,7 +9,8 @@ images=$(mktemp -d /dev/shm/imagefile-images-XXXXXX)
 on_disk=$(mktemp -d /var/tmp/imagefile-out-XXXXXX)
 trap 'rm -rf "$images" "$on_disk"' EXIT
 export IMAGEFILE_REGISTRY=$images/registry.reg
-zsimage=$build/tools/zsimage
+cmake --install "$build" --prefix "$images/installed" >/dev/null
+zsimage=$images/installed/bin/zsimage
 
 cd "$images"
 mkdir files

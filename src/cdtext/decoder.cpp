@@ -183,8 +183,8 @@ bool LoadCDTextCompanion(const std::string& path, ZSCUESHEET* sheet) {
   std::string companion = path;
   CZSFile file;
   UHYPER size = 0;
-  if (path.empty() || !RenameExtensionIfExists(&companion, ".CDT") || !file.OpenForReading(companion) ||
-      !file.Size(&size)) {
+  RenameExtension(&companion, ".CDT");
+  if (path.empty() || !file.OpenForReading(companion) || !file.Size(&size)) {
     return false;
   }
   const auto count = static_cast<DWORD>(size); // 32 bits hold any CD-Text many times over.

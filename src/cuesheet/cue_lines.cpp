@@ -80,32 +80,33 @@ constexpr CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
     {"COMMENT", nullptr, TextField::Message},
 };
 
-bool IsTrackLine(std::string_view line) noexcept {
-  constexpr std::string_view kTrack = "TRACK";
-  const std::string_view word = CZSLineScanner(line).Word();
-  return word.size() == kTrack.size() && std::equal(word.begin(), word.end(), kTrack.begin(), [](char c, char upper) {
-           return c == upper || c == upper + ('a' - 'A');
-         });
-}
+bool IsTrackLine(std::string_view line) noexcept { return CZSLineScanner(line).WordIs("TRACK"); }
 
 const CZSCueLines::Keyword* CZSCueLines::FindKeyword(std::string_view line, std::size_t* place) noexcept {
-  // A bit for each keyword, the first in the lowest: those that begin with a letter, and those that still count.
-  static constexpr auto kByLetter = [] {
-    std::array<unsigned, 256> table{};
-    for (std::size_t i = 0; i < std::size(kKeywords); ++i) {
-      table[static_cast<BYTE>(kKeywords[i].word[0])] |= 1U << i;
+  // Every third pair of letters is looked at, which meets one of the first three pairs of any keyword. Each of those
+  // has a bit, the first keyword's in the lowest, in the tables of its two letters.
+  constexpr std::size_t kPairs = 3;
+  static constexpr auto kTables = [] {
+    std::array<std::array<std::uint64_t, 256>, 2> tables{};
+    for (std::size_t bit = 0; bit < std::size(kKeywords) * kPairs; ++bit) {
+      const char* pair = &kKeywords[bit / kPairs].word[bit % kPairs];
+      tables[0][static_cast<BYTE>(pair[0])] |= std::uint64_t{1} << bit;
+      tables[1][static_cast<BYTE>(pair[1])] |= std::uint64_t{1} << bit;
     }
-    return table;
+    return tables;
   }();
   const Keyword* found = nullptr;
-  unsigned wanted = ~0U;
-  for (std::size_t i = 0; i + 1 < line.size() && wanted != 0; ++i) {
-    for (unsigned rest = kByLetter[static_cast<BYTE>(line[i])] & wanted; rest != 0; rest &= rest - 1) {
-      const Keyword& keyword = kKeywords[std::countr_zero(rest)];
-      if (line[i + 1] == keyword.word[1] && line.substr(i).starts_with(keyword.word)) {
+  std::uint64_t wanted = ~std::uint64_t{0}; // Only keywords before the one found count on.
+  for (std::size_t i = 0; i + 1 < line.size(); i += kPairs) {
+    std::uint64_t rest = kTables[0][static_cast<BYTE>(line[i])] & kTables[1][static_cast<BYTE>(line[i + 1])] & wanted;
+    for (; rest != 0; rest &= rest - 1) {
+      const auto bit = static_cast<std::size_t>(std::countr_zero(rest));
+      const Keyword& keyword = kKeywords[bit / kPairs];
+      const std::size_t ahead = bit % kPairs;
+      if (ahead <= i && line.substr(i - ahead).starts_with(keyword.word)) {
         found = &keyword;
-        *place = i;
-        wanted &= (rest & (0U - rest)) - 1; // Only those before it in the table.
+        *place = i - ahead;
+        wanted = (std::uint64_t{1} << (bit - ahead)) - 1;
         break;
       }
     }

@@ -108,13 +108,33 @@ HRESULT MakePlainTrack(const FileVerdict& verdict, ZSCUESHEET* sheet) noexcept {
   return S_OK;
 }
 
-UINT CountTracks(CZSTextFile* text) {
-  UINT count = 0;
-  std::string_view line;
-  while (text->NextLine(&line)) {
-    count += IsTrackLine(line) ? 1 : 0;
+/// Opens a sheet and replaces its path by that of its data file. As ResolveBinaryFile.
+bool OpenSheet(CZSTextFile* sheet, std::string* path) {
+  std::string upper = *path;
+  CharUpperA(&upper);
+  if (upper.find(".CUE") == std::string::npos || !sheet->Open(*path)) {
+    path->clear();
+    return false;
   }
-  return count;
+  std::string name;
+  if (!FindFileLine(sheet, &name)) {
+    return false;
+  }
+  if (name.find('\\') == std::string::npos && !name.starts_with('/')) {
+    name.insert(0, *path, 0, path->find_last_of(kPathSeparators) + 1);
+  }
+  *path = name;
+  return true;
+}
+
+/// Counts the TRACK lines of the whole sheet. False when it cannot be read again.
+bool CountTracks(CZSTextFile* text, UINT* count) {
+  std::string_view line;
+  const bool rewound = text->Rewind();
+  while (rewound && text->NextLine(&line)) {
+    *count += IsTrackLine(line) ? 1 : 0;
+  }
+  return rewound;
 }
 
 /// Ends the last track where the data file ends: what the others leave of the file's size, by their own sector
@@ -138,8 +158,12 @@ void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
 }
 
 HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
-  if (!text->Rewind()) {
+  UINT tracks = 0;
+  if (!CountTracks(text, &tracks) || !text->Rewind()) {
     return ZSE_FILENOTFOUND;
+  }
+  if (!AllocateTracks(sheet, tracks)) {
+    return ZSE_OUTOFRESOURCES;
   }
   CZSCueLines lines(sheet);
   std::string_view line;
@@ -156,49 +180,22 @@ HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
 } // namespace
 
 bool ResolveBinaryFile(std::string* path) {
-  std::string upper = *path;
-  CharUpperA(&upper);
   CZSTextFile sheet;
-  if (upper.find(".CUE") == std::string::npos || !sheet.Open(*path)) {
-    path->clear();
-    return false;
-  }
-  std::string name;
-  if (!FindFileLine(&sheet, &name)) {
-    return false;
-  }
-  if (name.find('\\') == std::string::npos && !name.starts_with('/')) {
-    name.insert(0, *path, 0, path->find_last_of(kPathSeparators) + 1);
-  }
-  *path = name;
-  return true;
+  return OpenSheet(&sheet, path);
 }
 
 HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
   sheet->nTracks = 0;
   sheet->pZSTracks = nullptr;
   std::string dataFile = path;
-  const bool isSheet = ResolveBinaryFile(&dataFile);
   CZSTextFile text;
-  UINT tracks = 0;
-  if (isSheet) {
-    if (!text.Open(path)) {
-      return ZSE_FILENOTFOUND;
-    }
-    tracks = CountTracks(&text);
-  }
+  const bool isSheet = OpenSheet(&text, &dataFile);
   FileVerdict verdict;
   const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &verdict);
   if (measured != S_OK) {
     return measured;
   }
-  if (!isSheet) {
-    return MakePlainTrack(verdict, sheet);
-  }
-  if (!AllocateTracks(sheet, tracks)) {
-    return ZSE_OUTOFRESOURCES;
-  }
-  return FillFromText(&text, verdict.size, sheet);
+  return isSheet ? FillFromText(&text, verdict.size, sheet) : MakePlainTrack(verdict, sheet);
 }
 
 ZSMODETYPE ClassifyRawSector(const std::array<BYTE, kRawSectorStart>& sector) noexcept {

@@ -4,7 +4,7 @@
 
 namespace {
 
-bool IsBlank(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
 bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 } // namespace
@@ -22,10 +22,20 @@ bool CZSLineScanner::Fail() noexcept {
 
 std::string_view CZSLineScanner::Word() noexcept {
   SkipBlanks();
-  const auto* end = std::find_if(m_rest.begin(), m_rest.end(), IsBlank);
-  const std::string_view word = m_rest.substr(0, static_cast<std::size_t>(end - m_rest.begin()));
-  m_rest.remove_prefix(word.size());
+  std::size_t length = 0;
+  while (length < m_rest.size() && !IsBlank(m_rest[length])) {
+    ++length;
+  }
+  const std::string_view word = m_rest.substr(0, length);
+  m_rest.remove_prefix(length);
   return word;
+}
+
+bool CZSLineScanner::WordIs(std::string_view upper) noexcept {
+  SkipBlanks();
+  const bool whole = m_rest.size() == upper.size() || (m_rest.size() > upper.size() && IsBlank(m_rest[upper.size()]));
+  return whole && std::equal(upper.begin(), upper.end(), m_rest.begin(),
+                             [](char wanted, char c) { return c == wanted || c == wanted + ('a' - 'A'); });
 }
 
 bool CZSLineScanner::Number(LONG* number) noexcept {

@@ -13,6 +13,9 @@ public:
 
   /// The next word, up to a blank; empty at the end of the line.
   std::string_view Word() noexcept;
+  /// Skips blanks and tells whether the next word is this one, given in upper case, without regard to the case of its
+  /// own letters. Takes nothing else.
+  bool WordIs(std::string_view upper) noexcept;
   /// Skips blanks and reads a decimal number with an optional sign. False, with `*number` unchanged, if none
   /// stands there. Larger numbers wrap to 32 bits.
   bool Number(LONG* number) noexcept;

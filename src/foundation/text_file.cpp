@@ -9,6 +9,10 @@ bool CZSTextFile::Open(const std::string& path) noexcept {
 }
 
 bool CZSTextFile::Rewind() noexcept {
+  if (m_whole && m_ended) { // A short file is read once.
+    m_next = 0;
+    return true;
+  }
   Clear();
   return m_file.Seek64(0, FILE_BEGIN) == 0;
 }
@@ -16,10 +20,12 @@ bool CZSTextFile::Rewind() noexcept {
 /// Reads on behind what is left of the buffer.
 void CZSTextFile::Fill() noexcept {
   std::memmove(m_buffer.data(), m_buffer.data() + m_next, m_end - m_next);
+  m_whole = m_whole && m_next == 0;
   m_end -= m_next;
   m_next = 0;
   DWORD came = 0;
   m_ended = !m_file.ReadCount(m_buffer.data() + m_end, static_cast<DWORD>(m_buffer.size() - m_end), &came);
+  m_zeros = m_zeros || std::memchr(m_buffer.data() + m_end, '\0', came) != nullptr;
   m_end += came;
 }
 
@@ -27,13 +33,19 @@ bool CZSTextFile::NextLine(std::string_view* line) noexcept {
   if (m_end - m_next < kLineLimit && !m_ended) {
     Fill();
   }
-  *line = std::string_view(m_buffer.data() + m_next, std::min(m_end - m_next, kLineLimit));
-  const std::size_t end = line->find('\n');
-  m_next += end == std::string_view::npos ? line->size() : end + 1;
-  const bool any = !line->empty();
-  if (end != std::string_view::npos) {
-    *line = line->substr(0, end != 0 && (*line)[end - 1] == '\r' ? end - 1 : end);
+  const char* start = m_buffer.data() + m_next;
+  const std::size_t limit = std::min(m_end - m_next, kLineLimit);
+  std::size_t length = limit;
+  if (const void* end = std::memchr(start, '\n', limit); end != nullptr) {
+    length = static_cast<std::size_t>(static_cast<const char*>(end) - start);
+    m_next += length + 1;
+    length -= length != 0 && start[length - 1] == '\r' ? 1 : 0;
+  } else {
+    m_next += limit;
   }
-  *line = line->substr(0, line->find('\0'));
-  return any;
+  *line = std::string_view(start, length);
+  if (m_zeros) {
+    *line = line->substr(0, line->find('\0'));
+  }
+  return limit != 0;
 }

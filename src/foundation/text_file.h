@@ -25,13 +25,16 @@ public:
 private:
   void Clear() noexcept {
     m_next = m_end = 0;
-    m_ended = false;
+    m_whole = true;
+    m_zeros = m_ended = false;
   }
   void Fill() noexcept;
 
   CZSFile m_file;
-  std::array<char, 16384> m_buffer{};
+  std::array<char, 16384> m_buffer; ///< Filled up to m_end.
   std::size_t m_next = 0;
   std::size_t m_end = 0;
-  bool m_ended = false; ///< Nothing comes behind what is in the buffer.
+  bool m_whole = true;  ///< Nothing came before what is in the buffer.
+  bool m_ended = false; ///< Nothing comes behind it.
+  bool m_zeros = false; ///< A zero byte was among what came.
 };

@@ -21,6 +21,9 @@ bool NamesNothing() noexcept;
 /// Finds a path on disk and its status, retrying interrupted calls.
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status);
 
+/// The same for a path whose exact spelling `errno` has just told to fail.
+bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status);
+
 /// Where a file goes that no path on disk names yet: into the folder that is found on disk, with its own name in
 /// UTF-8, as other programs read names. Without such a folder the path stays as it is.
 std::string PathOfNewFile(const std::string& path);

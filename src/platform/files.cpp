@@ -79,12 +79,10 @@ int OpenDescriptor(const std::string& path, int flags) noexcept {
 
 int OpenForReading(const std::string& path) {
   int descriptor = OpenDescriptor(path, O_RDONLY);
-  if (descriptor == -1 && platform::NamesNothing()) {
-    std::string resolved;
-    struct stat status {};
-    if (platform::FindOnDisk(path, &resolved, &status)) {
-      descriptor = OpenDescriptor(resolved, O_RDONLY);
-    }
+  std::string resolved;
+  struct stat status {};
+  if (descriptor == -1 && platform::FindRespelled(path, &resolved, &status)) {
+    descriptor = OpenDescriptor(resolved, O_RDONLY);
   }
   return descriptor;
 }

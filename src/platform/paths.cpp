@@ -100,14 +100,16 @@ std::string FindName(const std::string& folder, const std::string& component) {
 }
 
 /// Adds one component to a folder that is on disk. False when the folder holds no such name.
-bool Descend(const std::string& component, std::string* found, struct stat* status) {
+bool Descend(const std::string& component, const std::string& missing, std::string* found, struct stat* status) {
   const std::string exact = *found + component;
-  if (Exists(exact, status)) {
-    *found = exact;
-    return true;
-  }
-  if (!NamesNothing()) {
-    return false;
+  if (exact != missing) {
+    if (Exists(exact, status)) {
+      *found = exact;
+      return true;
+    }
+    if (!NamesNothing()) {
+      return false;
+    }
   }
   const std::string name = FindName(*found, component);
   if (name.empty()) {
@@ -118,8 +120,9 @@ bool Descend(const std::string& component, std::string* found, struct stat* stat
   return Exists(*found, status);
 }
 
-/// Walks a path from component to component.
-bool Walk(std::string path, std::string* resolved, struct stat* status) {
+/// Walks a path that is not on disk as it stands from component to component.
+bool Walk(const std::string& missing, std::string* resolved, struct stat* status) {
+  std::string path = missing;
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
   std::size_t position = 0;
@@ -131,7 +134,7 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());
     const std::string component = path.substr(position, separator - position);
-    if (!component.empty() && !Descend(component, &found, status)) {
+    if (!component.empty() && !Descend(component, missing, &found, status)) {
       return false;
     }
     if (separator < path.size() && (found.empty() || found.back() != '/')) {
@@ -156,6 +159,10 @@ bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* sta
     *resolved = path;
     return true;
   }
+  return FindRespelled(path, resolved, status);
+}
+
+bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status) {
   if (NamesNothing() && Walk(path, resolved, status)) {
     return true;
   }

@@ -119,14 +119,37 @@ constexpr CaseRange kCaseRanges[] = {
     {0x1E00, 0x1E95, kOddIsLower},  {0x1EA0, 0x1EFF, kOddIsLower},  {0x2170, 0x217F, -16},
     {0x24D0, 0x24E9, -26},          {0xFF41, 0xFF5A, -32}};
 
+char UpperAscii(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+
+/// Without regard to case, as `strcmp`.
+int CompareAscii(std::string_view left, std::string_view right) noexcept {
+  const std::size_t common = std::min(left.size(), right.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    if (const int difference = UpperAscii(left[i]) - UpperAscii(right[i]); difference != 0) {
+      return difference;
+    }
+  }
+  return static_cast<int>(left.size() > right.size()) - static_cast<int>(left.size() < right.size());
+}
+
 } // namespace
 
 bool IsAscii(std::string_view narrow) noexcept {
-  unsigned bits = 0; // Not left early: compilers look at many bytes at once this way.
-  for (const char c : narrow) {
-    bits |= static_cast<BYTE>(c);
+  // Eight bytes at a time, the last eight once more if need be; texts are short and asked about often.
+  constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+  std::uint64_t bits = 0;
+  std::uint64_t word = 0;
+  const char* bytes = narrow.data();
+  const std::size_t size = narrow.size();
+  for (std::size_t i = 0; i < size; i += sizeof(word)) {
+    if (size >= sizeof(word)) {
+      std::memcpy(&word, bytes + std::min(i, size - sizeof(word)), sizeof(word));
+    } else {
+      std::memcpy(&word, bytes, size);
+    }
+    bits |= word;
   }
-  return bits < 0x80;
+  return (bits & kHighBits) == 0;
 }
 
 std::string WideCharToMultiByte(std::u16string_view wide) {
@@ -201,7 +224,7 @@ char16_t UpperUnit(char16_t unit) noexcept {
 void CharUpperA(std::string* narrow) {
   if (IsAscii(*narrow)) {
     for (char& c : *narrow) {
-      c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+      c = UpperAscii(c);
     }
     return;
   }
@@ -211,11 +234,14 @@ void CharUpperA(std::string* narrow) {
 }
 
 int lstrcmpiA(std::string_view left, std::string_view right) {
+  if (IsAscii(left) && IsAscii(right)) {
+    return CompareAscii(left, right);
+  }
   std::string a(left);
   std::string b(right);
   CharUpperA(&a);
   CharUpperA(&b);
-  return IsAscii(a) && IsAscii(b) ? a.compare(b) : MultiByteToWideChar(a).compare(MultiByteToWideChar(b));
+  return MultiByteToWideChar(a).compare(MultiByteToWideChar(b));
 }
 
 std::size_t lstrlenA(const char* text) noexcept { return text == nullptr ? 0 : std::strlen(text); }

@@ -1,7 +1,6 @@
 /// @file
 /// zsimage: shows, checks, converts and takes apart disc images.
 
-#include <clocale>
 #include <cstdio>
 #include <exception>
 
@@ -21,7 +20,6 @@ int FinishOutput(int status) {
 } // namespace
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_CTYPE, "C.UTF-8"); // The terminal is UTF-8; columns are counted in its characters.
   try {
     return FinishOutput(CommandLine().Run(argc, argv));
   } catch (const std::exception& error) {

@@ -34,8 +34,12 @@ const char* CodeOf(Colour colour) {
 } // namespace
 
 bool CanRewriteLines(int descriptor) {
+  // Asked for every word of a table, so that the system is asked once.
+  static const bool kOutputIsTerminal = isatty(STDOUT_FILENO) != 0;
+  static const bool kErrorIsTerminal = isatty(STDERR_FILENO) != 0;
   const std::string_view terminal = Variable("TERM");
-  return isatty(descriptor) != 0 && !terminal.empty() && terminal != "dumb";
+  return (descriptor == STDOUT_FILENO ? kOutputIsTerminal : kErrorIsTerminal) && !terminal.empty() &&
+         terminal != "dumb";
 }
 
 std::string Coloured(const std::string& text, Colour colour, int descriptor) {

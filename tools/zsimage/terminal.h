@@ -8,7 +8,8 @@
 
 enum class Colour { None, Bold, Dim, Red, Green, Yellow, Cyan, Magenta };
 
-/// Whether a line that was written can be written over: there is a terminal, and TERM does not call it dumb.
+/// Whether a line that was written to standard output or standard error can be written over: there is a terminal, and
+/// TERM does not call it dumb.
 bool CanRewriteLines(int descriptor);
 
 /// Text in a colour, when `descriptor` leads to a terminal that has colours and the user did not set NO_COLOR.

@@ -1,5 +1,6 @@
 #include "terminal_text.h"
 
+#include <clocale>
 #include <cstdarg>
 #include <cstdio>
 #include <cwchar>
@@ -29,6 +30,14 @@ std::string TerminalText(std::string_view narrow) {
 }
 
 std::size_t TerminalWidth(const std::string& utf8) {
+  if (IsAscii(utf8)) {
+    return utf8.size();
+  }
+  // The terminal is UTF-8, whatever the user's locale. Most runs never need the tables.
+  static const bool kIsUtf8 = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr; // NOLINT(concurrency-mt-unsafe)
+  if (!kIsUtf8) {
+    return utf8.size();
+  }
   std::size_t width = 0;
   std::mbstate_t state{};
   for (std::size_t at = 0; at < utf8.size();) {
