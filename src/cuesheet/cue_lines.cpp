@@ -17,16 +17,9 @@ namespace {
 constexpr std::size_t kMaxMcn = 13;
 constexpr std::size_t kMaxIsrc = 12;
 constexpr LONG kDefaultBlockSize = 2048;
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
 bool Contains(std::string_view text, std::string_view part) noexcept {
   return text.find(part) != std::string_view::npos;
-}
-
-std::string_view Trim(std::string_view text) noexcept {
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  return first == std::string_view::npos ? std::string_view()
-                                         : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 /// The value of a text line: what stands between the first and the last quote, or else the rest of the line.
@@ -36,9 +29,9 @@ std::string_view TextValue(std::string_view behindKeyword) noexcept {
   if (open != close) {
     return behindKeyword.substr(open + 1, close - open - 1);
   }
-  std::string_view value = Trim(behindKeyword);
+  std::string_view value = platform::Trim(behindKeyword);
   if (value.starts_with('"')) {
-    value = Trim(value.substr(1));
+    value = platform::Trim(value.substr(1));
   }
   return value;
 }

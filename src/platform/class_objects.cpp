@@ -1,23 +1,18 @@
 #include "platform/class_objects.h"
 
-#include <mutex>
 #include <new>
 #include <string_view>
 
 #include "platform/loaded_libraries.h"
+#include "platform/process_list.h"
 #include "platform/registry.h"
 #include "platform/text.h"
 
 namespace {
 
-/// The classes of the process, the newest first.
-struct ClassList {
-  std::mutex lock;
-  ProcessClass* first = nullptr;
-};
-
-ClassList& Classes() noexcept {
-  static ClassList list;
+/// The classes of the process.
+platform::ProcessList<ProcessClass>& Classes() noexcept {
+  static platform::ProcessList<ProcessClass> list;
   return list;
 }
 
@@ -34,26 +29,15 @@ bool EqualNames(std::u16string_view left, std::u16string_view right) noexcept {
 }
 
 GetClassObjectFunction FindClass(REFCLSID clsid) noexcept {
-  ClassList& list = Classes();
-  const std::lock_guard guard(list.lock);
-  for (const ProcessClass* entry = list.first; entry != nullptr; entry = entry->next) {
-    if (entry->clsid == clsid) {
-      return entry->getClassObject;
-    }
-  }
-  return nullptr;
+  GetClassObjectFunction found = nullptr;
+  Classes().With([&](const ProcessClass& entry) { return entry.clsid == clsid; },
+                 [&](const ProcessClass& entry) { found = entry.getClassObject; });
+  return found;
 }
 
 bool FindProgId(std::u16string_view progId, CLSID* clsid) noexcept {
-  ClassList& list = Classes();
-  const std::lock_guard guard(list.lock);
-  for (const ProcessClass* entry = list.first; entry != nullptr; entry = entry->next) {
-    if (EqualNames(entry->progId, progId)) {
-      *clsid = entry->clsid;
-      return true;
-    }
-  }
-  return false;
+  return Classes().With([&](const ProcessClass& entry) { return EqualNames(entry.progId, progId); },
+                        [&](const ProcessClass& entry) { *clsid = entry.clsid; });
 }
 
 /// The text without a name of a key below HKEY_CLASSES_ROOT; empty when there is none.
@@ -95,23 +79,8 @@ template <class Work> HRESULT WithMemory(Work work) noexcept {
 
 } // namespace
 
-void RegisterProcessClass(ProcessClass* entry) noexcept {
-  ClassList& list = Classes();
-  const std::lock_guard guard(list.lock);
-  entry->next = list.first;
-  list.first = entry;
-}
-
-void RevokeProcessClass(ProcessClass* entry) noexcept {
-  ClassList& list = Classes();
-  const std::lock_guard guard(list.lock);
-  for (ProcessClass** link = &list.first; *link != nullptr; link = &(*link)->next) {
-    if (*link == entry) {
-      *link = entry->next;
-      return;
-    }
-  }
-}
+void RegisterProcessClass(ProcessClass* entry) noexcept { Classes().Add(entry); }
+void RevokeProcessClass(ProcessClass* entry) noexcept { Classes().Remove(entry); }
 
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept {
   if (progId == nullptr || clsid == nullptr) {

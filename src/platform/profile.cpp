@@ -7,14 +7,6 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
-
-std::string_view Trim(std::string_view text) noexcept {
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  return first == std::string_view::npos ? std::string_view()
-                                         : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 std::string_view DropQuotes(std::string_view value) noexcept {
   const bool quoted =
       value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front();
@@ -29,8 +21,8 @@ std::string Upper(std::string_view text) {
 
 /// The name in a line that begins a section or has a key.
 std::string_view NameOf(std::string_view line) noexcept {
-  return line.front() == '[' ? Trim(line.substr(1, line.find_first_of("]\n", 1) - 1))
-                             : Trim(line.substr(0, line.find('=')));
+  return line.front() == '[' ? platform::Trim(line.substr(1, line.find_first_of("]\n", 1) - 1))
+                             : platform::Trim(line.substr(0, line.find('=')));
 }
 
 std::uint32_t HashOf(const std::string& upper) noexcept {
@@ -117,7 +109,7 @@ void ProfileFile::Sort() {
 
 std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
   const std::string_view rest = std::string_view(m_text).substr(start);
-  return Trim(rest.substr(0, rest.find('\n')));
+  return platform::Trim(rest.substr(0, rest.find('\n')));
 }
 
 std::string ProfileFile::UpperNameAt(const Place& place) const {
@@ -154,7 +146,7 @@ std::optional<std::string_view> ProfileFile::Section::Find(std::string_view key)
     return std::nullopt;
   }
   const std::string_view line = m_profile->LineAt(found->line);
-  return DropQuotes(Trim(line.substr(line.find('=') + 1)));
+  return DropQuotes(platform::Trim(line.substr(line.find('=') + 1)));
 }
 
 LONG ProfileFile::Section::GetInt(std::string_view key, LONG missing) const {

@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "platform/bstr.h"
+#include "platform/process_list.h"
 #include "platform/task_memory.h"
 #include "platform/variant.h"
 
@@ -259,51 +259,28 @@ private:
   const TypeLibraryDescription& m_description;
 };
 
-/// The libraries of the process, the newest first.
-struct LibraryList {
-  std::mutex lock;
-  TypeLibraryDescription* first = nullptr;
-};
-
-LibraryList& Libraries() noexcept {
-  static LibraryList list;
+/// The libraries of the process.
+platform::ProcessList<TypeLibraryDescription>& Libraries() noexcept {
+  static platform::ProcessList<TypeLibraryDescription> list;
   return list;
 }
 
 } // namespace
 
-void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept {
-  LibraryList& list = Libraries();
-  const std::lock_guard guard(list.lock);
-  library->next = list.first;
-  list.first = library;
-}
-
-void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept {
-  LibraryList& list = Libraries();
-  const std::lock_guard guard(list.lock);
-  for (TypeLibraryDescription** link = &list.first; *link != nullptr; link = &(*link)->next) {
-    if (*link == library) {
-      *link = library->next;
-      return;
-    }
-  }
-}
+void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept { Libraries().Add(library); }
+void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept { Libraries().Remove(library); }
 
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD /*language*/, ITypeLib** library) noexcept {
   if (library == nullptr) {
     return E_INVALIDARG;
   }
   *library = nullptr;
-  LibraryList& list = Libraries();
-  const std::lock_guard guard(list.lock);
-  for (const TypeLibraryDescription* entry = list.first; entry != nullptr; entry = entry->next) {
-    if (entry->guid == guid && entry->major == major && entry->minor >= minor) {
-      *library = new (std::nothrow) TypeLib(*entry);
-      return *library == nullptr ? E_OUTOFMEMORY : S_OK;
-    }
-  }
-  return TYPE_E_LIBNOTREGISTERED;
+  const bool known = Libraries().With(
+      [&](const TypeLibraryDescription& entry) {
+        return entry.guid == guid && entry.major == major && entry.minor >= minor;
+      },
+      [&](const TypeLibraryDescription& entry) { *library = new (std::nothrow) TypeLib(entry); });
+  return *library != nullptr ? S_OK : known ? E_OUTOFMEMORY : TYPE_E_LIBNOTREGISTERED;
 }
 
 HRESULT GetRecordInfoFromTypeInfo(ITypeInfo* type, IRecordInfo** record) noexcept {

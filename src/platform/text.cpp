@@ -152,6 +152,13 @@ bool IsAscii(std::string_view narrow) noexcept {
   return (bits & kHighBits) == 0;
 }
 
+std::string_view platform::Trim(std::string_view narrow) noexcept {
+  constexpr std::string_view kBlanks = " \t\r\n\v\f";
+  const std::size_t first = narrow.find_first_not_of(kBlanks);
+  return first == std::string_view::npos ? std::string_view()
+                                         : narrow.substr(first, narrow.find_last_not_of(kBlanks) - first + 1);
+}
+
 std::string WideCharToMultiByte(std::u16string_view wide) {
   if (std::all_of(wide.begin(), wide.end(), [](char16_t unit) { return unit < 0x80; })) {
     return {wide.begin(), wide.end()};

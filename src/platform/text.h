@@ -37,3 +37,10 @@ int lstrcmpiA(std::string_view left, std::string_view right);
 
 /// Bytes of zero-terminated text; 0 for null.
 std::size_t lstrlenA(const char* text) noexcept;
+
+namespace platform {
+
+/// The text without the blanks (space, tab and the line ends) around it.
+std::string_view Trim(std::string_view narrow) noexcept;
+
+} // namespace platform
