@@ -32,9 +32,9 @@ std::string Folder() {
                                                : "/tmp/ImageFile-" + std::to_string(::geteuid());
 }
 
-/// Makes the folder, and makes sure that it is the user's alone: anybody may have made one in /tmp.
-bool PrepareFolder(const std::string& folder) noexcept {
-  if (Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
+/// Makes sure that the folder is there, and is the user's alone: anybody may have made one in /tmp.
+bool PrepareFolder(const std::string& folder, bool create) noexcept {
+  if (create && Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
     return false;
   }
   const UniqueHandle opened(HANDLE{Open(folder, O_RDONLY | O_DIRECTORY)});
@@ -52,7 +52,7 @@ HANDLE OpenMutex(const std::string& name, bool create) {
     return INVALID_HANDLE_VALUE;
   }
   const std::string folder = Folder();
-  if (create && !PrepareFolder(folder)) {
+  if (!PrepareFolder(folder, create)) {
     platform::KeepSystemError();
     return INVALID_HANDLE_VALUE;
   }

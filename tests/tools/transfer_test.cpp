@@ -227,7 +227,7 @@ TEST_F(TransferTool, DecodesAndEncodesText) {
   EXPECT_EQ(0U, folder.Read("sub").size() % 96);
   const ToolResult missing = RunTool({"cdtext", "decode", Path("gone.cdt"), "--tracks", "2", "--json"});
   EXPECT_EQ(1, missing.status);
-  EXPECT_EQ(json({{"result", "S_FALSE"}, {"code", "0x00000001"}}), json::parse(missing.out));
+  EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}}), json::parse(missing.out));
   const std::string silent = folder.WriteSparse("silent.iso", 2048);
   ExpectFailure({"cdtext", "encode", silent, "-o", Path("x")}, "S_FALSE", "no text to encode");
 }

@@ -3,7 +3,6 @@
 #include "commands.h"
 #include "failure.h"
 #include "files.h"
-#include "platform/text.h"
 #include "record_json.h"
 #include "record_table.h"
 
@@ -11,16 +10,8 @@ namespace {
 
 constexpr UHYPER kLargestPackFile = 16U << 20; // Far above what any disc's lead-in holds.
 
-bool IsCompanion(const std::string& path) {
-  return path.size() >= 4 && lstrcmpiA(std::string_view(path).substr(path.size() - 4), ".CDT") == 0;
-}
-
-/// Reads a file of packs into the texts of a sheet. The component itself finds and reads a .CDT file.
+/// Reads a file of packs into the texts of a sheet.
 void Decode(const Host& host, const std::string& path, ZSCUESHEET* sheet) {
-  if (IsCompanion(path)) {
-    Check(host.Sheets().AnalyzeCDText(Wide(path).get(), sheet), path, "no such file, or it cannot be read");
-    return;
-  }
   std::vector<BYTE> packs = ReadWholeFile(path, kLargestPackFile);
   packs.reserve(1); // The component takes no null address, not even for no bytes.
   Check(host.Sheets().AnalyzeCDTextFromData(packs.data(), static_cast<UINT>(packs.size()), sheet), path);
