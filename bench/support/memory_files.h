@@ -57,9 +57,6 @@ public:
   }
 
   int Duplicate(int /*descriptor*/) noexcept override { return Missing(); }
-  ssize_t ReadScattered(int /*descriptor*/, const struct iovec* /*parts*/, int /*count*/) noexcept override {
-    return Missing();
-  }
   ssize_t Write(int /*descriptor*/, const void* /*buffer*/, std::size_t /*count*/) noexcept override {
     return Missing();
   }

@@ -176,21 +176,6 @@ ssize_t MemoryFiles::Read(int descriptor, void* buffer, std::size_t count) noexc
   return static_cast<ssize_t>(count);
 }
 
-ssize_t MemoryFiles::ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept {
-  ssize_t total = 0;
-  for (int i = 0; i < count; ++i) {
-    const ssize_t came = Read(descriptor, parts[i].iov_base, parts[i].iov_len);
-    if (came < 0) {
-      return total == 0 ? -1 : total;
-    }
-    total += came;
-    if (static_cast<std::size_t>(came) < parts[i].iov_len) {
-      break;
-    }
-  }
-  return total;
-}
-
 ssize_t MemoryFiles::Write(int descriptor, const void* buffer, std::size_t count) noexcept {
   OpenFile* open = Get(descriptor);
   const auto position = static_cast<std::size_t>(open->position);

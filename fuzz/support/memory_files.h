@@ -45,7 +45,6 @@ public:
   int Close(int descriptor) noexcept override;
   int Duplicate(int descriptor) noexcept override;
   ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept override;
-  ssize_t ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept override;
   ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept override;
   off_t Seek(int descriptor, off_t distance, int origin) noexcept override;
   int Truncate(int descriptor, off_t size) noexcept override;

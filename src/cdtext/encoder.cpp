@@ -64,6 +64,7 @@ void AppendPlain(const std::vector<CZSCDTextEncoder::Pack>& packs, std::vector<B
 }
 
 void AppendSubChannel(const std::vector<CZSCDTextEncoder::Pack>& packs, std::vector<BYTE>* data) {
+  // More groups than the packs need when some are left over: fixed by what has always been written.
   const std::size_t groups = packs.size() / kGroupPacks + packs.size() % kGroupPacks;
   std::size_t next = 0;
   for (std::size_t i = 0; i < groups; ++i) {

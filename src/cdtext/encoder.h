@@ -40,8 +40,9 @@ public:
   using Pack = std::array<BYTE, kPackSize>;
 
   /// Encodes a sheet that says it has CD-Text; the sheet of the first call stands.
-  /// @param withSubChannel Output in groups of 96 bytes, four packs each, the last one filled up from the first
-  /// pack on; else the packs and one zero byte, the content of a .CDT file.
+  /// @param withSubChannel Output in groups of 96 bytes, four packs each, and one more group for each pack that
+  /// four do not divide, filled up from the first pack on; else the packs and one zero byte, the content of a .CDT
+  /// file.
   /// @return false, with `*data` unchanged, when the sheet has no CD-Text. Throws std::bad_alloc.
   bool EncodePacks(const ZSCUESHEET& sheet, bool withSubChannel, std::vector<BYTE>* data);
 

@@ -147,6 +147,8 @@ void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   UHYPER sectors = 0;
   for (UINT i = 0; i + 1 < sheet->nTracks; ++i) {
     const ZSTRACK& track = sheet->pZSTracks[i];
+    // One sector less than the track has: fixed by what hosts have always been given. It cancels as long as all
+    // tracks have one sector size.
     const std::int64_t own = std::int64_t{track.Pregap} + track.dwEndLBA - track.dwLBA - 1;
     sectors += static_cast<UHYPER>(own);
     rest -= static_cast<UHYPER>(own) * BytesOf(track.BlockSize);

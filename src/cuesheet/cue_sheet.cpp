@@ -8,9 +8,9 @@
 #include "cuesheet/track_extraction.h"
 #include "disc/record_descriptions.h"
 #include "foundation/com_object.h"
-#include "foundation/guard.h"
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
+#include "platform/guard.h"
 #include "platform/task_memory.h"
 
 namespace {

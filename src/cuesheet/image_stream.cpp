@@ -5,7 +5,7 @@
 #include <limits>
 #include <utility>
 
-#include "foundation/guard.h"
+#include "platform/guard.h"
 
 namespace {
 

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
+#include "platform/text.h"
+
 namespace {
 
-bool IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
+using platform::IsBlank;
+
 bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 } // namespace

@@ -45,6 +45,7 @@ bool LookAtTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSC
 
 HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATAMULTISESSION;
+  // Of the last session but one: hosts have always been given this.
   const ZSCUESHEET& sheet = *info->pZSCueSheet[info->nSessions - 2];
   if (sheet.nTracks != 0) {
     const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];

@@ -106,6 +106,9 @@ inline constexpr LONG ZSTRACKFLAG_DCP = 0x01; ///< Digital copy permitted.
 inline constexpr LONG ZSTRACKFLAG_PRE = 0x02; ///< Pre-emphasis.
 inline constexpr LONG ZSTRACKFLAG_4CH = 0x04; ///< Four channels.
 
+/// zsimagefileinfo::dwSeekEnd64 of an image whose sectors go on to the end of their file.
+inline constexpr UHYPER kToEndOfFile = ~UHYPER{0};
+
 inline constexpr std::size_t kMaxSessions = 99; ///< Places of zsimagefileinfo::pZSCueSheet.
 inline constexpr ULONG kNoIndex = 0xFFFFFFFF;   ///< An absent entry of ZSTRACK::pdwIndex.
 

@@ -1,7 +1,7 @@
 #include "imagefile/formats.h"
 
-#include "imagefile/iso_image.h"
 #include "platform/text.h"
+#include "readers/readers.h"
 #include "toc/toc_reader.h"
 
 namespace {

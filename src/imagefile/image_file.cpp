@@ -7,10 +7,10 @@
 #include "disc/positions.h"
 #include "foundation/com_object.h"
 #include "foundation/file.h"
-#include "foundation/guard.h"
 #include "foundation/strings.h"
 #include "imagefile/formats.h"
 #include "platform/class_objects.h"
+#include "platform/guard.h"
 #include "toc/toc_writer.h"
 
 namespace {
@@ -132,7 +132,7 @@ HRESULT CZSImageFile::CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadt
 }
 
 HRESULT CZSImageFile::Clone(zsimagefileinfo* source, zsimagefileinfo* copy) {
-  if (source == nullptr || copy == nullptr) {
+  if (source == nullptr || copy == nullptr || source == copy || source->nSessions > kMaxSessions) {
     return E_INVALIDARG;
   }
   const zsimagefileinfo original = *source;
@@ -184,7 +184,7 @@ HRESULT CZSImageFile::CalculateDiscID(zsimagefileinfo* info) {
 }
 
 HRESULT CZSImageFile::GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) {
-  if (info == nullptr || pSeek64 == nullptr) {
+  if (info == nullptr || pSeek64 == nullptr || info->nSessions > kMaxSessions) {
     return E_INVALIDARG;
   }
   PositionFromLBA(*info, dwLBA, pSeek64, pLength64);

@@ -1,8 +1,8 @@
 #include "platform/class_objects.h"
 
-#include <new>
 #include <string_view>
 
+#include "platform/guard.h"
 #include "platform/loaded_libraries.h"
 #include "platform/process_list.h"
 #include "platform/registry.h"
@@ -69,14 +69,6 @@ HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObje
   return library.empty() ? REGDB_E_CLASSNOTREG : platform::LoadClassLibrary(library, getClassObject);
 }
 
-template <class Work> HRESULT WithMemory(Work work) noexcept {
-  try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-}
-
 } // namespace
 
 void RegisterProcessClass(ProcessClass* entry) noexcept { Classes().Add(entry); }
@@ -90,7 +82,7 @@ HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept {
   if (FindProgId(progId, clsid)) {
     return S_OK;
   }
-  return WithMemory([&] {
+  return Guarded([&] {
     const std::string name = WideCharToMultiByte(progId);
     return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : RegisteredClass(name, clsid);
   });
@@ -107,7 +99,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   const platform::LibraryUse use; // Its factory may not go before there is an object.
   GetClassObjectFunction getClassObject = FindClass(clsid);
   if (getClassObject == nullptr) {
-    const HRESULT result = WithMemory([&] { return LoadRegisteredClass(clsid, &getClassObject); });
+    const HRESULT result = Guarded([&] { return LoadRegisteredClass(clsid, &getClassObject); });
     if (FAILED(result)) {
       return result;
     }

@@ -30,9 +30,6 @@ public:
   ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept override {
     return ::read(descriptor, buffer, count);
   }
-  ssize_t ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept override {
-    return ::readv(descriptor, parts, count);
-  }
   ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept override {
     return ::write(descriptor, buffer, count);
   }

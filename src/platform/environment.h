@@ -8,7 +8,6 @@
 
 #include <sys/stat.h>
 #include <sys/types.h>
-#include <sys/uio.h>
 
 #include <cstddef>
 #include <string>
@@ -33,7 +32,6 @@ public:
   virtual int Close(int descriptor) noexcept = 0;
   virtual int Duplicate(int descriptor) noexcept = 0;
   virtual ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept = 0;
-  virtual ssize_t ReadScattered(int descriptor, const struct iovec* parts, int count) noexcept = 0;
   virtual ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept = 0;
   virtual off_t Seek(int descriptor, off_t distance, int origin) noexcept = 0;
   virtual int Truncate(int descriptor, off_t size) noexcept = 0;

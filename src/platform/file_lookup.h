@@ -8,8 +8,12 @@
 #include <string>
 
 #include "platform/base_types.h"
+#include "platform/environment.h"
 
 namespace platform {
+
+/// The system calls in use.
+inline FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
 /// Stores the system error of `errno` as this thread's last error.
 void KeepSystemError() noexcept;

@@ -13,13 +13,12 @@
 
 namespace {
 
+using platform::Files;
 using platform::Uninterrupted;
 
 constexpr mode_t kNewFileMode = 0666; // As the user's mask allows.
 
 thread_local DWORD t_lastError = ERROR_SUCCESS;
-
-FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
 DWORD FromErrno(int error) noexcept {
   switch (error) {

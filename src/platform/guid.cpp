@@ -3,19 +3,11 @@
 #include <array>
 #include <cstdio>
 
+#include "platform/text.h"
+
 namespace {
 
 constexpr std::string_view kShape = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
-
-int HexDigit(char c) noexcept {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  if (c >= 'A' && c <= 'F') {
-    return c - 'A' + 10;
-  }
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
 
 } // namespace
 
@@ -43,7 +35,7 @@ bool GUIDFromString(std::string_view text, GUID* guid) noexcept {
       }
       continue;
     }
-    const int digit = HexDigit(text[i]);
+    const int digit = platform::HexDigit(text[i]);
     if (digit < 0) {
       return false;
     }

@@ -13,14 +13,13 @@
 
 namespace {
 
+using platform::Files;
 using platform::Uninterrupted;
 
 constexpr std::size_t kMaxName = 200;
 constexpr mode_t kPrivateFile = 0600;
 constexpr mode_t kPrivateFolder = 0700;
 constexpr mode_t kRightsOfOthers = 0077;
-
-FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
 int Open(const std::string& path, int flags) noexcept {
   return Uninterrupted([&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, kPrivateFile); });

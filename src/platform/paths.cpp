@@ -68,8 +68,7 @@ namespace platform {
 namespace {
 
 bool Exists(const std::string& path, struct stat* status) noexcept {
-  FileOperations& files = *ProcessEnvironment().files;
-  return Uninterrupted([&] { return files.PathStatus(path.c_str(), status); }) == 0;
+  return Uninterrupted([&] { return Files().PathStatus(path.c_str(), status); }) == 0;
 }
 
 /// The names in a folder, in no order.
@@ -77,7 +76,7 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
   Uninterrupted([&] {
     names.clear();
-    return ProcessEnvironment().files->ListFolder(folder.empty() ? "." : folder.c_str(), &names);
+    return Files().ListFolder(folder.empty() ? "." : folder.c_str(), &names);
   });
   return names;
 }
@@ -181,7 +180,10 @@ std::string PathOfNewFile(const std::string& path) {
 }
 
 std::string FirstMatch(const std::string& folder, const std::string& pattern) {
-  const std::string wanted = pattern == "*.*" ? "*" : pattern; // Names need no dot to fit the pattern for all.
+  std::string wanted = pattern == "*.*" ? "*" : pattern; // Names need no dot to fit the pattern for all.
+  for (std::size_t at = wanted.find('['); at != std::string::npos; at = wanted.find('[', at + 3)) {
+    wanted.replace(at, 1, "[[]"); // Brackets are no wildcards here.
+  }
   std::string first;
   for (const std::string& name : NamesIn(folder)) {
     if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0 && (first.empty() || name < first)) {

@@ -13,12 +13,6 @@ std::string_view DropQuotes(std::string_view value) noexcept {
   return quoted ? value.substr(1, value.size() - 2) : value;
 }
 
-std::string Upper(std::string_view text) {
-  std::string upper(text);
-  CharUpperA(&upper);
-  return upper;
-}
-
 /// The name in a line that begins a section or has a key.
 std::string_view NameOf(std::string_view line) noexcept {
   return line.front() == '[' ? platform::Trim(line.substr(1, line.find_first_of("]\n", 1) - 1))
@@ -45,10 +39,7 @@ std::string ReadWhole(const std::string& path) {
 }
 
 int DigitOf(char c, std::uint32_t base) noexcept {
-  const int digit = c >= '0' && c <= '9'   ? c - '0'
-                    : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                    : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                           : 16;
+  const int digit = platform::HexDigit(c);
   return digit < static_cast<int>(base) ? digit : -1;
 }
 
@@ -88,7 +79,7 @@ void ProfileFile::Index() {
       continue;
     }
     const auto place = static_cast<std::uint32_t>(line.data() - m_text.data());
-    const Place found{HashOf(Upper(NameOf(line))), place};
+    const Place found{HashOf(platform::Upper(NameOf(line))), place};
     if (heading) {
       const auto firstKey = static_cast<std::uint32_t>(m_keys.size());
       m_sections.push_back({found, firstKey, firstKey});
@@ -113,7 +104,7 @@ std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
 }
 
 std::string ProfileFile::UpperNameAt(const Place& place) const {
-  return Upper(NameOf(std::string_view(m_text).substr(place.line)));
+  return platform::Upper(NameOf(std::string_view(m_text).substr(place.line)));
 }
 
 bool ProfileFile::IsBefore(const Place& left, const Place& right) const {
@@ -125,7 +116,7 @@ bool ProfileFile::IsBefore(const Place& left, const Place& right) const {
 }
 
 template <class Iterator> Iterator ProfileFile::FindName(Iterator first, Iterator last, std::string_view name) const {
-  const std::string upper = Upper(name);
+  const std::string upper = platform::Upper(name);
   const std::uint32_t hash = HashOf(upper);
   const Iterator found = std::partition_point(first, last, [&](const Place& place) {
     return place.hash < hash || (place.hash == hash && UpperNameAt(place) < upper);

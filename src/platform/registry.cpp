@@ -13,12 +13,6 @@ namespace {
 constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kMaxDepth = 512;
 
-std::string UpperName(std::string_view name) {
-  std::string upper(name);
-  CharUpperA(&upper);
-  return upper;
-}
-
 /// Takes the first name off a path.
 std::string_view TakeName(std::string_view* path) noexcept {
   const std::size_t end = path->find('\\');
@@ -112,7 +106,7 @@ DWORD Deliver(const RegistryValue& value, BYTE* data, DWORD* size) noexcept {
 RegistryKey* RegistryKey::Find(std::string_view path) const {
   const RegistryKey* key = this;
   while (!path.empty()) {
-    const auto child = key->keys.find(UpperName(TakeName(&path)));
+    const auto child = key->keys.find(platform::Upper(TakeName(&path)));
     if (child == key->keys.end()) {
       return nullptr;
     }
@@ -128,7 +122,7 @@ RegistryKey* RegistryKey::Create(std::string_view path) {
   RegistryKey* key = this;
   while (!path.empty()) {
     const std::string_view child = TakeName(&path);
-    std::unique_ptr<RegistryKey>& place = key->keys[UpperName(child)];
+    std::unique_ptr<RegistryKey>& place = key->keys[platform::Upper(child)];
     if (!place) {
       place = std::make_unique<RegistryKey>();
       place->name = child;
@@ -138,10 +132,10 @@ RegistryKey* RegistryKey::Create(std::string_view path) {
   return key;
 }
 
-void RegistryKey::Remove(std::string_view child) { keys.erase(UpperName(child)); }
+void RegistryKey::Remove(std::string_view child) { keys.erase(platform::Upper(child)); }
 
 const RegistryValue* RegistryKey::FindValue(std::string_view valueName) const {
-  const auto value = values.find(UpperName(valueName));
+  const auto value = values.find(platform::Upper(valueName));
   return value == values.end() ? nullptr : &value->second;
 }
 
@@ -152,14 +146,14 @@ std::string RegistryKey::Text(std::string_view valueName) const {
 
 void RegistryKey::SetText(std::string_view valueName, std::string_view content) {
   const std::string_view text = content.substr(0, content.find('\0'));
-  values[UpperName(valueName)] = {std::string(valueName), REG_SZ, std::string(text), 0};
+  values[platform::Upper(valueName)] = {std::string(valueName), REG_SZ, std::string(text), 0};
 }
 
 void RegistryKey::SetNumber(std::string_view valueName, DWORD number) {
-  values[UpperName(valueName)] = {std::string(valueName), REG_DWORD, std::string(), number};
+  values[platform::Upper(valueName)] = {std::string(valueName), REG_DWORD, std::string(), number};
 }
 
-void RegistryKey::RemoveValue(std::string_view valueName) { values.erase(UpperName(valueName)); }
+void RegistryKey::RemoveValue(std::string_view valueName) { values.erase(platform::Upper(valueName)); }
 
 DWORD RegOpenKeyExA(HKEY key, const char* subKey, DWORD /*options*/, DWORD /*access*/, HKEY* opened) noexcept {
   if (opened == nullptr) {

@@ -13,13 +13,12 @@
 
 namespace {
 
+using platform::Files;
 using platform::Uninterrupted;
 
 constexpr off_t kMaxSize = off_t{1} << 20; // No registry comes near it. Two bytes of it can make a key.
 constexpr mode_t kPrivateFile = 0600;      // Who may write here decides which code is loaded.
 constexpr mode_t kPrivateFolder = 0700;
-
-FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
 DWORD SystemError() noexcept {
   platform::KeepSystemError();

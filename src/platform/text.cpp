@@ -152,11 +152,27 @@ bool IsAscii(std::string_view narrow) noexcept {
   return (bits & kHighBits) == 0;
 }
 
+bool platform::IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
+
+int platform::HexDigit(char c) noexcept {
+  const char upper = UpperAscii(c);
+  return c >= '0' && c <= '9' ? c - '0' : upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
+}
+
+std::string platform::Upper(std::string_view narrow) {
+  std::string upper(narrow);
+  CharUpperA(&upper);
+  return upper;
+}
+
 std::string_view platform::Trim(std::string_view narrow) noexcept {
-  constexpr std::string_view kBlanks = " \t\r\n\v\f";
-  const std::size_t first = narrow.find_first_not_of(kBlanks);
-  return first == std::string_view::npos ? std::string_view()
-                                         : narrow.substr(first, narrow.find_last_not_of(kBlanks) - first + 1);
+  while (!narrow.empty() && IsBlank(narrow.front())) {
+    narrow.remove_prefix(1);
+  }
+  while (!narrow.empty() && IsBlank(narrow.back())) {
+    narrow.remove_suffix(1);
+  }
+  return narrow;
 }
 
 std::string WideCharToMultiByte(std::u16string_view wide) {

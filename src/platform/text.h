@@ -40,7 +40,16 @@ std::size_t lstrlenA(const char* text) noexcept;
 
 namespace platform {
 
-/// The text without the blanks (space, tab and the line ends) around it.
+/// Space, tab and the line ends, the vertical ones included.
+bool IsBlank(char c) noexcept;
+
+/// Value of a hexadecimal digit in either case; -1 for any other character.
+int HexDigit(char c) noexcept;
+
+/// A copy in upper case (CharUpperA).
+std::string Upper(std::string_view narrow);
+
+/// The text without the blanks around it.
 std::string_view Trim(std::string_view narrow) noexcept;
 
 } // namespace platform

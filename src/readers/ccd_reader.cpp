@@ -13,6 +13,7 @@
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
 #include "platform/profile.h"
+#include "platform/text.h"
 #include "readers/reader_steps.h"
 #include "readers/readers.h"
 
@@ -194,11 +195,7 @@ BYTE HexByteAt(const std::string& text, std::size_t position) noexcept {
   }
   unsigned value = 0;
   for (; position < text.size(); ++position) {
-    const char c = text[position];
-    const int digit = c >= '0' && c <= '9'   ? c - '0'
-                      : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                      : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                             : -1;
+    const int digit = platform::HexDigit(text[position]);
     if (digit < 0) {
       break;
     }

@@ -3,6 +3,7 @@
 #include "disc/disc_id.h"
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
+#include "readers/reader_steps.h"
 #include "readers/readers.h"
 
 namespace {
@@ -21,7 +22,7 @@ void NoteCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefil
   }
   std::string subChannel = path;
   RenameExtension(&subChannel, ".SUB");
-  if (CZSFindFile().FindFile(subChannel)) {
+  if (FileExists(subChannel)) {
     info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
   }
 }
@@ -73,7 +74,7 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
     return ZSE_FAILED;
   }
   info->bstrImageBinaryFile = NewBstr(dataPath);
-  info->dwSeekEnd64 = ~UHYPER{0};
+  info->dwSeekEnd64 = kToEndOfFile;
   info->ZSImageFormat = ZSIMAGEFORMAT_CUE;
   ComputeDiscIDs(info);
   return S_OK;

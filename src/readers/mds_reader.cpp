@@ -171,6 +171,7 @@ private:
     } else if ((mode & 0x04) != 0) {
       track->Mode = ZSMODE_2;
     } else {
+      // These very words: a host may look for them.
       MessageBoxA("MDS", "Error", MB_ICONSTOP);
       return false;
     }

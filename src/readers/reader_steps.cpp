@@ -5,6 +5,7 @@
 #include "disc/disc_id.h"
 #include "disc/track_table.h"
 #include "foundation/strings.h"
+#include "platform/paths.h"
 
 bool FileBlock::Load(CZSFile* file, UHYPER position, DWORD count) noexcept {
   Clear();
@@ -23,7 +24,7 @@ void FileBlock::Clear() noexcept {
   m_size = 0;
 }
 
-bool FileExists(const std::string& path) noexcept { return CZSFindFile().FindFile(path); }
+bool FileExists(const std::string& path) noexcept { return PathFileExistsA(path); }
 
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept {
   CZSSheetHolder holder(service);

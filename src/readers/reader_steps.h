@@ -9,9 +9,6 @@
 #include "foundation/file.h"
 #include "platform/task_memory.h"
 
-/// `dwSeekEnd64` of an image whose sectors go on to the end of their file.
-inline constexpr UHYPER kToEndOfFile = ~UHYPER{0};
-
 /// Control bits of a track, as the sub-channel Q has them in its first four bits (Red Book).
 inline constexpr BYTE kControlPreEmphasis = 0x01;
 inline constexpr BYTE kControlCopyPermitted = 0x02;
@@ -34,7 +31,7 @@ private:
   DWORD m_size = 0;
 };
 
-/// Whether a path names something.
+/// Whether a path names something. Wildcards in it are letters of the name, as they may be in a companion's.
 bool FileExists(const std::string& path) noexcept;
 
 /// Hangs a new session of `trackCount` cleared tracks behind those of the record.

@@ -1,5 +1,5 @@
 /// @file
-/// The readers of foreign formats, one source unit for each.
+/// The readers of foreign formats and of plain sector files, one source unit for each.
 ///
 /// A reader takes the path as narrow text and a record that is all zero. On 0 the record is complete; on any
 /// other result, or when an exception leaves the reader, the caller empties what the record then holds.
@@ -11,6 +11,10 @@
 
 /// The service that makes and frees sheets comes first, the path and the record follow.
 using ImageReader = HRESULT (*)(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
+
+/// A plain sector file: one session of one track. The disc is taken for data without a look, and gets no identifier.
+/// @return ZSE_OUTOFRESOURCES, ZSE_BADIMAGE.
+HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 
 /// A CUE sheet with its data file: one session.
 /// @return ZSE_FILENOTFOUND without the data file, ZSE_CANNOTOPENIMAGE, ZSE_OUTOFRESOURCES, ZSE_FAILED for a

@@ -6,14 +6,13 @@
 #include <sstream>
 
 #include "foundation/file.h"
+#include "platform/text.h"
 
 namespace {
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n";
 constexpr std::size_t kIndentUnit = 3;
 constexpr std::size_t kWriteLimit = std::size_t{1} << 30; // One write takes a count of 32 bits.
-
-bool IsWhite(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 std::string Indent(std::size_t level) { return std::string(level * kIndentUnit, ' '); }
 
@@ -65,7 +64,7 @@ std::string ReadAll(CZSFile* file) {
 
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
   std::size_t i = 0;
-  while (i < text.size() && IsWhite(text[i])) {
+  while (i < text.size() && platform::IsBlank(text[i])) {
     ++i;
   }
   const bool negative = i < text.size() && text[i] == '-';

@@ -18,7 +18,7 @@
 #include "toc/tree_builder.h"
 
 /// The number at the start of a text: white space, one sign, decimal digits; what follows is ignored. Numbers
-/// beyond 32 bits come out as the nearest that 64 bits hold. None when there is no digit.
+/// beyond 64 bits come out as the nearest that 64 bits hold. None when there is no digit.
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept;
 
 class CZSSettingsDocument : public CZSTagParser {

@@ -53,7 +53,7 @@ void ReadTop(const CZSSettingsDocument& document, const std::string& path, const
   std::string sectorFile = path;
   ReplaceFileName(&sectorFile, binaryFile);
   info->bstrImageBinaryFile = NewBstr(sectorFile);
-  info->dwSeekEnd64 = ~UHYPER{0};
+  info->dwSeekEnd64 = kToEndOfFile;
   info->ZSImageFormat = ZSIMAGEFORMAT_ZSI;
   info->ZSBlockSize = ZSFILEBLOCKSIZE_2352;
   info->dwSeekBegin64 = 0;
@@ -142,19 +142,10 @@ HRESULT ReadSessions(IZSCueSheet* service, const CZSSettingsDocument& document, 
   return S_OK;
 }
 
-/// Value of a hexadecimal digit; -1 for any other character.
-int DigitValue(char c) noexcept {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  const char lower = static_cast<char>(c | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 /// The number that a pair of characters begins with; 0 when it begins with none.
 BYTE PairValue(char first, char second) noexcept {
-  const int high = DigitValue(first);
-  const int low = DigitValue(second);
+  const int high = platform::HexDigit(first);
+  const int low = platform::HexDigit(second);
   if (high < 0) {
     return 0;
   }

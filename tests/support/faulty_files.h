@@ -32,9 +32,6 @@ public:
   ssize_t Read(int file, void* buffer, std::size_t count) noexcept override {
     return Fails() ? -1 : m_next->Read(file, buffer, std::min(count, Most()));
   }
-  ssize_t ReadScattered(int file, const struct iovec* parts, int count) noexcept override {
-    return Fails() ? -1 : m_next->ReadScattered(file, parts, count);
-  }
   ssize_t Write(int file, const void* buffer, std::size_t count) noexcept override {
     return Fails() ? -1 : m_next->Write(file, buffer, std::min(count, Most()));
   }

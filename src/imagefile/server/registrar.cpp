@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "foundation/guard.h"
 #include "platform/files.h"
+#include "platform/guard.h"
 #include "platform/registry.h"
 
 namespace {

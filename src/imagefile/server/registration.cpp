@@ -6,11 +6,11 @@
 #include <memory>
 
 #include "disc/record_descriptions.h"
-#include "foundation/guard.h"
 #include "imagefile/server/class_factories.h"
 #include "imagefile/server/scripts.h"
 #include "platform/file_lookup.h"
 #include "platform/files.h"
+#include "platform/guard.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
-#include "imagefile/iso_image.h"
-
 #include "cuesheet/sheet_holder.h"
 #include "foundation/strings.h"
+#include "readers/readers.h"
 
 HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
   CZSSheetHolder sheet(service);
@@ -16,7 +15,7 @@ HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   info->bstrImageBinaryFile = NewBstr(path);
   info->ZSImageFormat = ZSIMAGEFORMAT_ISO;
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATA;
-  info->dwSeekEnd64 = ~UHYPER{0};
+  info->dwSeekEnd64 = kToEndOfFile;
   sheet.AttachTo(info);
   return S_OK;
 }
