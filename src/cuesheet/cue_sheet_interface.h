@@ -5,8 +5,11 @@
 #include "disc/records.h"
 #include "disc/result_codes.h"
 
+/// The class.
 inline constexpr CLSID CLSID_ZSCueSheet{0xCD37B6EB, 0xD22C, 0x4F42, {0x8C, 0x01, 0x89, 0xB0, 0x78, 0x73, 0x94, 0x30}};
+/// Its interface.
 inline constexpr IID IID_IZSCueSheet{0x315DBEA3, 0xA2E9, 0x40C5, {0x89, 0x30, 0x1C, 0x84, 0x2A, 0x2C, 0x88, 0x35}};
+/// The class by name.
 inline constexpr OLECHAR kProgIdCueSheet[] = u"ZSImageFile.ZSCueSheet";
 
 /// Messages of ExtractTrackToStream's callback, in ZSSTREAMPROGRESS::nMessage.
@@ -64,8 +67,12 @@ struct IZSCueSheet : IUnknown {
 
   /// Opens the data of one track as a stream that can only be read forward.
   /// @param imageFile The sector file. @param label Only told to the callback.
-  /// @param nBlockSizeData Bytes to take from each sector; 0 for all of it, at most 2448 and the block size.
-  /// @param CallBackPtr Address of a ZSStreamCallback, or null.
+  /// @param info The image, for where its sectors and their user data begin. @param track The track: from `dwLBA` up
+  /// to, not including, `dwEndLBA`; the pregap stays out. @param nBlockSizeData Bytes to take from each sector, from
+  /// its user data on; 0 for all of it, at most 2448 and the block size. @param CallBackPtr Address of a
+  /// ZSStreamCallback, or null. @param dwUserParam The callback's number. @param vtUser The callback's value, which is
+  /// copied. @param stream Receives the stream with one reference. It offers Read alone, to one reader at a time, and
+  /// keeps the file open.
   /// @return 1 when the file does not open or the block size does not fit; `*stream` is null on every failure.
   virtual HRESULT ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track,
                                        UINT nBlockSizeData, LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser,
@@ -84,7 +91,8 @@ struct IZSCueSheet : IUnknown {
   virtual HRESULT AllocCueSheet(ZSCUESHEET** sheet) = 0;
 
   /// Packs the text of a sheet as CD-Text, one block of single-byte text.
-  /// @param fWithSubChannel VARIANT_TRUE spreads the packs over 96-byte groups of R-W symbols.
+  /// @param sheet The texts; audio tracks alone have a say. @param fWithSubChannel VARIANT_TRUE spreads the packs over
+  /// 96-byte groups of R-W symbols.
   /// @param data Receives a block that the caller frees with CoTaskMemFree. @param length Its bytes.
   /// @return 1 when the sheet has no CD-Text; E_OUTOFMEMORY.
   virtual HRESULT EncodeCDText(ZSCUESHEET* sheet, VARIANT_BOOL fWithSubChannel, BYTE** data, LONG* length) = 0;
@@ -98,7 +106,8 @@ struct IZSCueSheet : IUnknown {
   /// Replaces all texts of a sheet and its tracks by those of another; tracks that either lacks stay out of it.
   virtual HRESULT CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) = 0;
 
-  /// Frees what the tracks own and, with VARIANT_TRUE alone, the tracks, the texts and the sheet itself.
+  /// Frees what the tracks own and, with VARIANT_TRUE alone, the tracks, the texts and the sheet itself. After any
+  /// other value the tracks' pointers are stale: neither read nor free them again.
   virtual HRESULT FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) = 0;
 
   /// Frees the seven texts; the catalogue number stays.

@@ -4,11 +4,11 @@
 
 #include "platform/base_types.h"
 
-inline constexpr LONG kFramesPerSecond = 75;
-inline constexpr LONG kFramesPerMinute = 60 * kFramesPerSecond;
+inline constexpr LONG kFramesPerSecond = 75;                    ///< Sectors of one second.
+inline constexpr LONG kFramesPerMinute = 60 * kFramesPerSecond; ///< Sectors of one minute.
 /// Sectors of the pause before LBA 0: the time 00:02:00 is LBA 0.
 inline constexpr LONG kPause = 150;
-inline constexpr ULONG kNoTime = 0xFFFFFFFF;
+inline constexpr ULONG kNoTime = 0xFFFFFFFF; ///< What a position without time gives.
 
 /// The sector number of a time. Each number is cut to 8 bits; 90 minutes and more count down from the end of
 /// the lead-in and give negative positions.
@@ -28,6 +28,9 @@ constexpr ULONG LbaToMsf(LONG lba) noexcept {
   return static_cast<ULONG>((frames / kFramesPerMinute << 16) | (seconds << 8) | frames % kFramesPerSecond);
 }
 
+/// Minutes of a packed time, 0 to 255.
 constexpr ULONG MinutesOf(ULONG msf) noexcept { return (msf >> 16) & 0xFF; }
+/// Seconds of a packed time.
 constexpr ULONG SecondsOf(ULONG msf) noexcept { return (msf >> 8) & 0xFF; }
+/// Frames of a packed time.
 constexpr ULONG FramesOf(ULONG msf) noexcept { return msf & 0xFF; }

@@ -116,10 +116,10 @@ inline constexpr ULONG kNoIndex = 0xFFFFFFFF;   ///< An absent entry of ZSTRACK:
 
 /// The four bytes of an XA sub-header (CD-ROM XA).
 struct ZSXA {
-  BYTE FileNumber;
-  BYTE ChannelNumber;
-  BYTE SubMode;
-  BYTE CodeInformation;
+  BYTE FileNumber;      ///< File that the sector belongs to; 0 for none.
+  BYTE ChannelNumber;   ///< Channel inside the file, 0 to 31.
+  BYTE SubMode;         ///< Bits: end, video, audio, data, trigger, form 2, real time, end of file.
+  BYTE CodeInformation; ///< How audio or video is coded; 0 for data.
 };
 
 /// One piece of a track's data. Made by IZSCueSheet::PrepareTracks, one for each track.
@@ -135,44 +135,46 @@ struct ZSFILESTRUCT {
   UHYPER dwFromSeek64;            ///< 0 for a session's first track, all ones for every later one.
 };
 
-/// Text of a disc, as CD-Text or a CUE sheet gives it.
+/// Text of a disc, as CD-Text (Red Book) or a CUE sheet gives it. Each string is null when there is no text.
 struct ZSCDTEXT {
   VARIANT_BOOL CDTextPresent; ///< True once decoded CD-Text was stored here.
-  BSTR bstrMCN;               ///< Media catalogue number, at most 13 characters; there with or without CD-Text.
-  BSTR bstrTitle;
-  BSTR bstrComposer;
-  BSTR bstrPerformer;
-  BSTR bstrSongwriter;
-  BSTR bstrArranger;
-  BSTR bstrGenre;
-  BSTR bstrMessage;
-  zscdtextlang Language; ///< Written into encoded CD-Text; no decoder sets it.
+  BSTR bstrMCN;               ///< Media catalogue number: 13 digits, if it is well-formed. Needs no CD-Text.
+  BSTR bstrTitle;             ///< Title.
+  BSTR bstrComposer;          ///< Who wrote the music.
+  BSTR bstrPerformer;         ///< Who plays.
+  BSTR bstrSongwriter;        ///< Who wrote the words.
+  BSTR bstrArranger;          ///< Who arranged it.
+  BSTR bstrGenre;             ///< Genre, as text.
+  BSTR bstrMessage;           ///< Message of the maker.
+  zscdtextlang Language;      ///< Written into encoded CD-Text; no decoder sets it.
 };
 
-/// One track. It lies in the image from `dwLBA` - `Pregap` up to, not including, `dwEndLBA`.
+/// One track. It lies in the image from `dwLBA` - `Pregap` up to, not including, `dwEndLBA`. Positions are those of
+/// the disc; those of a CUE sheet count from the start of the data file. Each string is null when there is no text.
 struct ZSTRACK {
-  UINT TNO;         ///< Number of the track, from 1 in each session; a CUE sheet's own number.
-  ULONG* pdwIndex;  ///< Positions of the indexes, from index 0 on; kNoIndex where absent. Null
-                    ///< when the format gives none. In task memory.
-  BYTE nCountIndex; ///< Number of elements of `pdwIndex`.
-  LONG Pregap;      ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
-  ULONG dwLBA;      ///< Position of index 1, the first sector of the track proper.
-  ULONG dwEndLBA;   ///< First position behind the track.
-  LONG Postgap;     ///< Sectors that stand in the image behind the track.
-  ZSMODETYPE Mode;
+  UINT TNO;                          ///< Number of the track, from 1 in each session; a CUE sheet's own number.
+  ULONG* pdwIndex;                   ///< Positions of the indexes, from index 0 on; kNoIndex where absent. In task
+                                     ///< memory. Null from formats other than CUE and NRG.
+  BYTE nCountIndex;                  ///< Number of elements of `pdwIndex`.
+  LONG Pregap;                       ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
+  ULONG dwLBA;                       ///< Position of index 1, the first sector of the track proper.
+  ULONG dwEndLBA;                    ///< First position behind the track.
+  LONG Postgap;                      ///< Sectors that stand in the image behind the track; 0 but from a TOC file.
+  ZSMODETYPE Mode;                   ///< ZSMODE_AUDIO, ZSMODE_1 or ZSMODE_2; a plain file of raw sectors may also be
+                                     ///< ZSMODE_2_FORM2.
   ZSFILEBLOCKSIZECUE BlockSize;      ///< Bytes of one sector of this track in the image file.
   ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size reported upward into zsimagefileinfo::ZSBlockSize.
   LONG Flags;                        ///< ZSTRACKFLAG_ bits.
   VARIANT varFiles;                  ///< Empty, or `vt` exactly VT_ARRAY with a SAFEARRAY of ZSFILESTRUCT.
-  BSTR bstrTitle;
-  BSTR bstrComposer;
-  BSTR bstrPerformer;
-  BSTR bstrSongwriter;
-  BSTR bstrArranger;
-  BSTR bstrGenre;
-  BSTR bstrMessage;
-  BSTR bstrISRC;       ///< International standard recording code, at most 12 characters.
-  UHYPER dwReserved64; ///< Byte offset of the track in the image file, where a reader knows it.
+  BSTR bstrTitle;                    ///< Title.
+  BSTR bstrComposer;                 ///< Who wrote the music.
+  BSTR bstrPerformer;                ///< Who plays.
+  BSTR bstrSongwriter;               ///< Who wrote the words.
+  BSTR bstrArranger;                 ///< Who arranged it.
+  BSTR bstrGenre;                    ///< Genre, as text.
+  BSTR bstrMessage;                  ///< Message of the maker.
+  BSTR bstrISRC;                     ///< International standard recording code: 12 characters, if it is well-formed.
+  UHYPER dwReserved64; ///< Byte offset of the track in the image file from CUE, MDS and NRG track at once.
 };
 
 /// One session.
@@ -186,10 +188,10 @@ struct ZSCUESHEET {
 /// One image.
 struct zsimagefileinfo {
   LONG lMask;                            ///< ZSIMAGEMASK_ bits.
-  BSTR bstrImageBinaryFile;              ///< Path of the file that holds the sectors.
+  BSTR bstrImageBinaryFile;              ///< Path of the file that holds the sectors; see ResolveFilePath.
   zsimgformat ZSImageFormat;             ///< Format of the description.
   ::ZSTYPEPROJECT ZSTYPEPROJECT;         ///< What the disc is.
-  ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks.
+  ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks; 0 for a sheet of audio.
   ZSCUESHEET* pZSCueSheet[kMaxSessions]; ///< One sheet per session, in disc order; the rest is null.
   USHORT nSessions;                      ///< Number of sessions, at most 99.
   UHYPER dwSeekBegin64;                  ///< Byte offset of the image's first sector in its file.
@@ -202,37 +204,38 @@ struct zsimagefileinfo {
 
 /// One descriptor of a READ TOC response (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
 struct zsmmctoc {
-  BYTE reserved;
-  BYTE bitFields;
-  BYTE TrackNumber;
-  BYTE Reserved1;
-  BYTE LBA_MSB0;
-  BYTE LBA_MSB1;
-  BYTE LBA_LSB0;
-  BYTE LBA_LSB1;
+  BYTE reserved;    ///< 0.
+  BYTE bitFields;   ///< ADR in the upper half, control bits in the lower.
+  BYTE TrackNumber; ///< 1 to 99; 0xAA for the lead-out.
+  BYTE Reserved1;   ///< 0.
+  BYTE LBA_MSB0;    ///< Start of the track, highest byte.
+  BYTE LBA_MSB1;    ///< Second byte.
+  BYTE LBA_LSB0;    ///< Third byte.
+  BYTE LBA_LSB1;    ///< Lowest byte.
 };
 
 /// A READ TOC response of format 0 (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
 struct zsmmcreadtoc0 {
-  BYTE TOCDataLength_MSB;
-  BYTE TOCDataLength_LSB;
-  BYTE FirstTrackNumber;
-  BYTE LastTrackNumber;
-  zsmmctoc Toc;
+  BYTE TOCDataLength_MSB; ///< Bytes that follow, high byte.
+  BYTE TOCDataLength_LSB; ///< Low byte.
+  BYTE FirstTrackNumber;  ///< 1 to 99.
+  BYTE LastTrackNumber;   ///< 1 to 99.
+  zsmmctoc Toc;           ///< The first descriptor.
 };
 
 /// The first of a run of CD-Text packs, 18 bytes each, back to back; `pData` is no part of the run.
 struct zsmmccdtext {
-  BYTE Header[4];
-  BYTE TextData[12];
-  BYTE CRC[2];
-  BYTE* pData;
+  BYTE Header[4];    ///< Type, track, sequence number, block and position.
+  BYTE TextData[12]; ///< Text, or binary data of some types.
+  BYTE CRC[2];       ///< Check bytes, big-endian, inverted; 0 where there are none.
+  BYTE* pData;       ///< Not read.
 };
 
 #pragma pack(pop)
 
 // The contract's sizes and places: P is how many bytes pointers add on the target.
 namespace record_layout {
+/// @cond
 inline constexpr std::size_t P = sizeof(void*) - 4;
 
 static_assert(sizeof(ZSXA) == 4);
@@ -278,4 +281,5 @@ static_assert(offsetof(zsimagefileinfo, lReserved) == 444 + 100 * P);
 
 static_assert(sizeof(zsmmctoc) == 8 && sizeof(zsmmcreadtoc0) == 12 && sizeof(zsmmccdtext) == 22 + P);
 static_assert(alignof(ZSTRACK) == 1 && alignof(zsimagefileinfo) == 1);
+/// @endcond
 } // namespace record_layout

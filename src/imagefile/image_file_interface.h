@@ -5,8 +5,11 @@
 #include "disc/records.h"
 #include "disc/result_codes.h"
 
+/// The class.
 inline constexpr CLSID CLSID_ZSImageFile{0xAE7CB71D, 0x5121, 0x409C, {0xAE, 0xA7, 0x4A, 0x9E, 0xAC, 0xB3, 0xC3, 0x54}};
+/// Its interface.
 inline constexpr IID IID_IZSImageFile{0xAECC35E5, 0x5E47, 0x4670, {0x9F, 0x6A, 0xC4, 0x8B, 0xC2, 0x3B, 0x25, 0xAB}};
+/// The class by name.
 inline constexpr OLECHAR kProgIdImageFile[] = u"ZSImageFile.ZSImageFile";
 
 /// Operations answer 0 on success; a null pointer for a required argument gives E_INVALIDARG. Objects keep no
@@ -17,6 +20,7 @@ struct IZSImageFile : IUnknown {
 
   /// Reads an image. The format is chosen by the last four characters of the path, in any case: .ISO, .CUE,
   /// .NRG, .CCD, .MDS, .ZSI; .BWT and .B5T are known and refused.
+  /// @param path Of the description; in the file's own spelling or in any case.
   /// @param info Storage of the caller, cleared first; it must not be null, and what it held is not freed. On
   /// every failure it comes back all zero.
   /// @return ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_FILENOTFOUND, ZSE_FAILED, ZSE_OUTOFRESOURCES,
@@ -25,6 +29,7 @@ struct IZSImageFile : IUnknown {
 
   /// Writes the description that `ZSImageFormat` of the record asks for: a CUE sheet of the first session, or a
   /// native TOC file with raw CD-Text packs. The file is not tested afterwards.
+  /// @param path Of the new file. @param info The record; a TOC file makes `bstrImageBinaryFile` name its data file.
   /// @param pToc Not read. @param nTracks Not read.
   /// @param pCDText A run of packs of 18 bytes, or null. @param nLength Its bytes.
   /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats; E_FAIL, E_OUTOFMEMORY.
@@ -47,7 +52,8 @@ struct IZSImageFile : IUnknown {
   /// The byte position in the sector file for a sector. In a one-session image it is where the track that holds
   /// the sector begins, pregap included; in others it is the sector's own. A sector in no track gives the end of
   /// the last, or the start of the last session. Every session needs at least one track.
-  /// @param pLength64 Bytes of the track, or null; not written when no track of the first session holds the
+  /// @param info The record. @param dwLBA The sector. @param pSeek64 Receives bytes from the start of the sector file.
+  /// @param pLength64 Receives bytes of the track, or null; not written when no track of the first session holds the
   /// sector.
   virtual HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) = 0;
 

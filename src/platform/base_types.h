@@ -8,23 +8,23 @@
 #include <cstddef>
 #include <cstdint>
 
-using BYTE = std::uint8_t;
-using WORD = std::uint16_t;
-using USHORT = std::uint16_t;
-using DWORD = std::uint32_t;
-using UINT = std::uint32_t;
-using ULONG = std::uint32_t;
+using BYTE = std::uint8_t;    ///< Unsigned, 8 bits.
+using WORD = std::uint16_t;   ///< Unsigned, 16 bits.
+using USHORT = std::uint16_t; ///< Unsigned, 16 bits.
+using DWORD = std::uint32_t;  ///< Unsigned, 32 bits.
+using UINT = std::uint32_t;   ///< Unsigned, 32 bits.
+using ULONG = std::uint32_t;  ///< Unsigned, 32 bits on every target.
 /// Signed 32 bits on every target, where the language's own `long` may have 64.
 using LONG = std::int32_t;
-using UHYPER = std::uint64_t;
+using UHYPER = std::uint64_t; ///< Unsigned, 64 bits.
 
 /// Result of an operation: 0 and above is success, below 0 is failure. See platform/result_codes.h.
 using HRESULT = std::int32_t;
 
 /// A truth value of 16 bits. Only VARIANT_TRUE is true; any other value counts as false.
 using VARIANT_BOOL = std::int16_t;
-inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
-inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
+inline constexpr VARIANT_BOOL VARIANT_TRUE = -1; ///< All 16 bits set.
+inline constexpr VARIANT_BOOL VARIANT_FALSE = 0; ///< What every record starts with.
 
 /// One unit of wide text, UTF-16 in the machine's byte order.
 using OLECHAR = char16_t;

@@ -31,6 +31,7 @@ UINT SysStringByteLen(BSTR text) noexcept;
 
 /// Frees with SysFreeString.
 struct BstrFree {
+  /// Null is accepted.
   void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
 };
 

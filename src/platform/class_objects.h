@@ -8,22 +8,23 @@
 
 #include "platform/unknown.h"
 
-inline constexpr DWORD CLSCTX_INPROC_SERVER = 1;
-inline constexpr DWORD CLSCTX_ALL = 23;
+inline constexpr DWORD CLSCTX_INPROC_SERVER = 1; ///< Objects in this process, the only ones that are offered.
+inline constexpr DWORD CLSCTX_ALL = 23;          ///< Wherever they live; CLSCTX_INPROC_SERVER is among its bits.
 
 /// Gives a class's factory, in the manner of a library's own entry point `DllGetClassObject`.
 using GetClassObjectFunction = HRESULT (*)(REFCLSID clsid, REFIID iid, void** factory);
 
 /// One class that a library of this process offers.
 struct ProcessClass {
-  CLSID clsid;
-  const OLECHAR* progId; ///< Without version suffix.
-  GetClassObjectFunction getClassObject;
-  ProcessClass* next; ///< Used by the platform layer; null before registration.
+  CLSID clsid;                           ///< The class.
+  const OLECHAR* progId;                 ///< Its name, without version suffix.
+  GetClassObjectFunction getClassObject; ///< Gives its factory.
+  ProcessClass* next;                    ///< Used by the platform layer; null before registration.
 };
 
 /// Makes a class known to this process until it is revoked. The entry must live that long.
 void RegisterProcessClass(ProcessClass* entry) noexcept;
+/// Takes a class back. Without effect for one that is not registered.
 void RevokeProcessClass(ProcessClass* entry) noexcept;
 
 extern "C" {

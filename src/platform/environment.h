@@ -17,9 +17,11 @@
 class Allocator {
 public:
   virtual ~Allocator() = default;
+  /// A block of `size` bytes, aligned for any type.
   virtual void* Allocate(std::size_t size) noexcept = 0;
   /// As `realloc`: on null the old block stands unchanged.
   virtual void* Reallocate(void* block, std::size_t size) noexcept = 0;
+  /// Null is accepted.
   virtual void Free(void* block) noexcept = 0;
 };
 
@@ -28,25 +30,37 @@ public:
 class FileOperations {
 public:
   virtual ~FileOperations() = default;
+  /// As `open`.
   virtual int Open(const char* path, int flags, mode_t mode) noexcept = 0;
+  /// As `close`.
   virtual int Close(int descriptor) noexcept = 0;
+  /// As `dup`.
   virtual int Duplicate(int descriptor) noexcept = 0;
+  /// As `read`.
   virtual ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept = 0;
+  /// As `write`.
   virtual ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept = 0;
+  /// As `lseek`.
   virtual off_t Seek(int descriptor, off_t distance, int origin) noexcept = 0;
+  /// As `ftruncate`.
   virtual int Truncate(int descriptor, off_t size) noexcept = 0;
   /// Takes the file for this descriptor alone, or fails at once with EWOULDBLOCK.
   virtual int LockExclusive(int descriptor) noexcept = 0;
   /// The same, but waits until nobody else has it.
   virtual int LockWaiting(int descriptor) noexcept = 0;
+  /// Gives the lock of either call back.
   virtual int Unlock(int descriptor) noexcept = 0;
   /// Returns when all that was written has reached the medium; for a folder, when its names have.
   virtual int Sync(int descriptor) noexcept = 0;
   /// Puts a file in the place of another in one step.
   virtual int Rename(const char* from, const char* to) noexcept = 0;
+  /// As `unlink`.
   virtual int Unlink(const char* path) noexcept = 0;
+  /// As `mkdir`.
   virtual int MakeFolder(const char* path, mode_t mode) noexcept = 0;
+  /// As `fstat`.
   virtual int Status(int descriptor, struct stat* status) noexcept = 0;
+  /// As `stat`: links are followed.
   virtual int PathStatus(const char* path, struct stat* status) noexcept = 0;
   /// The names in a folder, in no order, without "." and "..".
   virtual int ListFolder(const char* path, std::vector<std::string>* names) noexcept = 0;
@@ -56,8 +70,8 @@ class MessageHandler;
 
 /// What the layer currently works with. Allocator and files are never null.
 struct Environment {
-  Allocator* allocator;
-  FileOperations* files;
+  Allocator* allocator;               ///< Source of task memory.
+  FileOperations* files;              ///< Way to the file system.
   MessageHandler* messages = nullptr; ///< The host's way to show messages (platform/message_box.h), if it has one.
 };
 

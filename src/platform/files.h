@@ -14,46 +14,51 @@
 
 /// An open file. The number is the descriptor of the file operations in use.
 enum class HANDLE : std::int32_t {};
-inline constexpr HANDLE INVALID_HANDLE_VALUE{-1};
+inline constexpr HANDLE INVALID_HANDLE_VALUE{-1}; ///< No file.
 
-inline constexpr DWORD GENERIC_READ = 0x80000000U;
-inline constexpr DWORD GENERIC_WRITE = 0x40000000U;
+inline constexpr DWORD GENERIC_READ = 0x80000000U;  ///< Access to read.
+inline constexpr DWORD GENERIC_WRITE = 0x40000000U; ///< Access to write.
 
-inline constexpr DWORD FILE_SHARE_NONE = 0; ///< For writing: fails while another writer of this kind has the file.
-inline constexpr DWORD FILE_SHARE_READ = 1;
-inline constexpr DWORD FILE_SHARE_WRITE = 2;
+inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< For writing: fails while another writer of this kind has the file.
+inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Takes no lock, as every value but FILE_SHARE_NONE.
+inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< The same.
 
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Makes the file, or empties the one that exists.
-inline constexpr DWORD OPEN_EXISTING = 3;
+inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails when there is no file.
 
-inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
-inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10; ///< A folder.
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;    ///< Anything else.
 
-inline constexpr DWORD FILE_BEGIN = 0;
-inline constexpr DWORD FILE_CURRENT = 1;
-inline constexpr DWORD FILE_END = 2;
+inline constexpr DWORD FILE_BEGIN = 0;   ///< Distances count from the start of the file.
+inline constexpr DWORD FILE_CURRENT = 1; ///< From the current position.
+inline constexpr DWORD FILE_END = 2;     ///< From the end of the file.
 
-inline constexpr DWORD ERROR_SUCCESS = 0;
-inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
-inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
-inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
-inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
-inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
-inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
-inline constexpr DWORD ERROR_WRITE_PROTECT = 19;
-inline constexpr DWORD ERROR_GEN_FAILURE = 31;
-inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
-inline constexpr DWORD ERROR_HANDLE_EOF = 38;
-inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
-inline constexpr DWORD ERROR_DISK_FULL = 112;
-inline constexpr DWORD ERROR_INVALID_NAME = 123;
-inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;
-inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206;
-inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223;
-inline constexpr DWORD ERROR_IO_DEVICE = 1117;
+/// @name System errors
+/// What GetLastError answers. HRESULT_FROM_WIN32 makes result codes of them.
+/// @{
+inline constexpr DWORD ERROR_SUCCESS = 0;                ///< No error.
+inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;         ///< The path names no file.
+inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;         ///< A folder of the path is missing, or is none.
+inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;    ///< The process or the system has no descriptor left.
+inline constexpr DWORD ERROR_ACCESS_DENIED = 5;          ///< No permission, or neither a file nor a block device.
+inline constexpr DWORD ERROR_INVALID_HANDLE = 6;         ///< The handle is not open.
+inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;      ///< Memory cannot be had.
+inline constexpr DWORD ERROR_WRITE_PROTECT = 19;         ///< The file system is mounted for reading only.
+inline constexpr DWORD ERROR_GEN_FAILURE = 31;           ///< Any error without a number of its own here.
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;     ///< Another writer has the file.
+inline constexpr DWORD ERROR_HANDLE_EOF = 38;            ///< The file ends before the bytes that are needed.
+inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;     ///< An argument is null or out of its range.
+inline constexpr DWORD ERROR_DISK_FULL = 112;            ///< No space is left, or the user's share of it is used up.
+inline constexpr DWORD ERROR_INVALID_NAME = 123;         ///< The path cannot name a file.
+inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;        ///< The position would be before the start.
+inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206; ///< The path is longer than the system takes.
+inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223; ///< Larger than the file system or the limit of the process takes.
+inline constexpr DWORD ERROR_IO_DEVICE = 1117;     ///< The device failed.
+/// @}
 
 /// Reason of this thread's last failure. Success does not reset it.
 DWORD GetLastError() noexcept;
+/// Sets it, also to ERROR_SUCCESS.
 void SetLastError(DWORD error) noexcept;
 
 /// Opens or creates a file. Access is one of GENERIC_READ and GENERIC_WRITE; attributes play no part here.
@@ -84,9 +89,9 @@ DWORD GetFileSize(HANDLE file, DWORD* high) noexcept;
 /// What a lookup tells of a file.
 struct WIN32_FIND_DATAA {
   DWORD dwFileAttributes; ///< FILE_ATTRIBUTE_DIRECTORY or FILE_ATTRIBUTE_NORMAL.
-  DWORD nFileSizeHigh;
-  DWORD nFileSizeLow; ///< Folders have size 0.
-  std::string cFileName;
+  DWORD nFileSizeHigh;    ///< High half of the size in bytes.
+  DWORD nFileSizeLow;     ///< Low half. Folders have size 0.
+  std::string cFileName;  ///< Name without folder, as it is spelled on disk.
 };
 
 /// Looks up a file or folder by path, or by a pattern with `*` and `?` in its last component when no file has
@@ -100,13 +105,17 @@ bool FindClose(HANDLE find) noexcept;
 class UniqueHandle {
 public:
   UniqueHandle() = default;
+  /// Takes over an open file, or INVALID_HANDLE_VALUE.
   explicit UniqueHandle(HANDLE file) noexcept : m_file(file) {}
   UniqueHandle(const UniqueHandle&) = delete;
   UniqueHandle& operator=(const UniqueHandle&) = delete;
   ~UniqueHandle() { Reset(); }
 
+  /// The file, which stays owned.
   HANDLE Get() const noexcept { return m_file; }
+  /// Whether a file is open.
   explicit operator bool() const noexcept { return m_file != INVALID_HANDLE_VALUE; }
+  /// Closes the file and takes over another.
   void Reset(HANDLE file = INVALID_HANDLE_VALUE) noexcept {
     if (m_file != INVALID_HANDLE_VALUE) {
       CloseHandle(m_file);

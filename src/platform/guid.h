@@ -9,20 +9,21 @@
 
 /// A 128-bit identifier in its usual four parts.
 struct GUID {
-  std::uint32_t Data1;
-  std::uint16_t Data2;
-  std::uint16_t Data3;
-  BYTE Data4[8];
+  std::uint32_t Data1; ///< First group of the text form.
+  std::uint16_t Data2; ///< Second group.
+  std::uint16_t Data3; ///< Third group.
+  BYTE Data4[8];       ///< Fourth and fifth groups, in the order of the text.
 
+  /// Equal in all 128 bits.
   friend bool operator==(const GUID&, const GUID&) = default;
 };
 static_assert(sizeof(GUID) == 16);
 
-using CLSID = GUID;
-using IID = GUID;
-using REFGUID = const GUID&;
-using REFCLSID = const GUID&;
-using REFIID = const GUID&;
+using CLSID = GUID;           ///< Of a class.
+using IID = GUID;             ///< Of an interface.
+using REFGUID = const GUID&;  ///< As an argument.
+using REFCLSID = const GUID&; ///< As an argument.
+using REFIID = const GUID&;   ///< As an argument.
 
 /// The text form with braces, upper case: "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}".
 std::string StringFromGUID(REFGUID guid);

@@ -12,7 +12,8 @@ inline constexpr UINT MB_ICONSTOP = 0x10; ///< With the icon of an error.
 class MessageHandler {
 public:
   virtual ~MessageHandler() = default;
-  /// Shows narrow text and returns when the user has dismissed it. @param type MB_ bits.
+  /// Shows a message and returns when the user has dismissed it.
+  /// @param text Narrow text. @param caption Narrow text. @param type MB_ bits.
   virtual void Show(std::string_view text, std::string_view caption, UINT type) noexcept = 0;
 };
 

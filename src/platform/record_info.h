@@ -14,30 +14,31 @@ enum class RecordFieldKind {
 
 /// One field that owns something.
 struct RecordField {
-  RecordFieldKind kind;
+  RecordFieldKind kind;    ///< What it owns.
   std::size_t offset;      ///< Of the field, in bytes from the start of the record.
   std::size_t countOffset; ///< Table only: of the BYTE that counts its elements.
 };
 
 /// A record type. Descriptions are constants that live as long as the library that has them.
 struct RecordDescription {
-  GUID guid;
-  const OLECHAR* name;
-  std::size_t size; ///< Bytes of one record.
-  const RecordField* fields;
-  std::size_t fieldCount;
+  GUID guid;                 ///< Identifier of the type.
+  const OLECHAR* name;       ///< Its name, zero-terminated.
+  std::size_t size;          ///< Bytes of one record.
+  const RecordField* fields; ///< The fields that own something.
+  std::size_t fieldCount;    ///< Number of elements of `fields`.
 };
 
 /// A set of record types that is found by its own identifier.
 struct TypeLibraryDescription {
-  GUID guid;
-  WORD major;
-  WORD minor;
-  const RecordDescription* records;
-  std::size_t recordCount;
-  TypeLibraryDescription* next; ///< Used by the platform layer; null before registration.
+  GUID guid;                        ///< Identifier of the library.
+  WORD major;                       ///< Version.
+  WORD minor;                       ///< Version.
+  const RecordDescription* records; ///< The types.
+  std::size_t recordCount;          ///< Number of elements of `records`.
+  TypeLibraryDescription* next;     ///< Used by the platform layer; null before registration.
 };
 
+/// Of IRecordInfo.
 inline constexpr IID IID_IRecordInfo{0x0000002F, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 /// Operations on records of one type, given as plain memory.
@@ -48,6 +49,7 @@ struct IRecordInfo : IUnknown {
   virtual HRESULT RecordClear(void* record) = 0;
   /// Clears `target`, then makes it a deep copy of `source`. On failure `target` is the empty record.
   virtual HRESULT RecordCopy(const void* source, void* target) = 0;
+  /// The identifier of the type.
   virtual HRESULT GetGuid(GUID* guid) = 0;
   /// A new string that the caller frees.
   virtual HRESULT GetName(BSTR* name) = 0;
@@ -58,11 +60,14 @@ protected:
   ~IRecordInfo() = default;
 };
 
+/// Of ITypeInfo.
 inline constexpr IID IID_ITypeInfo{0x00020401, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+/// Of ITypeLib.
 inline constexpr IID IID_ITypeLib{0x00020402, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 /// One type of a library.
 struct ITypeInfo : IUnknown {
+  /// The description, which the library owns.
   virtual const RecordDescription* Description() = 0;
 
 protected:
@@ -80,6 +85,7 @@ protected:
 
 /// Makes a library known to this process until it is revoked. The description must outlive every use of it.
 void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept;
+/// Takes a library back. Without effect for one that is not registered.
 void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept;
 
 extern "C" {

@@ -27,10 +27,10 @@ inline constexpr DWORD ERROR_BADDB = 1009;    ///< The registry's file breaks th
 
 /// One value of a key.
 struct RegistryValue {
-  std::string name; ///< As it was spelled; empty for the value without a name.
-  DWORD type = REG_SZ;
-  std::string text; ///< REG_SZ only.
-  DWORD number = 0; ///< REG_DWORD only.
+  std::string name;    ///< As it was spelled; empty for the value without a name.
+  DWORD type = REG_SZ; ///< REG_SZ or REG_DWORD.
+  std::string text;    ///< REG_SZ only.
+  DWORD number = 0;    ///< REG_DWORD only.
 };
 
 /// One key with all that stands below it, as a copy in memory. Paths are relative to the key, their names
@@ -54,7 +54,9 @@ struct RegistryKey {
   std::string Text(std::string_view valueName) const;
   /// Adds a value, or replaces it. A text ends at its first zero byte.
   void SetText(std::string_view valueName, std::string_view content);
+  /// The same with a number.
   void SetNumber(std::string_view valueName, DWORD number);
+  /// Removes a value, if it is there.
   void RemoveValue(std::string_view valueName);
 };
 
@@ -73,18 +75,20 @@ DWORD ChangeRegistry(const std::function<DWORD(RegistryKey* registry)>& change);
 
 /// An open key, or a root.
 enum class HKEY : std::uintptr_t {};
-inline constexpr HKEY HKEY_CLASSES_ROOT{0x80000000U};
-inline constexpr HKEY HKEY_CURRENT_USER{0x80000001U};
+inline constexpr HKEY HKEY_CLASSES_ROOT{0x80000000U}; ///< Root of the classes.
+inline constexpr HKEY HKEY_CURRENT_USER{0x80000001U}; ///< Root of the user's settings.
 
 inline constexpr DWORD KEY_READ = 0x20019; ///< The one kind of access that is offered.
 
 /// Opens a key below another. It is seen as it stands at this moment until it is closed.
-/// @param subKey Null or empty for the key itself.
+/// @param key A root or an open key. @param subKey Null or empty for the key itself. @param options Not read.
+/// @param access Not read. @param opened Receives the key, which RegCloseKey closes.
 /// @return 0; ERROR_FILE_NOT_FOUND when there is no such key, with `*opened` unchanged; ERROR_INVALID_PARAMETER for
 /// a null `opened`; else as ReadRegistry.
 DWORD RegOpenKeyExA(HKEY key, const char* subKey, DWORD options, DWORD access, HKEY* opened) noexcept;
 
-/// Copies the data of a value. @param name Null or empty for the value without a name.
+/// Copies the data of a value.
+/// @param key A root or an open key. @param reserved Not read. @param name Null or empty for the value without a name.
 /// @param type Receives REG_SZ or REG_DWORD; may be null.
 /// @param data Receives the data; may be null. @param size Bytes at `data`; receives the bytes that the data have.
 /// It may be null only when `data` is.

@@ -7,7 +7,7 @@
 /// Makes a result code of its 32 bits, so that codes can be written as they are known: 0x80004005.
 constexpr HRESULT MakeResult(std::uint32_t bits) noexcept { return static_cast<HRESULT>(bits); }
 
-inline constexpr HRESULT S_OK = 0;
+inline constexpr HRESULT S_OK = 0;                                           ///< Success.
 inline constexpr HRESULT S_FALSE = 1;                                        ///< Nothing done, with no error.
 inline constexpr HRESULT E_NOTIMPL = MakeResult(0x80004001);                 ///< The operation is not offered.
 inline constexpr HRESULT E_NOINTERFACE = MakeResult(0x80004002);             ///< The object lacks the interface.
@@ -28,7 +28,9 @@ inline constexpr HRESULT CO_E_CLASSSTRING = MakeResult(0x800401F3);          ///
 inline constexpr HRESULT CO_E_DLLNOTFOUND = MakeResult(0x800401F8);          ///< The class's library does not load.
 inline constexpr HRESULT CO_E_ERRORINDLL = MakeResult(0x800401F9);           ///< It loads, and offers no classes.
 
+/// Success, S_FALSE included.
 constexpr bool SUCCEEDED(HRESULT result) noexcept { return result >= 0; }
+/// Any failure.
 constexpr bool FAILED(HRESULT result) noexcept { return result < 0; }
 
 /// The result code of a system error (platform/files.h): 0 stays 0, a positive number gets the facility of the

@@ -6,7 +6,7 @@
 
 #include "platform/record_info.h"
 
-using VARTYPE = std::uint16_t;
+using VARTYPE = std::uint16_t; ///< Type of a value or an element: one of the VT_ numbers.
 
 /// Bounds of one dimension.
 struct SAFEARRAYBOUND {
@@ -20,15 +20,15 @@ inline constexpr USHORT FADF_RECORD = 0x0020;    ///< Elements are records with 
 
 /// The head of an array. Made by SafeArrayCreateEx only; hosts read it and change nothing but `fFeatures`.
 struct SAFEARRAY {
-  USHORT cDims;     ///< Dimensions; 1 for every array made here.
-  USHORT fFeatures; ///< FADF_ bits.
-  ULONG cbElements; ///< Bytes of one element.
-  ULONG cLocks;     ///< Accesses that have not ended.
-  void* pvData;     ///< The elements, back to back.
-  SAFEARRAYBOUND rgsabound[1];
+  USHORT cDims;                ///< Dimensions; 1 for every array made here.
+  USHORT fFeatures;            ///< FADF_ bits.
+  ULONG cbElements;            ///< Bytes of one element.
+  ULONG cLocks;                ///< Accesses that have not ended.
+  void* pvData;                ///< The elements, back to back.
+  SAFEARRAYBOUND rgsabound[1]; ///< One for each dimension.
 };
 
-inline constexpr VARTYPE VT_RECORD = 36;
+inline constexpr VARTYPE VT_RECORD = 36; ///< Records with a description.
 
 extern "C" {
 
@@ -62,13 +62,17 @@ HRESULT SafeArrayGetRecordInfo(SAFEARRAY* array, IRecordInfo** record) noexcept;
 /// Ends the access that it began, on every way out.
 class SafeArrayAccess {
 public:
+  /// Begins an access. Null is accepted and gives a failure.
   explicit SafeArrayAccess(SAFEARRAY* array) noexcept : m_array(array), m_result(SafeArrayAccessData(array, &m_data)) {}
   SafeArrayAccess(const SafeArrayAccess&) = delete;
   SafeArrayAccess& operator=(const SafeArrayAccess&) = delete;
   ~SafeArrayAccess() { End(); }
 
+  /// Whether the access runs: 0, or why not.
   HRESULT Result() const noexcept { return m_result; }
+  /// The elements; null without access. `T` is the caller's promise.
   template <class T> T* Elements() const noexcept { return static_cast<T*>(m_data); }
+  /// Ends the access early. Harmless without one.
   void End() noexcept {
     if (SUCCEEDED(m_result)) {
       SafeArrayUnaccessData(m_array);
@@ -82,8 +86,10 @@ private:
   HRESULT m_result;
 };
 
-/// Owns one array.
+/// Frees with SafeArrayDestroy.
 struct SafeArrayFree {
+  /// Null is accepted.
   void operator()(SAFEARRAY* array) const noexcept { SafeArrayDestroy(array); }
 };
+/// Owns one array.
 using UniqueSafeArray = std::unique_ptr<SAFEARRAY, SafeArrayFree>;

@@ -23,6 +23,7 @@ void CoTaskMemFree(void* block) noexcept;
 
 /// Frees with CoTaskMemFree.
 struct TaskMemoryFree {
+  /// Null is accepted.
   void operator()(void* block) const noexcept { CoTaskMemFree(block); }
 };
 
@@ -32,6 +33,7 @@ template <class T> using TaskMemory = std::unique_ptr<T, TaskMemoryFree>;
 /// A cleared table of `count` elements, or null when there is no memory or the size does not fit the machine.
 template <class T> T* AllocateCleared(std::size_t count) noexcept;
 
+/// The same for elements of `width` bytes.
 void* AllocateClearedBytes(std::size_t count, std::size_t width) noexcept;
 
 template <class T> T* AllocateCleared(std::size_t count) noexcept {

@@ -4,17 +4,21 @@
 
 #include "platform/safearray.h"
 
-inline constexpr VARTYPE VT_EMPTY = 0;
-inline constexpr VARTYPE VT_I4 = 3;
-inline constexpr VARTYPE VT_R8 = 5;
-inline constexpr VARTYPE VT_BSTR = 8;
-inline constexpr VARTYPE VT_ERROR = 10;
-inline constexpr VARTYPE VT_BOOL = 11;
-inline constexpr VARTYPE VT_UNKNOWN = 13;
-inline constexpr VARTYPE VT_UI1 = 17;
-inline constexpr VARTYPE VT_UI4 = 19;
-inline constexpr VARTYPE VT_I8 = 20;
-inline constexpr VARTYPE VT_UI8 = 21;
+/// @name Types of values
+/// The comment names the member of the union that holds the value.
+/// @{
+inline constexpr VARTYPE VT_EMPTY = 0;    ///< No value.
+inline constexpr VARTYPE VT_I4 = 3;       ///< `lVal`.
+inline constexpr VARTYPE VT_R8 = 5;       ///< `dblVal`.
+inline constexpr VARTYPE VT_BSTR = 8;     ///< `bstrVal`.
+inline constexpr VARTYPE VT_ERROR = 10;   ///< `scode`.
+inline constexpr VARTYPE VT_BOOL = 11;    ///< `boolVal`.
+inline constexpr VARTYPE VT_UNKNOWN = 13; ///< `punkVal`.
+inline constexpr VARTYPE VT_UI1 = 17;     ///< `bVal`.
+inline constexpr VARTYPE VT_UI4 = 19;     ///< `ulVal`.
+inline constexpr VARTYPE VT_I8 = 20;      ///< `llVal`.
+inline constexpr VARTYPE VT_UI8 = 21;     ///< `ullVal`.
+/// @}
 /// Marks an array; alone, with no element type, it marks the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
 /// Marks a pointer to a value that somebody else owns.
@@ -26,10 +30,10 @@ constexpr bool OwnsArray(VARTYPE type) noexcept { return (type & (VT_ARRAY | VT_
 #pragma pack(push, 1)
 /// `vt` names the member of the union that holds the value.
 struct VARIANT {
-  VARTYPE vt;
-  WORD wReserved1;
-  WORD wReserved2;
-  WORD wReserved3;
+  VARTYPE vt;      ///< The type.
+  WORD wReserved1; ///< Not read.
+  WORD wReserved2; ///< Not read.
+  WORD wReserved3; ///< Not read.
   union {
     BYTE bVal;            ///< VT_UI1
     LONG lVal;            ///< VT_I4
