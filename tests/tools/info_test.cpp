@@ -109,6 +109,7 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
   folder.Write("odd.iso", "odd");
   folder.Write("none.nrg", "not an image at all");
   folder.Write("folder.iso/file", "");
+  folder.Write("many.ccd", "[Disc]\nSessions=100\n");
   const BadCase cases[] = {
       {"missing.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "no such file"},
       {"folder.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "this is a folder"},
@@ -117,6 +118,7 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
       {"notes.txt", "ZSE_BADIMAGE", "0x809F001B", "images are read by their"},
       {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "no whole number of sectors"},
       {"none.nrg", "ZSE_BADIMAGE", "0x809F001B", "damaged"},
+      {"many.ccd", "ZSE_OUTOFRESOURCES", "0x809F0014", "more than 99 sessions"},
   };
   for (const BadCase& bad : cases) {
     const ToolResult result = RunTool({"info", "--json", folder.Path(bad.name)});

@@ -139,6 +139,8 @@ CommandLine::CommandLine() : m_app(kDescription, "zsimage") {
   AddConvert();
   CLI::App& group = AddCommand(&m_app, "cdtext", "Decode and encode CD-Text packs");
   group.require_subcommand(1);
+  group.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "What a .cdt file says."},
+                         {"zsimage cdtext encode disc.cue -o disc.cdt", "The other way."}}));
   AddDecode(&group);
   AddEncode(&group);
   AddRegister();

@@ -86,6 +86,16 @@ std::string ExplainUnusable(const std::string& extension) {
   return std::string(CodeWords(ZSE_FAILED));
 }
 
+std::string ExplainExcess(const std::string& extension) {
+  if (extension == ".CCD") {
+    return "the description counts more than 99 sessions, or memory is short";
+  }
+  if (extension == ".MDS") {
+    return "a data track has a mode that is neither 1 nor 2, or there are more than 99 sessions, or memory is short";
+  }
+  return std::string(CodeWords(ZSE_OUTOFRESOURCES));
+}
+
 } // namespace
 
 std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
@@ -97,6 +107,8 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
     return ExplainMissing(host, path, extension);
   case ZSE_BADIMAGE:
     return ExplainBad(TerminalText(extension));
+  case ZSE_OUTOFRESOURCES:
+    return ExplainExcess(extension);
   case ZSE_FAILED:
     return ExplainUnusable(extension);
   default:

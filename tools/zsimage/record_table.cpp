@@ -134,6 +134,12 @@ std::string IdWords(const zsimagefileinfo& info) {
   return words;
 }
 
+const char* NoSessions(const zsimagefileinfo& info) {
+  return info.ZSImageFormat == ZSIMAGEFORMAT_NRG
+             ? "  The image has no sessions that can be read; chunks of older versions (CUES, DAOI, ETNF) are not."
+             : "  The image has no sessions.";
+}
+
 } // namespace
 
 std::string RenderImage(const ImageRecord& image) {
@@ -151,7 +157,7 @@ std::string RenderImage(const ImageRecord& image) {
     }
     AddTracks(*info.pZSCueSheet[i], i + 1U, &table);
   }
-  page += info.nSessions == 0 ? "  The image has no sessions." : "";
+  page += info.nSessions == 0 ? NoSessions(info) : "";
   return page.append("\n").append(info.nSessions == 0 ? "" : table.Render(2));
 }
 
