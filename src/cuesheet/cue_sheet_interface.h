@@ -38,9 +38,9 @@ static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
 /// value. It runs inside Read, on the reader's thread; its result is not looked at.
 using ZSStreamCallback = LONG (*)(UINT kind, ZSSTREAMPROGRESS* progress, ULONG userParam, VARIANT user);
 
-/// Operations answer 0 on success; a null pointer for a required argument gives E_INVALIDARG unless said
-/// otherwise. Paths and texts are wide here and narrow inside (platform/text.h). Objects keep no state between
-/// calls; two calls must not work on one record at the same time.
+/// Works on the record of one session. Operations answer 0 on success; a null pointer for a required argument gives
+/// E_INVALIDARG unless said otherwise. Paths and texts are wide here and narrow inside (platform/text.h). Objects keep
+/// no state between calls; two calls must not work on one record at the same time.
 struct IZSCueSheet : IUnknown {
   /// Writes a CUE sheet of this very path. It names a data file and, with CD-Text, a .CDT companion after
   /// itself; neither is made. @return E_FAIL when the file cannot be created; failed writes go unnoticed.

@@ -12,8 +12,9 @@ inline constexpr IID IID_IZSImageFile{0xAECC35E5, 0x5E47, 0x4670, {0x9F, 0x6A, 0
 /// The class by name.
 inline constexpr OLECHAR kProgIdImageFile[] = u"ZSImageFile.ZSImageFile";
 
-/// Operations answer 0 on success; a null pointer for a required argument gives E_INVALIDARG. Objects keep no
-/// image state between calls: records outlive them, and any object can empty any record.
+/// Reads, writes, copies and empties the record of an image. Operations answer 0 on success; a null pointer for a
+/// required argument gives E_INVALIDARG. Objects keep no image state between calls: records outlive them, and any
+/// object can empty any record.
 struct IZSImageFile : IUnknown {
   /// Stores its arguments, which no operation reads. @return 0 always.
   virtual HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) = 0;
