@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr UHYPER kLargestPackFile = 16U << 20; // Far above what any disc's lead-in holds.
-
 /// Reads a file of packs into the texts of a sheet.
 void Decode(const Host& host, const std::string& path, ZSCUESHEET* sheet) {
   std::vector<BYTE> packs = ReadWholeFile(path, kLargestPackFile);

@@ -1,11 +1,11 @@
 #include <algorithm>
 
+#include "files.h"
 #include "findings.h"
 #include "terminal_text.h"
 
 namespace {
 
-constexpr std::size_t kPackBytes = 18;
 constexpr std::size_t kCheckedBytes = 16; // Of a pack; the check bytes stand behind them.
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }

@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr UHYPER kLargestPackFile = 16U << 20;
-constexpr std::size_t kPackBytes = 18;
-
 void RefuseOwnFiles(const ImageRecord& image, const std::string& output) {
   if (SameFile(output, image.Path()) || SameFile(output, image.DataFile())) {
     throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);

@@ -102,13 +102,13 @@ public:
 
   void WriteRun(const Host& host, const std::string& source, const SectorRun& run) {
     m_transfer.StartNextStream();
-    const UHYPER written =
+    const RunEnd end =
         ReadRun(host, source, run, &m_transfer, [&](const BYTE* data, std::size_t size) { m_file.Write(data, size); });
     if (m_transfer.IsCancelled()) {
       ThrowCancelled(m_target);
     }
-    if (written < run.Bytes()) {
-      ThrowReadFailure(source, run, written);
+    if (end.bytes < run.Bytes()) {
+      ThrowReadFailure(source, run, end);
     }
   }
 

@@ -9,11 +9,6 @@ namespace {
 
 constexpr UHYPER kLargestDescription = 256U << 20;
 
-bool EndsWith(const std::string& path, std::string_view extension) {
-  return path.size() >= extension.size() &&
-         lstrcmpiA(std::string_view(path).substr(path.size() - extension.size()), extension) == 0;
-}
-
 void Write(const Host& host, ImageRecord* image, const std::string& path, const std::vector<BYTE>& packs) {
   std::vector<BYTE> run(packs);
   auto* text = run.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(run.data());

@@ -12,15 +12,12 @@
 
 namespace {
 
-constexpr UHYPER kLargestPackFile = 16U << 20;
 constexpr ULONG kSampleRuns = 32; ///< Stretches of a track that are looked at.
 constexpr ULONG kRunSectors = 16;
 constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
 constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
 constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Times of CDs end here; larger images are no CDs.
 constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks that such a recording ends with.
-
-ULONG LittleEndian(const BYTE* at) { return at[0] | ULONG{at[1]} << 8 | ULONG{at[2]} << 16 | ULONG{at[3]} << 24; }
 
 std::string Sectors(UHYPER count) {
   return Format("%llu sector%s", static_cast<unsigned long long>(count), count == 1 ? "" : "s");
@@ -189,7 +186,7 @@ private:
       const auto first = static_cast<ULONG>((run.begin - work.whole.begin) / run.blockSize);
       ULONG lba = work.track.dwLBA + first;
       transfer->StartNextStream();
-      const UHYPER done = ReadRun(m_host, m_dataFile, run, transfer, [&](const BYTE* data, std::size_t size) {
+      const RunEnd end = ReadRun(m_host, m_dataFile, run, transfer, [&](const BYTE* data, std::size_t size) {
         for (std::size_t at = 0; at + run.dataSize <= size; at += run.dataSize) {
           check.Look(data + at, lba++);
         }
@@ -197,8 +194,8 @@ private:
       if (transfer->IsCancelled()) {
         throw Failure(m_image.Path(), "cancelled", kCancelled);
       }
-      if (done < run.Bytes()) {
-        ThrowReadFailure(m_dataFile, run, done);
+      if (end.bytes < run.Bytes()) {
+        ThrowReadFailure(m_dataFile, run, end);
       }
     }
     TrackReport& report = m_report.tracks[work.report];
@@ -229,7 +226,7 @@ private:
       const ULONG volume = size < run.dataSize || text.substr(0, 6) != "\x01"
                                                                        "CD001"
                                ? 0
-                               : LittleEndian(data + kVolumeSize);
+                               : LittleEndian32(data + kVolumeSize);
       if (volume > place.sectors) {
         m_report.findings.push_back(
             {"volume", true,

@@ -46,8 +46,6 @@ circle.edge { stroke-width: .5; } .small { font-size: 11px; }
 </style>
 )";
 
-std::string Text(BSTR text) { return TerminalText(Narrow(text)); }
-
 const char* ClassOf(ZSMODETYPE mode) {
   if (mode == ZSMODE_AUDIO) {
     return "audio";
@@ -101,7 +99,7 @@ private:
   }
 
   std::string Name() const {
-    const std::string title = m_info.nSessions == 0 ? "" : Text(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrTitle);
+    const std::string title = m_info.nSessions == 0 ? "" : TerminalText(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrTitle);
     return title.empty() ? TerminalText(m_image.Path().substr(PathFindFileNameA(m_image.Path()))) : title;
   }
 
@@ -127,8 +125,8 @@ private:
     if (stretch.kind == Kind::Pregap) {
       return session + "pregap of " + number + times;
     }
-    const std::string title = Text(track.bstrTitle);
-    const std::string performer = Text(track.bstrPerformer);
+    const std::string title = TerminalText(track.bstrTitle);
+    const std::string performer = TerminalText(track.bstrPerformer);
     return session + number + (title.empty() ? "" : "\n" + title) + (performer.empty() ? "" : "\n" + performer) + "\n" +
            ModeWords(track.Mode) + times + "\nsize " + SizeOf(track);
   }
@@ -166,7 +164,8 @@ private:
 
   void DrawFacts() {
     const double room = kWidth - kMargin - kFactsLeft;
-    const std::string performer = m_info.nSessions == 0 ? "" : Text(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrPerformer);
+    const std::string performer =
+        m_info.nSessions == 0 ? "" : TerminalText(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrPerformer);
     UHYPER sectors = 0;
     unsigned tracks = 0;
     for (const DiscStretch& stretch : m_stretches) {
@@ -243,7 +242,7 @@ private:
     const std::string number = Format("%u", track.TNO);
     const double room = stretch.width - 6;
     if (TextWidth(number, 13 * kBold) <= room) {
-      const std::string title = Fitting(Text(track.bstrTitle), 11 * kBold, room);
+      const std::string title = Fitting(TerminalText(track.bstrTitle), 11 * kBold, room);
       m_svg += TextAt(x + 3, kLineTop + (title.empty() ? 31 : 22), "inside", number, 13 * kBold, room);
       m_svg += room < 48 || title.empty() ? "" : TextAt(x + 3, kLineTop + 40, "inside small", title, 11 * kBold, room);
     }
@@ -303,8 +302,8 @@ private:
 
   void DrawRow(const DiscStretch& stretch, double y) {
     const ZSTRACK& track = TrackOf(stretch);
-    const std::string title = Text(track.bstrTitle);
-    const std::string performer = Text(track.bstrPerformer);
+    const std::string title = TerminalText(track.bstrTitle);
+    const std::string performer = TerminalText(track.bstrPerformer);
     const double base = y + 16;
     m_svg += "<g class=\"row\"><title>" + Escaped(Words(stretch)) + "</title>" + Box(kMargin, y, kInner, kRow, "hit");
     m_svg += Box(kMargin + 4, y + 6, 12, 12, ClassOf(track.Mode)) + "\n";

@@ -59,9 +59,9 @@ std::string ModeWords(ZSMODETYPE mode) {
 }
 
 std::string Duration(UHYPER sectors) {
-  const auto frames = static_cast<unsigned>(sectors % 75);
-  const auto seconds = static_cast<unsigned>(sectors / 75 % 60);
-  return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / 4500), seconds, frames);
+  const auto frames = static_cast<unsigned>(sectors % kFramesPerSecond);
+  const auto seconds = static_cast<unsigned>(sectors % kFramesPerMinute / kFramesPerSecond);
+  return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / kFramesPerMinute), seconds, frames);
 }
 
 std::string DiscTime(ULONG lba) {

@@ -18,9 +18,8 @@ struct Extraction {
 };
 
 /// Which sectors a track has, and which bytes of them are asked for.
-SectorRun RunOfTrack(const ImageRecord& image, unsigned session, unsigned number, UINT size) {
+SectorRun RunOfTrack(const ImageRecord& image, const TrackPlace& place, unsigned session, unsigned number, UINT size) {
   const ZSTRACK& track = image.Session(session).pZSTracks[number - 1];
-  const TrackPlace place = PlacesOfSession(image.Info(), session - 1)[number - 1];
   if (place.blockSize == 0) {
     throw Failure(image.Path(), Format("track %u has no block size, so its sectors cannot be told apart", number),
                   E_INVALIDARG);
@@ -54,7 +53,7 @@ void JudgeResult(const std::string& dataFile, const Extraction& work, const Tran
     throw failure;
   }
   if (transfer.Done() < wanted) {
-    ThrowReadFailure(dataFile, work.run, transfer.Done());
+    ThrowReadFailure(dataFile, work.run, {transfer.Done(), S_OK}, "; the part that is there has been saved");
   }
 }
 
@@ -70,12 +69,12 @@ void Extract(const Host& host, const std::string& dataFile, const Extraction& wo
 
 void ExtractToStandardOutput(const Host& host, const std::string& dataFile, const Extraction& work) {
   Transfer transfer(Format("track %u", work.track), work.run.Bytes());
-  const UHYPER done = ReadRun(host, dataFile, work.run, &transfer, WriteStandardOutput);
+  const RunEnd end = ReadRun(host, dataFile, work.run, &transfer, WriteStandardOutput);
   if (transfer.IsCancelled()) {
     throw Failure("standard output", "cancelled", kCancelled);
   }
-  if (done < work.run.Bytes()) {
-    ThrowReadFailure(dataFile, work.run, done);
+  if (end.bytes < work.run.Bytes()) {
+    ThrowReadFailure(dataFile, work.run, end);
   }
 }
 
@@ -92,8 +91,9 @@ int ExtractOne(const Host& host, const ImageRecord& image, const ExtractOptions&
                          options.session, count),
                   E_INVALIDARG);
   }
+  const TrackPlace place = PlacesOfSession(image.Info(), options.session - 1)[options.track - 1];
   const Extraction work{options.session, options.track,
-                        RunOfTrack(image, options.session, options.track, options.blockSize), options.output};
+                        RunOfTrack(image, place, options.session, options.track, options.blockSize), options.output};
   if (IsStandardStream(work.target)) {
     ExtractToStandardOutput(host, image.DataFile(), work);
   } else {
@@ -118,9 +118,10 @@ int ExtractAll(const Host& host, const ImageRecord& image, const ExtractOptions&
   MakeFolder(options.folder);
   int status = 0;
   for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
-    for (unsigned track = 1; track <= image.Session(session).nTracks; ++track) {
+    const std::vector<TrackPlace> places = PlacesOfSession(image.Info(), session - 1);
+    for (unsigned track = 1; track <= places.size(); ++track) {
       try {
-        const Extraction work{session, track, RunOfTrack(image, session, track, options.blockSize),
+        const Extraction work{session, track, RunOfTrack(image, places[track - 1], session, track, options.blockSize),
                               options.folder + Format("/session-%u-track-%02u.bin", session, track)};
         Extract(host, image.DataFile(), work);
         Announce(work);

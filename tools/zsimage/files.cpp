@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "platform/paths.h"
+#include "platform/text.h"
 #include "terminal_text.h"
 
 namespace {
@@ -56,10 +57,17 @@ std::vector<BYTE> ReadStandardInput(UHYPER limit) {
     content.insert(content.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
     CheckSize("standard input", content.size(), limit);
   }
+  if (std::ferror(stdin) != 0) {
+    throw Failure("standard input", "it cannot be read", HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+  }
   return content;
 }
 
 } // namespace
+
+bool EndsWith(std::string_view path, std::string_view extension) {
+  return path.size() >= extension.size() && lstrcmpiA(path.substr(path.size() - extension.size()), extension) == 0;
+}
 
 std::optional<UHYPER> FileSize(const std::string& path) {
   const auto status = StatusOf(path);

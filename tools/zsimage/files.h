@@ -12,6 +12,13 @@
 #include "failure.h"
 #include "platform/files.h"
 
+/// Far above what any disc's lead-in holds of CD-Text.
+inline constexpr UHYPER kLargestPackFile = 16U << 20;
+inline constexpr std::size_t kPackBytes = 18; ///< Of one CD-Text pack (MMC).
+
+/// Whether a path ends in an extension, dot included, in any case.
+bool EndsWith(std::string_view path, std::string_view extension);
+
 /// Bytes of a file; none when there is no regular file or block device of this path.
 std::optional<UHYPER> FileSize(const std::string& path);
 

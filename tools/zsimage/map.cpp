@@ -3,14 +3,8 @@
 #include "commands.h"
 #include "disc_picture.h"
 #include "files.h"
-#include "platform/text.h"
 
 namespace {
-
-bool EndsWith(const std::string& path, std::string_view extension) {
-  return path.size() >= extension.size() &&
-         lstrcmpiA(std::string_view(path).substr(path.size() - extension.size()), extension) == 0;
-}
 
 std::string Page(const std::string& picture) {
   return "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n"

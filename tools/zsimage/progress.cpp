@@ -1,7 +1,6 @@
 #include "progress.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 #include "terminal.h"
@@ -13,8 +12,6 @@ constexpr auto kRefresh = std::chrono::milliseconds(100);
 constexpr std::size_t kBarColumns = 30;
 
 volatile std::sig_atomic_t g_interrupted = 0; // The one thing a signal may write to.
-struct sigaction g_oldInterrupt;
-struct sigaction g_oldTerminate;
 
 void OnSignal(int /*signal*/) { g_interrupted = 1; }
 
@@ -52,13 +49,13 @@ InterruptWatch::InterruptWatch() {
   struct sigaction action {};
   action.sa_handler = OnSignal;
   sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, &g_oldInterrupt);
-  sigaction(SIGTERM, &action, &g_oldTerminate);
+  sigaction(SIGINT, &action, &m_oldInterrupt);
+  sigaction(SIGTERM, &action, &m_oldTerminate);
 }
 
 InterruptWatch::~InterruptWatch() {
-  sigaction(SIGINT, &g_oldInterrupt, nullptr);
-  sigaction(SIGTERM, &g_oldTerminate, nullptr);
+  sigaction(SIGINT, &m_oldInterrupt, nullptr);
+  sigaction(SIGTERM, &m_oldTerminate, nullptr);
 }
 
 bool InterruptWatch::Requested() noexcept { return g_interrupted != 0; }

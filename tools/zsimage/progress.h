@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <string>
 
 #include "cuesheet/cue_sheet_interface.h"
@@ -29,7 +30,8 @@ private:
   Clock::time_point m_last;
 };
 
-/// While one lives, Ctrl-C and a polite request to end are noted and end nothing by themselves.
+/// While one lives, Ctrl-C and a polite request to end are noted and end nothing by themselves. They may
+/// nest.
 class InterruptWatch {
 public:
   InterruptWatch();
@@ -38,6 +40,10 @@ public:
   ~InterruptWatch();
 
   static bool Requested() noexcept;
+
+private:
+  struct sigaction m_oldInterrupt {};
+  struct sigaction m_oldTerminate {};
 };
 
 /// One transfer of sectors through one stream or several: the target of their callback.

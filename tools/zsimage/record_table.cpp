@@ -11,8 +11,6 @@
 
 namespace {
 
-std::string Text(BSTR text) { return TerminalText(Narrow(text)); }
-
 Colour ModeColour(ZSMODETYPE mode) {
   return mode == ZSMODE_AUDIO ? Colour::Green : mode == ZSMODE_1 ? Colour::Cyan : Colour::Magenta;
 }
@@ -75,9 +73,9 @@ void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
                    Gap(track.Pregap),
                    Gap(track.Postgap),
                    FlagWords(track.Flags),
-                   Text(track.bstrISRC),
-                   Text(track.bstrTitle),
-                   Text(track.bstrPerformer)});
+                   TerminalText(track.bstrISRC),
+                   TerminalText(track.bstrTitle),
+                   TerminalText(track.bstrPerformer)});
   }
 }
 
@@ -89,14 +87,14 @@ void AddLine(std::string* page, const char* name, const std::string& value) {
 }
 
 void AddDiscText(std::string* page, const ::ZSCDTEXT& text) {
-  AddLine(page, "Catalogue", Text(text.bstrMCN));
-  AddLine(page, "Title", Text(text.bstrTitle));
-  AddLine(page, "Performer", Text(text.bstrPerformer));
-  AddLine(page, "Songwriter", Text(text.bstrSongwriter));
-  AddLine(page, "Composer", Text(text.bstrComposer));
-  AddLine(page, "Arranger", Text(text.bstrArranger));
-  AddLine(page, "Genre", Text(text.bstrGenre));
-  AddLine(page, "Message", Text(text.bstrMessage));
+  AddLine(page, "Catalogue", TerminalText(text.bstrMCN));
+  AddLine(page, "Title", TerminalText(text.bstrTitle));
+  AddLine(page, "Performer", TerminalText(text.bstrPerformer));
+  AddLine(page, "Songwriter", TerminalText(text.bstrSongwriter));
+  AddLine(page, "Composer", TerminalText(text.bstrComposer));
+  AddLine(page, "Arranger", TerminalText(text.bstrArranger));
+  AddLine(page, "Genre", TerminalText(text.bstrGenre));
+  AddLine(page, "Message", TerminalText(text.bstrMessage));
 }
 
 std::string DataFileWords(const ImageRecord& image) {
@@ -174,8 +172,9 @@ std::string RenderSheet(const ZSCUESHEET& sheet) {
   }
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
-    table.AddRow({Format("%u", track.TNO), Text(track.bstrTitle), Text(track.bstrPerformer), Text(track.bstrSongwriter),
-                  Text(track.bstrComposer), Text(track.bstrArranger), Text(track.bstrGenre), Text(track.bstrMessage)});
+    table.AddRow({Format("%u", track.TNO), TerminalText(track.bstrTitle), TerminalText(track.bstrPerformer),
+                  TerminalText(track.bstrSongwriter), TerminalText(track.bstrComposer),
+                  TerminalText(track.bstrArranger), TerminalText(track.bstrGenre), TerminalText(track.bstrMessage)});
   }
   return page.append(page.empty() ? "" : "\n").append(table.Render(2));
 }

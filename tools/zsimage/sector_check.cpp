@@ -39,15 +39,15 @@ std::uint32_t EdcOf(const BYTE* data, std::size_t size) {
   return edc;
 }
 
-std::uint32_t StoredEdc(const BYTE* at) {
-  return at[0] | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 | std::uint32_t{at[3]} << 24;
-}
-
 BYTE Bcd(ULONG number) { return static_cast<BYTE>(number / 10 * 16 + number % 10); }
 
 bool HasSync(const BYTE* sector) { return std::equal(kSync.begin(), kSync.end(), sector); }
 
 } // namespace
+
+std::uint32_t LittleEndian32(const BYTE* at) noexcept {
+  return at[0] | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 | std::uint32_t{at[3]} << 24;
+}
 
 SectorCheck::SectorCheck(ZSMODETYPE mode, UINT blockSize)
     : m_layout(LayoutOf(mode, blockSize)), m_size(std::min<UINT>(blockSize, ZSFILEBLOCKSIZE_2352)) {}
@@ -76,7 +76,7 @@ void SectorCheck::Look(const BYTE* sector, ULONG lba) {
     LookAtHeader(sector, lba);
   }
   if (m_layout == Layout::Mode1) {
-    const std::uint32_t stored = StoredEdc(sector + kMode1Checked);
+    const std::uint32_t stored = LittleEndian32(sector + kMode1Checked);
     const bool isWrong = stored != EdcOf(sector, kMode1Checked);
     m_edc.Add(isWrong, lba);
     m_withoutEdc.Add(isWrong && stored == 0, lba);
@@ -104,7 +104,7 @@ void SectorCheck::LookAtMode2(const BYTE* subHeader, ULONG lba) {
   }
   const bool isForm2 = (subHeader[2] & kForm2Bit) != 0;
   const std::size_t size = isForm2 ? kForm2Checked : kForm1Checked;
-  const std::uint32_t stored = StoredEdc(subHeader + size);
+  const std::uint32_t stored = LittleEndian32(subHeader + size);
   if (!isForm2 || stored != 0) { // In form 2 the code may be left out.
     const bool isWrong = stored != EdcOf(subHeader, size);
     m_edc.Add(isWrong, lba);

@@ -5,6 +5,9 @@
 #include "disc/records.h"
 #include "findings.h"
 
+/// The number of 32 bits at four bytes.
+std::uint32_t LittleEndian32(const BYTE* at) noexcept;
+
 /// Looks at the sectors of one track, and reports in the end how many of them have which fault.
 class SectorCheck {
 public:

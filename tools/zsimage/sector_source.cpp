@@ -20,17 +20,20 @@ ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const Sec
   return stream;
 }
 
-UHYPER ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
+RunEnd ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
                const RunSink& sink) {
   constexpr ULONG kSectorsAtOnce = 111;
   const ComPtr<IStream> stream = OpenRun(host, dataFile, run, transfer);
   std::vector<BYTE> buffer(std::size_t{kSectorsAtOnce} * run.dataSize);
-  UHYPER done = 0;
-  for (ULONG delivered = 1; delivered != 0; done += delivered) {
-    stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &delivered);
+  RunEnd end{0, S_OK};
+  for (ULONG delivered = 1; delivered != 0; end.bytes += delivered) {
+    const HRESULT result = stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &delivered);
+    if (FAILED(result) && end.result == S_OK) {
+      end.result = result;
+    }
     sink(buffer.data(), delivered);
   }
-  return done;
+  return end;
 }
 
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
@@ -47,18 +50,21 @@ ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
   return present >= run.sectors ? 0 : run.sectors - static_cast<ULONG>(present);
 }
 
-void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, UHYPER delivered) {
+void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end,
+                      const std::string& consequence) {
   const ULONG missing = MissingSectors(dataFile, run);
   if (missing != 0) {
     throw Failure(dataFile,
                   Format("the image is short: the file ends before the track does, %u of its %u sectors are missing",
-                         missing, run.sectors),
+                         missing, run.sectors) +
+                      consequence,
                   HRESULT_FROM_WIN32(ERROR_HANDLE_EOF));
   }
   throw Failure(dataFile,
                 Format("the file cannot be read at sector %llu of the track",
-                       static_cast<unsigned long long>(delivered / run.dataSize)),
-                HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+                       static_cast<unsigned long long>(end.bytes / run.dataSize)) +
+                    consequence,
+                FAILED(end.result) ? end.result : HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
 }
 
 void ThrowCancelled(const std::string& file) {

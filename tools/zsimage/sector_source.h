@@ -25,16 +25,23 @@ ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const Sec
 /// Takes a piece of a run.
 using RunSink = std::function<void(const BYTE* data, std::size_t size)>;
 
-/// Gives a run to a sink in pieces of up to 111 sectors, whole as far as the file goes. @return the bytes that came;
-/// fewer than the run's when the transfer was cancelled or the file cannot be read. @throws Failure.
-UHYPER ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
+/// How far a run was read.
+struct RunEnd {
+  UHYPER bytes;   ///< Fewer than the run's when the transfer was cancelled or the file cannot be read.
+  HRESULT result; ///< Why the file cannot be read.
+};
+
+/// Gives a run to a sink in pieces of up to 111 sectors, whole as far as the file goes. @throws Failure.
+RunEnd ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, Transfer* transfer,
                const RunSink& sink);
 
 /// How many sectors of a run the data file lacks at its end.
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
 
-/// Ends a command because the data file ends before a run does, or cannot be read to its end.
-[[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, UHYPER delivered);
+/// Ends a command because the data file ends before a run does, or cannot be read to its end. `consequence` goes behind
+/// the reason.
+[[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end,
+                                   const std::string& consequence = "");
 
 /// Ends a command that the user cancelled. `file` has been removed.
 [[noreturn]] void ThrowCancelled(const std::string& file);

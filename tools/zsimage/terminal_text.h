@@ -19,6 +19,7 @@ UniqueBstr Wide(std::string_view narrow);
 /// Narrow text as UTF-8 for a terminal: a control character becomes '?', so that no name or title in an image can
 /// steer the terminal.
 std::string TerminalText(std::string_view narrow);
+inline std::string TerminalText(BSTR text) { return TerminalText(Narrow(text)); }
 
 /// Columns that UTF-8 text takes on a terminal.
 std::size_t TerminalWidth(const std::string& utf8);
