@@ -119,7 +119,7 @@ static void* Create(const char16_t* progId, const Guid* iid) {
     result = CoCreateInstance(&clsid, NULL, 1, iid, &object);
   }
   if (result < 0) {
-    fprintf(stderr, "slot_host: no object of the class; is the library registered? 0x%08X\n", (unsigned)result);
+    fprintf(stderr, "slot_host: making an object; is the library registered?: 0x%08X\n", (unsigned)result);
   }
   return object;
 }
@@ -159,29 +159,37 @@ static void List(const Disc* disc) {
   }
 }
 
-/* Copies a stream to a new file. */
-static int CopyStream(Stream* stream, const char* path) {
+/* Copies a stream of `length` bytes to a new file. A stream of a truncated image ends early without an error. */
+static int CopyStream(Stream* stream, uint64_t length, const char* path) {
   static uint8_t buffer[64 * 1024];
   FILE* file = fopen(path, "wbx"); /* Never over a file that exists: it may be the image. */
   if (file == NULL) {
     perror(path);
     return EXIT_FAILURE;
   }
+  uint64_t total = 0;
   uint32_t delivered = 0;
   int32_t result;
   int written;
   do {
     result = stream->slots->read(stream, buffer, sizeof(buffer), &delivered);
     written = fwrite(buffer, 1, delivered, file) == delivered;
+    total += delivered;
   } while (result >= 0 && delivered != 0 && written);
   if (fclose(file) != 0 || !written) {
     perror(path);
     return EXIT_FAILURE;
   }
   if (result < 0) {
-    fprintf(stderr, "slot_host: the image cannot be read: 0x%08X\n", (unsigned)result);
+    fprintf(stderr, "slot_host: reading the track: 0x%08X\n", (unsigned)result);
+    return EXIT_FAILURE;
   }
-  return result < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+  if (total != length) {
+    fprintf(stderr, "slot_host: the image ends before the track does: %llu of %llu bytes are in %s\n",
+            (unsigned long long)total, (unsigned long long)length, path);
+    return EXIT_FAILURE;
+  }
+  return EXIT_SUCCESS;
 }
 
 static int Save(Disc* disc, uint32_t number, const char* path) {
@@ -193,16 +201,18 @@ static int Save(Disc* disc, uint32_t number, const char* path) {
   if (sheets == NULL) {
     return EXIT_FAILURE;
   }
+  Track* track = &disc->sheets[0]->tracks[number - 1];
+  const uint64_t sectors = track->end > track->begin ? track->end - track->begin : 0;
   Stream* stream = NULL;
   const Value none = {{0}};
   int status = EXIT_FAILURE;
-  const int32_t result = sheets->slots->extractTrackToStream(
-      sheets, disc->dataFile, NULL, disc, &disc->sheets[0]->tracks[number - 1], 0, NULL, 0, none, &stream);
+  const int32_t result =
+      sheets->slots->extractTrackToStream(sheets, disc->dataFile, NULL, disc, track, 0, NULL, 0, none, &stream);
   if (result == 0) {
-    status = CopyStream(stream, path);
+    status = CopyStream(stream, sectors * (uint32_t)track->blockSize, path);
     stream->slots->release(stream);
   } else {
-    fprintf(stderr, "slot_host: no stream of the track: 0x%08X\n", (unsigned)result);
+    fprintf(stderr, "slot_host: opening a stream of the track: 0x%08X\n", (unsigned)result);
   }
   sheets->slots->release(sheets);
   return status;
@@ -218,7 +228,7 @@ static int Show(ImageFile* images, char** arguments, int save) {
   const int32_t result = images->slots->getImageFileInfo(images, path, &disc);
   SysFreeString(path);
   if (result != 0) {
-    fprintf(stderr, "slot_host: %s: 0x%08X\n", arguments[0], (unsigned)result);
+    fprintf(stderr, "slot_host: reading the image %s: 0x%08X\n", arguments[0], (unsigned)result);
     return EXIT_FAILURE;
   }
   List(&disc);

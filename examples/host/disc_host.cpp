@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "cuesheet/cue_sheet_interface.h"
@@ -91,7 +92,7 @@ int Copy(IStream* stream, const Transfer& transfer, const char* path) {
     return EXIT_FAILURE;
   }
   if (FAILED(result)) {
-    return Fail("the image cannot be read", result);
+    return Fail("reading the track", result);
   }
   return transfer.done == transfer.total ? EXIT_SUCCESS : Fail("the image ends before the track does", E_FAIL);
 }
@@ -103,7 +104,7 @@ int Save(zsimagefileinfo* info, UINT number, const char* path) {
   ComPtr<IZSCueSheet> sheets;
   HRESULT result = Create(kProgIdCueSheet, IID_IZSCueSheet, &sheets);
   if (FAILED(result)) {
-    return Fail("no cue sheet service", result);
+    return Fail("making the cue sheet service", result);
   }
   Transfer transfer;
   VARIANT user{};
@@ -114,7 +115,7 @@ int Save(zsimagefileinfo* info, UINT number, const char* path) {
   result = sheets->ExtractTrackToStream(info->bstrImageBinaryFile, nullptr, info,
                                         &info->pZSCueSheet[0]->pZSTracks[number - 1], 0,
                                         reinterpret_cast<LONG*>(callback), 0, user, stream.Receive());
-  return result == S_OK ? Copy(stream.Get(), transfer, path) : Fail("no stream", result);
+  return result == S_OK ? Copy(stream.Get(), transfer, path) : Fail("opening a stream of the track", result);
 }
 
 } // namespace
@@ -127,13 +128,13 @@ int main(int argc, char** argv) {
   ComPtr<IZSImageFile> images;
   HRESULT result = Create(kProgIdImageFile, IID_IZSImageFile, &images);
   if (FAILED(result)) {
-    return Fail("no image file service; is the library registered?", result);
+    return Fail("making the image file service; is the library registered?", result);
   }
   const UniqueBstr path(SysAllocString(MultiByteToWideChar(argv[1]).c_str()));
   Disc disc(images.Get());
   result = images->GetImageFileInfo(path.get(), disc.Info());
   if (result != S_OK) {
-    return Fail(argv[1], result);
+    return Fail(("reading the image " + std::string(argv[1])).c_str(), result);
   }
   List(*disc.Info());
   return argc == 4 ? Save(disc.Info(), static_cast<UINT>(std::atoi(argv[2])), argv[3]) : EXIT_SUCCESS;

@@ -117,7 +117,7 @@ TEST_F(TransferTool, ReportsWhatWentWrongWithAnExtraction) {
   folder.Write("short.mdf", std::string(45 * 2352 + 100, 'x'));
   const std::string mds = folder.Write("short.mds", MdsOf(audio).Build());
   ExpectFailure({"extract", mds, "--track", "2", "-o", Path("x")}, "ERROR_HANDLE_EOF", "30 of its 30 sectors");
-  ExpectFailure({"extract", mds, "--all", Path("all")}, "ERROR_HANDLE_EOF", "the image is short");
+  ExpectFailure({"extract", mds, "--all", Path("all")}, "ERROR_HANDLE_EOF", "; the part that is there has been saved");
   EXPECT_EQ(40U * 2352, folder.Read("all/session-1-track-01.bin").size()) << "whole tracks are kept";
 }
 
@@ -228,6 +228,10 @@ TEST_F(TransferTool, DecodesAndEncodesText) {
   const ToolResult missing = RunTool({"cdtext", "decode", Path("gone.cdt"), "--tracks", "2", "--json"});
   EXPECT_EQ(1, missing.status);
   EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}}), json::parse(missing.out));
+  const std::string fromFolder = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' cdtext decode - --tracks 1 < /";
+  const ToolResult unread = RunSystemProgram("/bin/sh", {"-c", fromFolder});
+  EXPECT_EQ(1, unread.status) << unread.out;
+  EXPECT_NE(std::string::npos, unread.err.find("standard input: it cannot be read (ERROR_IO_DEVICE")) << unread.err;
   const std::string silent = folder.WriteSparse("silent.iso", 2048);
   ExpectFailure({"cdtext", "encode", silent, "-o", Path("x")}, "S_FALSE", "no text to encode");
 }
