@@ -51,8 +51,10 @@ void CompareTexts(const std::string& path) {
   std::ifstream file(path);
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   const ComPtr<IZSCueSheet> sheets = CueSheets();
-  const UniqueBstr name = Wide("ALBUM.CUE");
-  MemoryFiles memory({{"ALBUM.CUE", text}, {"ALBUM.BIN", std::string(std::size_t{99} * 2352 * 20, '\0')}});
+  const UniqueBstr name = Wide(std::string(fuzz::kFolder) + "ALBUM.CUE");
+  fuzz::MemoryFiles memory;
+  memory.Add("ALBUM.CUE", text);
+  memory.Add("ALBUM.BIN", "", UHYPER{99} * 2352 * 20);
   FileOperations*& files = ProcessEnvironment().files;
   FileOperations* const before = std::exchange(files, &memory);
   CompareRounds(

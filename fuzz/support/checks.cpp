@@ -3,8 +3,6 @@
 #include <sanitizer/allocator_interface.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "disc/record_text.h"
 #include "platform/bstr.h"
@@ -97,13 +95,6 @@ void RequireSameTrack(const ZSTRACK& source, const ZSTRACK& copy) noexcept {
 }
 
 } // namespace
-
-void Require(bool holds, const char* what) noexcept {
-  if (!holds) {
-    std::fprintf(stderr, "must hold: %s\n", what);
-    std::abort();
-  }
-}
 
 void RequireText(BSTR text) noexcept {
   if (text == nullptr) {

@@ -3,11 +3,9 @@
 #pragma once
 
 #include "disc/records.h"
+#include "support/require.h"
 
 namespace fuzz {
-
-/// Ends the program with a message when something does not hold that must.
-void Require(bool holds, const char* what) noexcept;
 
 /// A string is null, or has text that is well-formed UTF-16 with its length in front and a zero unit behind.
 void RequireText(BSTR text) noexcept;

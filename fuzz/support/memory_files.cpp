@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "support/checks.h"
+#include "support/require.h"
 
 namespace fuzz {
 namespace {

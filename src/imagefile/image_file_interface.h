@@ -40,7 +40,8 @@ struct IZSImageFile : IUnknown {
   /// Does nothing. @return 0 always.
   virtual HRESULT Open(BSTR path, zsimagefileinfo* info) = 0;
 
-  /// A deep copy of a record into other storage. On failure that is all zero. @return ZSE_OUTOFRESOURCES.
+  /// A deep copy of a record into other storage. On failure that is all zero. @return ZSE_OUTOFRESOURCES; E_INVALIDARG,
+  /// with nothing touched, when both are one or the record counts more than 99 sessions.
   virtual HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) = 0;
 
   /// Frees all that a record points to and makes it all zero. An empty record is fine.

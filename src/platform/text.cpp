@@ -152,8 +152,6 @@ bool IsAscii(std::string_view narrow) noexcept {
   return (bits & kHighBits) == 0;
 }
 
-bool platform::IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
-
 int platform::HexDigit(char c) noexcept {
   const char upper = UpperAscii(c);
   return c >= '0' && c <= '9' ? c - '0' : upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;

@@ -41,7 +41,7 @@ std::size_t lstrlenA(const char* text) noexcept;
 namespace platform {
 
 /// Space, tab and the line ends, the vertical ones included.
-bool IsBlank(char c) noexcept;
+constexpr bool IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
 
 /// Value of a hexadecimal digit in either case; -1 for any other character.
 int HexDigit(char c) noexcept;
