@@ -1,6 +1,7 @@
 #include "cuesheet/track_extraction.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -12,7 +13,7 @@
 namespace {
 
 constexpr UINT kLargestDataBlock = 2448; // A raw sector with its sub-channel.
-constexpr ULONG kPumpBytes = 65535;
+constexpr ULONG kPumpBytes = 65535;         // What each read of the pump asks for.
 
 /// Where the data of a track stand in the image file, in bytes.
 struct DataPlace {
@@ -37,6 +38,40 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   *place = {info.dwSeekBegin64 + inImage, sectors * dataBlock, dataBlock, stride};
   return true;
 }
+
+/// Gathers what goes to a file, so that it is written in whole blocks: file systems are slow where a write begins or
+/// ends inside a page.
+class BlockWriter {
+public:
+  /// False without memory.
+  bool Allocate() noexcept {
+    m_buffer.reset(new (std::nothrow) BYTE[kCapacity]);
+    return m_buffer != nullptr;
+  }
+  /// Room for kPumpBytes.
+  BYTE* Free() noexcept { return m_buffer.get() + m_held; }
+  /// Takes what was put into the room.
+  void Take(CZSFile* target, ULONG count) noexcept {
+    m_held += count;
+    if (kCapacity - m_held < kPumpBytes) {
+      Write(target, m_held / kBlock * kBlock);
+    }
+  }
+  void Finish(CZSFile* target) noexcept { Write(target, m_held); }
+
+private:
+  static constexpr ULONG kBlock = 64 * 1024;
+  static constexpr ULONG kCapacity = 4 * kBlock;
+
+  void Write(CZSFile* target, ULONG count) noexcept {
+    target->Write(m_buffer.get(), count);
+    m_held -= count;
+    std::memmove(m_buffer.get(), m_buffer.get() + count, m_held);
+  }
+
+  std::unique_ptr<BYTE[]> m_buffer;
+  ULONG m_held = 0;
+};
 
 } // namespace
 
@@ -72,17 +107,19 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   if (stream == nullptr || path.empty()) {
     return E_INVALIDARG;
   }
-  const std::unique_ptr<BYTE[]> buffer(new (std::nothrow) BYTE[kPumpBytes]);
+  BlockWriter writer;
   CZSFile target;
-  if (buffer == nullptr || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
+  if (!writer.Allocate() ||
+      !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
     return S_OK;
   }
   for (;;) {
     ULONG delivered = 0;
-    stream->Read(buffer.get(), kPumpBytes, &delivered);
+    stream->Read(writer.Free(), kPumpBytes, &delivered);
     if (delivered == 0) {
+      writer.Finish(&target);
       return S_OK;
     }
-    target.Write(buffer.get(), std::min(delivered, kPumpBytes)); // The stream may be anyone's.
+    writer.Take(&target, std::min(delivered, kPumpBytes)); // The stream may be anyone's.
   }
 }
