@@ -39,8 +39,9 @@ static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
 using ZSStreamCallback = LONG (*)(UINT kind, ZSSTREAMPROGRESS* progress, ULONG userParam, VARIANT user);
 
 /// Works on the record of one session. Operations answer 0 on success; a null pointer for a required argument gives
-/// E_INVALIDARG unless said otherwise. Paths and texts are wide here and narrow inside (platform/text.h). Objects keep
-/// no state between calls; two calls must not work on one record at the same time.
+/// E_INVALIDARG, and a want of memory E_OUTOFMEMORY, unless said otherwise. Paths and texts are wide here and narrow
+/// inside (platform/text.h). Objects keep no state between calls; two calls must not work on one record at the same
+/// time.
 struct IZSCueSheet : IUnknown {
   /// Writes a CUE sheet of this very path. It names a data file and, with CD-Text, a .CDT companion after
   /// itself; neither is made. @return E_FAIL when the file cannot be created; failed writes go unnoticed.
@@ -65,7 +66,9 @@ struct IZSCueSheet : IUnknown {
   /// @return 1 when the path is null or empty or the sheet is null.
   virtual HRESULT PrepareTracks(BSTR imageFile, ZSCUESHEET* sheet) = 0;
 
-  /// Opens the data of one track as a stream that can only be read forward.
+  /// Opens the data of one track as a stream that can only be read forward. It begins `dwSeekBegin64` + `dwLBA` x
+  /// `BlockSize` bytes into the file, `nSubCount` later when only a part of each sector is taken, and is (`dwEndLBA` -
+  /// `dwLBA`) x `nBlockSizeData` bytes long, or as long as the file lasts.
   /// @param imageFile The sector file. @param label Only told to the callback.
   /// @param info The image, for where its sectors and their user data begin. @param track The track: from `dwLBA` up
   /// to, not including, `dwEndLBA`; the pregap stays out. @param nBlockSizeData Bytes to take from each sector, from
@@ -73,12 +76,15 @@ struct IZSCueSheet : IUnknown {
   /// ZSStreamCallback, or null. @param dwUserParam The callback's number. @param vtUser The callback's value, which is
   /// copied. @param stream Receives the stream with one reference. It offers Read alone, to one reader at a time, and
   /// keeps the file open.
-  /// @return 1 when the file does not open or the block size does not fit; `*stream` is null on every failure.
+  /// @return 1 when the file does not open or the numbers fit no file; E_OUTOFMEMORY. `*stream` is null on every
+  /// failure. Read of the stream answers 0 when the buffer is full, 1 for fewer bytes and at the end, E_INVALIDARG
+  /// without a buffer, E_FAIL once the callback has cancelled, and HRESULT_FROM_WIN32 of what a failed read met.
   virtual HRESULT ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track,
                                        UINT nBlockSizeData, LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser,
                                        IStream** stream) = 0;
 
-  /// Copies all that a stream delivers to a new file. @return 0 also when the file cannot be written.
+  /// Copies all that a stream delivers to a file, which is replaced. @return 0 also when a read or a write fails or the
+  /// file cannot be made: compare its size with ZSSTREAMPROGRESS::qwTotal.
   virtual HRESULT ExtractStreamToFile(IStream* stream, BSTR file) = 0;
 
   /// Appends the tracks of one SAFEARRAY of ZSTRACK to another and empties the first. Numbers go on from the

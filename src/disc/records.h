@@ -138,7 +138,8 @@ struct ZSFILESTRUCT {
 /// Text of a disc, as CD-Text (Red Book) or a CUE sheet gives it. Each string is null when there is no text.
 struct ZSCDTEXT {
   VARIANT_BOOL CDTextPresent; ///< True once decoded CD-Text was stored here.
-  BSTR bstrMCN;               ///< Media catalogue number: 13 digits, if it is well-formed. Needs no CD-Text.
+  BSTR bstrMCN;               ///< Media catalogue number (Red Book, Q mode 2): 13 digits where it is well-formed, of
+                              ///< which nothing is tested. Needs no CD-Text.
   BSTR bstrTitle;             ///< Title.
   BSTR bstrComposer;          ///< Who wrote the music.
   BSTR bstrPerformer;         ///< Who plays.
@@ -173,7 +174,8 @@ struct ZSTRACK {
   BSTR bstrArranger;                 ///< Who arranged it.
   BSTR bstrGenre;                    ///< Genre, as text.
   BSTR bstrMessage;                  ///< Message of the maker.
-  BSTR bstrISRC;                     ///< International standard recording code: 12 characters, if it is well-formed.
+  BSTR bstrISRC;                     ///< International standard recording code (ISO 3901; Red Book, Q mode 3): 12
+                                     ///< characters where it is well-formed, of which nothing is tested.
   UHYPER dwReserved64; ///< Byte offset of the track in the image file from CUE, MDS and NRG track at once.
 };
 
@@ -191,8 +193,9 @@ struct zsimagefileinfo {
   BSTR bstrImageBinaryFile;              ///< Path of the file that holds the sectors; see ResolveFilePath.
   zsimgformat ZSImageFormat;             ///< Format of the description.
   ::ZSTYPEPROJECT ZSTYPEPROJECT;         ///< What the disc is.
-  ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks; 0 for a sheet of audio.
-  ZSCUESHEET* pZSCueSheet[kMaxSessions]; ///< One sheet per session, in disc order; the rest is null.
+  ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks; 0 for a CUE sheet of audio alone.
+  ZSCUESHEET* pZSCueSheet[kMaxSessions]; ///< One sheet per session, in disc order, owned by the record; the rest is
+                                         ///< null.
   USHORT nSessions;                      ///< Number of sessions, at most 99.
   UHYPER dwSeekBegin64;                  ///< Byte offset of the image's first sector in its file.
   UHYPER dwSeekEnd64;                    ///< Byte offset where the sectors end; all ones for the end of the file.

@@ -14,7 +14,8 @@ inline constexpr OLECHAR kProgIdImageFile[] = u"ZSImageFile.ZSImageFile";
 
 /// Reads, writes, copies and empties the record of an image. Operations answer 0 on success; a null pointer for a
 /// required argument gives E_INVALIDARG. Objects keep no image state between calls: records outlive them, and any
-/// object can empty any record.
+/// object can empty any record. CreateTOCFile, Clone and FreeImageFileInfo get their IZSCueSheet by its ProgID, as any
+/// program does, and answer CO_E_CLASSSTRING, REGDB_E_CLASSNOTREG or REGDB_E_READREGDB where it is not registered.
 struct IZSImageFile : IUnknown {
   /// Stores its arguments, which no operation reads. @return 0 always.
   virtual HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) = 0;
@@ -23,7 +24,7 @@ struct IZSImageFile : IUnknown {
   /// .NRG, .CCD, .MDS, .ZSI; .BWT and .B5T are known and refused.
   /// @param path Of the description; in the file's own spelling or in any case.
   /// @param info Storage of the caller, cleared first; it must not be null, and what it held is not freed. On
-  /// every failure it comes back all zero.
+  /// every failure it comes back all zero. An NRG image of old chunks alone gives 0 and a record without sessions.
   /// @return ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_FILENOTFOUND, ZSE_FAILED, ZSE_OUTOFRESOURCES,
   /// ZSE_TOCVERSION, E_OUTOFMEMORY.
   virtual HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) = 0;
@@ -33,7 +34,8 @@ struct IZSImageFile : IUnknown {
   /// @param path Of the new file. @param info The record; a TOC file makes `bstrImageBinaryFile` name its data file.
   /// @param pToc Not read. @param nTracks Not read.
   /// @param pCDText A run of packs of 18 bytes, or null. @param nLength Its bytes.
-  /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats; E_FAIL, E_OUTOFMEMORY.
+  /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats; E_FAIL when the file cannot be created,
+  /// E_OUTOFMEMORY.
   virtual HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks,
                                 zsmmccdtext* pCDText, UINT nLength) = 0;
 
