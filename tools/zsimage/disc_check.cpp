@@ -152,7 +152,9 @@ private:
     SectorRun run{place.begin, place.sectors, place.blockSize, 0, std::min<UINT>(place.blockSize, check.Size())};
     const ULONG missing = MissingSectors(m_dataFile, run);
     if (missing != 0) {
-      report->findings.push_back({"missing", true, "the data file lacks its last " + Sectors(missing)});
+      report->findings.push_back({"missing", true,
+                                  missing == run.sectors ? "the data file ends before it begins"
+                                                         : "the data file lacks its last " + Sectors(missing)});
     }
     m_end = std::max(m_end, place.End());
     m_lastSize = place.blockSize;

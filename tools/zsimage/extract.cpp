@@ -53,7 +53,11 @@ void JudgeResult(const std::string& dataFile, const Extraction& work, const Tran
     throw failure;
   }
   if (transfer.Done() < wanted) {
-    ThrowReadFailure(dataFile, work.run, {transfer.Done(), S_OK}, "; the part that is there has been saved");
+    if (transfer.Done() == 0) {
+      RemoveFile(work.target);
+    }
+    ThrowReadFailure(dataFile, work.run, {transfer.Done(), S_OK},
+                     transfer.Done() == 0 ? "" : "; the part that is there has been saved");
   }
 }
 

@@ -54,10 +54,9 @@ void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const R
                       const std::string& consequence) {
   const ULONG missing = MissingSectors(dataFile, run);
   if (missing != 0) {
-    throw Failure(dataFile,
-                  Format("the image is short: the file ends before the track does, %u of its %u sectors are missing",
-                         missing, run.sectors) +
-                      consequence,
+    const std::string lack =
+        missing == run.sectors ? "begins" : Format("does, %u of its %u sectors are missing", missing, run.sectors);
+    throw Failure(dataFile, "the image is short: the file ends before the track " + lack + consequence,
                   HRESULT_FROM_WIN32(ERROR_HANDLE_EOF));
   }
   throw Failure(dataFile,
