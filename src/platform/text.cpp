@@ -214,6 +214,9 @@ std::u16string MultiByteToWideChar(std::string_view narrow) {
 }
 
 std::string NarrowToUtf8(std::string_view narrow) {
+  if (IsAscii(narrow)) {
+    return std::string(narrow);
+  }
   std::string utf8;
   utf8.reserve(narrow.size());
   std::string reversed;
