@@ -246,10 +246,12 @@ char16_t UpperUnit(char16_t unit) noexcept {
 }
 
 void CharUpperA(std::string* narrow) {
-  if (IsAscii(*narrow)) {
-    for (char& c : *narrow) {
-      c = UpperAscii(c);
-    }
+  unsigned bits = 0;
+  for (char& c : *narrow) {
+    bits |= static_cast<BYTE>(c);
+    c = UpperAscii(c); // Right for other text as well, of which no character holds such a byte.
+  }
+  if (bits < 0x80) {
     return;
   }
   std::u16string wide = MultiByteToWideChar(*narrow);
