@@ -1,5 +1,3 @@
-#include <functional>
-
 #include "builders/mds_builder.h"
 #include "platform/environment.h"
 #include "platform/message_box.h"
@@ -7,13 +5,7 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
-const PlannedTrack kAudio{ZSMODE_AUDIO, 20, 0, 2352};
-const PlannedTrack kAudioBehindPregap{ZSMODE_AUDIO, 25, 3, 2352};
-
-/// Two audio tracks, then a session of one: the blocks 3, 4 and 9 of the description.
-MdsBuilder ThreeTracks() { return MdsOf({{{kAudio, kAudioBehindPregap}, {kAudio}}}); }
+const std::string kWhole = "1: 0-20, 2: 23-48 pregap 3 at 47040 | 1: 11298-11318 at 112896";
 
 /// Keeps the messages that would go to the user.
 class Messages final : public MessageHandler {
@@ -26,141 +18,103 @@ public:
   std::string m_shown;
 };
 
-class Mds : public testing::Test {
-protected:
-  Mds() { m_folder.Write("a.mdf", ""); }
-  std::string Write(const std::vector<BYTE>& description) const { return m_folder.Write("a.mds", description); }
+/// Makes the first track one of data.
+void MakeData(unsigned mode, MdsBuilder* description) {
+  description->blocks[3].control = 0x04;
+  description->blocks[3].mode = mode;
+}
 
-  TemporaryFolder m_folder;
+/// A description of so many sessions, each of one track and closed by the opening of the next.
+void MakeSessions(unsigned count, MdsBuilder* description) {
+  *description = MdsBuilder();
+  for (unsigned i = 1; i <= count; ++i) {
+    MdsBlock opens, track;
+    opens.point = 0xA0;
+    track.point = i < 100 ? i : 0xA1;
+    description->lastTracks.push_back(i);
+    description->blocks.insert(description->blocks.end(), {opens, track});
+  }
+}
+
+struct Case {
+  const char* name;
+  void (*change)(MdsBuilder& it); ///< Of a description of three tracks: the blocks 3, 4 and 9.
+  std::string outcome = kWhole;
+  const char* message = "";
 };
 
-TEST_F(Mds, ReadsTracksOfSeveralSessions) {
-  MdsBuilder description = ThreeTracks();
-  description.blocks[0].format = 0x20;
-  description.blocks[4].control = 0x0B;
-  description.blocks[9].size = 2448;
-  ImageRecord record(Write(description.Build()));
-  ASSERT_EQ(S_OK, record.Result());
-  ASSERT_EQ(2, record->nSessions);
-  EXPECT_EQ((Lines{"1: 0-20 pregap 0 mode 0 size 2352/2352 flags 0 index  at 0",
-                   "2: 23-48 pregap 3 mode 0 size 2352/2352 flags 7 index  at 47040"}),
-            Describe(record.Sheet(0)));
-  EXPECT_EQ(Lines{"1: 11298-11318 pregap 0 mode 0 size 2448/2448 flags 0 index  at 112896"}, Describe(record.Sheet(1)));
-  EXPECT_EQ(ZSSESSIONFORMAT_CDROMXA, ::ZSSESSIONFORMAT{record.Sheet(0).ZSSESSIONFORMAT});
-  EXPECT_EQ(0, int{record.Sheet(1).ZSSESSIONFORMAT});
-  EXPECT_EQ(~UHYPER{0}, UHYPER{record->dwSeekEnd64});
-  EXPECT_EQ(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE, LONG{record->lMask});
-}
+const Case kCases[] = {
+    {"version 1.2", [](MdsBuilder& it) { it.minor = 2; }},
+    {"version 1.4", [](MdsBuilder& it) { it.minor = 4; }, "ZSE_BADIMAGE"},
+    {"version 2.3", [](MdsBuilder& it) { it.major = 2; }, "ZSE_BADIMAGE"},
+    {"signature", [](MdsBuilder& it) { it.signature = "MEDIA DESCRIPTOr"; }, "ZSE_BADIMAGE"},
+    {"DVD", [](MdsBuilder& it) { it = MdsOfDvd(2'295'104); }, "1: 0-2295104 mode 1 size 2048/2048"},
+    {"session formats", [](MdsBuilder& it) { it.blocks[0].format = 0x20; }, "XA " + kWhole},
+    {"control bits", [](MdsBuilder& it) { it.blocks[9].control = 0x0B; },
+     "1: 0-20, 2: 23-48 pregap 3 at 47040 | 1: 11298-11318 flags 7 at 112896"},
+    {"sub-channel in the sectors", [](MdsBuilder& it) { it.blocks[9].size = 2448; },
+     "1: 0-20, 2: 23-48 pregap 3 at 47040 | 1: 11298-11318 size 2448/2448 at 112896 mask 12"},
+    // The pregap of the file counts where the first track of a session is missing.
+    {"no track before", [](MdsBuilder& it) { it.blocks.erase(it.blocks.begin() + 3), it.blocks[3].pregap = 5; },
+     "0: 0-0 size 0/0, 2: 23-51 pregap 5 at 47040 | 1: 11298-11318 at 112896"},
+    {"mode 0A", [](MdsBuilder& it) { MakeData(0x0A, &it); }, "1: 0-20 mode 1" + kWhole.substr(7)},
+    {"mode 0B", [](MdsBuilder& it) { MakeData(0x0B, &it); }, "1: 0-20 mode 1" + kWhole.substr(7)},
+    {"mode 0C", [](MdsBuilder& it) { MakeData(0x0C, &it); }, "1: 0-20 mode 4" + kWhole.substr(7)},
+    {"mode 0D", [](MdsBuilder& it) { MakeData(0x0D, &it); }, "1: 0-20 mode 4" + kWhole.substr(7)},
+    {"mode 09", [](MdsBuilder& it) { MakeData(0x09, &it); }, "ZSE_OUTOFRESOURCES", "Error: MDS 16\n"},
+    {"mode F8", [](MdsBuilder& it) { MakeData(0xF8, &it); }, "ZSE_OUTOFRESOURCES", "Error: MDS 16\n"},
+    {"no blocks", [](MdsBuilder& it) { it.lastTracks.clear(), it.blocks.clear(); }, ""},
+    {"no session blocks", [](MdsBuilder& it) { it.lastTracks.clear(); }, "ZSE_BADIMAGE"},
+    {"a session block too few", [](MdsBuilder& it) { it.lastTracks.pop_back(); }, "ZSE_BADIMAGE"},
+    {"point 1 opens a session", [](MdsBuilder& it) { it.blocks[0].point = 100; }},
+    {"point 2 without a session", [](MdsBuilder& it) { it.blocks.erase(it.blocks.begin(), it.blocks.begin() + 4); },
+     "ZSE_BADIMAGE"},
+    {"the next session without an end of this", [](MdsBuilder& it) { it.blocks[5].point = 0xC0; }},
+    {"an end of no session", [](MdsBuilder& it) { it.blocks.insert(it.blocks.begin(), it.blocks[5]); }},
+    {"no end of the list", [](MdsBuilder& it) { it.blocks.pop_back(); }},
+    {"an early end of the list", [](MdsBuilder& it) { it.blocks[5].point = 0; }, kWhole.substr(0, 35)},
+    {"a track of the session before", [](MdsBuilder& it) { it.blocks[9].point = 2; }, "ZSE_BADIMAGE"},
+    {"a track above the last", [](MdsBuilder& it) { it.blocks[4].point = 3; }, "ZSE_BADIMAGE"},
+    {"last track below the session before", [](MdsBuilder& it) { it.lastTracks[1] = 1; }, "ZSE_BADIMAGE"},
+    {"first session without tracks",
+     [](MdsBuilder& it) {
+       it.blocks[3].point = 0xB0;
+       it.blocks[4].point = 0;
+       it.lastTracks[0] = 0;
+     },
+     "ZSE_BADIMAGE"},
+    {"length blocks one byte too far", [](MdsBuilder& it) { it.lengthsMoved = 1; }, "ZSE_FILENOTFOUND"},
+    {"length blocks behind all", [](MdsBuilder& it) { it.lengthsMoved = 0xFFFFF000; }, "ZSE_FILENOTFOUND"},
+    {"99 sessions", [](MdsBuilder& it) { MakeSessions(99, &it); },
+     []() {
+       std::string all = "1: 0-0";
+       for (int i = 1; i < 99; ++i) {
+         all += " | 1: 0-0";
+       }
+       return all;
+     }()},
+    {"100 sessions", [](MdsBuilder& it) { MakeSessions(100, &it); }, "ZSE_OUTOFRESOURCES"},
+};
 
-TEST_F(Mds, ReadsADvd) {
-  ImageRecord record(Write(MdsOfDvd(2'295'104).Build()));
-  ASSERT_EQ(S_OK, record.Result());
-  EXPECT_EQ(Lines{"1: 0-2295104 pregap 0 mode 1 size 2048/2048 flags 0 index  at 0"}, Describe(record.Sheet()));
-  EXPECT_EQ(ZSTYPEPROJECT_DATA, ::ZSTYPEPROJECT{record->ZSTYPEPROJECT});
-}
-
-TEST_F(Mds, TakesThePregapOfTheFileWithoutATrackBefore) {
-  MdsBuilder description = MdsOf({{{kAudio}, {kAudio, kAudioBehindPregap}}});
-  description.blocks.erase(description.blocks.begin() + 8); // The first track of the second session.
-  ImageRecord record(Write(description.Build()));
-  ASSERT_EQ(S_OK, record.Result());
-  EXPECT_EQ("2: 11293-11321 pregap 3 mode 0 size 2352/2352 flags 0 index  at 94080", Describe(record.Track(1, 1)));
-  EXPECT_EQ(0U, UINT{record.Track(0, 1).TNO});
-}
-
-TEST_F(Mds, KnowsTheModesOfDataTracks) {
-  struct {
-    unsigned mode;
-    int expected; ///< -1 when nobody knows it.
-  } const cases[] = {{0x0A, ZSMODE_1}, {0x0B, ZSMODE_1}, {0x0C, ZSMODE_2}, {0x0D, ZSMODE_2}, {0x09, -1}, {0xF8, -1}};
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.mode);
-    Messages messages;
-    MdsBuilder description = ThreeTracks();
-    description.blocks[3].control = 0x04;
-    description.blocks[3].mode = test.mode;
-    ImageRecord record(Write(description.Build()));
-    if (test.expected == -1) {
-      EXPECT_EQ(ZSE_OUTOFRESOURCES, record.Result());
-      EXPECT_TRUE(IsAllZero(*record));
-      EXPECT_EQ("Error: MDS 16\n", messages.m_shown);
-    } else {
-      ASSERT_EQ(S_OK, record.Result());
-      EXPECT_EQ(test.expected, int{record.Track(0).Mode});
-      EXPECT_EQ("", messages.m_shown);
-    }
-  }
-}
-
-TEST_F(Mds, JudgesEachField) {
-  const auto addSessions = [](MdsBuilder& it, unsigned count) {
-    it.lastTracks.clear();
-    it.blocks.clear();
-    for (unsigned i = 1; i <= count; ++i) {
-      MdsBlock opens;
-      opens.point = 0xA0;
-      MdsBlock track;
-      track.point = i < 100 ? i : 0xA1;
-      it.lastTracks.push_back(i);
-      it.blocks.push_back(opens); // Closes the session before as well.
-      it.blocks.push_back(track);
-    }
-  };
-  struct {
-    const char* name;
-    std::function<void(MdsBuilder&)> change;
-    HRESULT result;
-    int sessions;
-  } const cases[] = {
-      {"version 1.2", [](MdsBuilder& it) { it.minor = 2; }, S_OK, 2},
-      {"version 1.4", [](MdsBuilder& it) { it.minor = 4; }, ZSE_BADIMAGE, 0},
-      {"version 2.3", [](MdsBuilder& it) { it.major = 2; }, ZSE_BADIMAGE, 0},
-      {"signature", [](MdsBuilder& it) { it.signature = "MEDIA DESCRIPTOr"; }, ZSE_BADIMAGE, 0},
-      {"no blocks", [](MdsBuilder& it) { it.lastTracks.clear(), it.blocks.clear(); }, S_OK, 0},
-      {"no session blocks", [](MdsBuilder& it) { it.lastTracks.clear(); }, ZSE_BADIMAGE, 0},
-      {"a session block too few", [](MdsBuilder& it) { it.lastTracks.pop_back(); }, ZSE_BADIMAGE, 0},
-      {"point 1 opens a session", [](MdsBuilder& it) { it.blocks[0].point = 100; }, S_OK, 2},
-      {"point 2 without a session", [](MdsBuilder& it) { it.blocks.erase(it.blocks.begin(), it.blocks.begin() + 4); },
-       ZSE_BADIMAGE, 0},
-      {"the next session without an end of this", [](MdsBuilder& it) { it.blocks[5].point = 0xC0; }, S_OK, 2},
-      {"an end of no session", [](MdsBuilder& it) { it.blocks.insert(it.blocks.begin(), it.blocks[5]); }, S_OK, 2},
-      {"no end of the list", [](MdsBuilder& it) { it.blocks.pop_back(); }, S_OK, 2},
-      {"an early end of the list", [](MdsBuilder& it) { it.blocks[5].point = 0; }, S_OK, 1},
-      {"a track of the session before", [](MdsBuilder& it) { it.blocks[9].point = 2; }, ZSE_BADIMAGE, 0},
-      {"a track above the last", [](MdsBuilder& it) { it.blocks[4].point = 3; }, ZSE_BADIMAGE, 0},
-      {"last track below the session before", [](MdsBuilder& it) { it.lastTracks[1] = 1; }, ZSE_BADIMAGE, 0},
-      {"first session without tracks",
-       [](MdsBuilder& it) {
-         it.blocks[3].point = 0xB0;
-         it.blocks[4].point = 0;
-         it.lastTracks[0] = 0;
-       },
-       ZSE_BADIMAGE, 0},
-      {"length blocks one byte too far", [](MdsBuilder& it) { it.lengthsMoved = 1; }, ZSE_FILENOTFOUND, 0},
-      {"length blocks at the end of the world", [](MdsBuilder& it) { it.lengthsMoved = 0xFFFFF000; }, ZSE_FILENOTFOUND,
-       0},
-      {"99 sessions", [&](MdsBuilder& it) { addSessions(it, 99); }, S_OK, 99},
-      {"100 sessions", [&](MdsBuilder& it) { addSessions(it, 100); }, ZSE_OUTOFRESOURCES, 0},
-  };
-  for (const auto& test : cases) {
+TEST(Mds, JudgesEachField) {
+  const TemporaryFolder folder;
+  folder.Write("a.mdf", "");
+  for (const Case& test : kCases) {
     SCOPED_TRACE(test.name);
-    MdsBuilder description = ThreeTracks();
+    const Messages messages;
+    MdsBuilder description = MdsOf(kThreeTracks);
     test.change(description);
-    ImageRecord record(Write(description.Build()));
-    EXPECT_EQ(test.result, record.Result());
-    EXPECT_EQ(test.sessions, record->nSessions);
-    ExpectWholeOrEmpty(record);
+    EXPECT_EQ(test.outcome, Outcome(folder.Write("a.mds", description.Build())));
+    EXPECT_EQ(test.message, messages.m_shown);
   }
+  EXPECT_EQ("ZSE_FILENOTFOUND", Outcome(folder.Write("alone.mds", MdsOf(kThreeTracks).Build())));
 }
 
-TEST_F(Mds, NeedsItsSectorFile) {
-  const TemporaryFolder other;
-  EXPECT_EQ(ZSE_FILENOTFOUND, ImageRecord(other.Write("a.mds", ThreeTracks().Build())).Result());
-}
-
-TEST_F(Mds, SurvivesEveryCut) {
-  ExpectNoCutHurts(m_folder, "a.mds", ThreeTracks().Build());
-  ExpectNoCutHurts(m_folder, "a.mds", MdsOfDvd(100).Build());
+TEST(Mds, SurvivesEveryCut) {
+  const TemporaryFolder folder;
+  folder.Write("a.mdf", "");
+  ExpectNoCutHurts(folder, "a.mds", AsText(MdsOf(kThreeTracks).Build()));
+  ExpectNoCutHurts(folder, "a.mds", AsText(MdsOfDvd(100).Build()));
 }
 
 } // namespace
