@@ -6,10 +6,8 @@ namespace {
 
 TEST(BlindWrite, RefusesEveryDescription) {
   const TemporaryFolder folder;
-  for (const std::vector<BYTE>& file : {BwtFile(3), std::vector<BYTE>(18), std::vector<BYTE>(5000, 0xFF)}) {
-    for (const char* name : {"a.bwt", "a.b5t"}) {
-      EXPECT_EQ("ZSE_BADIMAGE", Outcome(folder.Write(name, file)));
-    }
+  for (const char* name : {"a.bwt", "a.b5t"}) {
+    EXPECT_EQ("ZSE_BADIMAGE", Outcome(folder.Write(name, BwtFile(3))));
   }
 }
 

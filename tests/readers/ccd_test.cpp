@@ -16,14 +16,8 @@ std::string TextWithPacks() {
   return WithPacks(kText, packs.Get());
 }
 
-class Ccd : public testing::Test {
-protected:
-  std::string Write(const std::string& text) const { return m_folder.Write("a.ccd", text); }
-
-  TemporaryFolder m_folder;
-};
-
-TEST_F(Ccd, JudgesEachValue) {
+TEST(Ccd, JudgesEachValue) {
+  const TemporaryFolder folder;
   const struct {
     const char* section;
     const char* key;
@@ -64,12 +58,12 @@ TEST_F(Ccd, JudgesEachValue) {
   };
   for (const auto& [section, key, value, outcome] : cases) {
     SCOPED_TRACE(std::string(section) + "/" + key + "=" + (value == nullptr ? "(none)" : value));
-    EXPECT_EQ(outcome, Outcome(Write(value == nullptr ? WithoutKey(kText, section, key)
-                                                      : WithValue(kText, section, key, value))));
+    EXPECT_EQ(outcome, Outcome(folder.Write("a.ccd", value == nullptr ? WithoutKey(kText, section, key)
+                                                                      : WithValue(kText, section, key, value))));
   }
-  EXPECT_EQ("", Outcome(Write("[Disc]\nSessions=0\n")));
-  m_folder.Write("a.sub", "");
-  EXPECT_EQ(kWhole + " mask 4", Outcome(Write(kText)));
+  EXPECT_EQ("", Outcome(folder.Write("a.ccd", "[Disc]\nSessions=0\n")));
+  folder.Write("a.sub", "");
+  EXPECT_EQ(kWhole + " mask 4", Outcome(folder.Write("a.ccd", kText)));
 }
 
 /// What a description with packs comes to.
@@ -77,7 +71,8 @@ std::string WithTitles(const std::string& album, const std::string& first, const
   return "1: 0-20" + first + ", 2: 23-48 pregap 3" + second + album + " | 1: 11298-11318 mask 1";
 }
 
-TEST_F(Ccd, DecodesPacksWrittenInHexadecimal) {
+TEST(Ccd, DecodesPacksWrittenInHexadecimal) {
+  const TemporaryFolder folder;
   const std::string all = WithTitles(" album ALBUM", " title FIRST", " title SECOND");
   const std::string firstPack = WithTitles(" album ALBUM", " title FIRST", "");
   const struct {
@@ -101,12 +96,13 @@ TEST_F(Ccd, DecodesPacksWrittenInHexadecimal) {
   };
   for (const auto& [section, key, value, outcome] : cases) {
     SCOPED_TRACE(std::string(key) + "=" + value);
-    EXPECT_EQ(outcome, Outcome(Write(WithValue(TextWithPacks(), section, key, value))));
+    EXPECT_EQ(outcome, Outcome(folder.Write("a.ccd", WithValue(TextWithPacks(), section, key, value))));
   }
 }
 
-TEST_F(Ccd, LackOfMemoryForTextsCostsTheTextsAlone) {
-  const UniqueBstr path = Wide(Write(TextWithPacks()));
+TEST(Ccd, LackOfMemoryForTextsCostsTheTextsAlone) {
+  const TemporaryFolder folder;
+  const UniqueBstr path = Wide(folder.Write("a.ccd", TextWithPacks()));
   const ComPtr<IZSImageFile> service = NewImageFileService();
   int withoutTexts = 0;
   FaultPoints& points = Memory().faults;
@@ -121,6 +117,6 @@ TEST_F(Ccd, LackOfMemoryForTextsCostsTheTextsAlone) {
   EXPECT_GE(withoutTexts, 3); // For the packs as text, as bytes, and for their table.
 }
 
-TEST_F(Ccd, SurvivesEveryCut) { ExpectNoCutHurts(m_folder, "a.ccd", TextWithPacks()); }
+TEST(Ccd, SurvivesEveryCut) { ExpectNoCutHurts("a.ccd", TextWithPacks()); }
 
 } // namespace

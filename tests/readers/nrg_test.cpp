@@ -32,35 +32,29 @@ NrgBuilder WithSecond(const Cues& second) {
 
 /// A track whose mode is given twice, with texts that end before their fields do.
 NrgBuilder OfMode(unsigned mode) {
-  return NrgBuilder()
-      .Cues(kOneTrack)
-      .DiscAtOnce(1, 1, {{6, 2448, ""}})
-      .DiscAtOnce(1, 1, {{mode, 2448, std::string("AB\0CD", 5)}}, std::string("12\0:", 4));
+  const NrgTrack track{mode, 2448, std::string("AB\0CD", 5)};
+  NrgBuilder image = NrgBuilder().Cues(kOneTrack).DiscAtOnce(1, 1, {{6, 2448, ""}});
+  return image.DiscAtOnce(1, 1, {track}, std::string("12\0:", 4));
 }
 
 std::vector<BYTE> TitlePack(const std::string& text) { return ByteWriter().Byte(0x80).Zeros(3).Text(text, 14).Get(); }
 
-class Nrg : public testing::Test {
-protected:
-  struct Case {
-    const char* name;
-    NrgBuilder image;
-    std::string outcome;
-  };
-  std::string Write(const std::vector<BYTE>& image) const { return m_folder.Write("a.nrg", image); }
-  void Expect(const std::vector<Case>& cases) const {
-    for (const Case& test : cases) {
-      SCOPED_TRACE(test.name);
-      for (const NrgFooter footer : {NrgFooter::Short, NrgFooter::Long}) {
-        EXPECT_EQ(test.outcome, Outcome(Write(test.image.Build(footer))));
-      }
-    }
-  }
-
-  TemporaryFolder m_folder;
+struct Case {
+  const char* name;
+  NrgBuilder image;
+  std::string outcome;
 };
 
-TEST_F(Nrg, BuildsSessionsFromChunks) {
+void Expect(const std::vector<Case>& cases) {
+  const TemporaryFolder folder;
+  for (const auto& [name, image, outcome] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(outcome, Outcome(folder.Write("short.nrg", image.Build(NrgFooter::Short))));
+    EXPECT_EQ(outcome, Outcome(folder.Write("long.nrg", image.Build(NrgFooter::Long))));
+  }
+}
+
+TEST(Nrg, BuildsSessionsFromChunks) {
   const std::string ofMode6 = "XA 1: 0-900 mode 4 size 2448/2448 index -,0 MCN 12 from 367200";
   const Pieces pieces{{0, 0, 2048 * 10 + 5}, {2, 20, 2048}, {3, 30, 2336 * 2}, {6, 40, 2352 * 3},
                       {7, 100, 2352 * 4},    {9, 200, 50},  {7, 300, 2352}};
@@ -89,7 +83,7 @@ TEST_F(Nrg, BuildsSessionsFromChunks) {
   });
 }
 
-TEST_F(Nrg, BuildsTheIndexesOfATrack) {
+TEST(Nrg, BuildsTheIndexesOfATrack) {
   const std::string whole = "1: 0-100 size 0/0 index -,0, 2: 150-900 pregap 50 size 0/0 index 100,150";
   const std::string first = "1: 0-100 size 0/0 index -,0, 2: ";
   Expect({
@@ -108,7 +102,7 @@ TEST_F(Nrg, BuildsTheIndexesOfATrack) {
   });
 }
 
-TEST_F(Nrg, AcceptsImagesWithoutSessions) {
+TEST(Nrg, AcceptsImagesWithoutSessions) {
   Expect({
       {"no chunks", NrgBuilder(), ""},
       {"chunks of the older form", NrgBuilder().Chunk("ETNF", std::vector<BYTE>(40)).Chunk("TINF", {0, 0, 0, 0}), ""},
@@ -118,23 +112,30 @@ TEST_F(Nrg, AcceptsImagesWithoutSessions) {
       {"tracks of no session", NrgBuilder().TracksAtOnce({{7, 0, 2352}}), ""},
       {"no session to complete", NrgBuilder().DiscAtOnce(1, 1, {{7, 2352, ""}}), ""},
   });
-  EXPECT_EQ("", Outcome(Write(ByteWriter().Text("NERO", 4).Big32(0).Get())));
-  for (const UHYPER position : {UHYPER{1'000'000}, ~UHYPER{0}}) {
-    EXPECT_EQ("", Outcome(Write(TwoTracks().Build(NrgFooter::Long, position))));
-  }
-  // A chunk that is skipped may claim any length.
-  EXPECT_EQ("",
-            Outcome(Write(ByteWriter().Text("JUNK", 4).Big32(0xFFFFFFFF).Zeros(99).Text("NER5", 4).Big64(0).Get())));
 }
 
-TEST_F(Nrg, TakesABlockOfTwoGibibytesForNone) {
-  const std::string path = Write(NrgBuilder().Cues(kOneTrack).Build());
+TEST(Nrg, FindsItsChunksByTheFooter) {
+  const std::pair<std::vector<BYTE>, const char*> cases[] = {
+      {std::vector<BYTE>(100), "ZSE_BADIMAGE"},
+      {{'N', 'E', 'R', 'O', 0, 0, 0}, "ZSE_BADIMAGE"},
+      {{'N', 'E', 'R', 'O', 0, 0, 0, 0}, ""},
+      {TwoTracks().Build(NrgFooter::Long, 1'000'000), ""},
+      {TwoTracks().Build(NrgFooter::Long, ~UHYPER{0}), ""},
+      // A chunk that is skipped may claim any length.
+      {ByteWriter().Text("JUNK", 4).Big32(0xFFFFFFFF).Zeros(99).Text("NER5", 4).Big64(0).Get(), ""},
+  };
+  const TemporaryFolder folder;
+  for (const auto& [image, outcome] : cases) {
+    EXPECT_EQ(outcome, Outcome(folder.Write("a.nrg", image))) << AsText(image);
+  }
+  // A block of two gibibytes is taken for none.
+  const std::string path = folder.Write("a.nrg", NrgBuilder().Cues(kOneTrack).Build());
   std::filesystem::resize_file(path, (UHYPER{1} << 31) - 12);
   std::ofstream(path, std::ios::binary | std::ios::app).write("NER5\0\0\0\0\0\0\0\0", 12);
   EXPECT_EQ("", Outcome(path));
 }
 
-TEST_F(Nrg, RefusesWhatDoesNotFit) {
+TEST(Nrg, RefusesWhatDoesNotFit) {
   NrgBuilder full;
   for (int i = 0; i < 100; ++i) {
     full.Cues({{0, 1, 1, 0}, kLeadOut});
@@ -160,16 +161,13 @@ TEST_F(Nrg, RefusesWhatDoesNotFit) {
       {"ETN2 of very many tracks", NrgBuilder().SessionInfo(0xFFFFFFFF).TracksAtOnce({{7, 0, 2352}}), bad},
       {"100 sessions", full, "ZSE_OUTOFRESOURCES"},
   });
-  for (const std::vector<BYTE>& image : {std::vector<BYTE>(100), {'N', 'E', 'R', 'O', 0, 0, 0}}) {
-    EXPECT_EQ(bad, Outcome(Write(image)));
-  }
 }
 
-TEST_F(Nrg, TakesWhatIsThereOfACutBlock) {
+TEST(Nrg, TakesWhatIsThereOfACutBlock) {
   NrgBuilder image = TwoTracks();
   image.TracksAtOnce({{7, 0, 2352}, {7, 1, 2352}}).SessionInfo(2).Chunk("CDTX", TitlePack("ALBUM"));
-  ExpectNoCutHurts(m_folder, "a.nrg", AsText(image.Build()));
-  ExpectNoCutHurts(m_folder, "a.nrg", AsText(image.Build()), std::string("NERO\0\0\0\0", 8));
+  ExpectNoCutHurts("a.nrg", AsText(image.Build()));
+  ExpectNoCutHurts("a.nrg", AsText(image.Build()), std::string("NERO\0\0\0\0", 8));
 }
 
 } // namespace

@@ -66,8 +66,9 @@ inline std::string Outcome(const std::string& path) {
 
 /// Reads a file under a name, with each of its lengths and an ending behind each: whatever comes, and of the whole a
 /// record.
-inline void ExpectNoCutHurts(const TemporaryFolder& folder, const std::string& name, const std::string& content,
-                             const std::string& ending = "") {
+inline void ExpectNoCutHurts(const std::string& name, const std::string& content, const std::string& ending = "") {
+  const TemporaryFolder folder;
+  folder.Write("a.mdf", "");
   std::string outcome;
   for (std::size_t size = 0; size <= content.size(); ++size) {
     SCOPED_TRACE(size);
