@@ -52,7 +52,7 @@ const Case kCases[] = {
     {"mode 09", [](MdsBuilder& it) { MakeData(0x09, &it); }, "ZSE_OUTOFRESOURCES", "Error: MDS 16\n"},
     {"mode F8", [](MdsBuilder& it) { MakeData(0xF8, &it); }, "ZSE_OUTOFRESOURCES", "Error: MDS 16\n"},
     {"no blocks", [](MdsBuilder& it) { it.lastTracks.clear(), it.blocks.clear(); }, ""},
-    {"no session blocks", [](MdsBuilder& it) { it.lastTracks.clear(); }, "ZSE_BADIMAGE"},
+    {"no session block", [](MdsBuilder& it) { it = MdsOfDvd(100), it.lastTracks.clear(); }, "ZSE_BADIMAGE"},
     {"a session block too few", [](MdsBuilder& it) { it.lastTracks.pop_back(); }, "ZSE_BADIMAGE"},
     {"point 1 opens a session", [](MdsBuilder& it) { it.blocks[0].point = 100; }},
     {"point 2 without a session", [](MdsBuilder& it) { it.blocks.erase(it.blocks.begin(), it.blocks.begin() + 4); },
