@@ -7,6 +7,7 @@
 #include <map>
 
 #include "builders/sectors.h"
+#include "support/counting_environment.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
 
@@ -62,6 +63,25 @@ inline std::string Outcome(const std::string& path) {
   ImageRecord record(path);
   EXPECT_EQ(record.Result() != S_OK, IsAllZero(*record));
   return record.Result() == S_OK ? Brief(record) : kResultNames.at(record.Result());
+}
+
+/// The records that come of a file while one allocation after the other fails, where one comes.
+inline std::vector<std::string> OutcomesWithoutMemory(const std::string& path) {
+  const UniqueBstr name = Wide(path);
+  const ComPtr<IZSImageFile> service = NewImageFileService();
+  std::vector<std::string> outcomes;
+  FaultPoints& points = Memory().faults;
+  for (long number = 1; number == 1 || points.Reached(); ++number) {
+    ImageRecord record;
+    points.Start(number);
+    const HRESULT result = service->GetImageFileInfo(name.get(), &*record);
+    points.Stop();
+    EXPECT_EQ(result != S_OK, IsAllZero(*record)) << number;
+    if (result == S_OK) {
+      outcomes.push_back(Brief(record));
+    }
+  }
+  return outcomes;
 }
 
 /// Reads a file under a name, with each of its lengths and an ending behind each: whatever comes, and of the whole a
