@@ -4,235 +4,192 @@
 #include "disc/track_table.h"
 #include "foundation/strings.h"
 #include "platform/task_memory.h"
+#include "support/counting_environment.h"
 #include "support/services.h"
 
 namespace {
 
-/// A sheet whose every field holds a value of its own.
-void FillSheet(ZSCUESHEET* sheet, UINT tracks, const std::string& word) {
-  for (const TextField field : kTextFields) {
-    ReplaceText(&sheet->ZSCDTEXT, field, NewBstr(word + std::to_string(static_cast<int>(field))));
-  }
-  sheet->ZSCDTEXT.bstrMCN = NewBstr(word + "MCN");
-  sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
-  sheet->ZSCDTEXT.Language = ZSCDTEXT_GERMAN;
-  for (UINT i = 0; i < tracks; ++i) {
-    ZSTRACK* track = AppendTrack(sheet);
-    track->TNO = i + 1;
-    track->dwLBA = i * 1000;
-    track->dwEndLBA = (i + 1) * 1000;
-    track->Postgap = 3;
-    track->dwReserved64 = UHYPER{i} << 40;
-    SetMode(sheet, track, ZSMODE_2);
-    SetBlockSize(track, 2336);
-    const ULONG indexes[] = {kNoIndex, i * 1000};
-    AppendIndexes(track, indexes, 2);
-    for (const TextField field : kTextFields) {
-      ReplaceText(track, field, NewBstr(word + std::to_string(i) + std::to_string(static_cast<int>(field))));
+/// The sheet of a sample, with a text of its own in every field.
+class FullSheet {
+public:
+  FullSheet(const char* sample, const std::string& word) : m_image(std::string(SAMPLE_IMAGES "/") + sample) {
+    FillTexts(&Get()->ZSCDTEXT, word);
+    for (UINT i = 0; i < Get()->nTracks; ++i) {
+      FillTexts(&Get()->pZSTracks[i], word + std::to_string(i));
     }
-    track->bstrISRC = NewBstr(word + "ISRC");
   }
-}
+  ZSCUESHEET* Get() const { return &m_image.Sheet(); }
+  ZSCUESHEET* operator->() const { return Get(); }
 
-std::vector<std::string> Texts(const ZSCUESHEET& sheet) {
-  std::vector<std::string> texts{Narrow(sheet.ZSCDTEXT.bstrMCN)};
-  for (const TextField field : kTextFields) {
-    texts.push_back(Narrow(TextOf(sheet.ZSCDTEXT, field)));
-  }
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
+private:
+  template <class Record> static void FillTexts(Record* record, const std::string& word) {
     for (const TextField field : kTextFields) {
-      texts.push_back(Narrow(TextOf(sheet.pZSTracks[i], field)));
+      ReplaceText(record, field, NewBstr(word + std::to_string(static_cast<int>(field))));
     }
-    texts.push_back(Narrow(sheet.pZSTracks[i].bstrISRC));
+  }
+  ImageRecord m_image;
+};
+
+template <class Record> std::string TextsOf(const Record& record) {
+  std::string texts;
+  for (const TextField field : kTextFields) {
+    texts += ' ' + Narrow(TextOf(record, field));
   }
   return texts;
 }
 
-std::vector<ZSFILESTRUCT> Pieces(const ZSTRACK& track) {
-  SAFEARRAY* array = track.varFiles.parray;
-  const SafeArrayAccess access(array);
-  const auto* first = access.Elements<ZSFILESTRUCT>();
-  return array == nullptr ? std::vector<ZSFILESTRUCT>() : std::vector(first, first + array->rgsabound[0].cElements);
+/// A line of texts for the disc, and one with the code in front for each track.
+std::vector<std::string> Texts(const ZSCUESHEET* sheet) {
+  std::vector<std::string> lines{TextsOf(sheet->ZSCDTEXT)};
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    lines.push_back(Narrow(sheet->pZSTracks[i].bstrISRC) + TextsOf(sheet->pZSTracks[i]));
+  }
+  return lines;
+}
+
+/// The one piece of a track: name, positions, mode and place.
+std::string Piece(const ZSTRACK& track) {
+  if (track.varFiles.vt != VT_ARRAY || track.varFiles.parray->rgsabound[0].cElements != 1) {
+    return "none";
+  }
+  const SafeArrayAccess access(track.varFiles.parray);
+  const auto& piece = *access.Elements<ZSFILESTRUCT>();
+  const UHYPER numbers[] = {piece.dwLBA, piece.dwEndLBA, static_cast<UHYPER>(piece.ZSMode), piece.dwFromSeek64};
+  return Narrow(piece.bstrFileName) + testing::PrintToString(numbers);
 }
 
 TEST(SheetRecords, CloneEqualsItsSourceAndOutlivesIt) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
+  const auto values = [](const ZSCUESHEET* sheet) {
+    const ::ZSCDTEXT& text = sheet->ZSCDTEXT;
+    const ZSTRACK& track = sheet->pZSTracks[1];
+    return std::tuple(Describe(*sheet), Texts(sheet), Piece(track), LONG{track.Postgap}, Narrow(text.bstrMCN),
+                      +text.CDTextPresent, +text.Language, +sheet->ZSSESSIONFORMAT);
+  };
   ZSCUESHEET* copy = nullptr;
-  std::vector<std::string> tracks;
-  std::vector<std::string> texts;
-  {
-    TestSheet sheet;
-    FillSheet(sheet.Get(), 2, "w");
-    ASSERT_EQ(S_OK, service->PrepareTracks(Wide("image.bin").get(), sheet.Get()));
-    sheet.Track(1).varFiles.wReserved1 = 9; // Not part of the value.
-    tracks = Describe(*sheet.Get());
-    texts = Texts(*sheet.Get());
-    ASSERT_EQ(S_OK, service->Clone(sheet.Get(), &copy));
-    SAFEARRAY* own = copy->pZSTracks[0].varFiles.parray;
-    EXPECT_FALSE(own == sheet.Track(0).varFiles.parray);
-  }
-  EXPECT_EQ(tracks, Describe(*copy));
-  EXPECT_EQ(texts, Texts(*copy));
-  EXPECT_EQ(3, LONG{copy->pZSTracks[1].Postgap});
-  EXPECT_TRUE(copy->ZSSESSIONFORMAT == ZSSESSIONFORMAT_CDROMXA);
-  EXPECT_TRUE(copy->ZSCDTEXT.Language == ZSCDTEXT_GERMAN);
-  EXPECT_EQ("image.bin", Narrow(Pieces(copy->pZSTracks[1])[0].bstrFileName));
+  const auto expected = [&] {
+    const FullSheet sheet("mixed.cue", "w");
+    sheet->ZSCDTEXT.Language = ZSCDTEXT_GERMAN;
+    sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
+    sheet->ZSSESSIONFORMAT = ZSSESSIONFORMAT_CDI;
+    sheet->pZSTracks[1].Postgap = 3;
+    sheet->pZSTracks[1].ImageBlockSize = ZSFILEBLOCKSIZE_2048;
+    EXPECT_EQ(S_OK, service->PrepareTracks(Wide("image.bin").get(), sheet.Get()));
+    EXPECT_EQ(S_OK, service->Clone(sheet.Get(), &copy));
+    return values(sheet.Get());
+  }();
+  EXPECT_EQ(expected, values(copy));
   EXPECT_EQ(S_OK, service->FreeZSCueSheet(copy, VARIANT_TRUE));
 }
 
 TEST(SheetRecords, CopyOfTextReplacesAllButTheCatalogueNumber) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  TestSheet source;
-  TestSheet destination;
-  FillSheet(source.Get(), 2, "new");
-  ReplaceText(&source.Track(1), TextField::Genre, nullptr);
-  FillSheet(destination.Get(), 3, "old");
-  const std::vector<std::string> before = Texts(*destination.Get());
+  const FullSheet source("album.cue", "new"); // A track less than the other.
+  const FullSheet destination("mixed.cue", "old");
+  ReplaceText(&source->ZSCDTEXT, TextField::Genre, nullptr);
+  std::vector<std::string> expected = Texts(source.Get());
+  expected.push_back(Texts(destination.Get())[3]);
   ASSERT_EQ(S_OK, service->CopyCDText(source.Get(), destination.Get()));
-  std::vector<std::string> expected = Texts(*source.Get());
-  expected[0] = "oldMCN";
-  expected.insert(expected.end(), before.end() - 8, before.end());
-  EXPECT_EQ(expected, Texts(*destination.Get()));
-}
+  EXPECT_EQ(expected, Texts(destination.Get()));
+  EXPECT_EQ(S_OK, service->CopyCDText(destination.Get(), destination.Get()));
+  EXPECT_EQ(expected, Texts(destination.Get())) << "a sheet onto itself";
+  EXPECT_EQ("4006381333931", Narrow(destination->ZSCDTEXT.bstrMCN));
 
-TEST(SheetRecords, TextOfByteWiseCopiesCanBeMadeTheirOwn) {
-  const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  TestSheet sheet;
-  FillSheet(sheet.Get(), 0, "w");
-  ReplaceText(&sheet->ZSCDTEXT, TextField::Genre, nullptr);
-  ::ZSCDTEXT text = sheet->ZSCDTEXT;
-  ASSERT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &text));
-  EXPECT_TRUE(sheet->ZSCDTEXT.bstrTitle != text.bstrTitle);
-  EXPECT_TRUE(text.bstrGenre == nullptr);
+  ::ZSCDTEXT text = destination->ZSCDTEXT; // A copy as bytes, whose texts become its own.
+  ASSERT_EQ(S_OK, service->CloneCDText(&destination->ZSCDTEXT, &text));
+  EXPECT_EQ(expected[0], TextsOf(text));
   EXPECT_EQ(S_OK, service->FreeZSCDText(&text));
+  EXPECT_EQ(expected[0], TextsOf(destination->ZSCDTEXT));
   EXPECT_TRUE(text.bstrTitle == nullptr);
-  EXPECT_EQ("wMCN", Narrow(text.bstrMCN)) << "still the sheet's";
+  EXPECT_EQ("4006381333931", Narrow(text.bstrMCN)) << "still the sheet's";
 }
 
-TEST(SheetRecords, FreeWithoutDestroyLeavesTheSheet) {
+TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  TestSheet sheet;
-  FillSheet(sheet.Get(), 1, "w");
-  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet.Get(), 1)) << "1 is not true";
-  EXPECT_EQ(1U, UINT{sheet->nTracks});
+  const FullSheet sheet("mixed.cue", "w");
+  const UniqueBstr image = Wide("音.bin");
+  EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet.Get()));
+  EXPECT_EQ(S_FALSE, service->PrepareTracks(image.get(), nullptr));
+  Memory().faults.Start(1, true);
+  const HRESULT result = service->PrepareTracks(image.get(), sheet.Get());
+  Memory().faults.Stop();
+  EXPECT_EQ(E_OUTOFMEMORY, result);
+  EXPECT_EQ("none", Piece(sheet->pZSTracks[0]));
+  ASSERT_EQ(S_OK, service->PrepareTracks(image.get(), sheet.Get()));
+  EXPECT_EQ("音.bin{ 0, 20, 1, 0 }", Piece(sheet->pZSTracks[0]));
+  EXPECT_EQ("音.bin{ 28, 40, 0, 18446744073709551615 }", Piece(sheet->pZSTracks[1]));
+
+  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet.Get(), 1)) << "1 is not true, so that the sheet is left";
+  EXPECT_EQ(3U, UINT{sheet->nTracks});
   EXPECT_EQ("w0", Narrow(sheet->ZSCDTEXT.bstrTitle));
   sheet->nTracks = 0; // What the tracks owned is gone.
 }
 
-TEST(FilePieces, NameTheImageOnceForEachTrack) {
+TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  TestSheet sheet;
-  FillSheet(sheet.Get(), 3, "w");
-  EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet.Get()));
-  EXPECT_EQ(S_FALSE, service->PrepareTracks(Wide("x").get(), nullptr));
-  ASSERT_EQ(S_OK, service->PrepareTracks(Wide("音.bin").get(), sheet.Get()));
-  for (UINT i = 0; i < 3; ++i) {
-    EXPECT_EQ(VT_ARRAY, VARTYPE{sheet.Track(i).varFiles.vt});
-    const std::vector<ZSFILESTRUCT> pieces = Pieces(sheet.Track(i));
-    ASSERT_EQ(1U, pieces.size());
-    EXPECT_EQ("音.bin", Narrow(pieces[0].bstrFileName));
-    EXPECT_EQ(i * 1000, ULONG{pieces[0].dwLBA});
-    EXPECT_EQ((i + 1) * 1000, ULONG{pieces[0].dwEndLBA});
-    EXPECT_TRUE(pieces[0].ZSMode == ZSMODE_2);
-    EXPECT_EQ(i == 0 ? 0 : ~UHYPER{0}, UHYPER{pieces[0].dwFromSeek64});
-  }
-}
-
-/// A variant with an array that owns independent copies of a sheet's tracks.
-class TrackArray {
-public:
-  explicit TrackArray(const ZSCUESHEET& sheet) : m_value(TracksOf(sheet)) {}
-  TrackArray(const TrackArray&) = delete;
-  TrackArray& operator=(const TrackArray&) = delete;
-  ~TrackArray() { VariantClear(&m_value); }
-  VARIANT* Value() noexcept { return &m_value; }
-  ULONG Count() const noexcept { return m_value.parray == nullptr ? 0 : m_value.parray->rgsabound[0].cElements; }
-
-private:
-  VARIANT m_value;
-};
-
-class Merge : public testing::Test {
-protected:
-  Merge() {
-    FillSheet(m_source.Get(), 2, "source");
-    FillSheet(m_old.Get(), 1, "old");
-    m_old.Track(0).TNO = 3;
-    m_old.Track(0).dwLBA = 500;
-    m_old.Track(0).dwEndLBA = 900;
-    m_service->PrepareTracks(Wide("image.bin").get(), m_source.Get());
-  }
-
-  ComPtr<IZSCueSheet> m_service = NewCueSheetService();
-  TestSheet m_source;
-  TestSheet m_old;
-};
-
-TEST_F(Merge, MovesTracksBehindTheLast) {
-  TrackArray source(*m_source.Get());
-  TrackArray destination(*m_old.Get());
-  ASSERT_EQ(S_OK, m_service->MergeTracks(source.Value(), destination.Value()));
-  EXPECT_EQ(VT_EMPTY, source.Value()->vt);
-  EXPECT_EQ(nullptr, source.Value()->parray);
-  ASSERT_EQ(3U, destination.Count());
-  const SafeArrayAccess access(destination.Value()->parray);
-  const auto* tracks = access.Elements<ZSTRACK>();
-  EXPECT_EQ("4: 401-1401 pregap 0 mode 4 size 2336/2336 flags 0 index -,0 at 0", Describe(tracks[1]));
-  EXPECT_EQ("5: 1401-2401 pregap 0 mode 4 size 2336/2336 flags 0 index -,1000 at 1099511627776", Describe(tracks[2]));
-  EXPECT_EQ(1401U, ULONG{Pieces(tracks[2])[0].dwLBA});
-  EXPECT_EQ(2401U, ULONG{Pieces(tracks[2])[0].dwEndLBA});
-  EXPECT_EQ("source16", Narrow(tracks[2].bstrMessage));
-  EXPECT_EQ("sourceISRC", Narrow(tracks[2].bstrISRC));
-}
-
-TEST_F(Merge, GivesAnEmptyListToATrackWithoutPieces) {
-  TrackArray source(*m_source.Get());
-  TrackArray destination(*m_old.Get());
+  const FullSheet sheet("mixed.cue", "w");
+  service->PrepareTracks(Wide("image.bin").get(), sheet.Get());
+  VARIANT destination = TracksOf(*sheet.Get());
+  VARIANT source = TracksOf(*sheet.Get());
+  VARIANT empty{};
   {
-    const SafeArrayAccess access(source.Value()->parray);
-    VARIANT& files = access.Elements<ZSTRACK>()[1].varFiles;
+    const SafeArrayAccess access(source.parray);
+    EXPECT_EQ(DISP_E_ARRAYISLOCKED, service->MergeTracks(&source, &destination));
+    VARIANT& files = access.Elements<ZSTRACK>()[2].varFiles;
     VariantClear(&files);
     files.vt = VT_UI8; // A value that is no list must not be read as one.
     files.ullVal = 0xFFFFFFF0;
   }
-  ASSERT_EQ(S_OK, m_service->MergeTracks(source.Value(), destination.Value()));
-  const SafeArrayAccess access(destination.Value()->parray);
-  const VARIANT& files = access.Elements<ZSTRACK>()[2].varFiles;
-  EXPECT_EQ(VT_ARRAY, VARTYPE{files.vt});
-  EXPECT_TRUE(files.parray == nullptr);
-}
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&empty, &destination));
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &empty));
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &source));
+  destination.parray->fFeatures |= FADF_FIXEDSIZE;
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &destination));
+  destination.parray->fFeatures = FADF_RECORD;
+  EXPECT_EQ(3U, source.parray->rgsabound[0].cElements);
+  EXPECT_EQ(3U, destination.parray->rgsabound[0].cElements);
 
-TEST_F(Merge, RefusesWhatItCannotMergeAndChangesNothing) {
-  TrackArray source(*m_source.Get());
-  TrackArray destination(*m_old.Get());
-  VARIANT empty{};
-  EXPECT_EQ(E_INVALIDARG, m_service->MergeTracks(&empty, destination.Value()));
-  EXPECT_EQ(E_INVALIDARG, m_service->MergeTracks(source.Value(), &empty));
-  destination.Value()->parray->fFeatures |= FADF_FIXEDSIZE;
-  EXPECT_EQ(E_INVALIDARG, m_service->MergeTracks(source.Value(), destination.Value()));
-  destination.Value()->parray->fFeatures = FADF_RECORD;
+  ASSERT_EQ(S_OK, service->MergeTracks(&source, &destination));
+  EXPECT_TRUE(source.vt == VT_EMPTY && source.parray == nullptr);
+  ASSERT_EQ(6U, destination.parray->rgsabound[0].cElements);
   {
-    const SafeArrayAccess reading(source.Value()->parray);
-    EXPECT_EQ(DISP_E_ARRAYISLOCKED, m_service->MergeTracks(source.Value(), destination.Value()));
+    const SafeArrayAccess access(destination.parray);
+    const auto* tracks = access.Elements<ZSTRACK>();
+    EXPECT_EQ("3: 40-60 pregap 0 mode 0 size 2352/2352 flags 0 index -,40,50 at 75264", Describe(tracks[2]));
+    EXPECT_EQ("4: 21-41 pregap 0 mode 1 size 2352/2352 flags 0 index -,0 at 0", Describe(tracks[3]));
+    EXPECT_EQ("5: 49-61 pregap 8 mode 0 size 2352/2352 flags 3 index 20,28 at 47040", Describe(tracks[4]));
+    EXPECT_EQ("image.bin{ 49, 61, 0, 18446744073709551615 }", Piece(tracks[4]));
+    EXPECT_EQ(TextsOf(tracks[1]), TextsOf(tracks[4]));
+    EXPECT_EQ("DEA012600001", Narrow(tracks[4].bstrISRC));
+    EXPECT_TRUE(tracks[5].varFiles.vt == VT_ARRAY && tracks[5].varFiles.parray == nullptr);
   }
-  EXPECT_EQ(2U, source.Count());
-  EXPECT_EQ(1U, destination.Count());
+  VariantClear(&destination);
 }
 
 TEST(SheetRecords, OperationsWantTheirArguments) {
-  const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  TestSheet sheet;
-  BSTR text = nullptr;
-  EXPECT_EQ(E_INVALIDARG, service->AllocCueSheet(nullptr));
-  EXPECT_EQ(E_INVALIDARG, service->Clone(sheet.Get(), nullptr));
-  EXPECT_EQ(E_INVALIDARG, service->CloneCDText(nullptr, &sheet->ZSCDTEXT));
-  EXPECT_EQ(E_INVALIDARG, service->CopyCDText(sheet.Get(), nullptr));
-  EXPECT_EQ(E_INVALIDARG, service->FreeZSCueSheet(nullptr, VARIANT_TRUE));
-  EXPECT_EQ(E_INVALIDARG, service->FreeZSCDText(nullptr));
-  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(nullptr, nullptr));
-  EXPECT_EQ(E_INVALIDARG, service->AnalyzeCueSheet(text, nullptr));
-  EXPECT_EQ(ZSE_CANNOTOPENIMAGE, service->AnalyzeCueSheet(nullptr, sheet.Get()));
-  EXPECT_EQ(E_NOTIMPL, service->Dummy(nullptr, nullptr));
+  const ComPtr<IZSCueSheet> s = NewCueSheetService();
+  const TestSheet sheet;
+  ::ZSCDTEXT* text = &sheet->ZSCDTEXT;
+  VARIANT value{};
+  zsimagefileinfo info{};
+  ZSTRACK track{};
+  auto* stream = reinterpret_cast<IStream*>(-1);
+  const auto extract = [&](zsimagefileinfo* image, ZSTRACK* from, IStream** to) {
+    return s->ExtractTrackToStream(nullptr, nullptr, image, from, 0, nullptr, 0, value, to);
+  };
+  const auto expectRefused = [](auto... results) {
+    EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
+  };
+  expectRefused(s->CreateCueFile(nullptr, nullptr), s->AnalyzeCueSheet(nullptr, nullptr),
+                s->AnalyzeCDText(nullptr, nullptr), s->GetBinaryFile(nullptr, nullptr), extract(&info, &track, nullptr),
+                extract(nullptr, &track, &stream), extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value),
+                s->MergeTracks(&value, nullptr), s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr),
+                s->Clone(sheet.Get(), nullptr), s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr),
+                s->CopyCDText(nullptr, sheet.Get()), s->CopyCDText(sheet.Get(), nullptr),
+                s->FreeZSCueSheet(nullptr, VARIANT_TRUE), s->FreeZSCDText(nullptr));
+  EXPECT_EQ(nullptr, stream) << "no stream on a failure";
+  EXPECT_EQ(ZSE_CANNOTOPENIMAGE, s->AnalyzeCueSheet(nullptr, sheet.Get()));
+  EXPECT_EQ(E_NOTIMPL, s->Dummy(nullptr, nullptr));
 }
 
 } // namespace
