@@ -28,17 +28,14 @@ TEST(CueParser, PlacesTracksAndWritesNothingOutsideItsTable) {
     UHYPER size;
     std::vector<std::string> tracks;
   } kCases[] = {
-      {"index 0, which leaves no trace in the first track, and indexes above 1, which only add entries",
-       "TRACK 01 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\n"
-       "TRACK 02 AUDIO\nINDEX 00 10:00:00\nINDEX 01 10:02:00\nINDEX 02 10:03:00\nINDEX 05 10:04:00\n",
+      {"index 0 leaves no trace in the first track, counts as absent at the very start, and higher ones only add "
+       "entries",
+       "TRACK 01 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:00:01\nTRACK 02 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\n"
+       "TRACK 03 AUDIO\nINDEX 00 10:00:00\nINDEX 01 10:02:00\nINDEX 02 10:03:00\nINDEX 05 10:04:00\n",
        50000 * 2352,
-       {"1: 150-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,150 at 0",
-        "2: 45150-50000 pregap 150 mode 0 size 2352/2352 flags 0 index 45000,45150,45225,45300 at 105487200"}},
-      {"index 0 at the very start counts as absent",
-       "TRACK 01 AUDIO\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\n",
-       1000 * 2352,
-       {"1: 0-150 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0",
-        "2: 150-1000 pregap 0 mode 0 size 2352/2352 flags 0 index 0,150 at 352800"}},
+       {"1: 1-150 pregap 0 mode 0 size 2352/2352 flags 0 index -,1 at 0",
+        "2: 150-45000 pregap 0 mode 0 size 2352/2352 flags 0 index 0,150 at 350448",
+        "3: 45150-50000 pregap 150 mode 0 size 2352/2352 flags 0 index 45000,45150,45225,45300 at 105837648"}},
       {"PREGAP lines move every later start, flags have several words, a second file goes on in the same positions",
        "TRACK 01 AUDIO\nFLAGS dcp 4CH\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 20:00:00\n"
        "FILE \"other.bin\" BINARY\nTRACK 03 AUDIO\nFLAGS PRE\nINDEX 01 30:00:00\n",
@@ -57,12 +54,8 @@ TEST(CueParser, PlacesTracksAndWritesNothingOutsideItsTable) {
         "5: 40-50 pregap 0 mode 4 size 2048/2048 flags 0 index -,40 at 87560",
         "6: 50-0 pregap 0 mode 0 size 0/0 flags 0 index -,50 at 108040"}},
       {"no track at all", "REM nothing here\n", 100 * 2352, {}},
-      {"lines before the first track, one of them a file with the word in its name",
+      {"lines before the first track, one of them a file with the word in its name, and numbers that the table lacks",
        "FILE \"Track 01.bin\" BINARY\nISRC ABCDE1234567\nFLAGS DCP\nINDEX 01 00:01:00\n"
-       "TRACK 01 AUDIO\nINDEX 01 00:00:00\n",
-       100 * 2352,
-       {"1: 0-100 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0"}},
-      {"numbers that the table does not have",
        "TRACK 07 AUDIO\nFLAGS DCP\nINDEX 01 00:01:00\nTRACK -1 AUDIO\nINDEX 01 00:01:00\n"
        "TRACK 02 AUDIO\nINDEX 01 00:00:00\nTRACK 00 AUDIO\nINDEX 01 00:01:00\n",
        100 * 2352,
@@ -95,18 +88,15 @@ TEST(CueParser, TakesTextAndCodes) {
                         "TRACK 01 AUDIO\nTITLE \"caf\xC3\xA9\"\nPERFORMER \"caf\xE9\"\nISRC abcde12345678\n"
                         "ARRANGER \"x\"\nARRANGER \"\"\nINDEX 01 00:00:00\nTRACK 09 AUDIO\nTITLE \"nowhere\"\n");
   const ::ZSCDTEXT& text = sheet->ZSCDTEXT;
-  EXPECT_EQ("1234567890123", Narrow(text.bstrMCN));
-  EXPECT_EQ("THE \"BEST\" OF", Narrow(text.bstrTitle));
-  EXPECT_EQ("PROG ROCK", Narrow(text.bstrGenre));
-  EXPECT_EQ("SECOND", Narrow(text.bstrMessage));
-  EXPECT_EQ("HALF OPEN", Narrow(text.bstrSongwriter));
-  EXPECT_TRUE(text.bstrComposer == nullptr);
-  EXPECT_TRUE(text.CDTextPresent == 0);
   const ZSTRACK& track = sheet.Track(0);
-  EXPECT_EQ("CAF\xC9", Narrow(track.bstrTitle));
-  EXPECT_EQ("CAF\xC9", Narrow(track.bstrPerformer));
-  EXPECT_EQ("ABCDE1234567", Narrow(track.bstrISRC));
-  EXPECT_TRUE(track.bstrArranger == nullptr);
+  std::string texts = Narrow(text.bstrMCN);
+  for (const BSTR value : {text.bstrTitle, text.bstrGenre, text.bstrMessage, text.bstrSongwriter, text.bstrComposer,
+                           track.bstrTitle, track.bstrPerformer, track.bstrISRC, track.bstrArranger}) {
+    texts += "|" + Narrow(value);
+  }
+  EXPECT_EQ("1234567890123|THE \"BEST\" OF|PROG ROCK|SECOND|HALF OPEN|(null)|CAF\xC9|CAF\xC9|ABCDE1234567|(null)",
+            texts);
+  EXPECT_TRUE(text.CDTextPresent == 0);
 }
 
 /// Files that can be found but not be opened, or opened but not be moved in.
