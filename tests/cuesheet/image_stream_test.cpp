@@ -234,8 +234,6 @@ TEST_F(StreamCallback, RedirectsReads) {
   EXPECT_EQ(5000U, m_came);
   EXPECT_TRUE((Track{2352, 2048, 16, 2, 5}.Cut(m_image).substr(50, 5000)) == m_buffer.substr(7, 5000));
   EXPECT_EQ((Step{8256, 0, 5000, 5050}), m_steps.back());
-  EXPECT_EQ(S_FALSE, Read(1000));
-  EXPECT_EQ(0U, m_came);
   std::string elsewhere(300000, '\0');
   redirect(ZSSTREAM_BEFOREREAD, elsewhere.data(), 300000);
   Open({2352, 2048, 16, 5, kEnd});
@@ -251,11 +249,9 @@ TEST_F(StreamCallback, Cancels) {
   m_react = [](ZSSTREAMPROGRESS*) {};
   EXPECT_EQ(E_FAIL, Read(1000));
   EXPECT_EQ((Step{8256, 0, 1000, 2000}), m_steps.back());
-  EXPECT_EQ(S_OK, Pump(m_stream, m_folder.Path("track")));
-  EXPECT_EQ("", m_folder.Read("track"));
 
   const Track longer{2352, 2048, 16, 5, kEnd};
-  for (const std::size_t reads : {3U, 4U, 5U, 9U}) {
+  for (const std::size_t reads : {0U, 3U, 4U, 5U, 9U}) { // Before, at and behind what the pump holds back.
     Open(longer);
     m_react = [=](ZSSTREAMPROGRESS* progress) { progress->fCancel = progress->qwDone > reads * 65535 ? 1 : 0; };
     EXPECT_EQ(S_OK, Pump(m_stream, m_folder.Path("track")));

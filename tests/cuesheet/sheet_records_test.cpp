@@ -110,10 +110,12 @@ TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
   const UniqueBstr image = Wide("音.bin");
   EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet.Get()));
   EXPECT_EQ(S_FALSE, service->PrepareTracks(image.get(), nullptr));
-  Memory().faults.Start(1, true);
-  const HRESULT result = service->PrepareTracks(image.get(), sheet.Get());
-  Memory().faults.Stop();
-  EXPECT_EQ(E_OUTOFMEMORY, result);
+  for (const long point : {1, 2, 3}) {
+    Memory().faults.Start(point, true);
+    const HRESULT result = service->PrepareTracks(image.get(), sheet.Get());
+    Memory().faults.Stop();
+    EXPECT_EQ(E_OUTOFMEMORY, result);
+  }
   EXPECT_EQ("none", Piece(sheet->pZSTracks[0]));
   ASSERT_EQ(S_OK, service->PrepareTracks(image.get(), sheet.Get()));
   EXPECT_EQ("音.bin{ 0, 20, 1, 0 }", Piece(sheet->pZSTracks[0]));
@@ -181,12 +183,13 @@ TEST(SheetRecords, OperationsWantTheirArguments) {
     EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
   };
   expectRefused(s->CreateCueFile(nullptr, nullptr), s->AnalyzeCueSheet(nullptr, nullptr),
-                s->AnalyzeCDText(nullptr, nullptr), s->GetBinaryFile(nullptr, nullptr), extract(&info, &track, nullptr),
-                extract(nullptr, &track, &stream), extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value),
-                s->MergeTracks(&value, nullptr), s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr),
-                s->Clone(sheet.Get(), nullptr), s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr),
-                s->CopyCDText(nullptr, sheet.Get()), s->CopyCDText(sheet.Get(), nullptr),
-                s->FreeZSCueSheet(nullptr, VARIANT_TRUE), s->FreeZSCDText(nullptr));
+                s->AnalyzeCDText(nullptr, nullptr), s->AnalyzeCDTextFromData(nullptr, 1, sheet.Get()),
+                s->GetBinaryFile(nullptr, nullptr), extract(&info, &track, nullptr), extract(nullptr, &track, &stream),
+                extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value), s->MergeTracks(&value, nullptr),
+                s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr), s->Clone(sheet.Get(), nullptr),
+                s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr), s->CopyCDText(nullptr, sheet.Get()),
+                s->CopyCDText(sheet.Get(), nullptr), s->FreeZSCueSheet(nullptr, VARIANT_TRUE),
+                s->FreeZSCDText(nullptr));
   EXPECT_EQ(nullptr, stream) << "no stream on a failure";
   EXPECT_EQ(ZSE_CANNOTOPENIMAGE, s->AnalyzeCueSheet(nullptr, sheet.Get()));
   EXPECT_EQ(E_NOTIMPL, s->Dummy(nullptr, nullptr));
