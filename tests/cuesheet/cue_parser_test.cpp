@@ -128,6 +128,7 @@ TEST(CueParser, FindsAndMeasuresTheDataFile) {
       {"a.cue", "FILE \"signed.bin\"\n", folder.Path("SIGNED.BIN"), S_OK},
       {"a.cue", "FILE \"sub\\even.bin\"\n", "SUB\\EVEN.BIN", ZSE_CANNOTOPENIMAGE}, // Not joined to the folder.
       {"a.cue", "FILE \"/abs/b.bin\"\n", "/ABS/B.BIN", ZSE_CANNOTOPENIMAGE},
+      {"a.cue", "FILE \"\"\n", folder.Path(""), S_OK},                  // A folder is there, and empty.
       {"a.cue", "FILE even.bin\n", folder.Path("a.cue"), ZSE_BADIMAGE}, // The sheet itself is measured.
       {"a.cue.txt", "FILE \"even.bin\"\n", folder.Path("EVEN.BIN"), S_OK},
       {"a.txt", "FILE \"even.bin\"\n", folder.Path("a.txt"), ZSE_BADIMAGE},

@@ -94,6 +94,7 @@ TEST(SheetRecords, CopyOfTextReplacesAllButTheCatalogueNumber) {
   EXPECT_EQ(S_OK, service->CopyCDText(destination.Get(), destination.Get()));
   EXPECT_EQ(expected, Texts(destination.Get())) << "a sheet onto itself";
   EXPECT_EQ("4006381333931", Narrow(destination->ZSCDTEXT.bstrMCN));
+  EXPECT_EQ(S_OK, service->CopyCDText(destination.Get(), source.Get())) << "more tracks than there are";
 
   ::ZSCDTEXT text = destination->ZSCDTEXT; // A copy as bytes, whose texts become its own.
   ASSERT_EQ(S_OK, service->CloneCDText(&destination->ZSCDTEXT, &text));
@@ -133,7 +134,8 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
   service->PrepareTracks(Wide("image.bin").get(), sheet.Get());
   VARIANT destination = TracksOf(*sheet.Get());
   VARIANT source = TracksOf(*sheet.Get());
-  VARIANT empty{};
+  VARIANT nothing{};
+  VARIANT empty = TracksOf(*TestSheet().Get());
   {
     const SafeArrayAccess access(source.parray);
     EXPECT_EQ(DISP_E_ARRAYISLOCKED, service->MergeTracks(&source, &destination));
@@ -142,8 +144,10 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
     files.vt = VT_UI8; // A value that is no list must not be read as one.
     files.ullVal = 0xFFFFFFF0;
   }
-  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&empty, &destination));
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&nothing, &destination));
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &nothing));
   EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &empty));
+  EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&sheet->pZSTracks[0].varFiles, &destination)) << "no tracks";
   EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &source));
   destination.parray->fFeatures |= FADF_FIXEDSIZE;
   EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&source, &destination));
@@ -166,6 +170,7 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
     EXPECT_TRUE(tracks[5].varFiles.vt == VT_ARRAY && tracks[5].varFiles.parray == nullptr);
   }
   VariantClear(&destination);
+  VariantClear(&empty);
 }
 
 TEST(SheetRecords, OperationsWantTheirArguments) {
