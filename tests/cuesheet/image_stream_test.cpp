@@ -80,82 +80,12 @@ HRESULT Pump(const ComPtr<IStream>& stream, const std::string& path) {
   return NewCueSheetService()->ExtractStreamToFile(stream.Get(), Wide(path).get());
 }
 
-/// Reads of every size and the pump deliver what an image holds of a track, also with other sectors before both.
-void ExpectDelivered(Track track, const std::string& image, ULONG before = 0) {
-  SCOPED_TRACE(testing::Message() << track.blockSize << " to " << track.dataBlock << " of " << image.size());
-  const TemporaryFolder folder;
-  const std::string path = folder.WriteSparse("image.bin", UHYPER{before} * track.blockSize);
-  std::ofstream(path, std::ios::app | std::ios::binary) << image;
-  const std::string expected = track.Cut(image);
-  track.start += before;
-  track.end += before;
-  for (const ULONG size : {1U, 1000U, 2048U, 65535U, 1000000U}) {
-    EXPECT_TRUE(expected == ReadOn(track.Open(path), size)) << "by " << size;
-  }
-  EXPECT_EQ(S_OK, Pump(track.Open(path), folder.Path("track")));
-  EXPECT_TRUE(expected == folder.Read("track"));
-}
-
-TEST(TrackExtraction, DeliversTheBytesOfTheTrack) {
-  const Track tracks[] = {{2352, 0, 16, 5, 45, 0},      {2352, 2352, 16, 5, 45, 0},      {2352, 2048, 16, 5, kEnd, 0},
-                          {2352, 2039, 24, 5, kEnd, 0}, {2352, 2336, 16, 5, 45, 0},      {2336, 2048, 8, 5, 45, 0},
-                          {2448, 2352, 0, 5, kEnd, 0},  {2448, 2448, 24, 5, kEnd, 0},    {2048, 0, 0, 5, 45, 0},
-                          {2352, 1, 2351, 5, 45, 0},    {2352, 2048, 16, 0, 1, 0},       {2352, 2048, 16, 7, 7, 0},
-                          {2352, 2048, 16, 7, 3, 0},    {2352, 2048, 16, 5, 250, 12345}, {2352, 0, 16, 5, 50, 12345},
-                          {300000, 2048, 16, 0, 2, 0},  {600000, 2048, 16, 0, 1, 0}};
-  const std::string image = Pattern(2448 * 322);
-  for (const Track& track : tracks) {
-    ExpectDelivered(track, image);
-  }
-  constexpr ULONG kAcross = 1826000; // 4 GiB are in the middle of a sector behind so many.
-  ExpectDelivered({2352, 0, 16, 5, 150}, image, kAcross);
-  ExpectDelivered({2352, 2048, 16, 5, 150}, image, kAcross);
-  for (const Track& track : {Track{2352, 0, 16, 3, 100}, {2352, 2048, 16, 3, 100}, {2352, 2048, 16, 20, 21}}) {
-    // The image ends before, at the start of, inside and behind the data of a sector.
-    for (const UINT end : {-2352 * 18, 10, 16, 700, 2064, 2352}) {
-      ExpectDelivered(track, image.substr(0, 2352 * 20 + end));
-    }
-  }
-}
-
-TEST(TrackExtraction, RefusesWhatCannotBeRead) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Write("image.bin", Pattern(2352));
-  for (const std::string& image : {std::string(), folder.Path("missing.bin"), folder.Path(".")}) {
-    EXPECT_FALSE(Track{}.Open(image, nullptr, {}, S_FALSE));
-  }
-  constexpr UHYPER kHalf = UHYPER{1} << 63; // No position in a file.
-  constexpr UHYPER kAll = ~UHYPER{0};       // With the track's own, more than 64 bits.
-  const Track tracks[] = {{2352, 2353, 16, 5, 6, 0},
-                          {4096, 2449, 16, 5, 6, 0},
-                          {4096, 0, 16, 5, 6, 0},
-                          {2352, 2048, 16, 5, 6, kHalf},
-                          {2352, 2048, 16, 5, 6, kAll}};
-  for (const Track& track : tracks) {
-    EXPECT_FALSE(track.Open(path, nullptr, {}, S_FALSE));
-  }
-  const ComPtr<IStream> stream = Track{}.Open(path);
-  EXPECT_EQ(E_INVALIDARG, Pump({}, path));
-  EXPECT_EQ(E_INVALIDARG, Pump(stream, ""));
-  EXPECT_EQ(S_OK, Pump(stream, folder.Path("missing/track")));
-  EXPECT_EQ(E_INVALIDARG, stream->Read(nullptr, 1, nullptr));
-  IStream& s = *stream.Get();
-  for (const HRESULT result : {s.Write(nullptr, 0, nullptr), s.Seek(0, 0, nullptr), s.SetSize(0),
-                               s.CopyTo(nullptr, 0, nullptr, nullptr), s.Commit(0), s.Revert(), s.LockRegion(0, 0, 0),
-                               s.UnlockRegion(0, 0, 0), s.Stat(nullptr, 0), s.Clone(nullptr)}) {
-    EXPECT_EQ(E_NOTIMPL, result);
-  }
-  void* object = &object;
-  EXPECT_EQ(E_NOINTERFACE, stream->QueryInterface(IID_ISequentialStream, &object));
-  EXPECT_EQ(nullptr, object);
-}
-
-/// A stream whose callback notes each step and reacts.
-class StreamCallback : public testing::Test {
+/// An image, and a stream of two of its sectors whose callback notes each step and reacts.
+class ImageStream : public testing::Test {
 protected:
   using Step = std::array<UHYPER, 4>; ///< Message, place in the buffer, size, bytes done.
 
-  StreamCallback() {
+  ImageStream() {
     s_test = this;
     Open(m_track);
   }
@@ -180,9 +110,10 @@ protected:
   }
 
   const TemporaryFolder m_folder;
-  const std::string m_image = Pattern(2352 * 322);
+  const std::string m_image = Pattern(2448 * 322);
   const std::string m_path = m_folder.Write("image.bin", m_image);
   const Track m_track{2352, 2048, 16, 2, 4};
+  const Track m_longer{2352, 2048, 16, 5, kEnd};
   const std::string m_data = m_track.Cut(m_image);
   std::string m_buffer = std::string(8192, '.');
   std::vector<Step> m_steps;
@@ -192,10 +123,76 @@ protected:
   ULONG m_came = 0;
 
 private:
-  static inline StreamCallback* s_test = nullptr;
+  static inline ImageStream* s_test = nullptr;
 };
 
-TEST_F(StreamCallback, SeesEachStep) {
+/// Reads of every size and the pump deliver what an image holds of a track, also with other sectors before both.
+void ExpectDelivered(Track track, const std::string& image, ULONG before = 0) {
+  SCOPED_TRACE(testing::Message() << track.blockSize << " to " << track.dataBlock << " of " << image.size());
+  const TemporaryFolder folder;
+  const std::string path = folder.WriteSparse("image.bin", UHYPER{before} * track.blockSize);
+  std::ofstream(path, std::ios::app | std::ios::binary) << image;
+  const std::string expected = track.Cut(image);
+  track.start += before;
+  track.end += before;
+  for (const ULONG size : {1U, 1000U, 2048U, 65535U, 1000000U}) {
+    EXPECT_TRUE(expected == ReadOn(track.Open(path), size)) << "by " << size;
+  }
+  EXPECT_EQ(S_OK, Pump(track.Open(path), folder.Path("track")));
+  EXPECT_TRUE(expected == folder.Read("track"));
+}
+
+TEST_F(ImageStream, DeliversTheBytesOfTheTrack) {
+  const Track tracks[] = {{2352, 0, 16, 5, 45, 0},      {2352, 2352, 16, 5, 45, 0},      {2352, 2048, 16, 5, kEnd, 0},
+                          {2352, 2039, 24, 5, kEnd, 0}, {2352, 2336, 16, 5, 45, 0},      {2336, 2048, 8, 5, 45, 0},
+                          {2448, 2352, 0, 5, kEnd, 0},  {2448, 2448, 24, 5, kEnd, 0},    {2048, 0, 0, 5, 45, 0},
+                          {2352, 1, 2351, 5, 45, 0},    {2352, 2048, 16, 0, 1, 0},       {2352, 2048, 16, 7, 7, 0},
+                          {2352, 2048, 16, 7, 3, 0},    {2352, 2048, 16, 5, 250, 12345}, {2352, 0, 16, 5, 50, 12345},
+                          {300000, 2048, 16, 0, 2, 0},  {600000, 2048, 16, 0, 1, 0}};
+  for (const Track& track : tracks) {
+    ExpectDelivered(track, m_image);
+  }
+  constexpr ULONG kAcross = 1826000; // 4 GiB are in the middle of a sector behind so many.
+  ExpectDelivered({2352, 0, 16, 5, 150}, m_image, kAcross);
+  ExpectDelivered({2352, 2048, 16, 5, 150}, m_image, kAcross);
+  for (const Track& track : {Track{2352, 0, 16, 3, 100}, {2352, 2048, 16, 3, 100}, {2352, 2048, 16, 20, 21}}) {
+    // The image ends before, at the start of, inside and behind the data of a sector.
+    for (const UINT end : {-2352 * 18, 10, 16, 700, 2064, 2352}) {
+      ExpectDelivered(track, m_image.substr(0, 2352 * 20 + end));
+    }
+  }
+}
+
+TEST_F(ImageStream, RefusesWhatCannotBeRead) {
+  for (const std::string& image : {std::string(), m_folder.Path("missing.bin"), m_folder.Path(".")}) {
+    EXPECT_FALSE(Track{}.Open(image, nullptr, {}, S_FALSE));
+  }
+  constexpr UHYPER kHalf = UHYPER{1} << 63; // No position in a file.
+  constexpr UHYPER kAll = ~UHYPER{0};       // With the track's own, more than 64 bits.
+  const Track tracks[] = {{2352, 2353, 16, 5, 6, 0},
+                          {4096, 2449, 16, 5, 6, 0},
+                          {4096, 0, 16, 5, 6, 0},
+                          {2352, 2048, 16, 5, 6, kHalf},
+                          {2352, 2048, 16, 5, 6, kAll}};
+  for (const Track& track : tracks) {
+    EXPECT_FALSE(track.Open(m_path, nullptr, {}, S_FALSE));
+  }
+  EXPECT_EQ(E_INVALIDARG, Pump({}, m_path));
+  EXPECT_EQ(E_INVALIDARG, Pump(m_stream, ""));
+  EXPECT_EQ(S_OK, Pump(m_stream, m_folder.Path("missing/track")));
+  IStream& s = *m_stream.Get();
+  EXPECT_EQ(E_INVALIDARG, s.Read(nullptr, 1, nullptr));
+  for (const HRESULT result : {s.Write(nullptr, 0, nullptr), s.Seek(0, 0, nullptr), s.SetSize(0),
+                               s.CopyTo(nullptr, 0, nullptr, nullptr), s.Commit(0), s.Revert(), s.LockRegion(0, 0, 0),
+                               s.UnlockRegion(0, 0, 0), s.Stat(nullptr, 0), s.Clone(nullptr)}) {
+    EXPECT_EQ(E_NOTIMPL, result);
+  }
+  void* object = &object;
+  EXPECT_EQ(E_NOINTERFACE, s.QueryInterface(IID_ISequentialStream, &object));
+  EXPECT_EQ(nullptr, object);
+}
+
+TEST_F(ImageStream, TellsItsCallbackEachStep) {
   EXPECT_EQ(S_OK, Read(1000));
   EXPECT_EQ(S_OK, Read(3000));
   EXPECT_EQ(S_FALSE, Read(4000));
@@ -213,7 +210,7 @@ TEST_F(StreamCallback, SeesEachStep) {
   EXPECT_EQ(UHYPER{3000000} * 2048, m_total) << "more than 32 bits";
 }
 
-TEST_F(StreamCallback, RedirectsReads) {
+TEST_F(ImageStream, ReadsWhereItsCallbackWants) {
   const auto redirect = [this](UINT message, char* buffer, UINT size) {
     m_react = [=](ZSSTREAMPROGRESS* progress) {
       if (progress->nMessage == message) {
@@ -237,12 +234,12 @@ TEST_F(StreamCallback, RedirectsReads) {
   EXPECT_EQ((Step{8256, 0, 5000, 5050}), m_steps.back());
   std::string elsewhere(300000, '\0');
   redirect(ZSSTREAM_BEFOREREAD, elsewhere.data(), 300000);
-  Open({2352, 2048, 16, 5, kEnd});
+  Open(m_longer);
   EXPECT_EQ(S_OK, Pump(m_stream, m_folder.Path("track")));
   EXPECT_GE(3U * 65535, m_folder.Read("track").size()) << "the pump takes no more than it had room for";
 }
 
-TEST_F(StreamCallback, Cancels) {
+TEST_F(ImageStream, EndsWhereItsCallbackCancels) {
   m_react = [](ZSSTREAMPROGRESS* progress) { progress->fCancel = progress->nMessage == ZSSTREAM_AFTERREAD ? 1 : 0; };
   EXPECT_EQ(E_FAIL, Read(1000));
   EXPECT_EQ(0U, m_came);
@@ -251,12 +248,11 @@ TEST_F(StreamCallback, Cancels) {
   EXPECT_EQ(E_FAIL, Read(1000));
   EXPECT_EQ((Step{8256, 0, 1000, 2000}), m_steps.back());
 
-  const Track longer{2352, 2048, 16, 5, kEnd};
   for (const std::size_t reads : {0U, 3U, 4U, 5U, 9U}) { // Before, at and behind what the pump holds back.
-    Open(longer);
+    Open(m_longer);
     m_react = [=](ZSSTREAMPROGRESS* progress) { progress->fCancel = progress->qwDone > reads * 65535 ? 1 : 0; };
     EXPECT_EQ(S_OK, Pump(m_stream, m_folder.Path("track")));
-    EXPECT_TRUE(longer.Cut(m_image).substr(0, reads * 65535) == m_folder.Read("track")) << reads;
+    EXPECT_TRUE(m_longer.Cut(m_image).substr(0, reads * 65535) == m_folder.Read("track")) << reads;
   }
 }
 
@@ -289,20 +285,16 @@ public:
   std::vector<std::size_t> writes;
 };
 
-TEST(StreamFailures, DeliverAllBeforeABadSectorAndGoOnBehindIt) {
+TEST_F(ImageStream, DeliversAllBeforeABadSectorAndGoesOnBehindIt) {
   constexpr HRESULT kDeviceError = MakeResult(0x8007045D); // System error 1117.
-  const TemporaryFolder folder;
-  const std::string image = Pattern(2352 * 322);
-  const std::string path = folder.Write("image.bin", image);
-  const Track track{2352, 2048, 16, 5, kEnd};
-  const std::string expected = track.Cut(image);
+  const std::string expected = m_longer.Cut(m_image);
   for (const ULONG bad : {0U, 1U, 100U, 222U, 223U, 306U}) {
     for (const off_t place : {0, 1500}) { // Of what comes of a sector that is bad inside, no byte is lost either.
       for (const ULONG size : {1000U, 2048U, 65535U, 1000000U}) {
         FailingFiles files;
-        files.badEnd = static_cast<off_t>(2352) * (track.start + bad + 1);
+        files.badEnd = static_cast<off_t>(2352) * (m_longer.start + bad + 1);
         files.badStart = files.badEnd - 2352 + place;
-        const ComPtr<IStream> stream = track.Open(path);
+        const ComPtr<IStream> stream = m_longer.Open(m_path);
         std::string bytes = ReadOn(stream, size, kDeviceError);
         EXPECT_LE(bad * 2048, bytes.size());
         bytes += ReadOn(stream, size, kDeviceError);
@@ -319,19 +311,16 @@ TEST(StreamFailures, DeliverAllBeforeABadSectorAndGoOnBehindIt) {
   }
 }
 
-TEST(TrackExtraction, CostsFewSystemCallsInWholeBlocks) {
-  const TemporaryFolder folder;
-  const Track track{2352, 2048, 16, 5, kEnd};
-  const std::string path = folder.Write("image.bin", Pattern(2352 * 322));
+TEST_F(ImageStream, CostsFewSystemCallsInWholeBlocks) {
   for (const ULONG size : {1U, 1000U, 2048U, 65535U}) {
     FaultyFiles files;
-    const ComPtr<IStream> stream = track.Open(path);
+    const ComPtr<IStream> stream = m_longer.Open(m_path);
     files.points.Start();
     ReadOn(stream, size);
     EXPECT_EQ(2, files.points.Count()) << "blocks, by " << size; // One call a sector would be 307.
   }
   FailingFiles files;
-  Pump(track.Open(path), folder.Path("track"));
+  Pump(m_longer.Open(m_path), m_folder.Path("track"));
   ASSERT_EQ(4U, files.writes.size());
   EXPECT_EQ(0U, files.writes[0] % 65536 + files.writes[1] % 65536 + files.writes[2] % 65536);
 }

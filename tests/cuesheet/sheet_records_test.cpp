@@ -9,40 +9,18 @@
 
 namespace {
 
-/// The sheet of a sample, with a text of its own in every field.
-class FullSheet {
-public:
-  FullSheet(const char* sample, const std::string& word) : m_image(std::string(SAMPLE_IMAGES "/") + sample) {
-    FillTexts(&Get()->ZSCDTEXT, word);
-    for (UINT i = 0; i < Get()->nTracks; ++i) {
-      FillTexts(&Get()->pZSTracks[i], word + std::to_string(i));
-    }
-  }
-  ZSCUESHEET* Get() const { return &m_image.Sheet(); }
-  ZSCUESHEET* operator->() const { return Get(); }
+constexpr char kAlbum[] = SAMPLE_IMAGES "/album.cue"; // Two tracks with text.
+constexpr char kMixed[] = SAMPLE_IMAGES "/mixed.cue"; // Three tracks with codes, a pregap, flags and indexes.
 
-private:
-  template <class Record> static void FillTexts(Record* record, const std::string& word) {
-    for (const TextField field : kTextFields) {
-      ReplaceText(record, field, NewBstr(word + std::to_string(static_cast<int>(field))));
-    }
-  }
-  ImageRecord m_image;
-};
-
-template <class Record> std::string TextsOf(const Record& record) {
-  std::string texts;
-  for (const TextField field : kTextFields) {
-    texts += ' ' + Narrow(TextOf(record, field));
-  }
-  return texts;
-}
-
-/// A line of texts for the disc, and one with the code in front for each track.
-std::vector<std::string> Texts(const ZSCUESHEET* sheet) {
-  std::vector<std::string> lines{TextsOf(sheet->ZSCDTEXT)};
-  for (UINT i = 0; i < sheet->nTracks; ++i) {
-    lines.push_back(Narrow(sheet->pZSTracks[i].bstrISRC) + TextsOf(sheet->pZSTracks[i]));
+/// A line for the disc and one for each track: title, performer, genre and code.
+std::vector<std::string> Texts(const ZSCUESHEET& sheet) {
+  const auto line = [](const auto& record, BSTR code) {
+    return Narrow(record.bstrTitle) + ", " + Narrow(record.bstrPerformer) + ", " + Narrow(record.bstrGenre) + ", " +
+           Narrow(code);
+  };
+  std::vector<std::string> lines{line(sheet.ZSCDTEXT, sheet.ZSCDTEXT.bstrMCN)};
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    lines.push_back(line(sheet.pZSTracks[i], sheet.pZSTracks[i].bstrISRC));
   }
   return lines;
 }
@@ -58,82 +36,77 @@ std::string Piece(const ZSTRACK& track) {
   return Narrow(piece.bstrFileName) + testing::PrintToString(numbers);
 }
 
-TEST(SheetRecords, CloneEqualsItsSourceAndOutlivesIt) {
+TEST(SheetRecords, CopiesOfTextAndOfSheetsAreWholeAndTheirOwn) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  const auto values = [](const ZSCUESHEET* sheet) {
-    const ::ZSCDTEXT& text = sheet->ZSCDTEXT;
-    const ZSTRACK& track = sheet->pZSTracks[1];
-    return std::tuple(Describe(*sheet), Texts(sheet), Piece(track), LONG{track.Postgap}, Narrow(text.bstrMCN),
-                      +text.CDTextPresent, +text.Language, +sheet->ZSSESSIONFORMAT);
-  };
-  ZSCUESHEET* copy = nullptr;
-  const auto expected = [&] {
-    const FullSheet sheet("mixed.cue", "w");
-    sheet->ZSCDTEXT.Language = ZSCDTEXT_GERMAN;
-    sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
-    sheet->ZSSESSIONFORMAT = ZSSESSIONFORMAT_CDI;
-    sheet->pZSTracks[1].Postgap = 3;
-    sheet->pZSTracks[1].ImageBlockSize = ZSFILEBLOCKSIZE_2048;
-    EXPECT_EQ(S_OK, service->PrepareTracks(Wide("image.bin").get(), sheet.Get()));
-    EXPECT_EQ(S_OK, service->Clone(sheet.Get(), &copy));
-    return values(sheet.Get());
-  }();
-  EXPECT_EQ(expected, values(copy));
-  EXPECT_EQ(S_OK, service->FreeZSCueSheet(copy, VARIANT_TRUE));
-}
+  const ImageRecord album(kAlbum);
+  auto mixed = std::make_unique<ImageRecord>(kMixed);
+  ZSCUESHEET* sheet = &mixed->Sheet();
+  album.Track(1).bstrISRC = NewBstr("DEA012600002");
+  ReplaceText(&sheet->ZSCDTEXT, TextField::Genre, NewBstr("old"));
+  ReplaceText(&sheet->pZSTracks[2], TextField::Genre, NewBstr("third"));
+  std::vector<std::string> expected = Texts(album.Sheet());
+  expected[0] = "Made-up Sectors, The Builders, (null), 4006381333931";
+  expected.push_back("(null), (null), third, (null)");
+  EXPECT_EQ(S_OK, service->CopyCDText(&album.Sheet(), sheet));
+  EXPECT_EQ(expected, Texts(*sheet));
+  EXPECT_EQ(S_OK, service->CopyCDText(sheet, sheet));
+  EXPECT_EQ(expected, Texts(*sheet)) << "a sheet onto itself";
+  EXPECT_EQ(S_OK, service->CopyCDText(sheet, &album.Sheet())) << "more tracks than there are";
 
-TEST(SheetRecords, CopyOfTextReplacesAllButTheCatalogueNumber) {
-  const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  const FullSheet source("album.cue", "new"); // A track less than the other.
-  const FullSheet destination("mixed.cue", "old");
-  ReplaceText(&source->ZSCDTEXT, TextField::Genre, nullptr);
-  std::vector<std::string> expected = Texts(source.Get());
-  expected.push_back(Texts(destination.Get())[3]);
-  ASSERT_EQ(S_OK, service->CopyCDText(source.Get(), destination.Get()));
-  EXPECT_EQ(expected, Texts(destination.Get()));
-  EXPECT_EQ(S_OK, service->CopyCDText(destination.Get(), destination.Get()));
-  EXPECT_EQ(expected, Texts(destination.Get())) << "a sheet onto itself";
-  EXPECT_EQ("4006381333931", Narrow(destination->ZSCDTEXT.bstrMCN));
-  EXPECT_EQ(S_OK, service->CopyCDText(destination.Get(), source.Get())) << "more tracks than there are";
-
-  ::ZSCDTEXT text = destination->ZSCDTEXT; // A copy as bytes, whose texts become its own.
-  ASSERT_EQ(S_OK, service->CloneCDText(&destination->ZSCDTEXT, &text));
-  EXPECT_EQ(expected[0], TextsOf(text));
+  ::ZSCDTEXT text = sheet->ZSCDTEXT; // A copy as bytes, whose texts become its own.
+  EXPECT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &text));
   EXPECT_EQ(S_OK, service->FreeZSCDText(&text));
-  EXPECT_EQ(expected[0], TextsOf(destination->ZSCDTEXT));
   EXPECT_TRUE(text.bstrTitle == nullptr);
-  EXPECT_EQ("4006381333931", Narrow(text.bstrMCN)) << "still the sheet's";
+  EXPECT_EQ(expected, Texts(*sheet));
+
+  const auto values = [](const ZSCUESHEET& of) {
+    return std::tuple(Describe(of), Texts(of), Piece(of.pZSTracks[1]), LONG{of.pZSTracks[1].Postgap},
+                      +of.ZSCDTEXT.CDTextPresent, +of.ZSCDTEXT.Language, +of.ZSSESSIONFORMAT);
+  };
+  sheet->ZSCDTEXT.Language = ZSCDTEXT_GERMAN;
+  sheet->ZSSESSIONFORMAT = ZSSESSIONFORMAT_CDI;
+  sheet->pZSTracks[1].Postgap = 3;
+  sheet->pZSTracks[1].ImageBlockSize = ZSFILEBLOCKSIZE_2048;
+  ZSCUESHEET* copy = nullptr;
+  ASSERT_EQ(S_OK, service->PrepareTracks(Wide("image.bin").get(), sheet));
+  ASSERT_EQ(S_OK, service->Clone(sheet, &copy));
+  const auto source = values(*sheet);
+  mixed.reset();
+  EXPECT_EQ(source, values(*copy)) << "which it outlives";
+  EXPECT_EQ(S_OK, service->FreeZSCueSheet(copy, VARIANT_TRUE));
 }
 
 TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  const FullSheet sheet("mixed.cue", "w");
-  const UniqueBstr image = Wide("音.bin");
-  EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet.Get()));
-  EXPECT_EQ(S_FALSE, service->PrepareTracks(image.get(), nullptr));
+  const ImageRecord image(kMixed);
+  ZSCUESHEET* sheet = &image.Sheet();
+  const UniqueBstr name = Wide("音.bin");
+  EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet));
+  EXPECT_EQ(S_FALSE, service->PrepareTracks(name.get(), nullptr));
   for (const long point : {1, 2, 3}) {
     Memory().faults.Start(point, true);
-    const HRESULT result = service->PrepareTracks(image.get(), sheet.Get());
+    const HRESULT result = service->PrepareTracks(name.get(), sheet);
     Memory().faults.Stop();
     EXPECT_EQ(E_OUTOFMEMORY, result);
   }
   EXPECT_EQ("none", Piece(sheet->pZSTracks[0]));
-  ASSERT_EQ(S_OK, service->PrepareTracks(image.get(), sheet.Get()));
+  ASSERT_EQ(S_OK, service->PrepareTracks(name.get(), sheet));
   EXPECT_EQ("音.bin{ 0, 20, 1, 0 }", Piece(sheet->pZSTracks[0]));
   EXPECT_EQ("音.bin{ 28, 40, 0, 18446744073709551615 }", Piece(sheet->pZSTracks[1]));
 
-  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet.Get(), 1)) << "1 is not true, so that the sheet is left";
+  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet, 1)) << "1 is not true, so that the sheet is left";
   EXPECT_EQ(3U, UINT{sheet->nTracks});
-  EXPECT_EQ("w0", Narrow(sheet->ZSCDTEXT.bstrTitle));
   sheet->nTracks = 0; // What the tracks owned is gone.
 }
 
 TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
-  const FullSheet sheet("mixed.cue", "w");
-  service->PrepareTracks(Wide("image.bin").get(), sheet.Get());
-  VARIANT destination = TracksOf(*sheet.Get());
-  VARIANT source = TracksOf(*sheet.Get());
+  const ImageRecord image(kMixed);
+  ZSCUESHEET* sheet = &image.Sheet();
+  service->PrepareTracks(Wide("image.bin").get(), sheet);
+  ReplaceText(&sheet->pZSTracks[1], TextField::Title, NewBstr("new"));
+  VARIANT destination = TracksOf(*sheet);
+  VARIANT source = TracksOf(*sheet);
   VARIANT nothing{};
   VARIANT empty = TracksOf(*TestSheet().Get());
   {
@@ -165,7 +138,7 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
     EXPECT_EQ("4: 21-41 pregap 0 mode 1 size 2352/2352 flags 0 index -,0 at 0", Describe(tracks[3]));
     EXPECT_EQ("5: 49-61 pregap 8 mode 0 size 2352/2352 flags 3 index 20,28 at 47040", Describe(tracks[4]));
     EXPECT_EQ("image.bin{ 49, 61, 0, 18446744073709551615 }", Piece(tracks[4]));
-    EXPECT_EQ(TextsOf(tracks[1]), TextsOf(tracks[4]));
+    EXPECT_EQ("new", Narrow(tracks[4].bstrTitle));
     EXPECT_EQ("DEA012600001", Narrow(tracks[4].bstrISRC));
     EXPECT_TRUE(tracks[5].varFiles.vt == VT_ARRAY && tracks[5].varFiles.parray == nullptr);
   }
