@@ -55,8 +55,8 @@ struct Track {
     const UINT wanted = dataBlock == 0 ? blockSize : dataBlock;
     std::string bytes;
     for (UHYPER sector = start; sector < end; ++sector) {
-      const UHYPER at = seekBegin + sector * blockSize + (wanted == blockSize ? 0 : subCount);
-      bytes += image.substr(std::min<UHYPER>(at, image.size()), wanted);
+      const auto at = static_cast<std::size_t>(seekBegin + sector * blockSize + (wanted == blockSize ? 0 : subCount));
+      bytes += image.substr(std::min(at, image.size()), wanted);
     }
     return bytes;
   }
@@ -157,8 +157,9 @@ TEST_F(ImageStream, DeliversTheBytesOfTheTrack) {
   ExpectDelivered({2352, 2048, 16, 5, 150}, m_image, kAcross);
   for (const Track& track : {Track{2352, 0, 16, 3, 100}, {2352, 2048, 16, 3, 100}, {2352, 2048, 16, 20, 21}}) {
     // The image ends before, at the start of, inside and behind the data of a sector.
-    for (const UINT end : {-2352 * 18, 10, 16, 700, 2064, 2352}) {
-      ExpectDelivered(track, m_image.substr(0, 2352 * 20 + end));
+    for (const UINT end :
+         {2352U * 2, 2352U * 20 + 10, 2352U * 20 + 16, 2352U * 20 + 700, 2352U * 20 + 2064, 2352U * 21}) {
+      ExpectDelivered(track, m_image.substr(0, end));
     }
   }
 }
