@@ -50,7 +50,7 @@ struct Track {
                                                                    user, &stream));
     return ComPtr<IStream>(stream);
   }
-  /// The same bytes cut out of the image one by one.
+  /// The same bytes cut out of the image sector by sector.
   std::string Cut(const std::string& image) const {
     const UINT wanted = dataBlock == 0 ? blockSize : dataBlock;
     std::string bytes;
@@ -102,8 +102,9 @@ protected:
     const auto expected = std::tuple(4U, 77U, std::string("user"), BSTR{progress->vtUser.bstrVal});
     EXPECT_EQ(expected, std::tuple(kind, userParam, Narrow(user.bstrVal), BSTR{user.bstrVal}));
     EXPECT_STREQ("label", progress->pszName);
-    const auto place = static_cast<char*>(progress->pBuffer) - s_test->m_buffer.data();
-    s_test->m_steps.push_back({progress->nMessage, static_cast<UHYPER>(place), progress->nSize, progress->qwDone});
+    const UHYPER place = reinterpret_cast<std::uintptr_t>(progress->pBuffer) -
+                         reinterpret_cast<std::uintptr_t>(s_test->m_buffer.data()); // Also where it is another.
+    s_test->m_steps.push_back({progress->nMessage, place, progress->nSize, progress->qwDone});
     s_test->m_total = progress->qwTotal;
     s_test->m_react(progress);
     return -1;
