@@ -26,18 +26,34 @@ std::vector<BYTE> UserData(ULONG lba, std::size_t size) {
   return data;
 }
 
+ULONG ErrorDetectionCode(const BYTE* data, std::size_t size) {
+  ULONG code = 0;
+  for (std::size_t i = 0; i < size * 8; ++i) {
+    const ULONG bit = (code ^ (ULONG{data[i / 8]} >> (i % 8))) & 1U;
+    code = (code >> 1) ^ (bit != 0 ? 0xD8018001U : 0);
+  }
+  return code;
+}
+
 std::vector<BYTE> Sector(ZSMODETYPE mode, ULONG size, ULONG lba, const std::vector<BYTE>& userData) {
   ByteWriter sector;
-  if (mode != ZSMODE_AUDIO && size >= 2352) {
+  const bool hasHeader = mode != ZSMODE_AUDIO && size >= 2352;
+  const bool hasSubHeader = mode == ZSMODE_2 && size >= 2336;
+  if (hasHeader) {
     const ULONG time = LbaToMsf(static_cast<LONG>(lba));
     sector.Byte(0).Big64(0xFFFFFFFFFFFFFFFFU).Big16(0xFFFF).Byte(0);
     sector.Byte(Bcd(MinutesOf(time))).Byte(Bcd(SecondsOf(time))).Byte(Bcd(FramesOf(time)));
     sector.Byte(mode == ZSMODE_1 ? 1 : 2);
   }
-  if (mode == ZSMODE_2 && size >= 2336) {
+  const std::size_t checkedFrom = hasSubHeader ? sector.Size() : 0;
+  if (hasSubHeader) {
     sector.Big32(0x00000800).Big32(0x00000800); // The XA sub-header of form 1 data, twice.
   }
-  sector.Bytes(userData).PadTo(size);
+  sector.Bytes(userData);
+  if (hasHeader || hasSubHeader) {
+    sector.Little32(ErrorDetectionCode(sector.Get().data() + checkedFrom, sector.Size() - checkedFrom));
+  }
+  sector.PadTo(size);
   return sector.Get();
 }
 

@@ -13,9 +13,13 @@ BYTE PatternByte(ULONG lba, std::size_t place);
 /// User data of a sector.
 std::vector<BYTE> UserData(ULONG lba, std::size_t size = 2048);
 
-/// A whole sector as an image file holds it: of audio, all pattern; of data, user data behind what the mode has
-/// before it, with error correction left zero. Sizes of 2048 (user data alone), 2336 (mode 2 from the sub-header
-/// on), 2352 and 2448 (with a sub-channel of zeros behind).
+/// Error detection code (ECMA-130) of a sector's bytes: the remainder by x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1,
+/// each byte from its lowest bit on. It stands behind them, its lowest byte first.
+ULONG ErrorDetectionCode(const BYTE* data, std::size_t size);
+
+/// A whole sector as an image file holds it: of audio, all pattern; of data, 2048 bytes of user data between what the
+/// mode has before them and their error detection code, with error correction left zero. Sizes of 2048 (user data
+/// alone), 2336 (mode 2 from the sub-header on), 2352 and 2448 (with a sub-channel of zeros behind).
 std::vector<BYTE> Sector(ZSMODETYPE mode, ULONG size, ULONG lba, const std::vector<BYTE>& userData);
 
 /// Primary volume descriptor (ECMA-119) as far as it is looked at, with a system identifier.
