@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
-#include "disc/track_table.h"
+#include <filesystem>
+#include <tuple>
+
 #include "foundation/strings.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
@@ -11,13 +13,18 @@ namespace {
 
 constexpr HRESULT kBad = ZSE_BADIMAGE;
 
-TEST(GetImageFileInfo, DescribesAPlainImage) {
+class ImageFile : public testing::Test {
+protected:
+  const ComPtr<IZSImageFile> service = NewImageFileService();
   const TemporaryFolder folder;
+};
+
+TEST_F(ImageFile, DescribesAPlainImage) {
   const std::string path = folder.WriteSparse("Disc.iSo", UHYPER{2048} * 2200000); // Above 4 GiB.
   ImageRecord record(path);
   ASSERT_EQ(S_OK, record.Result());
-  EXPECT_EQ(std::vector<std::string>{"1: 0-2200000 pregap 0 mode 1 size 2048/2048 flags 0 index  at 0"},
-            Describe(record.Sheet()));
+  EXPECT_EQ("1: 0-2200000 pregap 0 mode 1 size 2048/2048 flags 0 index  at 0", Describe(record.Track(0)));
+  EXPECT_EQ(1U, UINT{record.Sheet().nTracks});
   EXPECT_EQ(path, Narrow(record->bstrImageBinaryFile));
   EXPECT_EQ(0, LONG{record->lMask});
   EXPECT_TRUE(record->ZSImageFormat == ZSIMAGEFORMAT_ISO);
@@ -28,35 +35,34 @@ TEST(GetImageFileInfo, DescribesAPlainImage) {
   EXPECT_EQ(0U, ULONG{record->dwDiscID});
 }
 
-TEST(GetImageFileInfo, RefusesAndLeavesTheRecordEmpty) {
-  const TemporaryFolder folder;
-  folder.WriteSparse("odd.iso", 99999);
-  folder.Write("bare.BIN", "x");
-  folder.Write("wrong.AISO", "x");
-  folder.Write("sheet.cue", "FILE \"none.bin\" BINARY\nTRACK 01 AUDIO\n");
-  folder.Write("tracks/none.cue", "FILE \"none.bin\" BINARY\n");
-  folder.WriteSparse("tracks/none.bin", 2352);
-  folder.Write("folder.cue/x", "x");
-  ASSERT_EQ(0, ::mkfifo(folder.Path("fifo.nrg").c_str(), 0600));
+TEST_F(ImageFile, RefusesAndLeavesTheRecordEmpty) {
   std::string noise;
   for (int i = 0; i < 5000; ++i) {
     noise.push_back(static_cast<char>(i * 7919 >> 3));
   }
-  for (const char* name : {"noise.iso", "noise.cue", "noise.nrg", "noise.ccd", "noise.bwt", "noise.b5t"}) {
+  for (const char* name : {"noise.iso", "noise.cue", "noise.nrg", "noise.ccd", "noise.bwt", "noise.b5t", "bare.BIN",
+                           "wrong.AISO", "folder.cue/x"}) {
     folder.Write(name, noise);
   }
-  const struct {
-    const char* name;
-    HRESULT result;
-  } kCases[] = {
+  folder.WriteSparse("odd.iso", 99999);
+  folder.WriteSparse(".iso", 2048);
+  folder.WriteSparse("x", 2048);
+  folder.Write("sheet.cue", "FILE \"none.bin\" BINARY\nTRACK 01 AUDIO\n");
+  folder.Write("tracks/none.cue", "FILE \"none.bin\" BINARY\n");
+  folder.WriteSparse("tracks/none.bin", 2352);
+  ASSERT_EQ(0, ::mkfifo(folder.Path("fifo.nrg").c_str(), 0600));
+  const std::tuple<std::string, HRESULT> kCases[] = {
+      {"", ZSE_CANNOTOPENIMAGE},
       {"missing.bin", ZSE_CANNOTOPENIMAGE},
+      {"folder.cue", ZSE_CANNOTOPENIMAGE},
+      {"fifo.nrg", ZSE_CANNOTOPENIMAGE},
       {"bare.BIN", kBad},
       {"wrong.AISO", kBad},
       {"odd.iso", kBad},
+      {".iso", kBad}, // No name before the extension, and less than one.
+      {"x", kBad},
       {"sheet.cue", ZSE_FILENOTFOUND},
       {"tracks/none.cue", ZSE_FAILED},
-      {"folder.cue", ZSE_CANNOTOPENIMAGE},
-      {"fifo.nrg", ZSE_CANNOTOPENIMAGE},
       {"noise.iso", kBad},
       {"noise.cue", ZSE_FAILED},
       {"noise.nrg", kBad},
@@ -64,155 +70,123 @@ TEST(GetImageFileInfo, RefusesAndLeavesTheRecordEmpty) {
       {"noise.bwt", kBad},
       {"noise.b5t", kBad},
   };
-  for (const auto& test : kCases) {
-    ImageRecord record;
-    (*record).lMask = 7;
-    EXPECT_EQ(test.result, record.Read(folder.Path(test.name))) << test.name;
-    EXPECT_TRUE(IsAllZero(*record)) << test.name;
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.Path(""));
+  for (const auto& [name, result] : kCases) {
+    zsimagefileinfo info{};
+    info.lMask = 7;
+    EXPECT_EQ(result, service->GetImageFileInfo(Wide(name).get(), &info)) << name;
+    EXPECT_TRUE(IsAllZero(info)) << name;
   }
-  ImageRecord record;
-  EXPECT_EQ(ZSE_CANNOTOPENIMAGE, NewImageFileService()->GetImageFileInfo(nullptr, &*record));
+  std::filesystem::current_path(before);
 }
 
-/// A sector that holds a primary volume descriptor with a system identifier, as it lies in a file of a kind.
-std::string Descriptor(std::string_view system, std::size_t before, std::size_t sectorSize) {
-  std::string sector(before, '\0');
-  sector.append("\1CD001\1").append(1, '\0').append(system);
-  sector.resize(sectorSize);
-  return sector;
+/// A primary volume descriptor as far as it is looked at, behind what a sector has before its data.
+std::string Descriptor(std::size_t before, const std::string& system) {
+  return std::string(before, '\0') + "\1CD001\1" + '\0' + system;
 }
 
-struct CueCase {
-  const char* what;
-  const char* tracks;
-  std::size_t sectorSize;
-  std::string sixteenth;
-  std::string middle; ///< Bytes at the start of sector 60, in the middle of a second track from 40 to 80.
-  ::ZSTYPEPROJECT type;
-  int blockSize;
-  int subCount;
-};
-
-TEST(CueImage, IsClassifiedByItsTracksAndDescriptor) {
-  constexpr char kBridge[] = "CD-RTOS CD-BRIDGE";
+TEST_F(ImageFile, ClassifiesASheetByItsTracksAndDescriptor) {
+  const std::string bridge = Descriptor(24, "CD-RTOS CD-BRIDGE");
+  const std::string video("\0\0\2\0", 4); // Sub-modes at the start of sector 60.
+  const std::string noVideo = "\2\2\xFD\2";
   const std::string sync("\0\xFF\xFF\xFF", 4);
-  const CueCase kCases[] = {
-      {"audio", "TRACK 1 AUDIO\nINDEX 1 0:0:0\n", 2352, "", "", ZSTYPEPROJECT_CDAUDIO, 0, 0},
-      {"data", "TRACK 1 MODE1/2352\nINDEX 1 0:0:0\n", 2352, "", "", ZSTYPEPROJECT_DATA, 2352, 16},
-      {"mixed", "TRACK 1 AUDIO\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n", 2352, "", "", ZSTYPEPROJECT_MIXED,
-       2352, 24},
-      {"video by its descriptor", "TRACK 1 MODE2/2352\nINDEX 1 0:0:0\nTRACK 2 MODE1/2352\nINDEX 1 0:0:40\n", 2352,
-       Descriptor(kBridge, 24, 2352), "", ZSTYPEPROJECT_VIDEO, 2352, 24},
-      {"one track is no video disc", "TRACK 1 MODE2/2352\nINDEX 1 0:0:0\n", 2352, Descriptor(kBridge, 24, 2352), "",
-       ZSTYPEPROJECT_DATA, 2352, 24},
-      {"video by the sub-mode of the second track",
-       "TRACK 1 MODE2/2336\nINDEX 1 0:0:0\nTRACK 2 MODE2/2336\nINDEX 1 0:0:40\n", 2336, Descriptor("OTHER", 8, 2336),
-       std::string("\0\0\2\0", 4), ZSTYPEPROJECT_VIDEO, 2336, 8},
-      {"no video by the sub-mode of the second track",
-       "TRACK 1 MODE2/2336\nINDEX 1 0:0:0\nTRACK 2 MODE2/2336\nINDEX 1 0:0:40\n", 2336, Descriptor("OTHER", 8, 2336),
-       std::string("\2\2\xFD\2", 4), ZSTYPEPROJECT_DATA, 2336, 8},
-      {"a raw second track shows its sync bytes",
-       "TRACK 1 MODE1/2352\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n", 2352, Descriptor("OTHER", 16, 2352),
-       sync, ZSTYPEPROJECT_VIDEO, 2352, 16},
-      {"without a descriptor nothing is sampled",
-       "TRACK 1 MODE2/2336\nINDEX 1 0:0:0\nTRACK 2 MODE2/2336\nINDEX 1 0:0:40\n", 2336, "", std::string("\0\0\2\0", 4),
-       ZSTYPEPROJECT_DATA, 2336, 8},
-      {"a second track that is not first data", "TRACK 1 AUDIO\nINDEX 1 0:0:0\nTRACK 2 MODE2/2352\nINDEX 1 0:0:40\n",
-       2352, Descriptor("OTHER", 24, 2352), sync, ZSTYPEPROJECT_MIXED, 2352, 24},
+  // Tracks from 0 and 40 to 80, sector 16, sector 60, what comes of them.
+  const std::tuple<std::string, std::string, std::string, std::string, ::ZSTYPEPROJECT, int> kCases[] = {
+      {"AUDIO", "", "", "", ZSTYPEPROJECT_CDAUDIO, 0},
+      {"MODE1/2352", "", "", "", ZSTYPEPROJECT_DATA, 16},
+      {"AUDIO", "MODE2/2352", "", "", ZSTYPEPROJECT_MIXED, 24},
+      {"MODE2/2352", "MODE1/2352", bridge, "", ZSTYPEPROJECT_VIDEO, 24},
+      {"MODE2/2352", "", bridge, "", ZSTYPEPROJECT_DATA, 24}, // One track is no video disc.
+      {"MODE2/2336", "MODE2/2336", Descriptor(8, "OTHER"), video, ZSTYPEPROJECT_VIDEO, 8},
+      {"MODE2/2336", "MODE2/2336", Descriptor(8, "OTHER"), noVideo, ZSTYPEPROJECT_DATA, 8},
+      {"MODE1/2352", "MODE2/2352", Descriptor(16, "OTHER"), sync, ZSTYPEPROJECT_VIDEO, 16},
+      {"MODE2/2336", "MODE2/2336", "", video, ZSTYPEPROJECT_DATA, 8}, // Nothing is sampled without a descriptor.
+      {"AUDIO", "MODE2/2352", Descriptor(24, "OTHER"), sync, ZSTYPEPROJECT_MIXED, 24},
   };
-  for (const CueCase& test : kCases) {
-    std::string data(80 * test.sectorSize, '\0');
-    data.replace(16 * test.sectorSize, test.sixteenth.size(), test.sixteenth);
-    data.replace(60 * test.sectorSize, test.middle.size(), test.middle);
-    const TemporaryFolder folder;
+  for (const auto& [first, second, sixteenth, sixtieth, type, subCount] : kCases) {
+    SCOPED_TRACE(first + ' ' + second + ' ' + sixteenth);
+    const int sectorSize = first == "MODE2/2336" ? 2336 : 2352;
+    std::string data(static_cast<std::size_t>(80 * sectorSize), '\0');
+    data.replace(static_cast<std::size_t>(16 * sectorSize), sixteenth.size(), sixteenth);
+    data.replace(static_cast<std::size_t>(60 * sectorSize), sixtieth.size(), sixtieth);
     folder.Write("data.bin", data);
-    ImageRecord record(folder.Write("disc.cue", std::string("FILE \"data.bin\" BINARY\n") + test.tracks));
-    ASSERT_EQ(S_OK, record.Result()) << test.what;
-    EXPECT_TRUE(test.type == record->ZSTYPEPROJECT) << test.what;
-    EXPECT_EQ(test.blockSize, int{record->ZSBlockSize}) << test.what;
-    EXPECT_EQ(test.subCount, USHORT{record->nSubCount}) << test.what;
+    ImageRecord record(
+        folder.Write("disc.cue", "FILE \"data.bin\" BINARY\nTRACK 1 " + first + "\nINDEX 1 0:0:0\n" +
+                                     (second.empty() ? "" : "TRACK 2 " + second + "\nINDEX 1 0:0:40\n")));
+    ASSERT_EQ(S_OK, record.Result());
+    EXPECT_TRUE(type == record->ZSTYPEPROJECT);
+    EXPECT_EQ(subCount == 0 ? 0 : sectorSize, int{record->ZSBlockSize});
+    EXPECT_EQ(subCount, USHORT{record->nSubCount});
   }
 }
 
-TEST(CueImage, NamesItsDataFileAndCompanions) {
-  const TemporaryFolder folder;
+TEST_F(ImageFile, NamesTheDataFileAndCompanionsOfASheet) {
   folder.WriteSparse("Data File.bin", UHYPER{27000} * 2352);
   folder.Write("DISC.sub", "x");
-  const std::string path =
-      folder.Write("disc.cue", "FILE \"Data File.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nTRACK 02 AUDIO\n"
-                               "INDEX 00 03:00:00\nINDEX 01 03:02:00\n");
-  ImageRecord record(path);
+  ImageRecord record(folder.Write("disc.cue", "FILE \"Data File.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"));
   ASSERT_EQ(S_OK, record.Result());
   EXPECT_EQ(folder.Path("DATA FILE.BIN"), Narrow(record->bstrImageBinaryFile));
   EXPECT_EQ(ZSIMAGEMASK_SUBCHANNEL, LONG{record->lMask});
-  EXPECT_EQ(0x0D016802U, ULONG{record->dwDiscID});
   EXPECT_EQ(~UHYPER{0}, UHYPER{record->dwSeekEnd64});
 }
 
-class ImageFile : public testing::Test {
-protected:
-  ComPtr<IZSImageFile> m_service = NewImageFileService();
-  TemporaryFolder m_folder;
-};
-
 TEST_F(ImageFile, TakesRecordsAtAnyAddressAndFreesTheirSessionsAlone) {
-  const UniqueBstr path = Wide(m_folder.WriteSparse("a.iso", 2048));
   BYTE storage[2 * sizeof(zsimagefileinfo) + 1];
   auto* record = reinterpret_cast<zsimagefileinfo*>(storage + 1);
   zsimagefileinfo* copy = record + 1;
-  ASSERT_EQ(S_OK, m_service->GetImageFileInfo(path.get(), record));
-  ASSERT_EQ(S_OK, m_service->Clone(record, copy));
+  ASSERT_EQ(S_OK, service->GetImageFileInfo(Wide(folder.WriteSparse("a.iso", 2048)).get(), record));
+  ASSERT_EQ(S_OK, service->Clone(record, copy));
   EXPECT_EQ(Describe(*record->pZSCueSheet[0]), Describe(*copy->pZSCueSheet[0]));
+  EXPECT_EQ(Narrow(record->bstrImageBinaryFile), Narrow(copy->bstrImageBinaryFile));
   TestSheet other;
   copy->pZSCueSheet[1] = other.Get(); // Behind the record's sessions, so not its own.
-  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(copy));
+  EXPECT_EQ(S_OK, service->FreeImageFileInfo(copy));
   EXPECT_EQ(0U, UINT{other->nTracks});
-  EXPECT_EQ(S_OK, m_service->FreeImageFileInfo(record));
+  EXPECT_EQ(S_OK, service->FreeImageFileInfo(record));
   EXPECT_TRUE(IsAllZero(*record) && IsAllZero(*copy));
-}
-
-TEST_F(ImageFile, ClonesARecordWithoutSessions) {
-  zsimagefileinfo info{};
-  info.lReserved = 5;
-  info.bstrImageBinaryFile = NewBstr("path");
-  zsimagefileinfo copy{};
-  EXPECT_EQ(S_OK, m_service->Clone(&info, &copy));
-  EXPECT_EQ(5, LONG{copy.lReserved});
-  EXPECT_EQ("path", Narrow(copy.bstrImageBinaryFile));
-  m_service->FreeImageFileInfo(&info);
-  m_service->FreeImageFileInfo(&copy);
+  record->lReserved = 5;
+  EXPECT_EQ(S_OK, service->Clone(record, copy));
+  EXPECT_EQ(5, LONG{copy->lReserved});
+  // No more sessions than a record has room for.
+  record->nSessions = 100;
+  EXPECT_EQ(E_INVALIDARG, service->Clone(record, copy));
+  UHYPER seek = 0;
+  EXPECT_EQ(E_INVALIDARG, service->GetPositionFromLBA(record, 0, &seek, nullptr));
 }
 
 TEST_F(ImageFile, WritesOnlyTheFormatsThatItKnows) {
   zsimagefileinfo info{};
-  const UniqueBstr path = Wide(m_folder.Path("out.cue"));
-  EXPECT_EQ(E_INVALIDARG, m_service->CreateTOCFile(nullptr, &info, nullptr, 0, nullptr, 0));
-  EXPECT_EQ(E_INVALIDARG, m_service->CreateTOCFile(path.get(), nullptr, nullptr, 0, nullptr, 0));
-  for (const zsimgformat format :
-       {ZSIMAGEFORMAT_ISO, ZSIMAGEFORMAT_BIN, ZSIMAGEFORMAT_NRG, ZSIMAGEFORMAT_CCD, ZSIMAGEFORMAT_MDS}) {
+  const UniqueBstr path = Wide(folder.Path("out.cue"));
+  const std::tuple<zsimgformat, HRESULT> kCases[] = {{ZSIMAGEFORMAT_ISO, ZSE_FAILED}, {ZSIMAGEFORMAT_BIN, ZSE_FAILED},
+                                                     {ZSIMAGEFORMAT_NRG, ZSE_FAILED}, {ZSIMAGEFORMAT_CCD, ZSE_FAILED},
+                                                     {ZSIMAGEFORMAT_MDS, ZSE_FAILED}, {ZSIMAGEFORMAT_CUE, S_FALSE},
+                                                     {ZSIMAGEFORMAT_ZSI, ZSE_FAILED}}; // Without a session.
+  for (const auto& [format, result] : kCases) {
     info.ZSImageFormat = format;
-    EXPECT_EQ(ZSE_FAILED, m_service->CreateTOCFile(path.get(), &info, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(result, service->CreateTOCFile(path.get(), &info, nullptr, 0, nullptr, 0)) << format;
   }
-  info.ZSImageFormat = ZSIMAGEFORMAT_CUE;
-  EXPECT_EQ(S_FALSE, m_service->CreateTOCFile(path.get(), &info, nullptr, 0, nullptr, 0));
-  info.ZSImageFormat = ZSIMAGEFORMAT_ZSI;
-  EXPECT_EQ(ZSE_FAILED, m_service->CreateTOCFile(path.get(), &info, nullptr, 0, nullptr, 0));
-  EXPECT_EQ("", m_folder.Read("out.cue"));
+  EXPECT_EQ("", folder.Read("out.cue"));
 }
 
 TEST_F(ImageFile, StoresTheCallbackAndTakesNullsForErrors) {
   VARIANT text{};
   text.vt = VT_BSTR;
   text.bstrVal = NewBstr("value");
-  EXPECT_EQ(S_OK, m_service->SetCallBack(nullptr, 1, text));
+  EXPECT_EQ(S_OK, service->SetCallBack(nullptr, 1, text));
   VariantClear(&text);
   text.vt = 999;
-  EXPECT_EQ(S_OK, m_service->SetCallBack(nullptr, 2, text)) << "a value that cannot be copied is no error";
-  EXPECT_EQ(S_OK, m_service->Open(nullptr, nullptr));
-  EXPECT_EQ(E_INVALIDARG, m_service->Clone(nullptr, nullptr));
-  EXPECT_EQ(E_INVALIDARG, m_service->FreeImageFileInfo(nullptr));
-  EXPECT_EQ(E_INVALIDARG, m_service->CalculateDiscID(nullptr));
-  EXPECT_EQ(E_INVALIDARG, m_service->GetPositionFromLBA(nullptr, 0, nullptr, nullptr));
+  EXPECT_EQ(S_OK, service->SetCallBack(nullptr, 2, text)) << "a value that cannot be copied is no error";
+  EXPECT_EQ(S_OK, service->Open(nullptr, nullptr));
+  zsimagefileinfo info{};
+  EXPECT_EQ(E_INVALIDARG, service->CreateTOCFile(nullptr, &info, nullptr, 0, nullptr, 0));
+  EXPECT_EQ(E_INVALIDARG, service->CreateTOCFile(Wide("x").get(), nullptr, nullptr, 0, nullptr, 0));
+  EXPECT_EQ(E_INVALIDARG, service->Clone(nullptr, &info));
+  EXPECT_EQ(E_INVALIDARG, service->Clone(&info, nullptr));
+  EXPECT_EQ(E_INVALIDARG, service->Clone(&info, &info));
+  EXPECT_EQ(E_INVALIDARG, service->FreeImageFileInfo(nullptr));
+  EXPECT_EQ(E_INVALIDARG, service->CalculateDiscID(nullptr));
+  EXPECT_EQ(E_INVALIDARG, service->GetPositionFromLBA(nullptr, 0, nullptr, nullptr));
 }
 
 } // namespace
