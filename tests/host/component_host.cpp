@@ -7,7 +7,6 @@
 #include <atomic>
 #include <barrier>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -22,9 +21,7 @@
 
 namespace {
 
-void Print(const std::string& step, HRESULT result) {
-  std::printf("%s 0x%08X\n", step.c_str(), static_cast<unsigned>(result));
-}
+void Print(const char* step, HRESULT result) { std::printf("%s 0x%08X\n", step, static_cast<unsigned>(result)); }
 
 /// Loads a library by its path and calls one of its entry points.
 void Call(const char* path, const char* name) {
@@ -36,33 +33,19 @@ void Call(const char* path, const char* name) {
   }
 }
 
-template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* object) {
+/// Makes an object of a class, given by its name or its identifier.
+template <class I> HRESULT Create(const std::string& name, REFIID iid, ComPtr<I>* object) {
   CLSID clsid{};
-  const HRESULT result = CLSIDFromProgID(progId, &clsid);
+  const bool isIdentifier = GUIDFromString(name, &clsid);
+  const HRESULT result = isIdentifier ? S_OK : CLSIDFromProgID(MultiByteToWideChar(name).c_str(), &clsid);
   return FAILED(result) ? result : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid());
-}
-
-void CreateByName(const std::string& progId) {
-  ComPtr<IUnknown> object;
-  Print("create", Create(MultiByteToWideChar(progId).c_str(), IID_IUnknown, &object));
-}
-
-void CreateByClass(const std::string& text) {
-  CLSID clsid{};
-  ComPtr<IUnknown> object;
-  GUIDFromString(text, &clsid);
-  Print("class", CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IID_IUnknown, object.ReceiveVoid()));
-}
-
-bool IsLoaded() {
-  std::ifstream maps("/proc/self/maps");
-  const std::string text{std::istreambuf_iterator<char>(maps), {}};
-  return text.find("/libImageFile.so") != std::string::npos;
 }
 
 void FreeLibraries() {
   CoFreeUnusedLibraries();
-  std::printf("free %s\n", IsLoaded() ? "loaded" : "gone");
+  std::ifstream maps("/proc/self/maps");
+  const std::string text{std::istreambuf_iterator<char>(maps), {}};
+  std::printf("free %s\n", text.find("/libImageFile.so") == std::string::npos ? "gone" : "loaded");
 }
 
 /// Reads an image and gives its tracks file pieces; the library goes while the record stands, and comes back to free
@@ -72,19 +55,16 @@ void Read(const std::string& path) {
   zsimagefileinfo info{};
   ComPtr<IZSImageFile> images;
   ComPtr<IZSCueSheet> sheets;
-  HRESULT result = Create(kProgIdImageFile, IID_IZSImageFile, &images);
-  result = FAILED(result) ? result : Create(kProgIdCueSheet, IID_IZSCueSheet, &sheets);
+  HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
+  result = FAILED(result) ? result : Create("ZSImageFile.ZSCueSheet", IID_IZSCueSheet, &sheets);
   result = FAILED(result) ? result : images->GetImageFileInfo(name.get(), &info);
   result = FAILED(result) ? result : sheets->PrepareTracks(name.get(), info.pZSCueSheet[0]);
   Print("read", result);
-  if (FAILED(result)) {
-    return;
-  }
   FreeLibraries();
   images.Reset();
   sheets.Reset();
   FreeLibraries();
-  Print("again", Create(kProgIdImageFile, IID_IZSImageFile, &images));
+  Print("again", Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images));
   Print("emptied", images ? images->FreeImageFileInfo(&info) : E_UNEXPECTED);
 }
 
@@ -94,51 +74,48 @@ void RunThreads() {
   constexpr int kRounds = 100;
   std::barrier line(kThreads + 1);
   std::atomic<int> made{0};
-  std::vector<HRESULT> results(kThreads, S_OK);
-  std::vector<std::thread> threads;
-  for (HRESULT& result : results) {
+  std::atomic<HRESULT> failure{S_OK};
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < kRounds; ++round) {
         line.arrive_and_wait();
         ComPtr<IZSImageFile> images;
-        const HRESULT created = Create(kProgIdImageFile, IID_IZSImageFile, &images);
         ComPtr<IUnknown> identity;
-        const HRESULT asked = images ? images->QueryInterface(IID_IUnknown, identity.ReceiveVoid()) : E_UNEXPECTED;
-        result = FAILED(result) ? result : FAILED(created) ? created : asked;
+        HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
+        result = FAILED(result) ? result : images->QueryInterface(IID_IUnknown, identity.ReceiveVoid());
+        if (FAILED(result)) {
+          failure = result;
+        }
         ++made;
         line.arrive_and_wait(); // No object is released while libraries are freed.
       }
     });
   }
-  for (int round = 0; round < kRounds; ++round) {
+  for (int round = 1; round <= kRounds; ++round) {
     line.arrive_and_wait();
-    while (made < kThreads * (round + 1)) {
+    while (made < kThreads * round) {
       CoFreeUnusedLibraries();
     }
     line.arrive_and_wait();
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  for (const HRESULT result : results) {
-    Print("thread", result);
-  }
+  threads.clear();
+  Print("threads", failure);
 }
 
 } // namespace
 
-int main(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string step = argv[i];
+int main(int /*argc*/, char** argv) {
+  while (*++argv != nullptr) {
+    const std::string step = *argv;
     if (step == "call") {
-      Call(argv[i + 1], argv[i + 2]);
-      i += 2;
+      Call(argv[1], argv[2]);
+      argv += 2;
     } else if (step == "create") {
-      CreateByName(argv[++i]);
-    } else if (step == "class") {
-      CreateByClass(argv[++i]);
+      ComPtr<IUnknown> object;
+      Print("create", Create(*++argv, IID_IUnknown, &object));
     } else if (step == "read") {
-      Read(argv[++i]);
+      Read(*++argv);
     } else if (step == "free") {
       FreeLibraries();
     } else if (step == "threads") {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cerrno>
+#include <set>
+#include <sstream>
 #include <thread>
+#include <tuple>
 
-#include "builders/sectors.h"
 #include "foundation/module.h"
 #include "imagefile/server/diagnostics.h"
 #include "imagefile/server/exports.h"
@@ -14,242 +14,207 @@
 #include "support/environment_variable.h"
 #include "support/faulty_files.h"
 #include "support/services.h"
-#include "support/temporary_folder.h"
 #include "tools/tool_run.h"
 
 namespace {
 
-constexpr const char* kRegistry = "registry.reg";
-constexpr const char* kHeading = "ImageFile Registry 1\n";
+/// Runs steps in a program that knows the component by the registry alone. The component is $LIBRARY.
+std::string Host(const TemporaryFolder& folder, const std::string& steps) {
+  const ToolResult result = RunShell("LIBRARY='" COMPONENT_LIBRARY "' && cd '" + folder.Path("") + "' && exec " +
+                                     ZSIMAGE_EMULATOR " '" COMPONENT_HOST "' " + steps);
+  EXPECT_EQ(0, result.status) << result.err;
+  return result.out;
+}
 
 class Server : public testing::Test {
 protected:
-  /// Runs steps in a program that knows the component by the registry alone.
-  static std::string Host(const std::vector<std::string>& steps) {
-    const ToolResult result = RunProgram(COMPONENT_HOST, steps);
-    EXPECT_EQ(0, result.status) << result.err;
-    return result.out;
+  void WriteRegistry(const std::string& keys) const { folder.Write("registry.reg", "ImageFile Registry 1\n" + keys); }
+
+  /// The registry on one line, without its heading.
+  std::string Registry() const {
+    std::istringstream lines(folder.Read("registry.reg"));
+    std::string text;
+    std::string line;
+    for (std::getline(lines, line); std::getline(lines, line);) {
+      text += line + (line.empty() ? "" : " ");
+    }
+    return text;
   }
 
-  TemporaryFolder folder;
-  EnvironmentVariable path{"IMAGEFILE_REGISTRY", folder.Path(kRegistry)};
-  EnvironmentVariable runtime{"XDG_RUNTIME_DIR", folder.Path("")};
+  const TemporaryFolder folder;
+  const EnvironmentVariable path{"IMAGEFILE_REGISTRY", folder.Path("registry.reg")};
+  const EnvironmentVariable runtime{"XDG_RUNTIME_DIR", folder.Path("")};
 };
 
-const std::string kBefore = std::string(kHeading) + R"(
-[HKEY_CLASSES_ROOT]
-
-[HKEY_CLASSES_ROOT\CLSID]
-
-[HKEY_CLASSES_ROOT\CLSID\{00000000-0000-0000-0000-000000000001}]
-@="Another class"
-
-[HKEY_CLASSES_ROOT\TypeLib]
-
-[HKEY_CURRENT_USER]
-"Mine"=dword:00000001
-)";
-
 TEST_F(Server, IsFoundByOtherProcessesWhileRegistered) {
-  const std::string classId = "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}";
-  const std::vector<std::string> steps = {"create", "ZSImageFile.ZSImageFile",  "create", "zsimagefile.zscuesheet",
-                                          "create", "ZSImageFile.ZSCueSheet.1", "class",  classId};
-  const std::string unknown = "create 0x800401F3\ncreate 0x800401F3\ncreate 0x800401F3\nclass 0x80040154\n";
-  folder.Write(kRegistry, kBefore);
-  EXPECT_EQ(unknown, Host(steps));
-  EXPECT_EQ("DllRegisterServer 0x00000000\n", Host({"call", COMPONENT_LIBRARY, "DllRegisterServer"}));
-  EXPECT_EQ("create 0x00000000\ncreate 0x00000000\ncreate 0x00000000\nclass 0x00000000\n", Host(steps));
+  const std::string steps = "create ZSImageFile.ZSImageFile create zsimagefile.zscuesheet "
+                            "create ZSImageFile.ZSCueSheet.1 create {AE7CB71D-5121-409C-AEA7-4A9EACB3C354}";
+  const std::string unknown = "create 0x800401F3\ncreate 0x800401F3\ncreate 0x800401F3\ncreate 0x80040154\n";
+  WriteRegistry("[HKEY_CLASSES_ROOT]\n[HKEY_CLASSES_ROOT\\CLSID]\n"
+                "[HKEY_CLASSES_ROOT\\CLSID\\{00000000-0000-0000-0000-000000000001}]\n@=\"Another class\"\n"
+                "[HKEY_CLASSES_ROOT\\TypeLib]\n[HKEY_CURRENT_USER]\n\"Mine\"=dword:00000001\n");
+  const std::string before = Registry();
+  EXPECT_EQ(unknown, Host(folder, steps));
+  EXPECT_EQ("DllRegisterServer 0x00000000\n", Host(folder, "call $LIBRARY DllRegisterServer"));
+  EXPECT_EQ("create 0x00000000\ncreate 0x00000000\ncreate 0x00000000\ncreate 0x00000000\n", Host(folder, steps));
 
   RegistryKey registry;
   ASSERT_EQ(0U, ReadRegistry(&registry));
-  struct Entry {
-    const char* key;
-    const char* value;
-    std::string text;
-  };
-  const Entry entries[] = {
+  const std::string sheets = "CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}";
+  const std::tuple<std::string, const char*, const char*> kValues[] = {
       {"ZSImageFile.ZSImageFile.1", "", "Zentora Scribe ImageFile Class"},
-      {"ZSImageFile.ZSImageFile.1\\CLSID", "", classId},
+      {"ZSImageFile.ZSImageFile.1\\CLSID", "", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"},
       {"ZSImageFile.ZSImageFile", "", "Zentora Scribe ImageFile Class"},
-      {"ZSImageFile.ZSImageFile\\CLSID", "", classId},
+      {"ZSImageFile.ZSImageFile\\CLSID", "", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"},
       {"ZSImageFile.ZSImageFile\\CurVer", "", "ZSImageFile.ZSImageFile.1"},
       {"ZSImageFile.ZSCueSheet", "", "Zentora Scribe CueSheet Class"},
       {"CLSID\\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "", "Zentora Scribe ImageFile Class"},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}", "", "Zentora Scribe CueSheet Class"},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\ProgID", "", "ZSImageFile.ZSCueSheet.1"},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\VersionIndependentProgID", "", "ZSImageFile.ZSCueSheet"},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\Programmable", "", ""},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\InprocServer32", "", COMPONENT_LIBRARY},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\InprocServer32", "ThreadingModel", "Apartment"},
-      {"CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\TypeLib", "", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}"},
+      {sheets, "", "Zentora Scribe CueSheet Class"},
+      {sheets + "\\ProgID", "", "ZSImageFile.ZSCueSheet.1"},
+      {sheets + "\\VersionIndependentProgID", "", "ZSImageFile.ZSCueSheet"},
+      {sheets + "\\Programmable", "", ""},
+      {sheets + "\\InprocServer32", "", COMPONENT_LIBRARY},
+      {sheets + "\\InprocServer32", "ThreadingModel", "Apartment"},
+      {sheets + "\\TypeLib", "", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}"},
       {"TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\1.0", "", "Zentora ImageFile"},
       {"TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}\\1.0", "", "zs.tlb"}};
-  for (const Entry& entry : entries) {
-    const RegistryKey* key = registry.Find(std::string("HKEY_CLASSES_ROOT\\") + entry.key);
-    ASSERT_NE(nullptr, key) << entry.key;
-    EXPECT_EQ(entry.text, key->Text(entry.value)) << entry.key;
+  for (const auto& [key, name, text] : kValues) {
+    const RegistryKey* found = registry.Find("HKEY_CLASSES_ROOT\\" + key);
+    ASSERT_NE(nullptr, found) << key;
+    EXPECT_EQ(text, found->Text(name)) << key;
   }
 
-  // Twice each way is as good as once.
-  const std::string registered = folder.Read(kRegistry);
-  Host({"call", COMPONENT_LIBRARY, "DllRegisterServer"});
-  EXPECT_EQ(registered, folder.Read(kRegistry));
+  // Twice each way is as good as once, and it does not matter how the library was named to be loaded.
+  const std::string registered = Registry();
+  std::filesystem::create_directory_symlink(std::filesystem::path(COMPONENT_LIBRARY).parent_path(), folder.Path("lib"));
+  EXPECT_EQ("DllRegisterServer 0x00000000\n", Host(folder, "call ./lib/${LIBRARY##*/} DllRegisterServer"));
+  EXPECT_EQ(registered, Registry());
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ("DllUnregisterServer 0x00000000\n", Host({"call", COMPONENT_LIBRARY, "DllUnregisterServer"}));
-    EXPECT_EQ(kBefore, folder.Read(kRegistry));
+    EXPECT_EQ("DllUnregisterServer 0x00000000\n", Host(folder, "call $LIBRARY DllUnregisterServer"));
+    EXPECT_EQ(before, Registry());
   }
-  EXPECT_EQ(unknown, Host(steps));
+  EXPECT_EQ(unknown, Host(folder, steps));
 }
 
 TEST_F(Server, ServesARecordThatOutlivesTheLibrary) {
-  std::vector<BYTE> image(20 * 2048);
-  const std::vector<BYTE> descriptor = VolumeDescriptor("LINUX");
-  std::copy(descriptor.begin(), descriptor.end(), image.begin() + 16 * 2048);
-  const std::string disc = folder.Write("disc.iso", image);
+  folder.WriteSparse("disc.iso", 20 * 2048);
   EXPECT_EQ("DllRegisterServer 0x00000000\nread 0x00000000\nfree loaded\nfree gone\nagain 0x00000000\n"
             "emptied 0x00000000\n",
-            Host({"call", COMPONENT_LIBRARY, "DllRegisterServer", "read", disc}));
+            Host(folder, "call $LIBRARY DllRegisterServer read disc.iso"));
 }
 
 TEST_F(Server, TellsWhyALibraryCannotServe) {
-  const std::string key = std::string(kHeading) +
-                          "[HKEY_CLASSES_ROOT\\A]\n[HKEY_CLASSES_ROOT\\A\\CLSID]\n"
-                          "@=\"{00000000-0000-0000-0000-000000000001}\"\n"
-                          "[HKEY_CLASSES_ROOT\\CLSID\\{00000000-0000-0000-0000-000000000001}\\InprocServer32]\n@=\"";
-  struct Case {
-    std::string text;
-    const char* answer;
-  };
   const std::string component = COMPONENT_LIBRARY;
-  const Case cases[] = {
-      {key + folder.Path("missing.so") + "\"\n", "create 0x800401F8\n"},
-      {key + "libm.so.6\"\n", "create 0x800401F8\n"}, // Never searched for.
-      {key + folder.Path(kRegistry) + "\"\n", "create 0x800401F8\n"},
-      {key + component.substr(0, component.rfind('/')) + "/libImageFilePlatform.so\"\n", "create 0x800401F9\n"},
-      {key + component + "\"\n", "create 0x80040111\n"},
-      {"?", "create 0x80040150\n"}};
-  for (const Case& each : cases) {
-    folder.Write(kRegistry, each.text);
-    EXPECT_EQ(each.answer, Host({"create", "A"})) << each.text;
+  const std::string libraries = component.substr(0, component.rfind('/'));
+  const std::tuple<std::string, const char*> kCases[] = {
+      {folder.Path("missing.so"), "create 0x800401F8\n"},
+      {"libm.so.6", "create 0x800401F8\n"}, // Never searched for.
+      {folder.Path("registry.reg"), "create 0x800401F8\n"},
+      {libraries + "/libImageFilePlatform.so", "create 0x800401F9\n"},
+      {component, "create 0x80040111\n"},
+      {"\" damaged", "create 0x80040150\n"}};
+  for (const auto& [library, answer] : kCases) {
+    WriteRegistry("[HKEY_CLASSES_ROOT\\A\\CLSID]\n@=\"{00000000-0000-0000-0000-000000000001}\"\n"
+                  "[HKEY_CLASSES_ROOT\\CLSID\\{00000000-0000-0000-0000-000000000001}\\InprocServer32]\n@=\"" +
+                  library + "\"\n");
+    EXPECT_EQ(answer, Host(folder, "create A")) << library;
   }
 }
 
-/// Lets a number of changes of the registry through.
-class FailingRename final : public FaultyFiles {
-public:
-  explicit FailingRename(int good) : m_good(good) {}
-  int Rename(const char* from, const char* to) noexcept override {
-    errno = EACCES;
-    return m_good-- > 0 ? FaultyFiles::Rename(from, to) : -1;
-  }
-
-private:
-  int m_good;
-};
-
 TEST_F(Server, StopsAtTheStepThatFailsAndLeavesWhatWentBefore) {
-  const HRESULT denied = HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
-  const char* keys[] = {"TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}", "ZSImageFile.ZSImageFile",
-                        "ZSImageFile.ZSCueSheet", "TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}"};
-  for (int good = 0; good <= 4; ++good) {
-    folder.Write(kRegistry, "");
-    {
-      const FailingRename failing(good);
-      EXPECT_EQ(good == 4 ? S_OK : denied, RunRegistration(RegistrarMode::Register)) << good;
-    }
+  const char* kSteps[] = {"TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}", "ZSImageFile.ZSImageFile",
+                          "ZSImageFile.ZSCueSheet", "TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}"};
+  std::string seen; // The steps that have left their keys.
+  const auto failAt = [&](long point, bool andAfter) {
+    WriteRegistry("");
+    FaultyFiles files([] { return EACCES; });
+    files.points.Start(point, andAfter);
+    const HRESULT result = RunRegistration(RegistrarMode::Register);
+    files.points.Stop();
     RegistryKey registry;
-    ASSERT_EQ(0U, ReadRegistry(&registry));
-    for (int i = 0; i < 4; ++i) {
-      EXPECT_EQ(i < good, registry.Find(std::string("HKEY_CLASSES_ROOT\\") + keys[i]) != nullptr) << good << ' ' << i;
+    EXPECT_EQ(0U, ReadRegistry(&registry));
+    seen.clear();
+    for (const char* key : kSteps) {
+      seen += registry.Find(std::string("HKEY_CLASSES_ROOT\\") + key) == nullptr ? '-' : '+';
     }
+    return result;
+  };
+  EXPECT_EQ(S_OK, failAt(1, false)) << "the shared type library is not looked at";
+  EXPECT_EQ("-+++", seen);
+  std::set<std::string> all;
+  for (long point = 1; seen != "++++"; ++point) {
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), failAt(point, true)) << point;
+    all.insert(seen);
   }
+  EXPECT_EQ((std::set<std::string>{"----", "+---", "++--", "+++-", "++++"}), all);
 }
 
 TEST_F(Server, RunsScriptsBothWays) {
   const ScriptNames names = {{"MODULE", "/a 'b'%.so"}, {"KEY", "K"}};
   constexpr const char* kScript = "HKCU { NoRemove Kept { val A = s 'it''s' NoRemove val B = s '%MODULE%' }\n"
                                   " %KEY% = s plain { Sub } ForceRemove 'Whole Key' { 'val' = s '100%%' } }";
-  const std::string before = std::string(kHeading) + "\n[HKEY_CLASSES_ROOT]\n\n[HKEY_CURRENT_USER]\n\n"
-                                                     "[HKEY_CURRENT_USER\\K]\n\n[HKEY_CURRENT_USER\\K\\Other]\n\n"
-                                                     "[HKEY_CURRENT_USER\\Whole Key]\n\n"
-                                                     "[HKEY_CURRENT_USER\\Whole Key\\Old]\n";
-  folder.Write(kRegistry, before);
+  WriteRegistry("[HKEY_CURRENT_USER\\K\\Other]\n[HKEY_CURRENT_USER\\Whole Key\\Old]\n");
   EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Register));
-  EXPECT_EQ(std::string(kHeading) + "\n[HKEY_CLASSES_ROOT]\n\n[HKEY_CURRENT_USER]\n\n[HKEY_CURRENT_USER\\K]\n"
-                                    "@=\"plain\"\n\n[HKEY_CURRENT_USER\\K\\Other]\n\n[HKEY_CURRENT_USER\\K\\Sub]\n\n"
-                                    "[HKEY_CURRENT_USER\\Kept]\n\"A\"=\"it's\"\n\"B\"=\"/a 'b'%.so\"\n\n"
-                                    "[HKEY_CURRENT_USER\\Whole Key]\n\n[HKEY_CURRENT_USER\\Whole Key\\val]\n"
-                                    "@=\"100%\"\n",
-            folder.Read(kRegistry));
+  EXPECT_EQ("[HKEY_CLASSES_ROOT] [HKEY_CURRENT_USER] [HKEY_CURRENT_USER\\K] @=\"plain\" [HKEY_CURRENT_USER\\K\\Other] "
+            "[HKEY_CURRENT_USER\\K\\Sub] [HKEY_CURRENT_USER\\Kept] \"A\"=\"it's\" \"B\"=\"/a 'b'%.so\" "
+            "[HKEY_CURRENT_USER\\Whole Key] [HKEY_CURRENT_USER\\Whole Key\\val] @=\"100%\" ",
+            Registry());
   EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Unregister));
-  EXPECT_EQ(std::string(kHeading) + "\n[HKEY_CLASSES_ROOT]\n\n[HKEY_CURRENT_USER]\n\n[HKEY_CURRENT_USER\\K]\n"
-                                    "@=\"plain\"\n\n[HKEY_CURRENT_USER\\K\\Other]\n\n"
-                                    "[HKEY_CURRENT_USER\\Kept]\n\"B\"=\"/a 'b'%.so\"\n",
-            folder.Read(kRegistry));
+  EXPECT_EQ("[HKEY_CLASSES_ROOT] [HKEY_CURRENT_USER] [HKEY_CURRENT_USER\\K] @=\"plain\" [HKEY_CURRENT_USER\\K\\Other] "
+            "[HKEY_CURRENT_USER\\Kept] \"B\"=\"/a 'b'%.so\" ",
+            Registry());
 }
 
+/// So many blocks of a script in each other.
+std::string Nested(std::size_t depth) { return depth == 0 ? "" : "{ a " + Nested(depth - 1) + "} "; }
+
 TEST_F(Server, RefusesMalformedScripts) {
-  const std::string deep = "HKCR " + [] {
-    std::string text;
-    for (int i = 0; i < 100; ++i) {
-      text += "{ a ";
-    }
-    return text + std::string(100, '}');
-  }();
-  const std::string scripts[] = {"HKCR",
-                                 "HKCR {",
-                                 "HKCR { a = }",
-                                 "HKCR { a = s }",
-                                 "HKCR { a = d 1 }",
-                                 "HKCR { val a }",
-                                 "HKCR { 'a }",
-                                 "HKCR { %NAME% }",
-                                 "HKCR { a% }",
-                                 "HKLM { a }",
-                                 "HKCR { a { b }",
-                                 "HKCR { a } }",
-                                 "HKCR { '' }",
-                                 "HKCR { a\\b }",
-                                 "HKCR { NoRemove }",
-                                 deep};
-  for (const std::string& script : scripts) {
-    EXPECT_EQ(E_INVALIDARG, RunRegistrationScript(script, {}, RegistrarMode::Register)) << script;
+  const auto run = [](const std::string& script) { return RunRegistrationScript(script, {}, RegistrarMode::Register); };
+  for (const char* keys : {"", "a = }", "a = s }", "a = s { }", "a = d 1 }", "val a }", "'a }", "%NAME% }", "a% }",
+                           "a { b }", "a } }", "'' }", "a\\b }", "NoRemove }"}) {
+    EXPECT_EQ(E_INVALIDARG, run(std::string("HKCR { ") + keys)) << keys;
   }
-  EXPECT_EQ("", folder.Read(kRegistry));
+  EXPECT_EQ(E_INVALIDARG, run("HKCR"));
+  EXPECT_EQ(E_INVALIDARG, run("HKLM { a }"));
+  EXPECT_EQ(E_INVALIDARG, run("HKCU " + Nested(33)));
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_NAME), run("HKCU { Good { '" + std::string(256, 'a') + "' } }"));
+  EXPECT_EQ("", folder.Read("registry.reg"));
+  EXPECT_EQ(S_OK, run("HKCU " + Nested(32)));
 }
 
 TEST_F(Server, ReadsTheLevelOfDiagnostics) {
-  const std::string key = std::string(kHeading) + "[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n";
-  struct Case {
-    std::string text;
-    LONG level;
-  };
-  const Case cases[] = {{"", -1},
-                        {key, -1},
-                        {key + "\"DebugLevel\"=dword:00000003\n", 3},
-                        {key + "\"debuglevel\"=dword:fffffffe\n", -2},
-                        {key + "\"DebugLevel\"=\"3\"\n", -1},
-                        {"damaged", -1}};
-  for (const Case& each : cases) {
-    folder.Write(kRegistry, each.text);
+  const std::tuple<std::string, LONG> kCases[] = {{"", -1},
+                                                  {"\"DebugLevel\"=dword:00000003\n", 3},
+                                                  {"\"debuglevel\"=dword:fffffffe\n", -2},
+                                                  {"\"DebugLevel\"=\"3\"\n", -1},
+                                                  {"damaged", -1}};
+  for (const auto& [values, level] : kCases) {
+    WriteRegistry("[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n" + values);
     const CZSDiagnostics diagnostics;
-    EXPECT_EQ(each.level, diagnostics.Level()) << each.text;
+    EXPECT_EQ(level, diagnostics.Level()) << values;
     EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.Mutex());
   }
+  WriteRegistry("");
+  EXPECT_EQ(-1, CZSDiagnostics().Level());
+  Memory().faults.Start(1, true);
+  const CZSDiagnostics withoutMemory;
+  Memory().faults.Stop();
   const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
-  EXPECT_EQ(INVALID_HANDLE_VALUE, CZSDiagnostics().Mutex());
+  const CZSDiagnostics withoutFolder;
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.Mutex());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.Mutex());
 }
 
 /// An object that takes another one in. It lives on the stack.
 class Outer final : public IUnknown {
 public:
   HRESULT QueryInterface(REFIID iid, void** object) override {
-    if (iid == IID_IUnknown) {
-      *object = static_cast<IUnknown*>(this);
-      AddRef();
-      return S_OK;
+    if (iid != IID_IUnknown) {
+      return inner->QueryInterface(iid, object);
     }
-    return inner->QueryInterface(iid, object);
+    *object = static_cast<IUnknown*>(this);
+    AddRef();
+    return S_OK;
   }
   ULONG AddRef() override { return ++references; }
   ULONG Release() override { return --references; }
@@ -261,9 +226,10 @@ public:
 TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   ComPtr<IClassFactory> factory;
   EXPECT_EQ(E_POINTER, DllGetClassObject(CLSID_ZSCueSheet, IID_IClassFactory, nullptr));
-  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, DllGetClassObject(IID_IStream, IID_IClassFactory, factory.ReceiveVoid()));
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, DllGetClassObject(GUID{}, IID_IClassFactory, factory.ReceiveVoid()));
   EXPECT_EQ(E_NOINTERFACE, DllGetClassObject(CLSID_ZSCueSheet, IID_IStream, factory.ReceiveVoid()));
   ASSERT_EQ(S_OK, DllGetClassObject(CLSID_ZSCueSheet, IID_IClassFactory, factory.ReceiveVoid()));
+  EXPECT_EQ(E_POINTER, factory->QueryInterface(IID_IUnknown, nullptr));
   ComPtr<IUnknown> same;
   ASSERT_EQ(S_OK, DllGetClassObject(CLSID_ZSCueSheet, IID_IUnknown, same.ReceiveVoid()));
   EXPECT_EQ(factory.Get(), same.Get());
@@ -298,41 +264,29 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   EXPECT_EQ(S_OK, DllCanUnloadNow());
 }
 
-TEST(Threads, CreateQueryAndReleaseObjectsAtOnce) {
-  const LONG before = Module().LockCount();
-  std::vector<std::thread> threads;
-  std::atomic<int> good{0};
+TEST(Threads, CountTheReferencesOfObjectsRightly) {
   const ComPtr<IZSImageFile> shared = NewImageFileService();
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 200; ++round) {
-        const ComPtr<IZSImageFile> images = NewImageFileService();
-        const ComPtr<IZSCueSheet> sheets = NewCueSheetService();
-        ComPtr<IUnknown> identity;
-        ComPtr<IUnknown> sharedIdentity;
-        good += images->QueryInterface(IID_IUnknown, identity.ReceiveVoid()) == S_OK &&
-                        shared->QueryInterface(IID_IUnknown, sharedIdentity.ReceiveVoid()) == S_OK
-                    ? 1
-                    : 0;
-      }
-    });
+  {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 8; ++i) {
+      threads.emplace_back([&] {
+        for (int round = 0; round < 200; ++round) {
+          const ComPtr<IZSImageFile> own = NewImageFileService();
+          ComPtr<IUnknown> identity;
+          EXPECT_EQ(S_OK, shared->QueryInterface(IID_IUnknown, identity.ReceiveVoid()));
+        }
+      });
+    }
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(8 * 200, good);
-  EXPECT_EQ(before + 2, Module().LockCount()); // The shared object and its own cue sheet service.
+  shared->AddRef();
+  EXPECT_EQ(1U, shared->Release());
 }
 
 TEST(Threads, CreateObjectsWhileLibrariesAreLoadedAndFreed) {
   const TemporaryFolder folder;
-  const EnvironmentVariable path("IMAGEFILE_REGISTRY", folder.Path(kRegistry));
-  const ToolResult result = RunProgram(COMPONENT_HOST, {"call", COMPONENT_LIBRARY, "DllRegisterServer", "threads",
-                                                        "free", "call", COMPONENT_LIBRARY, "DllCanUnloadNow"});
-  EXPECT_EQ(0, result.status) << result.err;
-  EXPECT_EQ("DllRegisterServer 0x00000000\nthread 0x00000000\nthread 0x00000000\nthread 0x00000000\n"
-            "thread 0x00000000\nfree gone\nDllCanUnloadNow 0x00000000\n",
-            result.out);
+  const EnvironmentVariable path("IMAGEFILE_REGISTRY", folder.Path("registry.reg"));
+  EXPECT_EQ("DllRegisterServer 0x00000000\nthreads 0x00000000\nfree gone\nDllCanUnloadNow 0x00000000\n",
+            Host(folder, "call $LIBRARY DllRegisterServer threads free call $LIBRARY DllCanUnloadNow"));
 }
 
 } // namespace

@@ -3,23 +3,24 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "support/temporary_folder.h"
 
 /// What a run left behind.
 struct ToolResult {
-  int status; ///< Exit status; -1 when a signal ended it.
+  int status; ///< Exit status; -1 when a signal ended it, 127 when the program is not installed.
   std::string out;
   std::string err;
 };
 
-/// Runs a program of the build with arguments and waits for it.
-ToolResult RunProgram(const std::string& program, const std::vector<std::string>& arguments);
+/// `zsimage` as a word of the shell.
+inline const std::string kTool = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' ";
 
-/// The same for a program of the system, which needs no emulator.
-ToolResult RunSystemProgram(const std::string& program, const std::vector<std::string>& arguments);
+/// Runs a command of the shell and waits for it.
+ToolResult RunShell(const std::string& command);
 
-/// The same for `zsimage`.
-ToolResult RunTool(const std::vector<std::string>& arguments);
+/// Runs `zsimage` in a folder, with arguments as the shell takes them.
+ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);
 
 /// Runs it on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.
-ToolResult InterruptTool(const std::vector<std::string>& arguments, const std::string& marker);
+ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker);
