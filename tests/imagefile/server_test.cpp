@@ -142,7 +142,7 @@ TEST_F(Server, StopsAtTheStepThatFailsAndLeavesWhatWentBefore) {
   EXPECT_EQ(S_OK, failAt(1, false)) << "the shared type library is not looked at";
   EXPECT_EQ("-+++", seen);
   std::set<std::string> all;
-  for (long point = 1; seen != "++++"; ++point) {
+  for (long point = 1; seen != "++++" && point < 1000; ++point) {
     EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), failAt(point, true)) << point;
     all.insert(seen);
   }
