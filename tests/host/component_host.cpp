@@ -26,11 +26,8 @@ void Print(const char* step, HRESULT result) { std::printf("%s 0x%08X\n", step, 
 /// Loads a library by its path and calls one of its entry points.
 void Call(const char* path, const char* name) {
   void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  const auto entry = library == nullptr ? nullptr : reinterpret_cast<HRESULT (*)()>(dlsym(library, name));
-  Print(name, entry == nullptr ? E_UNEXPECTED : entry());
-  if (library != nullptr) {
-    dlclose(library);
-  }
+  Print(name, reinterpret_cast<HRESULT (*)()>(dlsym(library, name))());
+  dlclose(library);
 }
 
 /// Makes an object of a class, given by its name or its identifier.
@@ -55,17 +52,16 @@ void Read(const std::string& path) {
   zsimagefileinfo info{};
   ComPtr<IZSImageFile> images;
   ComPtr<IZSCueSheet> sheets;
-  HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
-  result = FAILED(result) ? result : Create("ZSImageFile.ZSCueSheet", IID_IZSCueSheet, &sheets);
-  result = FAILED(result) ? result : images->GetImageFileInfo(name.get(), &info);
-  result = FAILED(result) ? result : sheets->PrepareTracks(name.get(), info.pZSCueSheet[0]);
-  Print("read", result);
+  Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
+  Create("ZSImageFile.ZSCueSheet", IID_IZSCueSheet, &sheets);
+  Print("read", images->GetImageFileInfo(name.get(), &info));
+  Print("prepare", sheets->PrepareTracks(name.get(), info.pZSCueSheet[0]));
   FreeLibraries();
   images.Reset();
   sheets.Reset();
   FreeLibraries();
   Print("again", Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images));
-  Print("emptied", images ? images->FreeImageFileInfo(&info) : E_UNEXPECTED);
+  Print("empty", images->FreeImageFileInfo(&info));
 }
 
 /// Many threads make, ask and release objects while the main thread frees libraries over and over.

@@ -98,8 +98,8 @@ TEST_F(Server, IsFoundByOtherProcessesWhileRegistered) {
 
 TEST_F(Server, ServesARecordThatOutlivesTheLibrary) {
   folder.WriteSparse("disc.iso", 20 * 2048);
-  EXPECT_EQ("DllRegisterServer 0x00000000\nread 0x00000000\nfree loaded\nfree gone\nagain 0x00000000\n"
-            "emptied 0x00000000\n",
+  EXPECT_EQ("DllRegisterServer 0x00000000\nread 0x00000000\nprepare 0x00000000\nfree loaded\nfree gone\n"
+            "again 0x00000000\nempty 0x00000000\n",
             Host(folder, "call $LIBRARY DllRegisterServer read disc.iso"));
 }
 

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <tuple>
 
@@ -19,7 +17,7 @@ constexpr const char* kSheet = "CATALOG 4006381333931\nFILE \"disc.bin\" BINARY\
                                "INDEX 01 00:00:00\nTRACK 02 MODE2/2352\nINDEX 01 00:00:20\nTRACK 03 AUDIO\n"
                                "ISRC DEABC0700001\nINDEX 00 00:00:40\nINDEX 01 00:00:45\n";
 
-class CheckTool : public testing::Test {
+class CheckTool : public ToolTest {
 protected:
   /// Kinds of faults behind the tracks that have them, such as "1:edc ", with 0 for the disc.
   std::string Faults(const std::string& arguments) const {
@@ -50,7 +48,6 @@ protected:
   const DiscPlan disc{{{{ZSMODE_1}, {ZSMODE_2}, {ZSMODE_AUDIO, 20, 5}}}};
   const std::vector<BYTE> sound = DiscSectors(disc);
   std::vector<BYTE> image = sound;
-  TemporaryFolder folder;
 };
 
 TEST_F(CheckTool, FindsAFaultInASector) {
@@ -108,7 +105,7 @@ TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
   // A TOC file states both ends of a track.
   image = sound;
   ASSERT_EQ("", FaultsWith(kSheet));
-  ASSERT_EQ(0, RunTool(folder, "convert disc.cue toc.zsi --with-data").status);
+  Run("convert disc.cue toc.zsi --with-data");
   const std::string toc = folder.Read("toc.zsi");
   const auto withEnd = [&](const char* end) {
     std::string changed = toc;
@@ -141,7 +138,7 @@ TEST_F(CheckTool, LooksAtAllWhenAsked) {
 TEST_F(CheckTool, ComparesTextWithItsCheckBytes) {
   const std::string sheet = std::string("TITLE \"A\"\n") + kSheet;
   EXPECT_EQ("", FaultsWith(sheet));
-  ASSERT_EQ(0, RunTool(folder, "cdtext encode disc.cue -o DISC.CDT").status);
+  Run("cdtext encode disc.cue -o DISC.CDT");
   EXPECT_EQ("", Faults("disc.cue"));
   std::string packs = folder.Read("DISC.CDT");
   packs[5] ^= 1;

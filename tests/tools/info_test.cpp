@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <tuple>
 
@@ -18,15 +16,13 @@ constexpr const char* kSheet = "CATALOG 1234567890123\nTITLE \"Album\"\nFILE \"D
                                "TRACK 02 AUDIO\nTITLE \"Gr\xF6\xDF" // Windows-1252.
                                "e\"\nINDEX 00 03:00:00\nINDEX 01 03:02:00\n";
 
-class InfoTool : public testing::Test {
+class InfoTool : public ToolTest {
 protected:
   InfoTool() {
     folder.Write("disc.cue", kSheet);
     folder.WriteSparse("data.BIN", UHYPER{27000} * 2352);
   }
   json Json(const std::string& arguments) const { return json::parse(RunTool(folder, arguments).out); }
-
-  const TemporaryFolder folder;
 };
 
 TEST_F(InfoTool, GivesTheWholeRecordAsJson) {
@@ -52,7 +48,7 @@ TEST_F(InfoTool, GivesTheWholeRecordAsJson) {
 }
 
 TEST_F(InfoTool, ShowsAPageForAPerson) {
-  const std::string page = RunTool(folder, "info disc.cue").out;
+  const std::string page = Run("info disc.cue");
   for (const char* part : {"audio CD", "CUE sheet", "data.BIN (63.5 MB)", "0D016802", "1234567890123", "?[31MRED",
                            "GR\u00D6\u00DFE", "00:02:00       0  03:00:00    13500", "DCP PRE", "DEABC0700001",
                            "03:04:00   13650  02:58:00    13350     150"}) {

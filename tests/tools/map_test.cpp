@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "builders/nrg_builder.h"
 #include "tools/tool_run.h"
 
@@ -19,7 +17,7 @@ constexpr const char* kMeasure = R"(<script>
     bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
 </script>)";
 
-class MapTool : public testing::Test {
+class MapTool : public ToolTest {
 protected:
   void SetUp() override {
     if (RunShell("command -v chromium").status != 0) {
@@ -36,8 +34,7 @@ protected:
 
   /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, bad texts, shares.
   std::string See(const std::string& image) {
-    const ToolResult result = RunTool(folder, "map -o map.html " + image);
-    EXPECT_EQ(0, result.status) << result.err;
+    Run("map -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
     document = Render("measured.html");
     const std::size_t begin = document.find("data-seen=\"") + 11;
@@ -58,7 +55,6 @@ protected:
     return "disc.cue";
   }
 
-  TemporaryFolder folder;
   std::string document;
 };
 
@@ -83,7 +79,7 @@ TEST_F(MapTool, KeepsTextsInTheirPlaces) {
 
 TEST_F(MapTool, WritesAnSvgThatStandsAlone) {
   Sheet({5}, "\x01\xEF\xBF\xBF & more");
-  ASSERT_EQ(0, RunTool(folder, "map disc.cue -o disc.svg").status);
+  Run("map disc.cue -o disc.svg");
   const std::string seen = Render("disc.svg");
   EXPECT_NE(std::string::npos, seen.find("?? &amp; MORE")) << seen;
   EXPECT_EQ(std::string::npos, seen.find("parsererror")) << seen;

@@ -2,6 +2,8 @@
 /// The command-line tool, run as a user runs it.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "support/temporary_folder.h"
@@ -24,3 +26,16 @@ ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);
 
 /// Runs it on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.
 ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker);
+
+/// Tests of `zsimage` in a folder of their own.
+class ToolTest : public testing::Test {
+protected:
+  /// Runs it, expects success, and gives what it printed.
+  std::string Run(const std::string& arguments) const {
+    const ToolResult result = RunTool(folder, arguments);
+    EXPECT_EQ(0, result.status) << arguments << '\n' << result.err;
+    return result.out;
+  }
+
+  const TemporaryFolder folder;
+};
