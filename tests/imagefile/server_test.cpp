@@ -237,6 +237,7 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   same.Reset();
   EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "with a factory in use";
   factory->LockServer(1);
+  EXPECT_EQ(2, Module().LockCount());
   factory->Release();
   EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "while it is locked";
   factory->LockServer(0);
