@@ -116,14 +116,15 @@ TEST_F(ImageFile, TakesRecordsAtAnyAddressAndFreesTheirSessionsAlone) {
   auto* record = reinterpret_cast<zsimagefileinfo*>(storage + 1);
   zsimagefileinfo* copy = record + 1;
   ASSERT_EQ(S_OK, service->GetImageFileInfo(Wide(folder.WriteSparse("a.iso", 2048)).get(), record));
+  TestSheet other;
+  record->pZSCueSheet[1] = other.Get(); // Behind the record's sessions, so not its own.
   ASSERT_EQ(S_OK, service->Clone(record, copy));
+  EXPECT_EQ(nullptr, copy->pZSCueSheet[1]);
   EXPECT_EQ(Describe(*record->pZSCueSheet[0]), Describe(*copy->pZSCueSheet[0]));
   EXPECT_EQ(Narrow(record->bstrImageBinaryFile), Narrow(copy->bstrImageBinaryFile));
-  TestSheet other;
-  copy->pZSCueSheet[1] = other.Get(); // Behind the record's sessions, so not its own.
   EXPECT_EQ(S_OK, service->FreeImageFileInfo(copy));
-  EXPECT_EQ(0U, UINT{other->nTracks});
   EXPECT_EQ(S_OK, service->FreeImageFileInfo(record));
+  EXPECT_EQ(0U, UINT{other->nTracks});
   EXPECT_TRUE(IsAllZero(*record) && IsAllZero(*copy));
   record->lReserved = 5; // Of a record without sessions.
   EXPECT_EQ(S_OK, service->Clone(record, copy));
