@@ -1,10 +1,17 @@
 // Strings, values, arrays and objects as they cross the interfaces.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <vector>
+
 #include "disc/record_descriptions.h"
+#include "imagefile/server/exports.h"
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
+#include "platform/guard.h"
+#include "platform/task_memory.h"
 #include "platform/variant.h"
+#include "support/counting_environment.h"
 #include "support/services.h"
 
 namespace {
@@ -19,60 +26,88 @@ ComPtr<IRecordInfo> Description(REFGUID record) {
   return info;
 }
 
-UniqueSafeArray NewArray(REFGUID record, ULONG count) {
-  const SAFEARRAYBOUND bound{count, 0};
-  return UniqueSafeArray(SafeArrayCreateEx(VT_RECORD, 1, &bound, Description(record).Get()));
-}
-
 TEST(Bstr, CarriesLengthAndEnd) {
-  const UniqueBstr text(SysAllocString(u"abc"));
-  EXPECT_EQ(3U, SysStringLen(text.get()));
-  EXPECT_EQ(6U, SysStringByteLen(text.get()));
-  EXPECT_EQ(u'\0', text.get()[3]);
-  const UniqueBstr odd(SysAllocStringByteLen("\1\2\3", 3));
-  EXPECT_EQ(3U, SysStringByteLen(odd.get()));
-  EXPECT_EQ(1U, SysStringLen(odd.get()));
-  EXPECT_EQ(nullptr, SysAllocString(nullptr));
+  const std::tuple<UniqueBstr, UINT, std::u16string_view> kCases[] = {
+      {UniqueBstr(SysAllocString(u"abc")), 6, u"abc"},
+      {UniqueBstr(SysAllocStringLen(nullptr, 2)), 4, std::u16string_view(u"\0\0", 2)},
+      {UniqueBstr(SysAllocStringByteLen("\1\0\3", 3)), 3, u"\1"}};
+  for (const auto& [text, bytes, units] : kCases) {
+    EXPECT_EQ(bytes, SysStringByteLen(text.get()));
+    EXPECT_EQ(units, BstrView(text.get()));
+    EXPECT_EQ(0, std::memcmp(reinterpret_cast<const BYTE*>(text.get()) + bytes, "\0", 2)) << "its end";
+  }
   EXPECT_EQ(0U, SysStringLen(nullptr));
-  SysFreeString(nullptr);
+  EXPECT_EQ(nullptr, SysAllocString(nullptr));
   EXPECT_EQ(nullptr, SysAllocStringLen(nullptr, 0x80000000U)) << "its bytes do not fit the prefix";
+  SysFreeString(nullptr);
 }
 
 TEST(SafeArray, CopiesDeeplyAndFreesWhatItsRecordsOwn) {
-  const UniqueSafeArray array = NewArray(kRecordFile, 2);
+  const SAFEARRAYBOUND bounds[] = {{0, 0}, {1, 0}, {2, 0}, {3, 0}};
+  const UniqueSafeArray array(SafeArrayCreateEx(VT_RECORD, 1, &bounds[2], Description(kRecordFile).Get()));
   ASSERT_TRUE(array);
   {
     const SafeArrayAccess access(array.get());
     auto* pieces = access.Elements<ZSFILESTRUCT>();
     pieces[0].bstrFileName = SysAllocString(u"one");
+    pieces[1].bstrFileName = SysAllocString(u"");
     pieces[1].bstrLogicalPath = SysAllocString(u"two");
     pieces[1].dwEndLBA = 7;
     EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(array.get()));
-    const SAFEARRAYBOUND more{3, 0};
-    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayRedim(array.get(), &more));
+    EXPECT_EQ(DISP_E_ARRAYISLOCKED, SafeArrayRedim(array.get(), &bounds[3]));
+    VARIANT value{};
+    value.vt = VT_ARRAY | VT_RECORD;
+    value.parray = array.get();
+    const VARIANT empty{};
+    EXPECT_EQ(DISP_E_ARRAYISLOCKED, VariantCopy(&value, &empty));
   }
+  EXPECT_EQ(E_UNEXPECTED, SafeArrayUnaccessData(array.get()));
   SAFEARRAY* made = nullptr;
-  ASSERT_EQ(S_OK, SafeArrayCopy(array.get(), &made));
+  HRESULT result = E_OUTOFMEMORY;
+  for (long failAt = 1; result == E_OUTOFMEMORY; ++failAt) { // What an attempt has copied goes when it fails.
+    EXPECT_EQ(nullptr, made);
+    Memory().faults.Start(failAt);
+    result = SafeArrayCopy(array.get(), &made);
+    Memory().faults.Stop();
+  }
+  ASSERT_EQ(S_OK, result);
+  EXPECT_EQ(S_OK, SafeArrayRedim(array.get(), &bounds[1])); // Frees the second piece of the first array alone.
   const UniqueSafeArray copy(made);
-  const SAFEARRAYBOUND fewer{1, 0};
-  EXPECT_EQ(S_OK, SafeArrayRedim(array.get(), &fewer)); // Frees the second piece of the first array alone.
+  EXPECT_EQ(S_OK, SafeArrayRedim(copy.get(), &bounds[3]));
+  copy->fFeatures |= FADF_FIXEDSIZE;
+  EXPECT_EQ(E_INVALIDARG, SafeArrayRedim(copy.get(), &bounds[0]));
   const SafeArrayAccess access(copy.get());
   const auto* pieces = access.Elements<ZSFILESTRUCT>();
   EXPECT_EQ("one", Narrow(pieces[0].bstrFileName));
   EXPECT_EQ("two", Narrow(pieces[1].bstrLogicalPath));
   EXPECT_EQ(7U, ULONG{pieces[1].dwEndLBA});
+  EXPECT_TRUE(pieces[2].bstrFileName == nullptr && pieces[2].dwEndLBA == 0) << "new elements are cleared";
 }
 
-TEST(SafeArray, GrowsWithClearedElementsUnlessItsSizeIsFixed) {
-  const UniqueSafeArray array = NewArray(kRecordTrack, 1);
-  const SAFEARRAYBOUND more{3, 0};
-  array->fFeatures |= FADF_FIXEDSIZE;
-  EXPECT_EQ(E_INVALIDARG, SafeArrayRedim(array.get(), &more));
-  array->fFeatures = FADF_RECORD;
-  EXPECT_EQ(S_OK, SafeArrayRedim(array.get(), &more));
-  const SafeArrayAccess access(array.get());
-  EXPECT_TRUE(access.Elements<ZSTRACK>()[2].bstrTitle == nullptr);
-  EXPECT_EQ(sizeof(ZSTRACK), array->cbElements);
+TEST(SafeArray, KnowsWhatItsRecordsAre) {
+  const SAFEARRAYBOUND bound{0, 0};
+  const UniqueSafeArray array(SafeArrayCreateEx(VT_RECORD, 1, &bound, Description(kRecordTrack).Get()));
+  ComPtr<IRecordInfo> info;
+  ASSERT_EQ(S_OK, SafeArrayGetRecordInfo(array.get(), info.Receive()));
+  GUID guid{};
+  BSTR name = nullptr;
+  ULONG size = 0;
+  EXPECT_TRUE(info->GetGuid(&guid) == S_OK && info->GetName(&name) == S_OK && info->GetSize(&size) == S_OK);
+  EXPECT_EQ(kRecordTrack, guid);
+  EXPECT_EQ("ZSTRACK", Narrow(UniqueBstr(name).get()));
+  EXPECT_EQ(sizeof(ZSTRACK), size);
+  EXPECT_EQ(size, array->cbElements);
+  ComPtr<IUnknown> object;
+  EXPECT_EQ(S_OK, info->QueryInterface(IID_IRecordInfo, object.ReceiveVoid()));
+  EXPECT_EQ(info.Get(), object.Get());
+  EXPECT_EQ(E_NOINTERFACE, info->QueryInterface(IID_ITypeInfo, object.ReceiveVoid()));
+  ComPtr<ITypeLib> library;
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, LoadRegTypeLib(kSharedTypeLibrary, 1, 1, 0, library.Receive()));
+  ASSERT_EQ(S_OK, LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive()));
+  ComPtr<ITypeInfo> type;
+  EXPECT_EQ(TYPE_E_ELEMENTNOTFOUND, library->GetTypeInfoOfGuid(IID_IUnknown, type.Receive()));
+  EXPECT_EQ(nullptr, SafeArrayCreateEx(VT_I4, 1, &bound, info.Get()));
+  EXPECT_EQ(nullptr, SafeArrayCreateEx(VT_RECORD, 2, &bound, info.Get()));
 }
 
 TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {
@@ -81,51 +116,91 @@ TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {
   text.bstrVal = SysAllocString(u"value");
   VARIANT copy{};
   EXPECT_EQ(S_OK, VariantCopy(&copy, &text));
-  EXPECT_TRUE(text.bstrVal != copy.bstrVal);
-  EXPECT_EQ("value", Narrow(copy.bstrVal));
+  EXPECT_EQ(S_OK, VariantCopy(&copy, &copy));
   EXPECT_EQ(S_OK, VariantClear(&text));
   EXPECT_EQ(VT_EMPTY, VARTYPE{text.vt});
-
-  VARIANT object{};
-  object.vt = VT_UNKNOWN;
-  object.punkVal = NewCueSheetService().Detach();
-  EXPECT_EQ(S_OK, VariantCopy(&copy, &object)) << "what the target held is freed first";
-  EXPECT_EQ(S_OK, VariantClear(&object));
-  EXPECT_EQ(S_OK, VariantClear(&copy));
-
-  VARIANT strange{};
-  strange.vt = 999;
-  EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&copy, &strange));
+  EXPECT_EQ("value", Narrow(copy.bstrVal));
+  text.vt = VT_UNKNOWN;
+  text.punkVal = NewCueSheetService().Detach();
+  EXPECT_EQ(S_OK, VariantCopy(&copy, &text)) << "what the target held is freed first";
+  EXPECT_EQ(S_OK, VariantClear(&text));
+  text.vt = 999;
+  EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&text));
+  EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&copy, &text));
   EXPECT_EQ(VT_EMPTY, VARTYPE{copy.vt});
-
-  VARIANT reference{};
-  reference.vt = VT_BYREF | VT_ARRAY; // The address of somebody else's array, which is no array itself.
-  reference.ullVal = 0xFFFFFFF0;
-  EXPECT_EQ(S_OK, VariantCopy(&copy, &reference));
+  text.vt = VT_BYREF | VT_ARRAY; // The address of somebody else's array, which is no array itself.
+  text.ullVal = 0xFFFFFFF0;
+  EXPECT_EQ(S_OK, VariantCopy(&copy, &text));
   EXPECT_EQ(0xFFFFFFF0U, UHYPER{copy.ullVal});
   EXPECT_EQ(S_OK, VariantClear(&copy));
 }
 
-TEST(ClassObjects, AreFoundByNameAndRefuseWhatTheyLack) {
+TEST(TaskMemory, MakesAndFreesBlocksOfAnySize) {
+  void* block = CoTaskMemRealloc(nullptr, 0);
+  EXPECT_NE(nullptr, block);
+  EXPECT_EQ(nullptr, CoTaskMemRealloc(block, 0)) << "which frees it";
+  EXPECT_EQ(nullptr, AllocateClearedBytes(SIZE_MAX / 8 + 2, 8)) << "a product that wraps";
+}
+
+TEST(ClassObjects, AreFoundByNameInAnyCase) {
   CLSID clsid{};
   EXPECT_EQ(S_OK, CLSIDFromProgID(u"zsimagefile.ZSCUESHEET", &clsid));
   EXPECT_EQ(CLSID_ZSCueSheet, clsid);
-  EXPECT_EQ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", StringFromGUID(clsid));
-  EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(u"No.Such", &clsid));
-  EXPECT_EQ(CLSID{}, clsid);
+  for (const char16_t* unknown : {u"ZSImageFile.ZSCueSheez", u"", u"a\\b"}) {
+    EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(unknown, &clsid));
+    EXPECT_EQ(CLSID{}, clsid);
+  }
+  Memory().faults.Start(1, true);
+  const HRESULT withoutMemory = CLSIDFromProgID(u"A name that is longer than a string holds in itself", &clsid);
+  Memory().faults.Stop();
+  EXPECT_EQ(E_OUTOFMEMORY, withoutMemory);
+  EXPECT_EQ(E_FAIL, Guarded([]() -> HRESULT { throw "unknown"; }));
   ComPtr<IUnknown> object;
-  EXPECT_EQ(REGDB_E_CLASSNOTREG, CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IID_IUnknown, object.ReceiveVoid()));
-  EXPECT_EQ(E_POINTER, CoCreateInstance(CLSID_ZSCueSheet, nullptr, CLSCTX_ALL, IID_IUnknown, nullptr));
-  EXPECT_EQ(E_NOINTERFACE,
-            CoCreateInstance(CLSID_ZSCueSheet, nullptr, CLSCTX_ALL, IID_IZSImageFile, object.ReceiveVoid()));
+  EXPECT_EQ(REGDB_E_CLASSNOTREG,
+            CoCreateInstance(CLSID_ZSCueSheet, nullptr, CLSCTX_ALL - 1, IID_IUnknown, object.ReceiveVoid()));
+  EXPECT_FALSE(object) << "in another process";
+}
+
+TEST(Interfaces, RefuseNullForWhatTheyNeed) {
+  const ComPtr<IRecordInfo> info = Description(kRecordFile);
   const ComPtr<IZSImageFile> image = NewImageFileService();
-  EXPECT_EQ(E_NOINTERFACE, image->QueryInterface(IID_IMarshal, object.ReceiveVoid()));
-  EXPECT_EQ(CLASS_E_NOAGGREGATION,
-            CoCreateInstance(CLSID_ZSImageFile, image.Get(), CLSCTX_ALL, IID_IZSImageFile, object.ReceiveVoid()));
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(S_OK, DllGetClassObject(CLSID_ZSCueSheet, IID_IClassFactory, factory.ReceiveVoid()));
+  EXPECT_EQ(E_POINTER, info->QueryInterface(IID_IUnknown, nullptr));
+  EXPECT_EQ(E_POINTER, image->QueryInterface(IID_IUnknown, nullptr));
+  EXPECT_EQ(E_POINTER, factory->CreateInstance(nullptr, IID_IUnknown, nullptr));
+  EXPECT_EQ(E_POINTER, CoCreateInstance(CLSID_ZSCueSheet, nullptr, CLSCTX_ALL, IID_IUnknown, nullptr));
+  SAFEARRAY* array = nullptr;
+  CLSID clsid{};
+  ZSFILESTRUCT file{};
+  const std::vector<HRESULT> refused = {SafeArrayRedim(nullptr, nullptr),
+                                        SafeArrayCopy(nullptr, &array),
+                                        SafeArrayCopy(array, nullptr),
+                                        SafeArrayAccess(nullptr).Result(),
+                                        SafeArrayUnaccessData(nullptr),
+                                        SafeArrayGetRecordInfo(nullptr, nullptr),
+                                        info->RecordInit(nullptr),
+                                        info->RecordClear(nullptr),
+                                        info->RecordCopy(nullptr, &file),
+                                        info->GetGuid(nullptr),
+                                        info->GetName(nullptr),
+                                        info->GetSize(nullptr),
+                                        LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
+                                        GetRecordInfoFromTypeInfo(nullptr, nullptr),
+                                        CLSIDFromProgID(nullptr, &clsid),
+                                        CLSIDFromProgID(u"A", nullptr)};
+  EXPECT_EQ(std::vector<HRESULT>(refused.size(), E_INVALIDARG), refused);
+}
+
+TEST(Guid, IsTextInBraces) {
   GUID parsed{};
   EXPECT_TRUE(GUIDFromString("{cd37b6eb-D22C-4F42-8C01-89B078739430}", &parsed));
+  EXPECT_EQ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", StringFromGUID(parsed));
   EXPECT_EQ(CLSID_ZSCueSheet, parsed);
-  EXPECT_FALSE(GUIDFromString("{CD37B6EB-D22C-4F42-8C01-89B07873943}", &parsed));
+  for (const char* text : {"{CD37B6EB-D22C-4F42-8C01-89B07873943}", "(CD37B6EB-D22C-4F42-8C01-89B078739430}",
+                           "{CD37B6EBxD22C-4F42-8C01-89B078739430}", "{CD37B6EB-D22C-4F42-8C01-89B07873943g}"}) {
+    EXPECT_FALSE(GUIDFromString(text, &parsed)) << text;
+  }
 }
 
 } // namespace
