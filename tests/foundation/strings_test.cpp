@@ -1,30 +1,42 @@
 #include <gtest/gtest.h>
 
+#include "foundation/file.h"
 #include "foundation/strings.h"
 #include "support/services.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
 TEST(Strings, NewTextEndsAtAZeroAndBetweenCharacters) {
   const std::string smile = "\xF0\x9F\x98\x80"; // Two units.
-  EXPECT_EQ("AB", Narrow(UniqueBstr(NewBstr(std::string_view("AB\0C", 4))).get()));
-  EXPECT_EQ(nullptr, UniqueBstr(NewBstr(std::string_view("\0C", 2))));
-  struct {
-    std::string narrow;
-    std::size_t limit;
-    std::string expected;
-  } const cases[] = {
-      {"ABC", 2, "AB"},
-      {"ABC", 3, "ABC"},
-      {"AB" + smile, 3, "AB"},
-      {"AB" + smile, 4, "AB" + smile},
-      {"A" + smile + "B", 3, "A" + smile},
-      {smile, 1, "(null)"},
-      {smile, 0, "(null)"},
-  };
-  for (const auto& test : cases) {
-    EXPECT_EQ(test.expected, Narrow(UniqueBstr(NewBstr(test.narrow, test.limit)).get())) << test.limit;
+  const std::tuple<std::string, std::size_t, std::string> kCases[] = {{std::string("AB\0C", 4), 4, "AB"},
+                                                                      {std::string("\0C", 2), 2, "(null)"},
+                                                                      {"ABC", 2, "AB"},
+                                                                      {"ABC", 3, "ABC"},
+                                                                      {"AB" + smile, 3, "AB"},
+                                                                      {"AB" + smile, 4, "AB" + smile},
+                                                                      {"A" + smile + "B", 3, "A" + smile},
+                                                                      {smile, 1, "(null)"},
+                                                                      {smile, 0, "(null)"}};
+  for (const auto& [narrow, limit, expected] : kCases) {
+    EXPECT_EQ(expected, Narrow(UniqueBstr(NewBstr(narrow, limit)).get())) << limit;
   }
+}
+
+TEST(File, ReadsExactlyAndFindsWhatIsThere) {
+  const TemporaryFolder folder;
+  CZSFile file;
+  ASSERT_TRUE(file.OpenForReading(folder.Write("a.bin", "0123")));
+  char bytes[4] = {};
+  EXPECT_EQ(2U, file.Seek(-2, FILE_END));
+  EXPECT_FALSE(file.Read(bytes, 3)) << "fewer came";
+  EXPECT_EQ(kSeekFailed, file.Seek64(-1, FILE_BEGIN));
+  EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "nothing needs no file";
+  CZSFindFile find;
+  EXPECT_TRUE(find.FindFile(static_cast<const char*>(nullptr))) << "something is in the current folder";
+  EXPECT_FALSE(find.FindFile(folder.Path("b.bin")));
+  EXPECT_EQ("", find.Path());
+  EXPECT_EQ(0U, find.GetFileSize());
 }
 
 } // namespace

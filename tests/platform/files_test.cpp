@@ -4,11 +4,12 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
+#include <array>
+#include <cerrno>
 
-#include "platform/environment.h"
+#include "foundation/file.h"
 #include "platform/paths.h"
-#include "platform/text.h"
+#include "support/faulty_files.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -17,116 +18,110 @@ HANDLE OpenToRead(const std::string& path) {
   return CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
 }
 
-HANDLE Create(const std::string& path, DWORD sharing = FILE_SHARE_NONE) {
-  return CreateFileA(path, GENERIC_WRITE, sharing, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+HANDLE Create(const std::string& path) {
+  return CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
 }
 
-std::string FirstByte(const std::string& path) {
+/// What a file holds; "none" where none opens.
+std::string Content(const std::string& path) {
   const UniqueHandle file(OpenToRead(path));
-  char byte = '?';
+  std::string content(99, '\0');
   DWORD came = 0;
-  return file && ReadFile(file.Get(), &byte, 1, &came) && came == 1 ? std::string(1, byte) : "cannot open";
+  return file && ReadFile(file.Get(), content.data(), 99, &came) ? content.substr(0, came) : "none";
 }
 
 TEST(FileLookup, PrefersTheExactNameThenTheFirstOfAnyCase) {
   const TemporaryFolder folder;
-  folder.Write("Sub/Track.bin", "T");
-  folder.Write("sub/TRACK.BIN", "U");
-  folder.Write("sub/track.bin", "l");
-  folder.Write("Only/FILE.bin", "F");
-  folder.Write("only\\back", "b"); // A name that holds the other separator.
-  folder.Write("caf\xC3\xA9/\xE9\x9F\xB3.iso", "J");
-  const struct {
-    const char* path;
-    const char* content;
-  } kCases[] = {
-      {"Sub/Track.bin", "T"},
-      {"Sub\\TRACK.bin", "T"},
-      {"sub/tRACK.bin", "U"}, // TRACK.BIN comes before track.bin in byte order.
-      {"SUB/TRACK.BIN", "T"}, // Sub comes before sub.
-      {"ONLY\\file.BIN", "F"},
-      {"only\\back", "b"},
-      {"caf\xE9/\xE9\x9F\xB3.ISO", "J"}, // The same characters in the other encoding.
-      {"sub/nothing", "cannot open"},
-      {"sub/track.bin/more", "cannot open"},
-      {"", "cannot open"},
-  };
-  for (const auto& test : kCases) {
-    EXPECT_EQ(test.content, FirstByte(test.path[0] == '\0' ? "" : folder.Path(test.path))) << test.path;
+  for (const char* name : {"Sub/Track.bin", "sub/TRACK.BIN", "sub/track.bin", "Only/FILE.bin", "only\\back",
+                           "caf\xC3\xA9/\xE9\x9F\xB3.iso"}) {
+    folder.Write(name, name);
   }
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, GetLastError());
-  std::string resolved;
-  EXPECT_TRUE(ResolveFilePath(folder.Path("ONLY\\file.BIN"), &resolved));
-  EXPECT_EQ(folder.Path("Only/FILE.bin"), resolved);
+  const std::pair<std::string, const char*> kCases[] = {
+      {"Sub/Track.bin", "Sub/Track.bin"},
+      {"Sub\\TRACK.bin", "Sub/Track.bin"},
+      {"sub/tRACK.bin", "sub/TRACK.BIN"}, // Which comes before track.bin in byte order.
+      {"SUB/TRACK.BIN", "Sub/Track.bin"}, // Sub comes before sub.
+      {"ONLY\\file.BIN", "Only/FILE.bin"},
+      {"only\\back", "only\\back"},                                 // A name with the other separator.
+      {"caf\xE9/\xE9\x9F\xB3.ISO", "caf\xC3\xA9/\xE9\x9F\xB3.iso"}, // The same characters in the other encoding.
+      {"sub/nothing", "none"},
+      {"sub/track.bin/more", "none"},
+  };
+  for (const auto& [path, name] : kCases) {
+    EXPECT_EQ(name, Content(folder.Path(path))) << path;
+  }
+  EXPECT_EQ("none", Content(""));
 }
 
 TEST(FileLookup, FindsPatternsAndSizes) {
   const TemporaryFolder folder;
-  folder.Write("b.sub", "12345");
-  folder.Write("a.sub", "12");
-  folder.Write("what?.sub", "1");
+  for (const char* name : {"b.sub", "a.sub", "what?.sub", "[x].cdt", "x.cdt"}) {
+    folder.Write(name, name);
+  }
   folder.WriteSparse("big", (UHYPER{5} << 32) + 7);
-  WIN32_FIND_DATAA data{};
-  ASSERT_NE(INVALID_HANDLE_VALUE, FindFirstFileA(folder.Path("*.sub"), &data));
-  EXPECT_EQ("a.sub", data.cFileName);
-  EXPECT_EQ(2U, data.nFileSizeLow);
-  ASSERT_NE(INVALID_HANDLE_VALUE, FindFirstFileA(folder.Path("what?.sub"), &data));
-  EXPECT_EQ(1U, data.nFileSizeLow) << "a name that looks like a pattern stands for itself";
-  ASSERT_NE(INVALID_HANDLE_VALUE, FindFirstFileA(folder.Path("BIG"), &data));
-  EXPECT_EQ(5U, data.nFileSizeHigh);
-  EXPECT_EQ(7U, data.nFileSizeLow);
-  EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileA(folder.Path("*.img"), &data));
+  const std::tuple<const char*, std::string, UHYPER> kCases[] = {
+      {"*.sub", "a.sub", 5},
+      {"what?.sub", "what?.sub", 9}, // A name that looks like a pattern stands for itself,
+      {"[x].c?t", "[x].cdt", 7},     // and brackets never are one.
+      {"BIG", "big", (UHYPER{5} << 32) + 7},
+      {"*.img", "", 0},
+  };
+  CZSFindFile find;
+  for (const auto& [pattern, name, size] : kCases) {
+    EXPECT_EQ(!name.empty(), find.FindFile(folder.Path(pattern))) << pattern;
+    EXPECT_EQ(name.empty() ? "" : folder.Path(name), find.Path());
+    EXPECT_EQ(size, find.GetFileSize());
+  }
 }
 
 TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
   const TemporaryFolder folder;
-  folder.Write("Sub/old", "x");
-  folder.Write("lat\xEDn/old", "x");
-  folder.Write("\xF6.old", "x");
-  const struct {
-    const char* path;
-    const char* onDisk;
-  } kCases[] = {
+  for (const char* name : {"Sub/old", "lat\xEDn/old", "\xF6.old"}) {
+    folder.Write(name, "x");
+  }
+  const std::pair<const char*, const char*> kCases[] = {
       {"\xF6.cue", "\xC3\xB6.cue"},                       // A name that is one byte in narrow text.
       {"lat\xC3\xADn/\xF6.cue", "lat\xEDn/\xC3\xB6.cue"}, // The folder keeps the name that it has.
       {"SUB\\new.cue", "Sub/new.cue"},
       {"\xF6.old", "\xF6.old"}, // There already.
       {"nowhere/new.cue", nullptr},
   };
-  for (const auto& test : kCases) {
-    const UniqueHandle file(Create(folder.Path(test.path)));
-    EXPECT_EQ(test.onDisk != nullptr, static_cast<bool>(file)) << test.path;
-    EXPECT_TRUE(test.onDisk == nullptr || std::filesystem::exists(folder.Path(test.onDisk))) << test.path;
+  for (const auto& [path, onDisk] : kCases) {
+    const UniqueHandle file(Create(folder.Path(path)));
+    EXPECT_EQ(onDisk != nullptr, static_cast<bool>(file)) << path;
+    EXPECT_TRUE(onDisk == nullptr || std::filesystem::exists(folder.Path(onDisk))) << path;
   }
 }
 
 TEST(Files, OpenOnlyWhatCanBeReadAtAnyPosition) {
   const TemporaryFolder folder;
-  folder.Write("folder.iso/file", "x");
-  ASSERT_EQ(0, ::mkfifo(folder.Path("fifo.iso").c_str(), 0600));
-  for (const char* name : {"folder.iso", "fifo.iso"}) {
-    EXPECT_EQ(INVALID_HANDLE_VALUE, OpenToRead(folder.Path(name))) << name;
-    EXPECT_EQ(ERROR_ACCESS_DENIED, GetLastError()) << name;
+  const std::string file = folder.Write("folder.iso/file", "x");
+  const std::string fifo = folder.Path("fifo.iso");
+  ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+  const std::tuple<std::string, DWORD, DWORD, DWORD> kCases[] = {
+      {folder.Path("folder.iso"), GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+      {fifo, GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+      {"/dev/null", GENERIC_READ, OPEN_EXISTING, ERROR_ACCESS_DENIED},
+      {"/dev/null", GENERIC_WRITE, CREATE_ALWAYS, ERROR_SUCCESS}, // Data may go to a device.
+      {folder.Path("new"), GENERIC_WRITE, OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
+      {file, GENERIC_READ, CREATE_ALWAYS, ERROR_INVALID_PARAMETER},
+      {file, GENERIC_WRITE, 1, ERROR_INVALID_PARAMETER},
+      {file, 0, OPEN_EXISTING, ERROR_INVALID_PARAMETER},
+  };
+  for (const auto& [path, access, disposition, error] : kCases) {
+    const UniqueHandle opened(CreateFileA(path, access, FILE_SHARE_NONE, disposition, 0));
+    EXPECT_EQ(error, opened ? ERROR_SUCCESS : GetLastError()) << path;
   }
-  EXPECT_EQ(INVALID_HANDLE_VALUE, OpenToRead("/dev/null"));
-  const UniqueHandle sink(Create("/dev/null"));
-  EXPECT_TRUE(sink) << "data may go to a device";
 }
 
 TEST(Files, WriterWithoutSharingKeepsOthersOut) {
   const TemporaryFolder folder;
-  const std::string path = folder.Write("file", "before");
-  {
-    const UniqueHandle first(Create(path));
-    ASSERT_TRUE(first);
-    DWORD done = 0;
-    EXPECT_TRUE(WriteFile(first.Get(), "now", 3, &done));
-    const UniqueHandle second(Create(path));
-    EXPECT_FALSE(second);
-    EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
-  }
+  const UniqueHandle first(Create(folder.Write("file", "before")));
+  DWORD done = 0;
+  EXPECT_TRUE(WriteFile(first.Get(), "now", 3, &done));
+  EXPECT_EQ(INVALID_HANDLE_VALUE, Create(folder.Path("file")));
+  EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
   EXPECT_EQ("now", folder.Read("file")) << "the second writer must not empty the file";
-  EXPECT_EQ(INVALID_HANDLE_VALUE, Create(folder.Path("missing/file")));
 }
 
 TEST(Files, MovePositionAndShareItWithDuplicates) {
@@ -143,22 +138,29 @@ TEST(Files, MovePositionAndShareItWithDuplicates) {
   EXPECT_EQ("2345", std::string(bytes, came));
   EXPECT_FALSE(SetFilePointerEx(file.Get(), -1, nullptr, FILE_BEGIN));
   EXPECT_EQ(ERROR_NEGATIVE_SEEK, GetLastError());
+  EXPECT_EQ(0xFFFFFFFFU, SetFilePointer(file.Get(), 0, FILE_END + 1));
   EXPECT_EQ(8U, SetFilePointer(file.Get(), -2, FILE_END));
   EXPECT_TRUE(ReadFile(file.Get(), bytes, 4, &came));
   EXPECT_EQ(2U, came) << "the end of the file is no failure";
+}
+
+TEST(Files, TellWhyTheSystemRefuses) {
+  const UniqueHandle file(Create("/dev/null"));
+  const std::pair<int, DWORD> kErrors[] = {
+      {ENOTDIR, 3},  {EMFILE, 4},   {EPERM, 5},    {EBADF, 6},          {ENOMEM, 8},  {EROFS, 19}, {EXDEV, 31},
+      {ETXTBSY, 32}, {ENOSPC, 112}, {EDQUOT, 112}, {ENAMETOOLONG, 206}, {EFBIG, 223}, {EIO, 1117}};
+  for (const auto& [number, error] : kErrors) {
+    FaultyFiles failing([system = number] { return system; });
+    failing.points.Start(1);
+    EXPECT_EQ(INVALID_HANDLE_VALUE, DuplicateHandle(file.Get()));
+    EXPECT_EQ(error, GetLastError()) << number;
+  }
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
   EXPECT_EQ(ERROR_INVALID_HANDLE, GetLastError());
 }
 
 TEST(PathStrings, TakeBothSeparators) {
-  const struct {
-    const char* path;
-    const char* extension;
-    const char* name;
-    const char* folder;
-    const char* renamed;
-    const char* joined;
-  } kCases[] = {
+  const std::array<std::string, 6> kCases[] = {
       {"c:\\x\\disc.cue", ".cue", "disc.cue", "c:\\x", "c:\\x\\disc.SUB", "c:\\x/NEW"},
       {"/a.b/disc", "", "disc", "/a.b", "/a.b/disc.SUB", "/a.b/NEW"},
       {"/disc.tar.gz", ".gz", "disc.tar.gz", "/", "/disc.tar.SUB", "/NEW"},
@@ -168,35 +170,31 @@ TEST(PathStrings, TakeBothSeparators) {
       {".cue", ".cue", ".cue", "", ".SUB", "NEW"},
       {"", "", "", "", ".SUB", "NEW"},
   };
-  for (const auto& test : kCases) {
-    const std::string path = test.path;
-    EXPECT_EQ(test.extension, path.substr(PathFindExtensionA(path))) << path;
-    EXPECT_EQ(test.name, path.substr(PathFindFileNameA(path))) << path;
+  for (const auto& [path, extension, name, folder, renamed, joined] : kCases) {
+    EXPECT_EQ(extension, path.substr(PathFindExtensionA(path))) << path;
+    EXPECT_EQ(name, path.substr(PathFindFileNameA(path))) << path;
     std::string changed = path;
     PathRenameExtensionA(&changed, ".SUB");
-    EXPECT_EQ(test.renamed, changed);
+    EXPECT_EQ(renamed, changed);
     changed = path;
     PathRemoveFileSpecA(&changed);
-    EXPECT_EQ(test.folder, changed);
+    EXPECT_EQ(folder, changed);
     PathAppendA(&changed, "/NEW");
-    EXPECT_EQ(test.joined, changed);
+    EXPECT_EQ(joined, changed);
   }
 }
 
 TEST(PathStrings, HaveNoLimit) {
   const TemporaryFolder folder;
   std::string path = folder.Path("");
-  while (path.size() < 2000) {
+  for (int i = 0; i < 10; ++i) {
     path += std::string(200, 'd') + "/";
   }
-  std::filesystem::create_directories(path);
-  path += "disc.iso";
-  std::ofstream(path) << "x";
-  EXPECT_EQ("x", FirstByte(path));
-  EXPECT_EQ("x", FirstByte(path.substr(0, path.size() - 8) + "DISC.ISO"));
-  std::string end = path.substr(path.size() - 700);
-  std::replace(end.begin(), end.end(), '/', '\\');
-  EXPECT_EQ("x", FirstByte(path.substr(0, path.size() - 700) + end)) << "longer than any one name may be";
+  folder.Write(path + "disc.iso", "x");
+  EXPECT_EQ("x", Content(path + "disc.iso"));
+  EXPECT_EQ("x", Content(path + "DISC.ISO"));
+  std::replace(path.end() - 700, path.end(), '/', '\\');
+  EXPECT_EQ("x", Content(path + "disc.iso")) << "longer than any one name may be";
 }
 
 } // namespace
