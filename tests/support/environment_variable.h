@@ -11,20 +11,13 @@
 class EnvironmentVariable {
 public:
   EnvironmentVariable(const char* name, const std::string& value) : m_name(name) {
-    if (const char* before = ::getenv(name); before != nullptr) {
-      m_before = before;
-    }
+    const char* before = ::getenv(name);
+    m_before = before == nullptr ? std::nullopt : std::optional<std::string>(before);
     ::setenv(name, value.c_str(), 1);
   }
   EnvironmentVariable(const EnvironmentVariable&) = delete;
   EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-  ~EnvironmentVariable() {
-    if (m_before) {
-      ::setenv(m_name, m_before->c_str(), 1);
-    } else {
-      ::unsetenv(m_name);
-    }
-  }
+  ~EnvironmentVariable() { m_before ? ::setenv(m_name, m_before->c_str(), 1) : ::unsetenv(m_name); }
 
 private:
   const char* m_name;

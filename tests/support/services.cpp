@@ -39,18 +39,12 @@ HRESULT ImageRecord::Read(const std::string& path) {
   return m_result;
 }
 
-TestSheet::TestSheet() : m_service(NewCueSheetService()) { m_service->AllocCueSheet(&m_sheet); }
+void SheetFree::operator()(ZSCUESHEET* sheet) const { NewCueSheetService()->FreeZSCueSheet(sheet, VARIANT_TRUE); }
 
-TestSheet::~TestSheet() {
-  if (m_sheet != nullptr) {
-    m_service->FreeZSCueSheet(m_sheet, VARIANT_TRUE);
-  }
-}
-
-ZSCUESHEET* TestSheet::Release() noexcept {
-  ZSCUESHEET* sheet = m_sheet;
-  m_sheet = nullptr;
-  return sheet;
+TestSheet::TestSheet() {
+  ZSCUESHEET* sheet = nullptr;
+  NewCueSheetService()->AllocCueSheet(&sheet);
+  m_sheet.reset(sheet);
 }
 
 ZSTRACK* AppendTrack(ZSCUESHEET* sheet) {
@@ -90,21 +84,15 @@ std::string Describe(const ZSTRACK& track) {
        << int{track.ImageBlockSize} << " flags " << LONG{track.Flags} << " index ";
   for (int i = 0; i < track.nCountIndex; ++i) {
     const ULONG entry = track.pdwIndex[i];
-    line << (i == 0 ? "" : ",");
-    if (entry == kNoIndex) {
-      line << '-';
-    } else {
-      line << entry;
-    }
+    line << (i == 0 ? "" : ",") << (entry == kNoIndex ? "-" : std::to_string(entry));
   }
   line << " at " << UHYPER{track.dwReserved64};
   return line.str();
 }
 
 std::vector<std::string> Describe(const ZSCUESHEET& sheet) {
-  std::vector<std::string> lines;
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    lines.push_back(Describe(sheet.pZSTracks[i]));
-  }
+  std::vector<std::string> lines(sheet.nTracks);
+  std::transform(sheet.pZSTracks, sheet.pZSTracks + sheet.nTracks, lines.begin(),
+                 [](const ZSTRACK& track) { return Describe(track); });
   return lines;
 }

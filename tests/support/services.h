@@ -2,6 +2,7 @@
 /// Objects of the component, and records that empty themselves.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,23 +40,22 @@ private:
   HRESULT m_result = E_UNEXPECTED;
 };
 
+struct SheetFree {
+  void operator()(ZSCUESHEET* sheet) const;
+};
+
 /// A sheet made by the service, freed with all it owns.
 class TestSheet {
 public:
   TestSheet();
-  TestSheet(const TestSheet&) = delete;
-  TestSheet& operator=(const TestSheet&) = delete;
-  ~TestSheet();
-
-  ZSCUESHEET* Get() const noexcept { return m_sheet; }
-  ZSCUESHEET* operator->() const noexcept { return m_sheet; }
+  ZSCUESHEET* Get() const noexcept { return m_sheet.get(); }
+  ZSCUESHEET* operator->() const noexcept { return m_sheet.get(); }
   ZSTRACK& Track(std::size_t index) const { return m_sheet->pZSTracks[index]; }
   /// Hands the sheet to another owner.
-  ZSCUESHEET* Release() noexcept;
+  ZSCUESHEET* Release() noexcept { return m_sheet.release(); }
 
 private:
-  ComPtr<IZSCueSheet> m_service;
-  ZSCUESHEET* m_sheet = nullptr;
+  std::unique_ptr<ZSCUESHEET, SheetFree> m_sheet;
 };
 
 /// Adds one cleared track at the end of a sheet. The table moves: no pointer into it stays valid.
