@@ -9,31 +9,35 @@
 #include "platform/base_types.h"
 #include "support/counting_environment.h"
 
+struct Scene;
+
+/// One call on an image.
+struct Operation {
+  std::string name;
+  std::vector<HRESULT> failures; ///< Result codes that it may end with; S_OK when it may go on with less.
+  HRESULT (*call)(Scene& scene); ///< Takes all that it needs from the scene, and delivers into it.
+  std::string image = {};
+};
+
+/// Reads an image.
+Operation ReadingImage(const std::string& path);
+/// Opens the first track of an image as a stream, with a value for its callback, and reads it to the end.
+Operation ReadingTrack(const std::string& path);
+/// All other operations, on an album of two tracks with CD-Text; they also write beside it.
+std::vector<Operation> OtherOperations(const std::string& path);
+
+/// The names of the sample images: one of each kind and form of each format.
+extern const std::vector<std::string> kSampleImages;
+
 /// How an operation ended.
 struct Outcome {
   HRESULT result = 0;
   std::string told; ///< All that it delivered, as text; on a failure what came before it.
 };
 
-/// Runs the one call of an operation that may be disturbed. All that it delivers must be there before.
-using Disturbed = std::function<HRESULT(const std::function<HRESULT()>& call)>;
-
-struct Operation {
-  std::string name;
-  std::vector<HRESULT> failures; ///< The result codes that it may end with, beside its own undisturbed one.
-  /// Prepares its input, makes the call, tests that a failure delivered nothing, and leaves nothing behind.
-  std::function<Outcome(const Disturbed& disturbed)> run;
-};
-
-/// Reads the image of a path.
-Operation ReadingImage(const std::string& path);
-/// Opens the first track of an image as a stream, with a value for its callback, and reads it to the end.
-Operation ReadingTrack(const std::string& path);
-/// All other operations, on the samples in a folder, which they also write to.
-std::vector<Operation> OtherOperations(const std::string& folder);
-
-/// The names of the sample images: one of each kind and form of each format.
-extern const std::vector<std::string> kSampleImages;
+/// Prepares the scene, makes the call with a point that fails, as FaultPoints::Start, expects that a failure delivered
+/// nothing, and leaves nothing behind.
+Outcome Perform(const Operation& operation, FaultPoints* points, long failAt = 0, bool andAfter = false);
 
 /// What may come of a failure.
 enum class Failure {
