@@ -1,9 +1,10 @@
-// Every allocation and every call of the file layer fails in turn, in every operation.
+// Every allocation and every call of the file layer fails in turn, in every operation; and all run at once.
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
+#include <thread>
 
 #include "anomaly/operations.h"
 #include "support/faulty_files.h"
@@ -95,6 +96,34 @@ TEST_F(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
         m_points += Sweep(ReadingTrack(m_folder.Path(image)), &files.points, Failure::Once, restore);
       }
     }
+  }
+}
+
+/// Objects of their own on threads of their own, on the same files.
+TEST(Threads, ReadAndExtractTheSameImagesAtOnce) {
+  std::vector<Operation> operations;
+  for (const std::string& image : kSampleImages) {
+    operations.push_back(ReadingImage(SAMPLE_IMAGES "/" + image));
+    if (!image.ends_with(".bwt")) {
+      operations.push_back(ReadingTrack(SAMPLE_IMAGES "/" + image));
+    }
+  }
+  FaultPoints none;
+  std::vector<std::string> expected;
+  for (const Operation& operation : operations) {
+    expected.push_back(Perform(operation, &none).told);
+  }
+  std::vector<std::thread> threads;
+  for (std::size_t thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (std::size_t i = 0; i < 3 * operations.size(); ++i) {
+        const std::size_t each = (i + 5 * thread) % operations.size();
+        EXPECT_TRUE(expected[each] == Perform(operations[each], &none).told) << operations[each].image;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
   }
 }
 

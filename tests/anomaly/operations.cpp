@@ -8,7 +8,6 @@
 
 #include "disc/record_text.h"
 #include "foundation/module.h"
-#include "platform/class_objects.h"
 #include "platform/files.h"
 #include "platform/task_memory.h"
 #include "support/services.h"
@@ -171,19 +170,17 @@ HRESULT DecodePack(Scene& s) {
   return s.sheets->AnalyzeCDTextFromData(pack, sizeof(pack), &s.record.Sheet());
 }
 
-template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid) {
-  CLSID clsid{};
+template <class I> HRESULT CreateOne(const OLECHAR* progId, REFIID iid) {
   ComPtr<I> object;
-  const HRESULT found = CLSIDFromProgID(progId, &clsid);
-  return FAILED(found) ? found : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid());
+  return Create(progId, iid, &object);
 }
 
 /// On an album of two tracks with CD-Text.
 const Operation kOthers[] = {
     {"Create IZSImageFile",
      {E_OUTOFMEMORY, ZSE_OUTOFRESOURCES},
-     [](Scene&) { return Create<IZSImageFile>(kProgIdImageFile, IID_IZSImageFile); }},
-    {"Create IZSCueSheet", kNoMemory, [](Scene&) { return Create<IZSCueSheet>(kProgIdCueSheet, IID_IZSCueSheet); }},
+     [](Scene&) { return CreateOne<IZSImageFile>(kProgIdImageFile, IID_IZSImageFile); }},
+    {"Create IZSCueSheet", kNoMemory, [](Scene&) { return CreateOne<IZSCueSheet>(kProgIdCueSheet, IID_IZSCueSheet); }},
     {"SetCallBack", {}, [](Scene& s) { return s.images->SetCallBack(nullptr, 0, ValueOf(s.source)); }},
     {"CreateTOCFile CUE", {E_OUTOFMEMORY, E_FAIL}, [](Scene& s) { return Write(s, ZSIMAGEFORMAT_CUE); }},
     {"CreateTOCFile ZSI", kNoMemory, [](Scene& s) { return Write(s, ZSIMAGEFORMAT_ZSI); }},

@@ -1,8 +1,6 @@
 // Arithmetic on records: times, identifiers and positions.
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-
 #include "disc/disc_id.h"
 #include "disc/msf.h"
 #include "disc/positions.h"
@@ -21,31 +19,23 @@ struct Span {
   ULONG blockSize = 2352;
 };
 
-/// A record of sessions with the given tracks.
-class Disc {
-public:
-  explicit Disc(std::initializer_list<std::initializer_list<Span>> sessions) {
-    for (const auto& spans : sessions) {
-      TestSheet sheet;
-      for (const Span& span : spans) {
-        ZSTRACK* track = AppendTrack(sheet.Get());
-        track->dwLBA = span.begin;
-        track->dwEndLBA = span.end;
-        track->Pregap = span.pregap;
-        track->Postgap = span.postgap;
-        SetBlockSize(track, span.blockSize);
-      }
-      m_info.pZSCueSheet[m_info.nSessions++] = sheet.Release();
-    }
-  }
-  Disc(const Disc&) = delete;
-  Disc& operator=(const Disc&) = delete;
-  ~Disc() { NewImageFileService()->FreeImageFileInfo(&m_info); }
-  zsimagefileinfo* Info() noexcept { return &m_info; }
+using Sessions = std::vector<std::vector<Span>>;
 
-private:
-  zsimagefileinfo m_info{};
-};
+/// Gives an empty record sessions with such tracks.
+void Fill(const Sessions& sessions, zsimagefileinfo* info) {
+  for (const auto& spans : sessions) {
+    TestSheet sheet;
+    for (const Span& span : spans) {
+      ZSTRACK* track = AppendTrack(sheet.Get());
+      track->dwLBA = span.begin;
+      track->dwEndLBA = span.end;
+      track->Pregap = span.pregap;
+      track->Postgap = span.postgap;
+      SetBlockSize(track, span.blockSize);
+    }
+    info->pZSCueSheet[info->nSessions++] = sheet.Release();
+  }
+}
 
 TEST(Msf, ConvertsBothWays) {
   const std::pair<LONG, ULONG> kCases[] = {{0, 0x00000200},      {1000, 0x00000F19},   {-150, 0},
@@ -64,66 +54,60 @@ TEST(Msf, ConvertsBothWays) {
 }
 
 TEST(DiscIdentifier, MatchesKnownDiscs) {
-  struct {
-    Disc disc;
-    ULONG id;
-    ULONG id2;
-  } cases[] = {
-      {Disc{{{0, 1000}, {1000, 2000}}}, 0x08001A02, 0},
-      {Disc{{{0, 13500}, {13650, 27000, 150}}}, 0x0D016802, 0},
+  const std::tuple<Sessions, ULONG, ULONG> kCases[] = {
+      {{{{0, 1000}, {1000, 2000}}}, 0x08001A02, 0},
+      {{{{0, 13500}, {13650, 27000, 150}}}, 0x0D016802, 0},
       // Starts 00:02, 00:15 and 02:58: digits 2 + 6 + 16, 186 s to the end, three entries before it.
-      {Disc{{{0, 1000}, {1000, 2000}}, {{13200, 14000}}, {{30000, 31000}}}, 0x1800BA03, 0x02000D01},
-      {Disc{{{0, 500}}}, 0x02000601, 0},
-      {Disc{{}}, 0, 0},
-      {Disc{{{5, 9}}, {}}, 0, 0},
-      {Disc{}, 0xAAAA, 0xBBBB},
+      {{{{0, 1000}, {1000, 2000}}, {{13200, 14000}}, {{30000, 31000}}}, 0x1800BA03, 0x02000D01},
+      {{{{0, 500}}}, 0x02000601, 0},
+      {Sessions(1), 0, 0},
+      {{{{5, 9}}, {}}, 0, 0},
+      {Sessions(), 0xAAAA, 0xBBBB},
   };
-  for (auto& test : cases) {
-    test.disc.Info()->dwDiscID = 0xAAAA;
-    test.disc.Info()->dwDiscID2 = 0xBBBB;
-    ComputeDiscIDs(test.disc.Info());
-    EXPECT_EQ(test.id, ULONG{test.disc.Info()->dwDiscID});
-    EXPECT_EQ(test.id2, ULONG{test.disc.Info()->dwDiscID2});
+  for (const auto& [sessions, id, id2] : kCases) {
+    ImageRecord disc;
+    Fill(sessions, &*disc);
+    disc->dwDiscID = 0xAAAA;
+    disc->dwDiscID2 = 0xBBBB;
+    ComputeDiscIDs(&*disc);
+    EXPECT_EQ(id, ULONG{disc->dwDiscID});
+    EXPECT_EQ(id2, ULONG{disc->dwDiscID2});
   }
 }
 
 TEST(Position, IsTheTracksInOneSessionAndTheSectorsInMore) {
-  struct {
-    const char* what;
-    Disc disc;
-    UHYPER begin;
-    ULONG lba;
-    UHYPER seek;
-    UHYPER length;
-  } cases[] = {
-      {"second track", Disc{{{0, 13500}, {13650, 27000, 150}}}, 0, 13650, 31752000, 31046400},
-      {"its last sector", Disc{{{0, 13500}, {13650, 27000, 150}}}, 0, 26999, 31752000, 31046400},
-      {"pregap", Disc{{{0, 13500}, {13650, 27000, 150}}}, 0, 13500, 63504000, kUntouched},
-      {"first track", Disc{{{0, 13500}, {13650, 27000, 150}}}, 352800, 0, 352800, 31752000},
-      {"beyond all", Disc{{{0, 100}}}, 0, 5000, 235200, kUntouched},
-      {"first of two sessions", Disc{{{0, 1000}}, {{0, 500}}}, 0, 10, 23520, 2352000},
+  const Sessions twoTracks = {{{0, 13500}, {13650, 27000, 150}}};
+  const Sessions dvd = {{{0, 3000000, 0, 0, 2048}, {3000000, 4000000, 0, 0, 2048}}};
+  const std::tuple<const char*, Sessions, UHYPER, ULONG, UHYPER, UHYPER> kCases[] = {
+      {"second track", twoTracks, 0, 13650, 31752000, 31046400},
+      {"its last sector", twoTracks, 0, 26999, 31752000, 31046400},
+      {"pregap", twoTracks, 0, 13500, 63504000, kUntouched},
+      {"first track", twoTracks, 352800, 0, 352800, 31752000},
+      {"beyond all", {{{0, 100}}}, 0, 5000, 235200, kUntouched},
+      {"no session", {}, 7, 5000, 7, kUntouched},
+      {"first of two sessions", {{{0, 1000}}, {{0, 500}}}, 0, 10, 23520, 2352000},
       // Image positions: 1000 + 11250 + 150 sectors lie between; the second session starts anew at 0.
-      {"second of two sessions", Disc{{{0, 1000}}, {{0, 500}}}, 0, 12405, UHYPER{1005} * 2352, kUntouched},
-      {"its pregap counts", Disc{{{0, 1000}}, {{5, 500, 5}}}, 0, 12257, UHYPER{1007} * 2352, kUntouched},
-      {"third session", Disc{{{0, 100}}, {{0, 100}}, {{0, 100}}}, 0, 100 + 11400 + 100 + 6900 + 3, UHYPER{203} * 2352,
-       kUntouched},
-      {"a position that wraps", Disc{{{20, 100}}, {{50, 100}}}, 0, 10, UHYPER{80} * 2352, kUntouched},
-      {"gaps inside a session", Disc{{{10, 100, 10, 7}}, {{0, 9}}}, 0, 107 - 10 + 10 + 11400 + 2, UHYPER{109} * 2352,
-       kUntouched},
-      {"a DVD behind 4 GiB", Disc{{{0, 3000000, 0, 0, 2048}, {3000000, 4000000, 0, 0, 2048}}}, 0, 3000001,
-       UHYPER{3000000} * 2048, UHYPER{1000000} * 2048},
+      {"second of two sessions", {{{0, 1000}}, {{0, 500}}}, 0, 12405, 1005 * 2352, kUntouched},
+      {"behind an empty one", {{{0, 1000}}, {}, {{0, 500}}}, 0, 1000 + 6900 + 5, 1005 * 2352, kUntouched},
+      {"its pregap counts", {{{0, 1000}}, {{5, 500, 5}}}, 0, 12257, 1007 * 2352, kUntouched},
+      {"third session", {{{0, 100}}, {{0, 100}}, {{0, 100}}}, 0, 100 + 11400 + 100 + 6900 + 3, 203 * 2352, kUntouched},
+      {"a position that wraps", {{{20, 100}}, {{50, 100}}}, 0, 10, 80 * 2352, kUntouched},
+      {"gaps inside a session", {{{10, 100, 10, 7}}, {{0, 9}}}, 0, 107 - 10 + 10 + 11400 + 2, 109 * 2352, kUntouched},
+      {"a DVD behind 4 GiB", dvd, 0, 3000001, UHYPER{3000000} * 2048, UHYPER{1000000} * 2048},
   };
   const ComPtr<IZSImageFile> service = NewImageFileService();
-  for (auto& test : cases) {
-    test.disc.Info()->dwSeekBegin64 = test.begin;
+  for (const auto& [what, sessions, begin, lba, expectedSeek, expectedLength] : kCases) {
+    ImageRecord disc;
+    Fill(sessions, &*disc);
+    disc->dwSeekBegin64 = begin;
     UHYPER seek = kUntouched;
     UHYPER length = kUntouched;
-    EXPECT_EQ(S_OK, service->GetPositionFromLBA(test.disc.Info(), test.lba, &seek, &length));
-    EXPECT_EQ(test.seek, seek) << test.what;
-    EXPECT_EQ(test.length, length) << test.what;
-    EXPECT_EQ(S_OK, service->GetPositionFromLBA(test.disc.Info(), test.lba, &seek, nullptr));
+    EXPECT_EQ(S_OK, service->GetPositionFromLBA(&*disc, lba, &seek, &length));
+    EXPECT_EQ(expectedSeek, seek) << what;
+    EXPECT_EQ(expectedLength, length) << what;
+    EXPECT_EQ(S_OK, service->GetPositionFromLBA(&*disc, lba, &seek, nullptr)) << what;
+    EXPECT_EQ(E_INVALIDARG, service->GetPositionFromLBA(&*disc, lba, nullptr, nullptr));
   }
-  EXPECT_EQ(E_INVALIDARG, service->GetPositionFromLBA(cases[0].disc.Info(), 0, nullptr, nullptr));
 }
 
 } // namespace

@@ -16,16 +16,6 @@
 
 namespace {
 
-ComPtr<IRecordInfo> Description(REFGUID record) {
-  ComPtr<ITypeLib> library;
-  ComPtr<ITypeInfo> type;
-  ComPtr<IRecordInfo> info;
-  EXPECT_EQ(S_OK, LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive()));
-  EXPECT_EQ(S_OK, library->GetTypeInfoOfGuid(record, type.Receive()));
-  EXPECT_EQ(S_OK, GetRecordInfoFromTypeInfo(type.Get(), info.Receive()));
-  return info;
-}
-
 TEST(Bstr, CarriesLengthAndEnd) {
   const std::tuple<UniqueBstr, UINT, std::u16string_view> kCases[] = {
       {UniqueBstr(SysAllocString(u"abc")), 6, u"abc"},
@@ -45,7 +35,6 @@ TEST(Bstr, CarriesLengthAndEnd) {
 TEST(SafeArray, CopiesDeeplyAndFreesWhatItsRecordsOwn) {
   const SAFEARRAYBOUND bounds[] = {{0, 0}, {1, 0}, {2, 0}, {3, 0}};
   const UniqueSafeArray array(SafeArrayCreateEx(VT_RECORD, 1, &bounds[2], Description(kRecordFile).Get()));
-  ASSERT_TRUE(array);
   {
     const SafeArrayAccess access(array.get());
     auto* pieces = access.Elements<ZSFILESTRUCT>();

@@ -46,17 +46,4 @@ TEST(Profile, ReadsIntegersAsFarAsTheyGo) {
   EXPECT_EQ(-1, GetPrivateProfileIntA("s", "k", -1, folder.Path("missing.ini")));
 }
 
-TEST(Profile, KeepsManyKeysApart) {
-  const TemporaryFolder folder;
-  std::string text;
-  for (int i = 0; i < 20000; ++i) {
-    const std::string number = std::to_string(i);
-    text += (i % 200 == 0 ? "[s" + number + "]\n" : "") + "k" + number + "=" + number + "\n";
-  }
-  const ProfileFile profile(folder.Write("many.ini", text));
-  for (int i = 0; i < 20000; ++i) {
-    ASSERT_EQ(i, profile.GetSection("S" + std::to_string(i - i % 200)).GetInt("K" + std::to_string(i), -1));
-  }
-}
-
 } // namespace

@@ -38,10 +38,9 @@ struct TestMemory {
 };
 TestMemory& Memory() noexcept;
 
-/// Passes all calls on and counts them as memory of the process.
+/// Task memory, counted as memory of the process.
 class CountingAllocator final : public Allocator {
 public:
-  explicit CountingAllocator(Allocator* next) noexcept : m_next(next) {}
   void* Allocate(std::size_t size) noexcept override;
   void* Reallocate(void* block, std::size_t size) noexcept override;
   void Free(void* block) noexcept override;
@@ -50,7 +49,6 @@ public:
   long Live() const noexcept { return m_live; }
 
 private:
-  Allocator* m_next;
   std::atomic<long> m_live{0};
 };
 

@@ -3,28 +3,35 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 #include "disc/record_descriptions.h"
 #include "foundation/strings.h"
-#include "platform/class_objects.h"
 #include "platform/task_memory.h"
 #include "platform/text.h"
 
-namespace {
-
-template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid) {
-  CLSID clsid{};
-  ComPtr<I> object;
-  EXPECT_EQ(S_OK, CLSIDFromProgID(progId, &clsid));
-  EXPECT_EQ(S_OK, CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()));
-  return object;
+ComPtr<IZSCueSheet> NewCueSheetService() {
+  ComPtr<IZSCueSheet> service;
+  EXPECT_EQ(S_OK, Create(kProgIdCueSheet, IID_IZSCueSheet, &service));
+  return service;
 }
 
-} // namespace
+ComPtr<IZSImageFile> NewImageFileService() {
+  ComPtr<IZSImageFile> service;
+  EXPECT_EQ(S_OK, Create(kProgIdImageFile, IID_IZSImageFile, &service));
+  return service;
+}
 
-ComPtr<IZSCueSheet> NewCueSheetService() { return Create<IZSCueSheet>(kProgIdCueSheet, IID_IZSCueSheet); }
-ComPtr<IZSImageFile> NewImageFileService() { return Create<IZSImageFile>(kProgIdImageFile, IID_IZSImageFile); }
+ComPtr<IRecordInfo> Description(REFGUID record) {
+  ComPtr<ITypeLib> library;
+  ComPtr<ITypeInfo> type;
+  ComPtr<IRecordInfo> info;
+  EXPECT_EQ(S_OK, LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive()));
+  EXPECT_EQ(S_OK, library->GetTypeInfoOfGuid(record, type.Receive()));
+  EXPECT_EQ(S_OK, GetRecordInfoFromTypeInfo(type.Get(), info.Receive()));
+  return info;
+}
 
 UniqueBstr Wide(std::string_view narrow) { return UniqueBstr(NewBstr(narrow)); }
 
@@ -55,12 +62,7 @@ ZSTRACK* AppendTrack(ZSCUESHEET* sheet) {
 }
 
 VARIANT TracksOf(const ZSCUESHEET& sheet) {
-  ComPtr<ITypeLib> library;
-  ComPtr<ITypeInfo> type;
-  ComPtr<IRecordInfo> info;
-  LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive());
-  library->GetTypeInfoOfGuid(kRecordTrack, type.Receive());
-  GetRecordInfoFromTypeInfo(type.Get(), info.Receive());
+  const ComPtr<IRecordInfo> info = Description(kRecordTrack);
   const SAFEARRAYBOUND bound{sheet.nTracks, 0};
   VARIANT tracks{};
   tracks.vt = VT_ARRAY | VT_RECORD;
@@ -73,8 +75,8 @@ VARIANT TracksOf(const ZSCUESHEET& sheet) {
 }
 
 bool IsAllZero(const zsimagefileinfo& info) noexcept {
-  const auto* bytes = reinterpret_cast<const BYTE*>(&info);
-  return std::all_of(bytes, bytes + sizeof(info), [](BYTE byte) { return byte == 0; });
+  const zsimagefileinfo empty{};
+  return std::memcmp(&info, &empty, sizeof(info)) == 0;
 }
 
 std::string Describe(const ZSTRACK& track) {

@@ -9,10 +9,19 @@
 #include "cuesheet/cue_sheet_interface.h"
 #include "imagefile/image_file_interface.h"
 #include "platform/bstr.h"
+#include "platform/class_objects.h"
 
-/// New objects, made as any host makes them.
+/// Makes an object as any host makes it.
+template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* object) {
+  CLSID clsid{};
+  const HRESULT found = CLSIDFromProgID(progId, &clsid);
+  return FAILED(found) ? found : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid());
+}
 ComPtr<IZSCueSheet> NewCueSheetService();
 ComPtr<IZSImageFile> NewImageFileService();
+
+/// What the records of a type own.
+ComPtr<IRecordInfo> Description(REFGUID record);
 
 /// A path or text as a string that frees itself.
 UniqueBstr Wide(std::string_view narrow);

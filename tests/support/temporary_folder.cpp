@@ -23,10 +23,8 @@ std::string TemporaryFolder::Write(std::string_view name, std::string_view conte
   const std::filesystem::path path = m_folder / name;
   std::filesystem::create_directories(path.parent_path());
   std::ofstream file(path, std::ios::binary);
-  file.write(content.data(), static_cast<std::streamsize>(content.size()));
-  if (!file.flush()) {
-    throw std::runtime_error("cannot write " + path.string());
-  }
+  file.exceptions(std::ios::failbit | std::ios::badbit);
+  file << content << std::flush;
   return path.string();
 }
 
