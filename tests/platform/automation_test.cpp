@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <vector>
 
 #include "disc/record_descriptions.h"
 #include "imagefile/server/exports.h"
@@ -162,26 +161,28 @@ TEST(Interfaces, RefuseNullForWhatTheyNeed) {
   SAFEARRAY* array = nullptr;
   CLSID clsid{};
   ZSFILESTRUCT file{};
-  const std::vector<HRESULT> refused = {SafeArrayRedim(nullptr, nullptr),
-                                        SafeArrayCopy(nullptr, &array),
-                                        SafeArrayCopy(array, nullptr),
-                                        SafeArrayAccess(nullptr).Result(),
-                                        SafeArrayUnaccessData(nullptr),
-                                        SafeArrayGetRecordInfo(nullptr, nullptr),
-                                        info->RecordInit(nullptr),
-                                        info->RecordClear(nullptr),
-                                        info->RecordCopy(nullptr, &file),
-                                        info->GetGuid(nullptr),
-                                        info->GetName(nullptr),
-                                        info->GetSize(nullptr),
-                                        LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
-                                        GetRecordInfoFromTypeInfo(nullptr, nullptr),
-                                        CLSIDFromProgID(nullptr, &clsid),
-                                        CLSIDFromProgID(u"A", nullptr)};
-  EXPECT_EQ(std::vector<HRESULT>(refused.size(), E_INVALIDARG), refused);
+  const HRESULT refused[] = {SafeArrayRedim(nullptr, nullptr),
+                             SafeArrayCopy(nullptr, &array),
+                             SafeArrayCopy(array, nullptr),
+                             SafeArrayAccess(nullptr).Result(),
+                             SafeArrayUnaccessData(nullptr),
+                             SafeArrayGetRecordInfo(nullptr, nullptr),
+                             info->RecordCopy(nullptr, &file),
+                             LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
+                             GetRecordInfoFromTypeInfo(nullptr, nullptr),
+                             CLSIDFromProgID(nullptr, &clsid),
+                             CLSIDFromProgID(u"A", nullptr)};
+  for (const HRESULT& result : refused) {
+    EXPECT_EQ(E_INVALIDARG, result) << "number " << &result - refused;
+  }
 }
 
 TEST(Guid, IsTextInBraces) {
+  const std::pair<IID, int> kInterfaces[] = {
+      {IID_IRecordInfo, 0x2F}, {IID_ITypeInfo, 0x20401}, {IID_ITypeLib, 0x20402}};
+  for (const auto& [iid, number] : kInterfaces) {
+    EXPECT_EQ((IID{ULONG(number), 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}}), iid) << number;
+  }
   GUID parsed{};
   EXPECT_TRUE(GUIDFromString("{cd37b6eb-D22C-4F42-8C01-89B078739430}", &parsed));
   EXPECT_EQ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", StringFromGUID(parsed));
