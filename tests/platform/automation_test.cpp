@@ -123,6 +123,25 @@ TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {
   EXPECT_EQ(S_OK, VariantClear(&copy));
 }
 
+TEST(Interfaces, TellWhenThereIsNoMemory) {
+  ComPtr<ITypeLib> library;
+  ComPtr<ITypeInfo> type;
+  ASSERT_EQ(S_OK, LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive()));
+  ASSERT_EQ(S_OK, library->GetTypeInfoOfGuid(kRecordTrack, type.Receive()));
+  ComPtr<IRecordInfo> info = Description(kRecordTrack);
+  BSTR name = nullptr;
+  CLSID clsid{};
+  Memory().faults.Start(1, true);
+  const HRESULT results[] = {info->GetName(&name), GetRecordInfoFromTypeInfo(type.Get(), info.Receive()),
+                             library->GetTypeInfoOfGuid(kRecordTrack, type.Receive()),
+                             LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, library.Receive()),
+                             CLSIDFromProgID(u"A name that is longer than a string holds in itself", &clsid)};
+  Memory().faults.Stop();
+  for (const HRESULT& result : results) {
+    EXPECT_EQ(E_OUTOFMEMORY, result) << "number " << &result - results;
+  }
+}
+
 TEST(TaskMemory, MakesAndFreesBlocksOfAnySize) {
   void* block = CoTaskMemRealloc(nullptr, 0);
   EXPECT_NE(nullptr, block);
@@ -138,10 +157,6 @@ TEST(ClassObjects, AreFoundByNameInAnyCase) {
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(unknown, &clsid));
     EXPECT_EQ(CLSID{}, clsid);
   }
-  Memory().faults.Start(1, true);
-  const HRESULT withoutMemory = CLSIDFromProgID(u"A name that is longer than a string holds in itself", &clsid);
-  Memory().faults.Stop();
-  EXPECT_EQ(E_OUTOFMEMORY, withoutMemory);
   EXPECT_EQ(E_FAIL, Guarded([]() -> HRESULT { throw "unknown"; }));
   ComPtr<IUnknown> object;
   EXPECT_EQ(REGDB_E_CLASSNOTREG,

@@ -22,6 +22,11 @@ HANDLE Create(const std::string& path) {
   return CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
 }
 
+HANDLE Find(const std::string& path) {
+  WIN32_FIND_DATAA data{};
+  return FindFirstFileA(path, &data);
+}
+
 /// What a file holds; "none" where none opens.
 std::string Content(const std::string& path) {
   const UniqueHandle file(OpenToRead(path));
@@ -152,6 +157,14 @@ TEST(Files, TellWhyTheSystemRefuses) {
     failing.points.Start(1);
     EXPECT_EQ(INVALID_HANDLE_VALUE, DuplicateHandle(file.Get()));
     EXPECT_EQ(error, GetLastError()) << number;
+  }
+  for (const auto lookup : {OpenToRead, Find}) {
+    const std::string name = "a name that is looked for in a folder";
+    Memory().faults.Start(1, true);
+    const HANDLE found = lookup(name);
+    Memory().faults.Stop();
+    EXPECT_EQ(INVALID_HANDLE_VALUE, found);
+    EXPECT_EQ(ERROR_NOT_ENOUGH_MEMORY, GetLastError());
   }
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));
   EXPECT_EQ(ERROR_INVALID_HANDLE, GetLastError());
