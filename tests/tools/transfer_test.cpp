@@ -99,7 +99,9 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_directory(folder.Path("folder.zsi"));
   folder.Write("short.mds", MdsOf(audio).Build());
-  folder.Write("short.mdf", std::string(45 * 2352 + 100, 'x'));
+  folder.Write("short.mdf", std::string(55 * 2352 + 100, 'x'));
+  folder.Write("shorter.mds", MdsOf(audio).Build());
+  folder.WriteSparse("shorter.mdf", 45 * 2352);
   folder.WriteSparse("silent.iso", 2048);
   folder.Write("mixed.nrg", NrgImage({{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15}}}}));
   const std::tuple<const char*, const char*, const char*> kCases[] = {
@@ -109,8 +111,8 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
       {"extract disc.cue --track 1 -o no/x", "ERROR_PATH_NOT_FOUND", "folder"},
       {"extract disc.cue --track 1 -o disc.bin", "E_INVALIDARG", "own data file"},
       {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "hold no block of 2340 bytes"},
-      {"extract short.mds --track 2 -o x", "ERROR_HANDLE_EOF", "30 of its 30 sectors"},
-      {"extract short.mds --all all", "ERROR_HANDLE_EOF", "; the part that is there has been saved"},
+      {"extract shorter.mds --track 2 -o x", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
+      {"extract short.mds --all all", "ERROR_HANDLE_EOF", "25 of its 30 sectors are missing; the part that is there"},
       {"convert disc.cue no/new.zsi", "ERROR_PATH_NOT_FOUND", "folder"},
       {"convert disc.cue full.zsi", "ERROR_DISK_FULL", "the disk is full"},
       {"convert disc.cue full.cue", "ERROR_DISK_FULL", "the disk is full"},
