@@ -1,12 +1,31 @@
 #include "foundation/path_operations.h"
 
+#include <new>
+
+#include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
+
+bool FileExists(const std::string& path) {
+  if (PathFileExistsA(path)) {
+    return true;
+  }
+  switch (GetLastError()) {
+  case ERROR_NOT_ENOUGH_MEMORY:
+    throw std::bad_alloc();
+  case ERROR_FILE_NOT_FOUND:
+  case ERROR_PATH_NOT_FOUND:
+  case ERROR_FILENAME_EXCED_RANGE:
+    return false;
+  default:
+    return true;
+  }
+}
 
 bool RenameExtensionIfExists(std::string* path, std::string_view extension) {
   std::string renamed = *path;
   RenameExtension(&renamed, extension);
-  if (!PathFileExistsA(renamed)) {
+  if (!FileExists(renamed)) {
     return false;
   }
   *path = std::move(renamed);

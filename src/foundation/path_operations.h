@@ -5,6 +5,11 @@
 #include <string>
 #include <string_view>
 
+/// Whether a path names something. Wildcards in it are letters of the name, as they may be in a companion's. One that
+/// cannot be looked up counts as there: who opens it finds out why, instead of going on without it.
+/// @throws std::bad_alloc.
+bool FileExists(const std::string& path);
+
 /// Replaces the extension if a file of the new name exists. False, with the path unchanged, if none does.
 bool RenameExtensionIfExists(std::string* path, std::string_view extension);
 

@@ -71,17 +71,24 @@ bool Exists(const std::string& path, struct stat* status) noexcept {
   return Uninterrupted([&] { return Files().PathStatus(path.c_str(), status); }) == 0;
 }
 
-/// The names in a folder, in no order.
+/// The names in a folder, in no order; without any, `errno` tells why.
 std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
-  Uninterrupted([&] {
+  const int listed = Uninterrupted([&] {
     names.clear();
     return Files().ListFolder(folder.empty() ? "." : folder.c_str(), &names);
   });
+  if (listed != 0) {
+    names.clear();
+  }
+  if (listed == 0 || errno == EACCES) { // A folder that may not be read holds no name in another case.
+    errno = ENOENT;
+  }
   return names;
 }
 
-/// The name on disk of a component that has no file of its exact spelling. Empty when there is none.
+/// The name on disk of a component that has no file of its exact spelling. Empty, with `errno` set, when there is
+/// none or the folder cannot be read.
 std::string FindName(const std::string& folder, const std::string& component) {
   const std::u16string wanted = MultiByteToWideChar(component);
   std::string exact;
@@ -112,7 +119,6 @@ bool Descend(const std::string& component, const std::string& missing, std::stri
   }
   const std::string name = FindName(*found, component);
   if (name.empty()) {
-    errno = ENOENT;
     return false;
   }
   *found += name;

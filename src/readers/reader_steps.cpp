@@ -5,7 +5,6 @@
 #include "disc/disc_id.h"
 #include "disc/track_table.h"
 #include "foundation/strings.h"
-#include "platform/paths.h"
 
 bool FileBlock::Load(CZSFile* file, UHYPER position, DWORD count) noexcept {
   Clear();
@@ -23,8 +22,6 @@ void FileBlock::Clear() noexcept {
   m_bytes.reset();
   m_size = 0;
 }
-
-bool FileExists(const std::string& path) noexcept { return PathFileExistsA(path); }
 
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept {
   CZSSheetHolder holder(service);

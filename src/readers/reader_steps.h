@@ -31,9 +31,6 @@ private:
   DWORD m_size = 0;
 };
 
-/// Whether a path names something. Wildcards in it are letters of the name, as they may be in a companion's.
-bool FileExists(const std::string& path) noexcept;
-
 /// Hangs a new session of `trackCount` cleared tracks behind those of the record.
 /// @return ZSE_OUTOFRESOURCES when there is no sheet or no place for it, E_OUTOFMEMORY without tracks.
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept;
