@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <iostream>
 
 #include "builders/bwt_builder.h"
 #include "builders/byte_writer.h"
@@ -150,8 +149,6 @@ TEST(Budgets, HoldForHostileFiles) {
     SCOPED_TRACE(file.name + ", " + file.what);
     const Cost quarter = CostOf(file, file.count / 4);
     const Cost whole = CostOf(file, file.count);
-    std::cout << file.name << ", " << file.what << ": " << whole.size / 1024 << " KiB, peak " << whole.peak / 1024
-              << " KiB, work " << whole.work / 1024 << " Ki\n";
     EXPECT_LE(whole.peak, 64 * kMebibyte + 2 * whole.size);
     EXPECT_LE(whole.work, 5 * quarter.work + kMebibyte) << "not linear";
   }
