@@ -26,7 +26,6 @@ TEST(Ccd, JudgesEachValue) {
     std::string outcome = kWhole;
   } cases[] = {
       {"Disc", "Sessions", nullptr, "ZSE_BADIMAGE"},
-      {"Disc", "Sessions", "-2", "ZSE_BADIMAGE"},
       {"Disc", "Sessions", "", "ZSE_BADIMAGE"}, // 0, so that no entry has its session.
       {"Disc", "Sessions", "1", "ZSE_BADIMAGE"},
       {"Disc", "Sessions", "99", kWhole + " of 99 sessions"},

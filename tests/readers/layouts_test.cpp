@@ -32,14 +32,13 @@ const Layout kLayouts[] = {
     {"without a volume descriptor", {{{kMode1, kMode2}}, ""}, ZSTYPEPROJECT_DATA, 24},
 };
 
-struct Format {
+const struct {
   const char* name;
   zsimgformat format;
   const char* sectorFile;
-};
-const Format kFormats[] = {{"disc.nrg", ZSIMAGEFORMAT_NRG, "disc.nrg"},
-                           {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
-                           {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
+} kFormats[] = {{"disc.nrg", ZSIMAGEFORMAT_NRG, "disc.nrg"},
+                {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
+                {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
 
 /// What the service extracts of a track.
 std::string Extracted(const TemporaryFolder& folder, ImageRecord& record, ZSTRACK* track) {
@@ -60,13 +59,13 @@ TEST(Layouts, AreKnownInEveryFormat) {
     folder.Write("disc.ccd", CcdText(layout.disc));
     folder.Write("disc.mdf", sectors);
     folder.Write("disc.mds", MdsOf(layout.disc).Build());
-    for (const Format& format : kFormats) {
-      SCOPED_TRACE(std::string(format.name) + ", " + layout.name);
-      ImageRecord record(folder.Path(format.name));
+    for (const auto& [name, format, sectorFile] : kFormats) {
+      SCOPED_TRACE(std::string(name) + ", " + layout.name);
+      ImageRecord record(folder.Path(name));
       ASSERT_EQ(S_OK, record.Result());
-      EXPECT_EQ(format.format, zsimgformat{record->ZSImageFormat});
-      EXPECT_EQ(folder.Path(format.sectorFile), Narrow(record->bstrImageBinaryFile));
-      const bool nero = format.format == ZSIMAGEFORMAT_NRG; // Its chunks stand behind the sectors.
+      EXPECT_EQ(format, zsimgformat{record->ZSImageFormat});
+      EXPECT_EQ(folder.Path(sectorFile), Narrow(record->bstrImageBinaryFile));
+      const bool nero = format == ZSIMAGEFORMAT_NRG; // Its chunks stand behind the sectors.
       EXPECT_EQ(nero ? 150 * 2352 + sectors.size() : ~UHYPER{0}, UHYPER{record->dwSeekEnd64});
       EXPECT_EQ(layout.type, ::ZSTYPEPROJECT{record->ZSTYPEPROJECT});
       EXPECT_EQ(layout.subCount, record->nSubCount);
