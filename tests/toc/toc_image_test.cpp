@@ -122,10 +122,15 @@ TEST_F(TocImage, NeedsItsSessionsAndSurvivesAFolderThatIsMissing) {
   EXPECT_TRUE(IsAllZero(*record));
   record.Read(m_folder.Write("a.zsi", kAlbum));
   EXPECT_EQ(Create(m_folder.Path("missing/a.zsi"), &record), S_OK);
-  for (const USHORT more : {USHORT{2}, USHORT{100}}) {
-    record->nSessions = more;
-    EXPECT_EQ(Create(m_folder.Path("new.zsi"), &record), ZSE_FAILED);
-  }
+  record->nSessions = 2;
+  EXPECT_EQ(Create(m_folder.Path("new.zsi"), &record), ZSE_FAILED);
+  std::fill(std::begin(record->pZSCueSheet) + 1, std::end(record->pZSCueSheet), &record.Sheet());
+  record->nSessions = 100;
+  EXPECT_EQ(Create(m_folder.Path("new.zsi"), &record), ZSE_FAILED);
+  record->nSessions = 99;
+  EXPECT_EQ(Create(m_folder.Path("full.zsi"), &record), S_OK);
+  EXPECT_EQ(ImageRecord(m_folder.Path("full.zsi"))->nSessions, 99);
+  std::fill(std::begin(record->pZSCueSheet) + 1, std::end(record->pZSCueSheet), nullptr);
   record->nSessions = 1;
   EXPECT_FALSE(std::filesystem::exists(m_folder.Path("new.zsi")));
 }
