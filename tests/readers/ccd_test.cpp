@@ -102,12 +102,9 @@ TEST(Ccd, DecodesPacksWrittenInHexadecimal) {
 
 TEST(Ccd, LackOfMemoryForTextsCostsTheTextsAlone) {
   const TemporaryFolder folder;
-  const std::vector<std::string> outcomes = OutcomesWithoutMemory(folder.Write("a.ccd", TextWithPacks()));
+  const std::vector<std::string> outcomes = ReadWithoutMemory(folder.Write("a.ccd", TextWithPacks()), "1: 0-20");
   EXPECT_GE(std::count(outcomes.begin(), outcomes.end(), kWhole),
             3); // Of the packs as text, as bytes, and their table.
-  for (const std::string& outcome : outcomes) {
-    EXPECT_NE(std::string::npos, outcome.find(" | 1: 11298-11318")) << outcome;
-  }
 }
 
 TEST(Ccd, SurvivesEveryCut) { ExpectNoCutHurts("a.ccd", TextWithPacks()); }

@@ -87,6 +87,7 @@ TEST(Mds, JudgesEachField) {
     EXPECT_EQ(test.message, messages.m_shown);
   }
   EXPECT_EQ("ZSE_FILENOTFOUND", Outcome(folder.Write("alone.mds", MdsOf(kThreeTracks).Build())));
+  ReadWithoutMemory(folder.Write("a.mds", MdsOf(kThreeTracks).Build()), kWhole);
 }
 
 TEST(Mds, SurvivesEveryCut) {

@@ -174,4 +174,9 @@ TEST(Nrg, TakesWhatIsThereOfACutBlock) {
   ExpectNoCutHurts("a.nrg", AsText(image.Build()), std::string("NERO\0\0\0\0", 8));
 }
 
+TEST(Nrg, LackOfMemoryCostsAllOfATrackAtOnceImage) {
+  const TemporaryFolder folder;
+  ReadWithoutMemory(folder.Write("a.nrg", NrgBuilder().TracksAtOnce({{7, 5, 2352}}).SessionInfo(1).Build()), "1: 5-6");
+}
+
 } // namespace

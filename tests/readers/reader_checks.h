@@ -65,8 +65,8 @@ inline std::string Outcome(const std::string& path) {
   return record.Result() == S_OK ? Brief(record) : kResultNames.at(record.Result());
 }
 
-/// The records that come of a file while one allocation after the other fails, where one comes.
-inline std::vector<std::string> OutcomesWithoutMemory(const std::string& path) {
+/// Reads a file while one allocation after the other fails. A record that comes all the same begins as stated.
+inline std::vector<std::string> ReadWithoutMemory(const std::string& path, const std::string& begin) {
   const UniqueBstr name = Wide(path);
   const ComPtr<IZSImageFile> service = NewImageFileService();
   std::vector<std::string> outcomes;
@@ -79,6 +79,7 @@ inline std::vector<std::string> OutcomesWithoutMemory(const std::string& path) {
     EXPECT_EQ(result != S_OK, IsAllZero(*record)) << number;
     if (result == S_OK) {
       outcomes.push_back(Brief(record));
+      EXPECT_TRUE(outcomes.back().starts_with(begin)) << outcomes.back();
     }
   }
   return outcomes;

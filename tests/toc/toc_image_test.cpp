@@ -203,10 +203,6 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
   }
 }
 
-TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) {
-  for (const std::string& outcome : OutcomesWithoutMemory(m_folder.Write("a.zsi", kAlbum))) {
-    EXPECT_TRUE(outcome.starts_with(kTracks)) << outcome;
-  }
-}
+TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) { ReadWithoutMemory(m_folder.Write("a.zsi", kAlbum), kTracks); }
 
 } // namespace
