@@ -167,6 +167,7 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
       {"VERSION>1", "VERSION>99999999999999999999", "ZSE_TOCVERSION"},
       {"VERSION>1", "VERSION>abc", whole},
       {"ALBUM.BIN", "", "ZSE_FAILED"},
+      {"ALBUM.SUB", "", whole},
       {"ALBUM.SUB", m_folder.Write("elsewhere/a.sub", ""), kTracks + " album ALBUM mask 7"},
       {"<ZENTORASCRIBE>", "<zentorascribe>", "ZSE_FAILED"},
       {"COUNT>1", "COUNT>-1", " mask 2"},
