@@ -88,10 +88,10 @@ TEST(CDTextDecoder, EndsTextsByPlace) {
       {"without tracks only the disc has a text", 0, Pack(0x80, 0, "A/B/"), "A"},
       {"a text without end", 1, Pack(0x80, 0, "A/B"), "A|B"},
       {"a text that no pack ends", 1, Pack(0x80, 0, "A/LONGLONGLO"), "A|-"},
-      {"packs of other types", 1,
-       Pack(0x86, 0, "ID/") + Pack(0x8D, 0, "Closed/") + Pack(0x8E, 0, "123/ISRC/") + Pack(0x8F, 0, "\1\1\1\1") +
-           Pack(0x80, 0, "A/B/"),
-       "A|B"},
+      {"packs of other types, of which no tail is left", 2,
+       Pack(0x86, 0, "ID/with tail") + Pack(0x80, 0, "A/") + Pack(0x8D, 0, "Close/a tail") + Pack(0x80, 1, "B/") +
+           Pack(0x8E, 0, "123/ISRC/") + Pack(0x8F, 0, "\1/and a tail") + Pack(0x80, 2, "C/"),
+       "A|B|C"},
       {"bytes behind the last pack", 1, Pack(0x80, 0, "A/B/") + "\0rest"s, "A|B"},
       {"one byte short of a pack", 1, Pack(0x80, 0, "A/B/").substr(0, 17), "-|-"},
       {"one genre per pack", 1, Pack(0x87, 0, "Pop/Rock/"), "Pop|-", TextField::Genre},

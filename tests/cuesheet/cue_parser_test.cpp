@@ -31,14 +31,16 @@ TEST(CueParser, PlacesTracksAndWritesNothingOutsideItsTable) {
       {"index 0 leaves no trace in the first track, counts as absent at the very start, and higher ones only add "
        "entries",
        "TRACK 01 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:00:01\nTRACK 02 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\n"
-       "TRACK 03 AUDIO\nINDEX 00 10:00:00\nINDEX 01 10:02:00\nINDEX 02 10:03:00\nINDEX 05 10:04:00\n",
+       "TRACK 03 MODE1\nINDEX 00 10:00:00\nINDEX 01 10:02:00\nINDEX 02 10:03:00\nINDEX 05 10:04:00\n"
+       "TRACK 04 AUDIO\nINDEX 01 10:10:00\n",
        50000 * 2352,
        {"1: 1-150 pregap 0 mode 0 size 2352/2352 flags 0 index -,1 at 0",
         "2: 150-45000 pregap 0 mode 0 size 2352/2352 flags 0 index 0,150 at 350448",
-        "3: 45150-50000 pregap 150 mode 0 size 2352/2352 flags 0 index 45000,45150,45225,45300 at 105837648"}},
+        "3: 45150-45750 pregap 150 mode 1 size 2048/2048 flags 0 index 45000,45150,45225,45300 at 105837648",
+        "4: 45750-50096 pregap 0 mode 0 size 2352/2352 flags 0 index -,45750 at 107066448"}},
       {"PREGAP lines move every later start, flags have several words, a second file goes on in the same positions",
        "TRACK 01 AUDIO\nFLAGS dcp 4CH\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 20:00:00\n"
-       "FILE \"other.bin\" BINARY\nTRACK 03 AUDIO\nFLAGS PRE\nINDEX 01 30:00:00\n",
+       "FILE \"other.bin\" BINARY\nTRACK 03 AUDIO\nFLAGS SCMS PRE\nINDEX 01 30:00:00\n",
        200000 * 2352,
        {"1: 0-90000 pregap 0 mode 0 size 2352/2352 flags 5 index -,0 at 0",
         "2: 90150-135000 pregap 0 mode 0 size 2352/2352 flags 0 index -,90000 at 211680000",
