@@ -87,7 +87,7 @@ TEST(CueParser, TakesTextAndCodes) {
   const ReadSheet sheet(std::string("CATALOG \"1234567890123\"\nTITLE \"The \"Best\" of\"\nrem genre Prog Rock \t\r\n"
                                     "REM COMMENT \"first\"\nMESSAGE second\nSONGWRITER \"half open\nCOMPOSER \"\"\n") +
                         kFile +
-                        "TRACK 01 AUDIO\nTITLE \"caf\xC3\xA9\"\nPERFORMER \"caf\xE9\"\nISRC abcde12345678\n"
+                        "TRACK 01 AUDIO\nPERFORMER'S TITLE \"caf\xC3\xA9\"\nPERFORMER \"caf\xE9\"\nISRC abcde12345678\n"
                         "ARRANGER \"x\"\nARRANGER \"\"\nINDEX 01 00:00:00\nTRACK 09 AUDIO\nTITLE \"nowhere\"\n");
   const ::ZSCDTEXT& text = sheet->ZSCDTEXT;
   const ZSTRACK& track = sheet.Track(0);
