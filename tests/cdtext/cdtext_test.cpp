@@ -290,6 +290,12 @@ TEST(CDTextEncoder, KeepsWholeTextsOfAFullBlock) {
       EXPECT_TRUE((sheet.Texts(field) + "|").starts_with(texts.substr(0, texts.find("|-") + 1))) << texts;
     }
   }
+  TextSheet sheet(99); // 252 packs, then a text whose zero byte has no room, and one that would have some.
+  for (UINT i = 0; i < 99; ++i) {
+    sheet.Of(i, std::string(29, 'a'));
+  }
+  sheet.Disc(std::string(48, 'a')).Disc("twelve bytes", TextField::Performer).Disc("end", TextField::Songwriter);
+  EXPECT_EQ(255 * kPackSize + 1, sheet.Encode().size());
 }
 
 TEST(CDTextEncoder, ComesBackThroughTheDecoder) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "support/faulty_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
@@ -159,6 +161,24 @@ TEST(CueParser, FindsAndMeasuresTheDataFile) {
   files.closed = false;
   EXPECT_EQ(ZSE_BADIMAGE, analyze(folder.Path("signed.bin"), 1));
   EXPECT_EQ(ZSE_FILENOTFOUND, analyze(sheet, 0)) << "it cannot be read once more";
+}
+
+TEST(CueParser, TellsALackOfMemoryForItsTracks) {
+  const TemporaryFolder folder;
+  const std::string image = folder.WriteSparse("plain.iso", 2048);
+  for (const std::string& path : {image, folder.Write("a.cue", "FILE \"plain.iso\"\nTRACK 01 AUDIO\n")}) {
+    const ComPtr<IZSCueSheet> service = NewCueSheetService();
+    const UniqueBstr name = Wide(path);
+    std::set<HRESULT> results;
+    for (long point = 1; point < 30; ++point) {
+      const TestSheet sheet;
+      Memory().faults.Start(point);
+      const HRESULT result = service->AnalyzeCueSheet(name.get(), sheet.Get());
+      Memory().faults.Stop();
+      results.insert(result);
+    }
+    EXPECT_TRUE(results.contains(ZSE_OUTOFRESOURCES)) << path;
+  }
 }
 
 /// The start of a raw sector with the given bytes from its mode byte on.
