@@ -131,6 +131,7 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
   ASSERT_EQ(S_OK, service->MergeTracks(&source, &destination));
   EXPECT_TRUE(source.vt == VT_EMPTY && source.parray == nullptr);
   ASSERT_EQ(6U, destination.parray->rgsabound[0].cElements);
+  EXPECT_EQ(0, LONG{destination.parray->rgsabound[0].lLbound});
   {
     const SafeArrayAccess access(destination.parray);
     const auto* tracks = access.Elements<ZSTRACK>();
