@@ -74,6 +74,9 @@ TEST(CDTextDecoder, EndsTextsByPlace) {
   };
   const Case cases[] = {
       {"disc and tracks in a row", 3, Pack(0x80, 0, "ALBUM/T1/T2/") + Pack(0x80, 3, "T3///////"), "ALBUM|T1|T2|T3"},
+      {"the tail behind the last track", 3,
+       Pack(0x80, 0, "ALBUM/T1/T2/") + Pack(0x80, 3, "T3/some tail") + Pack(0x81, 0, "P/"), "P|-|-|-",
+       TextField::Performer},
       {"a text over three packs", 1,
        Pack(0x80, 0, "ABCDEFGHIJKL") + Pack(0x80, 0, "MNOPQRSTUVWX") + Pack(0x80, 0, "Y/One/"),
        "ABCDEFGHIJKLMNOPQRSTUVWXY|One"},
