@@ -76,6 +76,12 @@ TEST_F(CheckTool, FindsAFaultInASector) {
     std::copy(bytes.begin(), bytes.end(), image.begin() + sector * 2352 + byte);
     EXPECT_EQ(faults, FaultsWith(kSheet)) << sector << ' ' << byte;
   }
+  image = sound;
+  image[3 * 2352 + 16] ^= 1;
+  image[5 * 2352 + 16] ^= 1;
+  FaultsWith(kSheet);
+  const std::string page = RunTool(folder, "check disc.cue").out;
+  EXPECT_NE(std::string::npos, page.find("in 2 of 20 sectors, the first is sector 3 (00:02:03)")) << page;
 }
 
 TEST_F(CheckTool, FindsAFaultInASheet) {

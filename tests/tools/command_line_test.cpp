@@ -28,6 +28,12 @@ TEST(CommandLine, TellsUsageFromFailure) {
   }
 }
 
+TEST(CommandLine, CompletesInZsh) {
+  EXPECT_TRUE(Contains(RunShell(kTool + "generate zsh").out,
+                       "\n    '(-o --output)'{-o+,--output=}'[Picture to write\\: .svg or .html, - for SVG on standard "
+                       "output]:FILE:_files' \\\n    ':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
+}
+
 TEST(CommandLine, CompletesInBash) {
   const TemporaryFolder folder;
   folder.Write("complete", RunShell(kTool + "generate bash").out);

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
 #include "tools/tool_run.h"
 
@@ -102,9 +103,18 @@ TEST_F(InfoTool, FindsPositions) {
   EXPECT_EQ(json({{"pSeek64", 31752000}, {"pLength64", 31046400}}), Json("position --json disc.cue 13650"));
   EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}}), Json("position --json disc.cue 13500"));
   EXPECT_NE(std::string::npos, RunTool(folder, "position disc.cue 0").out.find("31752000 bytes"));
-  // Nothing can be walked over in an image without sessions.
+  // Nothing can be walked over in an image without sessions, or with one that has no tracks.
   folder.Write("empty.nrg", NrgBuilder().Build());
   EXPECT_EQ("ZSE_FAILED", Json("position --json empty.nrg 0")["result"]);
+  MdsBuilder half = MdsOf({{PlannedSession(1)}});
+  half.lastTracks = {1, 1};
+  half.blocks.back().point = 0xB0;
+  half.blocks.resize(half.blocks.size() + 2);
+  (half.blocks.end() - 2)->point = 0xA0;
+  half.blocks.back().point = 0;
+  folder.Write("half.mds", half.Build());
+  folder.WriteSparse("half.mdf", 20 * 2352);
+  EXPECT_EQ("ZSE_FAILED", Json("position --json half.mds 0")["result"]);
 }
 
 } // namespace

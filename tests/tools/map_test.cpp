@@ -7,14 +7,15 @@ namespace {
 /// out of the picture.
 constexpr const char* kMeasure = R"(<script>
   const all = (q) => [...document.querySelectorAll(q)];
-  const frame = document.querySelector('svg').getBoundingClientRect();
+  const frame = document.querySelector('.back').getBoundingClientRect();
   const boxes = all('text').map((t) => t.getBoundingClientRect()).filter((b) => b.width > 0);
   const apart = (a, b) => a.right <= b.left || b.right <= a.left || a.bottom <= b.top + 3 || b.bottom <= a.top + 3;
-  const bad = boxes.filter((a, i) => a.left < 0 || a.right > frame.right || boxes.some((b, j) => j > i && !apart(a, b)));
+  const bad = boxes.filter((a, i) => a.left < 0 || a.right > frame.right || a.bottom > frame.bottom ||
+    boxes.some((b, j) => j > i && !apart(a, b)));
   const share = (t) => Math.round(100 * t.querySelector('rect').getBoundingClientRect().width / frame.width);
   const tracks = all('#line .track');
   document.body.dataset.seen = [tracks.length, all('#disc .track').length, all('.row').length, all('.stretch.lead').length,
-    bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
+    all('.inside').length, bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
 </script>)";
 
 class MapTool : public ToolTest {
@@ -32,7 +33,8 @@ protected:
         .out;
   }
 
-  /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, bad texts, shares.
+  /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, bad
+  /// texts, shares.
   std::string See(const std::string& image) {
     Run("map -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
@@ -59,11 +61,11 @@ protected:
 };
 
 TEST_F(MapTool, DrawsTracksToScaleInABrowser) {
-  EXPECT_EQ("3 3 3 4 0 15 31 46", See(Sheet({600, 1200, 1800}, "A <B> & 'C'")));
+  EXPECT_EQ("3 3 3 4 6 0 15 31 46", See(Sheet({600, 1200, 1800}, "A <B> & 'C'")));
   EXPECT_NE(std::string::npos, document.find("A &lt;B&gt; &amp; 'C'")) << document;
   const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}}, {{ZSMODE_2, 25}}}};
   folder.Write("disc.nrg", NrgImage(sessions));
-  EXPECT_EQ("4 4 4 12 0 25 16 20 20", See("disc.nrg"));
+  EXPECT_EQ("4 4 4 12 4 0 25 16 20 20", See("disc.nrg"));
 }
 
 TEST_F(MapTool, KeepsTextsInTheirPlaces) {
@@ -72,9 +74,10 @@ TEST_F(MapTool, KeepsTextsInTheirPlaces) {
     wide += "\u97F3\u697D";
   }
   for (const std::string& title : {std::string(84, 'W'), std::string("I"), wide}) {
-    EXPECT_EQ("99 99 99 4 0", See(Sheet(std::vector<unsigned>(99, 40), title))) << title;
+    EXPECT_EQ("99 99 99 4 0 0", See(Sheet(std::vector<unsigned>(99, 40), title))) << title;
   }
-  EXPECT_EQ("2 2 2 4 0 0 92", See(Sheet({1, 4000}, "Short and long")));
+  EXPECT_NE(std::string::npos, document.find("\u697D\u2026")) << document;
+  EXPECT_EQ("2 2 2 4 2 0 0 92", See(Sheet({1, 4000}, "Short and long")));
 }
 
 TEST_F(MapTool, WritesAnSvgThatStandsAlone) {

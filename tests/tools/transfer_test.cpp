@@ -82,6 +82,7 @@ TEST_F(TransferTool, FindsTracksThatTheDiscHasElsewhere) {
   folder.Write("disc.mdf", DiscSectors(sessions));
   folder.Write("mixed.nrg", NrgImage(mixed));
   Run("convert disc.nrg disc.zsi --with-data");
+  EXPECT_NE(std::string::npos, RunTool(folder, "convert disc.nrg first.cue").err.find("the other 1 of the image"));
   for (const std::string image : {"mixed.nrg", "disc.nrg", "disc.zsi"}) {
     const DiscPlan& disc = image == "mixed.nrg" ? mixed : sessions;
     for (const PlacedTrack& track : PlaceTracks(disc)) {
@@ -147,7 +148,7 @@ TEST_F(TransferTool, ShowsProgressAndCancels) {
 
 TEST_F(TransferTool, ConvertsToASheet) {
   EXPECT_NE(std::string::npos, Run("convert disc.cue new.cue").find("NEW.BIN; no such file yet"));
-  Run("convert disc.cue new.cue --with-data");
+  EXPECT_EQ("", RunTool(folder, "convert disc.cue new.cue --with-data").err);
   EXPECT_TRUE(whole == folder.Read("NEW.BIN"));
   const json sheet = FirstSession("new.cue");
   EXPECT_EQ("ALBUM", sheet["ZSCDTEXT"]["bstrTitle"]);
