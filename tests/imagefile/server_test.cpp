@@ -60,29 +60,30 @@ TEST_F(Server, IsFoundByOtherProcessesWhileRegistered) {
 
   RegistryKey registry;
   ASSERT_EQ(0U, ReadRegistry(&registry));
-  const std::string sheets = "CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}";
-  const std::tuple<std::string, const char*, const char*> kValues[] = {
-      {"ZSImageFile.ZSImageFile.1", "", "Zentora Scribe ImageFile Class"},
-      {"ZSImageFile.ZSImageFile.1\\CLSID", "", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"},
-      {"ZSImageFile.ZSImageFile", "", "Zentora Scribe ImageFile Class"},
-      {"ZSImageFile.ZSImageFile\\CLSID", "", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"},
-      {"ZSImageFile.ZSImageFile\\CurVer", "", "ZSImageFile.ZSImageFile.1"},
-      {"ZSImageFile.ZSCueSheet", "", "Zentora Scribe CueSheet Class"},
-      {"CLSID\\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "", "Zentora Scribe ImageFile Class"},
-      {sheets, "", "Zentora Scribe CueSheet Class"},
-      {sheets + "\\ProgID", "", "ZSImageFile.ZSCueSheet.1"},
-      {sheets + "\\VersionIndependentProgID", "", "ZSImageFile.ZSCueSheet"},
-      {sheets + "\\Programmable", "", ""},
-      {sheets + "\\InprocServer32", "", COMPONENT_LIBRARY},
-      {sheets + "\\InprocServer32", "ThreadingModel", "Apartment"},
-      {sheets + "\\TypeLib", "", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}"},
-      {"TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\1.0", "", "Zentora ImageFile"},
-      {"TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}\\1.0", "", "zs.tlb"}};
-  for (const auto& [key, name, text] : kValues) {
+  const auto expect = [&](const std::string& key, const std::string& name, const std::string& text) {
     const RegistryKey* found = registry.Find("HKEY_CLASSES_ROOT\\" + key);
     ASSERT_NE(nullptr, found) << key;
     EXPECT_EQ(text, found->Text(name)) << key;
+  };
+  const std::tuple<std::string, std::string, std::string> kClasses[] = {
+      {"ZSImageFile.ZSImageFile", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "Zentora Scribe ImageFile Class"},
+      {"ZSImageFile.ZSCueSheet", "{CD37B6EB-D22C-4F42-8C01-89B078739430}", "Zentora Scribe CueSheet Class"}};
+  for (const auto& [name, id, text] : kClasses) {
+    for (const std::string& key : {name, name + ".1", "CLSID\\" + id}) {
+      expect(key, "", text);
+    }
+    expect(name + "\\CLSID", "", id);
+    expect(name + ".1\\CLSID", "", id);
+    expect(name + "\\CurVer", "", name + ".1");
+    expect("CLSID\\" + id + "\\ProgID", "", name + ".1");
+    expect("CLSID\\" + id + "\\VersionIndependentProgID", "", name);
+    expect("CLSID\\" + id + "\\Programmable", "", "");
+    expect("CLSID\\" + id + "\\InprocServer32", "", COMPONENT_LIBRARY);
+    expect("CLSID\\" + id + "\\InprocServer32", "ThreadingModel", "Apartment");
+    expect("CLSID\\" + id + "\\TypeLib", "", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}");
   }
+  expect("TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\1.0", "", "Zentora ImageFile");
+  expect("TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}\\1.0", "", "zs.tlb");
 
   // Twice each way is as good as once, and it does not matter how the library was named to be loaded.
   const std::string registered = Registry();
