@@ -20,6 +20,8 @@ TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
   EXPECT_LE(7, count);
   EXPECT_TRUE(Contains(manual, "\n.SH EXIT STATUS\n")) << manual;
   EXPECT_TRUE(Contains(RunShell(kTool + "--version").out, "zsimage "));
+  EXPECT_TRUE(Contains(RunShell(kTool + "cdtext decode --help").out, "Number of tracks of the disc (required)\n"));
+  EXPECT_FALSE(Contains(RunShell(kTool + "info --help").out, "(required)"));
 }
 
 TEST(CommandLine, TellsUsageFromFailure) {

@@ -102,7 +102,8 @@ TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
 TEST_F(InfoTool, FindsPositions) {
   EXPECT_EQ(json({{"pSeek64", 31752000}, {"pLength64", 31046400}}), Json("position --json disc.cue 13650"));
   EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}}), Json("position --json disc.cue 13500"));
-  EXPECT_NE(std::string::npos, RunTool(folder, "position disc.cue 0").out.find("31752000 bytes"));
+  EXPECT_NE(std::string::npos, Run("position disc.cue 0").find("31752000 bytes"));
+  EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("; no track of the first session holds it"));
   // Nothing can be walked over in an image without sessions, or with one that has no tracks.
   folder.Write("empty.nrg", NrgBuilder().Build());
   EXPECT_EQ("ZSE_FAILED", Json("position --json empty.nrg 0")["result"]);

@@ -15,7 +15,8 @@ constexpr const char* kMeasure = R"(<script>
   const share = (t) => Math.round(100 * t.querySelector('rect').getBoundingClientRect().width / frame.width);
   const tracks = all('#line .track');
   document.body.dataset.seen = [tracks.length, all('#disc .track').length, all('.row').length, all('.stretch.lead').length,
-    all('.inside').length, bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
+    all('.inside').length, all('#legend text').length, all('text').filter((t) => /^Session/.test(t.textContent)).length,
+    all('#disc .stretch')[0].r.baseVal.value, bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
 </script>)";
 
 class MapTool : public ToolTest {
@@ -33,8 +34,8 @@ protected:
         .out;
   }
 
-  /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, bad
-  /// texts, shares.
+  /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, entries
+  /// of the legend, names of sessions, the outermost radius, bad texts, shares.
   std::string See(const std::string& image) {
     Run("map -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
@@ -61,11 +62,11 @@ protected:
 };
 
 TEST_F(MapTool, DrawsTracksToScaleInABrowser) {
-  EXPECT_EQ("3 3 3 4 6 0 15 31 46", See(Sheet({600, 1200, 1800}, "A <B> & 'C'")));
+  EXPECT_EQ("3 3 3 4 6 2 0 146 0 15 31 46", See(Sheet({600, 1200, 1800}, "A <B> & 'C'")));
   EXPECT_NE(std::string::npos, document.find("A &lt;B&gt; &amp; 'C'")) << document;
   const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}}, {{ZSMODE_2, 25}}}};
   folder.Write("disc.nrg", NrgImage(sessions));
-  EXPECT_EQ("4 4 4 12 4 0 25 16 20 20", See("disc.nrg"));
+  EXPECT_EQ("4 4 4 12 4 5 6 146 0 25 16 20 20", See("disc.nrg"));
 }
 
 TEST_F(MapTool, KeepsTextsInTheirPlaces) {
@@ -74,10 +75,10 @@ TEST_F(MapTool, KeepsTextsInTheirPlaces) {
     wide += "\u97F3\u697D";
   }
   for (const std::string& title : {std::string(84, 'W'), std::string("I"), wide}) {
-    EXPECT_EQ("99 99 99 4 0 0", See(Sheet(std::vector<unsigned>(99, 40), title))) << title;
+    EXPECT_EQ("99 99 99 4 0 2 0 146 0", See(Sheet(std::vector<unsigned>(99, 40), title))) << title;
   }
   EXPECT_NE(std::string::npos, document.find("\u697D\u2026")) << document;
-  EXPECT_EQ("2 2 2 4 2 0 0 92", See(Sheet({1, 4000}, "Short and long")));
+  EXPECT_EQ("2 2 2 4 2 2 0 146 0 0 92", See(Sheet({1, 4000}, "Short and long")));
 }
 
 TEST_F(MapTool, WritesAnSvgThatStandsAlone) {
