@@ -13,7 +13,7 @@
 namespace {
 
 constexpr UINT kLargestDataBlock = 2448; // A raw sector with its sub-channel.
-constexpr ULONG kPumpBytes = 65535;         // What each read of the pump asks for.
+constexpr ULONG kPumpBytes = 65535;      // What each read of the pump asks for.
 
 /// Where the data of a track stand in the image file, in bytes.
 struct DataPlace {
@@ -43,9 +43,9 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
 /// ends inside a page.
 class BlockWriter {
 public:
-  /// False without memory.
+  /// False without memory. A stream that delivers less than it says leaves zeros, and nothing of the process.
   bool Allocate() noexcept {
-    m_buffer.reset(new (std::nothrow) BYTE[kCapacity]);
+    m_buffer.reset(new (std::nothrow) BYTE[kCapacity]());
     return m_buffer != nullptr;
   }
   /// Room for kPumpBytes.
@@ -109,8 +109,7 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   }
   BlockWriter writer;
   CZSFile target;
-  if (!writer.Allocate() ||
-      !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
+  if (!writer.Allocate() || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
     return S_OK;
   }
   for (;;) {

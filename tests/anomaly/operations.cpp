@@ -197,7 +197,6 @@ const Operation kOthers[] = {
      [](Scene& s) { return s.sheets->AnalyzeCDText(s.source.get(), &s.record.Sheet()); }},
     {"AnalyzeCDTextFromData", {S_OK}, DecodePack},
     {"GetBinaryFile", kNoMemory, [](Scene& s) { return s.sheets->GetBinaryFile(s.source.get(), &s.name); }},
-    {"PrepareTracks", kNoMemory, [](Scene& s) { return s.sheets->PrepareTracks(s.target.get(), s.other.Get()); }},
     {"ExtractStreamToFile", {S_FALSE, E_OUTOFMEMORY}, Extract},
     {"MergeTracks", kNoMemory, Merge},
     {"AllocCueSheet", kNoMemory, Allocate},

@@ -83,7 +83,7 @@ class Worker:
         self.build = self.folder / "build"
         tree = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True, text=True).stdout
         self.folder.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["rsync", "-a", "--checksum", "--files-from=-", f"{ROOT}/", f"{self.folder}/"],
+        subprocess.run(["rsync", "-rlp", "--checksum", "--files-from=-", f"{ROOT}/", f"{self.folder}/"],
                        input=tree, text=True, check=True)
         # Optimised little, and without a guard that would catch a fault before a test does: what a test sees, counts.
         subprocess.run(["cmake", "-S", self.folder, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
