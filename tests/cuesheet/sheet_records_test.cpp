@@ -154,6 +154,8 @@ TEST(SheetRecords, OperationsWantTheirArguments) {
   VARIANT value{};
   zsimagefileinfo info{};
   ZSTRACK track{};
+  BYTE* data = nullptr;
+  LONG length = 0;
   auto* stream = reinterpret_cast<IStream*>(-1);
   const auto extract = [&](zsimagefileinfo* image, ZSTRACK* from, IStream** to) {
     return s->ExtractTrackToStream(nullptr, nullptr, image, from, 0, nullptr, 0, value, to);
@@ -167,8 +169,10 @@ TEST(SheetRecords, OperationsWantTheirArguments) {
                 extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value), s->MergeTracks(&value, nullptr),
                 s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr), s->Clone(sheet.Get(), nullptr),
                 s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr), s->CopyCDText(nullptr, sheet.Get()),
-                s->CopyCDText(sheet.Get(), nullptr), s->FreeZSCueSheet(nullptr, VARIANT_TRUE),
-                s->FreeZSCDText(nullptr));
+                s->CopyCDText(sheet.Get(), nullptr), s->FreeZSCueSheet(nullptr, VARIANT_TRUE), s->FreeZSCDText(nullptr),
+                s->EncodeCDText(nullptr, VARIANT_FALSE, &data, &length),
+                s->EncodeCDText(sheet.Get(), VARIANT_FALSE, nullptr, &length),
+                s->EncodeCDText(sheet.Get(), VARIANT_FALSE, &data, nullptr));
   EXPECT_EQ(nullptr, stream) << "no stream on a failure";
   EXPECT_EQ(ZSE_CANNOTOPENIMAGE, s->AnalyzeCueSheet(nullptr, sheet.Get()));
   EXPECT_EQ(E_NOTIMPL, s->Dummy(nullptr, nullptr));
