@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "disc/record_descriptions.h"
+#include "disc/record_text.h"
 #include "foundation/strings.h"
 #include "platform/task_memory.h"
 #include "platform/text.h"
@@ -72,6 +73,22 @@ VARIANT TracksOf(const ZSCUESHEET& sheet) {
     info->RecordCopy(&sheet.pZSTracks[i], access.Elements<ZSTRACK>() + i);
   }
   return tracks;
+}
+
+std::vector<std::string> Texts(const ZSCUESHEET& sheet) {
+  const auto line = [](BSTR code, const auto& record) {
+    std::string texts = code == nullptr ? "-" : Narrow(code);
+    for (const TextField field : kTextFields) {
+      const BSTR text = TextOf(record, field);
+      texts += "|" + (text == nullptr ? "-" : Narrow(text));
+    }
+    return texts;
+  };
+  std::vector<std::string> lines{line(sheet.ZSCDTEXT.bstrMCN, sheet.ZSCDTEXT)};
+  for (UINT i = 0; i < sheet.nTracks; ++i) {
+    lines.push_back(line(sheet.pZSTracks[i].bstrISRC, sheet.pZSTracks[i]));
+  }
+  return lines;
 }
 
 bool IsAllZero(const zsimagefileinfo& info) noexcept {

@@ -79,5 +79,8 @@ bool IsAllZero(const zsimagefileinfo& info) noexcept;
 /// One line that shows all plain fields of a track, so that tables of tests can state them:
 /// "1: 0-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0".
 std::string Describe(const ZSTRACK& track);
+/// All texts of a sheet, in a line for the disc and one for each track: its code and its texts in the order of
+/// kTextFields, "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".
+std::vector<std::string> Texts(const ZSCUESHEET& sheet);
 /// The lines of all tracks of a sheet.
 std::vector<std::string> Describe(const ZSCUESHEET& sheet);
