@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "disc/record_text.h"
 #include "foundation/module.h"
 #include "platform/files.h"
 #include "platform/task_memory.h"
@@ -58,26 +57,12 @@ const std::vector<HRESULT> kReading = {S_OK,       ZSE_CANNOTOPENIMAGE, ZSE_BADI
                                        ZSE_FAILED, ZSE_OUTOFRESOURCES,  E_OUTOFMEMORY};
 const std::vector<HRESULT> kNoMemory = {E_OUTOFMEMORY};
 
-template <class Record> std::string TextsOf(const Record& record) {
-  std::string texts;
-  for (const TextField field : kTextFields) {
-    texts += ' ' + Narrow(TextOf(record, field));
-  }
-  return texts + '\n';
-}
-
-std::string TextsOf(const ZSCUESHEET& sheet) {
-  std::string texts = Narrow(sheet.ZSCDTEXT.bstrMCN) + TextsOf(sheet.ZSCDTEXT);
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    texts += Narrow(sheet.pZSTracks[i].bstrISRC) + TextsOf(sheet.pZSTracks[i]);
-  }
-  return texts;
-}
-
 std::string Tell(const ZSCUESHEET& sheet) {
-  std::string text = TextsOf(sheet);
-  for (const std::string& line : Describe(sheet)) {
-    text += line + '\n';
+  std::string text;
+  for (const auto& lines : {Texts(sheet), Describe(sheet)}) {
+    for (const std::string& line : lines) {
+      text += line + '\n';
+    }
   }
   return text;
 }
@@ -98,8 +83,8 @@ std::string Tell(Scene& s, HRESULT result) {
     EXPECT_TRUE(IsAllZero(*s.read) && IsAllZero(s.copy) && s.made == nullptr && s.data == nullptr && s.name == nullptr);
     return stream;
   }
-  EXPECT_TRUE(IsAllZero(s.copy) || TextsOf(*s.copy.pZSCueSheet[0]) == TextsOf(s.record.Sheet()));
-  EXPECT_TRUE(s.made == nullptr || TextsOf(*s.made) == TextsOf(s.record.Sheet()));
+  EXPECT_TRUE(IsAllZero(s.copy) || Texts(*s.copy.pZSCueSheet[0]) == Texts(s.record.Sheet()));
+  EXPECT_TRUE(s.made == nullptr || Texts(*s.made) == Texts(s.record.Sheet()));
   std::ifstream file(Narrow(s.target.get()), std::ios::binary);
   return stream + Tell(*s.record) + Tell(*s.read) + Tell(s.copy) + Tell(*s.other.Get()) +
          (s.made == nullptr ? "" : Tell(*s.made)) + Narrow(s.name) +
