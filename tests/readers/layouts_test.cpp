@@ -28,8 +28,6 @@ const Layout kLayouts[] = {
     {"data in two sessions", {{{kMode1}, {kMode1}}}, ZSTYPEPROJECT_DATAMULTISESSION, 16},
     {"three sessions", {{{kAudio}, {kMode2}, {kAudio}}}, ZSTYPEPROJECT_DATAMULTISESSION, 24},
     {"video", {{{kMode2, kMode2}}, "CD-RTOS CD-BRIDGE"}, ZSTYPEPROJECT_VIDEO, 24},
-    {"one track with the mark of video", {{{kMode2}}, "CD-RTOS CD-BRIDGE"}, ZSTYPEPROJECT_DATA, 24},
-    {"without a volume descriptor", {{{kMode1, kMode2}}, ""}, ZSTYPEPROJECT_DATA, 24},
 };
 
 const struct {
