@@ -46,15 +46,10 @@ TEST(CueWriter, WritesEachLineWhereItApplies) {
             "  TRACK 05 \r\n    INDEX 01 01:01:00\r\n"
             "  TRACK 06 AUDIO\r\n    INDEX 00 01:00:00\r\n    INDEX 01 01:01:00\r\n",
             folder.Read("a.cue.cue"));
-}
-
-TEST(CueWriter, TakesOnlyTrueForPresenceAndReplacesFiles) {
-  const TemporaryFolder folder;
-  const std::string path = folder.Write("disc.txt", "much longer than what replaces it ................");
-  const TestSheet sheet;
-  sheet->ZSCDTEXT.CDTextPresent = 1;
-  sheet->ZSCDTEXT.bstrMCN = SysAllocStringLen(u"", 0);
-  ASSERT_EQ(S_OK, Write(path, sheet));
+  const TestSheet empty;
+  empty->ZSCDTEXT.CDTextPresent = 1; // Only VARIANT_TRUE counts.
+  empty->ZSCDTEXT.bstrMCN = SysAllocStringLen(u"", 0);
+  ASSERT_EQ(S_OK, Write(folder.Write("disc.txt", "much longer than what replaces it"), empty));
   EXPECT_EQ("FILE \"DISC.TXT\" BINARY\r\n", folder.Read("disc.txt"));
   EXPECT_EQ(E_FAIL, Write(folder.Path("missing/disc.cue"), sheet));
   EXPECT_EQ(E_FAIL, Write("", sheet));
