@@ -3,40 +3,44 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <iostream>
 #include <thread>
 
 #include "anomaly/operations.h"
 #include "support/faulty_files.h"
+#include "support/services.h"
 #include "support/temporary_folder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// The files of a folder whose names begin with a stem.
-std::vector<fs::path> FilesOf(const fs::path& folder, const std::string& stem) {
-  std::vector<fs::path> files;
+/// Calls with each file of a folder whose name begins with a stem.
+template <class Call> void ForFiles(const fs::path& folder, const std::string& stem, Call call) {
   for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
     if (entry.path().filename().string().starts_with(stem)) {
-      files.push_back(entry.path());
+      call(entry.path());
     }
   }
-  return files;
+}
+
+/// Reads an image, and its first track where it is one.
+std::vector<Operation> Readings(const std::string& path) {
+  std::vector<Operation> readings = {ReadingImage(path)};
+  if (!path.ends_with(".bwt")) {
+    readings.push_back(ReadingTrack(path));
+  }
+  return readings;
 }
 
 /// Works on samples that operations may write to and files may vanish from.
 class Failures : public testing::Test {
 protected:
   void SetUp() override { Restore(""); }
-  void TearDown() override {
-    std::cout << m_points << " failure points\n";
-    EXPECT_GT(m_points, 0);
-  }
+  void TearDown() override { EXPECT_GT(m_points, 0); }
   void Restore(const std::string& stem) const {
-    for (const fs::path& file : FilesOf(SAMPLE_IMAGES, stem)) {
+    ForFiles(SAMPLE_IMAGES, stem, [this](const fs::path& file) {
       fs::copy_file(file, m_folder.Path(file.filename().string()), fs::copy_options::overwrite_existing);
-    }
+    });
   }
   void SweepAll(FaultPoints* points, std::initializer_list<Failure> failures) {
     std::vector<Operation> operations = OtherOperations(m_folder.Path("album.cue"));
@@ -66,6 +70,16 @@ TEST_F(Failures, OfFilesEndInACode) {
   }
 }
 
+/// A sector file that cannot be looked up is none that is not there: the description must not be read in its place.
+TEST_F(Failures, OfLookupsNeverMakeADescriptionTheSectorFile) {
+  const Operation reading = ReadingImage(m_folder.Path("sessions.ccd"));
+  FaultyFiles files;
+  do {
+    const Outcome outcome = Perform(reading, &files.points, ++m_points);
+    EXPECT_TRUE(outcome.result != S_OK || outcome.told.find("sessions.ccd") == std::string::npos) << m_points;
+  } while (files.points.Reached());
+}
+
 /// Calls that a signal interrupts, while reads and writes move less than was asked for.
 TEST_F(Failures, ThatAreNoneChangeNothing) {
   FaultyFiles files([] { return EINTR; }, 2000);
@@ -85,46 +99,43 @@ TEST_F(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
     const std::string stem = image.substr(0, image.find('.') + 1);
     for (const auto change : kChanges) {
       FaultyFiles files([&, change] {
-        for (const fs::path& file : FilesOf(m_folder.Path(""), stem)) {
-          change(file);
-        }
+        ForFiles(m_folder.Path(""), stem, change);
         return 0;
       });
       const auto restore = [&] { Restore(stem); };
-      m_points += Sweep(ReadingImage(m_folder.Path(image)), &files.points, Failure::Once, restore);
-      if (!image.ends_with("bwt")) {
-        m_points += Sweep(ReadingTrack(m_folder.Path(image)), &files.points, Failure::Once, restore);
+      for (const Operation& reading : Readings(m_folder.Path(image))) {
+        m_points += Sweep(reading, &files.points, Failure::Once, restore);
       }
     }
   }
 }
 
-/// Objects of their own on threads of their own, on the same files.
+/// Objects of their own on threads of their own, on the same files, and references to one object.
 TEST(Threads, ReadAndExtractTheSameImagesAtOnce) {
-  std::vector<Operation> operations;
+  FaultPoints none;
+  std::vector<std::pair<Operation, std::string>> expected;
   for (const std::string& image : kSampleImages) {
-    operations.push_back(ReadingImage(SAMPLE_IMAGES "/" + image));
-    if (!image.ends_with(".bwt")) {
-      operations.push_back(ReadingTrack(SAMPLE_IMAGES "/" + image));
+    for (const Operation& reading : Readings(SAMPLE_IMAGES "/" + image)) {
+      expected.emplace_back(reading, Perform(reading, &none).told);
     }
   }
-  FaultPoints none;
-  std::vector<std::string> expected;
-  for (const Operation& operation : operations) {
-    expected.push_back(Perform(operation, &none).told);
-  }
-  std::vector<std::thread> threads;
+  const ComPtr<IZSImageFile> shared = NewImageFileService();
+  std::vector<std::jthread> threads;
   for (std::size_t thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&, thread] {
-      for (std::size_t i = 0; i < 3 * operations.size(); ++i) {
-        const std::size_t each = (i + 5 * thread) % operations.size();
-        EXPECT_TRUE(expected[each] == Perform(operations[each], &none).told) << operations[each].image;
+      for (std::size_t i = 0; i < 3 * expected.size(); ++i) {
+        const auto& [reading, told] = expected[(i + 5 * thread) % expected.size()];
+        EXPECT_TRUE(told == Perform(reading, &none).told) << reading.image;
+        for (int round = 0; round < 50; ++round) {
+          ComPtr<IUnknown> identity;
+          EXPECT_EQ(S_OK, shared->QueryInterface(IID_IUnknown, identity.ReceiveVoid()));
+        }
       }
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.clear();
+  shared->AddRef();
+  EXPECT_EQ(1U, shared->Release());
 }
 
 } // namespace

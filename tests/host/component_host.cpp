@@ -64,24 +64,21 @@ void Read(const std::string& path) {
   Print("empty", images->FreeImageFileInfo(&info));
 }
 
-/// Many threads make, ask and release objects while the main thread frees libraries over and over.
+/// Many threads make and release objects while the main thread frees libraries over and over.
 void RunThreads() {
   constexpr int kThreads = 4;
   constexpr int kRounds = 100;
   std::barrier line(kThreads + 1);
   std::atomic<int> made{0};
-  std::atomic<HRESULT> failure{S_OK};
   std::vector<std::jthread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < kRounds; ++round) {
         line.arrive_and_wait();
         ComPtr<IZSImageFile> images;
-        ComPtr<IUnknown> identity;
-        HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
-        result = FAILED(result) ? result : images->QueryInterface(IID_IUnknown, identity.ReceiveVoid());
+        const HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
         if (FAILED(result)) {
-          failure = result;
+          Print("thread", result);
         }
         ++made;
         line.arrive_and_wait(); // No object is released while libraries are freed.
@@ -96,7 +93,7 @@ void RunThreads() {
     line.arrive_and_wait();
   }
   threads.clear();
-  Print("threads", failure);
+  std::puts("threads done");
 }
 
 } // namespace

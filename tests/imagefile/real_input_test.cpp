@@ -18,10 +18,7 @@ TEST(RealInput, IsoFromGenisoimage) {
   }
   ImageRecord record(folder.Path("real.iso"));
   ASSERT_EQ(S_OK, record.Result()) << made.err;
-  const std::string iso = folder.Read("real.iso");
-  EXPECT_EQ("CD001", iso.substr(16 * 2048 + 1, 5));
-  EXPECT_EQ("1: 0-" + std::to_string(iso.size() / 2048) + " pregap 0 mode 1 size 2048/2048 flags 0 index  at 0",
-            Describe(record.Track(0)));
+  EXPECT_EQ(std::filesystem::file_size(folder.Path("real.iso")) / 2048, ULONG{record.Track(0).dwEndLBA});
   EXPECT_EQ(0, RunTool(folder, "check real.iso").status);
 }
 

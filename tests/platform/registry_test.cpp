@@ -122,19 +122,15 @@ TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
   ASSERT_EQ(0U, Set("HKEY_CLASSES_ROOT\\New", "value"));
   const std::string changed = folder.Read(kName);
   ASSERT_NE(kText, changed);
+  FaultyFiles failing([] { return EIO; }, 64);
   for (const bool andAfter : {false, true}) { // As if the process died, when all calls behind it fail as well.
     int states[2] = {};
-    bool reached = true;
-    for (int failAt = 1; reached; ++failAt) {
+    for (int failAt = 1; failAt == 1 || failing.points.Reached(); ++failAt) {
       folder.Write(kName, kText);
-      DWORD error = 0;
-      {
-        FaultyFiles failing([] { return EIO; }, 64);
-        failing.points.Start(failAt, andAfter);
-        error = Set("HKEY_CLASSES_ROOT\\New", "value");
-        reached = failing.points.Reached();
-      }
-      EXPECT_TRUE(reached || error == 0) << failAt;
+      failing.points.Start(failAt, andAfter);
+      const DWORD error = Set("HKEY_CLASSES_ROOT\\New", "value");
+      failing.points.Stop();
+      EXPECT_TRUE(failing.points.Reached() || error == 0) << failAt;
       const std::string text = folder.Read(kName);
       EXPECT_TRUE(text == changed || (text == kText && error != 0)) << failAt << '\n' << text;
       ++states[text == changed ? 1 : 0];
@@ -147,7 +143,7 @@ TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
 }
 
 TEST_F(Registry, LosesNothingWhenManyWriteAtOnce) {
-  std::vector<std::thread> writers;
+  std::vector<std::jthread> writers;
   for (const std::string key : {"0", "1", "2", "3"}) {
     writers.emplace_back([&, key] {
       for (int i = 0; i < 15; ++i) {
@@ -155,9 +151,7 @@ TEST_F(Registry, LosesNothingWhenManyWriteAtOnce) {
       }
     });
   }
-  for (std::thread& writer : writers) {
-    writer.join();
-  }
+  writers.clear();
   RegistryKey registry;
   ASSERT_EQ(0U, ReadRegistry(&registry));
   for (const char* key : {"0", "1", "2", "3"}) {

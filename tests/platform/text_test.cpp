@@ -51,8 +51,8 @@ TEST(CodePage, WideToNarrowToWideIsTheIdentity) {
 
 TEST(UpperCase, IsByCharacter) {
   const std::pair<const char16_t*, const char16_t*> kCases[] = {
-      {u"track.bin", u"TRACK.BIN"}, {u"äöüéÿ÷ß", u"ÄÖÜÉŸ÷ß"},   {u"αβςώ", u"ΑΒΣΏ"}, {u"яёџ", u"ЯЁЏ"},
-      {u"āžſı", u"ĀŽSI"},           {u"音楽ａｚ", u"音楽ＡＺ"}, {u"ĸŉ", u"ĸŉ"},     {u"ǆ", u"ǆ"}};
+      {u"track.bin", u"TRACK.BIN"}, {u"äöüéÿ÷ß", u"ÄÖÜÉŸ÷ß"},   {u"αβςσώ", u"ΑΒΣΣΏ"}, {u"яёџ", u"ЯЁЏ"},
+      {u"āžſı", u"ĀŽSI"},           {u"音楽ａｚ", u"音楽ＡＺ"}, {u"ĸŉ", u"ĸŉ"},       {u"ǆ", u"ǆ"}};
   for (const auto& [lower, upper] : kCases) {
     std::string text = WideCharToMultiByte(lower);
     CharUpperA(&text);

@@ -27,10 +27,8 @@ protected:
       return result.out + result.err;
     }
     std::string faults;
-    json parts = report["tracks"];
-    parts.insert(parts.begin(), report);
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-      for (const json& finding : parts[i]["findings"]) {
+    for (std::size_t i = 0; i <= report["tracks"].size(); ++i) {
+      for (const json& finding : (i == 0 ? report : report["tracks"][i - 1])["findings"]) {
         faults += finding["fault"] ? std::to_string(i) + ":" + finding["kind"].get<std::string>() + " " : "";
       }
     }
@@ -107,7 +105,6 @@ TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {
   EXPECT_EQ("", withBytes(sound.size()));
   EXPECT_EQ("3:missing ", withBytes(sound.size() - 1));
   EXPECT_EQ("2:missing 3:missing ", withBytes(39 * 2352 + 1000));
-  EXPECT_EQ(1, RunTool(folder, "check gone.cue").status);
   // A TOC file states both ends of a track.
   image = sound;
   ASSERT_EQ("", FaultsWith(kSheet));

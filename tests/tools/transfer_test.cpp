@@ -60,17 +60,10 @@ TEST_F(TransferTool, CutsSectorsByTheTracksOwnMode) {
   // The record's own offset fits the last data track alone.
   const DiscPlan disc{{{{ZSMODE_1, 20}, {ZSMODE_AUDIO, 5}, {ZSMODE_2, 20}}}};
   folder.Write("disc.nrg", NrgImage(disc));
-  const std::tuple<std::string, std::size_t, std::size_t, std::size_t> kCases[] = {
-      {"disc.nrg --track 1 --block-size 2048", 0, 16, 2048},
-      {"disc.nrg --track 3 --block-size 2048", 2, 24, 2048},
-      {"disc.nrg --track 3 --block-size 2336", 2, 16, 2336}};
-  for (const auto& [arguments, track, from, size] : kCases) {
-    const std::string raw = ProperSectors(disc, track);
-    std::string expected;
-    for (std::size_t at = from; at < raw.size(); at += 2352) {
-      expected += raw.substr(at, size);
-    }
-    EXPECT_TRUE(expected == Extract(arguments)) << arguments;
+  for (const ULONG size : {2048U, 2336U}) {
+    const DiscPlan cut{{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 5}, {ZSMODE_2, 20, 0, size}}}};
+    EXPECT_TRUE(ProperSectors(cut, 0) == Extract("disc.nrg --track 1 --block-size 2048"));
+    EXPECT_TRUE(ProperSectors(cut, 2) == Extract("disc.nrg --track 3 --block-size " + std::to_string(size))) << size;
   }
 }
 
@@ -151,12 +144,7 @@ TEST_F(TransferTool, ConvertsToASheet) {
   EXPECT_NE(std::string::npos, Run("convert disc.cue new.cue").find("NEW.BIN; no such file yet"));
   EXPECT_EQ("", RunTool(folder, "convert disc.cue new.cue --with-data").err);
   EXPECT_TRUE(whole == folder.Read("NEW.BIN"));
-  const json sheet = FirstSession("new.cue");
-  EXPECT_EQ("ALBUM", sheet["ZSCDTEXT"]["bstrTitle"]);
-  EXPECT_EQ("TWO", sheet["pZSTracks"][1]["bstrTitle"]);
-  EXPECT_EQ("DEABC0700002", sheet["pZSTracks"][1]["bstrISRC"]);
-  EXPECT_EQ(10, sheet["pZSTracks"][1]["Pregap"]);
-  EXPECT_EQ(80, sheet["pZSTracks"][1]["dwEndLBA"]);
+  EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"], FirstSession("new.cue")["pZSTracks"]);
   // A PREGAP line becomes silence in the new file; the sub-channel behind each sector stays behind.
   Run("convert gap.cue silent.cue --with-data");
   const std::string silence(7 * 2352, '\0');
@@ -175,7 +163,6 @@ TEST_F(TransferTool, PutsTextIntoATocFile) {
   EXPECT_EQ(std::string::npos, folder.Read("text.zsi").find("CDTEXT"));
   folder.Write("packs", std::string("\x80\0\0\0X\0\0\0\0\0\0\0\0\0\0\0\1\2\3", 19));
   Run("convert disc.cue text.zsi --cdtext packs");
-  EXPECT_NE(std::string::npos, folder.Read("text.zsi").find("<LENGTH>19</LENGTH>"));
   EXPECT_NE(std::string::npos, folder.Read("text.zsi").find("<ENTRY-2>03 </ENTRY-2>"));
 }
 
