@@ -48,8 +48,8 @@ TEST(TagParser, TellsTheElements) {
       {"<a><![CDATA[x]]><b>1</b></a><c></c>", {"start a|", "end a|", "value c||"}},
       {"<><b>1</b></>", {"value b||1"}},
       {"<a>1</a ></A>", {}},
-      {"<a>1</ba></a><b>2</b>", {"start a|", "end a|", "value b||2"}}, // A name is all of a tag,
-      {"<a><<a></a><b>1</b></a>", {"start a|", "end a|"}},             // but a tag may begin inside of another.
+      {"<a>1</ba><x/a></a><b>2</b>", {"start a|", "end a|", "value b||2"}}, // A name is all of a tag,
+      {"<a><<a></a><b>1</b></a>", {"start a|", "end a|"}},                  // but a tag may begin inside of another.
       {"<ba><a>1</a></ba>", {"start ba|", "value a||1", "end ba|"}},
       {"<r><a>1</r>2</a><b></b>", {"start r|", "end r|"}},
       {"<r><a><b/></a><c>1</c></r><d>2</d>", {"start r|", "start a|", "value b||", "end a|", "end r|", "value d||2"}},
@@ -70,7 +70,7 @@ std::string Times(std::size_t count, const std::string& piece) {
 
 /// On these texts plain searches, made for each tag anew, take time that grows with the square of the size.
 TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
-  constexpr std::size_t kCount = 100000;
+  constexpr std::size_t kCount = 20000;
   std::string growing, opened, closed;
   for (std::size_t i = 1; i < 1000; ++i) {
     growing += std::string(i, '<') + ">" + Times(2 * i, "</") + ">";
@@ -90,7 +90,7 @@ TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
     EXPECT_TRUE(parser.Parse(text.data(), static_cast<LONG>(text.size())));
     const CZSSettingsNode copy(builder.Root());
     EXPECT_EQ(copy.Children().size(), builder.Root().Children().size());
-    EXPECT_GT(begin + 10 * CLOCKS_PER_SEC, std::clock()) << text.substr(0, 40);
+    EXPECT_GT(begin + 5 * CLOCKS_PER_SEC, std::clock()) << text.substr(0, 40);
   }
 }
 
