@@ -9,12 +9,8 @@
 namespace {
 
 ZSTRACK* AddTrack(TestSheet& sheet, ZSMODETYPE mode, ULONG start, LONG pregap = 0, ULONG blockSize = 2352) {
-  ZSTRACK* track = AppendTrack(sheet.Get());
-  track->TNO = sheet->nTracks;
-  track->dwLBA = start;
-  track->Pregap = pregap;
+  ZSTRACK* track = AppendTrack(sheet.Get(), start, 0, pregap, blockSize);
   SetMode(sheet.Get(), track, mode);
-  SetBlockSize(track, blockSize);
   return track;
 }
 

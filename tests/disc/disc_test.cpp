@@ -4,7 +4,6 @@
 #include "disc/disc_id.h"
 #include "disc/msf.h"
 #include "disc/positions.h"
-#include "disc/track_table.h"
 #include "support/services.h"
 
 namespace {
@@ -26,12 +25,7 @@ void Fill(const Sessions& sessions, zsimagefileinfo* info) {
   for (const auto& spans : sessions) {
     TestSheet sheet;
     for (const Span& span : spans) {
-      ZSTRACK* track = AppendTrack(sheet.Get());
-      track->dwLBA = span.begin;
-      track->dwEndLBA = span.end;
-      track->Pregap = span.pregap;
-      track->Postgap = span.postgap;
-      SetBlockSize(track, span.blockSize);
+      AppendTrack(sheet.Get(), span.begin, span.end, span.pregap, span.blockSize)->Postgap = span.postgap;
     }
     info->pZSCueSheet[info->nSessions++] = sheet.Release();
   }

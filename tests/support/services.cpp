@@ -8,6 +8,7 @@
 
 #include "disc/record_descriptions.h"
 #include "disc/record_text.h"
+#include "disc/track_table.h"
 #include "foundation/strings.h"
 #include "platform/task_memory.h"
 #include "platform/text.h"
@@ -55,10 +56,15 @@ TestSheet::TestSheet() {
   m_sheet.reset(sheet);
 }
 
-ZSTRACK* AppendTrack(ZSCUESHEET* sheet) {
+ZSTRACK* AppendTrack(ZSCUESHEET* sheet, ULONG begin, ULONG end, LONG pregap, ULONG blockSize) {
   sheet->pZSTracks = static_cast<ZSTRACK*>(CoTaskMemRealloc(sheet->pZSTracks, (sheet->nTracks + 1) * sizeof(ZSTRACK)));
   ZSTRACK* added = &sheet->pZSTracks[sheet->nTracks++];
   *added = ZSTRACK{};
+  added->TNO = sheet->nTracks;
+  added->dwLBA = begin;
+  added->dwEndLBA = end;
+  added->Pregap = pregap;
+  SetBlockSize(added, blockSize);
   return added;
 }
 

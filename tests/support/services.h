@@ -67,8 +67,8 @@ private:
   std::unique_ptr<ZSCUESHEET, SheetFree> m_sheet;
 };
 
-/// Adds one cleared track at the end of a sheet. The table moves: no pointer into it stays valid.
-ZSTRACK* AppendTrack(ZSCUESHEET* sheet);
+/// Adds one track at the end of a sheet. The table moves: no pointer into it stays valid.
+ZSTRACK* AppendTrack(ZSCUESHEET* sheet, ULONG begin, ULONG end, LONG pregap, ULONG blockSize);
 
 /// A value with an array of independent copies of a sheet's tracks, for VariantClear to free.
 VARIANT TracksOf(const ZSCUESHEET& sheet);
