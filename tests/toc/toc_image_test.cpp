@@ -119,6 +119,7 @@ TEST_F(TocImage, NeedsItsSessionsAndSurvivesAFolderThatIsMissing) {
   record->nSessions = 99;
   EXPECT_EQ(Create(m_folder.Path("full.zsi"), &record), S_OK);
   const ImageRecord full(m_folder.Path("full.zsi"));
+  EXPECT_EQ(full.Result(), S_OK);
   EXPECT_EQ(Describe(full.Sheet(98)), Describe(record.Sheet()));
   std::fill(std::begin(record->pZSCueSheet) + 1, std::end(record->pZSCueSheet), nullptr);
   record->nSessions = 1;
