@@ -146,6 +146,9 @@ TEST_F(Server, RunsScriptsBothWays) {
   EXPECT_EQ(head + "[HKEY_CURRENT_USER\\Kept] \"B\"=\"/a 'b'%.so\" ", Registry());
 }
 
+/// So many blocks of a script in each other.
+std::string Nested(std::size_t depth) { return depth == 0 ? "" : "{ a " + Nested(depth - 1) + "} "; }
+
 TEST_F(Server, RefusesMalformedScripts) {
   const auto run = [](const std::string& script) { return RunRegistrationScript(script, {}, RegistrarMode::Register); };
   for (const char* keys : {"", "a = }", "a = s }", "a = s { }", "a = d 1 }", "val a }", "'a }", "%NAME% }", "a% }",
@@ -155,7 +158,9 @@ TEST_F(Server, RefusesMalformedScripts) {
   EXPECT_EQ(E_INVALIDARG, run("HKCR"));
   EXPECT_EQ(E_INVALIDARG, run("HKLM { a }"));
   EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_NAME), run("HKCU { Good { '" + std::string(256, 'a') + "' } }"));
+  EXPECT_EQ(E_INVALIDARG, run("HKCU " + Nested(33)));
   EXPECT_EQ("", folder.Read("registry.reg"));
+  EXPECT_EQ(S_OK, run("HKCU " + Nested(32)));
 }
 
 TEST_F(Server, ReadsTheLevelOfDiagnostics) {
