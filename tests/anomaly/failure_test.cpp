@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <iostream>
 #include <thread>
 
 #include "anomaly/operations.h"
@@ -36,7 +37,10 @@ std::vector<Operation> Readings(const std::string& path) {
 class Failures : public testing::Test {
 protected:
   void SetUp() override { Restore(""); }
-  void TearDown() override { EXPECT_GT(m_points, 0); }
+  void TearDown() override {
+    std::cout << m_points << " failure points\n"; // For docs/testing.md.
+    EXPECT_GT(m_points, 0);
+  }
   void Restore(const std::string& stem) const {
     ForFiles(SAMPLE_IMAGES, stem, [this](const fs::path& file) {
       fs::copy_file(file, m_folder.Path(file.filename().string()), fs::copy_options::overwrite_existing);

@@ -63,7 +63,7 @@ def faults_of(path):
 
 
 def draw(paths, count, seed):
-    """Draws by files in turn, so that large files do not crowd out small ones, with more from those that have more."""
+    """Draws at random from all faults, at most one for each line."""
     faults = [fault for path in paths for fault in faults_of(path)]
     generator = random.Random(seed)
     generator.shuffle(faults)

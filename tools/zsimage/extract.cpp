@@ -53,11 +53,12 @@ void JudgeResult(const std::string& dataFile, const Extraction& work, const Tran
     throw failure;
   }
   if (transfer.Done() < wanted) {
-    if (transfer.Done() == 0) {
+    const bool nothing = transfer.Done() == 0;
+    if (nothing) {
       RemoveFile(work.target);
     }
     ThrowReadFailure(dataFile, work.run, {transfer.Done(), S_OK},
-                     transfer.Done() == 0 ? "" : "; the part that is there has been saved");
+                     nothing ? "" : "; the part that is there has been saved");
   }
 }
 
