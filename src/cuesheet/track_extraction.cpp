@@ -39,38 +39,38 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   return true;
 }
 
-/// Gathers what goes to a file, so that it is written in whole blocks: file systems are slow where a write begins or
-/// ends inside a page.
-class BlockWriter {
+/// Writes to a file in whole pages, out of whole pages: file systems and copies are slow where one begins or ends
+/// inside of one.
+class PageWriter {
 public:
   /// False without memory. A stream that delivers less than it says leaves zeros, and nothing of the process.
   bool Allocate() noexcept {
-    m_buffer.reset(new (std::nothrow) BYTE[kCapacity]());
+    m_buffer.reset(new (std::nothrow) Buffer{});
     return m_buffer != nullptr;
   }
   /// Room for kPumpBytes.
-  BYTE* Free() noexcept { return m_buffer.get() + m_held; }
+  BYTE* Free() noexcept { return m_buffer->bytes + m_held; }
   /// Takes what was put into the room.
   void Take(CZSFile* target, ULONG count) noexcept {
     m_held += count;
-    if (kCapacity - m_held < kPumpBytes) {
-      Write(target, m_held / kBlock * kBlock);
-    }
+    Write(target, m_held / kPage * kPage);
   }
   void Finish(CZSFile* target) noexcept { Write(target, m_held); }
 
 private:
-  static constexpr ULONG kBlock = 64 * 1024;
-  static constexpr ULONG kCapacity = 4 * kBlock;
+  static constexpr ULONG kPage = 4096;
+  struct alignas(kPage) Buffer {
+    BYTE bytes[kPage + kPumpBytes];
+  };
 
   void Write(CZSFile* target, ULONG count) noexcept {
-    target->Write(m_buffer.get(), count);
+    target->Write(m_buffer->bytes, count);
     m_held -= count;
-    std::memmove(m_buffer.get(), m_buffer.get() + count, m_held);
+    std::memmove(m_buffer->bytes, m_buffer->bytes + count, m_held);
   }
 
-  std::unique_ptr<BYTE[]> m_buffer;
-  ULONG m_held = 0;
+  std::unique_ptr<Buffer> m_buffer;
+  ULONG m_held = 0; ///< Less than a page between two pieces.
 };
 
 } // namespace
@@ -107,7 +107,7 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   if (stream == nullptr || path.empty()) {
     return E_INVALIDARG;
   }
-  BlockWriter writer;
+  PageWriter writer;
   CZSFile target;
   if (!writer.Allocate() || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
     return S_OK;

@@ -8,6 +8,7 @@
 #include "disc/track_table.h"
 #include "foundation/strings.h"
 #include "platform/task_memory.h"
+#include "support/long_text.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
 
@@ -60,14 +61,6 @@ std::string Pack(int type, int track, std::string text, int block = 0) {
   std::replace(text.begin(), text.end(), '/', '\0');
   text.resize(kPackTextSize);
   return std::string{static_cast<char>(type), static_cast<char>(track), 0, static_cast<char>(block)} + text + "\0\0"s;
-}
-
-std::string Times(int count, const std::string& packs) {
-  std::string all;
-  for (int i = 0; i < count; ++i) {
-    all += packs;
-  }
-  return all;
 }
 
 TEST(CDTextDecoder, EndsTextsByPlace) {

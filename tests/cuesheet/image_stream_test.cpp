@@ -285,7 +285,7 @@ public:
 TEST_F(ImageStream, DeliversAllBeforeABadSectorAndGoesOnBehindIt) {
   constexpr HRESULT kDeviceError = MakeResult(0x8007045D); // System error 1117.
   const std::string expected = m_longer.Cut(m_image);
-  for (const ULONG bad : {0U, 1U, 100U, 222U, 223U, 306U}) {
+  for (const ULONG bad : {0U, 1U, 100U, 166U, 167U, 306U}) {
     for (const off_t place : {0, 1500}) { // Of what comes of a sector that is bad inside, no byte is lost either.
       for (const ULONG size : {1000U, 2048U, 65535U, 1000000U}) {
         FailingFiles files;

@@ -54,7 +54,7 @@ TEST(DiscIdentifier, MatchesKnownDiscs) {
       {{{{0, 1000}, {1000, 2000}}, {{13200, 14000}}, {{30000, 31000}}}, 0x1800BA03, 0x02000D01},
       {{{{0, 500}}}, 0x02000601, 0},
       {Sessions(1), 0, 0},
-      {{{{5, 9}}, {}}, 0, 0},
+      {{{{0, 1000}, {1000, 2000}}, {}}, 0, 0x02000D01},
       {Sessions(), 0xAAAA, 0xBBBB},
   };
   for (const auto& [sessions, id, id2] : kCases) {

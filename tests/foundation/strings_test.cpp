@@ -20,7 +20,7 @@ TEST(Strings, NewTextEndsAtAZeroAndBetweenCharacters) {
   }
 }
 
-TEST(File, ReadsExactly) {
+TEST(File, ReadsAndWritesExactly) {
   const TemporaryFolder folder;
   CZSFile file;
   ASSERT_TRUE(file.OpenForReading(folder.Write("a.bin", "0123")));
@@ -29,6 +29,9 @@ TEST(File, ReadsExactly) {
   EXPECT_FALSE(file.Read(bytes, 3)) << "fewer came";
   EXPECT_EQ(kSeekFailed, file.Seek64(-1, FILE_BEGIN));
   EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "nothing needs no file";
+  EXPECT_FALSE(file.Write(bytes, 1)) << "open for reading";
+  ASSERT_TRUE(file.Open(folder.Path("b.bin"), GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
+  EXPECT_TRUE(file.Write(bytes, 4));
   CZSFindFile find;
   EXPECT_TRUE(find.FindFile(static_cast<const char*>(nullptr))) << "something is in the current folder";
 }

@@ -90,6 +90,9 @@ TEST_F(Server, ServesARecordThatOutlivesTheLibrary) {
   EXPECT_EQ("DllRegisterServer 0x00000000\nread 0x00000000\nprepare 0x00000000\nfree loaded\nfree gone\n"
             "again 0x00000000\nempty 0x00000000\n",
             Host(folder, "call $LIBRARY DllRegisterServer read disc.iso"));
+  ComPtr<ITypeLib> own;
+  EXPECT_EQ(S_OK, LoadRegTypeLib(kComponentTypeLibrary, 1, 0, 0, own.Receive())) << "known without the registry";
+  EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, LoadRegTypeLib(kComponentTypeLibrary, 1, 1, 0, own.Receive()));
 }
 
 TEST_F(Server, TellsWhyALibraryCannotServe) {
@@ -152,7 +155,7 @@ std::string Nested(std::size_t depth) { return depth == 0 ? "" : "{ a " + Nested
 TEST_F(Server, RefusesMalformedScripts) {
   const auto run = [](const std::string& script) { return RunRegistrationScript(script, {}, RegistrarMode::Register); };
   for (const char* keys : {"", "a = }", "a = s }", "a = s { }", "a = d 1 }", "val a }", "'a }", "%NAME% }", "a% }",
-                           "a { b }", "a } }", "'' }", "a\\b }", "NoRemove }"}) {
+                           "a { b }", "a { val }", "a } }", "'' }", "a\\b }", "NoRemove }"}) {
     EXPECT_EQ(E_INVALIDARG, run(std::string("HKCR { ") + keys)) << keys;
   }
   EXPECT_EQ(E_INVALIDARG, run("HKCR"));

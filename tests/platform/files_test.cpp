@@ -76,6 +76,9 @@ TEST(FileLookup, FindsPatternsAndSizes) {
     EXPECT_EQ(name.empty() ? "" : folder.Path(name), find.Path());
     EXPECT_EQ(size, find.GetFileSize());
   }
+  WIN32_FIND_DATAA data{};
+  EXPECT_TRUE(FindClose(FindFirstFileA(folder.Path("big"), &data)));
+  EXPECT_EQ(FILE_ATTRIBUTE_NORMAL, data.dwFileAttributes);
 }
 
 TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
@@ -93,7 +96,7 @@ TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
   for (const auto& [path, onDisk] : kCases) {
     const UniqueHandle file(Create(folder.Path(path)));
     EXPECT_EQ(onDisk != nullptr, static_cast<bool>(file)) << path;
-    EXPECT_TRUE(onDisk == nullptr || std::filesystem::exists(folder.Path(onDisk))) << path;
+    EXPECT_TRUE(onDisk == nullptr || std::filesystem::is_empty(folder.Path(onDisk))) << path;
   }
 }
 

@@ -59,6 +59,8 @@ TEST(Ccd, JudgesEachValue) {
                                                                       : WithValue(kText, section, key, value))));
   }
   EXPECT_EQ("", Outcome(folder.Write("a.ccd", "[Disc]\nSessions=0\n")));
+  EXPECT_EQ("ZSE_BADIMAGE", Outcome(folder.Write("a.ccd", WithValue(WithValue(kText, "Disc", "Sessions", "99"),
+                                                                    "Entry 3", "Session", "100"))));
   folder.Write("a.sub", "");
   EXPECT_EQ(kWhole + " mask 4", Outcome(folder.Write("a.ccd", kText)));
 }

@@ -52,11 +52,17 @@ void* operator new(std::size_t size) {
   return block;
 }
 void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept {
+  void* block = g_memory.faults.Fails() ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
+  Took(block);
+  return block;
+}
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return TakeNew(size); }
 void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return TakeNew(size); }
 void operator delete(void* block) noexcept { FreeNew(block); }
 void operator delete[](void* block) noexcept { FreeNew(block); }
 void operator delete(void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
+void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { FreeNew(block); }
 void operator delete[](void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
 void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { FreeNew(block); }
 void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept { FreeNew(block); }

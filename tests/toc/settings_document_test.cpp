@@ -39,10 +39,10 @@ TEST(SettingsDocument, ValuesStandAtTheirPaths) {
 
 TEST(SettingsDocument, KeepsTheOrderOfAssignment) {
   CZSSettingsDocument document;
-  for (const char* path : {"A:B:K1", "A:C:K2", "A:B:K3", "A:K4", "A:B:K1:"}) {
+  for (const char* path : {"A:B:K1", "A:C:K2", "A:B:K3", "A:K4", "A:B:K1:", "A:C"}) {
     EXPECT_TRUE(document.SetValue(path, path));
   }
-  EXPECT_EQ(TextOf(document), "<A>\n   <K4>A:K4</K4>\n"
+  EXPECT_EQ(TextOf(document), "<A>\n   <K4>A:K4</K4>\n   <C>A:C</C>\n"
                               "   <B>\n      <K1>A:B:K1:</K1>\n      <K3>A:B:K3</K3>\n   </B>\n"
                               "   <C>\n      <K2>A:C:K2</K2>\n   </C>\n</A>\n");
   // Another root name renames the root and searches nothing below it.

@@ -4,6 +4,7 @@
 
 #include <ctime>
 
+#include "support/long_text.h"
 #include "toc/tree_builder.h"
 
 namespace {
@@ -58,14 +59,6 @@ TEST(TagParser, TellsTheElements) {
   for (const auto& test : cases) {
     EXPECT_EQ(EventsOf(test.text), test.events) << test.text;
   }
-}
-
-std::string Times(std::size_t count, const std::string& piece) {
-  std::string text;
-  for (; count > 0; --count) {
-    text += piece;
-  }
-  return text;
 }
 
 /// On these texts plain searches, made for each tag anew, take time that grows with the square of the size.

@@ -28,8 +28,11 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::Show(UHYPER done) {
+  if (!m_isTerminal || m_total == 0) {
+    return;
+  }
   const auto now = Clock::now();
-  if (!m_isTerminal || m_total == 0 || (now - m_last < kRefresh && done < m_total)) {
+  if (now - m_last < kRefresh && done < m_total) {
     return;
   }
   m_last = now;
