@@ -60,6 +60,7 @@ void VariantInit(VARIANT* value) noexcept;
 /// @return DISP_E_BADVARTYPE for a type not in the list above, with the value unchanged; DISP_E_ARRAYISLOCKED.
 HRESULT VariantClear(VARIANT* value) noexcept;
 
-/// Clears `target`, then makes it a deep copy of `source`. On failure `target` is empty.
+/// Clears `target`, then makes it a deep copy of `source`. Where clearing fails, `target` is as VariantClear leaves
+/// it; on any other failure it is empty.
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept;
 }

@@ -48,7 +48,7 @@ TEST(Msf, ConvertsBothWays) {
 }
 
 TEST(DiscIdentifier, MatchesKnownDiscs) {
-  const std::tuple<Sessions, ULONG, ULONG> kCases[] = {
+  std::vector<std::tuple<Sessions, ULONG, ULONG>> kCases = {
       {{{{0, 1000}, {1000, 2000}}}, 0x08001A02, 0},
       // Starts 00:02, 00:15 and 02:58: digits 2 + 6 + 16, 186 s to the end, three entries before it.
       {{{{0, 1000}, {1000, 2000}}, {{13200, 14000}}, {{30000, 31000}}}, 0x1800BA03, 0x02000D01},
@@ -57,6 +57,11 @@ TEST(DiscIdentifier, MatchesKnownDiscs) {
       {{{{0, 1000}, {1000, 2000}}, {}}, 0, 0x02000D01},
       {Sessions(), 0xAAAA, 0xBBBB},
   };
+  Sessions many(1); // Of which the digits make more than 8 bits.
+  for (ULONG i = 0; i < 40; ++i) {
+    many[0].push_back({i * 1000, i * 1000 + 1000});
+  }
+  kCases.emplace_back(many, 0xC3021528, 0);
   for (const auto& [sessions, id, id2] : kCases) {
     ImageRecord disc;
     Fill(sessions, &*disc);

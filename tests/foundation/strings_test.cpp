@@ -27,6 +27,7 @@ TEST(File, ReadsAndWritesExactly) {
   char bytes[4] = {};
   EXPECT_EQ(2U, file.Seek(-2, FILE_END));
   EXPECT_FALSE(file.Read(bytes, 3)) << "fewer came";
+  EXPECT_FALSE(file.Read(bytes, 1)) << "none came";
   EXPECT_EQ(kSeekFailed, file.Seek64(-1, FILE_BEGIN));
   EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "nothing needs no file";
   EXPECT_FALSE(file.Write(bytes, 1)) << "open for reading";

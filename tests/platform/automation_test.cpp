@@ -77,6 +77,11 @@ TEST(SafeArray, KnowsWhatItsRecordsAreAsFarAsThereIsMemory) {
   EXPECT_EQ("ZSTRACK", Narrow(UniqueBstr(name).get()));
   EXPECT_EQ(sizeof(ZSTRACK), size);
   EXPECT_EQ(size, array->cbElements);
+  ZSTRACK source{};
+  ZSTRACK copy{};
+  source.nCountIndex = 7;
+  EXPECT_EQ(S_OK, info->RecordCopy(&source, &copy));
+  EXPECT_EQ(0, copy.nCountIndex) << "no table, no entries";
   ComPtr<IUnknown> object;
   EXPECT_EQ(S_OK, info->QueryInterface(IID_IRecordInfo, object.ReceiveVoid()));
   EXPECT_EQ(info.Get(), object.Get());

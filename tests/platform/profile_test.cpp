@@ -25,6 +25,7 @@ TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
   const ProfileFile profile(path);
   for (const auto& [section, key, value] : kCases) {
     EXPECT_EQ(value, profile.GetSection(section).Find(key).value_or("none")) << section << '/' << key;
+    EXPECT_FALSE(profile.GetSection("Nowhere").Find(key)) << key;
   }
   EXPECT_EQ("One", profile.GetSection("Disc").GetString("Title", 4));
   EXPECT_EQ("", profile.GetSection("Disc").GetString("Title", 0));

@@ -61,6 +61,7 @@ const Case kCases[] = {
     {"a track of the session before", [](MdsBuilder& it) { it.blocks[9].point = 2; }, "ZSE_BADIMAGE"},
     {"a track above the last", [](MdsBuilder& it) { it.blocks[4].point = 3; }, "ZSE_BADIMAGE"},
     {"last track below the session before", [](MdsBuilder& it) { it.lastTracks[1] = 1; }, "ZSE_BADIMAGE"},
+    {"the same without a track", [](MdsBuilder& it) { it.lastTracks[1] = 1, it.blocks[9].point = 0; }, "ZSE_BADIMAGE"},
     {"first session without tracks",
      [](MdsBuilder& it) {
        it.blocks[3].point = 0xB0;
