@@ -39,37 +39,27 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   return true;
 }
 
+constexpr ULONG kPage = 4096;
+
 /// Writes to a file in whole pages, out of whole pages: file systems and copies are slow where one begins or ends
 /// inside of one.
-class PageWriter {
+class alignas(kPage) PageWriter {
 public:
-  /// False without memory. A stream that delivers less than it says leaves zeros, and nothing of the process.
-  bool Allocate() noexcept {
-    m_buffer.reset(new (std::nothrow) Buffer{});
-    return m_buffer != nullptr;
-  }
   /// Room for kPumpBytes.
-  BYTE* Free() noexcept { return m_buffer->bytes + m_held; }
+  BYTE* Free() noexcept { return m_bytes + m_held; }
   /// Takes what was put into the room.
   void Take(CZSFile* target, ULONG count) noexcept {
     m_held += count;
-    Write(target, m_held / kPage * kPage);
+    const ULONG whole = m_held / kPage * kPage;
+    target->Write(m_bytes, whole);
+    m_held -= whole;
+    std::memmove(m_bytes, m_bytes + whole, m_held);
   }
-  void Finish(CZSFile* target) noexcept { Write(target, m_held); }
+  void Finish(CZSFile* target) noexcept { target->Write(m_bytes, m_held); }
 
 private:
-  static constexpr ULONG kPage = 4096;
-  struct alignas(kPage) Buffer {
-    BYTE bytes[kPage + kPumpBytes];
-  };
-
-  void Write(CZSFile* target, ULONG count) noexcept {
-    target->Write(m_buffer->bytes, count);
-    m_held -= count;
-    std::memmove(m_buffer->bytes, m_buffer->bytes + count, m_held);
-  }
-
-  std::unique_ptr<Buffer> m_buffer;
+  // A stream that delivers less than it says leaves zeros, and nothing of the process.
+  BYTE m_bytes[kPage + kPumpBytes] = {};
   ULONG m_held = 0; ///< Less than a page between two pieces.
 };
 
@@ -107,18 +97,18 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   if (stream == nullptr || path.empty()) {
     return E_INVALIDARG;
   }
-  PageWriter writer;
+  const std::unique_ptr<PageWriter> writer(new (std::nothrow) PageWriter);
   CZSFile target;
-  if (!writer.Allocate() || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
+  if (!writer || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
     return S_OK;
   }
   for (;;) {
     ULONG delivered = 0;
-    stream->Read(writer.Free(), kPumpBytes, &delivered);
+    stream->Read(writer->Free(), kPumpBytes, &delivered);
     if (delivered == 0) {
-      writer.Finish(&target);
+      writer->Finish(&target);
       return S_OK;
     }
-    writer.Take(&target, std::min(delivered, kPumpBytes)); // The stream may be anyone's.
+    writer->Take(&target, std::min(delivered, kPumpBytes)); // The stream may be anyone's.
   }
 }

@@ -34,16 +34,16 @@ struct IZSImageFile : IUnknown {
   /// @param path Of the new file. @param info The record; a TOC file makes `bstrImageBinaryFile` name its data file.
   /// @param pToc Not read. @param nTracks Not read.
   /// @param pCDText A run of packs of 18 bytes, or null. @param nLength Its bytes.
-  /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats; E_FAIL when the file cannot be created,
-  /// E_OUTOFMEMORY.
+  /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats, and for a TOC file of a record whose
+  /// sessions are not there; E_INVALIDARG for an empty path; E_FAIL when the file cannot be created; E_OUTOFMEMORY.
   virtual HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks,
                                 zsmmccdtext* pCDText, UINT nLength) = 0;
 
   /// Does nothing. @return 0 always.
   virtual HRESULT Open(BSTR path, zsimagefileinfo* info) = 0;
 
-  /// A deep copy of a record into other storage. On failure that is all zero. @return ZSE_OUTOFRESOURCES; E_INVALIDARG,
-  /// with nothing touched, when both are one or the record counts more than 99 sessions.
+  /// A deep copy of a record into other storage. On failure that is all zero. @return ZSE_OUTOFRESOURCES,
+  /// E_OUTOFMEMORY; E_INVALIDARG, with nothing touched, when both are one or the record counts more than 99 sessions.
   virtual HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) = 0;
 
   /// Frees all that a record points to and makes it all zero. An empty record is fine.
@@ -53,12 +53,14 @@ struct IZSImageFile : IUnknown {
   /// Computes `dwDiscID` and `dwDiscID2` of a record. @return E_OUTOFMEMORY.
   virtual HRESULT CalculateDiscID(zsimagefileinfo* info) = 0;
 
-  /// The byte position in the sector file for a sector. In a one-session image it is where the track that holds
-  /// the sector begins, pregap included; in others it is the sector's own. A sector in no track gives the end of
-  /// the last, or the start of the last session. Every session needs at least one track.
+  /// The byte position in the sector file of what holds a sector. In a one-session image it is where the sector's track
+  /// begins, pregap included. In others it is the sector's own, where the sectors of each session count from 0 and the
+  /// disc has 11,400 sectors behind the first session and 6,900 behind others (150 less where a pregap follows); for a
+  /// sector that is found in no session, the start of the last one. A sector in no track of a single session gives the
+  /// end of the last. Every session needs at least one track.
   /// @param info The record. @param dwLBA The sector. @param pSeek64 Receives bytes from the start of the sector file.
   /// @param pLength64 Receives bytes of the track, or null; not written when no track of the first session holds the
-  /// sector.
+  /// sector. @return E_INVALIDARG for null, or a record that counts more than 99 sessions.
   virtual HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) = 0;
 
 protected:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <regex>
 #include <tuple>
 
 #include <nlohmann/json.hpp>
@@ -94,10 +95,13 @@ TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
 }
 
 TEST_F(InfoTool, FindsPositions) {
-  EXPECT_EQ(json({{"pSeek64", 31752000}, {"pLength64", 31046400}}), Json("position --json disc.cue 13650"));
-  EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}}), Json("position --json disc.cue 13500"));
-  EXPECT_NE(std::string::npos, Run("position disc.cue 0").find("31752000 bytes"));
-  EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("; no track of the first session holds it"));
+  EXPECT_EQ(json({{"pSeek64", 31752000}, {"pLength64", 31046400}, {"byte", 32107152}}),
+            Json("position --json disc.cue 13651"));
+  EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}, {"byte", nullptr}}),
+            Json("position --json disc.cue 13500"));
+  EXPECT_EQ("Sector 11295 begins at byte 105840 of sessions.IMG, in track 2 of session 2.\n",
+            std::regex_replace(Run("position '" SAMPLE_IMAGES "/sessions.ccd' 11295"), std::regex("of .*/"), "of "));
+  EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("is in no track of disc.cue"));
   // Nothing can be walked over in an image without sessions, or with one that has no tracks.
   const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
   for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {

@@ -193,7 +193,7 @@ void CommandLine::AddPosition() {
   command.add_flag("--json", m_position.json, "Print one JSON object");
   command.add_option("IMAGE", m_position.path, "Image")->required();
   command.add_option("LBA", m_position.lba, "Number of the sector on the disc")->required();
-  command.footer(Examples({{"zsimage position disc.cue 13650", "Where the data of sector 13650 are."}}));
+  command.footer(Examples({{"zsimage position disc.cue 13650", "Where the data of sector 13650 begin."}}));
   command.callback([this] { m_status = RunCommand(RunPosition, m_position); });
 }
 

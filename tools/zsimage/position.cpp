@@ -1,10 +1,12 @@
 #include <cstdio>
 #include <optional>
+#include <vector>
 
 #include "commands.h"
 #include "failure.h"
 #include "host.h"
 #include "record_json.h"
+#include "track_place.h"
 
 namespace {
 
@@ -36,6 +38,27 @@ BytePosition FindPosition(const Host& host, ImageRecord& image, ULONG lba) {
   return {seek, lengths[0] == lengths[1] ? std::optional(lengths[0]) : std::nullopt};
 }
 
+/// A sector of the disc in the data file.
+struct SectorPlace {
+  unsigned session; ///< From 1, as the track.
+  UINT track;
+  UHYPER byte;
+};
+
+/// Where a sector is, in the first track that holds it. The component's answer for hosts is that of the whole track.
+std::optional<SectorPlace> PlaceOf(const zsimagefileinfo& info, ULONG lba) {
+  for (unsigned session = 0; session < info.nSessions; ++session) {
+    const std::vector<TrackPlace> places = PlacesOfSession(info, session);
+    for (UINT i = 0; i < places.size(); ++i) {
+      const ULONG first = info.pZSCueSheet[session]->pZSTracks[i].dwLBA;
+      if (lba >= first && lba - first < places[i].sectors) {
+        return SectorPlace{session + 1, i + 1, places[i].begin + UHYPER{lba - first} * places[i].blockSize};
+      }
+    }
+  }
+  return std::nullopt;
+}
+
 } // namespace
 
 int RunPosition(const PositionOptions& options) {
@@ -43,17 +66,18 @@ int RunPosition(const PositionOptions& options) {
   ImageRecord image(host, options.path);
   RequireTracks(image);
   const BytePosition position = FindPosition(host, image, options.lba);
+  const std::optional<SectorPlace> place = PlaceOf(image.Info(), options.lba);
   if (options.json) {
-    PrintJson({{"pSeek64", position.seek}, {"pLength64", position.length ? Json(*position.length) : Json(nullptr)}});
-    return 0;
-  }
-  std::printf("Sector %u is found from byte %llu of %s on", options.lba, static_cast<unsigned long long>(position.seek),
-              TerminalText(image.DataFile()).c_str());
-  if (position.length) {
-    std::printf("; its track holds %llu bytes", static_cast<unsigned long long>(*position.length));
+    PrintJson({{"pSeek64", position.seek},
+               {"pLength64", position.length ? Json(*position.length) : Json(nullptr)},
+               {"byte", place ? Json(place->byte) : Json(nullptr)}});
+  } else if (place) {
+    std::printf("Sector %u begins at byte %llu of %s, in track %u of session %u.\n", options.lba,
+                static_cast<unsigned long long>(place->byte), TerminalText(image.DataFile()).c_str(), place->track,
+                place->session);
   } else {
-    std::printf("; no track of the first session holds it");
+    std::printf("Sector %u is in no track of %s: in a pregap, between sessions or behind the end.\n", options.lba,
+                TerminalText(image.Path()).c_str());
   }
-  std::printf(".\n");
   return 0;
 }
