@@ -134,7 +134,18 @@ HRESULT Extract(Scene& s) {
 
 HRESULT Write(Scene& s, zsimgformat format) {
   s.record->ZSImageFormat = format;
-  return s.images->CreateTOCFile(s.target.get(), &*s.record, nullptr, 0, nullptr, 0);
+  zsmmccdtext packs{};
+  packs.Header[0] = 0x80;
+  return s.images->CreateTOCFile(s.target.get(), &*s.record, nullptr, 0, &packs, 18);
+}
+
+HRESULT Prepare(Scene& s) {
+  for (UINT i = 0; i < s.record.Sheet().nTracks; ++i) { // It does not free what is there.
+    VARIANT before = s.record.Track(i).varFiles;
+    s.record.Track(i).varFiles = VARIANT{};
+    VariantClear(&before);
+  }
+  return s.sheets->PrepareTracks(s.source.get(), &s.record.Sheet());
 }
 
 HRESULT Merge(Scene& s) {
@@ -180,6 +191,7 @@ const Operation kOthers[] = {
     {"AnalyzeCDTextFromData", {S_OK}, DecodePack},
     {"GetBinaryFile", kNoMemory, [](Scene& s) { return s.sheets->GetBinaryFile(s.source.get(), &s.name); }},
     {"ExtractStreamToFile", {S_FALSE, E_OUTOFMEMORY}, Extract},
+    {"PrepareTracks", kNoMemory, Prepare},
     {"MergeTracks", kNoMemory, Merge},
     {"AllocCueSheet", kNoMemory, Allocate},
     {"EncodeCDText", kNoMemory,

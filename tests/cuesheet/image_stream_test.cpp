@@ -228,6 +228,7 @@ TEST_F(ImageStream, ReadsWhereItsCallbackWants) {
   EXPECT_EQ((Step{8256, 100, 50, 50}), m_steps.back());
   redirect(ZSSTREAM_BEFOREREAD, nullptr, 50);
   EXPECT_EQ(E_INVALIDARG, Read(1000));
+  EXPECT_EQ((Step{66, 0, 1000, 50}), m_steps.back()) << "a failure ends the stream for the callback";
   EXPECT_EQ(0U, m_came);
   redirect(ZSSTREAM_BEFOREREAD, m_buffer.data() + 7, 5000); // For one read, and more than the track has.
   EXPECT_EQ(S_FALSE, Read(1000));
