@@ -35,6 +35,7 @@ void CloneRecord(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 
+BENCHMARK_CAPTURE(OpenImage, iso, "iso", false)->Arg(1);
 BENCHMARK_CAPTURE(OpenImage, cue_tracks, "cue", false)->Arg(1)->Arg(10)->Arg(99)->Complexity();
 BENCHMARK_CAPTURE(OpenImage, nrg_tracks, "nrg", false)->Arg(1)->Arg(10)->Arg(99)->Complexity();
 BENCHMARK_CAPTURE(OpenImage, nrg_sessions, "nrg", true)->Arg(1)->Arg(10)->Arg(99)->Complexity();

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t kSectors = 32 * 1024; ///< About 75 MB of raw sectors.
+constexpr std::int64_t kSectors = 32 * 1024; ///< About 75 MB of raw sectors.
 
 /// How a track is read: its mode, the bytes of a sector in the file, and those taken.
 struct Cut {
@@ -19,19 +19,21 @@ struct Cut {
   UINT take;
 };
 
-std::string MakeFile(const ScratchFolder& folder, int stride) {
+std::string MakeFile(const ScratchFolder& folder, std::int64_t sectors, int stride) {
   const std::string path = folder.Path("sectors.bin");
-  WriteFile(path, std::string(kSectors * static_cast<std::size_t>(stride), 's'));
+  WriteFile(path, std::string(static_cast<std::size_t>(sectors * stride), 's'));
   return path;
 }
 
+/// Reads by the first argument, of a track of as many sectors as the second.
 void ReadStream(benchmark::State& state, Cut cut) {
   const ScratchFolder folder;
-  const UniqueBstr path = Wide(MakeFile(folder, cut.stride));
+  const std::int64_t sectors = state.range(1);
+  const UniqueBstr path = Wide(MakeFile(folder, sectors, cut.stride));
   zsimagefileinfo info{};
   ZSTRACK track{};
   track.TNO = 1;
-  track.dwEndLBA = kSectors;
+  track.dwEndLBA = static_cast<ULONG>(sectors);
   track.Mode = cut.mode;
   track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(cut.stride);
   const ComPtr<IZSCueSheet> sheets = CueSheets();
@@ -47,14 +49,15 @@ void ReadStream(benchmark::State& state, Cut cut) {
     } while (delivered != 0);
     allocations += AllocationCount() - before;
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSectors) * cut.stride);
+  state.SetBytesProcessed(state.iterations() * sectors * cut.stride);
+  state.SetComplexityN(sectors);
   state.counters["allocations"] = static_cast<double>(allocations);
 }
 
 /// The limit: the same bytes in reads of 150 KB into one buffer.
 void ReadPlain(benchmark::State& state) {
   const ScratchFolder folder;
-  const std::string path = MakeFile(folder, 2352);
+  const std::string path = MakeFile(folder, kSectors, 2352);
   std::vector<char> buffer(std::size_t{150} * 1024);
   for ([[maybe_unused]] auto _ : state) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -62,11 +65,17 @@ void ReadPlain(benchmark::State& state) {
     }
     ::close(file);
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kSectors) * 2352);
+  state.SetBytesProcessed(state.iterations() * kSectors * 2352);
 }
 
 void ReadSizes(benchmark::internal::Benchmark* bench) {
-  bench->Arg(2048)->Arg(64 * 1024)->Arg(1024 * 1024)->Unit(benchmark::kMillisecond);
+  bench->ArgsProduct({{2048, 64 * 1024, 1024 * 1024}, {kSectors}})->Unit(benchmark::kMillisecond);
+}
+
+void TrackSizes(benchmark::internal::Benchmark* bench) {
+  bench->ArgsProduct({{64 * 1024}, {kSectors / 100, kSectors / 10, kSectors}})
+      ->Unit(benchmark::kMillisecond)
+      ->Complexity(benchmark::oN);
 }
 
 BENCHMARK(ReadPlain)->Unit(benchmark::kMillisecond);
@@ -74,5 +83,7 @@ BENCHMARK_CAPTURE(ReadStream, raw, Cut{ZSMODE_1, 2352, 0})->Apply(ReadSizes);
 BENCHMARK_CAPTURE(ReadStream, mode1_2352_to_2048, Cut{ZSMODE_1, 2352, 2048})->Apply(ReadSizes);
 BENCHMARK_CAPTURE(ReadStream, mode2_2352_to_2048, Cut{ZSMODE_2, 2352, 2048})->Apply(ReadSizes);
 BENCHMARK_CAPTURE(ReadStream, audio_2448_to_2352, Cut{ZSMODE_AUDIO, 2448, 2352})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, raw_by_track, Cut{ZSMODE_1, 2352, 0})->Apply(TrackSizes);
+BENCHMARK_CAPTURE(ReadStream, cooked_by_track, Cut{ZSMODE_1, 2352, 2048})->Apply(TrackSizes);
 
 } // namespace

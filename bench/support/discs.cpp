@@ -73,7 +73,9 @@ std::string MakeDisc(const ScratchFolder& folder, const std::string& extension, 
   const std::string name = std::to_string(sessions) + "x" + std::to_string(tracksOfSession);
   const std::string path = folder.Path(name + "." + extension);
   const DiscPlan plan = Plan(sessions, tracksOfSession);
-  if (extension == "nrg") {
+  if (extension == "iso") {
+    WriteBytes(path, DiscSectors({{{{ZSMODE_1, 300, 0, 2048}}}}));
+  } else if (extension == "nrg") {
     WriteBytes(path, NrgImage(plan));
   } else if (extension == "ccd") {
     WriteFile(path, CcdText(plan));

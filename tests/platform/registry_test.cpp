@@ -125,7 +125,6 @@ TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
   FaultyFiles failing([] { return EIO; }, 64);
   for (const bool andAfter : {false, true}) { // As if the process died, when all calls behind it fail as well.
     int states[2] = {};
-    int silent = 0;
     for (int failAt = 1; failAt == 1 || failing.points.Reached(); ++failAt) {
       folder.Write(kName, kText);
       failing.points.Start(failAt, andAfter);
@@ -135,14 +134,12 @@ TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
       const std::string text = folder.Read(kName);
       EXPECT_TRUE(text == changed || (text == kText && error != 0)) << failAt << '\n' << text;
       ++states[text == changed ? 1 : 0];
-      silent += failing.points.Reached() && error == 0 ? 1 : 0;
       EXPECT_TRUE(andAfter || !std::filesystem::exists(folder.Path(kName) + ".new")) << failAt;
       EXPECT_EQ(0U, Set("HKEY_CLASSES_ROOT\\New", "value")) << failAt; // What was left behind stops nobody.
       EXPECT_EQ(changed, folder.Read(kName));
     }
     EXPECT_GE(states[0], 10); // Each call up to the rename,
     EXPECT_GE(states[1], 3);  // and those behind it.
-    EXPECT_EQ(andAfter ? 3 : 5, silent) << "closing and unlocking alone may fail unseen";
   }
 }
 
