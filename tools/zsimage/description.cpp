@@ -9,15 +9,19 @@ namespace {
 
 constexpr UHYPER kLargestDescription = 256U << 20;
 
-void Write(const Host& host, ImageRecord* image, const std::string& path, const std::vector<BYTE>& packs) {
+/// @return what the system refused, ERROR_SUCCESS when nothing.
+DWORD Write(const Host& host, ImageRecord* image, const std::string& path, const std::vector<BYTE>& packs) {
   std::vector<BYTE> run(packs);
   auto* text = run.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(run.data());
+  SetLastError(ERROR_SUCCESS);
   const HRESULT result =
       host.Images().CreateTOCFile(Wide(path).get(), &image->Info(), nullptr, 0, text, static_cast<UINT>(run.size()));
+  const DWORD error = GetLastError();
   if (result == E_FAIL) {
-    throw WriteFailure(path, 0, 0);
+    throw WriteFailure(path, 0, 0, error);
   }
   Check(result, image->Path(), result == S_FALSE || result == ZSE_FAILED ? "the image has no session to describe" : "");
+  return error;
 }
 
 std::vector<BYTE> ReadIfThere(const std::string& path) {
@@ -69,9 +73,9 @@ void WriteDescription(const Host& host, ImageRecord* image, DescriptionKind kind
   image->Info().ZSImageFormat = kind == DescriptionKind::CueSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
   // What is in the file depends on its name and not on its folder.
   const ScratchFolder scratch;
-  const std::string copy = scratch.Path(path.substr(PathFindFileNameA(path)));
+  const std::string copy = scratch.Path(FileName(path));
+  const DWORD error = Write(host, image, path, packs); // First, so that a failure names the user's file.
   Write(host, image, copy, packs);
-  Write(host, image, path, packs);
   const std::vector<BYTE> wanted = ReadIfThere(copy);
   const std::vector<BYTE> found = ReadIfThere(path);
   if (!LooksWhole(wanted)) {
@@ -79,14 +83,13 @@ void WriteDescription(const Host& host, ImageRecord* image, DescriptionKind kind
                   E_FAIL);
   }
   if (found != wanted) {
-    throw WriteFailure(path, found.size(), wanted.size());
+    throw WriteFailure(path, found.size(), wanted.size(), error);
   }
 }
 
 std::string DataFileOf(const Host& host, const ImageRecord& image, DescriptionKind kind, const std::string& path) {
   if (kind == DescriptionKind::TocFile) { // The writer left the name in the record.
-    const std::string named = image.DataFile();
-    return Beside(path, named.substr(PathFindFileNameA(named)));
+    return Beside(path, FileName(image.DataFile()));
   }
   BSTR named = nullptr;
   Check(host.Sheets().GetBinaryFile(Wide(path).get(), &named), path);
@@ -94,7 +97,7 @@ std::string DataFileOf(const Host& host, const ImageRecord& image, DescriptionKi
 }
 
 std::string CompanionOf(const std::string& path) {
-  std::string name = path.substr(PathFindFileNameA(path));
+  std::string name = FileName(path);
   CharUpperA(&name);
   PathRenameExtensionA(&name, ".CDT");
   return Beside(path, name);

@@ -6,8 +6,8 @@
 #include "disc/msf.h"
 #include "disc_layout.h"
 #include "disc_words.h"
+#include "files.h"
 #include "markup.h"
-#include "platform/paths.h"
 
 namespace {
 
@@ -100,7 +100,7 @@ private:
 
   std::string Name() const {
     const std::string title = m_info.nSessions == 0 ? "" : TerminalText(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrTitle);
-    return title.empty() ? TerminalText(m_image.Path().substr(PathFindFileNameA(m_image.Path()))) : title;
+    return title.empty() ? TerminalText(FileName(m_image.Path())) : title;
   }
 
   std::string ClassOfStretch(const DiscStretch& stretch) const {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "failure.h"
+#include "files.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/text.h"
@@ -19,8 +20,6 @@ std::string UpperExtension(const std::string& path) {
   CharUpperA(&extension);
   return extension;
 }
-
-std::string NameOf(const std::string& path) { return TerminalText(path.substr(PathFindFileNameA(path))); }
 
 std::string ExplainClosed(const std::string& path) {
   std::string resolved;
@@ -45,11 +44,11 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
     BSTR named = nullptr;
     host.Sheets().GetBinaryFile(Wide(path).get(), &named);
     const UniqueBstr owned(named);
-    return "the sheet names " + NameOf(Narrow(named)) +
+    return "the sheet names " + TerminalText(FileName(Narrow(named))) +
            "; no such file beside it, in any case; put it there, or correct the FILE line";
   }
   if (extension == ".MDS") {
-    std::string data = path.substr(PathFindFileNameA(path));
+    std::string data = FileName(path);
     PathRenameExtensionA(&data, ".MDF");
     return "the description has its sectors in " + TerminalText(data) +
            ", and there is no such file beside it, or the description ends too early";

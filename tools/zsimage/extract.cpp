@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <filesystem>
-#include <optional>
 
 #include "commands.h"
 #include "failure.h"
@@ -37,18 +36,20 @@ SectorRun RunOfTrack(const ImageRecord& image, const TrackPlace& place, unsigned
 
 /// Compares what was asked for with what became of it, because the component reports neither a failed write nor a
 /// short image.
-void JudgeResult(const std::string& dataFile, const Extraction& work, const Transfer& transfer) {
+/// @param error What the system last refused, by GetLastError.
+void JudgeResult(const std::string& dataFile, const Extraction& work, const Transfer& transfer, DWORD error) {
   if (transfer.IsCancelled()) {
     RemoveFile(work.target);
     ThrowCancelled(work.target);
   }
   const UHYPER wanted = work.run.Bytes();
-  if (!transfer.HasBegun() || RefusesData(work.target)) {
-    throw WriteFailure(work.target, 0, wanted);
+  if (!transfer.HasBegun()) {
+    throw WriteFailure(work.target, 0, wanted, error);
   }
-  const std::optional<UHYPER> written = FileSize(work.target);
-  if (written && *written < transfer.Done()) {
-    const Failure failure = WriteFailure(work.target, *written, wanted);
+  // The size of a device shows nothing.
+  const UHYPER written = FileSize(work.target).value_or(error == ERROR_SUCCESS ? wanted : 0);
+  if (written < transfer.Done()) {
+    const Failure failure = WriteFailure(work.target, written, wanted, error);
     RemoveFile(work.target);
     throw failure;
   }
@@ -68,8 +69,9 @@ void Extract(const Host& host, const std::string& dataFile, const Extraction& wo
   }
   Transfer transfer(Format("track %u", work.track), work.run.Bytes());
   const ComPtr<IStream> stream = OpenRun(host, dataFile, work.run, &transfer);
+  SetLastError(ERROR_SUCCESS);
   Check(host.Sheets().ExtractStreamToFile(stream.Get(), Wide(work.target).get()), work.target);
-  JudgeResult(dataFile, work, transfer);
+  JudgeResult(dataFile, work, transfer, GetLastError());
 }
 
 void ExtractToStandardOutput(const Host& host, const std::string& dataFile, const Extraction& work) {

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "platform/paths.h"
@@ -16,8 +17,6 @@
 #include "terminal_text.h"
 
 namespace {
-
-constexpr UHYPER kNearlyNothing = 65536; // Below this many free bytes a disk counts as full.
 
 std::optional<struct stat> StatusOf(const std::string& path) {
   std::string resolved;
@@ -31,16 +30,6 @@ std::optional<struct stat> StatusOf(const std::string& path) {
 std::string FolderOf(const std::string& path) {
   const std::string folder = path.substr(0, PathFindFileNameA(path));
   return folder.empty() ? "." : folder;
-}
-
-bool IsDiskFull(const std::string& path) {
-  std::string folder;
-  std::error_code error;
-  if (!ResolveFilePath(FolderOf(path), &folder)) {
-    return false;
-  }
-  const auto space = std::filesystem::space(folder, error);
-  return !error && space.available < kNearlyNothing;
 }
 
 void CheckSize(const std::string& name, UHYPER size, UHYPER limit) {
@@ -91,7 +80,8 @@ bool SameFile(const std::string& left, const std::string& right) {
 
 void RemoveFile(const std::string& path) {
   std::string resolved;
-  if (FileSize(path) && ResolveFilePath(path, &resolved)) {
+  const auto status = StatusOf(path);
+  if (status && S_ISREG(status->st_mode) && ResolveFilePath(path, &resolved)) {
     std::error_code ignored;
     std::filesystem::remove(resolved, ignored);
   }
@@ -102,8 +92,15 @@ void WriteStandardOutput(const BYTE* data, std::size_t size) {
     throw Failure("standard output", "a terminal cannot show these bytes; send them to a file or a pipe", E_INVALIDARG);
   }
   if (std::fwrite(data, 1, size, stdout) != size) {
-    throw Failure("standard output", "not all of the output could be written", E_FAIL);
+    throw OutputFailure(errno);
   }
+}
+
+Failure OutputFailure(int error) {
+  return Failure("standard output",
+                 std::string("not all of the output could be written") +
+                     (error == 0 ? "" : std::string(": ") + std::strerror(error)),
+                 error == ENOSPC ? HRESULT_FROM_WIN32(ERROR_DISK_FULL) : E_FAIL);
 }
 
 std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
@@ -134,43 +131,36 @@ std::string Beside(const std::string& path, std::string_view name) {
   return path.substr(0, PathFindFileNameA(path)).append(name);
 }
 
-Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted) {
+std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
+
+Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWORD error) {
   const auto folder = StatusOf(FolderOf(path));
   const auto target = StatusOf(path);
-  std::string resolved;
+  if (error == ERROR_FILENAME_EXCED_RANGE) { // Nothing of such a name can be looked at.
+    return Failure(path, "the name is too long; give a shorter one", HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
+  }
   if (!folder || !S_ISDIR(folder->st_mode)) {
     return Failure(path, "the folder that it should go into does not exist", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
   }
-  if (target && S_ISDIR(target->st_mode)) {
+  if (target ? S_ISDIR(target->st_mode) : path.find_last_of(kPathSeparators) + 1 == path.size()) {
     return Failure(path, "this is a folder; give the name of a file", HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
-  if (IsDiskFull(path) || RefusesData(path)) {
-    return Failure(path,
-                   "the disk is full: " + ReadableSize(written) + " of " + ReadableSize(wanted) + " could be written",
-                   HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+  if (target && (S_ISFIFO(target->st_mode) || S_ISSOCK(target->st_mode))) {
+    return Failure(path, "this is neither a file nor a device; - writes to standard output, which may be a pipe",
+                   HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
-  if (!ResolveFilePath(target ? path : FolderOf(path), &resolved) || access(resolved.c_str(), W_OK) != 0) {
+  if (!target && error == ERROR_FILE_NOT_FOUND) { // The folder is there, so only a link can lead elsewhere.
+    return Failure(path, "this is a link to a place that does not exist", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
+  }
+  if (error == ERROR_ACCESS_DENIED) {
     return Failure(path, target ? "the file may not be written" : "no file may be made in this folder",
                    HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
+  const HRESULT code = error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
   return Failure(path,
-                 "only " + ReadableSize(written) + " of " + ReadableSize(wanted) +
-                     " could be written; look at the free space, the quota and the file's permissions",
-                 E_FAIL);
-}
-
-bool RefusesData(const std::string& path) {
-  const auto status = StatusOf(path);
-  std::string resolved;
-  if (!status || !S_ISCHR(status->st_mode) || !ResolveFilePath(path, &resolved)) {
-    return false;
-  }
-  const int descriptor = open(resolved.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-  const bool refuses = descriptor == -1 || (write(descriptor, "", 0) == -1 && errno == ENOSPC);
-  if (descriptor != -1) {
-    close(descriptor);
-  }
-  return refuses;
+                 std::string(CodeWords(code)) + ": " + ReadableSize(written) + " of " + ReadableSize(wanted) +
+                     " could be written",
+                 code);
 }
 
 OutputFile::OutputFile(const std::string& path, UHYPER size)
@@ -181,7 +171,7 @@ OutputFile::OutputFile(const std::string& path, UHYPER size)
   m_file.Reset(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
   if (!m_file) {
     m_keep = true; // Nothing of ours is there.
-    throw WriteFailure(path, 0, size);
+    throw WriteFailure(path, 0, size, GetLastError());
   }
 }
 
@@ -201,12 +191,7 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   const bool whole = WriteFile(m_file.Get(), data, static_cast<DWORD>(size), &done);
   m_written += done;
   if (!whole) {
-    if (GetLastError() == ERROR_DISK_FULL) {
-      throw Failure(
-          m_path, "the disk is full: " + ReadableSize(m_written) + " of " + ReadableSize(m_size) + " could be written",
-          HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-    }
-    throw WriteFailure(m_path, m_written, m_size);
+    throw WriteFailure(m_path, m_written, m_size, GetLastError());
   }
 }
 

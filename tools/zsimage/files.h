@@ -25,7 +25,7 @@ std::optional<UHYPER> FileSize(const std::string& path);
 /// Whether both paths name one existing file.
 bool SameFile(const std::string& left, const std::string& right);
 
-/// Removes a regular file. Devices stay.
+/// Removes a regular file. Devices of all kinds stay.
 void RemoveFile(const std::string& path);
 
 /// Whether a path stands for standard output or standard input.
@@ -40,13 +40,17 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
 /// Another name in the folder of a path.
 std::string Beside(const std::string& path, std::string_view name);
 
+/// The name behind the folder of a path.
+std::string FileName(const std::string& path);
+
 /// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is
 /// now, so a partial file must still be there.
 /// @param written Bytes that are in the file. @param wanted Bytes that should be.
-Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted);
+/// @param error What GetLastError gave at the open or write that failed; ERROR_SUCCESS when nothing told.
+Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWORD error);
 
-/// Whether a path leads to a device that takes no data, which no size would show.
-bool RefusesData(const std::string& path);
+/// Why standard output took not all. @param error errno at the write that failed, 0 when it is not known any more.
+Failure OutputFailure(int error);
 
 /// A file that the tool writes, or standard output for "-". A file goes away again unless it is kept.
 class OutputFile {

@@ -1,20 +1,23 @@
 /// @file
 /// zsimage: shows, checks, converts and takes apart disc images.
 
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 
 #include "command_line.h"
 #include "failure.h"
+#include "files.h"
 
 namespace {
 
-/// What a full disk or a closed pipe took away shows when the buffer goes out.
+/// What a full disk or a closed pipe took away shows when the buffer goes out, or did at an earlier write.
 int FinishOutput(int status) {
-  if ((std::fflush(stdout) == 0 && std::ferror(stdout) == 0) || status != 0) {
+  const int error = std::fflush(stdout) == 0 ? 0 : errno;
+  if ((error == 0 && std::ferror(stdout) == 0) || status != 0) {
     return status;
   }
-  return Failure("standard output", "not all of the output could be written", E_FAIL).Report();
+  return OutputFailure(error).Report();
 }
 
 } // namespace
