@@ -178,7 +178,7 @@ TEST_F(TransferTool, DecodesAndEncodesText) {
   EXPECT_NE(std::string::npos, Run("cdtext decode - --tracks 2 < packs.raw").find("2  TWO"));
   Run("cdtext encode disc.cue -o sub --subchannel");
   EXPECT_EQ(0U, folder.Read("sub").size() % 96);
-  EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}}),
+  EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}, {"words", "gone.cdt: no such file"}}),
             json::parse(RunTool(folder, "cdtext decode gone.cdt --tracks 2 --json").out));
 }
 

@@ -20,13 +20,13 @@ void Decode(const Host& host, const std::string& path, ZSCUESHEET* sheet) {
 int RunDecode(const DecodeOptions& options) {
   const Host host;
   const SheetRecord record(host, options.tracks);
-  Decode(host, options.path, &record.Sheet());
+  Decode(host, options.packs, &record.Sheet());
   if (options.json) {
     PrintJson(SheetToJson(record.Sheet()));
   } else if (record.Sheet().ZSCDTEXT.CDTextPresent != VARIANT_TRUE) {
-    std::printf("%s holds no CD-Text packs.\n", TerminalText(options.path).c_str());
+    std::printf("%s holds no CD-Text packs.\n", TerminalText(options.packs).c_str());
   } else {
-    std::printf("%s", RenderSheet(record.Sheet()).c_str());
+    Print(RenderSheet(record.Sheet()));
   }
   return 0;
 }

@@ -1,17 +1,10 @@
-#include <algorithm>
-#include <cstdio>
-
 #include "commands.h"
 #include "disc_check.h"
-#include "failure.h"
+#include "files.h"
 #include "record_json.h"
 #include "text_table.h"
 
 namespace {
-
-bool HasFault(const Findings& findings) {
-  return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; });
-}
 
 Json FindingsToJson(const Findings& findings) {
   Json list = Json::array();
@@ -29,7 +22,7 @@ Json ReportToJson(const std::string& path, const DiscReport& report) {
                       {"mode", track.mode},
                       {"sectors", track.sectors},
                       {"looked", track.looked},
-                      {"good", !HasFault(track.findings)},
+                      {"good", FaultsIn(track.findings) == 0},
                       {"findings", FindingsToJson(track.findings)}});
   }
   return {{"image", TerminalText(path)},
@@ -80,7 +73,7 @@ std::string RenderReport(const std::string& path, const DiscReport& report) {
   AddFindings("disc", report.findings, &findings);
   for (const TrackReport& track : report.tracks) {
     table.AddRow({Format("%u", track.session), Format("%u", track.number), track.mode, Format("%u", track.sectors),
-                  track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(!HasFault(track.findings))});
+                  track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(FaultsIn(track.findings) == 0)});
     AddFindings(Format("session %u, track %u", track.session, track.number), track.findings, &findings);
   }
   const std::size_t faults = report.Faults();
@@ -97,7 +90,8 @@ int CheckImage(const Host& host, const std::string& path, const CheckOptions& op
   if (options.json) {
     PrintJson(ReportToJson(path, report), options.paths.size() > 1);
   } else {
-    std::printf("%s%s", &path == &options.paths.front() ? "" : "\n", RenderReport(path, report).c_str());
+    Print(&path == &options.paths.front() ? "" : "\n");
+    Print(RenderReport(path, report));
   }
   return report.Faults() == 0 ? 0 : kExitFailure;
 }
@@ -106,16 +100,6 @@ int CheckImage(const Host& host, const std::string& path, const CheckOptions& op
 
 int RunCheck(const CheckOptions& options) {
   const Host host;
-  int status = 0;
-  for (const std::string& path : options.paths) {
-    try {
-      status = std::max(status, CheckImage(host, path, options));
-    } catch (const Failure& failure) {
-      if (failure.Code() == kCancelled) {
-        throw;
-      }
-      status = ReportOne(failure, options.json, options.paths.size() > 1);
-    }
-  }
-  return status;
+  return ForEachImage(options.paths, options.json,
+                      [&](const std::string& path) { return CheckImage(host, path, options); });
 }

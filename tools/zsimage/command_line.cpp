@@ -15,14 +15,18 @@ template <class Options> int RunCommand(int (*command)(const Options&), const Op
   if constexpr (requires { options.json; }) {
     json = options.json;
   }
+  std::string image;
+  if constexpr (requires { options.path; }) {
+    image = options.path;
+  }
   try {
     return command(options);
   } catch (const Failure& failure) {
-    return ReportOne(failure, json, false);
+    return ReportOne(failure, image, json, false);
   } catch (const std::bad_alloc&) {
-    return ReportOne(Failure("", CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), json, false);
+    return ReportOne(Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), image, json, false);
   } catch (const std::exception& error) {
-    return ReportOne(Failure("", std::string("unexpected: ") + error.what(), E_UNEXPECTED), json, false);
+    return ReportOne(Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED), image, json, false);
   }
 }
 
@@ -238,7 +242,7 @@ void CommandLine::AddConvert() {
 
 void CommandLine::AddDecode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "decode", "Show the text in a file of packs");
-  command.add_option("FILE", m_decode.path, "File of packs of 18 bytes, such as a .cdt file; - for standard input")
+  command.add_option("FILE", m_decode.packs, "File of packs of 18 bytes, such as a .cdt file; - for standard input")
       ->required();
   command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc")
       ->type_name("N")

@@ -53,7 +53,7 @@ struct ConvertOptions {
 int RunConvert(const ConvertOptions& options);
 
 struct DecodeOptions {
-  std::string path; ///< "-" for standard input.
+  std::string packs; ///< File of raw CD-Text packs, "-" for standard input.
   unsigned tracks = 0;
   bool json = false;
 };

@@ -261,17 +261,12 @@ private:
   UINT m_lastSize = 0;
 };
 
-std::size_t FaultsOf(const Findings& findings) {
-  return static_cast<std::size_t>(
-      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }));
-}
-
 } // namespace
 
 std::size_t DiscReport::Faults() const {
-  std::size_t faults = FaultsOf(findings);
+  std::size_t faults = FaultsIn(findings);
   for (const TrackReport& track : tracks) {
-    faults += FaultsOf(track.findings);
+    faults += FaultsIn(track.findings);
   }
   return faults;
 }

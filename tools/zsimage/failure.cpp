@@ -71,10 +71,11 @@ const KnownCode* FindCode(HRESULT code) {
 
 } // namespace
 
-Failure::Failure(std::string_view file, std::string_view words, HRESULT code) : m_code(code) {
+Failure::Failure(std::string_view file, std::string_view words, HRESULT code)
+    : m_file(file), m_words(words), m_code(code) {
   const std::string name = CodeName(code);
   const std::string number = CodeNumber(code);
-  m_message = (file.empty() ? std::string() : TerminalText(file) + ": ") + std::string(words) + " (" + name +
+  m_message = (file.empty() ? std::string() : TerminalText(file) + ": ") + m_words + " (" + name +
               (name == number ? "" : ", " + number) + ")";
 }
 

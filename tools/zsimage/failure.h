@@ -21,6 +21,8 @@ class Failure : public std::exception {
 public:
   Failure(std::string_view file, std::string_view words, HRESULT code);
 
+  const std::string& File() const noexcept { return m_file; }
+  const std::string& Words() const noexcept { return m_words; }
   HRESULT Code() const noexcept { return m_code; }
   /// Prints the message on standard error. @return the exit status.
   int Report() const;
@@ -28,6 +30,8 @@ public:
   const char* what() const noexcept override { return m_message.c_str(); }
 
 private:
+  std::string m_file;
+  std::string m_words;
   std::string m_message;
   HRESULT m_code;
 };

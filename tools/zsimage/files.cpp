@@ -91,7 +91,11 @@ void WriteStandardOutput(const BYTE* data, std::size_t size) {
   if (isatty(STDOUT_FILENO) != 0) {
     throw Failure("standard output", "a terminal cannot show these bytes; send them to a file or a pipe", E_INVALIDARG);
   }
-  if (std::fwrite(data, 1, size, stdout) != size) {
+  Print({reinterpret_cast<const char*>(data), size});
+}
+
+void Print(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
     throw OutputFailure(errno);
   }
 }

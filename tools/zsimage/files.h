@@ -31,7 +31,10 @@ void RemoveFile(const std::string& path);
 /// Whether a path stands for standard output or standard input.
 inline bool IsStandardStream(std::string_view path) { return path == "-"; }
 
-/// Writes to standard output. @throws Failure when not all of it goes out, and when a terminal would show it.
+/// Prints text on standard output. @throws Failure when not all of it goes out.
+void Print(std::string_view text);
+
+/// Writes bytes to standard output. @throws Failure when not all of it goes out, and when a terminal would show it.
 void WriteStandardOutput(const BYTE* data, std::size_t size);
 
 /// The whole file, or standard input for "-". @throws Failure when it cannot be read or is larger than `limit`.

@@ -2,6 +2,7 @@
 /// What a check found, and where.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,12 @@ struct Finding {
   std::string words;
 };
 using Findings = std::vector<Finding>;
+
+/// Number of faults among them.
+inline std::size_t FaultsIn(const Findings& findings) {
+  return static_cast<std::size_t>(
+      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }));
+}
 
 /// Recording code of a track (ISO 3901): country, owner, year and number, 12 characters. Empty text is none.
 void CheckIsrc(std::string_view isrc, Findings* findings);

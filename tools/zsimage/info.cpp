@@ -1,6 +1,5 @@
-#include <cstdio>
-
 #include "commands.h"
+#include "files.h"
 #include "record_json.h"
 #include "record_table.h"
 
@@ -11,22 +10,17 @@ void ShowImage(const Host& host, const std::string& path, const InfoOptions& opt
   if (options.json) {
     PrintJson(ImageToJson(image.Info()), options.paths.size() > 1);
   } else {
-    std::printf("%s%s", &path == &options.paths.front() ? "" : "\n", RenderImage(image).c_str());
+    Print(&path == &options.paths.front() ? "" : "\n");
+    Print(RenderImage(image));
   }
 }
 
 } // namespace
 
-/// Images that cannot be read keep nobody from seeing the others.
 int RunInfo(const InfoOptions& options) {
   const Host host;
-  int status = 0;
-  for (const std::string& path : options.paths) {
-    try {
-      ShowImage(host, path, options);
-    } catch (const Failure& failure) {
-      status = ReportOne(failure, options.json, options.paths.size() > 1);
-    }
-  }
-  return status;
+  return ForEachImage(options.paths, options.json, [&](const std::string& path) {
+    ShowImage(host, path, options);
+    return 0;
+  });
 }

@@ -31,7 +31,7 @@ int RunMap(const MapOptions& options) {
   const std::string picture = DrawDisc(image);
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardStream(options.output)) {
-    std::printf("%s", content.c_str()); // Text, which a terminal may show.
+    Print(content); // Text, which a terminal may show.
     return 0;
   }
   OutputFile file(options.output, content.size());

@@ -1,10 +1,13 @@
 #include "record_json.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <string>
+#include <new>
 
+#include "files.h"
 #include "platform/bstr.h"
 #include "platform/text.h"
+#include "terminal_text.h"
 
 namespace {
 
@@ -135,17 +138,41 @@ Json ImageToJson(const zsimagefileinfo& info) {
           {"lReserved", Number(info.lReserved)}};
 }
 
-Json FailureToJson(HRESULT code) { return {{"result", CodeName(code)}, {"code", CodeNumber(code)}}; }
+Json FailureToJson(const Failure& failure, const std::string& image) {
+  Json json = Json::object();
+  if (!image.empty()) {
+    json["image"] = TerminalText(image);
+  }
+  json["result"] = CodeName(failure.Code());
+  json["code"] = CodeNumber(failure.Code());
+  json["words"] =
+      (failure.File() == image || failure.File().empty() ? "" : TerminalText(failure.File()) + ": ") + failure.Words();
+  return json;
+}
 
-int ReportOne(const Failure& failure, bool json, bool isLine) {
-  if (json) {
-    PrintJson(FailureToJson(failure.Code()), isLine);
+int ForEachImage(const std::vector<std::string>& paths, bool json, const std::function<int(const std::string&)>& work) {
+  int status = 0;
+  for (const std::string& path : paths) {
+    try {
+      status = std::max(status, work(path));
+    } catch (const Failure& failure) {
+      if (failure.Code() == kCancelled || std::ferror(stdout) != 0) {
+        throw;
+      }
+      status = ReportOne(failure, path, json, paths.size() > 1);
+    } catch (const std::bad_alloc&) {
+      status = ReportOne(Failure(path, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), path, json, paths.size() > 1);
+    }
+  }
+  return status;
+}
+
+int ReportOne(const Failure& failure, const std::string& image, bool json, bool isLine) {
+  if (json && std::ferror(stdout) == 0) {
+    PrintJson(FailureToJson(failure, image), isLine);
   }
   std::fflush(stdout); // On a terminal the message stands where the page would have.
   return failure.Report();
 }
 
-void PrintJson(const Json& json, bool isLine) {
-  const std::string text = json.dump(isLine ? -1 : 2);
-  std::printf("%s\n", text.c_str());
-}
+void PrintJson(const Json& json, bool isLine) { Print(json.dump(isLine ? -1 : 2) + "\n"); }

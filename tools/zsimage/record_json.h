@@ -4,7 +4,10 @@
 /// Strings are strings or null, enumerations and integers numbers, truth values true or false. All text is UTF-8.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "disc/records.h"
 #include "failure.h"
@@ -17,11 +20,17 @@ Json ImageToJson(const zsimagefileinfo& info);
 /// One session. `pZSTracks` is the array of its `nTracks` tracks.
 Json SheetToJson(const ZSCUESHEET& sheet);
 
-/// What `--json` prints for a failure: {"result": "ZSE_BADIMAGE", "code": "0x809F001B"}.
-Json FailureToJson(HRESULT code);
+/// What `--json` prints for a failure: {"image": "disc.nrg", "result": "ZSE_BADIMAGE", "code": "0x809F001B",
+/// "words": "..."}. The words name the file that is at fault where it is another than the image.
+/// @param image Path as it was given; empty, and then left out, for a command that reads none.
+Json FailureToJson(const Failure& failure, const std::string& image);
 
-/// Reports the failure of one of several images. @return the exit status.
-int ReportOne(const Failure& failure, bool json, bool isLine);
+/// Reports the failure of one image. @return the exit status.
+int ReportOne(const Failure& failure, const std::string& image, bool json, bool isLine);
+
+/// Works on image after image and reports those that fail, which keeps nobody from the others.
+/// @return the highest exit status. @throws Failure when the user cancels, or nothing more can be printed.
+int ForEachImage(const std::vector<std::string>& paths, bool json, const std::function<int(const std::string&)>& work);
 
 /// Prints one value on standard output, with a line end behind it.
 /// @param isLine Whether the value must stand in one line.
