@@ -92,18 +92,29 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.zsi"));
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_directory(folder.Path("folder.zsi"));
+  std::filesystem::create_symlink("no/x", folder.Path("link"));
+  folder.Write("disc.cdt", "");
+  folder.Write("lone.ccd", "[Disc]\nSessions=1\n[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n");
   folder.Write("short.mds", MdsOf(audio).Build());
   folder.Write("short.mdf", std::string(55 * 2352 + 100, 'x'));
   folder.Write("shorter.mds", MdsOf(audio).Build());
   folder.WriteSparse("shorter.mdf", 45 * 2352);
   folder.WriteSparse("silent.iso", 2048);
   folder.Write("mixed.nrg", NrgImage({{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15}}}}));
-  const std::tuple<const char*, const char*, const char*> kCases[] = {
+  const std::tuple<std::string, const char*, const char*> kCases[] = {
+      {"convert disc.cue " + std::string(256, 'n') + ".cue", "ERROR_FILENAME_EXCED_RANGE", "zsimage: nnn"},
       {"extract disc.cue --track 3 -o x", "E_INVALIDARG", "no track 3 in session 1"},
       {"extract disc.cue --session 2 --track 1 -o x", "E_INVALIDARG", "no session 2"},
       {"extract disc.cue --track 1 -o /dev/full", "ERROR_DISK_FULL", "the disk is full"},
       {"extract disc.cue --track 1 -o no/x", "ERROR_PATH_NOT_FOUND", "folder"},
-      {"extract disc.cue --track 1 -o disc.bin", "E_INVALIDARG", "own data file"},
+      {"extract disc.cue --track 1 -o disc.bin", "E_INVALIDARG", "belongs to the image"},
+      {"extract disc.cue --track 1 -o DISC.CUE", "E_INVALIDARG", "belongs to the image"},
+      {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
+      {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
+      {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
+      {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "link to a place"},
+      {"extract disc.cue --track 1 -o new/", "ERROR_ACCESS_DENIED", "this is a folder"},
+      {"info disc.cue > /dev/full", "ERROR_DISK_FULL", "No space left on device"},
       {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "hold no block of 2340 bytes"},
       {"extract shorter.mds --track 2 -o x", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
       {"extract short.mds --all all", "ERROR_HANDLE_EOF", "25 of its 30 sectors are missing; the part that is there"},

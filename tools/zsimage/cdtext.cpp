@@ -36,9 +36,7 @@ int RunEncode(const EncodeOptions& options) {
   const ImageRecord image(host, options.path);
   const EncodedText text(host, image.Session(1), options.subChannel);
   Check(text.Result(), options.path, text.Result() == S_FALSE ? "the first session has no text to encode" : "");
-  if (SameFile(options.output, options.path) || SameFile(options.output, image.DataFile())) {
-    throw Failure(options.output, "this file belongs to the image; give another name", E_INVALIDARG);
-  }
+  image.RefuseOwnFiles(options.output);
   OutputFile file(options.output, text.Size());
   file.Write(text.Data(), text.Size());
   file.Keep();

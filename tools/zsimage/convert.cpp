@@ -8,12 +8,6 @@
 
 namespace {
 
-void RefuseOwnFiles(const ImageRecord& image, const std::string& output) {
-  if (SameFile(output, image.Path()) || SameFile(output, image.DataFile())) {
-    throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);
-  }
-}
-
 /// The packs that go with the description: those of a file as they are, or the image's own text.
 std::vector<BYTE> CollectPacks(const Host& host, const ImageRecord& image, const ConvertOptions& options) {
   if (options.noText || image.Info().nSessions == 0) {
@@ -98,7 +92,10 @@ int RunConvert(const ConvertOptions& options) {
   const DescriptionKind kind = KindOfDescription(options.output);
   ImageRecord image(host, options.path);
   const std::string source = image.DataFile();
-  RefuseOwnFiles(image, options.output);
+  image.RefuseOwnFiles(options.output);
+  if (options.withData) {
+    image.RequireDataFile();
+  }
   const std::vector<BYTE> packs = CollectPacks(host, image, options);
   const unsigned sessions =
       kind == DescriptionKind::CueSheet && image.Info().nSessions > 1 ? 1 : image.Info().nSessions;

@@ -89,7 +89,6 @@ public:
       : m_host(host), m_image(image), m_info(image.Info()), m_dataFile(image.DataFile()), m_full(full) {}
 
   DiscReport Run() {
-    CheckDataFile();
     PlanTracks();
     Transfer transfer("checking", m_bytes);
     for (const Work& work : m_work) {
@@ -107,13 +106,6 @@ private:
     ZSTRACK track;      ///< Owned by the image.
     SectorRun whole;
   };
-
-  void CheckDataFile() {
-    if (!FileSize(m_dataFile)) {
-      m_report.findings.push_back(
-          {"data-file", true, "there is no data file " + TerminalText(m_dataFile) + "; put it there"});
-    }
-  }
 
   void PlanTracks() {
     const ZSTRACK* before = nullptr;
@@ -244,8 +236,13 @@ private:
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
     std::string companion = m_image.Path();
     PathRenameExtensionA(&companion, ".CDT");
-    if (FileSize(companion).value_or(0) != 0) {
+    if (m_info.ZSImageFormat != ZSIMAGEFORMAT_CUE || FileSize(companion).value_or(0) == 0) {
+      return;
+    }
+    try {
       CheckPacks(ReadWholeFile(companion, kLargestPackFile), &m_report.findings);
+    } catch (const Failure& failure) {
+      m_report.findings.push_back({"cdtext", true, failure.what()});
     }
   }
 
@@ -271,4 +268,7 @@ std::size_t DiscReport::Faults() const {
   return faults;
 }
 
-DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full) { return Checker(host, image, full).Run(); }
+DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full) {
+  image.RequireDataFile();
+  return Checker(host, image, full).Run();
+}

@@ -25,5 +25,5 @@ struct DiscReport {
 };
 
 /// Checks an image. @param full Whether every sector is looked at, or a sample of each track.
-/// @throws Failure when the user cancels it or the data file cannot be read.
+/// @throws Failure when the user cancels it, or the data file is not there or cannot be read.
 DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full);

@@ -63,10 +63,9 @@ void JudgeResult(const std::string& dataFile, const Extraction& work, const Tran
   }
 }
 
-void Extract(const Host& host, const std::string& dataFile, const Extraction& work) {
-  if (SameFile(work.target, dataFile)) {
-    throw Failure(work.target, "this is the image's own data file; give another name", E_INVALIDARG);
-  }
+void Extract(const Host& host, const ImageRecord& image, const Extraction& work) {
+  const std::string dataFile = image.DataFile();
+  image.RefuseOwnFiles(work.target);
   Transfer transfer(Format("track %u", work.track), work.run.Bytes());
   const ComPtr<IStream> stream = OpenRun(host, dataFile, work.run, &transfer);
   SetLastError(ERROR_SUCCESS);
@@ -104,7 +103,7 @@ int ExtractOne(const Host& host, const ImageRecord& image, const ExtractOptions&
   if (IsStandardStream(work.target)) {
     ExtractToStandardOutput(host, image.DataFile(), work);
   } else {
-    Extract(host, image.DataFile(), work);
+    Extract(host, image, work);
     Announce(work);
   }
   return 0;
@@ -130,7 +129,7 @@ int ExtractAll(const Host& host, const ImageRecord& image, const ExtractOptions&
       try {
         const Extraction work{session, track, RunOfTrack(image, places[track - 1], session, track, options.blockSize),
                               options.folder + Format("/session-%u-track-%02u.bin", session, track)};
-        Extract(host, image.DataFile(), work);
+        Extract(host, image, work);
         Announce(work);
       } catch (const Failure& failure) {
         if (EndsAll(failure.Code())) {
@@ -148,5 +147,6 @@ int ExtractAll(const Host& host, const ImageRecord& image, const ExtractOptions&
 int RunExtract(const ExtractOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path);
+  image.RequireDataFile();
   return options.folder.empty() ? ExtractOne(host, image, options) : ExtractAll(host, image, options);
 }

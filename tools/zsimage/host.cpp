@@ -2,7 +2,9 @@
 
 #include "explain.h"
 #include "failure.h"
+#include "files.h"
 #include "platform/class_objects.h"
+#include "platform/paths.h"
 
 namespace {
 
@@ -29,6 +31,39 @@ ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(h
   const HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
   if (result != S_OK) {
     throw Failure(path, ExplainOpenFailure(host, path, result), result);
+  }
+}
+
+bool ImageRecord::IsItsOwnDataFile() const {
+  const bool hasOther = m_info.ZSImageFormat != ZSIMAGEFORMAT_ISO && m_info.ZSImageFormat != ZSIMAGEFORMAT_NRG;
+  return hasOther && SameFile(DataFile(), m_path);
+}
+
+void ImageRecord::RequireDataFile() const {
+  std::string expected = DataFile();
+  if (!IsItsOwnDataFile() && FileSize(expected)) {
+    return;
+  }
+  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
+    expected = m_path;
+    PathRenameExtensionA(&expected, ".img");
+  }
+  throw Failure(expected,
+                SameFile(expected, m_path) ? "the description names no data file but itself, which holds no sectors"
+                                           : "there is no such data file; put it there",
+                ZSE_FILENOTFOUND);
+}
+
+void ImageRecord::RefuseOwnFiles(const std::string& output) const {
+  std::string text = m_path;
+  std::string subChannel = m_path;
+  PathRenameExtensionA(&text, ".CDT");
+  PathRenameExtensionA(&subChannel, ".SUB");
+  const bool isSheet = m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
+  const bool hasSubChannel = isSheet || m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD;
+  if (SameFile(output, m_path) || SameFile(output, DataFile()) || (isSheet && SameFile(output, text)) ||
+      (hasSubChannel && SameFile(output, subChannel))) {
+    throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);
   }
 }
 

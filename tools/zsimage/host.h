@@ -39,6 +39,16 @@ public:
   /// The sector file as the record spells it, narrow text.
   std::string DataFile() const { return Narrow(m_info.bstrImageBinaryFile); }
 
+  /// Whether a description that keeps its sectors elsewhere has itself as sector file, as those have whose other file
+  /// is not there.
+  bool IsItsOwnDataFile() const;
+
+  /// @throws Failure that names the file looked for when there is no sector file.
+  void RequireDataFile() const;
+
+  /// @throws Failure when `output` is the description, its sector file or one of the companions that are read with it.
+  void RefuseOwnFiles(const std::string& output) const;
+
   /// The session with a number from 1. @throws Failure when the image lacks it.
   ZSCUESHEET& Session(unsigned number) const;
 

@@ -25,9 +25,7 @@ int RunMap(const MapOptions& options) {
   }
   const Host host;
   const ImageRecord image(host, options.path);
-  if (SameFile(options.output, options.path) || SameFile(options.output, image.DataFile())) {
-    throw Failure(options.output, "this file belongs to the image; give another name", E_INVALIDARG);
-  }
+  image.RefuseOwnFiles(options.output);
   const std::string picture = DrawDisc(image);
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardStream(options.output)) {

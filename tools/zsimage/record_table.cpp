@@ -99,8 +99,10 @@ void AddDiscText(std::string* page, const ::ZSCDTEXT& text) {
 
 std::string DataFileWords(const ImageRecord& image) {
   const std::string named = image.DataFile();
-  if (image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD && SameFile(named, image.Path())) {
-    return "none: there is no .img file of this name beside the description"; // The record names the description.
+  if (image.IsItsOwnDataFile()) {
+    return image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD
+               ? "none: there is no .img file of this name beside the description"
+               : "none: the description names no file but itself";
   }
   std::string resolved;
   struct stat status {};
