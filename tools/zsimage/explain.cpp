@@ -15,6 +15,8 @@ namespace {
 
 constexpr const char* kReadable = "images are read by their .iso, .cue, .nrg, .ccd, .mds or .zsi file";
 
+constexpr const char* kNoFileLine = "the sheet has no data file: no FILE line has a name in double quotes";
+
 std::string UpperExtension(const std::string& path) {
   std::string extension = path.substr(path.size() < 4 ? 0 : path.size() - 4);
   CharUpperA(&extension);
@@ -39,13 +41,33 @@ std::string ExplainClosed(const std::string& path) {
   return "the file exists but cannot be opened for reading; look at its permissions";
 }
 
+/// The data file that a sheet names: empty for an empty name, and the sheet itself when no line names any.
+std::string NamedBySheet(const Host& host, const std::string& path) {
+  BSTR named = nullptr;
+  host.Sheets().GetBinaryFile(Wide(path).get(), &named);
+  const std::string found = Narrow(UniqueBstr(named).get());
+  return found == Beside(path, "") ? "" : found;
+}
+
+/// A sheet that names a file has been read, so that file is the closed one.
+std::string ExplainClosedSheet(const Host& host, const std::string& path) {
+  const std::string named = NamedBySheet(host, path);
+  if (named.empty()) {
+    return kNoFileLine;
+  }
+  return named == path ? ExplainClosed(path) : "its data file " + TerminalText(named) + ": " + ExplainClosed(named);
+}
+
 std::string ExplainMissing(const Host& host, const std::string& path, const std::string& extension) {
   if (extension == ".CUE") {
-    BSTR named = nullptr;
-    host.Sheets().GetBinaryFile(Wide(path).get(), &named);
-    const UniqueBstr owned(named);
-    return "the sheet names " + TerminalText(FileName(Narrow(named))) +
-           "; no such file beside it, in any case; put it there, or correct the FILE line";
+    const std::string named = NamedBySheet(host, path);
+    if (named.empty()) {
+      return kNoFileLine;
+    }
+    const std::string name = FileName(named);
+    const bool isBeside = named == Beside(path, name);
+    return "the sheet names " + TerminalText(isBeside ? name : named) + "; no such file" +
+           (isBeside ? " beside it" : "") + ", in any case; put it there, or correct the FILE line";
   }
   if (extension == ".MDS") {
     std::string data = FileName(path);
@@ -67,17 +89,29 @@ std::string ExplainBad(const std::string& extension) {
     return "the size is no whole number of sectors and there is no ISO 9660 volume descriptor in it";
   }
   if (extension == ".CUE" || extension == ".NRG" || extension == ".CCD" || extension == ".MDS") {
-    return "the file is damaged, or its contents are not what its extension " + extension + " says";
+    return "the file is damaged, or its contents are not what its extension " + extension + " says, or memory is short";
   }
   if (extension == ".ZSI") {
-    return "the data file that the description names cannot be opened, or the first session has no tracks";
+    return "the data file that the description names cannot be opened";
   }
   return std::string("files with this extension are not read; ") + kReadable;
 }
 
-std::string ExplainUnusable(const std::string& extension) {
+std::string ExplainSheet(const Host& host, const std::string& path) {
+  const std::string named = NamedBySheet(host, path);
+  if (named.empty() || named == path) {
+    return kNoFileLine;
+  }
+  const SheetRecord record(host, 0);
+  if (host.Sheets().AnalyzeCueSheet(Wide(path).get(), &record.Sheet()) == ZSE_BADIMAGE) {
+    return "its data file " + TerminalText(FileName(named)) + " is no whole number of sectors";
+  }
+  return "the sheet has no TRACK line";
+}
+
+std::string ExplainUnusable(const Host& host, const std::string& path, const std::string& extension) {
   if (extension == ".CUE") {
-    return "the sheet has no TRACK line, or its data file is no whole number of sectors";
+    return ExplainSheet(host, path);
   }
   if (extension == ".ZSI") {
     return "this is not a complete TOC file: the data file's name, a track count or a track's mode is missing";
@@ -101,7 +135,7 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
   const std::string extension = UpperExtension(path);
   switch (result) {
   case ZSE_CANNOTOPENIMAGE:
-    return ExplainClosed(path);
+    return extension == ".CUE" ? ExplainClosedSheet(host, path) : ExplainClosed(path);
   case ZSE_FILENOTFOUND:
     return ExplainMissing(host, path, extension);
   case ZSE_BADIMAGE:
@@ -109,7 +143,7 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
   case ZSE_OUTOFRESOURCES:
     return ExplainExcess(extension);
   case ZSE_FAILED:
-    return ExplainUnusable(extension);
+    return ExplainUnusable(host, path, extension);
   default:
     return std::string(CodeWords(result));
   }

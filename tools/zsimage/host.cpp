@@ -79,8 +79,8 @@ ZSCUESHEET& ImageRecord::Session(unsigned number) const {
 
 SheetRecord::SheetRecord(const Host& host, unsigned tracks) : m_sheets(host.Sheets()) {
   Check(m_sheets.AllocCueSheet(&m_sheet), "");
-  m_sheet->pZSTracks = AllocateCleared<ZSTRACK>(tracks);
-  if (m_sheet->pZSTracks == nullptr) {
+  m_sheet->pZSTracks = tracks == 0 ? nullptr : AllocateCleared<ZSTRACK>(tracks);
+  if (m_sheet->pZSTracks == nullptr && tracks != 0) {
     m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE);
     throw std::bad_alloc();
   }
