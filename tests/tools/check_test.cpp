@@ -125,6 +125,7 @@ TEST_F(CheckTool, FindsAFileSystemThatWasCutOff) {
   std::vector<BYTE> plain = DiscSectors({{{{ZSMODE_1, 40, 0, 2048}}}});
   plain[16 * 2048 + 80] = 40;
   folder.Write("whole.iso", plain);
+  folder.Write("whole.cdt", "a stray file");
   EXPECT_EQ("", Faults("whole.iso"));
   plain.resize(39 * 2048);
   folder.Write("cut.iso", plain);
@@ -143,9 +144,9 @@ TEST_F(CheckTool, ComparesTextWithItsCheckBytes) {
   EXPECT_EQ("", FaultsWith(sheet));
   Run("cdtext encode disc.cue -o DISC.CDT");
   EXPECT_EQ("", Faults("disc.cue"));
-  std::string packs = folder.Read("DISC.CDT");
-  packs[5] ^= 1;
-  folder.Write("DISC.CDT", packs);
+  folder.Write("DISC.CDT", folder.Read("DISC.CDT").replace(5, 1, "?"));
+  EXPECT_EQ("0:cdtext ", Faults("disc.cue"));
+  folder.WriteSparse("DISC.CDT", 17 << 20);
   EXPECT_EQ("0:cdtext ", Faults("disc.cue"));
 }
 

@@ -25,7 +25,7 @@ TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
 }
 
 TEST(CommandLine, TellsUsageFromFailure) {
-  for (const char* wrong : {"", "info", "position x.cue many", "extract x.cue", "unknown"}) {
+  for (const char* wrong : {"", "info", "position x.cue many", "extract x.cue", "extract x.cue --all ''", "unknown"}) {
     EXPECT_EQ(2, RunShell(kTool + wrong).status) << wrong;
   }
 }

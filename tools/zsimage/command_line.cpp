@@ -105,6 +105,13 @@ CLI::App& AddCommand(CLI::App* parent, const char* name, const char* words) {
   return *command;
 }
 
+/// Takes a name of a file or folder, and no empty one, which a script's unset variable gives.
+CLI::Option* AddName(CLI::App* command, const char* option, std::string* name, const std::string& words) {
+  return command->add_option(option, *name, words)->check([](const std::string& given) {
+    return given.empty() ? "the name is empty" : "";
+  });
+}
+
 constexpr const char* kDescription =
     "Shows, checks, converts and takes apart disc images.\n\n"
     "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
@@ -184,7 +191,7 @@ void CommandLine::AddCheck() {
 void CommandLine::AddMap() {
   CLI::App& command = AddCommand(&m_app, "map", "Draw a picture of the disc");
   command.add_option("IMAGE", m_map.path, "Image")->required();
-  command.add_option("-o,--output", m_map.output, "Picture to write: .svg or .html, - for SVG on standard output")
+  AddName(&command, "-o,--output", &m_map.output, "Picture to write: .svg or .html, - for SVG on standard output")
       ->type_name("FILE")
       ->required();
   command.footer(Examples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
@@ -210,9 +217,9 @@ void CommandLine::AddExtract() {
       ->type_name("BYTES")
       ->capture_default_str();
   auto* output =
-      command.add_option("-o,--output", m_extract.output, "File to write the track to, - for standard output")
+      AddName(&command, "-o,--output", &m_extract.output, "File to write the track to, - for standard output")
           ->type_name("FILE");
-  auto* all = command.add_option("--all", m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
+  auto* all = AddName(&command, "--all", &m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
   command.footer(
       Examples({{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
@@ -230,10 +237,13 @@ void CommandLine::AddExtract() {
 void CommandLine::AddConvert() {
   CLI::App& command = AddCommand(&m_app, "convert", "Write the description of an image as a CUE sheet or TOC file");
   command.add_option("IMAGE", m_convert.path, "Image")->required();
-  command.add_option("OUT", m_convert.output, "Description to write: .cue or .zsi")->required();
-  auto* packs = command.add_option("--cdtext", m_convert.packs, "Raw CD-Text packs to put in")->type_name("FILE");
+  AddName(&command, "OUT", &m_convert.output,
+          "Description to write, .cue or .zsi; a sheet's CD-Text replaces the .CDT beside it")
+      ->required();
+  auto* packs = AddName(&command, "--cdtext", &m_convert.packs, "Raw CD-Text packs to put in")->type_name("FILE");
   command.add_flag("--no-cdtext", m_convert.noText, "Leave CD-Text out")->excludes(packs);
-  command.add_flag("--with-data", m_convert.withData, "Write the data file that the description names, too");
+  command.add_flag("--with-data", m_convert.withData,
+                   "Write the data file, too; that of disc.cue replaces the DISC.BIN beside it");
   command.footer(
       Examples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
                 {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with a data file of its own."}}));
@@ -256,7 +266,7 @@ void CommandLine::AddDecode(CLI::App* group) {
 void CommandLine::AddEncode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "encode", "Pack the text of an image's first session");
   command.add_option("IMAGE", m_encode.path, "Image")->required();
-  command.add_option("-o,--output", m_encode.output, "File to write, - for standard output")
+  AddName(&command, "-o,--output", &m_encode.output, "File to write, - for standard output")
       ->type_name("FILE")
       ->required();
   command.add_flag("--subchannel", m_encode.subChannel, "Spread the packs over groups of 96 bytes");
