@@ -92,7 +92,7 @@ std::string ExplainBad(const std::string& extension) {
     return "the file is damaged, or its contents are not what its extension " + extension + " says, or memory is short";
   }
   if (extension == ".ZSI") {
-    return "the data file that the description names cannot be opened";
+    return "the data file that the description names cannot be opened, or memory is short";
   }
   return std::string("files with this extension are not read; ") + kReadable;
 }
