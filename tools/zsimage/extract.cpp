@@ -46,8 +46,9 @@ void JudgeResult(const std::string& dataFile, const Extraction& work, const Tran
   if (!transfer.HasBegun()) {
     throw WriteFailure(work.target, 0, wanted, error);
   }
-  // The size of a device shows nothing.
-  const UHYPER written = FileSize(work.target).value_or(error == ERROR_SUCCESS ? wanted : 0);
+  // The size of a device shows nothing; what was refused may be the reading when not all has been read.
+  const bool isRefused = error != ERROR_SUCCESS && transfer.Done() == wanted;
+  const UHYPER written = FileSize(work.target).value_or(isRefused ? 0 : wanted);
   if (written < transfer.Done()) {
     const Failure failure = WriteFailure(work.target, written, wanted, error);
     RemoveFile(work.target);

@@ -1,6 +1,5 @@
 #include "files.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -153,8 +152,10 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
     return Failure(path, "this is neither a file nor a device; - writes to standard output, which may be a pipe",
                    HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
-  if (!target && error == ERROR_FILE_NOT_FOUND) { // The folder is there, so only a link can lead elsewhere.
-    return Failure(path, "this is a link to a place that does not exist", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
+  if (!target && error == ERROR_FILE_NOT_FOUND) { // Although the folder is there.
+    return Failure(path,
+                   "it cannot be made: it is a link to a place that does not exist, or the folder takes no new files",
+                   HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
   }
   if (error == ERROR_ACCESS_DENIED) {
     return Failure(path, target ? "the file may not be written" : "no file may be made in this folder",
