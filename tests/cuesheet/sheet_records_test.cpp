@@ -4,7 +4,6 @@
 #include "disc/track_table.h"
 #include "foundation/strings.h"
 #include "platform/task_memory.h"
-#include "support/counting_environment.h"
 #include "support/services.h"
 
 namespace {
@@ -70,12 +69,6 @@ TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
   const UniqueBstr name = Wide("音.bin");
   EXPECT_EQ(S_FALSE, service->PrepareTracks(nullptr, sheet));
   EXPECT_EQ(S_FALSE, service->PrepareTracks(name.get(), nullptr));
-  for (const long point : {1, 2, 3}) {
-    Memory().faults.Start(point, true);
-    const HRESULT result = service->PrepareTracks(name.get(), sheet);
-    Memory().faults.Stop();
-    EXPECT_EQ(E_OUTOFMEMORY, result);
-  }
   EXPECT_EQ("none", Piece(sheet->pZSTracks[0]));
   ASSERT_EQ(S_OK, service->PrepareTracks(name.get(), sheet));
   EXPECT_EQ("音.bin{ 0, 20, 1, 0 }", Piece(sheet->pZSTracks[0]));

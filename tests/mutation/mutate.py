@@ -19,7 +19,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 SCRATCH = ROOT / "build" / "mutation"
-TIMEOUT = 300  # Seconds; a fault that makes the suite hang is caught.
+TIMEOUT = 120  # Seconds; a fault that makes the suite hang is caught.
 
 # Slow sweeps run when the rest has seen nothing.
 SLOW = "Failures.*:Budgets.*"

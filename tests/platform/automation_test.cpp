@@ -161,34 +161,19 @@ TEST(Interfaces, RefuseNullForWhatTheyNeed) {
   SAFEARRAY* array = nullptr;
   CLSID clsid{};
   ZSFILESTRUCT file{};
-  const HRESULT refused[] = {SafeArrayRedim(nullptr, nullptr),
-                             SafeArrayCopy(nullptr, &array),
-                             SafeArrayCopy(array, nullptr),
-                             SafeArrayAccess(nullptr).Result(),
-                             SafeArrayUnaccessData(nullptr),
-                             SafeArrayGetRecordInfo(nullptr, nullptr),
-                             info->RecordInit(nullptr),
-                             info->RecordClear(nullptr),
-                             info->RecordCopy(nullptr, &file),
-                             info->RecordCopy(&file, nullptr),
-                             info->GetGuid(nullptr),
-                             info->GetName(nullptr),
-                             info->GetSize(nullptr),
-                             LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
-                             GetRecordInfoFromTypeInfo(nullptr, nullptr),
-                             CLSIDFromProgID(nullptr, &clsid),
-                             CLSIDFromProgID(u"A", nullptr)};
-  for (const HRESULT& result : refused) {
-    EXPECT_EQ(E_INVALIDARG, result) << "number " << &result - refused;
-  }
+  const auto expectRefused = [](auto... results) {
+    EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
+  };
+  expectRefused(SafeArrayRedim(nullptr, nullptr), SafeArrayCopy(nullptr, &array), SafeArrayCopy(array, nullptr),
+                SafeArrayAccess(nullptr).Result(), SafeArrayUnaccessData(nullptr),
+                SafeArrayGetRecordInfo(nullptr, nullptr), info->RecordInit(nullptr), info->RecordClear(nullptr),
+                info->RecordCopy(nullptr, &file), info->RecordCopy(&file, nullptr), info->GetGuid(nullptr),
+                info->GetName(nullptr), info->GetSize(nullptr), LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
+                GetRecordInfoFromTypeInfo(nullptr, nullptr), CLSIDFromProgID(nullptr, &clsid),
+                CLSIDFromProgID(u"A", nullptr));
 }
 
 TEST(Guid, IsTextInBraces) {
-  const std::pair<IID, int> kInterfaces[] = {
-      {IID_IRecordInfo, 0x2F}, {IID_ITypeInfo, 0x20401}, {IID_ITypeLib, 0x20402}};
-  for (const auto& [iid, number] : kInterfaces) {
-    EXPECT_EQ((IID{ULONG(number), 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}}), iid) << number;
-  }
   GUID parsed{};
   EXPECT_TRUE(GUIDFromString("{cd37b6eb-D22C-4F42-8C01-89B078739430}", &parsed));
   EXPECT_EQ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", StringFromGUID(parsed));
