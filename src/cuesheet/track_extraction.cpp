@@ -39,28 +39,36 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   return true;
 }
 
-constexpr ULONG kPage = 4096;
+constexpr ULONG kBlock = 64 * 1024;
 
-/// Writes to a file in whole pages, out of whole pages: file systems and copies are slow where one begins or ends
-/// inside of one.
-class alignas(kPage) PageWriter {
+/// Writes to a file in whole blocks, which file systems keep in one piece and copy fast. Pieces stand in the buffer as
+/// they stand in the file, so that a copy begins at the same place of a page on both sides.
+class alignas(4096) BlockWriter {
 public:
   /// Room for kPumpBytes.
-  BYTE* Free() noexcept { return m_bytes + m_held; }
+  BYTE* Free() noexcept { return m_bytes + m_end; }
   /// Takes what was put into the room.
   void Take(CZSFile* target, ULONG count) noexcept {
-    m_held += count;
-    const ULONG whole = m_held / kPage * kPage;
-    target->Write(m_bytes, whole);
-    m_held -= whole;
-    std::memmove(m_bytes, m_bytes + whole, m_held);
+    m_end += count;
+    Write(target, (m_end - m_begin) / kBlock * kBlock);
+    if (sizeof(m_bytes) - m_end < kPumpBytes) {
+      m_end -= m_begin;
+      std::memmove(m_bytes, m_bytes + m_begin, m_end);
+      m_begin = 0;
+    }
   }
-  void Finish(CZSFile* target) noexcept { target->Write(m_bytes, m_held); }
+  void Finish(CZSFile* target) noexcept { Write(target, m_end - m_begin); }
 
 private:
+  void Write(CZSFile* target, ULONG count) noexcept {
+    target->Write(m_bytes + m_begin, count);
+    m_begin += count;
+  }
+
   // A stream that delivers less than it says leaves zeros, and nothing of the process.
-  BYTE m_bytes[kPage + kPumpBytes] = {};
-  ULONG m_held = 0; ///< Less than a page between two pieces.
+  BYTE m_bytes[4 * kBlock] = {};
+  ULONG m_begin = 0; ///< Of what was not written yet, at the start of a block.
+  ULONG m_end = 0;
 };
 
 } // namespace
@@ -97,7 +105,7 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   if (stream == nullptr || path.empty()) {
     return E_INVALIDARG;
   }
-  const std::unique_ptr<PageWriter> writer(new (std::nothrow) PageWriter);
+  const std::unique_ptr<BlockWriter> writer(new (std::nothrow) BlockWriter);
   CZSFile target;
   if (!writer || !target.Open(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
     return S_OK;
