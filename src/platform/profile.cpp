@@ -1,6 +1,8 @@
 #include "platform/profile.h"
 
 #include <algorithm>
+#include <numeric>
+#include <vector>
 
 #include "platform/files.h"
 #include "platform/text.h"
@@ -36,6 +38,31 @@ std::string ReadWhole(const std::string& path) {
   ReadFile(file.Get(), text.data(), size, &came);
   text.resize(came);
   return text;
+}
+
+/// Sorts places by their hashes and then by `isBefore`. Hashes are spread evenly, so that a share of all hashes has few
+/// places: they are put into their shares first, in time that is linear.
+template <class Iterator, class Less> void SortPlaces(Iterator first, Iterator last, Less isBefore) {
+  constexpr std::size_t kOfShare = 8;
+  const std::size_t shares = static_cast<std::size_t>(last - first) / kOfShare;
+  if (shares <= kOfShare) {
+    std::sort(first, last, isBefore);
+    return;
+  }
+  const auto shareOf = [shares](const auto& place) {
+    return static_cast<std::size_t>(std::uint64_t{place.hash} * shares >> 32);
+  };
+  std::vector<std::uint32_t> next(shares + 1); // First where each share begins, then where its next place goes.
+  std::for_each(first, last, [&](const auto& place) { ++next[shareOf(place) + 1]; });
+  std::partial_sum(next.begin(), next.end(), next.begin());
+  const std::vector<std::uint32_t> begins = next;
+  for (std::size_t share = 0; share < shares; ++share) {
+    while (next[share] < begins[share + 1]) {
+      const auto place = first + next[share];
+      std::iter_swap(place, first + next[shareOf(*place)]++);
+    }
+    std::sort(first + begins[share], first + begins[share + 1], isBefore);
+  }
 }
 
 int DigitOf(char c, std::uint32_t base) noexcept {
@@ -93,9 +120,9 @@ void ProfileFile::Index() {
 void ProfileFile::Sort() {
   const auto isBefore = [this](const Place& left, const Place& right) { return IsBefore(left, right); };
   for (const Heading& section : m_sections) {
-    std::sort(m_keys.begin() + section.firstKey, m_keys.begin() + section.endKey, isBefore);
+    SortPlaces(m_keys.begin() + section.firstKey, m_keys.begin() + section.endKey, isBefore);
   }
-  std::sort(m_sections.begin(), m_sections.end(), isBefore);
+  SortPlaces(m_sections.begin(), m_sections.end(), isBefore);
 }
 
 std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {

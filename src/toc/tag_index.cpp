@@ -1,6 +1,7 @@
 #include "toc/tag_index.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <span>
 
 namespace {
@@ -22,6 +23,25 @@ bool EndsBefore(std::string_view left, std::string_view right) noexcept {
   const auto below = [](char l, char r) { return static_cast<unsigned char>(l) < static_cast<unsigned char>(r); };
   return std::lexicographical_compare(left.rbegin(), left.rend(), right.rbegin(), right.rend(), below);
 }
+
+constexpr std::size_t kEndLength = 8;
+
+/// The last characters of a name as a number, the very last on top and zeros before the first, which tells the order of
+/// most names.
+std::uint64_t EndOf(std::string_view name) noexcept {
+  std::uint64_t end = 0;
+  for (std::size_t i = 1; i <= kEndLength; ++i) {
+    end = end << 8 | (i <= name.size() ? static_cast<unsigned char>(name[name.size() - i]) : 0);
+  }
+  return end;
+}
+
+/// An opening tag, to be put in that order.
+struct OpeningTag {
+  std::uint64_t nameEnd;
+  ULONG nameSize;
+  ULONG place;
+};
 
 /// Narrows names in that order to those that have `c` at a place counted from the end.
 template <class Names> Names NamesWith(Names names, std::size_t fromEnd, char c) {
@@ -85,20 +105,28 @@ void CZSTagIndex::CollectTags() {
 /// Makes the sorted list of different names and tells for each tag the place of its own; kNoName for tags that need
 /// none.
 std::vector<ULONG> CZSTagIndex::CollectNames(std::vector<Name>* names) {
-  std::vector<ULONG> order;
+  const auto opens = [](const CZSTag& tag) { return tag.OpensElement(); };
+  std::vector<OpeningTag> tags;
+  tags.reserve(static_cast<std::size_t>(std::count_if(m_tags.begin(), m_tags.end(), opens)));
   for (std::size_t i = 0; i < m_tags.size(); ++i) {
     if (m_tags[i].OpensElement()) {
-      order.push_back(static_cast<ULONG>(i));
+      tags.push_back({EndOf(m_tags[i].Name(m_text)), m_tags[i].nameSize, static_cast<ULONG>(i)});
     }
   }
-  std::sort(order.begin(), order.end(),
-            [this](ULONG left, ULONG right) { return EndsBefore(NameOf(left), NameOf(right)); });
-  std::vector<ULONG> nameOfTag(m_tags.size(), kNoName);
-  for (const ULONG tag : order) {
-    if (names->empty() || names->back().text != NameOf(tag)) {
-      names->push_back({NameOf(tag), {}});
+  std::sort(tags.begin(), tags.end(), [this](const OpeningTag& left, const OpeningTag& right) {
+    if (left.nameEnd != right.nameEnd) {
+      return left.nameEnd < right.nameEnd;
     }
-    nameOfTag[tag] = static_cast<ULONG>(names->size() - 1);
+    const bool areShort = left.nameSize <= kEndLength && right.nameSize <= kEndLength;
+    return areShort ? left.nameSize < right.nameSize : EndsBefore(NameOf(left.place), NameOf(right.place));
+  });
+  std::vector<ULONG> nameOfTag(m_tags.size(), kNoName);
+  for (const OpeningTag& tag : tags) {
+    const std::string_view name = NameOf(tag.place);
+    if (names->empty() || names->back().text != name) {
+      names->push_back({name, {}});
+    }
+    nameOfTag[tag.place] = static_cast<ULONG>(names->size() - 1);
   }
   return nameOfTag;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/long_text.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -31,6 +32,14 @@ TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
   EXPECT_EQ("", profile.GetSection("Disc").GetString("Title", 0));
   EXPECT_EQ("default", GetPrivateProfileStringA("Disc", "Missing", "default", 99, path));
   EXPECT_EQ("other", GetPrivateProfileStringA("Other", "Title", "default", 99, path));
+}
+
+TEST(Profile, FindsEachOfManyKeys) {
+  const TemporaryFolder folder;
+  const ProfileFile profile(folder.Write("a.ini", "[S]\n" + Times(1000, "K#=#\n") + Times(1000, "k#=later\n")));
+  for (LONG i = 0; i < 1000; ++i) {
+    EXPECT_EQ(i, profile.GetSection("s").GetInt("k" + std::to_string(i), -1));
+  }
 }
 
 TEST(Profile, ReadsIntegersAsFarAsTheyGo) {

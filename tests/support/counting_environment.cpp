@@ -62,6 +62,7 @@ void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
 void operator delete(void* block) noexcept { FreeNew(block); }
 void operator delete[](void* block) noexcept { FreeNew(block); }
 void operator delete(void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
+void operator delete(void* block, std::align_val_t /*alignment*/) noexcept { FreeNew(block); }
 void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { FreeNew(block); }
 void operator delete[](void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
 void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { FreeNew(block); }
