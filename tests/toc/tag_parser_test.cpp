@@ -52,6 +52,8 @@ TEST(TagParser, TellsTheElements) {
       {"<a>1</ba><x/a></a><b>2</b>", {"start a|", "end a|", "value b||2"}}, // A name is all of a tag,
       {"<a><<a></a><b>1</b></a>", {"start a|", "end a|"}},                  // but a tag may begin inside of another.
       {"<ba><a>1</a></ba>", {"start ba|", "value a||1", "end ba|"}},
+      {"<xLETTERS>1</xLETTERS><yLETTERS>2</yLETTERS><xLETTERS>3</xLETTERS>",
+       {"value xLETTERS||1", "value yLETTERS||2", "value xLETTERS||3"}},
       {"<r><a>1</r>2</a><b></b>", {"start r|", "end r|"}},
       {"<r><a><b/></a><c>1</c></r><d>2</d>", {"start r|", "start a|", "value b||", "end a|", "end r|", "value d||2"}},
       {"<r><a><b/> </a><c>1</c></r>", {"start r|", "start a|", "value b||", "end a|", "value c||1", "end r|"}},
