@@ -57,8 +57,8 @@ make_track $sectors
 while read -r size most; do
   check "save $sectors sectors, block size $size" "$(calls "$work" "${save[@]}" "$size")" "$most"
 done <<TXT
-0 866
-2048 501
+0 641
+2048 339
 TXT
 
 # The peak of a command's memory above that of a program that does nothing, in KiB.

@@ -39,7 +39,7 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   return true;
 }
 
-constexpr ULONG kBlock = 64 * 1024;
+constexpr ULONG kBlock = 128 * 1024;
 
 /// Writes to a file in whole blocks, which file systems keep in one piece and copy fast. Pieces stand in the buffer as
 /// they stand in the file, so that a copy begins at the same place of a page on both sides.

@@ -71,11 +71,15 @@ std::optional<UHYPER> FileSize(const std::string& path) {
   return device && SetFilePointerEx(device.Get(), 0, &size, FILE_END) ? std::optional(size) : std::nullopt;
 }
 
-bool SameFile(const std::string& left, const std::string& right) {
-  const auto first = StatusOf(left);
-  const auto second = StatusOf(right);
-  return first && second && first->st_dev == second->st_dev && first->st_ino == second->st_ino;
+bool IsOneOf(const std::string& path, const std::vector<std::string>& files) {
+  const auto status = StatusOf(path);
+  return status && std::any_of(files.begin(), files.end(), [&](const std::string& file) {
+           const auto other = StatusOf(file);
+           return other && other->st_dev == status->st_dev && other->st_ino == status->st_ino;
+         });
 }
+
+bool SameFile(const std::string& left, const std::string& right) { return IsOneOf(left, {right}); }
 
 void RemoveFile(const std::string& path) {
   std::string resolved;

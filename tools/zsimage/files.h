@@ -22,6 +22,9 @@ bool EndsWith(std::string_view path, std::string_view extension);
 /// Bytes of a file; none when there is no regular file or block device of this path.
 std::optional<UHYPER> FileSize(const std::string& path);
 
+/// Whether a path names an existing file that one of the others names as well.
+bool IsOneOf(const std::string& path, const std::vector<std::string>& files);
+
 /// Whether both paths name one existing file.
 bool SameFile(const std::string& left, const std::string& right);
 

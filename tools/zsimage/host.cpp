@@ -55,14 +55,18 @@ void ImageRecord::RequireDataFile() const {
 }
 
 void ImageRecord::RefuseOwnFiles(const std::string& output) const {
-  std::string text = m_path;
-  std::string subChannel = m_path;
-  PathRenameExtensionA(&text, ".CDT");
-  PathRenameExtensionA(&subChannel, ".SUB");
-  const bool isSheet = m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
-  const bool hasSubChannel = isSheet || m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD;
-  if (SameFile(output, m_path) || SameFile(output, DataFile()) || (isSheet && SameFile(output, text)) ||
-      (hasSubChannel && SameFile(output, subChannel))) {
+  std::vector<std::string> own{m_path, DataFile()};
+  const auto addCompanion = [&](const char* extension) {
+    own.push_back(m_path);
+    PathRenameExtensionA(&own.back(), extension);
+  };
+  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
+    addCompanion(".CDT");
+  }
+  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE || m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
+    addCompanion(".SUB");
+  }
+  if (IsOneOf(output, own)) {
     throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);
   }
 }
