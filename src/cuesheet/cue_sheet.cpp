@@ -130,8 +130,7 @@ HRESULT CZSCueSheet::ExtractStreamToFile(IStream* stream, BSTR file) {
 }
 
 HRESULT CZSCueSheet::MergeTracks(VARIANT* source, VARIANT* destination) {
-  return source == nullptr || destination == nullptr ? E_INVALIDARG
-                                                     : Guarded([&] { return AppendTracks(source, destination); });
+  return source == nullptr || destination == nullptr ? E_INVALIDARG : AppendTracks(source, destination);
 }
 
 HRESULT CZSCueSheet::AllocCueSheet(ZSCUESHEET** sheet) {
@@ -162,6 +161,9 @@ HRESULT CZSCueSheet::Clone(ZSCUESHEET* source, ZSCUESHEET** copy) {
 HRESULT CZSCueSheet::CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) {
   if (source == nullptr || destination == nullptr) {
     return E_INVALIDARG;
+  }
+  if (source == destination) {
+    return S_OK;
   }
   return Guarded([&] {
     CloneText(*source, destination);

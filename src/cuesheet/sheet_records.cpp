@@ -18,12 +18,8 @@ struct SheetFree {
 
 bool HasPieces(const ZSTRACK& track) noexcept { return track.varFiles.vt == VT_ARRAY; }
 
-/// Makes the texts copies of another record's. What the fields held is not freed: they may be the very strings
-/// of the source in a record that was copied as bytes.
+/// Makes the texts copies of another record's. What the fields held is not freed.
 template <class Record> void CloneTexts(const Record& source, Record* destination) {
-  for (const TextField field : kTextFields) {
-    StoreText(destination, field, nullptr);
-  }
   for (const TextField field : kTextFields) {
     StoreText(destination, field, CopyBstr(TextOf(source, field)));
   }
@@ -49,15 +45,6 @@ void CloneIndexes(const ZSTRACK& source, ZSTRACK* copy) noexcept {
   copy->pdwIndex = table;
 }
 
-/// The pieces of a track as a list of its own; null when there are none or they cannot be copied.
-SAFEARRAY* CopyPieces(const ZSTRACK& source) noexcept {
-  SAFEARRAY* copy = nullptr;
-  if (OwnsArray(source.varFiles.vt)) {
-    SafeArrayCopy(source.varFiles.parray, &copy);
-  }
-  return copy;
-}
-
 void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->TNO = source.TNO;
   copy->Pregap = source.Pregap;
@@ -71,8 +58,10 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->dwReserved64 = source.dwReserved64;
   CloneIndexes(source, copy);
   if (HasPieces(source)) {
+    SAFEARRAY* pieces = nullptr; // And stays so where they cannot be copied.
+    SafeArrayCopy(source.varFiles.parray, &pieces);
     copy->varFiles.vt = VT_ARRAY;
-    copy->varFiles.parray = CopyPieces(source);
+    copy->varFiles.parray = pieces;
   }
   CloneTexts(source, copy);
   copy->bstrISRC = CopyBstr(source.bstrISRC);
@@ -103,10 +92,10 @@ bool HoldsTracks(const SAFEARRAY* array) noexcept {
 ULONG CountOf(const SAFEARRAY* array) noexcept { return array->rgsabound[0].cElements; }
 
 void ShiftPieces(SAFEARRAY* pieces, ULONG shift) noexcept {
-  const SafeArrayAccess access(pieces);
-  if (FAILED(access.Result()) || pieces->cbElements != sizeof(ZSFILESTRUCT)) {
+  if (pieces == nullptr || pieces->cbElements != sizeof(ZSFILESTRUCT)) {
     return;
   }
+  const SafeArrayAccess access(pieces);
   auto* piece = access.Elements<ZSFILESTRUCT>();
   for (ULONG i = 0; i < CountOf(pieces); ++i) {
     piece[i].dwLBA += shift;
@@ -114,30 +103,33 @@ void ShiftPieces(SAFEARRAY* pieces, ULONG shift) noexcept {
   }
 }
 
-/// Makes a cleared element an independent copy of a track, moved behind those that were there.
-void CopyMoved(const ZSTRACK& source, UINT number, ULONG shift, ZSTRACK* copy) {
-  CloneTrack(source, copy);
-  copy->varFiles.vt = VT_ARRAY;
-  if (!HasPieces(source)) {
-    copy->varFiles.parray = CopyPieces(source);
+/// Moves a track with all it owns into a cleared element. Its positions and those of its pieces are shifted.
+void MoveTrack(ZSTRACK* source, UINT number, ULONG shift, ZSTRACK* target) noexcept {
+  *target = *source;
+  *source = ZSTRACK{};
+  if (!OwnsArray(target->varFiles.vt)) {
+    VARIANT noPieces = target->varFiles;
+    VariantClear(&noPieces);
+    target->varFiles.parray = nullptr;
   }
-  copy->TNO = number;
-  copy->dwLBA += shift;
-  copy->dwEndLBA += shift;
-  ShiftPieces(copy->varFiles.parray, shift);
+  target->varFiles.vt = VT_ARRAY;
+  target->TNO = number;
+  target->dwLBA += shift;
+  target->dwEndLBA += shift;
+  ShiftPieces(target->varFiles.parray, shift);
 }
 
-/// Copies all tracks of the source behind the first `before` elements of the destination.
-void CopyAllMoved(SAFEARRAY* source, SAFEARRAY* destination, ULONG before) {
+/// Moves all tracks of the source behind the first `before` elements of the destination.
+void MoveTracks(SAFEARRAY* source, SAFEARRAY* destination, ULONG before) noexcept {
   const SafeArrayAccess from(source);
   const SafeArrayAccess to(destination);
-  const auto* tracks = from.Elements<const ZSTRACK>();
+  auto* tracks = from.Elements<ZSTRACK>();
   auto* target = to.Elements<ZSTRACK>();
   const ZSTRACK& last = target[before - 1];
   const UINT number = last.TNO + 1;
   const ULONG shift = last.dwEndLBA - last.dwLBA + 1;
   for (ULONG i = 0; i < CountOf(source); ++i) {
-    CopyMoved(tracks[i], number + i, shift, &target[before + i]);
+    MoveTrack(&tracks[i], number + i, shift, &target[before + i]);
   }
 }
 
@@ -205,7 +197,7 @@ HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet) {
   return S_OK;
 }
 
-HRESULT AppendTracks(VARIANT* source, VARIANT* destination) {
+HRESULT AppendTracks(VARIANT* source, VARIANT* destination) noexcept {
   SAFEARRAY* from = source->parray;
   SAFEARRAY* to = destination->parray;
   if (!HoldsTracks(from) || !HoldsTracks(to) || from == to || CountOf(to) == 0 ||
@@ -216,18 +208,12 @@ HRESULT AppendTracks(VARIANT* source, VARIANT* destination) {
     return DISP_E_ARRAYISLOCKED;
   }
   const ULONG before = CountOf(to);
-  const SAFEARRAYBOUND old = to->rgsabound[0];
   const SAFEARRAYBOUND grown{before + CountOf(from), 0};
   const HRESULT result = SafeArrayRedim(to, &grown);
   if (FAILED(result)) {
     return result;
   }
-  try {
-    CopyAllMoved(from, to, before);
-  } catch (const std::bad_alloc&) {
-    SafeArrayRedim(to, &old);
-    return E_OUTOFMEMORY;
-  }
+  MoveTracks(from, to, before);
   SafeArrayDestroy(from);
   source->parray = nullptr;
   source->vt = VT_EMPTY;

@@ -29,5 +29,6 @@ void FreeSheet(ZSCUESHEET* sheet) noexcept;
 /// Gives each track one file piece. `pieces` describes ZSFILESTRUCT. @return E_OUTOFMEMORY.
 HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet);
 
-/// Appends the tracks of one array to another. @return As IZSCueSheet::MergeTracks.
-HRESULT AppendTracks(VARIANT* source, VARIANT* destination);
+/// Appends the tracks of one array to another. Once the destination has room, nothing can fail. @return As
+/// IZSCueSheet::MergeTracks.
+HRESULT AppendTracks(VARIANT* source, VARIANT* destination) noexcept;

@@ -1,23 +1,8 @@
 #include "disc/disc_id.h"
 
-#include <vector>
-
 #include "disc/msf.h"
 
 namespace {
-
-using Positions = std::vector<LONG>;
-
-void AppendStarts(const ZSCUESHEET& sheet, Positions* list) {
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    const ZSTRACK& track = sheet.pZSTracks[i];
-    list->push_back(static_cast<LONG>(track.dwLBA - static_cast<ULONG>(track.Pregap)));
-  }
-}
-
-void AppendEnd(const ZSCUESHEET& sheet, Positions* list) {
-  list->push_back(static_cast<LONG>(sheet.pZSTracks[sheet.nTracks - 1].dwEndLBA));
-}
 
 ULONG DigitSum(ULONG number) noexcept {
   ULONG sum = 0;
@@ -27,43 +12,61 @@ ULONG DigitSum(ULONG number) noexcept {
   return sum;
 }
 
-ULONG IdentifierOf(const Positions& list) noexcept {
-  if (list.empty()) {
-    return 0;
+/// Identifier of a list of positions that grows at its end. The last position is where the disc, or the part of it
+/// that was appended so far, ends.
+class RunningIdentifier {
+public:
+  void Append(ULONG position) noexcept {
+    const ULONG time = LbaToMsf(static_cast<LONG>(position));
+    if (m_count++ == 0) {
+      m_first = time;
+    } else {
+      m_digitSum += DigitSum(MinutesOf(m_last) * 60 + SecondsOf(m_last));
+    }
+    m_last = time;
   }
-  const std::size_t last = list.size() - 1;
-  ULONG sum = 0;
-  for (std::size_t i = 0; i < last; ++i) {
-    const ULONG time = LbaToMsf(list[i]);
-    sum += DigitSum(MinutesOf(time) * 60 + SecondsOf(time));
+
+  /// Appends where each track begins, its pregap included.
+  void AppendStarts(const ZSCUESHEET& sheet) noexcept {
+    for (UINT i = 0; i < sheet.nTracks; ++i) {
+      Append(sheet.pZSTracks[i].dwLBA - static_cast<ULONG>(sheet.pZSTracks[i].Pregap));
+    }
   }
-  const ULONG begin = LbaToMsf(list.front());
-  const ULONG end = LbaToMsf(list.back());
-  const ULONG seconds = (MinutesOf(end) - MinutesOf(begin)) * 60 - SecondsOf(begin) + SecondsOf(end);
-  return (sum % 255 << 24) | (seconds << 8) | static_cast<ULONG>(last);
-}
+
+  /// Checksum of the starts, seconds from the first start to the end, and number of starts. 0 without a position.
+  ULONG Value() const noexcept {
+    if (m_count == 0) {
+      return 0;
+    }
+    const ULONG seconds = (MinutesOf(m_last) - MinutesOf(m_first)) * 60 - SecondsOf(m_first) + SecondsOf(m_last);
+    return (m_digitSum % 255 << 24) | (seconds << 8) | (m_count - 1);
+  }
+
+private:
+  ULONG m_digitSum = 0; ///< Over all positions but the last.
+  ULONG m_first = 0;    ///< Times, packed as LbaToMsf packs them.
+  ULONG m_last = 0;
+  ULONG m_count = 0;
+};
 
 } // namespace
 
-void ComputeDiscIDs(zsimagefileinfo* info) {
+void ComputeDiscIDs(zsimagefileinfo* info) noexcept {
   if (info->nSessions == 0) {
     return;
   }
-  Positions list;
+  RunningIdentifier identifier;
+  identifier.AppendStarts(*info->pZSCueSheet[0]);
+  const ZSCUESHEET* last = info->pZSCueSheet[0];
   info->dwDiscID = 0;
   info->dwDiscID2 = 0;
-  const ZSCUESHEET& first = *info->pZSCueSheet[0];
-  AppendStarts(first, &list);
   if (info->nSessions > 1) {
-    info->dwDiscID2 = IdentifierOf(list);
+    info->dwDiscID2 = identifier.Value();
+    last = info->pZSCueSheet[1];
+    identifier.AppendStarts(*last);
   }
-  const ZSCUESHEET& last = info->nSessions > 1 ? *info->pZSCueSheet[1] : first;
-  if (last.nTracks == 0) {
-    return;
+  if (last->nTracks != 0) {
+    identifier.Append(last->pZSTracks[last->nTracks - 1].dwEndLBA);
+    info->dwDiscID = identifier.Value();
   }
-  if (info->nSessions > 1) {
-    AppendStarts(last, &list);
-  }
-  AppendEnd(last, &list);
-  info->dwDiscID = IdentifierOf(list);
 }

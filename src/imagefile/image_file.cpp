@@ -177,10 +177,11 @@ HRESULT CZSImageFile::FreeImageFileInfo(zsimagefileinfo* info) {
 }
 
 HRESULT CZSImageFile::CalculateDiscID(zsimagefileinfo* info) {
-  return info == nullptr ? E_INVALIDARG : Guarded([&] {
-    ComputeDiscIDs(info);
-    return S_OK;
-  });
+  if (info == nullptr) {
+    return E_INVALIDARG;
+  }
+  ComputeDiscIDs(info);
+  return S_OK;
 }
 
 HRESULT CZSImageFile::GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) {

@@ -68,10 +68,21 @@ std::string Tell(const ZSCUESHEET& sheet) {
 }
 
 std::string Tell(const zsimagefileinfo& info) {
-  std::string text = Narrow(info.bstrImageBinaryFile) + ' ' + std::to_string(LONG{info.lMask}) + ' ' +
+  std::string text = Narrow(info.bstrImageBinaryFile) + ' ' + std::to_string(LONG{info.lMask}) + " type " +
                      std::to_string(int{info.ZSTYPEPROJECT}) + ' ' + std::to_string(ULONG{info.dwDiscID}) + '\n';
   for (std::size_t i = 0; i < info.nSessions; ++i) {
     text += Tell(*info.pZSCueSheet[i]);
+  }
+  return text;
+}
+
+std::string Tell(const VARIANT& tracks) {
+  std::string text;
+  if (tracks.parray != nullptr) {
+    const SafeArrayAccess access(tracks.parray);
+    for (ULONG i = 0; i < tracks.parray->rgsabound[0].cElements; ++i) {
+      text += Describe(access.Elements<ZSTRACK>()[i]) + '\n';
+    }
   }
   return text;
 }
@@ -87,7 +98,7 @@ std::string Tell(Scene& s, HRESULT result) {
   EXPECT_TRUE(s.made == nullptr || Texts(*s.made) == Texts(s.record.Sheet()));
   std::ifstream file(Narrow(s.target.get()), std::ios::binary);
   return stream + Tell(*s.record) + Tell(*s.read) + Tell(s.copy) + Tell(*s.other.Get()) +
-         (s.made == nullptr ? "" : Tell(*s.made)) + Narrow(s.name) +
+         (s.made == nullptr ? "" : Tell(*s.made)) + Tell(s.more) + Narrow(s.name) +
          std::string(reinterpret_cast<char*>(s.data), static_cast<std::size_t>(s.length)) +
          std::string(std::istreambuf_iterator<char>(file), {});
 }
@@ -178,7 +189,7 @@ const Operation kOthers[] = {
     {"CreateTOCFile CUE", {E_OUTOFMEMORY, E_FAIL}, [](Scene& s) { return Write(s, ZSIMAGEFORMAT_CUE); }},
     {"CreateTOCFile ZSI", kNoMemory, [](Scene& s) { return Write(s, ZSIMAGEFORMAT_ZSI); }},
     {"FreeImageFileInfo", kNoMemory, [](Scene& s) { return s.images->FreeImageFileInfo(&*s.record); }},
-    {"CalculateDiscID", kNoMemory, [](Scene& s) { return s.images->CalculateDiscID(&*s.record); }},
+    {"CalculateDiscID", {}, [](Scene& s) { return s.images->CalculateDiscID(&*s.record); }},
     {"IZSImageFile::Clone",
      {S_OK, ZSE_OUTOFRESOURCES, E_OUTOFMEMORY},
      [](Scene& s) { return s.images->Clone(&*s.record, &s.copy); }},

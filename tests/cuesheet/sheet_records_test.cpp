@@ -39,6 +39,8 @@ TEST(SheetRecords, CopiesOfTextAndOfSheetsAreWholeAndTheirOwn) {
   EXPECT_EQ(expected, Texts(*sheet)) << "a sheet onto itself";
   EXPECT_EQ(S_OK, service->CopyCDText(sheet, &album.Sheet())) << "more tracks than there are";
 
+  EXPECT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &sheet->ZSCDTEXT));
+  EXPECT_EQ(expected, Texts(*sheet)) << "a text onto itself";
   ::ZSCDTEXT text = sheet->ZSCDTEXT; // A copy as bytes, whose texts become its own.
   EXPECT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &text));
   EXPECT_EQ(S_OK, service->FreeZSCDText(&text));
