@@ -26,22 +26,22 @@ check() {
   fi
 }
 
-# To open an image: the proof that it opens (open, size, close), its description, and one read of a sector of each data
-# track. A name that is not there, or is there in another case, costs the search of its folder, about nine calls: CCD,
+# To open an image: the proof that it opens (open, kind, lock, close), its description, and one read of a sector of each data
+# track. A name that is not there, or is there in another case, costs the search of its folder, about ten calls: CCD,
 # MDS and CUE images have two such companions, and CUE sheets name their data file in upper case besides. A short
 # sheet is read twice: for the name of its data file, and for its tracks.
 while read -r image most; do
   check "open $image" "$(calls "$images" "$zsimage" info --json "$images/$image")" "$most"
 done <<TXT
-plain.iso 4
-album.cue 57
-mixed.cue 52
-cdplus.nrg 16
-tao.nrg 16
-sessions.ccd 25
-inline.mds 32
-dvd.mds 32
-native.zsi 8
+plain.iso 5
+album.cue 68
+mixed.cue 61
+cdplus.nrg 21
+tao.nrg 21
+sessions.ccd 30
+inline.mds 36
+dvd.mds 36
+native.zsi 11
 TXT
 
 # Makes an image of one track of so many sectors.
@@ -57,8 +57,8 @@ make_track $sectors
 while read -r size most; do
   check "save $sectors sectors, block size $size" "$(calls "$work" "${save[@]}" "$size")" "$most"
 done <<TXT
-0 641
-2048 339
+0 655
+2048 414
 TXT
 
 # The peak of a command's memory above that of a program that does nothing, in KiB.

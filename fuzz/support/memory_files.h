@@ -48,9 +48,8 @@ public:
   ssize_t Write(int descriptor, const void* buffer, std::size_t count) noexcept override;
   off_t Seek(int descriptor, off_t distance, int origin) noexcept override;
   int Truncate(int descriptor, off_t size) noexcept override;
-  int LockExclusive(int /*descriptor*/) noexcept override { return 0; }
-  int LockWaiting(int /*descriptor*/) noexcept override { return 0; }
-  int Unlock(int /*descriptor*/) noexcept override { return 0; }
+  int Lock(int /*descriptor*/, int /*operation*/) noexcept override { return 0; }
+  int SetBlocking(int /*descriptor*/) noexcept override { return 0; }
   int Sync(int /*descriptor*/) noexcept override { return 0; }
   int Rename(const char* from, const char* to) noexcept override;
   int Unlink(const char* path) noexcept override;

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <new>
 
-#include "foundation/file.h"
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -181,17 +182,8 @@ bool DecodeCDTextPacks(BYTE* data, std::size_t size, ZSCUESHEET* sheet) noexcept
 
 bool LoadCDTextCompanion(const std::string& path, ZSCUESHEET* sheet) {
   std::string companion = path;
-  CZSFile file;
-  UHYPER size = 0;
   RenameExtension(&companion, ".CDT");
-  if (path.empty() || !file.OpenForReading(companion) || !file.Size(&size)) {
-    return false;
-  }
-  const auto count = static_cast<DWORD>(size); // 32 bits hold any CD-Text many times over.
-  const std::unique_ptr<BYTE[]> data(new (std::nothrow) BYTE[count]());
-  if (data == nullptr) {
-    return false;
-  }
-  file.Read(data.get(), count); // What does not come stays zero, and zeros are no text.
-  return DecodeCDTextPacks(data.get(), count, sheet);
+  std::string packs;
+  return !path.empty() && ReadWholeFile(companion, std::numeric_limits<DWORD>::max(), &packs) &&
+         DecodeCDTextPacks(reinterpret_cast<BYTE*>(packs.data()), packs.size(), sheet);
 }

@@ -1,13 +1,10 @@
 #include "disc/classify.h"
 
-#include <array>
-
 #include "disc/track_table.h"
 #include "foundation/byte_view.h"
 
 namespace {
 
-constexpr std::size_t kDescriptorSize = 2048;
 constexpr BYTE kSubModeVideo = 0x02; // Bit of the XA sub-mode.
 
 /// Moves the file to a byte position that may lie beyond what files can have.
@@ -38,7 +35,9 @@ bool LookAtTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSC
   if (!file.OpenForReading(sectorFile)) {
     return false;
   }
-  marks->bridge = marks->bridge || ShowsBridge(&file, *info, sheet, index);
+  UserData sector;
+  marks->bridge =
+      marks->bridge || (ReadSectorSixteen(&file, *info, &sector) && ShowsBridge(&file, sector, *info, sheet, index));
   marks->data = true;
   return true;
 }
@@ -103,12 +102,14 @@ UHYPER SectorSixteenPosition(const zsimagefileinfo& info) noexcept {
   return info.dwSeekBegin64 + 16 * blockSize + info.nSubCount;
 }
 
-bool ShowsBridge(CZSFile* file, const zsimagefileinfo& info, const ZSCUESHEET& sheet, UINT track) noexcept {
-  std::array<BYTE, kDescriptorSize> sector{};
-  if (SeekTo(file, SectorSixteenPosition(info))) {
-    file->Read(sector.data(), sector.size());
-  }
-  const ByteView descriptor(sector);
+bool ReadSectorSixteen(CZSFile* file, const zsimagefileinfo& info, UserData* sector) noexcept {
+  sector->fill(0);
+  return SeekTo(file, SectorSixteenPosition(info)) && file->Read(sector->data(), static_cast<DWORD>(sector->size()));
+}
+
+bool ShowsBridge(CZSFile* file, const UserData& sectorSixteen, const zsimagefileinfo& info, const ZSCUESHEET& sheet,
+                 UINT track) noexcept {
+  const ByteView descriptor(sectorSixteen);
   if (!descriptor.HasText(0, "\x01"
                              "CD001")) {
     return false;

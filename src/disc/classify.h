@@ -2,6 +2,7 @@
 /// What kind of disc a record describes, by its tracks and by what stands in sector 16 of the image.
 #pragma once
 
+#include <array>
 #include <string>
 
 #include "disc/records.h"
@@ -27,10 +28,17 @@ void SetSubCount(zsimagefileinfo* info, const ZSTRACK& track) noexcept;
 /// Byte offset of the user data of sector 16 of the image, where ECMA-119 puts the first volume descriptor.
 UHYPER SectorSixteenPosition(const zsimagefileinfo& info) noexcept;
 
-/// Whether the open sector file shows a CD-Bridge disc: a primary volume descriptor in sector 16 with the system
-/// identifier of such discs, or, when `track` is 0 and not the session's only one, video data in the middle of
-/// the second track. Reads that fail show nothing.
-bool ShowsBridge(CZSFile* file, const zsimagefileinfo& info, const ZSCUESHEET& sheet, UINT track) noexcept;
+/// User data of one sector.
+using UserData = std::array<BYTE, 2048>;
+
+/// Reads the user data of sector 16. Bytes that cannot be read are 0. @return Whether all of them were read.
+bool ReadSectorSixteen(CZSFile* file, const zsimagefileinfo& info, UserData* sector) noexcept;
+
+/// Whether sector 16 and the open sector file show a CD-Bridge disc: sector 16 is a primary volume descriptor with
+/// the system identifier of such discs, or it is a descriptor, `track` is 0, and the middle of the second track bears
+/// video. A read that fails shows nothing.
+bool ShowsBridge(CZSFile* file, const UserData& sectorSixteen, const zsimagefileinfo& info, const ZSCUESHEET& sheet,
+                 UINT track) noexcept;
 
 /// The type of a one-session disc, or of the first session of several; ZSTYPEPROJECT_NULL without any track.
 ::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept;

@@ -62,7 +62,8 @@ bool CZSFindFile::FindFile(const std::string& path) noexcept {
     return false;
   }
   try {
-    m_folder.assign(path, 0, PathFindFileNameA(path));
+    const bool pattern = path.find_first_of("*?") != std::string::npos;
+    m_path = pattern ? path : path.substr(0, PathFindFileNameA(path)) + m_data.cFileName;
     return true;
   } catch (const std::bad_alloc&) {
     Close();
@@ -70,13 +71,12 @@ bool CZSFindFile::FindFile(const std::string& path) noexcept {
   }
 }
 
-std::string CZSFindFile::Path() const { return m_find == INVALID_HANDLE_VALUE ? "" : m_folder + m_data.cFileName; }
-
 UHYPER CZSFindFile::GetFileSize() const noexcept {
   return m_find == INVALID_HANDLE_VALUE ? 0 : (UHYPER{m_data.nFileSizeHigh} << 32) | m_data.nFileSizeLow;
 }
 
 void CZSFindFile::Close() noexcept {
+  m_path.clear();
   if (m_find != INVALID_HANDLE_VALUE) {
     FindClose(m_find);
     m_find = INVALID_HANDLE_VALUE;

@@ -51,8 +51,9 @@ public:
   /// runs is ended first. Whatever is found here has an absolute path, so that needs no test of its own.
   bool FindFile(const char* path) noexcept;
   bool FindFile(const std::string& path) noexcept;
-  /// Path of what was found, its last name as it is spelled on disk; empty when nothing was.
-  std::string Path() const;
+  /// Path that opens what was found, its last name spelled as on disk. A path with wildcards stays as it was given:
+  /// a file opens by its name, not by a pattern. Empty if nothing was found.
+  const std::string& Path() const noexcept { return m_path; }
   /// Bytes of what was found; 0 when nothing was.
   UHYPER GetFileSize() const noexcept;
   /// Harmless when no lookup runs.
@@ -61,5 +62,5 @@ public:
 private:
   HANDLE m_find = INVALID_HANDLE_VALUE;
   WIN32_FIND_DATAA m_data{};
-  std::string m_folder; ///< Of the path that was asked for, with its separator.
+  std::string m_path;
 };

@@ -6,21 +6,15 @@
 #include "platform/paths.h"
 #include "platform/text.h"
 
-bool FileExists(const std::string& path) {
-  if (PathFileExistsA(path)) {
-    return true;
-  }
-  switch (GetLastError()) {
-  case ERROR_NOT_ENOUGH_MEMORY:
+bool LookupWasHindered() {
+  const DWORD error = GetLastError();
+  if (error == ERROR_NOT_ENOUGH_MEMORY) {
     throw std::bad_alloc();
-  case ERROR_FILE_NOT_FOUND:
-  case ERROR_PATH_NOT_FOUND:
-  case ERROR_FILENAME_EXCED_RANGE:
-    return false;
-  default:
-    return true;
   }
+  return error == ERROR_ACCESS_DENIED || error == ERROR_IO_DEVICE || error == ERROR_TOO_MANY_OPEN_FILES;
 }
+
+bool FileExists(const std::string& path) { return PathFileExistsA(path) || LookupWasHindered(); }
 
 bool RenameExtensionIfExists(std::string* path, std::string_view extension) {
   std::string renamed = *path;

@@ -5,9 +5,12 @@
 #include <string>
 #include <string_view>
 
-/// Whether a path names something. Wildcards in it are letters of the name, as they may be in a companion's. One that
-/// cannot be looked up counts as there: who opens it finds out why, instead of going on without it.
-/// @throws std::bad_alloc.
+/// Whether the look-up that has just failed says nothing about the name: no permission, a device error, no descriptor.
+/// A companion then counts as present: whoever opens it reports the reason instead of going on without it.
+/// @throws std::bad_alloc if memory was what it lacked.
+bool LookupWasHindered();
+
+/// Whether a path names something, or might. Wildcards are letters of the name. @throws std::bad_alloc.
 bool FileExists(const std::string& path);
 
 /// Replaces the extension if a file of the new name exists. False, with the path unchanged, if none does.

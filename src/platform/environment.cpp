@@ -26,7 +26,7 @@ class SystemFiles final : public FileOperations {
 public:
   int Open(const char* path, int flags, mode_t mode) noexcept override { return ::open(path, flags, mode); }
   int Close(int descriptor) noexcept override { return ::close(descriptor); }
-  int Duplicate(int descriptor) noexcept override { return ::dup(descriptor); }
+  int Duplicate(int descriptor) noexcept override { return ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0); }
   ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept override {
     return ::read(descriptor, buffer, count);
   }
@@ -37,9 +37,11 @@ public:
     return ::lseek(descriptor, distance, origin);
   }
   int Truncate(int descriptor, off_t size) noexcept override { return ::ftruncate(descriptor, size); }
-  int LockExclusive(int descriptor) noexcept override { return ::flock(descriptor, LOCK_EX | LOCK_NB); }
-  int LockWaiting(int descriptor) noexcept override { return ::flock(descriptor, LOCK_EX); }
-  int Unlock(int descriptor) noexcept override { return ::flock(descriptor, LOCK_UN); }
+  int Lock(int descriptor, int operation) noexcept override { return ::flock(descriptor, operation); }
+  int SetBlocking(int descriptor) noexcept override {
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    return flags == -1 ? -1 : ::fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK);
+  }
   int Sync(int descriptor) noexcept override { return ::fsync(descriptor); }
   int Rename(const char* from, const char* to) noexcept override { return std::rename(from, to); }
   int Unlink(const char* path) noexcept override { return ::unlink(path); }

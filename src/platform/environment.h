@@ -34,7 +34,7 @@ public:
   virtual int Open(const char* path, int flags, mode_t mode) noexcept = 0;
   /// As `close`.
   virtual int Close(int descriptor) noexcept = 0;
-  /// As `dup`.
+  /// As `dup`, with close-on-exec set for the copy.
   virtual int Duplicate(int descriptor) noexcept = 0;
   /// As `read`.
   virtual ssize_t Read(int descriptor, void* buffer, std::size_t count) noexcept = 0;
@@ -44,12 +44,10 @@ public:
   virtual off_t Seek(int descriptor, off_t distance, int origin) noexcept = 0;
   /// As `ftruncate`.
   virtual int Truncate(int descriptor, off_t size) noexcept = 0;
-  /// Takes the file for this descriptor alone, or fails at once with EWOULDBLOCK.
-  virtual int LockExclusive(int descriptor) noexcept = 0;
-  /// The same, but waits until nobody else has it.
-  virtual int LockWaiting(int descriptor) noexcept = 0;
-  /// Gives the lock of either call back.
-  virtual int Unlock(int descriptor) noexcept = 0;
+  /// As `flock`.
+  virtual int Lock(int descriptor, int operation) noexcept = 0;
+  /// Makes reads and writes of a descriptor wait that was opened with O_NONBLOCK.
+  virtual int SetBlocking(int descriptor) noexcept = 0;
   /// Returns when all that was written has reached the medium; for a folder, when its names have.
   virtual int Sync(int descriptor) noexcept = 0;
   /// Puts a file in the place of another in one step.

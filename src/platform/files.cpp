@@ -1,15 +1,19 @@
 #include "platform/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <exception>
 #include <limits>
 #include <new>
 
 #include "platform/environment.h"
 #include "platform/file_lookup.h"
 #include "platform/paths.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -53,6 +57,8 @@ DWORD FromErrno(int error) noexcept {
     return ERROR_FILE_TOO_LARGE;
   case EIO:
     return ERROR_IO_DEVICE;
+  case ELOOP:
+    return ERROR_CANT_RESOLVE_FILENAME;
   default:
     return ERROR_GEN_FAILURE;
   }
@@ -76,8 +82,19 @@ int OpenDescriptor(const std::string& path, int flags) noexcept {
       [&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNewFileMode); });
 }
 
+/// Opens a path under its spelling in UTF-8 or, if that names nothing, by its bytes as they are.
+int OpenAsSpelled(const std::string& path, int flags) {
+  if (!IsAscii(path)) {
+    const int descriptor = OpenDescriptor(NarrowToUtf8(path), flags);
+    if (descriptor != -1 || !platform::NamesNothing()) {
+      return descriptor;
+    }
+  }
+  return OpenDescriptor(path, flags);
+}
+
 int OpenForReading(const std::string& path) {
-  int descriptor = OpenDescriptor(path, O_RDONLY);
+  int descriptor = OpenAsSpelled(path, O_RDONLY);
   std::string resolved;
   struct stat status {};
   if (descriptor == -1 && platform::FindRespelled(path, &resolved, &status)) {
@@ -87,11 +104,18 @@ int OpenForReading(const std::string& path) {
 }
 
 int OpenForWriting(const std::string& path, DWORD disposition) {
-  const int descriptor = OpenDescriptor(path, O_WRONLY);
+  const int descriptor = OpenAsSpelled(path, O_WRONLY);
   if (descriptor != -1 || !platform::NamesNothing()) {
     return descriptor;
   }
   return OpenDescriptor(platform::PathOfNewFile(path), O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0));
+}
+
+/// Locks an open file. Fails at once if another descriptor has a lock that excludes this one. Some network file
+/// systems have no locks; their files are used without.
+bool Lock(int descriptor, int operation) noexcept {
+  return Uninterrupted([&] { return Files().Lock(descriptor, operation | LOCK_NB); }) != -1 || errno == ENOLCK ||
+         errno == EOPNOTSUPP || FailWithErrno();
 }
 
 /// Data come from what can be read at any position; they may also go to a device.
@@ -99,7 +123,7 @@ bool IsAllowedKind(mode_t mode, bool write) noexcept {
   return S_ISREG(mode) || S_ISBLK(mode) || (write && S_ISCHR(mode));
 }
 
-/// Makes sure that an open file is what it should be, and empties it where that was asked for.
+/// Checks that an open file is of an allowed kind, locks it and empties it if asked to.
 bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noexcept {
   struct stat status {};
   const bool write = access == GENERIC_WRITE;
@@ -109,11 +133,17 @@ bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noe
   if (!IsAllowedKind(status.st_mode, write)) {
     return Fail(ERROR_ACCESS_DENIED);
   }
-  if (!write || !S_ISREG(status.st_mode)) {
+  if (write && S_ISCHR(status.st_mode)) {
+    return Uninterrupted([&] { return Files().SetBlocking(descriptor); }) != -1 || FailWithErrno();
+  }
+  if (!S_ISREG(status.st_mode)) {
     return true;
   }
-  if (sharing == FILE_SHARE_NONE && Uninterrupted([&] { return Files().LockExclusive(descriptor); }) == -1) {
-    return FailWithErrno();
+  if (!write) {
+    return Lock(descriptor, LOCK_SH);
+  }
+  if (sharing == FILE_SHARE_NONE && !Lock(descriptor, LOCK_EX)) {
+    return false;
   }
   if (disposition == CREATE_ALWAYS && status.st_size != 0 &&
       Uninterrupted([&] { return Files().Truncate(descriptor, 0); }) == -1) {
@@ -142,10 +172,33 @@ HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposit
   return HANDLE{descriptor};
 }
 
-/// Describes a file that was found. Folders count as empty.
+/// Size of an open file. That of a block device is where a seek to its end leads; the position stays.
+bool SizeOf(HANDLE file, UHYPER* size) noexcept {
+  struct stat status {};
+  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
+    return FailWithErrno();
+  }
+  *size = static_cast<UHYPER>(status.st_size);
+  UHYPER position = 0;
+  return !S_ISBLK(status.st_mode) ||
+         (SetFilePointerEx(file, 0, &position, FILE_CURRENT) && SetFilePointerEx(file, 0, size, FILE_END) &&
+          SetFilePointerEx(file, static_cast<std::int64_t>(position), nullptr, FILE_BEGIN));
+}
+
+/// Size of a file on disk; 0 for a folder, and for a block device that does not open.
+UHYPER SizeOnDisk(const std::string& path, const struct stat& status) noexcept {
+  if (!S_ISBLK(status.st_mode)) {
+    return S_ISDIR(status.st_mode) ? UHYPER{0} : static_cast<UHYPER>(status.st_size);
+  }
+  const UniqueHandle device(HANDLE{OpenDescriptor(path, O_RDONLY)});
+  UHYPER size = 0;
+  return device && SizeOf(device.Get(), &size) ? size : 0;
+}
+
+/// Describes a file that was found.
 void Describe(const std::string& path, const struct stat& status, WIN32_FIND_DATAA* data) {
   const bool folder = S_ISDIR(status.st_mode);
-  const auto size = folder ? UHYPER{0} : static_cast<UHYPER>(status.st_size);
+  const UHYPER size = SizeOnDisk(path, status);
   data->dwFileAttributes = folder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
   data->nFileSizeHigh = static_cast<DWORD>(size >> 32);
   data->nFileSizeLow = static_cast<DWORD>(size);
@@ -259,16 +312,42 @@ DWORD SetFilePointer(HANDLE file, LONG distance, DWORD origin) noexcept {
 }
 
 DWORD GetFileSize(HANDLE file, DWORD* high) noexcept {
-  struct stat status {};
-  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
-    platform::KeepSystemError();
+  UHYPER size = 0;
+  if (!SizeOf(file, &size)) {
     return 0xFFFFFFFFU;
   }
-  const auto size = static_cast<UHYPER>(status.st_size);
   if (high != nullptr) {
     *high = static_cast<DWORD>(size >> 32);
   }
   return static_cast<DWORD>(size);
+}
+
+bool ReadToEnd(HANDLE file, UHYPER limit, std::string* bytes) noexcept {
+  bytes->clear();
+  UHYPER size = 0;
+  UHYPER position = 0;
+  if (!SizeOf(file, &size) || !SetFilePointerEx(file, 0, &position, FILE_CURRENT)) {
+    return false;
+  }
+  const UHYPER rest = size - std::min(size, position);
+  if (rest > std::min<UHYPER>(limit, std::numeric_limits<DWORD>::max())) {
+    return Fail(ERROR_FILE_TOO_LARGE);
+  }
+  try {
+    bytes->resize(static_cast<std::size_t>(rest));
+  } catch (const std::exception&) {
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
+  }
+  DWORD done = 0;
+  const bool read = ReadFile(file, bytes->data(), static_cast<DWORD>(rest), &done);
+  bytes->resize(read ? done : 0);
+  return read;
+}
+
+bool ReadWholeFile(const std::string& path, UHYPER limit, std::string* bytes) noexcept {
+  bytes->clear();
+  const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+  return file && ReadToEnd(file.Get(), limit, bytes);
 }
 
 HANDLE FindFirstFileA(const std::string& pattern, WIN32_FIND_DATAA* data) noexcept {

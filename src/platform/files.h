@@ -1,9 +1,9 @@
 /// @file
 /// Files by handle: open, read, write, seek, size and lookup over POSIX.
 ///
-/// A path is opened by its exact spelling first. If there is no such file, `\` is read as `/` and each component
-/// is found without regard to case (platform/paths.h). A new file gets its name in UTF-8. Only regular files and
-/// block devices open for reading; a folder or a FIFO does not, and nothing ever waits for one.
+/// A path is looked for in UTF-8 first, then by its bytes as they are. If neither names a file, `\` is read as `/`
+/// and each component is found without regard to case (platform/paths.h). A new file gets its name in UTF-8. Only
+/// regular files and block devices open for reading; a folder or a FIFO does not, and nothing ever waits for one.
 ///
 /// Every function that fails leaves the reason for GetLastError, per thread.
 #pragma once
@@ -19,9 +19,14 @@ inline constexpr HANDLE INVALID_HANDLE_VALUE{-1}; ///< No file.
 inline constexpr DWORD GENERIC_READ = 0x80000000U;  ///< Access to read.
 inline constexpr DWORD GENERIC_WRITE = 0x40000000U; ///< Access to write.
 
-inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< For writing: fails while another writer of this kind has the file.
-inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Takes no lock, as every value but FILE_SHARE_NONE.
+/// @name Sharing
+/// A regular file that is open for writing without sharing cannot be opened for reading, nor for writing without
+/// sharing, and the other way round, in any process. File systems without locks cannot enforce this.
+/// @{
+inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< Excludes readers and other writers that do not share.
+inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Shares. A reader shares whatever the value.
 inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< The same.
+/// @}
 
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Makes the file, or empties the one that exists.
 inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails when there is no file.
@@ -45,7 +50,7 @@ inline constexpr DWORD ERROR_INVALID_HANDLE = 6;         ///< The handle is not 
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;      ///< Memory cannot be had.
 inline constexpr DWORD ERROR_WRITE_PROTECT = 19;         ///< The file system is mounted for reading only.
 inline constexpr DWORD ERROR_GEN_FAILURE = 31;           ///< Any error without a number of its own here.
-inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;     ///< Another writer has the file.
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;     ///< The file is open elsewhere, without sharing.
 inline constexpr DWORD ERROR_HANDLE_EOF = 38;            ///< The file ends before the bytes that are needed.
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;     ///< An argument is null or out of its range.
 inline constexpr DWORD ERROR_DISK_FULL = 112;            ///< No space is left, or the user's share of it is used up.
@@ -54,6 +59,7 @@ inline constexpr DWORD ERROR_NEGATIVE_SEEK = 131;        ///< The position would
 inline constexpr DWORD ERROR_FILENAME_EXCED_RANGE = 206; ///< The path is longer than the system takes.
 inline constexpr DWORD ERROR_FILE_TOO_LARGE = 223; ///< Larger than the file system or the limit of the process takes.
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;     ///< The device failed.
+inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921; ///< Links in the path lead in a circle.
 /// @}
 
 /// Reason of this thread's last failure. Success does not reset it.
@@ -85,6 +91,15 @@ DWORD SetFilePointer(HANDLE file, LONG distance, DWORD origin) noexcept;
 
 /// Size in bytes: the low half, with the high half in `*high`, which may be null. 0xFFFFFFFF on failure.
 DWORD GetFileSize(HANDLE file, DWORD* high) noexcept;
+
+/// Reads a file from its position to its end. A file that shrinks meanwhile gives the bytes that are left.
+/// @param bytes Receives them; empty on failure.
+/// @return false with ERROR_FILE_TOO_LARGE for more than `limit` bytes, ERROR_NOT_ENOUGH_MEMORY, or the reason of the
+/// read that failed.
+bool ReadToEnd(HANDLE file, UHYPER limit, std::string* bytes) noexcept;
+
+/// Reads a whole file. @return As ReadToEnd; false if the file does not open.
+bool ReadWholeFile(const std::string& path, UHYPER limit, std::string* bytes) noexcept;
 
 /// What a lookup tells of a file.
 struct WIN32_FIND_DATAA {

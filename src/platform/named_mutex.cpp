@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,8 +90,8 @@ DWORD WaitForSingleObject(HANDLE mutex, DWORD milliseconds) noexcept {
     SetLastError(ERROR_INVALID_PARAMETER);
     return WAIT_FAILED;
   }
-  const int result = Uninterrupted(
-      [&] { return milliseconds == 0 ? Files().LockExclusive(descriptor) : Files().LockWaiting(descriptor); });
+  const int operation = milliseconds == 0 ? LOCK_EX | LOCK_NB : LOCK_EX;
+  const int result = Uninterrupted([&] { return Files().Lock(descriptor, operation); });
   if (result == -1 && errno == EWOULDBLOCK) {
     return WAIT_TIMEOUT;
   }
@@ -102,7 +103,7 @@ DWORD WaitForSingleObject(HANDLE mutex, DWORD milliseconds) noexcept {
 }
 
 bool ReleaseMutex(HANDLE mutex) noexcept {
-  if (Uninterrupted([&] { return Files().Unlock(static_cast<int>(mutex)); }) == -1) {
+  if (Uninterrupted([&] { return Files().Lock(static_cast<int>(mutex), LOCK_UN); }) == -1) {
     platform::KeepSystemError();
     return false;
   }

@@ -105,19 +105,27 @@ std::string FindName(const std::string& folder, const std::string& component) {
   return exact.empty() ? caseless : exact;
 }
 
-/// Adds one component to a folder that is on disk. False when the folder holds no such name.
-bool Descend(const std::string& component, const std::string& missing, std::string* found, struct stat* status) {
-  const std::string exact = *found + component;
-  if (exact != missing) {
-    if (Exists(exact, status)) {
-      *found = exact;
+/// Looks below a folder for a path in UTF-8, as most programs write names, then by its bytes as they are.
+bool FindAsSpelled(const std::string& folder, const std::string& path, std::string* found, struct stat* status) {
+  const std::string utf8 = NarrowToUtf8(path);
+  for (const std::string& spelling : {folder + utf8, folder + path}) {
+    if (Exists(spelling, status)) {
+      *found = spelling;
       return true;
     }
-    if (!NamesNothing()) {
-      return false;
+    if (utf8 == path || !NamesNothing()) {
+      break;
     }
   }
-  const std::string name = FindName(*found, component);
+  return false;
+}
+
+/// Appends one component to a folder that is on disk. False when the folder holds no such name.
+bool Descend(const std::string& component, std::string* found, struct stat* status) {
+  if (FindAsSpelled(*found, component, found, status)) {
+    return true;
+  }
+  const std::string name = NamesNothing() ? FindName(*found, component) : std::string();
   if (name.empty()) {
     return false;
   }
@@ -126,20 +134,19 @@ bool Descend(const std::string& component, const std::string& missing, std::stri
 }
 
 /// Walks a path that is not on disk as it stands from component to component.
-bool Walk(const std::string& missing, std::string* resolved, struct stat* status) {
-  std::string path = missing;
+bool Walk(std::string path, std::string* resolved, struct stat* status) {
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
   std::size_t position = 0;
-  // In most cases only the last name is another.
-  if (const std::size_t last = path.rfind('/'); last != std::string::npos && Exists(path.substr(0, last + 1), status)) {
+  // In most cases only the last name is spelled differently.
+  if (const std::size_t last = path.rfind('/');
+      last != std::string::npos && FindAsSpelled("", path.substr(0, last + 1), &found, status)) {
     position = last + 1;
-    found = path.substr(0, position);
   }
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());
     const std::string component = path.substr(position, separator - position);
-    if (!component.empty() && !Descend(component, missing, &found, status)) {
+    if (!component.empty() && !Descend(component, &found, status)) {
       return false;
     }
     if (separator < path.size() && (found.empty() || found.back() != '/')) {
@@ -160,11 +167,7 @@ bool Walk(const std::string& missing, std::string* resolved, struct stat* status
 bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG; }
 
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status) {
-  if (Exists(path, status)) {
-    *resolved = path;
-    return true;
-  }
-  return FindRespelled(path, resolved, status);
+  return FindAsSpelled("", path, resolved, status) || FindRespelled(path, resolved, status);
 }
 
 bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status) {
@@ -179,7 +182,7 @@ std::string PathOfNewFile(const std::string& path) {
   const std::size_t name = PathFindFileNameA(path);
   std::string folder = path.substr(0, name);
   struct stat status {};
-  if (!folder.empty() && !Exists(folder, &status) && !Walk(folder, &folder, &status)) {
+  if (!folder.empty() && !FindOnDisk(folder, &folder, &status)) {
     return path;
   }
   return folder + NarrowToUtf8(path.substr(name));

@@ -25,21 +25,6 @@ std::uint32_t HashOf(const std::string& upper) noexcept {
   return static_cast<std::uint32_t>(std::hash<std::string>()(upper));
 }
 
-std::string ReadWhole(const std::string& path) {
-  const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
-  constexpr DWORD kTooLarge = 0x80000000U;
-  DWORD high = 0;
-  const DWORD size = file ? GetFileSize(file.Get(), &high) : 0;
-  if (high != 0 || size >= kTooLarge) {
-    return {};
-  }
-  std::string text(size, '\0');
-  DWORD came = 0;
-  ReadFile(file.Get(), text.data(), size, &came);
-  text.resize(came);
-  return text;
-}
-
 /// Sorts places by their hashes and then by `isBefore`. Hashes are spread evenly, so that a share of all hashes has few
 /// places: they are put into their shares first, in time that is linear.
 template <class Iterator, class Less> void SortPlaces(Iterator first, Iterator last, Less isBefore) {
@@ -90,9 +75,13 @@ LONG ParseInt(std::string_view text) noexcept {
 
 } // namespace
 
-ProfileFile::ProfileFile(const std::string& path) : m_text(ReadWhole(path)) {
+bool ProfileFile::Load(const std::string& path) {
+  m_sections.clear();
+  m_keys.clear();
+  const bool read = ReadWholeFile(path, kMaxSize, &m_text);
   Index();
   Sort();
+  return read;
 }
 
 void ProfileFile::Index() {
@@ -175,15 +164,4 @@ LONG ProfileFile::Section::GetInt(std::string_view key, LONG missing) const {
 std::string ProfileFile::Section::GetString(std::string_view key, std::size_t limit) const {
   const std::optional<std::string_view> value = Find(key);
   return value && limit != 0 ? std::string(value->substr(0, limit - 1)) : std::string();
-}
-
-LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG missing, const std::string& path) {
-  return ProfileFile(path).GetSection(section).GetInt(key, missing);
-}
-
-std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view missing,
-                                     std::size_t limit, const std::string& path) {
-  const ProfileFile profile(path);
-  const ProfileFile::Section found = profile.GetSection(section);
-  return found.Find(key) ? found.GetString(key, limit) : std::string(missing);
 }

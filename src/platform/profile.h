@@ -41,8 +41,12 @@ public:
     std::size_t m_end;
   };
 
-  /// Reads a file. One that cannot be read, or has 2 GiB or more, gives a profile without sections.
-  explicit ProfileFile(const std::string& path);
+  /// Most bytes of a file that is read.
+  static constexpr UHYPER kMaxSize = 0x7FFFFFFF;
+
+  /// Reads a file. Sections of another file may not be used any more.
+  /// @return false, with the reason for GetLastError, if the file cannot be read; the profile is empty then.
+  bool Load(const std::string& path);
 
   /// A section by name; one without keys when it is missing.
   Section GetSection(std::string_view name) const;
@@ -70,10 +74,3 @@ private:
   std::deque<Heading> m_sections;
   std::deque<Place> m_keys; ///< Section by section.
 };
-
-/// One lookup in a file that is read for it. @return As ProfileFile::Section::GetInt.
-LONG GetPrivateProfileIntA(std::string_view section, std::string_view key, LONG missing, const std::string& path);
-
-/// One lookup in a file that is read for it; `missing` when there is no such key.
-std::string GetPrivateProfileStringA(std::string_view section, std::string_view key, std::string_view missing,
-                                     std::size_t limit, const std::string& path);

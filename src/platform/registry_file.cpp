@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -50,12 +51,7 @@ DWORD ReadText(const std::string& path, std::string* text) {
   if (!S_ISREG(status.st_mode) || status.st_size > kMaxSize) {
     return ERROR_BADDB;
   }
-  text->resize(static_cast<std::size_t>(status.st_size));
-  DWORD done = 0;
-  if (!ReadFile(file.Get(), text->data(), static_cast<DWORD>(text->size()), &done)) {
-    return GetLastError();
-  }
-  return done == text->size() ? ERROR_SUCCESS : ERROR_BADDB;
+  return ReadToEnd(file.Get(), kMaxSize, text) ? ERROR_SUCCESS : GetLastError();
 }
 
 /// Writes a file and waits until it is on the medium.
@@ -110,13 +106,14 @@ public:
   RegistryLock& operator=(const RegistryLock&) = delete;
   ~RegistryLock() {
     if (m_file) {
-      Files().Unlock(Descriptor(m_file)); // Closing alone would not do while a process that was forked has the file.
+      Files().Lock(Descriptor(m_file),
+                   LOCK_UN); // Closing alone would not do while a process that was forked has the file.
     }
   }
 
   DWORD Acquire(const std::string& path) noexcept {
     m_file.Reset(Open(path, O_RDWR | O_CREAT));
-    if (!m_file || Uninterrupted([&] { return Files().LockWaiting(Descriptor(m_file)); }) == -1) {
+    if (!m_file || Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) == -1) {
       return SystemError();
     }
     return ERROR_SUCCESS;

@@ -25,16 +25,12 @@ bool StepOverFields(const ByteView& file, const BYTE (&distances)[Count], UHYPER
   return true;
 }
 
-HRESULT LoadDescription(const std::string& path, FileBlock* description) noexcept {
-  CZSFile file;
-  UHYPER size = 0;
-  if (!file.OpenForReading(path) || !file.Size(&size)) {
-    return ZSE_FILENOTFOUND;
+HRESULT LoadDescription(const std::string& path, std::string* description) noexcept {
+  if (ReadWholeFile(path, std::numeric_limits<DWORD>::max(), description)) {
+    return S_OK;
   }
-  if (size > std::numeric_limits<DWORD>::max() || !description->Load(&file, 0, static_cast<DWORD>(size))) {
-    return ZSE_OUTOFRESOURCES;
-  }
-  return description->View().Size() == size ? S_OK : ZSE_FILENOTFOUND;
+  const DWORD error = GetLastError();
+  return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_FILE_TOO_LARGE ? ZSE_OUTOFRESOURCES : ZSE_FILENOTFOUND;
 }
 
 } // namespace
@@ -65,13 +61,14 @@ bool FindBwtRecordsEnd(const ByteView& file, UHYPER* end) noexcept {
 }
 
 HRESULT ReadBwtImage(IZSCueSheet* /*service*/, const std::string& path, zsimagefileinfo* /*info*/) {
-  FileBlock description;
+  std::string description;
   if (const HRESULT result = LoadDescription(path, &description); FAILED(result)) {
     return result;
   }
+  const ByteView view(description.data(), description.size());
   UHYPER end = 0;
-  if (description.View().HasText(0, "BLINDWRITE TOC FILE")) {
-    FindBwtRecordsEnd(description.View(), &end);
+  if (view.HasText(0, "BLINDWRITE TOC FILE")) {
+    FindBwtRecordsEnd(view, &end);
   }
   return ZSE_BADIMAGE; // Also for a whole description: no record can be built from it.
 }

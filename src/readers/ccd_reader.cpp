@@ -246,7 +246,10 @@ HRESULT ReadCcdImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!FileExists(path)) {
     return ZSE_FILENOTFOUND;
   }
-  const ProfileFile profile(path);
+  ProfileFile profile;
+  if (!profile.Load(path)) {
+    return LoadFailure();
+  }
   HRESULT result = AddEmptySessions(service, profile.GetSection("Disc").GetInt("Sessions", kMissing), info);
   if (SUCCEEDED(result)) {
     result = CcdEntries(profile, info).TakeAll();

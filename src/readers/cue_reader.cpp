@@ -39,7 +39,9 @@ DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilein
     if (!marks.data) {
       info->ZSBlockSize = track.ImageBlockSize;
       SetSubCount(info, track);
-      marks.bridge = ShowsBridge(dataFile, *info, sheet, i);
+      UserData sector;
+      ReadSectorSixteen(dataFile, *info, &sector); // The start of a sector that is cut off shows a descriptor, too.
+      marks.bridge = ShowsBridge(dataFile, sector, *info, sheet, i);
     }
     marks.data = true;
   }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <vector>
 
 #include "disc/track_table.h"
@@ -18,7 +17,6 @@ namespace {
 constexpr std::size_t kHeaderSize = 84;
 constexpr UHYPER kSessionBlockSize = 24;
 constexpr UHYPER kTrackBlockSize = 80;
-constexpr UHYPER kMaxDescriptionSize = std::numeric_limits<LONG>::max();
 
 constexpr BYTE kPointEndOfList = 0;
 constexpr BYTE kPointFirstTrack = 1;
@@ -33,11 +31,11 @@ struct Header {
   ULONG sessionBlocks = 0; ///< Position of the first one.
 };
 
-bool ReadHeader(CZSFile* file, Header* header) noexcept {
+/// False for a file that is no description. What a short file lacks counts as 0.
+bool ReadHeader(const std::string& description, Header* header) noexcept {
   constexpr BYTE kMediumDvd = 0x10;
-  std::array<BYTE, kHeaderSize> bytes{}; // What a short file lacks counts as 0.
-  DWORD came = 0;
-  file->ReadCount(bytes.data(), kHeaderSize, &came);
+  std::array<BYTE, kHeaderSize> bytes{};
+  std::copy_n(description.begin(), std::min(description.size(), bytes.size()), bytes.begin());
   const ByteView view(bytes);
   BYTE medium = 0;
   view.Byte(18, &medium);
@@ -45,16 +43,6 @@ bool ReadHeader(CZSFile* file, Header* header) noexcept {
   view.Little32(80, &header->sessionBlocks);
   header->dvd = medium == kMediumDvd;
   return view.HasText(0, "MEDIA DESCRIPTOR") && (view.HasText(16, "\x01\x02") || view.HasText(16, "\x01\x03"));
-}
-
-/// Loads the whole description, so that its offsets can be followed without going back to the file.
-HRESULT LoadDescription(CZSFile* file, FileBlock* description) noexcept {
-  UHYPER size = 0;
-  if (!file->Size(&size)) {
-    return ZSE_FILENOTFOUND;
-  }
-  const auto count = static_cast<DWORD>(std::min(size, kMaxDescriptionSize));
-  return description->Load(file, 0, count) ? S_OK : E_OUTOFMEMORY;
 }
 
 /// Last track number of each session that has its block.
@@ -225,17 +213,17 @@ HRESULT ReadMdsImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!FileExists(path) || !FileExists(sectorFile) || !file.OpenForReading(path)) {
     return ZSE_FILENOTFOUND;
   }
+  std::string description;
+  if (!ReadToEnd(file.Handle(), kMaxDescriptionSize, &description)) {
+    return LoadFailure();
+  }
+  file.Close();
   Header header;
-  if (!ReadHeader(&file, &header)) {
+  if (!ReadHeader(description, &header)) {
     return ZSE_BADIMAGE;
   }
-  FileBlock description;
-  HRESULT result = LoadDescription(&file, &description);
-  file.Close();
-  if (SUCCEEDED(result)) {
-    result = MdsSessions(service, description.View(), header, info).TakeAll();
-  }
-  if (FAILED(result)) {
+  const ByteView view(description.data(), description.size());
+  if (const HRESULT result = MdsSessions(service, view, header, info).TakeAll(); FAILED(result)) {
     return result;
   }
   info->dwSeekEnd64 = kToEndOfFile;

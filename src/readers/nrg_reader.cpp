@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <vector>
 
 #include "cdtext/decoder.h"
@@ -31,7 +30,6 @@ constexpr ULONG kTagCDText = Tag("CDTX");
 constexpr ULONG kTagTrackAtOnce = Tag("ETN2");
 
 constexpr DWORD kFooterSize = 12;
-constexpr UHYPER kMaxBlockSize = std::numeric_limits<LONG>::max();
 
 constexpr BYTE kLeadIn = 0;
 constexpr BYTE kLeadOut = 0xAA;
@@ -54,10 +52,13 @@ bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockPosition) noexcept 
   return footer.HasText(0, "NER5") && footer.Big64(4, blockPosition);
 }
 
-/// Loads everything from the block's position to the end of the file; nothing where that is no sensible block.
-bool LoadBlock(CZSFile* file, UHYPER position, UHYPER fileSize, FileBlock* block) noexcept {
-  const UHYPER size = position < fileSize ? fileSize - position : 0;
-  return size == 0 || size > kMaxBlockSize || block->Load(file, position, static_cast<DWORD>(size));
+/// Loads all from a position to the end of the file. A position that cannot be one gives no bytes.
+bool LoadBlock(CZSFile* file, UHYPER position, UHYPER fileSize, std::string* block) noexcept {
+  if (position >= fileSize || fileSize - position > kMaxDescriptionSize) {
+    return true;
+  }
+  return file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed &&
+         ReadToEnd(file->Handle(), kMaxDescriptionSize, block);
 }
 
 struct Chunk {
@@ -170,7 +171,7 @@ public:
   NrgSessions(IZSCueSheet* service, const std::vector<ULONG>& trackCounts, zsimagefileinfo* info) noexcept
       : m_service(service), m_trackCounts(trackCounts), m_info(info) {}
 
-  HRESULT Take(const Chunk& chunk, FileBlock* block) {
+  HRESULT Take(const Chunk& chunk, std::string* block) {
     switch (chunk.tag) {
     case kTagCueEntries:
       return AddCueSession(chunk.payload);
@@ -331,9 +332,10 @@ private:
     *position += sectors * sectorSize;
   }
 
-  void DecodeText(const Chunk& chunk, FileBlock* block) noexcept {
+  void DecodeText(const Chunk& chunk, std::string* block) noexcept {
     if (chunk.payload.Size() != 0 && m_info->nSessions != 0) {
-      DecodeCDTextPacks(block->Bytes() + chunk.position, chunk.payload.Size(), m_info->pZSCueSheet[0]);
+      DecodeCDTextPacks(reinterpret_cast<BYTE*>(block->data()) + chunk.position, chunk.payload.Size(),
+                        m_info->pZSCueSheet[0]);
       m_info->lMask |= ZSIMAGEMASK_CDTEXT;
     }
   }
@@ -345,12 +347,13 @@ private:
   UHYPER m_base = 0;
 };
 
-HRESULT BuildSessions(IZSCueSheet* service, FileBlock* block, zsimagefileinfo* info) {
+HRESULT BuildSessions(IZSCueSheet* service, std::string* block, zsimagefileinfo* info) {
+  const ByteView view(block->data(), block->size());
   std::vector<ULONG> trackCounts;
-  HRESULT result = CountTracks(block->View(), &trackCounts);
+  HRESULT result = CountTracks(view, &trackCounts);
   NrgSessions sessions(service, trackCounts, info);
   Chunk chunk;
-  for (ChunkWalk walk(block->View()); SUCCEEDED(result) && walk.Next(&chunk);) {
+  for (ChunkWalk walk(view); SUCCEEDED(result) && walk.Next(&chunk);) {
     result = sessions.Take(chunk, block);
   }
   return result;
@@ -369,14 +372,13 @@ HRESULT ReadNrgImage(IZSCueSheet* service, const std::string& path, zsimagefilei
     return ZSE_BADIMAGE;
   }
   info->dwSeekEnd64 = blockPosition;
-  FileBlock block;
+  std::string block;
   if (!LoadBlock(&file, blockPosition, find.GetFileSize(), &block)) {
-    return E_OUTOFMEMORY;
+    return LoadFailure();
   }
   file.Close();
   if (const HRESULT result = BuildSessions(service, &block, info); FAILED(result)) {
     return result;
   }
-  block.Clear();
   return FinishImage(path, ZSIMAGEFORMAT_NRG, info);
 }

@@ -6,22 +6,7 @@
 #include "disc/track_table.h"
 #include "foundation/strings.h"
 
-bool FileBlock::Load(CZSFile* file, UHYPER position, DWORD count) noexcept {
-  Clear();
-  m_bytes.reset(static_cast<BYTE*>(CoTaskMemAlloc(count)));
-  if (m_bytes == nullptr) {
-    return false;
-  }
-  if (file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed) {
-    file->ReadCount(m_bytes.get(), count, &m_size);
-  }
-  return true;
-}
-
-void FileBlock::Clear() noexcept {
-  m_bytes.reset();
-  m_size = 0;
-}
+HRESULT LoadFailure() noexcept { return GetLastError() == ERROR_NOT_ENOUGH_MEMORY ? E_OUTOFMEMORY : ZSE_BADIMAGE; }
 
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept {
   CZSSheetHolder holder(service);
@@ -31,8 +16,12 @@ HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info,
   if (!AllocateTracks(holder.Get(), trackCount)) {
     return E_OUTOFMEMORY;
   }
-  *sheet = holder.Get();
-  return holder.AttachTo(info) ? S_OK : ZSE_OUTOFRESOURCES;
+  ZSCUESHEET* added = holder.Get();
+  if (!holder.AttachTo(info)) {
+    return ZSE_OUTOFRESOURCES;
+  }
+  *sheet = added;
+  return S_OK;
 }
 
 LONG FlagsOfControl(BYTE control) noexcept {

@@ -7,7 +7,6 @@
 #include "cuesheet/cue_sheet_interface.h"
 #include "foundation/byte_view.h"
 #include "foundation/file.h"
-#include "platform/task_memory.h"
 
 /// Control bits of a track, as the sub-channel Q has them in its first four bits (Red Book).
 inline constexpr BYTE kControlPreEmphasis = 0x01;
@@ -15,21 +14,11 @@ inline constexpr BYTE kControlCopyPermitted = 0x02;
 inline constexpr BYTE kControlData = 0x04;
 inline constexpr BYTE kControlFourChannels = 0x08;
 
-/// Bytes of a file, in memory.
-class FileBlock {
-public:
-  /// Takes `count` bytes from a position on; fewer where the file ends or cannot be read.
-  /// @return false when there is no memory for them; the block is empty then.
-  bool Load(CZSFile* file, UHYPER position, DWORD count) noexcept;
-  void Clear() noexcept;
+/// Largest description that a reader loads.
+inline constexpr UHYPER kMaxDescriptionSize = 0x7FFFFFFF;
 
-  ByteView View() const noexcept { return {m_bytes.get(), m_size}; }
-  BYTE* Bytes() noexcept { return m_bytes.get(); }
-
-private:
-  TaskMemory<BYTE> m_bytes;
-  DWORD m_size = 0;
-};
+/// The result of a description that could not be loaded, by this thread's last error: E_OUTOFMEMORY or ZSE_BADIMAGE.
+HRESULT LoadFailure() noexcept;
 
 /// Hangs a new session of `trackCount` cleared tracks behind those of the record.
 /// @return ZSE_OUTOFRESOURCES when there is no sheet or no place for it, E_OUTOFMEMORY without tracks.

@@ -47,19 +47,6 @@ void DropCarriageReturns(std::string* text) noexcept {
   text->resize(kept);
 }
 
-/// The whole of an open file, as far as it can be read. Empty for one that is too large to be read as text.
-std::string ReadAll(CZSFile* file) {
-  UHYPER size = 0;
-  if (!file->Size(&size) || size > std::numeric_limits<LONG>::max()) {
-    return {};
-  }
-  std::string text(static_cast<std::size_t>(size), '\0');
-  DWORD came = 0;
-  file->ReadCount(text.data(), static_cast<DWORD>(size), &came);
-  text.resize(came);
-  return text;
-}
-
 } // namespace
 
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
@@ -202,7 +189,8 @@ void CZSSettingsDocument::Load(const std::string& path) {
   if (!file.OpenForReading(path)) {
     return;
   }
-  std::string text = ReadAll(&file);
+  std::string text;
+  ReadToEnd(file.Handle(), std::numeric_limits<LONG>::max(), &text);
   DropCarriageReturns(&text);
   Clear();
   SetHandler(&m_builder);

@@ -39,7 +39,7 @@ bool FindSubFile(const std::string& path, const std::string& name) {
   CZSFindFile find;
   std::string beside = path;
   ReplaceFileName(&beside, name);
-  return find.FindFile(name) || find.FindFile(beside);
+  return find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered();
 }
 
 void ReadTop(const CZSSettingsDocument& document, const std::string& path, const std::string& binaryFile,

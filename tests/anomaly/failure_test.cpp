@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
+#include <regex>
 #include <thread>
 
 #include "anomaly/operations.h"
@@ -74,14 +75,25 @@ TEST_F(Failures, OfFilesEndInACode) {
   }
 }
 
-/// A sector file that cannot be looked up is none that is not there: the description must not be read in its place.
-TEST_F(Failures, OfLookupsNeverMakeADescriptionTheSectorFile) {
-  const Operation reading = ReadingImage(m_folder.Path("sessions.ccd"));
-  FaultyFiles files;
-  do {
-    const Outcome outcome = Perform(reading, &files.points, ++m_points);
-    EXPECT_TRUE(outcome.result != S_OK || outcome.told.find("sessions.ccd") == std::string::npos) << m_points;
-  } while (files.points.Reached());
+/// A description that cannot be read in full must not become a smaller disc, nor a companion be passed over that cannot
+/// be looked up. The type of the disc may differ: a sector that cannot be read bears no mark.
+TEST_F(Failures, OfDevicesNeverShrinkADisc) {
+  std::string native = m_folder.Read("native.zsi");
+  m_folder.Write("native.zsi", native.insert(native.find("<SESSIONS>"), "<SUBFILE>native.sub</SUBFILE>"));
+  m_folder.Write("native.sub", "");
+  const std::regex type("type \\d+");
+  for (const char* image : {"cdplus.nrg", "tao.nrg", "sessions.ccd", "inline.mds", "dvd.mds", "native.zsi"}) {
+    const Operation reading = ReadingImage(m_folder.Path(image));
+    for (const bool andAfter : {false, true}) {
+      FaultyFiles files([] { return EIO; });
+      const std::string whole = std::regex_replace(Perform(reading, &files.points).told, type, "");
+      for (long point = 1; point == 1 || files.points.Reached(); ++point, ++m_points) {
+        const Outcome outcome = Perform(reading, &files.points, point, andAfter);
+        EXPECT_TRUE(outcome.result != S_OK || std::regex_replace(outcome.told, type, "") == whole)
+            << image << " at " << point << ": " << outcome.told;
+      }
+    }
+  }
 }
 
 /// Calls that a signal interrupts, while reads and writes move less than was asked for.

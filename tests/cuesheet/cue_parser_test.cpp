@@ -114,6 +114,7 @@ TEST(CueParser, FindsAndMeasuresTheDataFile) {
   folder.Write("odd.bin", odd);
   folder.Write("signed.bin", odd.replace(0x8001, 5, "CD001"));
   folder.WriteSparse("even.bin", 2048);
+  folder.WriteSparse("UPPER.BIN", 2048);
   const struct {
     const char* sheet;
     const char* text;
@@ -127,6 +128,7 @@ TEST(CueParser, FindsAndMeasuresTheDataFile) {
       {"a.cue", "FILE \"sub\\even.bin\"\n", "SUB\\EVEN.BIN", ZSE_CANNOTOPENIMAGE}, // Not joined to the folder.
       {"a.cue", "FILE \"/abs/b.bin\"\n", "/ABS/B.BIN", ZSE_CANNOTOPENIMAGE},
       {"a.cue", "FILE \"\"\n", folder.Path(""), S_OK},                  // A folder is there, and empty.
+      {"a.cue", "FILE \"*.BIN\"\n", folder.Path("*.BIN"), S_OK},        // Its size is that of the first match.
       {"a.cue", "FILE even.bin\n", folder.Path("a.cue"), ZSE_BADIMAGE}, // The sheet itself is measured.
       {"a.cue.txt", "FILE \"even.bin\"\n", folder.Path("EVEN.BIN"), S_OK},
       {"a.txt", "FILE \"even.bin\"\n", folder.Path("a.txt"), ZSE_BADIMAGE},

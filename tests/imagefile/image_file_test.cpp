@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <tuple>
 
+#include "disc/classify.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
 
@@ -59,6 +60,22 @@ TEST_F(ImageFile, RefusesAndLeavesTheRecordEmpty) {
   std::filesystem::current_path(before);
 }
 
+TEST_F(ImageFile, OpensNamesNotPatternsAndNoCompanionThatNamesNothing) {
+  const std::string bytes(2352 * 20, '\0');
+  folder.Write("TRACK1.BIN", bytes);
+  EXPECT_EQ(ZSE_CANNOTOPENIMAGE, ImageRecord(folder.Write("a.cue", "FILE \"*.BIN\" BINARY\nTRACK 1 AUDIO\n")).Result());
+  const std::string sheet = "FILE \"track1.bin\" BINARY\nTRACK 1 AUDIO\nINDEX 1 0:0:0\n";
+  std::filesystem::create_symlink("loop.SUB", folder.Path("loop.SUB"));
+  std::filesystem::create_symlink("loop.MDF", folder.Path("loop.MDF"));
+  const std::string longest = std::string(251, 'x') + ".cue"; // With a longer extension it would name nothing.
+  for (const std::string& name : {std::string("loop.cue"), longest}) {
+    ImageRecord record(folder.Write(name, sheet));
+    EXPECT_EQ(S_OK, record.Result());
+    EXPECT_EQ(0, LONG{record->lMask}) << name;
+  }
+  EXPECT_EQ(ZSE_FILENOTFOUND, ImageRecord(folder.Write("loop.mds", "MEDIA DESCRIPTOR\1\3")).Result());
+}
+
 /// A primary volume descriptor as far as it is looked at, behind what a sector has before its data.
 std::string Descriptor(std::size_t before, const std::string& system) {
   return std::string(before, '\0') + "\1CD001\1" + '\0' + system;
@@ -95,6 +112,28 @@ TEST_F(ImageFile, ClassifiesASheetAndNamesItsFiles) {
     EXPECT_EQ(folder.Path("DATA.BIN"), Narrow(record->bstrImageBinaryFile));
     EXPECT_EQ(ZSIMAGEMASK_SUBCHANNEL, LONG{record->lMask});
   }
+}
+
+/// The probe of a sheet takes the start of a sector 16 that is cut off; that of other images wants all of it.
+TEST_F(ImageFile, LooksAtWholeSectorsButInSheets) {
+  std::string data(2336 * 16, '\0');
+  data += Descriptor(8, "CD-RTOS CD-BRIDGE");
+  data.resize(2048 * 19); // In the middle of sector 16.
+  folder.Write("data.bin", data);
+  EXPECT_EQ(ZSTYPEPROJECT_VIDEO,
+            +ImageRecord(folder.Write("disc.cue", "FILE \"data.bin\" BINARY\nTRACK 1 MODE2/2336\nINDEX 1 0:0:0\n"
+                                                  "TRACK 2 MODE2/2336\nINDEX 1 0:0:9\n"))
+                 ->ZSTYPEPROJECT);
+  zsimagefileinfo info{};
+  TestSheet sheet;
+  for (const ULONG start : {0U, 9U}) {
+    ZSTRACK* track = AppendTrack(sheet.Get(), start, start + 9, 0, 2336);
+    track->Mode = ZSMODE_2;
+  }
+  info.nSessions = 1;
+  info.pZSCueSheet[0] = sheet.Get();
+  EXPECT_EQ(S_OK, ClassifyImage(folder.Path("data.bin"), &info));
+  EXPECT_EQ(ZSTYPEPROJECT_DATA, +info.ZSTYPEPROJECT);
 }
 
 TEST_F(ImageFile, TakesRecordsAtAnyAddressAndFreesTheirSessionsAlone) {

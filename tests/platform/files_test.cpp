@@ -1,10 +1,15 @@
 #include "platform/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <thread>
 
 #include "foundation/file.h"
 #include "platform/paths.h"
@@ -34,10 +39,20 @@ std::string Content(const std::string& path) {
   return file && ReadFile(file.Get(), content.data(), 99, &came) ? content.substr(0, came) : "none";
 }
 
-TEST(FileLookup, PrefersTheExactNameThenTheFirstOfAnyCase) {
+/// Files of a folder that may be entered but not listed.
+class UnlistableFiles final : public FaultyFiles {
+public:
+  int ListFolder(const char* /*path*/, std::vector<std::string>* /*names*/) noexcept override {
+    errno = EACCES;
+    return -1;
+  }
+};
+
+TEST(FileLookup, PrefersUtf8ThenTheBytesThenTheFirstOfAnyCase) {
   const TemporaryFolder folder;
-  for (const char* name : {"Sub/Track.bin", "sub/TRACK.BIN", "sub/track.bin", "Only/FILE.bin", "only\\back",
-                           "caf\xC3\xA9/\xE9\x9F\xB3.iso"}) {
+  for (const char* name :
+       {"Sub/Track.bin", "sub/TRACK.BIN", "sub/track.bin", "Only/FILE.bin", "only\\back",
+        "caf\xC3\xA9/\xE9\x9F\xB3.iso", "\xC3\xA9.iso", "\xE9.iso", "byte/\xE9.iso", "lat\xEDn/\xC3\xA9.iso"}) {
     folder.Write(name, name);
   }
   const std::pair<std::string, const char*> kCases[] = {
@@ -48,6 +63,9 @@ TEST(FileLookup, PrefersTheExactNameThenTheFirstOfAnyCase) {
       {"ONLY\\file.BIN", "Only/FILE.bin"},
       {"only\\back", "only\\back"},                                 // A name with the other separator.
       {"caf\xE9/\xE9\x9F\xB3.ISO", "caf\xC3\xA9/\xE9\x9F\xB3.iso"}, // The same characters in the other encoding.
+      {"\xE9.iso", "\xC3\xA9.iso"},
+      {"byte/\xE9.iso", "byte/\xE9.iso"},
+      {"lat\xEDn/\xE9.iso", "lat\xEDn/\xC3\xA9.iso"},
       {"sub/nothing", "none"},
       {"sub/track.bin/more", "none"},
   };
@@ -55,6 +73,12 @@ TEST(FileLookup, PrefersTheExactNameThenTheFirstOfAnyCase) {
     EXPECT_EQ(name, Content(folder.Path(path))) << path;
   }
   EXPECT_EQ("none", Content(""));
+  const UnlistableFiles files;
+  EXPECT_EQ("caf\xC3\xA9/\xE9\x9F\xB3.iso", Content(folder.Path("caf\xE9/\xE9\x9F\xB3.iso")));
+  EXPECT_EQ("lat\xEDn/\xC3\xA9.iso", Content(folder.Path("lat\xEDn/\xE9.iso")));
+  EXPECT_EQ("none", Content(folder.Path("SUB/track.bin")));
+  EXPECT_TRUE(UniqueHandle(Create(folder.Path("caf\xE9/\xF6"))));
+  EXPECT_TRUE(std::filesystem::exists(folder.Path("caf\xC3\xA9/\xC3\xB6")));
 }
 
 TEST(FileLookup, FindsPatternsAndSizes) {
@@ -73,8 +97,15 @@ TEST(FileLookup, FindsPatternsAndSizes) {
   CZSFindFile find;
   for (const auto& [pattern, name, size] : kCases) {
     EXPECT_EQ(!name.empty(), find.FindFile(folder.Path(pattern))) << pattern;
-    EXPECT_EQ(name.empty() ? "" : folder.Path(name), find.Path());
     EXPECT_EQ(size, find.GetFileSize());
+    WIN32_FIND_DATAA data{};
+    FindFirstFileA(folder.Path(pattern), &data);
+    EXPECT_EQ(name, data.cFileName);
+    // A file opens by its name, not by a pattern.
+    EXPECT_EQ(pattern == std::string("BIG") ? folder.Path("big")
+              : name.empty()                ? ""
+                                            : folder.Path(pattern),
+              find.Path());
   }
   WIN32_FIND_DATAA data{};
   EXPECT_TRUE(FindClose(FindFirstFileA(folder.Path("big"), &data)));
@@ -117,14 +148,128 @@ TEST(Files, OpenOnlyWhatCanBeReadAtAnyPosition) {
   }
 }
 
-TEST(Files, WriterWithoutSharingKeepsOthersOut) {
+/// Files of a system that has no locks.
+class UnlockableFiles final : public FaultyFiles {
+public:
+  int Lock(int /*file*/, int /*operation*/) noexcept override {
+    errno = error;
+    return -1;
+  }
+  int error = ENOLCK;
+};
+
+TEST(Files, WriterWithoutSharingKeepsOthersOutAndReadersKeepItOut) {
   const TemporaryFolder folder;
-  const UniqueHandle first(Create(folder.Write("file", "before")));
+  const std::string path = folder.Write("file", "before");
+  const auto write = [&](DWORD sharing) { return CreateFileA(path, GENERIC_WRITE, sharing, OPEN_EXISTING, 0); };
+  {
+    const UniqueHandle reader(OpenToRead(path));
+    EXPECT_TRUE(UniqueHandle(OpenToRead(path))) << "readers share";
+    EXPECT_TRUE(UniqueHandle(write(FILE_SHARE_READ)));
+    EXPECT_FALSE(UniqueHandle(Create(path)));
+    EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
+    EXPECT_EQ("before", folder.Read("file")) << "a writer that is kept out must not empty the file";
+  }
+  const UniqueHandle first(Create(path));
+  const UniqueHandle twin(DuplicateHandle(first.Get()));
   DWORD done = 0;
   EXPECT_TRUE(WriteFile(first.Get(), "0123456789", 10, &done));
-  EXPECT_EQ(INVALID_HANDLE_VALUE, Create(folder.Path("file")));
-  EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
-  EXPECT_EQ("0123456789", folder.Read("file")) << "the second writer must not empty the file";
+  for (const auto open : {OpenToRead, Create}) {
+    EXPECT_FALSE(UniqueHandle(open(path)));
+    EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
+  }
+  EXPECT_EQ("0123456789", folder.Read("file"));
+  UnlockableFiles files;
+  for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) {
+    files.error = error;
+    EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(OpenToRead(path)))) << error;
+    EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(Create(path)))) << error;
+  }
+}
+
+TEST(Files, StayOutOfProgramsThatAreStarted) {
+  const TemporaryFolder folder;
+  const UniqueHandle writer(Create(folder.Path("new")));
+  const UniqueHandle reader(OpenToRead(folder.Write("file", "x")));
+  const UniqueHandle twin(DuplicateHandle(reader.Get()));
+  for (const UniqueHandle* file : {&writer, &reader, &twin}) {
+    EXPECT_EQ(FD_CLOEXEC, ::fcntl(static_cast<int>(file->Get()), F_GETFD));
+  }
+}
+
+TEST(Files, WaitWhileATerminalIsFull) {
+  const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_NE(-1, master);
+  ASSERT_EQ(0, ::grantpt(master) | ::unlockpt(master));
+  UniqueHandle terminal(Create(::ptsname(master)));
+  ASSERT_TRUE(terminal);
+  constexpr DWORD kCount = 1 << 20;
+  const std::jthread reader([&] {
+    std::string bytes(4096, '\0');
+    for (ssize_t came = 1, left = kCount; left > 0 && came > 0; left -= came) {
+      came = ::read(master, bytes.data(), bytes.size());
+    }
+  });
+  DWORD done = 0;
+  EXPECT_TRUE(WriteFile(terminal.Get(), std::string(kCount, 'x').data(), kCount, &done)) << GetLastError();
+  EXPECT_EQ(kCount, done);
+  terminal.Reset();
+  ::close(master);
+}
+
+/// Regular files that look like block devices, which have no size of their own.
+class BlockDevices final : public FaultyFiles {
+public:
+  int Status(int file, struct stat* status) noexcept override {
+    return Disguise(FaultyFiles::Status(file, status), status);
+  }
+  int PathStatus(const char* path, struct stat* status) noexcept override {
+    return Disguise(FaultyFiles::PathStatus(path, status), status);
+  }
+
+private:
+  static int Disguise(int result, struct stat* status) noexcept {
+    if (result == 0 && S_ISREG(status->st_mode)) {
+      status->st_mode = (status->st_mode & ~static_cast<mode_t>(S_IFMT)) | S_IFBLK;
+      status->st_size = 0;
+    }
+    return result;
+  }
+};
+
+TEST(Files, OfBlockDevicesEndWhereASeekEnds) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("device", "0123456789");
+  const BlockDevices devices;
+  CZSFile file;
+  UHYPER size = 0;
+  ASSERT_TRUE(file.OpenForReading(path));
+  EXPECT_EQ(7U, file.Seek64(7, FILE_BEGIN));
+  EXPECT_TRUE(file.Size(&size));
+  EXPECT_EQ(10U, size);
+  std::string rest;
+  EXPECT_TRUE(ReadToEnd(file.Handle(), 3, &rest));
+  EXPECT_EQ("789", rest) << "the position stays";
+  CZSFindFile find;
+  EXPECT_TRUE(find.FindFile(path));
+  EXPECT_EQ(10U, find.GetFileSize());
+}
+
+TEST(Files, AreReadWholeUpToALimit) {
+  const TemporaryFolder folder;
+  const std::string path = folder.Write("file", "0123456789");
+  std::string bytes;
+  EXPECT_TRUE(ReadWholeFile(path, 10, &bytes));
+  EXPECT_EQ("0123456789", bytes);
+  EXPECT_FALSE(ReadWholeFile(path, 9, &bytes));
+  EXPECT_EQ(ERROR_FILE_TOO_LARGE, GetLastError());
+  EXPECT_EQ("", bytes);
+  EXPECT_FALSE(ReadWholeFile(folder.WriteSparse("large", UHYPER{1} << 33), ~UHYPER{0}, &bytes)) << "for one read";
+  const UniqueHandle file(OpenToRead(path));
+  Memory().faults.Start(1);
+  const bool read = ReadToEnd(file.Get(), 99, &bytes);
+  Memory().faults.Stop();
+  EXPECT_TRUE(read || GetLastError() == ERROR_NOT_ENOUGH_MEMORY); // Short texts take no memory.
 }
 
 TEST(Files, MovePositionAndShareItWithDuplicates) {
@@ -148,7 +293,7 @@ TEST(Files, TellWhyTheSystemRefuses) {
   const UniqueHandle file(Create("/dev/null"));
   const std::pair<int, DWORD> kErrors[] = {
       {ENOTDIR, 3},  {EMFILE, 4},   {EPERM, 5},    {EBADF, 6},          {ENOMEM, 8},  {EROFS, 19}, {EXDEV, 31},
-      {ETXTBSY, 32}, {ENOSPC, 112}, {EDQUOT, 112}, {ENAMETOOLONG, 206}, {EFBIG, 223}, {EIO, 1117}};
+      {ETXTBSY, 32}, {ENOSPC, 112}, {EDQUOT, 112}, {ENAMETOOLONG, 206}, {EFBIG, 223}, {EIO, 1117}, {ELOOP, 1921}};
   for (const auto& [number, error] : kErrors) {
     FaultyFiles failing([system = number] { return system; });
     failing.points.Start(1);

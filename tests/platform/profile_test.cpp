@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/files.h"
 #include "support/long_text.h"
 #include "support/temporary_folder.h"
 
@@ -23,20 +24,24 @@ TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
       {"Disc", "Added", "none"},    {"", "lost", "none"},
       {"Disc", "Last", "none"},     {"Disc", "Disc", "none"},
       {"Disc\nTitle", "", "none"}};
-  const ProfileFile profile(path);
+  ProfileFile profile;
+  EXPECT_TRUE(profile.Load(path));
   for (const auto& [section, key, value] : kCases) {
     EXPECT_EQ(value, profile.GetSection(section).Find(key).value_or("none")) << section << '/' << key;
     EXPECT_FALSE(profile.GetSection("Nowhere").Find(key)) << key;
   }
   EXPECT_EQ("One", profile.GetSection("Disc").GetString("Title", 4));
   EXPECT_EQ("", profile.GetSection("Disc").GetString("Title", 0));
-  EXPECT_EQ("default", GetPrivateProfileStringA("Disc", "Missing", "default", 99, path));
-  EXPECT_EQ("other", GetPrivateProfileStringA("Other", "Title", "default", 99, path));
+  EXPECT_EQ("", profile.GetSection("Disc").GetString("Missing", 99));
+  EXPECT_FALSE(profile.Load(folder.Path("missing.ini")));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, GetLastError());
+  EXPECT_FALSE(profile.GetSection("Disc").Find("Title"));
 }
 
 TEST(Profile, FindsEachOfManyKeys) {
   const TemporaryFolder folder;
-  const ProfileFile profile(folder.Write("a.ini", "[S]\n" + Times(1000, "K#=#\n") + Times(1000, "k#=later\n")));
+  ProfileFile profile;
+  EXPECT_TRUE(profile.Load(folder.Write("a.ini", "[S]\n" + Times(1000, "K#=#\n") + Times(1000, "k#=later\n"))));
   for (LONG i = 0; i < 1000; ++i) {
     EXPECT_EQ(i, profile.GetSection("s").GetInt("k" + std::to_string(i), -1));
   }
@@ -49,11 +54,11 @@ TEST(Profile, ReadsIntegersAsFarAsTheyGo) {
       {"12abc", 12}, {"0x", 0},      {"abc", 0},     {"", 0},        {"\"0x14\"", 20}, {"4294967295", -1},
       {"1 2", 1},    {"--1", 0},     {"0xg", 0},     {"010", 10},    {" 5 ", 5},       {"2147483648", INT32_MIN}};
   for (const auto& [text, value] : kCases) {
-    const std::string path = folder.Write("a.ini", "[S]\nK=" + text + "\n");
-    EXPECT_EQ(value, GetPrivateProfileIntA("s", "k", 77, path)) << text;
+    ProfileFile profile;
+    EXPECT_TRUE(profile.Load(folder.Write("a.ini", "[S]\nK=" + text + "\n")));
+    EXPECT_EQ(value, profile.GetSection("s").GetInt("k", 77)) << text;
+    EXPECT_EQ(-1, profile.GetSection("s").GetInt("other", -1));
   }
-  EXPECT_EQ(-1, GetPrivateProfileIntA("s", "other", -1, folder.Path("a.ini")));
-  EXPECT_EQ(-1, GetPrivateProfileIntA("s", "k", -1, folder.Path("missing.ini")));
 }
 
 } // namespace

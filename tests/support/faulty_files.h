@@ -39,9 +39,8 @@ public:
     return Fails() ? -1 : m_next->Seek(file, distance, origin);
   }
   int Truncate(int file, off_t size) noexcept override { return Fails() ? -1 : m_next->Truncate(file, size); }
-  int LockExclusive(int file) noexcept override { return Fails() ? -1 : m_next->LockExclusive(file); }
-  int LockWaiting(int file) noexcept override { return Fails() ? -1 : m_next->LockWaiting(file); }
-  int Unlock(int file) noexcept override { return Fails() ? -1 : m_next->Unlock(file); }
+  int Lock(int file, int operation) noexcept override { return Fails() ? -1 : m_next->Lock(file, operation); }
+  int SetBlocking(int file) noexcept override { return Fails() ? -1 : m_next->SetBlocking(file); }
   int Sync(int file) noexcept override { return Fails() ? -1 : m_next->Sync(file); }
   int Rename(const char* from, const char* to) noexcept override { return Fails() ? -1 : m_next->Rename(from, to); }
   int Unlink(const char* path) noexcept override { return Fails() ? -1 : m_next->Unlink(path); }
