@@ -23,6 +23,8 @@ bool CZSImageStream::InitStream(HANDLE file, std::string name, UHYPER start, UHY
     m_user.vt = VT_ERROR;
     m_user.scode = copied;
   }
+  m_start = start;
+  m_length = length;
   m_remaining = length;
   m_progress.qwTotal = length;
   m_file.Reset(DuplicateHandle(file));
@@ -33,7 +35,6 @@ bool CZSImageStream::InitStream(HANDLE file, std::string name, UHYPER start, UHY
 void CZSImageStream::SetSectors(UINT dataBlock, UINT stride) noexcept {
   m_dataBlock = dataBlock;
   m_stride = stride;
-  m_left = dataBlock;
 }
 
 void CZSImageStream::Report(UINT message, void* buffer, UINT size) {
@@ -70,13 +71,20 @@ HRESULT CZSImageStream::ReadStep(void* buffer, UINT count, UINT* done) {
     Report(ZSSTREAM_END, buffer, count);
     return S_FALSE;
   }
-  Report(ZSSTREAM_BEFOREREAD, buffer, static_cast<UINT>(std::min<UHYPER>(count, m_remaining)));
-  if (!ReadData(m_progress.pBuffer, m_progress.nSize, done)) {
+  const auto offered = static_cast<UINT>(std::min<UHYPER>(count, m_remaining));
+  Report(ZSSTREAM_BEFOREREAD, buffer, offered);
+  UINT wanted = m_progress.nSize;
+  if (wanted <= offered) { // A callback that asks for more gets what lies behind the track.
+    wanted = static_cast<UINT>(std::min<UHYPER>(wanted, m_length - std::min(m_length, m_position)));
+  }
+  const bool read = ReadData(static_cast<BYTE*>(m_progress.pBuffer), wanted, done);
+  m_position += *done;
+  if (!read) {
     const auto error = static_cast<std::int32_t>(GetLastError());
     Report(ZSSTREAM_END, buffer, count);
     return error == std::int32_t{ERROR_HANDLE_EOF} ? S_FALSE : HRESULT_FROM_WIN32(error);
   }
-  m_remaining -= std::min<UHYPER>(m_remaining, *done); // A callback may have asked for more than is left.
+  m_remaining -= std::min<UHYPER>(m_remaining, *done);
   m_progress.qwDone += *done;
   Report(ZSSTREAM_AFTERREAD, buffer, *done);
   if (m_progress.fCancel != 0) {
@@ -86,115 +94,94 @@ HRESULT CZSImageStream::ReadStep(void* buffer, UINT count, UINT* done) {
   return *done == count ? S_OK : S_FALSE;
 }
 
-bool CZSImageStream::ReadData(void* buffer, UINT count, UINT* done) noexcept {
+bool CZSImageStream::ReadData(BYTE* buffer, UINT count, UINT* done) noexcept {
   *done = 0;
-  if (buffer == nullptr && count != 0) { // Only a callback can have put it there.
+  if (count == 0) {
+    return true;
+  }
+  if (buffer == nullptr) { // Only a callback can have set it so.
     SetLastError(ERROR_INVALID_PARAMETER);
     return false;
   }
-  return m_dataBlock == m_stride ? ReadFile(m_file.Get(), buffer, count, done)
-                                 : ReadSectors(static_cast<BYTE*>(buffer), count, done);
+  if (m_dataBlock != m_stride) {
+    return ReadSectors(buffer, count, done);
+  }
+  return ReadFile(m_file.Get(), buffer, count, done); // The file is where the last read ended.
 }
 
-/// Reads data blocks that lie a stride apart.
+/// Reads data blocks that lie a stride apart: from what was read ahead or, where that fails, block by block.
 bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept {
-  for (;;) {
-    *done += TakeHeld(buffer + *done, count - *done);
-    if (*done == count) {
-      return true;
+  while (*done < count) {
+    *done += CopyAhead(m_position + *done, buffer + *done, count - *done);
+    const UHYPER position = m_position + *done;
+    const UINT wanted = count - *done;
+    if (wanted == 0) {
+      break;
     }
-    const UHYPER rest = m_remaining > *done ? m_remaining - *done : 0;
-    if (ReadAhead(std::max<UHYPER>(rest, count - *done))) {
-      if (m_heldAt == m_heldEnd) {
-        return true; // The file ends here.
+    if (ReadAhead(position, wanted)) {
+      if (m_aheadSize == 0) {
+        break; // The file ends here.
       }
       continue;
     }
+    const UINT part = std::min(wanted, m_dataBlock - static_cast<UINT>(position % m_dataBlock));
     UINT came = 0;
-    const bool good = ReadSector(buffer + *done, count - *done, &came);
-    *done += came;
-    if (!good || came == 0) {
-      return good;
-    }
-  }
-}
-
-/// Delivers from what was read ahead, without the gaps between the data blocks.
-UINT CZSImageStream::TakeHeld(BYTE* buffer, UINT wanted) noexcept {
-  UINT taken = 0;
-  while (taken < wanted && m_heldAt < m_heldEnd) {
-    const UINT part = std::min({wanted - taken, m_left, m_heldEnd - m_heldAt});
-    std::memcpy(buffer + taken, m_block.data() + m_heldAt, part);
-    taken += part;
-    m_heldAt += part;
-    m_left -= part;
-    if (m_left == 0) {
-      m_left = m_dataBlock;
-      m_heldAt += std::min(m_stride - m_dataBlock, m_heldEnd - m_heldAt);
-    }
-  }
-  return taken;
-}
-
-/// Reads whole sectors up to the first data byte of the one behind them; nothing at the end of the file. `wanted`
-/// is the data that will be asked for. False when the next sector must be read by itself.
-bool CZSImageStream::ReadAhead(UHYPER wanted) noexcept {
-  const UHYPER needed = wanted / m_dataBlock + (wanted % m_dataBlock != 0 ? 1 : 0);
-  const auto sectors = static_cast<UINT>(std::min<UHYPER>(needed, kBlockBytes / m_stride));
-  if (m_single != 0 || m_left != m_dataBlock || sectors < 2 || !FollowSkip()) {
-    return false;
-  }
-  DWORD came = 0;
-  if (!ReadFile(m_file.Get(), m_block.data(), sectors * m_stride, &came)) {
-    m_skip = -std::int64_t{came};
-    m_single = sectors;
-    return false;
-  }
-  m_heldAt = 0;
-  m_heldEnd = came;
-  return true;
-}
-
-/// Reads what is wanted of one sector, or what is left of it, and moves on to the next. Data that are not wanted
-/// now are held. Only called with nothing held.
-bool CZSImageStream::ReadSector(BYTE* buffer, UINT wanted, UINT* done) noexcept {
-  const UINT part = std::min(m_left, wanted);
-  if (!FollowSkip()) {
-    return false;
-  }
-  if (!ReadFile(m_file.Get(), buffer, part, done)) {
-    m_skip = -std::int64_t{*done};
-    *done = 0;
-    return false;
-  }
-  m_left -= *done;
-  if (*done < part) {
-    return true;
-  }
-  if (m_left == 0) {
-    m_left = m_dataBlock;
-  } else {
-    DWORD kept = 0;
-    if (!ReadFile(m_file.Get(), m_block.data(), m_left, &kept)) {
-      m_skip = -std::int64_t{kept};
+    if (!ReadAt(position, buffer + *done, part, &came)) {
       return false;
     }
-    m_heldAt = 0;
-    m_heldEnd = kept;
-    if (kept < m_left) {
-      return true;
+    *done += came;
+    if (came < part) {
+      break;
     }
   }
-  m_single -= std::min(m_single, 1U);
-  m_skip = std::int64_t{m_stride} - m_dataBlock;
-  return FollowSkip();
+  return true;
 }
 
-/// Makes the move in the file that is due. When it fails it stays due.
-bool CZSImageStream::FollowSkip() noexcept {
-  if (m_skip != 0 && !SetFilePointerEx(m_file.Get(), m_skip, nullptr, FILE_CURRENT)) {
+/// Reads sectors ahead, from a position of the stream to the end of the track or of what is wanted. If the call fails,
+/// the whole blocks before the failure are kept. False if there are none.
+bool CZSImageStream::ReadAhead(UHYPER position, UINT wanted) noexcept {
+  m_aheadSize = 0;
+  if (m_stride > kAheadBytes / 2) { // Mostly gaps.
     return false;
   }
-  m_skip = 0;
-  return true;
+  m_aheadStart = OffsetOf(position);
+  const UHYPER end = OffsetOf(std::max(m_length, position + wanted) - 1) + 1;
+  const auto size = static_cast<UINT>(std::min<UHYPER>(kAheadBytes, end - m_aheadStart));
+  UINT came = 0;
+  if (ReadAt(position, m_ahead.data(), size, &came)) {
+    m_aheadSize = came;
+    return true;
+  }
+  const auto first = m_dataBlock - static_cast<UINT>(position % m_dataBlock);
+  m_aheadSize = came < first ? 0 : first + (came - first) / m_stride * m_stride;
+  return m_aheadSize != 0;
+}
+
+/// Copies data blocks from what was read ahead, without the gaps. Returns the number of bytes.
+UINT CZSImageStream::CopyAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept {
+  const UHYPER offset = OffsetOf(position);
+  if (offset < m_aheadStart) {
+    return 0;
+  }
+  UINT done = 0;
+  UINT left = m_dataBlock - static_cast<UINT>(position % m_dataBlock);
+  for (UHYPER at = offset - m_aheadStart; at < m_aheadSize && done < count;) {
+    const UINT part = std::min({left, m_aheadSize - static_cast<UINT>(at), count - done});
+    std::memcpy(buffer + done, m_ahead.data() + at, part);
+    done += part;
+    at += left + m_stride - m_dataBlock;
+    left = m_dataBlock;
+  }
+  return done;
+}
+
+/// Reads bytes of the file from a position of the stream on.
+bool CZSImageStream::ReadAt(UHYPER position, void* buffer, UINT count, UINT* done) noexcept {
+  return SetFilePointerEx(m_file.Get(), static_cast<std::int64_t>(OffsetOf(position)), nullptr, FILE_BEGIN) &&
+         ReadFile(m_file.Get(), buffer, count, done);
+}
+
+/// Byte position in the file of a position in the stream.
+UHYPER CZSImageStream::OffsetOf(UHYPER position) const noexcept {
+  return m_start + position / m_dataBlock * m_stride + position % m_dataBlock;
 }

@@ -12,9 +12,9 @@
 /// A stream that reads a stretch of an image file forward and may take only a part of each sector. It offers
 /// Read alone, to one reader at a time, and reports each step to a callback. Nothing is allocated while reading.
 ///
-/// Where a part of each sector is wanted, many sectors are read ahead in one system call, which no reader and no
-/// callback can tell. When such a read fails, its sectors are read one by one, so that all that stands before a
-/// bad sector is delivered. A read that failed goes on where it stopped when it is tried again.
+/// The count of delivered bytes says where each read of the file begins, so that a file that was short or failed can be
+/// read on later. Where only a part of each sector is taken, many sectors are read ahead with one system call, up to
+/// the end of the track. If that call fails, all before the bad sector is delivered.
 class CZSImageStream final : public CZSObject<IStream> {
 public:
   explicit CZSImageStream(IUnknown* outer) noexcept : CZSObject(outer, IID_IStream) {}
@@ -47,22 +47,25 @@ public:
 
 private:
   /// Bytes that one system call reads ahead. Larger ones gain nothing, as they leave the processor's cache.
-  static constexpr UINT kBlockBytes = 384 * 1024;
+  static constexpr UINT kAheadBytes = 384 * 1024;
   static constexpr UINT kDefaultSector = 2048;
 
   void Report(UINT message, void* buffer, UINT size);
   HRESULT ReadStep(void* buffer, UINT count, UINT* done);
-  /// Reads the next bytes of the stream. `*done` is how many came: fewer than `count` at the end of the file, or
+  /// Reads the next bytes of the stream. `*done` is how many were read: fewer than `count` at the end of the file, or
   /// before a failure.
-  bool ReadData(void* buffer, UINT count, UINT* done) noexcept;
+  bool ReadData(BYTE* buffer, UINT count, UINT* done) noexcept;
   bool ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept;
-  UINT TakeHeld(BYTE* buffer, UINT wanted) noexcept;
-  bool ReadAhead(UHYPER wanted) noexcept;
-  bool ReadSector(BYTE* buffer, UINT wanted, UINT* done) noexcept;
-  bool FollowSkip() noexcept;
+  bool ReadAhead(UHYPER position, UINT wanted) noexcept;
+  UINT CopyAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept;
+  bool ReadAt(UHYPER position, void* buffer, UINT count, UINT* done) noexcept;
+  UHYPER OffsetOf(UHYPER position) const noexcept;
 
   UniqueHandle m_file;
-  UHYPER m_remaining = 0; ///< Bytes still to deliver.
+  UHYPER m_start = 0;     ///< Byte position in the file of the first data byte.
+  UHYPER m_length = 0;    ///< Bytes of the stream.
+  UHYPER m_position = 0;  ///< Bytes delivered so far, also by reads that failed later.
+  UHYPER m_remaining = 0; ///< Bytes still to deliver. A read that fails does not count.
   UINT m_dataBlock = kDefaultSector;
   UINT m_stride = kDefaultSector;
   ZSStreamCallback m_callback = nullptr;
@@ -71,12 +74,7 @@ private:
   VARIANT m_user{};
   bool m_firstRead = true;
   ZSSTREAMPROGRESS m_progress{};
-
-  // The place in the sectors. While nothing is held, the file stands at the next byte to deliver, m_skip apart.
-  UINT m_left = kDefaultSector; ///< Bytes of the current sector's data that were not delivered yet.
-  std::int64_t m_skip = 0;      ///< Bytes to move in the file before it is read again.
-  UINT m_single = 0;            ///< Sectors to read one by one, because reading them together failed.
-  UINT m_heldAt = 0;            ///< Part of m_block that was read and not delivered, gaps included.
-  UINT m_heldEnd = 0;
-  alignas(64) std::array<BYTE, kBlockBytes> m_block; ///< At a cache line, where the kernel copies faster.
+  UHYPER m_aheadStart = 0;                           ///< Byte position in the file of what was read ahead.
+  UINT m_aheadSize = 0;                              ///< Bytes of it.
+  alignas(64) std::array<BYTE, kAheadBytes> m_ahead; ///< At a cache line, where the kernel copies faster.
 };

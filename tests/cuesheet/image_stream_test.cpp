@@ -309,13 +309,45 @@ TEST_F(ImageStream, DeliversAllBeforeABadSectorAndGoesOnBehindIt) {
   }
 }
 
+TEST_F(ImageStream, GoesOnWhereAnImageGrew) {
+  const std::string expected = m_longer.Cut(m_image);
+  for (const ULONG size : {1000U, 2048U, 65535U}) {
+    const std::string path = m_folder.Write("grown.bin", m_image.substr(0, 2352 * 40 - 100));
+    const ComPtr<IStream> stream = m_longer.Open(path);
+    std::string bytes = ReadOn(stream, size);
+    m_folder.Write("grown.bin", m_image);
+    bytes += ReadOn(stream, size);
+    EXPECT_TRUE(bytes == expected) << size;
+  }
+}
+
+TEST_F(ImageStream, KeepsToItsTrackBehindAPassingFailure) {
+  for (const UINT dataBlock : {0U, 2048U}) {
+    Track track = m_longer;
+    track.dataBlock = dataBlock;
+    FailingFiles files;
+    files.badStart = 2352 * 100 + 1500;
+    files.badEnd = files.badStart + 1;
+    const ComPtr<IStream> stream = track.Open(m_path);
+    std::string bytes = ReadOn(stream, 65535, MakeResult(0x8007045D));
+    files.badEnd = 0;
+    bytes += ReadOn(stream, 65535);
+    EXPECT_TRUE(bytes == track.Cut(m_image)) << dataBlock;
+  }
+}
+
+TEST_F(ImageStream, IsNotPumpedOntoItsOwnImage) {
+  EXPECT_EQ(S_OK, Pump(m_stream, m_path));
+  EXPECT_TRUE(m_image == m_folder.Read("image.bin"));
+}
+
 TEST_F(ImageStream, CostsFewSystemCalls) {
   for (const ULONG size : {1U, 1000U, 2048U, 65535U}) {
     FaultyFiles files;
     const ComPtr<IStream> stream = m_longer.Open(m_path);
     files.points.Start();
     ReadOn(stream, size);
-    EXPECT_EQ(2, files.points.Count()) << "blocks, by " << size; // One call a sector would be 307.
+    EXPECT_EQ(4, files.points.Count()) << "to seek and read two blocks, by " << size; // Not one call for each sector.
   }
 }
 
