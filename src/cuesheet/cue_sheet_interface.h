@@ -34,8 +34,9 @@ struct ZSSTREAMPROGRESS {
 #pragma pack(pop)
 static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
 
-/// The callback, of which `CallBackPtr` is the address: always 4, the progress record, the caller's number and
-/// value. It runs inside Read, on the reader's thread; its result is not looked at.
+/// The callback. `CallBackPtr` is the function's own address, cast: `reinterpret_cast<LONG*>(&OnProgress)`. `kind` is
+/// always 4; `userParam` and `user` are the caller's number and value. It runs inside Read, on the reader's thread; its
+/// result is ignored.
 using ZSStreamCallback = LONG (*)(UINT kind, ZSSTREAMPROGRESS* progress, ULONG userParam, VARIANT user);
 
 /// Works on the record of one session. Operations answer 0 on success; a null pointer for a required argument gives
@@ -56,7 +57,9 @@ struct IZSCueSheet : IUnknown {
   /// tracks. @return 1 when there is no such file.
   virtual HRESULT AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) = 0;
 
-  /// Reads CD-Text packs from memory, which this changes, into the text of a sheet. @return 0 always.
+  /// Reads CD-Text packs from memory, which this changes, into the text of a sheet. Texts that the sheet had and that
+  /// the packs replace are freed: a host must not keep their strings.
+  /// @return 0; E_INVALIDARG for null data, also with a size of 0.
   virtual HRESULT AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) = 0;
 
   /// The data file that a CUE sheet names, or the path itself when none is named. The caller frees `*file`.
@@ -72,10 +75,11 @@ struct IZSCueSheet : IUnknown {
   /// @param imageFile The sector file. @param label Only told to the callback.
   /// @param info The image, for where its sectors and their user data begin. @param track The track: from `dwLBA` up
   /// to, not including, `dwEndLBA`; the pregap stays out. @param nBlockSizeData Bytes to take from each sector, from
-  /// its user data on; 0 for all of it, at most 2448 and the block size. @param CallBackPtr Address of a
-  /// ZSStreamCallback, or null. @param dwUserParam The callback's number. @param vtUser The callback's value, which is
-  /// copied. @param stream Receives the stream with one reference. It offers Read alone, to one reader at a time, and
-  /// keeps the file open.
+  /// its user data on; 0 for all of it, at most 2448 and the block size. @param CallBackPtr A
+  /// ZSStreamCallback, cast, or null. @param dwUserParam The callback's number. @param vtUser The callback's value,
+  /// which is copied. Of a value that VariantCopy refuses, and without memory for the copy, the callback gets VT_ERROR
+  /// with the result code. @param stream Receives the stream with one reference. It offers Read alone, to one reader at
+  /// a time, and keeps the file open.
   /// @return 1 when the file does not open or the numbers fit no file; E_OUTOFMEMORY. `*stream` is null on every
   /// failure. Read of the stream answers 0 when the buffer is full, 1 for fewer bytes and at the end, E_INVALIDARG
   /// without a buffer, E_FAIL once the callback has cancelled, and HRESULT_FROM_WIN32 of what a failed read met.
@@ -89,14 +93,16 @@ struct IZSCueSheet : IUnknown {
 
   /// Appends the tracks of one SAFEARRAY of ZSTRACK to another and empties the first. Numbers go on from the
   /// last track; positions of tracks and pieces move by its length plus 1.
-  /// @return E_INVALIDARG also for arrays of other elements, a fixed-size or empty destination; then nothing
-  /// has changed.
+  /// The arrays are made by SafeArrayCreateEx with the description of kRecordTrack (disc/record_ids.h).
+  /// @return E_INVALIDARG also for arrays of other elements, a fixed-size or empty destination; DISP_E_ARRAYISLOCKED
+  /// while an access to either array runs; E_OUTOFMEMORY. On failure nothing has changed.
   virtual HRESULT MergeTracks(VARIANT* source, VARIANT* destination) = 0;
 
   /// A new empty sheet. @return E_OUTOFMEMORY.
   virtual HRESULT AllocCueSheet(ZSCUESHEET** sheet) = 0;
 
-  /// Packs the text of a sheet as CD-Text, one block of single-byte text.
+  /// Packs the text of a sheet as CD-Text, one block of single-byte text. Longer texts are cut to 254 bytes. From the
+  /// first text that does not fit into the 256 packs of a block on, texts are left out, with result 0.
   /// @param sheet The texts; audio tracks alone have a say. @param fWithSubChannel VARIANT_TRUE spreads the packs over
   /// 96-byte groups of R-W symbols.
   /// @param data Receives a block that the caller frees with CoTaskMemFree. @param length Its bytes.

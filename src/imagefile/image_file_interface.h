@@ -30,12 +30,13 @@ struct IZSImageFile : IUnknown {
   virtual HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) = 0;
 
   /// Writes the description that `ZSImageFormat` of the record asks for: a CUE sheet of the first session, or a
-  /// native TOC file with raw CD-Text packs. The file is not tested afterwards.
-  /// @param path Of the new file. @param info The record; a TOC file makes `bstrImageBinaryFile` name its data file.
-  /// @param pToc Not read. @param nTracks Not read.
-  /// @param pCDText A run of packs of 18 bytes, or null. @param nLength Its bytes.
+  /// native TOC file with raw CD-Text packs. Writes that fail are not reported.
+  /// @param path Of the new file. @param info The record. A TOC file makes `bstrImageBinaryFile` name its data file,
+  /// and packs set ZSIMAGEMASK_CDTEXT in `lMask`. @param pToc Not read. @param nTracks Not read.
+  /// @param pCDText A run of packs of 18 bytes, or null. Only a TOC file takes them. @param nLength Its bytes.
   /// @return 1 for a CUE record without sessions; ZSE_FAILED for other formats, and for a TOC file of a record whose
-  /// sessions are not there; E_INVALIDARG for an empty path; E_FAIL when the file cannot be created; E_OUTOFMEMORY.
+  /// sessions are not there; E_INVALIDARG for an empty path; E_FAIL if a CUE sheet cannot be created (a TOC file that
+  /// cannot be created returns 0); E_OUTOFMEMORY.
   virtual HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks,
                                 zsmmccdtext* pCDText, UINT nLength) = 0;
 
@@ -50,7 +51,7 @@ struct IZSImageFile : IUnknown {
   /// @return E_OUTOFMEMORY, with the record unchanged.
   virtual HRESULT FreeImageFileInfo(zsimagefileinfo* info) = 0;
 
-  /// Computes `dwDiscID` and `dwDiscID2` of a record. @return E_OUTOFMEMORY.
+  /// Computes `dwDiscID` and `dwDiscID2` of a record.
   virtual HRESULT CalculateDiscID(zsimagefileinfo* info) = 0;
 
   /// The byte position in the sector file of what holds a sector. In a one-session image it is where the sector's track
@@ -59,8 +60,10 @@ struct IZSImageFile : IUnknown {
   /// sector that is found in no session, the start of the last one. A sector in no track of a single session gives the
   /// end of the last. Every session needs at least one track.
   /// @param info The record. @param dwLBA The sector. @param pSeek64 Receives bytes from the start of the sector file.
-  /// @param pLength64 Receives bytes of the track, or null; not written when no track of the first session holds the
-  /// sector. @return E_INVALIDARG for null, or a record that counts more than 99 sessions.
+  /// @param pLength64 Null, or receives a length in bytes of the track of the first session that holds the sector. In a
+  /// one-session image it is (`dwEndLBA` - `dwLBA` - `Pregap`) x `BlockSize`: less than the track's data by its pregap.
+  /// In others it is (`dwEndLBA` - `dwLBA`) x `BlockSize`. Not written if there is no such track. @return E_INVALIDARG
+  /// for null, or a record that counts more than 99 sessions.
   virtual HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) = 0;
 
 protected:

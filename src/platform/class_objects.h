@@ -17,7 +17,7 @@ using GetClassObjectFunction = HRESULT (*)(REFCLSID clsid, REFIID iid, void** fa
 /// One class that a library of this process offers.
 struct ProcessClass {
   CLSID clsid;                           ///< The class.
-  const OLECHAR* progId;                 ///< Its name, without version suffix.
+  const OLECHAR* progId;                 ///< Its name. One with a version suffix takes an entry of its own.
   GetClassObjectFunction getClassObject; ///< Gives its factory.
   ProcessClass* next;                    ///< Used by the platform layer; null before registration.
 };
@@ -31,13 +31,13 @@ extern "C" {
 
 /// The class of a ProgID, compared without regard to case.
 /// @return CO_E_CLASSSTRING when no class has that name, with `*clsid` cleared; REGDB_E_READREGDB when the registry
-/// cannot be read; E_INVALIDARG for null.
+/// cannot be read; E_INVALIDARG for null; E_OUTOFMEMORY.
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept;
 
 /// Makes an object of a class. `context` must have CLSCTX_INPROC_SERVER set.
 /// @return REGDB_E_CLASSNOTREG for an unknown class, E_POINTER for a null `object`; REGDB_E_READREGDB when the
 /// registry cannot be read, CO_E_DLLNOTFOUND when the class's library does not load, CO_E_ERRORINDLL when it exports
-/// no `DllGetClassObject`; or the factory's answer.
+/// no `DllGetClassObject`; E_OUTOFMEMORY; or what the factory returns.
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept;
 
 /// Unloads the libraries that CoCreateInstance loaded and whose `DllCanUnloadNow` answers 0. Other threads may make

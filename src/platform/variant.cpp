@@ -4,24 +4,10 @@
 
 namespace {
 
+/// Whether a value of this type is its bits and owns nothing.
 bool IsPlain(VARTYPE type) noexcept {
-  if ((type & VT_BYREF) != 0) {
-    return true;
-  }
-  switch (type) {
-  case VT_EMPTY:
-  case VT_UI1:
-  case VT_I4:
-  case VT_UI4:
-  case VT_I8:
-  case VT_UI8:
-  case VT_R8:
-  case VT_BOOL:
-  case VT_ERROR:
-    return true;
-  default:
-    return false;
-  }
+  return (type & VT_BYREF) != 0 || type <= VT_DATE || type == VT_ERROR || type == VT_BOOL ||
+         (type >= VT_I1 && type <= VT_UINT);
 }
 
 } // namespace

@@ -8,16 +8,25 @@
 /// The comment names the member of the union that holds the value.
 /// @{
 inline constexpr VARTYPE VT_EMPTY = 0;    ///< No value.
+inline constexpr VARTYPE VT_NULL = 1;     ///< A value that says: nothing.
+inline constexpr VARTYPE VT_I2 = 2;       ///< `iVal`.
 inline constexpr VARTYPE VT_I4 = 3;       ///< `lVal`.
+inline constexpr VARTYPE VT_R4 = 4;       ///< `fltVal`.
 inline constexpr VARTYPE VT_R8 = 5;       ///< `dblVal`.
+inline constexpr VARTYPE VT_CY = 6;       ///< `llVal`, in ten-thousandths.
+inline constexpr VARTYPE VT_DATE = 7;     ///< `dblVal`, in days since 1899-12-30.
 inline constexpr VARTYPE VT_BSTR = 8;     ///< `bstrVal`.
 inline constexpr VARTYPE VT_ERROR = 10;   ///< `scode`.
 inline constexpr VARTYPE VT_BOOL = 11;    ///< `boolVal`.
 inline constexpr VARTYPE VT_UNKNOWN = 13; ///< `punkVal`.
+inline constexpr VARTYPE VT_I1 = 16;      ///< `cVal`.
 inline constexpr VARTYPE VT_UI1 = 17;     ///< `bVal`.
+inline constexpr VARTYPE VT_UI2 = 18;     ///< `uiVal`.
 inline constexpr VARTYPE VT_UI4 = 19;     ///< `ulVal`.
 inline constexpr VARTYPE VT_I8 = 20;      ///< `llVal`.
 inline constexpr VARTYPE VT_UI8 = 21;     ///< `ullVal`.
+inline constexpr VARTYPE VT_INT = 22;     ///< `lVal`.
+inline constexpr VARTYPE VT_UINT = 23;    ///< `ulVal`.
 /// @}
 /// Marks an array; alone, with no element type, it marks the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
@@ -35,12 +44,16 @@ struct VARIANT {
   WORD wReserved2; ///< Not read.
   WORD wReserved3; ///< Not read.
   union {
+    std::int8_t cVal;     ///< VT_I1
     BYTE bVal;            ///< VT_UI1
-    LONG lVal;            ///< VT_I4
-    ULONG ulVal;          ///< VT_UI4
-    std::int64_t llVal;   ///< VT_I8
+    std::int16_t iVal;    ///< VT_I2
+    USHORT uiVal;         ///< VT_UI2
+    LONG lVal;            ///< VT_I4, VT_INT
+    ULONG ulVal;          ///< VT_UI4, VT_UINT
+    std::int64_t llVal;   ///< VT_I8, VT_CY
     UHYPER ullVal;        ///< VT_UI8
-    double dblVal;        ///< VT_R8
+    float fltVal;         ///< VT_R4
+    double dblVal;        ///< VT_R8, VT_DATE
     VARIANT_BOOL boolVal; ///< VT_BOOL
     HRESULT scode;        ///< VT_ERROR
     BSTR bstrVal;         ///< VT_BSTR, owned
@@ -57,10 +70,12 @@ extern "C" {
 void VariantInit(VARIANT* value) noexcept;
 
 /// Frees what the value owns and makes it empty.
-/// @return DISP_E_BADVARTYPE for a type not in the list above, with the value unchanged; DISP_E_ARRAYISLOCKED.
+/// @return DISP_E_BADVARTYPE for a type not in the list above (VT_DISPATCH, VT_VARIANT, VT_DECIMAL and records are
+/// not), with the value unchanged; DISP_E_ARRAYISLOCKED.
 HRESULT VariantClear(VARIANT* value) noexcept;
 
-/// Clears `target`, then makes it a deep copy of `source`. Where clearing fails, `target` is as VariantClear leaves
-/// it; on any other failure it is empty.
+/// Clears `target`, then makes it a deep copy of `source`. If clearing fails, `target` is as VariantClear leaves it;
+/// on any other failure it is empty.
+/// @return What VariantClear returns; DISP_E_BADVARTYPE for a source of a type not in the list; E_OUTOFMEMORY.
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept;
 }

@@ -120,10 +120,19 @@ TEST(Variant, CopiesAreIndependentAndUnknownTypesRefused) {
   text.punkVal = NewCueSheetService().Detach();
   EXPECT_EQ(S_OK, VariantCopy(&copy, &text)) << "what the target held is freed first";
   EXPECT_EQ(S_OK, VariantClear(&text));
-  text.vt = 999;
-  EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&text));
-  EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&copy, &text));
-  EXPECT_EQ(VT_EMPTY, VARTYPE{copy.vt});
+  for (const VARTYPE type : std::initializer_list<VARTYPE>{9, 12, 14, 15, 24, 36, 999}) {
+    text.vt = type;
+    EXPECT_EQ(DISP_E_BADVARTYPE, VariantClear(&text)) << type;
+    EXPECT_EQ(DISP_E_BADVARTYPE, VariantCopy(&copy, &text)) << type;
+    EXPECT_EQ(VT_EMPTY, VARTYPE{copy.vt});
+  }
+  for (const VARTYPE type :
+       std::initializer_list<VARTYPE>{0, 1, 2, 3, 4, 5, 6, 7, 10, 11, 16, 17, 18, 19, 20, 21, 22, 23}) {
+    text.vt = type;
+    text.ullVal = 0x123456789ABCDEF0;
+    EXPECT_EQ(S_OK, VariantCopy(&copy, &text)) << type;
+    EXPECT_EQ(0x123456789ABCDEF0U, UHYPER{copy.ullVal});
+  }
   text.vt = VT_BYREF | VT_ARRAY; // The address of somebody else's array, which is no array itself.
   text.ullVal = 0xFFFFFFF0;
   EXPECT_EQ(S_OK, VariantCopy(&copy, &text));
@@ -142,7 +151,11 @@ TEST(ClassObjects, AreFoundByNameInAnyCase) {
   CLSID clsid{};
   EXPECT_EQ(S_OK, CLSIDFromProgID(u"zsimagefile.ZSCUESHEET", &clsid));
   EXPECT_EQ(CLSID_ZSCueSheet, clsid);
-  for (const char16_t* unknown : {u"ZSImageFile.ZSCueSheez", u"", u"a\\b"}) {
+  EXPECT_EQ(S_OK, CLSIDFromProgID(u"ZSImageFile.ZSCueSheet.1", &clsid)) << "without registration";
+  EXPECT_EQ(CLSID_ZSCueSheet, clsid);
+  EXPECT_EQ(S_OK, CLSIDFromProgID(u"ZSImageFile.ZSImageFile.1", &clsid));
+  EXPECT_EQ(CLSID_ZSImageFile, clsid);
+  for (const char16_t* unknown : {u"ZSImageFile.ZSCueSheez", u"ZSImageFile.ZSCueSheet.2", u"", u"a\\b"}) {
     EXPECT_EQ(CO_E_CLASSSTRING, CLSIDFromProgID(unknown, &clsid));
     EXPECT_EQ(CLSID{}, clsid);
   }

@@ -84,14 +84,16 @@ public:
   ModuleAttachment() noexcept {
     RegisterTypeLibrary(SharedTypeLibrary());
     RegisterTypeLibrary(&m_typeLibrary);
-    RegisterProcessClass(&m_imageFile);
-    RegisterProcessClass(&m_cueSheet);
+    for (ProcessClass& entry : m_classes) {
+      RegisterProcessClass(&entry);
+    }
   }
   ModuleAttachment(const ModuleAttachment&) = delete;
   ModuleAttachment& operator=(const ModuleAttachment&) = delete;
   ~ModuleAttachment() {
-    RevokeProcessClass(&m_imageFile);
-    RevokeProcessClass(&m_cueSheet);
+    for (ProcessClass& entry : m_classes) {
+      RevokeProcessClass(&entry);
+    }
     RevokeTypeLibrary(&m_typeLibrary);
     RevokeTypeLibrary(SharedTypeLibrary());
   }
@@ -99,12 +101,16 @@ public:
 private:
   const CZSDiagnostics m_diagnostics;
   // The lists of the process run through these.
-  mutable TypeLibraryDescription m_typeLibrary{kComponentTypeLibrary, 1, 0, nullptr, 0, nullptr}; // It has no records.
-  mutable ProcessClass m_imageFile{CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr};
-  mutable ProcessClass m_cueSheet{CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr};
+  TypeLibraryDescription m_typeLibrary{kComponentTypeLibrary, 1, 0, nullptr, 0, nullptr}; // It has no records.
+  ProcessClass m_classes[4] = {
+      {CLSID_ZSImageFile, kProgIdImageFile, GetClassFactory, nullptr},
+      {CLSID_ZSImageFile, u"ZSImageFile.ZSImageFile.1", GetClassFactory, nullptr},
+      {CLSID_ZSCueSheet, kProgIdCueSheet, GetClassFactory, nullptr},
+      {CLSID_ZSCueSheet, u"ZSImageFile.ZSCueSheet.1", GetClassFactory, nullptr},
+  };
 };
 
-const ModuleAttachment attachment;
+ModuleAttachment attachment;
 
 } // namespace
 
