@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Fails when a file of src/ includes from a layer that stands above its own, or a host a header that is not installed.
+# Fails if a file of src/ or include/ includes a header of a layer above its own, or if a public header, a tool or an
+# example includes a header that is not public.
 set -euo pipefail
-cd "$(dirname "$0")/../src"
+cd "$(dirname "$0")/.."
 
 layers=(platform foundation disc cdtext cuesheet toc readers imagefile imagefile/server)
 
+# Prints the position of a layer's folder, from the lowest; -1 for any other folder.
 rank() {
   local i
   for i in "${!layers[@]}"; do
@@ -13,23 +15,24 @@ rank() {
   echo "-1"
 }
 
-failed=0
-while IFS=: read -r file line; do
-  included=$(sed -E 's/.*"([^"]+)".*/\1/' <<<"$line")
-  own=$(rank "$(dirname "$file")")
-  other=$(rank "$(dirname "$included")")
-  if [ "$own" -lt 0 ] || [ "$other" -lt 0 ] || [ "$other" -gt "$own" ]; then
-    echo "$file includes $included, which stands above it or in no layer" >&2
-    failed=1
-  fi
-done < <(grep -rE '^#include "' --include='*.h' --include='*.cpp' . | sed 's|^\./||')
+# Prints each include of the project's own headers below the given folders: "file header".
+includes() { grep -rE '^#include "[a-z_]+/' --include='*.h' --include='*.cpp' "$@" | sed -E 's/:.*"([^"]+)".*/ \1/'; }
 
-public=$(grep -oE '[a-z0-9_/]+\.h\b' CMakeLists.txt)
-while IFS=: read -r file line; do
-  included=$(sed -E 's/.*"([^"]+)".*/\1/' <<<"$line")
-  if ! grep -qx "$included" <<<"$public"; then
-    echo "$file includes $included, which is no public header" >&2
+failed=0
+while read -r file header; do
+  folder=$(dirname "${file#*/}")
+  own=$(rank "$folder")
+  other=$(rank "$(dirname "$header")")
+  if [ "$own" -lt 0 ] || [ "$other" -lt 0 ] || [ "$other" -gt "$own" ]; then
+    echo "$file includes $header, which is in a higher layer or in none" >&2
     failed=1
   fi
-done < <(grep -rE '^#include "[a-z]+/' --include='*.h' --include='*.cpp' ../tools ../examples | sed 's|^\.\./||')
+done < <(includes src include)
+
+while read -r file header; do
+  if [ ! -f "include/$header" ]; then
+    echo "$file includes $header, which is not a public header" >&2
+    failed=1
+  fi
+done < <(includes include tools examples)
 exit "$failed"

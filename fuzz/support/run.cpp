@@ -50,7 +50,7 @@ MemoryFiles& Environment() {
     ::setenv("IMAGEFILE_REGISTRY", "/disc/none.reg", 1); // What the user has registered plays no part.
     ProcessEnvironment().allocator = &TestAllocator();
     ProcessEnvironment().files = &files;
-    ProcessEnvironment().messages = &messages;
+    SetMessageHandler(&messages);
     __sanitizer_install_malloc_and_free_hooks(OnAllocation, OnRelease);
     return true;
   }();

@@ -1,9 +1,9 @@
 /// @file
 /// The seam below the platform layer: where memory comes from and how the system is called.
 ///
-/// Everything that the layer allocates for its callers and every system call of its file functions goes through
-/// the two objects named here. Tests put their own in place to count, to fail the k-th call, or to serve files
-/// from memory. Replace them only while no other thread is inside the layer.
+/// All memory that the layer allocates for its callers and all system calls of its file functions go through the two
+/// objects of the environment. Tests replace them to count calls, to make the k-th call fail, or to serve files from
+/// memory. Replace them only while no other thread is inside the layer.
 #pragma once
 
 #include <sys/stat.h>
@@ -64,13 +64,10 @@ public:
   virtual int ListFolder(const char* path, std::vector<std::string>* names) noexcept = 0;
 };
 
-class MessageHandler;
-
-/// What the layer currently works with. Allocator and files are never null.
+/// What the layer currently works with, never null.
 struct Environment {
-  Allocator* allocator;               ///< Source of task memory.
-  FileOperations* files;              ///< Way to the file system.
-  MessageHandler* messages = nullptr; ///< The host's way to show messages (platform/message_box.h), if it has one.
+  Allocator* allocator;  ///< Source of task memory.
+  FileOperations* files; ///< Way to the file system.
 };
 
 /// The one environment of the process. At the start it holds the system's own allocator and calls.

@@ -1,11 +1,18 @@
 #include "platform/message_box.h"
 
+#include <atomic>
 #include <cstdio>
 
-#include "platform/environment.h"
+namespace {
+
+std::atomic<MessageHandler*> g_handler{nullptr};
+
+} // namespace
+
+MessageHandler* SetMessageHandler(MessageHandler* handler) noexcept { return g_handler.exchange(handler); }
 
 void MessageBoxA(std::string_view text, std::string_view caption, UINT type) noexcept {
-  if (MessageHandler* handler = ProcessEnvironment().messages; handler != nullptr) {
+  if (MessageHandler* handler = g_handler; handler != nullptr) {
     handler->Show(text, caption, type);
     return;
   }

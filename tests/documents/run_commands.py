@@ -18,7 +18,7 @@ import tempfile
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-FOLDERS = "bench|cmake|docs|examples|fuzz|samples|src|tests|tools"
+FOLDERS = "bench|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
 # The images that the documents call disc.*, and the samples that they are.
 DISC = {"disc.cue": "album.cue", "disc.bin": "album.bin", "disc.cdt": "album.cdt", "disc.nrg": "cdplus.nrg",
         "disc.mds": "inline.mds", "disc.mdf": "inline.mdf", "disc.ccd": "sessions.ccd", "disc.img": "sessions.img"}

@@ -1,5 +1,4 @@
 #include "builders/mds_builder.h"
-#include "platform/environment.h"
 #include "platform/message_box.h"
 #include "readers/reader_checks.h"
 
@@ -10,8 +9,8 @@ const std::string kWhole = "1: 0-20, 2: 23-48 pregap 3 at 47040 | 1: 11298-11318
 /// Keeps the messages that would go to the user.
 class Messages final : public MessageHandler {
 public:
-  Messages() { ProcessEnvironment().messages = this; }
-  ~Messages() override { ProcessEnvironment().messages = nullptr; }
+  Messages() { SetMessageHandler(this); }
+  ~Messages() override { SetMessageHandler(nullptr); }
   void Show(std::string_view text, std::string_view caption, UINT type) noexcept override {
     m_shown += std::string(caption) + ": " + std::string(text) + " " + std::to_string(type) + "\n";
   }
