@@ -35,9 +35,6 @@ char16_t UpperUnit(char16_t unit) noexcept;
 /// Compares without regard to case: below 0, 0, above 0 as in `strcmp`.
 int lstrcmpiA(std::string_view left, std::string_view right);
 
-/// Bytes of zero-terminated text; 0 for null.
-std::size_t lstrlenA(const char* text) noexcept;
-
 namespace platform {
 
 /// Space, tab and the line ends, the vertical ones included.

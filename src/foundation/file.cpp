@@ -29,41 +29,19 @@ bool CZSFile::Write(const void* buffer, DWORD count) noexcept {
   return count == 0 || (WriteFile(m_file.Get(), buffer, count, &done) && done == count);
 }
 
-DWORD CZSFile::Seek(LONG distance, DWORD origin) noexcept { return SetFilePointer(m_file.Get(), distance, origin); }
-
 UHYPER CZSFile::Seek64(std::int64_t distance, DWORD origin) noexcept {
   UHYPER position = 0;
   return SetFilePointerEx(m_file.Get(), distance, &position, origin) ? position : kSeekFailed;
 }
 
-bool CZSFile::Size(UHYPER* size) const noexcept {
-  DWORD high = 0;
-  SetLastError(ERROR_SUCCESS);
-  const DWORD low = ::GetFileSize(m_file.Get(), &high);
-  if (low == 0xFFFFFFFFU && GetLastError() != ERROR_SUCCESS) {
-    return false;
-  }
-  *size = (UHYPER{high} << 32) | low;
-  return true;
-}
-
-bool CZSFindFile::FindFile(const char* path) noexcept {
-  try {
-    return FindFile(std::string(path == nullptr ? "*.*" : path));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-}
-
 bool CZSFindFile::FindFile(const std::string& path) noexcept {
   Close();
-  m_find = FindFirstFileA(path, &m_data);
-  if (m_find == INVALID_HANDLE_VALUE) {
+  if (!FindFirstFileA(path, &m_file)) {
     return false;
   }
   try {
     const bool pattern = path.find_first_of("*?") != std::string::npos;
-    m_path = pattern ? path : path.substr(0, PathFindFileNameA(path)) + m_data.cFileName;
+    m_path = pattern ? path : path.substr(0, PathFindFileNameA(path)) + m_file.name;
     return true;
   } catch (const std::bad_alloc&) {
     Close();
@@ -71,14 +49,7 @@ bool CZSFindFile::FindFile(const std::string& path) noexcept {
   }
 }
 
-UHYPER CZSFindFile::GetFileSize() const noexcept {
-  return m_find == INVALID_HANDLE_VALUE ? 0 : (UHYPER{m_data.nFileSizeHigh} << 32) | m_data.nFileSizeLow;
-}
-
 void CZSFindFile::Close() noexcept {
   m_path.clear();
-  if (m_find != INVALID_HANDLE_VALUE) {
-    FindClose(m_find);
-    m_find = INVALID_HANDLE_VALUE;
-  }
+  m_file.size = 0;
 }

@@ -26,12 +26,10 @@ public:
   /// True only when all `count` bytes went out. A count of 0 is true, with no system call.
   bool Write(const void* buffer, DWORD count) noexcept;
 
-  /// Moves the position. @return The low half of the new one, or 0xFFFFFFFF on failure.
-  DWORD Seek(LONG distance, DWORD origin) noexcept;
   /// Moves the position. @return The new one, or kSeekFailed.
   UHYPER Seek64(std::int64_t distance, DWORD origin) noexcept;
-  /// Size in bytes. False when the system does not tell.
-  bool Size(UHYPER* size) const noexcept;
+  /// Size in bytes.
+  bool Size(UHYPER* size) const noexcept { return GetFileSize(m_file.Get(), size); }
 
   HANDLE Handle() const noexcept { return m_file.Get(); }
 
@@ -39,28 +37,20 @@ private:
   UniqueHandle m_file;
 };
 
-/// Probes for a file's existence and size.
+/// Looks up a file's name on disk and its size.
 class CZSFindFile {
 public:
-  ~CZSFindFile() { Close(); }
-  CZSFindFile() = default;
-  CZSFindFile(const CZSFindFile&) = delete;
-  CZSFindFile& operator=(const CZSFindFile&) = delete;
-
-  /// Looks up a file or folder by path or pattern; null means any name of the current folder. A lookup that
-  /// runs is ended first. Whatever is found here has an absolute path, so that needs no test of its own.
-  bool FindFile(const char* path) noexcept;
+  /// Finds a file or folder by path or pattern (platform/file_lookup.h).
   bool FindFile(const std::string& path) noexcept;
   /// Path that opens what was found, its last name spelled as on disk. A path with wildcards stays as it was given:
   /// a file opens by its name, not by a pattern. Empty if nothing was found.
   const std::string& Path() const noexcept { return m_path; }
-  /// Bytes of what was found; 0 when nothing was.
-  UHYPER GetFileSize() const noexcept;
-  /// Harmless when no lookup runs.
+  /// Bytes of what was found; 0 if nothing was.
+  UHYPER GetFileSize() const noexcept { return m_file.size; }
+  /// Forgets what was found.
   void Close() noexcept;
 
 private:
-  HANDLE m_find = INVALID_HANDLE_VALUE;
-  WIN32_FIND_DATAA m_data{};
+  FoundFile m_file;
   std::string m_path;
 };

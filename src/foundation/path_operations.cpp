@@ -2,7 +2,8 @@
 
 #include <new>
 
-#include "platform/files.h"
+#include "platform/file_lookup.h"
+#include "platform/last_error.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 

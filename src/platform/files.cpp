@@ -10,9 +10,9 @@
 #include <limits>
 #include <new>
 
-#include "platform/environment.h"
-#include "platform/file_lookup.h"
+#include "platform/path_resolution.h"
 #include "platform/paths.h"
+#include "platform/system_calls.h"
 #include "platform/text.h"
 
 namespace {
@@ -21,48 +21,6 @@ using platform::Files;
 using platform::Uninterrupted;
 
 constexpr mode_t kNewFileMode = 0666; // As the user's mask allows.
-
-thread_local DWORD t_lastError = ERROR_SUCCESS;
-
-DWORD FromErrno(int error) noexcept {
-  switch (error) {
-  case ENOENT:
-    return ERROR_FILE_NOT_FOUND;
-  case ENOTDIR:
-    return ERROR_PATH_NOT_FOUND;
-  case EMFILE:
-  case ENFILE:
-    return ERROR_TOO_MANY_OPEN_FILES;
-  case EACCES:
-  case EPERM:
-  case EISDIR:
-    return ERROR_ACCESS_DENIED;
-  case EBADF:
-    return ERROR_INVALID_HANDLE;
-  case ENOMEM:
-    return ERROR_NOT_ENOUGH_MEMORY;
-  case EROFS:
-    return ERROR_WRITE_PROTECT;
-  case ETXTBSY:
-  case EWOULDBLOCK:
-    return ERROR_SHARING_VIOLATION;
-  case EINVAL:
-    return ERROR_INVALID_PARAMETER;
-  case ENOSPC:
-  case EDQUOT:
-    return ERROR_DISK_FULL;
-  case ENAMETOOLONG:
-    return ERROR_FILENAME_EXCED_RANGE;
-  case EFBIG:
-    return ERROR_FILE_TOO_LARGE;
-  case EIO:
-    return ERROR_IO_DEVICE;
-  case ELOOP:
-    return ERROR_CANT_RESOLVE_FILENAME;
-  default:
-    return ERROR_GEN_FAILURE;
-  }
-}
 
 bool Fail(DWORD error) noexcept {
   SetLastError(error);
@@ -172,19 +130,6 @@ HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposit
   return HANDLE{descriptor};
 }
 
-/// Size of an open file. That of a block device is where a seek to its end leads; the position stays.
-bool SizeOf(HANDLE file, UHYPER* size) noexcept {
-  struct stat status {};
-  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
-    return FailWithErrno();
-  }
-  *size = static_cast<UHYPER>(status.st_size);
-  UHYPER position = 0;
-  return !S_ISBLK(status.st_mode) ||
-         (SetFilePointerEx(file, 0, &position, FILE_CURRENT) && SetFilePointerEx(file, 0, size, FILE_END) &&
-          SetFilePointerEx(file, static_cast<std::int64_t>(position), nullptr, FILE_BEGIN));
-}
-
 /// Size of a file on disk; 0 for a folder, and for a block device that does not open.
 UHYPER SizeOnDisk(const std::string& path, const struct stat& status) noexcept {
   if (!S_ISBLK(status.st_mode)) {
@@ -192,20 +137,10 @@ UHYPER SizeOnDisk(const std::string& path, const struct stat& status) noexcept {
   }
   const UniqueHandle device(HANDLE{OpenDescriptor(path, O_RDONLY)});
   UHYPER size = 0;
-  return device && SizeOf(device.Get(), &size) ? size : 0;
+  return device && GetFileSize(device.Get(), &size) ? size : 0;
 }
 
-/// Describes a file that was found.
-void Describe(const std::string& path, const struct stat& status, WIN32_FIND_DATAA* data) {
-  const bool folder = S_ISDIR(status.st_mode);
-  const UHYPER size = SizeOnDisk(path, status);
-  data->dwFileAttributes = folder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
-  data->nFileSizeHigh = static_cast<DWORD>(size >> 32);
-  data->nFileSizeLow = static_cast<DWORD>(size);
-  data->cFileName = path.substr(PathFindFileNameA(path));
-}
-
-bool Find(const std::string& pattern, WIN32_FIND_DATAA* data) {
+bool Find(const std::string& pattern, FoundFile* found) {
   struct stat status {};
   std::string resolved;
   if (!platform::FindOnDisk(pattern, &resolved, &status)) {
@@ -220,19 +155,11 @@ bool Find(const std::string& pattern, WIN32_FIND_DATAA* data) {
       return false;
     }
   }
-  Describe(resolved, status, data);
+  *found = {S_ISDIR(status.st_mode), SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
   return true;
 }
 
-/// A lookup offers one find and holds nothing open, so all lookups share one handle.
-constexpr HANDLE kFindHandle{0x7FFFFFFF};
-
 } // namespace
-
-void platform::KeepSystemError() noexcept { SetLastError(FromErrno(errno)); }
-
-DWORD GetLastError() noexcept { return t_lastError; }
-void SetLastError(DWORD error) noexcept { t_lastError = error; }
 
 HANDLE CreateFileA(const std::string& path, DWORD access, DWORD sharing, DWORD disposition,
                    DWORD /*attributes*/) noexcept {
@@ -306,27 +233,23 @@ bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWOR
   return true;
 }
 
-DWORD SetFilePointer(HANDLE file, LONG distance, DWORD origin) noexcept {
+bool GetFileSize(HANDLE file, UHYPER* size) noexcept {
+  struct stat status {};
+  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
+    return FailWithErrno();
+  }
+  *size = static_cast<UHYPER>(status.st_size);
   UHYPER position = 0;
-  return SetFilePointerEx(file, distance, &position, origin) ? static_cast<DWORD>(position) : 0xFFFFFFFFU;
-}
-
-DWORD GetFileSize(HANDLE file, DWORD* high) noexcept {
-  UHYPER size = 0;
-  if (!SizeOf(file, &size)) {
-    return 0xFFFFFFFFU;
-  }
-  if (high != nullptr) {
-    *high = static_cast<DWORD>(size >> 32);
-  }
-  return static_cast<DWORD>(size);
+  return !S_ISBLK(status.st_mode) ||
+         (SetFilePointerEx(file, 0, &position, FILE_CURRENT) && SetFilePointerEx(file, 0, size, FILE_END) &&
+          SetFilePointerEx(file, static_cast<std::int64_t>(position), nullptr, FILE_BEGIN));
 }
 
 bool ReadToEnd(HANDLE file, UHYPER limit, std::string* bytes) noexcept {
   bytes->clear();
   UHYPER size = 0;
   UHYPER position = 0;
-  if (!SizeOf(file, &size) || !SetFilePointerEx(file, 0, &position, FILE_CURRENT)) {
+  if (!GetFileSize(file, &size) || !SetFilePointerEx(file, 0, &position, FILE_CURRENT)) {
     return false;
   }
   const UHYPER rest = size - std::min(size, position);
@@ -350,13 +273,10 @@ bool ReadWholeFile(const std::string& path, UHYPER limit, std::string* bytes) no
   return file && ReadToEnd(file.Get(), limit, bytes);
 }
 
-HANDLE FindFirstFileA(const std::string& pattern, WIN32_FIND_DATAA* data) noexcept {
+bool FindFirstFileA(const std::string& pattern, FoundFile* found) noexcept {
   try {
-    return Find(pattern, data) ? kFindHandle : INVALID_HANDLE_VALUE;
+    return Find(pattern, found);
   } catch (const std::bad_alloc&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return INVALID_HANDLE_VALUE;
+    return Fail(ERROR_NOT_ENOUGH_MEMORY);
   }
 }
-
-bool FindClose(HANDLE find) noexcept { return find == kFindHandle || Fail(ERROR_INVALID_HANDLE); }

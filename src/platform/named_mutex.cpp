@@ -9,8 +9,7 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/environment.h"
-#include "platform/file_lookup.h"
+#include "platform/system_calls.h"
 
 namespace {
 

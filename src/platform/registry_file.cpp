@@ -7,10 +7,9 @@
 
 #include <cerrno>
 
-#include "platform/environment.h"
-#include "platform/file_lookup.h"
 #include "platform/files.h"
 #include "platform/registry_text.h"
+#include "platform/system_calls.h"
 
 namespace {
 

@@ -269,5 +269,3 @@ int lstrcmpiA(std::string_view left, std::string_view right) {
   CharUpperA(&b);
   return MultiByteToWideChar(a).compare(MultiByteToWideChar(b));
 }
-
-std::size_t lstrlenA(const char* text) noexcept { return text == nullptr ? 0 : std::strlen(text); }

@@ -26,11 +26,6 @@ HANDLE Create(const std::string& path) {
   return CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
 }
 
-HANDLE Find(const std::string& path) {
-  WIN32_FIND_DATAA data{};
-  return FindFirstFileA(path, &data);
-}
-
 /// What a file holds; "none" where none opens.
 std::string Content(const std::string& path) {
   const UniqueHandle file(OpenToRead(path));
@@ -98,18 +93,18 @@ TEST(FileLookup, FindsPatternsAndSizes) {
   for (const auto& [pattern, name, size] : kCases) {
     EXPECT_EQ(!name.empty(), find.FindFile(folder.Path(pattern))) << pattern;
     EXPECT_EQ(size, find.GetFileSize());
-    WIN32_FIND_DATAA data{};
-    FindFirstFileA(folder.Path(pattern), &data);
-    EXPECT_EQ(name, data.cFileName);
+    FoundFile found;
+    FindFirstFileA(folder.Path(pattern), &found);
+    EXPECT_EQ(name, found.name);
     // A file opens by its name, not by a pattern.
     EXPECT_EQ(pattern == std::string("BIG") ? folder.Path("big")
               : name.empty()                ? ""
                                             : folder.Path(pattern),
               find.Path());
   }
-  WIN32_FIND_DATAA data{};
-  EXPECT_TRUE(FindClose(FindFirstFileA(folder.Path("big"), &data)));
-  EXPECT_EQ(FILE_ATTRIBUTE_NORMAL, data.dwFileAttributes);
+  FoundFile found;
+  EXPECT_TRUE(FindFirstFileA(folder.Path(""), &found));
+  EXPECT_TRUE(found.isFolder && found.size == 0);
 }
 
 TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
@@ -284,7 +279,7 @@ TEST(Files, MovePositionAndShareItWithDuplicates) {
   DWORD came = 0;
   EXPECT_TRUE(ReadFile(twin.Get(), bytes, 4, &came));
   EXPECT_EQ("789", std::string(bytes, came)) << "the end of the file is no failure";
-  EXPECT_EQ(0xFFFFFFFFU, SetFilePointer(file.Get(), 0, FILE_END + 1));
+  EXPECT_FALSE(SetFilePointerEx(file.Get(), 0, nullptr, FILE_END + 1));
   EXPECT_FALSE(SetFilePointerEx(file.Get(), -1, nullptr, FILE_BEGIN));
   EXPECT_EQ(ERROR_NEGATIVE_SEEK, GetLastError());
 }
@@ -300,12 +295,17 @@ TEST(Files, TellWhyTheSystemRefuses) {
     EXPECT_EQ(INVALID_HANDLE_VALUE, DuplicateHandle(file.Get()));
     EXPECT_EQ(error, GetLastError()) << number;
   }
-  for (const auto lookup : {OpenToRead, Find}) {
+  const auto opens = [](const std::string& path) { return static_cast<bool>(UniqueHandle(OpenToRead(path))); };
+  const auto finds = [](const std::string& path) {
+    FoundFile found;
+    return FindFirstFileA(path, &found);
+  };
+  for (bool (*const lookup)(const std::string& path) : {+opens, +finds}) {
     const std::string name = "a name that is looked for in a folder";
     Memory().faults.Start(1, true);
-    const HANDLE found = lookup(name);
+    const bool found = lookup(name);
     Memory().faults.Stop();
-    EXPECT_EQ(INVALID_HANDLE_VALUE, found);
+    EXPECT_FALSE(found);
     EXPECT_EQ(ERROR_NOT_ENOUGH_MEMORY, GetLastError());
   }
   EXPECT_FALSE(CloseHandle(INVALID_HANDLE_VALUE));

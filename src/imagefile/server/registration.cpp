@@ -8,9 +8,8 @@
 #include "disc/record_descriptions.h"
 #include "imagefile/server/class_factories.h"
 #include "imagefile/server/scripts.h"
-#include "platform/file_lookup.h"
-#include "platform/files.h"
 #include "platform/guard.h"
+#include "platform/system_calls.h"
 
 namespace {
 

@@ -1,0 +1,167 @@
+#include "platform/file_lookup.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+#include "platform/path_resolution.h"
+#include "platform/paths.h"
+#include "platform/system_calls.h"
+#include "platform/text.h"
+
+namespace platform {
+namespace {
+
+bool Exists(const std::string& path, struct stat* status) noexcept {
+  return Uninterrupted([&] { return Files().PathStatus(path.c_str(), status); }) == 0;
+}
+
+/// Returns the names in a folder, in no order. If there are none, `errno` says why.
+std::vector<std::string> NamesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  const int listed = Uninterrupted([&] {
+    names.clear();
+    return Files().ListFolder(folder.empty() ? "." : folder.c_str(), &names);
+  });
+  if (listed != 0) {
+    names.clear();
+  }
+  if (listed == 0 || errno == EACCES) { // A folder that may not be listed has no name in another case.
+    errno = ENOENT;
+  }
+  return names;
+}
+
+/// Returns the name that a folder has for a component: the same characters in another encoding, else in any case.
+/// Empty, with `errno` set, if there is none.
+std::string FindName(const std::string& folder, const std::string& component) {
+  const std::u16string wanted = MultiByteToWideChar(component);
+  std::string exact;
+  std::string caseless;
+  for (const std::string& name : NamesIn(folder)) {
+    if (lstrcmpiA(name, component) != 0) {
+      continue;
+    }
+    std::string& found = MultiByteToWideChar(name) == wanted ? exact : caseless;
+    if (found.empty() || name < found) {
+      found = name;
+    }
+  }
+  return exact.empty() ? caseless : exact;
+}
+
+/// Looks below a folder for a path in UTF-8, as most programs write names, then by its bytes as they are.
+bool FindAsSpelled(const std::string& folder, const std::string& path, std::string* found, struct stat* status) {
+  const std::string utf8 = NarrowToUtf8(path);
+  for (const std::string& spelling : {folder + utf8, folder + path}) {
+    if (Exists(spelling, status)) {
+      *found = spelling;
+      return true;
+    }
+    if (utf8 == path || !NamesNothing()) {
+      break;
+    }
+  }
+  return false;
+}
+
+/// Appends one component to a folder that is on disk. False if the folder has no such name.
+bool Descend(const std::string& component, std::string* found, struct stat* status) {
+  if (FindAsSpelled(*found, component, found, status)) {
+    return true;
+  }
+  const std::string name = NamesNothing() ? FindName(*found, component) : std::string();
+  if (name.empty()) {
+    return false;
+  }
+  *found += name;
+  return Exists(*found, status);
+}
+
+/// Finds a path component by component.
+bool Walk(std::string path, std::string* resolved, struct stat* status) {
+  std::replace(path.begin(), path.end(), '\\', '/');
+  std::string found;
+  std::size_t position = 0;
+  // In most cases only the last name is spelled differently.
+  if (const std::size_t last = path.rfind('/');
+      last != std::string::npos && FindAsSpelled("", path.substr(0, last + 1), &found, status)) {
+    position = last + 1;
+  }
+  while (position < path.size()) {
+    const std::size_t separator = std::min(path.find('/', position), path.size());
+    const std::string component = path.substr(position, separator - position);
+    if (!component.empty() && !Descend(component, &found, status)) {
+      return false;
+    }
+    if (separator < path.size() && (found.empty() || found.back() != '/')) {
+      found.push_back('/');
+    }
+    position = separator + 1;
+  }
+  if (found.empty()) {
+    errno = ENOENT;
+    return false;
+  }
+  *resolved = found;
+  return found.back() != '/' || Exists(found, status); // Only a folder may end so.
+}
+
+} // namespace
+
+bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG; }
+
+bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status) {
+  return FindAsSpelled("", path, resolved, status) || FindRespelled(path, resolved, status);
+}
+
+bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status) {
+  if (NamesNothing() && Walk(path, resolved, status)) {
+    return true;
+  }
+  KeepSystemError();
+  return false;
+}
+
+std::string PathOfNewFile(const std::string& path) {
+  const std::size_t name = PathFindFileNameA(path);
+  std::string folder = path.substr(0, name);
+  struct stat status {};
+  if (!folder.empty() && !FindOnDisk(folder, &folder, &status)) {
+    return path;
+  }
+  return folder + NarrowToUtf8(path.substr(name));
+}
+
+std::string FirstMatch(const std::string& folder, const std::string& pattern) {
+  std::string wanted = pattern == "*.*" ? "*" : pattern; // Names without a dot match this pattern as well.
+  for (std::size_t at = wanted.find('['); at != std::string::npos; at = wanted.find('[', at + 3)) {
+    wanted.replace(at, 1, "[[]"); // Brackets are no wildcards here.
+  }
+  std::string first;
+  for (const std::string& name : NamesIn(folder)) {
+    if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0 && (first.empty() || name < first)) {
+      first = name;
+    }
+  }
+  return first;
+}
+
+} // namespace platform
+
+bool ResolveFilePath(const std::string& path, std::string* resolved) noexcept {
+  try {
+    struct stat status {};
+    return platform::FindOnDisk(path, resolved, &status);
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return false;
+  }
+}
+
+bool PathFileExistsA(const std::string& path) noexcept {
+  std::string resolved;
+  return ResolveFilePath(path, &resolved);
+}
