@@ -41,7 +41,7 @@ LONG BlockSizeOf(std::string_view type) noexcept {
   const std::size_t slash = type.find('/');
   LONG size = 0;
   if (slash != std::string_view::npos) {
-    CZSLineScanner(type.substr(slash + 1)).Number(&size);
+    LineScanner(type.substr(slash + 1)).Number(&size);
   }
   return size == 0 ? kDefaultBlockSize : size;
 }
@@ -50,19 +50,19 @@ ULONG PregapOf(const ZSTRACK& track) noexcept { return static_cast<ULONG>(track.
 
 } // namespace
 
-struct CZSCueLines::Keyword {
+struct CueLines::Keyword {
   std::string_view word;
-  void (CZSCueLines::*take)(std::string_view line); ///< Null for a text line.
+  void (CueLines::*take)(std::string_view line); ///< Null for a text line.
   TextField field;
 };
 
-constexpr CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
-    {"CATALOG", &CZSCueLines::Catalog, {}},
-    {"TRACK", &CZSCueLines::Track, {}},
-    {"ISRC", &CZSCueLines::Isrc, {}},
-    {"FLAGS", &CZSCueLines::Flags, {}},
-    {"PREGAP", &CZSCueLines::PregapLine, {}},
-    {"INDEX", &CZSCueLines::Index, {}},
+constexpr CueLines::Keyword CueLines::kKeywords[] = {
+    {"CATALOG", &CueLines::Catalog, {}},
+    {"TRACK", &CueLines::Track, {}},
+    {"ISRC", &CueLines::Isrc, {}},
+    {"FLAGS", &CueLines::Flags, {}},
+    {"PREGAP", &CueLines::PregapLine, {}},
+    {"INDEX", &CueLines::Index, {}},
     {"TITLE", nullptr, TextField::Title},
     {"PERFORMER", nullptr, TextField::Performer},
     {"SONGWRITER", nullptr, TextField::Songwriter},
@@ -73,9 +73,9 @@ constexpr CZSCueLines::Keyword CZSCueLines::kKeywords[] = {
     {"COMMENT", nullptr, TextField::Message},
 };
 
-bool IsTrackLine(std::string_view line) noexcept { return CZSLineScanner(line).WordIs("TRACK"); }
+bool IsTrackLine(std::string_view line) noexcept { return LineScanner(line).WordIs("TRACK"); }
 
-const CZSCueLines::Keyword* CZSCueLines::FindKeyword(std::string_view line, std::size_t* place) noexcept {
+const CueLines::Keyword* CueLines::FindKeyword(std::string_view line, std::size_t* place) noexcept {
   // Every third pair of letters is looked at, which meets one of the first three pairs of any keyword. Each of those
   // has a bit, the first keyword's in the lowest, in the tables of its two letters.
   constexpr std::size_t kPairs = 3;
@@ -107,7 +107,7 @@ const CZSCueLines::Keyword* CZSCueLines::FindKeyword(std::string_view line, std:
   return found;
 }
 
-void CZSCueLines::Take(std::string_view line) {
+void CueLines::Take(std::string_view line) {
   std::size_t place = 0;
   const Keyword* keyword = FindKeyword(line, &place);
   if (keyword == nullptr) {
@@ -120,21 +120,21 @@ void CZSCueLines::Take(std::string_view line) {
   }
 }
 
-ZSTRACK* CZSCueLines::Current() const noexcept {
+ZSTRACK* CueLines::Current() const noexcept {
   const bool inTable = m_number >= 1 && static_cast<UINT>(m_number) <= m_sheet->nTracks;
   return inTable ? &m_sheet->pZSTracks[m_number - 1] : nullptr;
 }
 
-void CZSCueLines::Time::Scan(CZSLineScanner* scanner) noexcept {
+void CueLines::Time::Scan(LineScanner* scanner) noexcept {
   if (scanner->Number(&minutes) && scanner->Literal(':') && scanner->Number(&seconds) && scanner->Literal(':')) {
     scanner->Number(&frames);
   }
 }
 
-LONG CZSCueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds, frames) + kPause; }
+LONG CueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds, frames) + kPause; }
 
-void CZSCueLines::Catalog(std::string_view line) {
-  CZSLineScanner scanner(line);
+void CueLines::Catalog(std::string_view line) {
+  LineScanner scanner(line);
   scanner.Word();
   std::string_view value = scanner.Word();
   if (value.starts_with('"')) {
@@ -147,8 +147,8 @@ void CZSCueLines::Catalog(std::string_view line) {
   }
 }
 
-void CZSCueLines::Track(std::string_view line) {
-  CZSLineScanner scanner(line);
+void CueLines::Track(std::string_view line) {
+  LineScanner scanner(line);
   scanner.Word();
   const std::string_view type = scanner.Number(&m_number) ? scanner.Word() : std::string_view();
   ZSTRACK* track = Current();
@@ -158,7 +158,7 @@ void CZSCueLines::Track(std::string_view line) {
   }
 }
 
-void CZSCueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
+void CueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
   if (Contains(type, "AUDIO")) {
     SetMode(m_sheet, track, ZSMODE_AUDIO);
     SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
@@ -174,8 +174,8 @@ void CZSCueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
   }
 }
 
-void CZSCueLines::Isrc(std::string_view line) {
-  CZSLineScanner scanner(line);
+void CueLines::Isrc(std::string_view line) {
+  LineScanner scanner(line);
   scanner.Word();
   const std::string_view value = scanner.Word();
   ZSTRACK* track = Current();
@@ -186,12 +186,12 @@ void CZSCueLines::Isrc(std::string_view line) {
   }
 }
 
-void CZSCueLines::Flags(std::string_view line) {
+void CueLines::Flags(std::string_view line) {
   ZSTRACK* track = Current();
   if (track == nullptr) {
     return;
   }
-  CZSLineScanner scanner(line);
+  LineScanner scanner(line);
   scanner.Word();
   for (std::string_view word = scanner.Word(); !word.empty(); word = scanner.Word()) {
     track->Flags |= word == "DCP"   ? ZSTRACKFLAG_DCP
@@ -201,15 +201,15 @@ void CZSCueLines::Flags(std::string_view line) {
   }
 }
 
-void CZSCueLines::PregapLine(std::string_view line) {
-  CZSLineScanner scanner(line);
+void CueLines::PregapLine(std::string_view line) {
+  LineScanner scanner(line);
   scanner.Word();
   m_time.Scan(&scanner);
   m_pregapSum += static_cast<ULONG>(m_time.Frames());
 }
 
-void CZSCueLines::Index(std::string_view line) {
-  CZSLineScanner scanner(line);
+void CueLines::Index(std::string_view line) {
+  LineScanner scanner(line);
   scanner.Word();
   if (scanner.Number(&m_index)) {
     m_time.Scan(&scanner);
@@ -226,7 +226,7 @@ void CZSCueLines::Index(std::string_view line) {
 
 /// INDEX 00. The place of index 1 is held in `dwLBA` until that line comes. The first track has no pregap in
 /// the file, so its line means nothing.
-void CZSCueLines::BeginPregap(LONG position) noexcept {
+void CueLines::BeginPregap(LONG position) noexcept {
   if (m_number <= 1) {
     return;
   }
@@ -240,7 +240,7 @@ void CZSCueLines::BeginPregap(LONG position) noexcept {
 }
 
 /// INDEX 01 and higher.
-void CZSCueLines::BeginTrack(LONG position) noexcept {
+void CueLines::BeginTrack(LONG position) noexcept {
   ZSTRACK* track = Current();
   EndTrackBefore(position);
   const auto start = static_cast<ULONG>(position);
@@ -257,7 +257,7 @@ void CZSCueLines::BeginTrack(LONG position) noexcept {
 }
 
 /// The first index above 0 ends the track before, where the pregap of this track begins.
-void CZSCueLines::EndTrackBefore(LONG position) noexcept {
+void CueLines::EndTrackBefore(LONG position) noexcept {
   if (m_number <= 1) {
     return;
   }
@@ -275,7 +275,7 @@ void CZSCueLines::EndTrackBefore(LONG position) noexcept {
   m_byteOffset += bytes;
 }
 
-void CZSCueLines::Text(TextField field, std::string_view behindKeyword) {
+void CueLines::Text(TextField field, std::string_view behindKeyword) {
   ZSTRACK* track = Current();
   if (track == nullptr && m_number != 0) {
     return;

@@ -8,15 +8,15 @@
 #include "disc/record_text.h"
 
 /// Whether a line, in any case, is a TRACK line in its first word, which is what counts as one track. The keywords
-/// of CZSCueLines are looked for with less care, so that a name in a FILE line adds no track.
+/// of CueLines are looked for with less care, so that a name in a FILE line adds no track.
 bool IsTrackLine(std::string_view line) noexcept;
 
 /// Takes the upper-cased lines of one sheet in order. Lines that address no track of the table write nothing.
 /// Numbers that do not scan keep their value from an earlier line.
-class CZSCueLines {
+class CueLines {
 public:
   /// The sheet has its table of cleared tracks; it must outlive this object.
-  explicit CZSCueLines(ZSCUESHEET* sheet) noexcept : m_sheet(sheet) {}
+  explicit CueLines(ZSCUESHEET* sheet) noexcept : m_sheet(sheet) {}
 
   void Take(std::string_view line);
 
@@ -31,7 +31,7 @@ private:
     LONG minutes = 0;
     LONG seconds = 0;
     LONG frames = 0;
-    void Scan(CZSLineScanner* scanner) noexcept;
+    void Scan(LineScanner* scanner) noexcept;
     LONG Frames() const noexcept;
   };
 

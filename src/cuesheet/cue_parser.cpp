@@ -41,7 +41,7 @@ bool NameOfFileLine(std::string_view line, std::string* name) {
 }
 
 /// The first file that a sheet names, in upper case. False when it names none.
-bool FindFileLine(CZSTextFile* sheet, std::string* name) {
+bool FindFileLine(TextFile* sheet, std::string* name) {
   std::string_view line;
   while (sheet->NextLine(&line)) {
     std::string upper(line);
@@ -109,7 +109,7 @@ HRESULT MakePlainTrack(const FileVerdict& verdict, ZSCUESHEET* sheet) noexcept {
 }
 
 /// Opens a sheet and replaces its path by that of its data file. As ResolveBinaryFile.
-bool OpenSheet(CZSTextFile* sheet, std::string* path) {
+bool OpenSheet(TextFile* sheet, std::string* path) {
   std::string upper = *path;
   CharUpperA(&upper);
   if (upper.find(".CUE") == std::string::npos || !sheet->Open(*path)) {
@@ -128,7 +128,7 @@ bool OpenSheet(CZSTextFile* sheet, std::string* path) {
 }
 
 /// Counts the TRACK lines of the whole sheet. False when it cannot be read again.
-bool CountTracks(CZSTextFile* text, UINT* count) {
+bool CountTracks(TextFile* text, UINT* count) {
   std::string_view line;
   const bool rewound = text->Rewind();
   while (rewound && text->NextLine(&line)) {
@@ -159,7 +159,7 @@ void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   }
 }
 
-HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
+HRESULT FillFromText(TextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
   UINT tracks = 0;
   if (!CountTracks(text, &tracks) || !text->Rewind()) {
     return ZSE_FILENOTFOUND;
@@ -167,7 +167,7 @@ HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
   if (!AllocateTracks(sheet, tracks)) {
     return ZSE_OUTOFRESOURCES;
   }
-  CZSCueLines lines(sheet);
+  CueLines lines(sheet);
   std::string_view line;
   std::string upper;
   while (text->NextLine(&line)) {
@@ -182,7 +182,7 @@ HRESULT FillFromText(CZSTextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
 } // namespace
 
 bool ResolveBinaryFile(std::string* path) {
-  CZSTextFile sheet;
+  TextFile sheet;
   return OpenSheet(&sheet, path);
 }
 
@@ -190,7 +190,7 @@ HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
   sheet->nTracks = 0;
   sheet->pZSTracks = nullptr;
   std::string dataFile = path;
-  CZSTextFile text;
+  TextFile text;
   const bool isSheet = OpenSheet(&text, &dataFile);
   FileVerdict verdict;
   const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &verdict);

@@ -29,10 +29,10 @@ ComPtr<IRecordInfo> DescriptionOf(REFGUID record) noexcept {
   return description;
 }
 
-class CZSCueSheet final : public CZSObject<IZSCueSheet> {
+class CZSCueSheet final : public CountedObject<IZSCueSheet> {
 public:
   explicit CZSCueSheet(IUnknown* outer) noexcept
-      : CZSObject(outer, IID_IZSCueSheet), m_fileDescription(DescriptionOf(kRecordFile)),
+      : CountedObject(outer, IID_IZSCueSheet), m_fileDescription(DescriptionOf(kRecordFile)),
         m_trackDescription(DescriptionOf(kRecordTrack)) {}
 
   HRESULT CreateCueFile(BSTR path, ZSCUESHEET* sheet) override;

@@ -15,9 +15,9 @@
 /// The count of delivered bytes says where each read of the file begins, so that a file that was short or failed can be
 /// read on later. Where only a part of each sector is taken, many sectors are read ahead with one system call, up to
 /// the end of the track. If that call fails, all before the bad sector is delivered.
-class CZSImageStream final : public CZSObject<IStream> {
+class CZSImageStream final : public CountedObject<IStream> {
 public:
-  explicit CZSImageStream(IUnknown* outer) noexcept : CZSObject(outer, IID_IStream) {}
+  explicit CZSImageStream(IUnknown* outer) noexcept : CountedObject(outer, IID_IStream) {}
   ~CZSImageStream() override { VariantClear(&m_user); }
 
   /// Gets the stream ready; called once. It keeps a handle of its own and a copy of `user`.

@@ -12,18 +12,18 @@ bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 } // namespace
 
-void CZSLineScanner::SkipBlanks() noexcept {
+void LineScanner::SkipBlanks() noexcept {
   while (!m_rest.empty() && IsBlank(m_rest.front())) {
     m_rest.remove_prefix(1);
   }
 }
 
-bool CZSLineScanner::Fail() noexcept {
+bool LineScanner::Fail() noexcept {
   m_rest = {};
   return false;
 }
 
-std::string_view CZSLineScanner::Word() noexcept {
+std::string_view LineScanner::Word() noexcept {
   SkipBlanks();
   std::size_t length = 0;
   while (length < m_rest.size() && !IsBlank(m_rest[length])) {
@@ -34,14 +34,14 @@ std::string_view CZSLineScanner::Word() noexcept {
   return word;
 }
 
-bool CZSLineScanner::WordIs(std::string_view upper) noexcept {
+bool LineScanner::WordIs(std::string_view upper) noexcept {
   SkipBlanks();
   const bool whole = m_rest.size() == upper.size() || (m_rest.size() > upper.size() && IsBlank(m_rest[upper.size()]));
   return whole && std::equal(upper.begin(), upper.end(), m_rest.begin(),
                              [](char wanted, char c) { return c == wanted || c == wanted + ('a' - 'A'); });
 }
 
-bool CZSLineScanner::Number(LONG* number) noexcept {
+bool LineScanner::Number(LONG* number) noexcept {
   SkipBlanks();
   const bool negative = !m_rest.empty() && m_rest.front() == '-';
   if (negative || (!m_rest.empty() && m_rest.front() == '+')) {
@@ -58,7 +58,7 @@ bool CZSLineScanner::Number(LONG* number) noexcept {
   return true;
 }
 
-bool CZSLineScanner::Literal(char c) noexcept {
+bool LineScanner::Literal(char c) noexcept {
   if (m_rest.empty() || m_rest.front() != c) {
     return Fail();
   }

@@ -7,9 +7,9 @@
 #include "platform/base_types.h"
 
 /// Takes items from the front of a line. After an item that is not there, nothing more is found.
-class CZSLineScanner {
+class LineScanner {
 public:
-  explicit CZSLineScanner(std::string_view line) noexcept : m_rest(line) {}
+  explicit LineScanner(std::string_view line) noexcept : m_rest(line) {}
 
   /// The next word, up to a blank; empty at the end of the line.
   std::string_view Word() noexcept;

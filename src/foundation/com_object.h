@@ -10,10 +10,10 @@
 
 /// An object of the one interface `I`, plain or as a part of an outer object. It keeps the module locked while
 /// it lives and goes away with its last reference. Created by CreateObject only.
-template <class I> class CZSObject : public I {
+template <class I> class CountedObject : public I {
 public:
-  CZSObject(const CZSObject&) = delete;
-  CZSObject& operator=(const CZSObject&) = delete;
+  CountedObject(const CountedObject&) = delete;
+  CountedObject& operator=(const CountedObject&) = delete;
 
   // The identity is the outer object's, where there is one.
   HRESULT QueryInterface(REFIID iid, void** object) final { return m_outer->QueryInterface(iid, object); }
@@ -28,15 +28,16 @@ public:
   IUnknown* Inner() noexcept { return &m_inner; }
 
 protected:
-  CZSObject(IUnknown* outer, REFIID iid) noexcept : m_inner(this, iid), m_outer(outer == nullptr ? &m_inner : outer) {
+  CountedObject(IUnknown* outer, REFIID iid) noexcept
+      : m_inner(this, iid), m_outer(outer == nullptr ? &m_inner : outer) {
     Module().Lock();
   }
-  virtual ~CZSObject() { Module().Unlock(); }
+  virtual ~CountedObject() { Module().Unlock(); }
 
 private:
   class InnerUnknown final : public IUnknown {
   public:
-    InnerUnknown(CZSObject* owner, REFIID iid) noexcept : m_owner(owner), m_iid(iid) {}
+    InnerUnknown(CountedObject* owner, REFIID iid) noexcept : m_owner(owner), m_iid(iid) {}
 
     HRESULT QueryInterface(REFIID iid, void** object) override {
       if (object == nullptr) {
@@ -67,7 +68,7 @@ private:
     }
 
   private:
-    CZSObject* m_owner;
+    CountedObject* m_owner;
     const IID m_iid;
     std::atomic<ULONG> m_references{1};
   };

@@ -1,6 +1,6 @@
 #include "foundation/module.h"
 
-CZSModule& Module() noexcept {
-  static CZSModule module;
+ModuleLocks& Module() noexcept {
+  static ModuleLocks module;
   return module;
 }

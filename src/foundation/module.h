@@ -7,7 +7,7 @@
 #include "platform/base_types.h"
 
 /// Counts what keeps the library in memory: each live object and each lock of a host.
-class CZSModule {
+class ModuleLocks {
 public:
   void Lock() noexcept { ++m_locks; }
   void Unlock() noexcept { --m_locks; }
@@ -18,4 +18,4 @@ private:
 };
 
 /// The one module of the library.
-CZSModule& Module() noexcept;
+ModuleLocks& Module() noexcept;

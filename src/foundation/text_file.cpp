@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-bool CZSTextFile::Open(const std::string& path) noexcept {
+bool TextFile::Open(const std::string& path) noexcept {
   Clear();
   return m_file.OpenForReading(path);
 }
 
-bool CZSTextFile::Rewind() noexcept {
+bool TextFile::Rewind() noexcept {
   if (m_whole && m_ended) { // A short file is read once.
     m_next = 0;
     return true;
@@ -18,7 +18,7 @@ bool CZSTextFile::Rewind() noexcept {
 }
 
 /// Reads on behind what is left of the buffer.
-void CZSTextFile::Fill() noexcept {
+void TextFile::Fill() noexcept {
   std::memmove(m_buffer.data(), m_buffer.data() + m_next, m_end - m_next);
   m_whole = m_whole && m_next == 0;
   m_end -= m_next;
@@ -29,7 +29,7 @@ void CZSTextFile::Fill() noexcept {
   m_end += came;
 }
 
-bool CZSTextFile::NextLine(std::string_view* line) noexcept {
+bool TextFile::NextLine(std::string_view* line) noexcept {
   if (m_end - m_next < kLineLimit && !m_ended) {
     Fill();
   }

@@ -10,7 +10,7 @@
 
 /// Reads lines of at most a given length. CR LF and LF both end a line; what lies beyond the limit arrives as a
 /// line of its own.
-class CZSTextFile {
+class TextFile {
 public:
   /// Bytes of one line, its end included: longer lines arrive in pieces of this length.
   static constexpr std::size_t kLineLimit = 254;

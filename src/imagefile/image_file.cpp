@@ -48,9 +48,9 @@ HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& pa
   }
 }
 
-class CZSImageFile final : public CZSObject<IZSImageFile> {
+class CZSImageFile final : public CountedObject<IZSImageFile> {
 public:
-  explicit CZSImageFile(IUnknown* outer) noexcept : CZSObject(outer, IID_IZSImageFile) {}
+  explicit CZSImageFile(IUnknown* outer) noexcept : CountedObject(outer, IID_IZSImageFile) {}
   ~CZSImageFile() override { VariantClear(&m_vtParam2); }
 
   HRESULT FinalConstruct() override;

@@ -11,7 +11,7 @@
 
 /// Owns elements in order and finds the first of each name, as NameOf(element) gives it. Only a long list has an
 /// index for that: with one for every list, a text of many small nodes would take several times the memory.
-template <class Element> class CZSNamedList {
+template <class Element> class NamedList {
 public:
   /// Appends an element. It stays where it is as long as it lives, and so must its name.
   template <class... Arguments> Element* Append(Arguments&&... arguments) {
@@ -37,7 +37,7 @@ public:
                                     [name](const Element& element) { return NameOf(element) == name; });
     return found == m_elements.end() ? nullptr : &*found;
   }
-  const Element* Find(std::string_view name) const { return const_cast<CZSNamedList*>(this)->Find(name); }
+  const Element* Find(std::string_view name) const { return const_cast<NamedList*>(this)->Find(name); }
 
   const std::list<Element>& Elements() const noexcept { return m_elements; }
 

@@ -57,8 +57,8 @@ public:
 private:
   void DropChildren() noexcept;
 
-  CZSNamedList<CZSSettingsEntry> m_entries;
-  CZSNamedList<CZSSettingsNode> m_children;
+  NamedList<CZSSettingsEntry> m_entries;
+  NamedList<CZSSettingsNode> m_children;
 };
 
 inline std::string_view NameOf(const CZSSettingsNode& node) noexcept { return node.name; }

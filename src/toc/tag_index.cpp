@@ -6,8 +6,8 @@
 
 namespace {
 
-CZSTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexcept {
-  CZSTag tag;
+TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexcept {
+  TextTag tag;
   tag.start = static_cast<ULONG>(start);
   tag.end = static_cast<ULONG>(end);
   tag.selfClosing = text[end - 1] == '/';
@@ -74,23 +74,23 @@ template <class Name> void TakeTags(std::string_view stretch, std::size_t offset
 
 } // namespace
 
-std::string_view CZSTag::Attributes(std::string_view text) const noexcept {
+std::string_view TextTag::Attributes(std::string_view text) const noexcept {
   const ULONG from = start + nameSize + 2;
   return nameSize == 0 || from >= end ? std::string_view() : text.substr(from, end - from);
 }
 
-CZSTagIndex::CZSTagIndex(std::string_view text) : m_text(text) {
+TagIndex::TagIndex(std::string_view text) : m_text(text) {
   CollectTags();
   PairTags();
 }
 
-const CZSTag* CZSTagIndex::FirstFrom(std::size_t position) const noexcept {
+const TextTag* TagIndex::FirstFrom(std::size_t position) const noexcept {
   const auto found = std::partition_point(m_tags.begin(), m_tags.end(),
-                                          [position](const CZSTag& tag) { return tag.start < position; });
+                                          [position](const TextTag& tag) { return tag.start < position; });
   return found == m_tags.end() ? nullptr : &*found;
 }
 
-void CZSTagIndex::CollectTags() {
+void TagIndex::CollectTags() {
   std::size_t start = m_text.find('<');
   while (start != std::string_view::npos) {
     const std::size_t end = m_text.find('>', start);
@@ -104,8 +104,8 @@ void CZSTagIndex::CollectTags() {
 
 /// Makes the sorted list of different names and tells for each tag the place of its own; kNoName for tags that need
 /// none.
-std::vector<ULONG> CZSTagIndex::CollectNames(std::vector<Name>* names) {
-  const auto opens = [](const CZSTag& tag) { return tag.OpensElement(); };
+std::vector<ULONG> TagIndex::CollectNames(std::vector<Name>* names) {
+  const auto opens = [](const TextTag& tag) { return tag.OpensElement(); };
   std::vector<OpeningTag> tags;
   tags.reserve(static_cast<std::size_t>(std::count_if(m_tags.begin(), m_tags.end(), opens)));
   for (std::size_t i = 0; i < m_tags.size(); ++i) {
@@ -131,11 +131,11 @@ std::vector<ULONG> CZSTagIndex::CollectNames(std::vector<Name>* names) {
   return nameOfTag;
 }
 
-void CZSTagIndex::PairTags() {
+void TagIndex::PairTags() {
   std::vector<Name> names;
   const std::vector<ULONG> nameOfTag = CollectNames(&names);
   for (std::size_t i = m_tags.size(); i-- > 0;) {
-    CZSTag& tag = m_tags[i];
+    TextTag& tag = m_tags[i];
     if (nameOfTag[i] != kNoName && !names[nameOfTag[i]].closings.empty()) {
       tag.closeStart = names[nameOfTag[i]].closings.back();
     }

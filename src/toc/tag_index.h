@@ -15,7 +15,7 @@
 
 /// One possible opening tag. Positions are offsets in the text, which is not kept: a text may be little else than
 /// tags, and each of them takes this record.
-struct CZSTag {
+struct TextTag {
   static constexpr ULONG kNoClose = 0xFFFFFFFF;
 
   ULONG start = 0;             ///< Of the "<".
@@ -36,13 +36,13 @@ struct CZSTag {
 
 /// The tags of one text, which must outlive the index and be shorter than 2^31 bytes. Memory is proportional to
 /// the text. Time is, too, but for a factor that grows with the logarithm of the number of tags.
-class CZSTagIndex {
+class TagIndex {
 public:
-  explicit CZSTagIndex(std::string_view text);
+  explicit TagIndex(std::string_view text);
 
   std::string_view Text() const noexcept { return m_text; }
   /// The first tag that starts at or behind a position; null when there is none.
-  const CZSTag* FirstFrom(std::size_t position) const noexcept;
+  const TextTag* FirstFrom(std::size_t position) const noexcept;
 
 private:
   /// A name that an opening tag of the text has, with the closing tags that are met and not paired yet, the
@@ -59,5 +59,5 @@ private:
   std::string_view NameOf(ULONG tag) const noexcept { return m_tags[tag].Name(m_text); }
 
   std::string_view m_text;
-  std::deque<CZSTag> m_tags; ///< Grows in place: a text of bare tags takes many times its size here.
+  std::deque<TextTag> m_tags; ///< Grows in place: a text of bare tags takes many times its size here.
 };

@@ -1,7 +1,7 @@
 #include "toc/tag_parser.h"
 
 bool CZSTagScanner::FindNextTag() noexcept {
-  const CZSTag* tag = m_index->FirstFrom(m_cursor);
+  const TextTag* tag = m_index->FirstFrom(m_cursor);
   if (tag == nullptr || tag->end >= m_end) {
     return false;
   }
@@ -10,7 +10,7 @@ bool CZSTagScanner::FindNextTag() noexcept {
     m_cursor = tag->end + 1;
     return true;
   }
-  if (tag->closeStart == CZSTag::kNoClose || tag->CloseEnd() >= m_end) {
+  if (tag->closeStart == TextTag::kNoClose || tag->CloseEnd() >= m_end) {
     return false;
   }
   m_tag = tag;
@@ -31,11 +31,11 @@ bool CZSTagParser::Parse(const char* text, LONG length) {
   if (text == nullptr || length < 1 || m_handler == nullptr) {
     return false;
   }
-  Walk(CZSTagIndex(std::string_view(text, static_cast<std::size_t>(length))));
+  Walk(TagIndex(std::string_view(text, static_cast<std::size_t>(length))));
   return true;
 }
 
-void CZSTagParser::Walk(const CZSTagIndex& index) {
+void CZSTagParser::Walk(const TagIndex& index) {
   std::vector<CZSTagScanner> levels{{&index, 0, static_cast<ULONG>(index.Text().size())}};
   while (!levels.empty()) {
     CZSTagScanner& scanner = levels.back();

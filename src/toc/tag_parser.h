@@ -28,8 +28,7 @@ public:
 /// positions are those of the whole text.
 class CZSTagScanner {
 public:
-  CZSTagScanner(const CZSTagIndex* index, ULONG start, ULONG end) noexcept
-      : m_index(index), m_cursor(start), m_end(end) {}
+  CZSTagScanner(const TagIndex* index, ULONG start, ULONG end) noexcept : m_index(index), m_cursor(start), m_end(end) {}
 
   /// Finds the next element, self-closing tag, declaration or comment and moves the cursor behind it. False at
   /// the end, and at an element whose closing tag is not in the span; the cursor stays then.
@@ -38,7 +37,7 @@ public:
   /// Where the next search starts.
   ULONG Cursor() const noexcept { return m_cursor; }
   /// The tag that was found last; there must be one.
-  const CZSTag& Tag() const noexcept { return *m_tag; }
+  const TextTag& Tag() const noexcept { return *m_tag; }
   std::string_view Name() const noexcept { return m_tag->Name(m_index->Text()); }
   std::string_view Attributes() const noexcept { return m_tag->Attributes(m_index->Text()); }
   /// The text between its opening and closing tag; empty for a self-closing tag.
@@ -47,10 +46,10 @@ public:
   CZSTagScanner Inside() const noexcept { return {m_index, m_tag->end + 1, m_tag->closeStart}; }
 
 private:
-  const CZSTagIndex* m_index;
+  const TagIndex* m_index;
   ULONG m_cursor;
   ULONG m_end; ///< Behind the last character of the span.
-  const CZSTag* m_tag = nullptr;
+  const TextTag* m_tag = nullptr;
 };
 
 /// Tells a handler of the elements of a text.
@@ -69,7 +68,7 @@ public:
   void SetHandler(IZSTagHandler* handler) noexcept { m_handler = handler; }
 
 private:
-  void Walk(const CZSTagIndex& index);
+  void Walk(const TagIndex& index);
   void EndWalk(std::vector<CZSTagScanner>* levels);
 
   IZSTagHandler* m_handler = nullptr;

@@ -174,15 +174,15 @@ TEST_F(Server, ReadsTheLevelOfDiagnostics) {
                                                   {"damaged", -1}};
   for (const auto& [values, level] : kCases) {
     WriteRegistry("[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n" + values);
-    const CZSDiagnostics diagnostics;
+    const Diagnostics diagnostics;
     EXPECT_EQ(level, diagnostics.Level()) << values;
     EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.Mutex());
   }
   Memory().faults.Start(1, true);
-  const CZSDiagnostics withoutMemory;
+  const Diagnostics withoutMemory;
   Memory().faults.Stop();
   const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
-  const CZSDiagnostics withoutFolder;
+  const Diagnostics withoutFolder;
   EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.Mutex());
   EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.Mutex());
 }

@@ -99,7 +99,7 @@ public:
   }
 
 private:
-  const CZSDiagnostics m_diagnostics;
+  const Diagnostics m_diagnostics;
   // The lists of the process run through these.
   TypeLibraryDescription m_typeLibrary{kComponentTypeLibrary, 1, 0, nullptr, 0, nullptr}; // It has no records.
   ProcessClass m_classes[4] = {

@@ -33,4 +33,4 @@ LONG ReadLevel() noexcept {
 
 } // namespace
 
-CZSDiagnostics::CZSDiagnostics() noexcept : m_mutex(MakeMutex()), m_level(ReadLevel()) {}
+Diagnostics::Diagnostics() noexcept : m_mutex(MakeMutex()), m_level(ReadLevel()) {}

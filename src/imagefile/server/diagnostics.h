@@ -6,11 +6,11 @@
 
 /// Holds the level of diagnostics that the user has set and the mutex that tracing programs share. Nothing in the
 /// component traces yet; both are there for those who look into a running program.
-class CZSDiagnostics {
+class Diagnostics {
 public:
   /// Reads the number `DebugLevel` of the key `Software\Zentora\Zentora Scribe\MMC` below HKEY_CURRENT_USER, and makes
   /// the mutex `ZSModuleTrace` or opens the one that exists. No failure has an effect.
-  CZSDiagnostics() noexcept;
+  Diagnostics() noexcept;
 
   /// -1 when it is not set.
   LONG Level() const noexcept { return m_level; }
