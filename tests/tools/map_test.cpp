@@ -1,3 +1,6 @@
+#include <regex>
+#include <set>
+
 #include "builders/nrg_builder.h"
 #include "tools/tool_run.h"
 
@@ -88,6 +91,18 @@ TEST_F(MapTool, WritesAnSvgThatStandsAlone) {
   EXPECT_NE(std::string::npos, seen.find("?? &amp; MORE")) << seen;
   EXPECT_EQ(std::string::npos, seen.find("parsererror")) << seen;
   EXPECT_EQ(1, RunTool(folder, "map disc.cue -o disc.png").status);
+}
+
+TEST(MapPicture, HasItsColoursWhereStyleSheetsHaveNoVariables) {
+  const TemporaryFolder folder;
+  RunTool(folder, "map '" SAMPLE_IMAGES "/cdplus.nrg' -o disc.svg");
+  const ToolResult drawn = RunShell("rsvg-convert -f svg '" + folder.Path("disc.svg") + "'");
+  if (drawn.status == 127) {
+    GTEST_SKIP() << drawn.err;
+  }
+  const std::regex colour(R"(rgb\([^)]*\))");
+  const std::set<std::string> colours(std::sregex_token_iterator(drawn.out.begin(), drawn.out.end(), colour), {});
+  EXPECT_LE(5U, colours.size()) << drawn.err;
 }
 
 } // namespace

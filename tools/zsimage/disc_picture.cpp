@@ -26,25 +26,53 @@ constexpr double kListTop = 512;
 constexpr double kRow = 24;
 constexpr double kBold = 1.12; ///< How much wider bold letters are.
 
+/// Presentation attributes of the classes. Viewers that apply no style sheets, or none with variables, draw by them.
+constexpr struct {
+  std::string_view cssClass;
+  std::string_view attributes;
+} kLooks[] = {
+    {"back", R"(fill="#fbfbf9")"},
+    {"plate", R"(fill="#e9eaec")"},
+    {"lead", R"(fill="#aab0b8")"},
+    {"pregap", R"(fill="#d3b64f")"},
+    {"audio", R"(fill="#2b9a6b")"},
+    {"mode1", R"(fill="#3b76cf")"},
+    {"mode2", R"(fill="#8b5cc7")"},
+    {"other", R"(fill="#a0664a")"},
+    {"even", R"(fill-opacity=".8")"},
+    {"edge", R"(stroke="#fbfbf9")"},
+    {"rim", R"(stroke="#fbfbf9" stroke-width=".5")"},
+    {"rule", R"(stroke="#e2e3e0")"},
+    {"hit", R"(fill="#e9eaec" fill-opacity="0")"},
+    {"dim", R"(fill="#666e78")"},
+    {"inside", R"(fill="#fff" fill-opacity="1" font-weight="600")"},
+    {"name", R"(font-size="24" font-weight="600")"},
+    {"by", R"(font-size="16")"},
+    {"small", R"(font-size="11")"},
+    {"right", R"(text-anchor="end")"},
+};
+
+/// A style sheet goes before presentation attributes.
 constexpr const char* kStyle = R"(<style>
-svg { --back: #fbfbf9; --ink: #1d2126; --dim: #666e78; --rule: #e2e3e0; --plate: #e9eaec; --lead: #aab0b8;
-  --pregap: #d3b64f; --audio: #2b9a6b; --mode1: #3b76cf; --mode2: #8b5cc7; --other: #a0664a;
-  background: var(--back); font-family: system-ui, "DejaVu Sans", sans-serif; font-size: 13px; }
 @media (prefers-color-scheme: dark) {
-  svg { --back: #15181c; --ink: #e8eaed; --dim: #9aa3ad; --rule: #2b3036; --plate: #23282e; --lead: #545c66;
-    --pregap: #b79a3a; --audio: #35a877; --mode1: #5b8fe0; --mode2: #a27be0; --other: #bd8263; }
+  svg { fill: #e8eaed; } .back { fill: #15181c; } .edge, .rim { stroke: #15181c; } .plate, .hit { fill: #23282e; }
+  .lead { fill: #545c66; } .pregap { fill: #b79a3a; } .audio { fill: #35a877; } .mode1 { fill: #5b8fe0; }
+  .mode2 { fill: #a27be0; } .other { fill: #bd8263; } .rule { stroke: #2b3036; } .dim { fill: #9aa3ad; }
 }
-text { fill: var(--ink); } .dim { fill: var(--dim); } .right { text-anchor: end; } .middle { text-anchor: middle; }
-h1, .name { font-size: 24px; font-weight: 600; } .by { font-size: 16px; } .inside { fill: #fff; font-weight: 600; }
-.back { fill: var(--back); } .plate { fill: var(--plate); } .rule { stroke: var(--rule); }
-.audio { fill: var(--audio); } .mode1 { fill: var(--mode1); } .mode2 { fill: var(--mode2); }
-.other { fill: var(--other); } .pregap { fill: var(--pregap); } .lead { fill: var(--lead); }
-.even rect, circle.even { fill-opacity: .8; } .edge { stroke: var(--back); stroke-width: 1; }
-circle.edge { stroke-width: .5; } .small { font-size: 11px; }
-.row rect.hit { fill: transparent; } .row:hover rect.hit { fill: var(--plate); }
-.stretch:hover { filter: brightness(1.25); }
+.row:hover .hit { fill-opacity: 1; } .stretch:hover { filter: brightness(1.25); }
 </style>
 )";
+
+/// The class attribute and the presentation attributes of a list of classes.
+std::string Look(const std::string& classes) {
+  std::string look = " class=\"" + classes + "\"";
+  for (const auto& entry : kLooks) {
+    if ((" " + classes + " ").find(" " + std::string(entry.cssClass) + " ") != std::string::npos) {
+      look.append(" ").append(entry.attributes);
+    }
+  }
+  return look;
+}
 
 const char* ClassOf(ZSMODETYPE mode) {
   if (mode == ZSMODE_AUDIO) {
@@ -60,13 +88,13 @@ const char* ClassOf(ZSMODETYPE mode) {
 std::string TextAt(double x, double y, const char* cssClass, const std::string& text, double fontSize, double room) {
   const std::string shown = Fitting(text, fontSize, room);
   const std::string whole = shown == text ? "" : "<title>" + Escaped(text) + "</title>";
-  return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" class=\"" + cssClass + "\">" + whole + Escaped(shown) +
+  return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\"" + Look(cssClass) + ">" + whole + Escaped(shown) +
          "</text>\n";
 }
 
 std::string Box(double x, double y, double width, double height, const std::string& cssClass) {
   return "<rect x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" width=\"" + Number(width) + "\" height=\"" +
-         Number(height) + "\" class=\"" + cssClass + "\"/>";
+         Number(height) + "\"" + Look(cssClass) + "/>";
 }
 
 /// Draws one disc, part by part from the top.
@@ -82,7 +110,10 @@ public:
   std::string Draw() {
     const std::string height = Number(kListTop + kRow * static_cast<double>(m_rows) + kMargin);
     m_svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 960 " + height + "\" width=\"960\" height=\"" +
-            height + "\" role=\"img\">\n<title>" + Escaped(Name()) + "</title>\n" + kStyle;
+            height +
+            "\" role=\"img\" fill=\"#1d2126\" font-family=\"system-ui, 'DejaVu Sans', sans-serif\" "
+            "font-size=\"13\">\n<title>" +
+            Escaped(Name()) + "</title>\n" + kStyle;
     m_svg += Box(0, 0, kWidth, kListTop + kRow * static_cast<double>(m_rows) + kMargin, "back") + "\n";
     DrawRings();
     DrawFacts();
@@ -148,7 +179,7 @@ private:
     Circle(kLastRadius + 6, "plate", "");
     for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // The outermost lies below.
       Circle(RadiusAt(stretch->begin + stretch->width), "back", "");
-      Circle(RadiusAt(stretch->begin + stretch->width), ClassOfStretch(*stretch) + (stretch->width > 12 ? " edge" : ""),
+      Circle(RadiusAt(stretch->begin + stretch->width), ClassOfStretch(*stretch) + (stretch->width > 12 ? " rim" : ""),
              Words(*stretch));
     }
     Circle(kFirstRadius, "plate", "");
@@ -157,9 +188,8 @@ private:
   }
 
   void Circle(double radius, const std::string& cssClass, const std::string& words) {
-    m_svg += "<circle cx=\"" + Number(kCentre) + "\" cy=\"" + Number(kCentre) + "\" r=\"" + Number(radius) +
-             "\" class=\"" + cssClass + "\"" +
-             (words.empty() ? "/>\n" : "><title>" + Escaped(words) + "</title></circle>\n");
+    m_svg += "<circle cx=\"" + Number(kCentre) + "\" cy=\"" + Number(kCentre) + "\" r=\"" + Number(radius) + "\"" +
+             Look(cssClass) + (words.empty() ? "/>\n" : "><title>" + Escaped(words) + "</title></circle>\n");
   }
 
   void DrawFacts() {
@@ -215,7 +245,7 @@ private:
       if (stretch.kind == Kind::LeadIn && m_info.nSessions > 1) {
         DrawSessionName(stretch);
       }
-      m_svg += "<g class=\"" + ClassOfStretch(stretch) + "\"><title>" + Escaped(Words(stretch)) + "</title>" +
+      m_svg += "<g" + Look(ClassOfStretch(stretch)) + "><title>" + Escaped(Words(stretch)) + "</title>" +
                Box(x, kLineTop, stretch.width, kLineHeight, stretch.width > 6 ? "edge" : "");
       if (stretch.kind == Kind::Track) {
         DrawInside(stretch, x);
@@ -275,7 +305,7 @@ private:
       const std::string time = Format("%lld:%02lld", seconds / 60, seconds % 60);
       const double room = TextWidth(time, 11);
       if (x >= *free && x + room < kWidth - kMargin) {
-        m_svg += "<path class=\"rule\" d=\"M" + Number(x) + " " + Number(kLineTop + kLineHeight) + "v6\"/>";
+        m_svg += "<path" + Look("rule") + " d=\"M" + Number(x) + " " + Number(kLineTop + kLineHeight) + "v6\"/>";
         m_svg += TextAt(x, kLineTop + kLineHeight + 18, "dim small", time, 11, room + 1);
         *free = x + room + 10;
       }
@@ -314,8 +344,8 @@ private:
     m_svg += TextAt(766, base, "right", DiscTime(track.dwLBA), 13, 80);
     m_svg += TextAt(850, base, "right", Duration(static_cast<UHYPER>(stretch.sectors)), 13, 80);
     m_svg += TextAt(kWidth - kMargin - 4, base, "dim right", SizeOf(track), 13, 80);
-    m_svg +=
-        "<path class=\"rule\" d=\"M" + Number(kMargin) + " " + Number(y + kRow) + "h" + Number(kInner) + "\"/></g>\n";
+    m_svg += "<path" + Look("rule") + " d=\"M" + Number(kMargin) + " " + Number(y + kRow) + "h" + Number(kInner) +
+             "\"/></g>\n";
   }
 
   const ImageRecord& m_image;
