@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builders/mds_builder.h"
 #include "tools/tool_run.h"
 
 using nlohmann::json;
@@ -55,11 +56,27 @@ TEST_F(InfoTool, ShowsAPageForAPerson) {
   EXPECT_EQ(std::string::npos, page.find("Performer")) << "no track has one";
 }
 
+TEST_F(InfoTool, ShowsTheTextOfTheTrackBeforeForATab) {
+  folder.Write("tab.cue", "TITLE \"Album\"\nPERFORMER \"Band\"\nFILE \"data.bin\" BINARY\n"
+                          "TRACK 01 AUDIO\nTITLE \"One\"\nPERFORMER \"\t\"\nINDEX 01 00:00:00\n"
+                          "TRACK 02 AUDIO\nTITLE \"\t\"\nPERFORMER \"Guest\"\nINDEX 01 01:00:00\n"
+                          "TRACK 03 AUDIO\nTITLE \"\t\"\nPERFORMER \"\t\"\nINDEX 01 02:00:00\n");
+  Run("cdtext encode tab.cue -o packs");
+  for (const char* command : {"info tab.cue", "cdtext decode packs --tracks 3"}) {
+    EXPECT_TRUE(std::regex_search(Run(command), std::regex("ONE +BAND\n.*ONE +GUEST\n.*ONE +GUEST\n"))) << Run(command);
+  }
+  EXPECT_EQ("\t", Json("info --json tab.cue")["pZSCueSheet"][0]["pZSTracks"][2]["bstrTitle"]);
+}
+
 TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
   folder.Write("lost.cue", "FILE \"Gone.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
   folder.Write("far.cue", "FILE \"sub/x.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
   folder.Write("odd.cue", "FILE \"bare.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
   folder.Write("many.ccd", "[Disc]\nSessions=100\n");
+  MdsBuilder mode0 = MdsOfDvd(1);
+  mode0.blocks[0].mode = 0;
+  folder.Write("mode0.mds", mode0.Build());
+  folder.Write("mode0.mdf", "");
   for (const char* name : {"bare.bin", "notes.txt", "odd.iso", "none.nrg", "none.cue", "folder.iso/file"}) {
     folder.Write(name, "no image at all");
   }
@@ -75,6 +92,7 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
       {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "no whole number of sectors"},
       {"none.nrg", "ZSE_BADIMAGE", "0x809F001B", "damaged"},
       {"many.ccd", "ZSE_OUTOFRESOURCES", "0x809F0014", "more than 99 sessions"},
+      {"mode0.mds", "ZSE_OUTOFRESOURCES", "0x809F0014", "a mode that is neither 1 nor 2"},
   };
   for (const auto& [name, code, number, words] : kCases) {
     const ToolResult result = RunTool(folder, "info --json " + name);
@@ -84,6 +102,7 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
     for (const std::string& part : {name, code, words, failure["words"].get<std::string>()}) {
       EXPECT_NE(std::string::npos, result.err.find(part)) << part << " in " << result.err;
     }
+    EXPECT_EQ(1, std::count(result.err.begin(), result.err.end(), '\n')) << result.err;
   }
   EXPECT_EQ("", RunTool(folder, "info missing.iso").out);
 }

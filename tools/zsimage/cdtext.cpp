@@ -22,11 +22,11 @@ int RunDecode(const DecodeOptions& options) {
   const SheetRecord record(host, options.tracks);
   Decode(host, options.packs, &record.Sheet());
   if (options.json) {
-    PrintJson(SheetToJson(record.Sheet()));
+    PrintSheetJson(record.Sheet());
   } else if (record.Sheet().ZSCDTEXT.CDTextPresent != VARIANT_TRUE) {
     std::printf("%s holds no CD-Text packs.\n", TerminalText(options.packs).c_str());
   } else {
-    Print(RenderSheet(record.Sheet()));
+    PrintSheet(record.Sheet());
   }
   return 0;
 }

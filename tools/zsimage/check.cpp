@@ -14,21 +14,22 @@ Json FindingsToJson(const Findings& findings) {
   return list;
 }
 
-Json ReportToJson(const std::string& path, const DiscReport& report) {
-  Json tracks = Json::array();
-  for (const TrackReport& track : report.tracks) {
-    tracks.push_back({{"session", track.session},
-                      {"track", track.number},
-                      {"mode", track.mode},
-                      {"sectors", track.sectors},
-                      {"looked", track.looked},
-                      {"good", FaultsIn(track.findings) == 0},
-                      {"findings", FindingsToJson(track.findings)}});
-  }
-  return {{"image", TerminalText(path)},
-          {"good", report.Faults() == 0},
-          {"findings", FindingsToJson(report.findings)},
-          {"tracks", std::move(tracks)}};
+void PrintReportJson(const std::string& path, const DiscReport& report, bool isLine) {
+  const Json frame = {{"image", TerminalText(path)},
+                      {"good", report.Faults() == 0},
+                      {"findings", FindingsToJson(report.findings)},
+                      {"tracks", Json::array()}};
+  PrintJson(frame, isLine, "tracks", [&](unsigned /*array*/, const JsonSink& sink) {
+    for (const TrackReport& track : report.tracks) {
+      sink({{"session", track.session},
+            {"track", track.number},
+            {"mode", track.mode},
+            {"sectors", track.sectors},
+            {"looked", track.looked},
+            {"good", FaultsIn(track.findings) == 0},
+            {"findings", FindingsToJson(track.findings)}});
+    }
+  });
 }
 
 TextTable::Cell Verdict(bool isGood) {
@@ -60,7 +61,7 @@ std::string Extent(const DiscReport& report) {
                                 static_cast<unsigned long long>(all));
 }
 
-std::string RenderReport(const std::string& path, const DiscReport& report) {
+void PrintReport(const std::string& path, const DiscReport& report) {
   using enum TextTable::Align;
   TextTable table;
   table.AddColumn("Session", Right, true);
@@ -72,26 +73,29 @@ std::string RenderReport(const std::string& path, const DiscReport& report) {
   std::string findings;
   AddFindings("disc", report.findings, &findings);
   for (const TrackReport& track : report.tracks) {
-    table.AddRow({Format("%u", track.session), Format("%u", track.number), track.mode, Format("%u", track.sectors),
-                  track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(FaultsIn(track.findings) == 0)});
     AddFindings(Format("session %u, track %u", track.session, track.number), track.findings, &findings);
   }
   const std::size_t faults = report.Faults();
   const std::string verdict = faults == 0
                                   ? Coloured("good", Colour::Green)
                                   : Coloured(Format("%zu fault%s", faults, faults == 1 ? "" : "s"), Colour::Red);
-  return Coloured(TerminalText(path), Colour::Bold) + ": " + verdict + ", " + Extent(report) + "\n" + findings + "\n" +
-         table.Render(2);
+  Print(Coloured(TerminalText(path), Colour::Bold) + ": " + verdict + ", " + Extent(report) + "\n" + findings + "\n");
+  table.Print([&](const TextTable::RowSink& sink) {
+    for (const TrackReport& track : report.tracks) {
+      sink({Format("%u", track.session), Format("%u", track.number), track.mode, Format("%u", track.sectors),
+            track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(FaultsIn(track.findings) == 0)});
+    }
+  });
 }
 
 int CheckImage(const Host& host, const std::string& path, const CheckOptions& options) {
   const ImageRecord image(host, path);
   const DiscReport report = CheckDisc(host, image, options.full);
   if (options.json) {
-    PrintJson(ReportToJson(path, report), options.paths.size() > 1);
+    PrintReportJson(path, report, options.paths.size() > 1);
   } else {
     Print(&path == &options.paths.front() ? "" : "\n");
-    Print(RenderReport(path, report));
+    PrintReport(path, report);
   }
   return report.Faults() == 0 ? 0 : kExitFailure;
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "disc_words.h"
+
 namespace {
 
 constexpr double kLeadWidth = 14;
@@ -15,17 +17,20 @@ bool IsLead(const DiscStretch& stretch) {
 void AddSession(const ZSCUESHEET& sheet, unsigned session, std::vector<DiscStretch>* stretches) {
   using enum DiscStretch::Kind;
   std::int64_t position = sheet.nTracks == 0 ? 0 : std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
-  stretches->push_back({LeadIn, session, 0, position, 0});
+  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
+  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
+  stretches->push_back({LeadIn, session, 0, position, 0, {}, {}});
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
     const std::int64_t start = track.dwLBA;
     if (start > position) {
-      stretches->push_back({Pregap, session, i, position, start - position});
+      stretches->push_back({Pregap, session, i, position, start - position, {}, {}});
     }
-    stretches->push_back({Track, session, i, start, std::max<std::int64_t>(0, track.dwEndLBA - start)});
+    stretches->push_back({Track, session, i, start, std::max<std::int64_t>(0, track.dwEndLBA - start),
+                          titles.Show(track.bstrTitle), performers.Show(track.bstrPerformer)});
     position = std::max(position, start + stretches->back().sectors);
   }
-  stretches->push_back({LeadOut, session, 0, position, 0});
+  stretches->push_back({LeadOut, session, 0, position, 0, {}, {}});
 }
 
 } // namespace

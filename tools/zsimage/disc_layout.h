@@ -2,6 +2,7 @@
 /// A disc as stretches that follow each other from the inside out, with the room that each takes in a picture.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "disc/records.h"
@@ -14,7 +15,9 @@ struct DiscStretch {
   UINT track;           ///< Of a pregap the track behind it; 0 of leads.
   std::int64_t first;   ///< Sector on the disc.
   std::int64_t sectors; ///< 0 of leads, whose length an image does not tell.
-  double begin = 0;     ///< Place in the picture, from 0 to the width.
+  std::string title;    ///< Of a track, for a terminal, as the next.
+  std::string performer;
+  double begin = 0; ///< Place in the picture, from 0 to the width.
   double width = 0;
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <sstream>
 
 #include "disc/msf.h"
 #include "disc_layout.h"
@@ -63,11 +65,17 @@ constexpr const char* kStyle = R"(<style>
 </style>
 )";
 
+/// Whether a list of classes, with a blank between two, has a class.
+bool HasClass(const std::string& classes, std::string_view cssClass) {
+  std::istringstream words(classes);
+  return std::find(std::istream_iterator<std::string>(words), {}, cssClass) != std::istream_iterator<std::string>();
+}
+
 /// The class attribute and the presentation attributes of a list of classes.
 std::string Look(const std::string& classes) {
   std::string look = " class=\"" + classes + "\"";
   for (const auto& entry : kLooks) {
-    if ((" " + classes + " ").find(" " + std::string(entry.cssClass) + " ") != std::string::npos) {
+    if (HasClass(classes, entry.cssClass)) {
       look.append(" ").append(entry.attributes);
     }
   }
@@ -156,10 +164,9 @@ private:
     if (stretch.kind == Kind::Pregap) {
       return session + "pregap of " + number + times;
     }
-    const std::string title = TerminalText(track.bstrTitle);
-    const std::string performer = TerminalText(track.bstrPerformer);
-    return session + number + (title.empty() ? "" : "\n" + title) + (performer.empty() ? "" : "\n" + performer) + "\n" +
-           ModeWords(track.Mode) + times + "\nsize " + SizeOf(track);
+    return session + number + (stretch.title.empty() ? "" : "\n" + stretch.title) +
+           (stretch.performer.empty() ? "" : "\n" + stretch.performer) + "\n" + ModeWords(track.Mode) + times +
+           "\nsize " + SizeOf(track);
   }
 
   static std::string SizeOf(const ZSTRACK& track) {
@@ -227,7 +234,7 @@ private:
     double y = 214;
     for (const auto& entry : kEntries) {
       const bool isThere = std::any_of(m_stretches.begin(), m_stretches.end(), [&](const DiscStretch& stretch) {
-        return (ClassOfStretch(stretch) + " ").find(std::string(" ") + entry.cssClass + " ") != std::string::npos;
+        return HasClass(ClassOfStretch(stretch), entry.cssClass);
       });
       if (isThere) {
         m_svg += Box(x, y - 11, 14, 14, entry.cssClass) + TextAt(x + 22, y, "", entry.words, 13, 160);
@@ -272,7 +279,7 @@ private:
     const std::string number = Format("%u", track.TNO);
     const double room = stretch.width - 6;
     if (TextWidth(number, 13 * kBold) <= room) {
-      const std::string title = Fitting(TerminalText(track.bstrTitle), 11 * kBold, room);
+      const std::string title = Fitting(stretch.title, 11 * kBold, room);
       m_svg += TextAt(x + 3, kLineTop + (title.empty() ? 31 : 22), "inside", number, 13 * kBold, room);
       m_svg += room < 48 || title.empty() ? "" : TextAt(x + 3, kLineTop + 40, "inside small", title, 11 * kBold, room);
     }
@@ -332,8 +339,8 @@ private:
 
   void DrawRow(const DiscStretch& stretch, double y) {
     const ZSTRACK& track = TrackOf(stretch);
-    const std::string title = TerminalText(track.bstrTitle);
-    const std::string performer = TerminalText(track.bstrPerformer);
+    const std::string& title = stretch.title;
+    const std::string& performer = stretch.performer;
     const double base = y + 16;
     m_svg += "<g class=\"row\"><title>" + Escaped(Words(stretch)) + "</title>" + Box(kMargin, y, kInner, kRow, "hit");
     m_svg += Box(kMargin + 4, y + 6, 12, 12, ClassOf(track.Mode)) + "\n";

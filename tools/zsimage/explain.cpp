@@ -103,10 +103,11 @@ std::string ExplainSheet(const Host& host, const std::string& path) {
     return kNoFileLine;
   }
   const SheetRecord record(host, 0);
-  if (host.Sheets().AnalyzeCueSheet(Wide(path).get(), &record.Sheet()) == ZSE_BADIMAGE) {
+  const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), &record.Sheet());
+  if (result == ZSE_BADIMAGE) {
     return "its data file " + TerminalText(FileName(named)) + " is no whole number of sectors";
   }
-  return "the sheet has no TRACK line";
+  return result == S_OK ? "the sheet has no TRACK line" : std::string(CodeWords(E_OUTOFMEMORY));
 }
 
 std::string ExplainUnusable(const Host& host, const std::string& path, const std::string& extension) {

@@ -4,6 +4,8 @@
 #include "failure.h"
 #include "files.h"
 #include "platform/class_objects.h"
+#include "platform/environment.h"
+#include "platform/message_box.h"
 #include "platform/paths.h"
 
 namespace {
@@ -14,6 +16,12 @@ template <class I> void Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* obj
   Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid()), "");
 }
 
+/// Drops the message boxes of the component. The tool has messages of its own.
+class NoMessages final : public MessageHandler {
+  void Show(std::string_view /*text*/, std::string_view /*caption*/, UINT /*type*/) noexcept override {}
+};
+NoMessages g_noMessages;
+
 template <class Record> bool HasText(const Record& record) {
   return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
          record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
@@ -23,6 +31,7 @@ template <class Record> bool HasText(const Record& record) {
 } // namespace
 
 Host::Host() {
+  ProcessEnvironment().messages = &g_noMessages;
   Create(kProgIdImageFile, IID_IZSImageFile, &m_images);
   Create(kProgIdCueSheet, IID_IZSCueSheet, &m_sheets);
 }

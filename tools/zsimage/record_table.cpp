@@ -57,25 +57,27 @@ TextTable TrackTable() {
   return table;
 }
 
-void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
+void GiveTracks(const ZSCUESHEET& sheet, unsigned session, const TextTable::RowSink& sink) {
+  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
+  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
     const bool sound = track.dwEndLBA >= track.dwLBA;
     const ULONG sectors = sound ? track.dwEndLBA - track.dwLBA : 0;
-    table->AddRow({Format("%u", session),
-                   Format("%u", track.TNO),
-                   {ModeWords(track.Mode), ModeColour(track.Mode)},
-                   Format("%d", static_cast<int>(track.BlockSize)),
-                   DiscTime(track.dwLBA),
-                   Format("%u", track.dwLBA),
-                   sound ? Duration(sectors) : "-",
-                   sound ? Format("%u", sectors) : "-",
-                   Gap(track.Pregap),
-                   Gap(track.Postgap),
-                   FlagWords(track.Flags),
-                   TerminalText(track.bstrISRC),
-                   TerminalText(track.bstrTitle),
-                   TerminalText(track.bstrPerformer)});
+    sink({Format("%u", session),
+          Format("%u", track.TNO),
+          {ModeWords(track.Mode), ModeColour(track.Mode)},
+          Format("%d", static_cast<int>(track.BlockSize)),
+          DiscTime(track.dwLBA),
+          Format("%u", track.dwLBA),
+          sound ? Duration(sectors) : "-",
+          sound ? Format("%u", sectors) : "-",
+          Gap(track.Pregap),
+          Gap(track.Postgap),
+          FlagWords(track.Flags),
+          TerminalText(track.bstrISRC),
+          titles.Show(track.bstrTitle),
+          performers.Show(track.bstrPerformer)});
   }
 }
 
@@ -142,7 +144,7 @@ const char* NoSessions(const zsimagefileinfo& info) {
 
 } // namespace
 
-std::string RenderImage(const ImageRecord& image) {
+void PrintImage(const ImageRecord& image) {
   const zsimagefileinfo& info = image.Info();
   std::string page = Coloured(TerminalText(image.Path()), Colour::Bold) + "\n";
   AddLine(&page, "Kind", KindWords(info.ZSTYPEPROJECT));
@@ -150,33 +152,37 @@ std::string RenderImage(const ImageRecord& image) {
   AddLine(&page, "Data file", DataFileWords(image));
   AddLine(&page, "Disc id", IdWords(info));
   AddLine(&page, "With", CompanionWords(info.lMask));
-  TextTable table = TrackTable();
-  for (USHORT i = 0; i < info.nSessions; ++i) {
-    if (i == 0) {
-      AddDiscText(&page, info.pZSCueSheet[i]->ZSCDTEXT);
-    }
-    AddTracks(*info.pZSCueSheet[i], i + 1U, &table);
+  if (info.nSessions == 0) {
+    return Print(page + NoSessions(info) + "\n");
   }
-  page += info.nSessions == 0 ? NoSessions(info) : "";
-  return page.append("\n").append(info.nSessions == 0 ? "" : table.Render(2));
+  AddDiscText(&page, info.pZSCueSheet[0]->ZSCDTEXT);
+  Print(page + "\n");
+  TrackTable().Print([&](const TextTable::RowSink& sink) {
+    for (USHORT i = 0; i < info.nSessions; ++i) {
+      GiveTracks(*info.pZSCueSheet[i], i + 1U, sink);
+    }
+  });
 }
 
-std::string RenderSheet(const ZSCUESHEET& sheet) {
-  std::string page;
-  AddDiscText(&page, sheet.ZSCDTEXT);
+void PrintSheet(const ZSCUESHEET& sheet) {
+  std::string texts;
+  AddDiscText(&texts, sheet.ZSCDTEXT);
+  Print(texts + (texts.empty() ? "" : "\n"));
   using enum TextTable::Align;
   TextTable table;
+  table.AddColumn("Track", Right, true);
   for (const char* heading : {"Title", "Performer", "Songwriter", "Composer", "Arranger", "Genre", "Message"}) {
-    if (heading == std::string("Title")) {
-      table.AddColumn("Track", Right, true);
-    }
     table.AddColumn(heading, Left);
   }
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    const ZSTRACK& track = sheet.pZSTracks[i];
-    table.AddRow({Format("%u", track.TNO), TerminalText(track.bstrTitle), TerminalText(track.bstrPerformer),
-                  TerminalText(track.bstrSongwriter), TerminalText(track.bstrComposer),
-                  TerminalText(track.bstrArranger), TerminalText(track.bstrGenre), TerminalText(track.bstrMessage)});
-  }
-  return page.append(page.empty() ? "" : "\n").append(table.Render(2));
+  table.Print([&](const TextTable::RowSink& sink) {
+    const ::ZSCDTEXT& disc = sheet.ZSCDTEXT;
+    TextColumn columns[] = {disc.bstrTitle,    disc.bstrPerformer, disc.bstrSongwriter, disc.bstrComposer,
+                            disc.bstrArranger, disc.bstrGenre,     disc.bstrMessage};
+    for (UINT i = 0; i < sheet.nTracks; ++i) {
+      const ZSTRACK& track = sheet.pZSTracks[i];
+      sink({Format("%u", track.TNO), columns[0].Show(track.bstrTitle), columns[1].Show(track.bstrPerformer),
+            columns[2].Show(track.bstrSongwriter), columns[3].Show(track.bstrComposer),
+            columns[4].Show(track.bstrArranger), columns[5].Show(track.bstrGenre), columns[6].Show(track.bstrMessage)});
+    }
+  });
 }
