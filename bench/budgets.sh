@@ -49,7 +49,7 @@ make_track() {
   truncate -s $(($1 * 2352)) "$work/track.bin"
   printf 'FILE "TRACK.BIN" BINARY\n  TRACK 01 MODE1/2352\n    INDEX 01 00:00:00\n' >"$work/track.cue"
 }
-save=("$zsimage" extract "$work/track.cue" --session 1 --track 1 -o "$work/out" --block-size)
+save=("$zsimage" extract --force "$work/track.cue" --session 1 --track 1 -o "$work/out" --block-size)
 
 # To save a track: calls on the image and the new file, for 10,000 sectors.
 sectors=10000

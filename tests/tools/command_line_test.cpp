@@ -33,7 +33,8 @@ TEST(CommandLine, TellsUsageFromFailure) {
 TEST(CommandLine, CompletesInZsh) {
   EXPECT_TRUE(Contains(RunShell(kTool + "generate zsh").out,
                        "\n    '(-o --output)'{-o+,--output=}'[Picture to write\\: .svg or .html, - for SVG on standard "
-                       "output]:FILE:_files' \\\n    ':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
+                       "output]:FILE:_files' \\\n    '(-f --force)'{-f,--force}'[Replace existing files]' \\\n    "
+                       "':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
 }
 
 TEST(CommandLine, CompletesInBash) {

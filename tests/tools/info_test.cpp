@@ -124,7 +124,7 @@ TEST_F(InfoTool, FindsPositions) {
             Json("position --json disc.cue 13651"));
   EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}, {"byte", nullptr}}),
             Json("position --json disc.cue 13500"));
-  EXPECT_EQ("Sector 11295 begins at byte 105840 of sessions.IMG, in track 2 of session 2.\n",
+  EXPECT_EQ("Sector 11295 begins at byte 105840 of sessions.img, in track 2 of session 2.\n",
             std::regex_replace(Run("position '" SAMPLE_IMAGES "/sessions.ccd' 11295"), std::regex("of .*/"), "of "));
   EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("is in no track of disc.cue"));
   // Nothing can be walked over in an image without sessions, or with one that has no tracks.

@@ -40,7 +40,7 @@ protected:
   /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, entries
   /// of the legend, names of sessions, the outermost radius, bad texts, shares.
   std::string See(const std::string& image) {
-    Run("map -o map.html " + image);
+    Run("map -f -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
     document = Render("measured.html");
     const std::size_t begin = document.find("data-seen=\"") + 11;

@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "files.h"
+#include "output_file.h"
 #include "record_json.h"
 #include "record_table.h"
 
@@ -37,10 +38,8 @@ int RunEncode(const EncodeOptions& options) {
   const EncodedText text(host, image.Session(1), options.subChannel);
   Check(text.Result(), options.path, text.Result() == S_FALSE ? "the first session has no text to encode" : "");
   image.RefuseOwnFiles(options.output);
-  OutputFile file(options.output, text.Size());
-  file.Write(text.Data(), text.Size());
-  file.Keep();
-  if (IsStandardStream(options.output)) {
+  WriteWholeFile(options.output, {reinterpret_cast<const char*>(text.Data()), text.Size()}, options.force);
+  if (IsStandardOutput(options.output)) {
     return 0; // Standard output is for the packs alone.
   }
   std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), text.Size(),

@@ -23,6 +23,7 @@ int RunCheck(const CheckOptions& options);
 struct MapOptions {
   std::string path;
   std::string output; ///< .svg, .html, or "-" for standard output.
+  bool force = false; ///< Replaces existing files, here and below.
 };
 int RunMap(const MapOptions& options);
 
@@ -35,11 +36,12 @@ int RunPosition(const PositionOptions& options);
 
 struct ExtractOptions {
   std::string path;
-  unsigned session = 1;
+  unsigned session = 0; ///< From 1; 0 for the first, or all with a folder.
   unsigned track = 0;
   UINT blockSize = 0; ///< 0 for the track's own.
   std::string output; ///< "-" for standard output.
   std::string folder; ///< All tracks go here, when given.
+  bool force = false;
 };
 int RunExtract(const ExtractOptions& options);
 
@@ -49,6 +51,8 @@ struct ConvertOptions {
   std::string packs; ///< File of raw CD-Text packs; empty for the text of the image.
   bool noText = false;
   bool withData = false;
+  std::string dataFile; ///< Existing file to describe; empty for none.
+  bool force = false;
 };
 int RunConvert(const ConvertOptions& options);
 
@@ -63,6 +67,7 @@ struct EncodeOptions {
   std::string path;
   std::string output; ///< "-" for standard output.
   bool subChannel = false;
+  bool force = false;
 };
 int RunEncode(const EncodeOptions& options);
 

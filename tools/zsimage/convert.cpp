@@ -1,10 +1,12 @@
-#include <cstdio>
+#include <algorithm>
 
 #include "commands.h"
 #include "data_file.h"
 #include "description.h"
 #include "failure.h"
 #include "files.h"
+#include "losses.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -48,41 +50,90 @@ void PrepareForData(ImageRecord* image, unsigned sessions, const DataFilePlan& p
       sheet.pZSTracks[i].BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize);
     }
   }
-  zsimagefileinfo& info = image->Info();
-  if ((info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0) {
-    std::fprintf(stderr, "zsimage: note: the sub-channel data of the image are left out.\n");
-  }
-  info.lMask &= ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG);
+  image->Info().lMask &= ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG);
 }
 
-void WriteBytes(const std::string& path, const std::vector<BYTE>& bytes) {
-  OutputFile file(path, bytes.size());
-  file.Write(bytes.data(), bytes.size());
-  file.Keep();
-  std::printf("%s: CD-Text, %zu bytes\n", TerminalText(path).c_str(), bytes.size());
-}
-
-/// What a person should know about what the new description cannot say.
-void NoteLimits(const ImageRecord& image, DescriptionKind kind) {
-  const zsimagefileinfo& info = image.Info();
-  if (kind == DescriptionKind::CueSheet && info.nSessions > 1) {
-    std::fprintf(stderr, "zsimage: note: a CUE sheet holds one session; the other %u of the image are left out.\n",
-                 info.nSessions - 1U);
+/// @throws Failure when the data file that is asked for cannot belong to the description.
+void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, const DataFilePlan& plan) {
+  const UHYPER wanted = plan.Sectors() * plan.storedSize;
+  const std::string& why = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
+  if (!why.empty() && (options.withData || !options.dataFile.empty())) {
+    throw Failure(options.path, why, ZSE_FAILED);
   }
-  const LONG size = info.nSessions == 0 || info.pZSCueSheet[0]->nTracks == 0
-                        ? LONG{ZSFILEBLOCKSIZE_2352}
-                        : LONG{info.pZSCueSheet[0]->pZSTracks[0].BlockSize};
-  if (kind == DescriptionKind::TocFile && size != ZSFILEBLOCKSIZE_2352) {
-    std::fprintf(stderr,
-                 "zsimage: note: readers of TOC files take every sector as 2352 bytes, and this image has %d; "
-                 "a CUE sheet would keep its sectors readable.\n",
-                 static_cast<int>(size));
+  if (options.withData && kind == DescriptionKind::TocFile && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
+    throw Failure(options.output,
+                  Format("readers of TOC files take every sector as 2352 bytes, and this image has %u; write a .cue",
+                         plan.blockSize),
+                  ZSE_FAILED);
+  }
+  if (!options.dataFile.empty() && !FileSize(options.dataFile)) {
+    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
+  }
+  if (!options.dataFile.empty() && FileSize(options.dataFile) != wanted) {
+    throw Failure(options.dataFile,
+                  Format("its size is %llu bytes, and the description needs %llu; it belongs to another image",
+                         static_cast<unsigned long long>(*FileSize(options.dataFile)),
+                         static_cast<unsigned long long>(wanted)),
+                  ZSE_FAILED);
   }
 }
 
-void AnnounceDataFile(const std::string& path, const std::string& dataFile) {
-  std::printf("%s: expects its data file as %s", TerminalText(path).c_str(), TerminalText(dataFile).c_str());
-  std::printf(FileSize(dataFile) ? ", which is there\n" : "; no such file yet, --with-data writes it\n");
+/// Prints where the description finds its sectors.
+void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, const std::string& dataFile) {
+  const std::string output = TerminalText(options.output);
+  const std::string expected = TerminalText(OnDisk(dataFile));
+  const std::optional<UHYPER> size = FileSize(dataFile);
+  if (options.withData) {
+    Print(output + ": written\n" + expected + Format(": %llu bytes\n", static_cast<unsigned long long>(plan.Bytes())));
+  } else if (!options.dataFile.empty() && !SameFile(options.dataFile, dataFile)) {
+    Print(output + ": looks for its data file as " + expected + "; give " + TerminalText(options.dataFile) +
+          " this name, or make a link\n");
+  } else if (!size) {
+    Print(output + ": expects its data file as " + expected + "; no such file yet, --with-data writes it\n");
+  } else {
+    const bool fits = plan.conflict.empty() && *size == plan.Sectors() * plan.storedSize;
+    Print(output + ": expects its data file as " + expected + (fits ? ", which is there\n" : "\n"));
+    if (!fits) {
+      Note(expected + (plan.conflict.empty()
+                           ? " does not have the size that the description needs; it belongs to another image"
+                           : " is there, and cannot be compared: " + plan.conflict));
+    }
+  }
+}
+
+/// Files that a reader would take as the CD-Text of the new sheet. @throws Failure without --force.
+std::vector<std::string> StaleTexts(const ConvertOptions& options, const ImageRecord& image, const std::string& own) {
+  std::vector<std::string> stale = CompanionsOnDisk(options.output);
+  std::erase_if(stale, [&](const std::string& path) { return FileName(path) == NarrowToUtf8(FileName(own)); });
+  for (const std::string& path : stale) {
+    image.RefuseOwnFiles(path);
+    if (!options.force) {
+      throw Failure(path, "the new sheet would take its CD-Text from this file; --force removes it", kFileExists);
+    }
+  }
+  return stale;
+}
+
+/// Writes all files of the conversion. The description gets its name last, so that it never exists without the others.
+void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
+                const Description& description, const std::string& packs) {
+  std::vector<std::unique_ptr<OutputFile>> files;
+  const auto add = [&](const std::string& path, UHYPER size) {
+    image.RefuseOwnFiles(path);
+    return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
+  };
+  const std::string dataFile = Beside(options.output, description.dataFile);
+  const std::string companion = packs.empty() ? "" : CompanionOf(options.output);
+  const std::vector<std::string> stale = StaleTexts(options, image, companion);
+  OutputFile* data = options.withData ? add(dataFile, plan.Bytes()) : nullptr;
+  if (!packs.empty()) {
+    add(companion, packs.size())->Write(packs);
+  }
+  add(options.output, description.content.size())->Write(description.content);
+  if (data != nullptr) {
+    WriteDataFile(host, image.DataFile(), plan, dataFile, data);
+  }
+  PublishAll(files, stale);
 }
 
 } // namespace
@@ -91,35 +142,37 @@ int RunConvert(const ConvertOptions& options) {
   const Host host;
   const DescriptionKind kind = KindOfDescription(options.output);
   ImageRecord image(host, options.path);
-  const std::string source = image.DataFile();
   image.RefuseOwnFiles(options.output);
+  RequireWritable(options.output, options.force);
   if (options.withData) {
     image.RequireDataFile();
   }
   const std::vector<BYTE> packs = CollectPacks(host, image, options);
   const unsigned sessions =
-      kind == DescriptionKind::CueSheet && image.Info().nSessions > 1 ? 1 : image.Info().nSessions;
-  const DataFilePlan plan = options.withData ? PlanDataFile(image, sessions) : DataFilePlan{};
-  const bool withData = options.withData && plan.whyNot.empty();
+      std::min<unsigned>(image.Info().nSessions, kind == DescriptionKind::CueSheet ? 1 : kMaxSessions);
+  const DataFilePlan plan = PlanDataFile(image, sessions);
+  RequireFittingData(options, kind, plan);
+  const std::vector<std::string> losses = LossesOf(image, kind, sessions, options.withData);
   PrepareRecord(&image, !packs.empty());
-  if (withData) {
+  if (options.withData) {
     PrepareForData(&image, sessions, plan);
   }
-  NoteLimits(image, kind);
-  WriteDescription(host, &image, kind, options.output, packs);
-  if (kind == DescriptionKind::CueSheet && !packs.empty()) {
-    WriteBytes(CompanionOf(options.output), packs);
+  const Description description = MakeDescription(host, &image, kind, options.output, sessions, packs);
+  const bool hasCompanion = kind == DescriptionKind::CueSheet && !packs.empty();
+  try {
+    WriteFiles(host, image, options, plan, description, hasCompanion ? std::string(packs.begin(), packs.end()) : "");
+  } catch (const Failure& failure) {
+    if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
+      throw;
+    }
+    throw Failure(failure.File(), failure.Words() + "; nothing of the new image has been saved", failure.Code());
   }
-  const std::string dataFile = DataFileOf(host, image, kind, options.output);
-  if (!options.withData) {
-    AnnounceDataFile(options.output, dataFile);
-  } else if (!withData) {
-    throw Failure(dataFile, "the description stands, but its data file cannot be written: " + plan.whyNot, ZSE_FAILED);
-  } else {
-    WriteDataFile(host, source, plan, dataFile);
-    VerifyTracks(host, image, sessions, options.output);
-    std::printf("%s: written\n%s: %llu bytes\n", TerminalText(options.output).c_str(), TerminalText(dataFile).c_str(),
-                static_cast<unsigned long long>(plan.Bytes()));
+  for (const std::string& loss : losses) {
+    Note(loss);
   }
+  if (hasCompanion) {
+    Print(TerminalText(CompanionOf(options.output)) + Format(": CD-Text, %zu bytes\n", packs.size()));
+  }
+  AnnounceDataFile(options, plan, Beside(options.output, description.dataFile));
   return 0;
 }

@@ -47,7 +47,7 @@ public:
     } else if (sheet.nTracks != 0) { // A later session follows the one before, whatever the gap on the disc.
       m_position = std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
     }
-    for (UINT i = 0; i < sheet.nTracks && m_plan.whyNot.empty(); ++i) {
+    for (UINT i = 0; i < sheet.nTracks && m_plan.conflict.empty(); ++i) {
       // Between two sessions the space behind the last track counts; behind the disc's end nothing needs it.
       const LONG postgap = i + 1 == sheet.nTracks && !isLast ? LONG{sheet.pZSTracks[i].Postgap} : 0;
       AddTrack(sheet.pZSTracks[i], places[i], std::max<LONG>(postgap, 0),
@@ -59,7 +59,7 @@ private:
   void AddTrack(const ZSTRACK& track, const TrackPlace& place, LONG postgap, const std::string& name) {
     const std::int64_t gap = std::int64_t{track.dwLBA} - m_position;
     if (gap < 0 || place.begin < m_sourceEnd) {
-      m_plan.whyNot = name + " begins before the one in front of it ends";
+      m_plan.conflict = name + " begins before the track before it ends";
       return;
     }
     // What the image holds in front of the track, its pregap above all, comes along as far as it goes.
@@ -68,8 +68,8 @@ private:
                         static_cast<ULONG>(kept) + place.sectors + static_cast<ULONG>(postgap), place.blockSize, 0,
                         m_plan.blockSize};
     const ULONG missing = MissingSectors(m_image.DataFile(), run);
-    if (missing != 0) {
-      m_plan.whyNot = "the image is short: " + name + Format(" lacks %u of its sectors", missing);
+    if (missing != 0 && m_plan.shortage.empty()) {
+      m_plan.shortage = "the image is short: " + name + Format(" lacks %u of its sectors", missing);
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
     m_position = std::int64_t{track.dwLBA} + place.sectors + postgap;
@@ -85,8 +85,8 @@ private:
 /// Moves bytes into the new file, and looks for the wish to stop.
 class Writer {
 public:
-  Writer(const std::string& target, const DataFilePlan& plan)
-      : m_target(target), m_transfer("sectors", plan.Bytes()), m_file(target, plan.Bytes()) {}
+  Writer(const std::string& target, const DataFilePlan& plan, OutputFile* file)
+      : m_target(target), m_transfer("sectors", plan.Bytes()), m_file(*file) {}
 
   void WriteSilence(UHYPER bytes) {
     const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
@@ -112,47 +112,45 @@ public:
     }
   }
 
-  void Keep() noexcept { m_file.Keep(); }
-
 private:
   const std::string& m_target;
   Transfer m_transfer;
-  OutputFile m_file;
+  OutputFile& m_file;
 };
 
 } // namespace
 
-UHYPER DataFilePlan::Bytes() const noexcept {
-  UHYPER bytes = 0;
+UHYPER DataFilePlan::Sectors() const noexcept {
+  UHYPER sectors = 0;
   for (const Piece& piece : pieces) {
-    bytes += piece.silence * blockSize + piece.run.Bytes();
+    sectors += piece.silence + piece.run.sectors;
   }
-  return bytes;
+  return sectors;
 }
 
 DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
-  DataFilePlan plan;
-  plan.whyNot = FindSizeConflict(image.Info(), sessions);
-  if (!plan.whyNot.empty()) {
-    return plan;
+  const std::string conflict = FindSizeConflict(image.Info(), sessions);
+  if (!conflict.empty()) {
+    throw Failure(image.Path(),
+                  "no description can name one data file for it: " + conflict +
+                      "; 'zsimage extract --all' saves its tracks one by one",
+                  ZSE_FAILED);
   }
-  const LONG stored = image.Info().pZSCueSheet[0]->pZSTracks[0].BlockSize;
-  plan.blockSize = static_cast<UINT>(std::min<LONG>(stored, ZSFILEBLOCKSIZE_2352));
+  DataFilePlan plan;
+  plan.storedSize = static_cast<UINT>(image.Info().pZSCueSheet[0]->pZSTracks[0].BlockSize);
+  plan.blockSize = std::min<UINT>(plan.storedSize, ZSFILEBLOCKSIZE_2352);
   Layout layout(image, &plan);
-  for (unsigned session = 0; session < sessions && plan.whyNot.empty(); ++session) {
+  for (unsigned session = 0; session < sessions && plan.conflict.empty(); ++session) {
     layout.AddSession(session, session + 1 == sessions);
   }
   return plan;
 }
 
-void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target) {
-  if (SameFile(source, target)) {
-    throw Failure(target, "this is the image's own data file; give the description another name", E_INVALIDARG);
-  }
-  Writer writer(target, plan);
+void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target,
+                   OutputFile* file) {
+  Writer writer(target, plan, file);
   for (const DataFilePlan::Piece& piece : plan.pieces) {
     writer.WriteSilence(piece.silence * plan.blockSize);
     writer.WriteRun(host, source, piece.run);
   }
-  writer.Keep();
 }

@@ -234,8 +234,7 @@ private:
       return;
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
-    std::string companion = m_image.Path();
-    PathRenameExtensionA(&companion, ".CDT");
+    const std::string companion = WithExtension(m_image.Path(), ".CDT");
     if (m_info.ZSImageFormat != ZSIMAGEFORMAT_CUE || FileSize(companion).value_or(0) == 0) {
       return;
     }

@@ -70,9 +70,7 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
            (isBeside ? " beside it" : "") + ", in any case; put it there, or correct the FILE line";
   }
   if (extension == ".MDS") {
-    std::string data = FileName(path);
-    PathRenameExtensionA(&data, ".MDF");
-    return "the description has its sectors in " + TerminalText(data) +
+    return "the description has its sectors in " + TerminalText(WithExtension(FileName(path), ".MDF")) +
            ", and there is no such file beside it, or the description ends too early";
   }
   return std::string(CodeWords(ZSE_FILENOTFOUND));

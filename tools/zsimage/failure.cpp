@@ -40,6 +40,7 @@ constexpr KnownCode kKnownCodes[] = {
     {ZSE_CANNOTOPENIMAGE, "ZSE_CANNOTOPENIMAGE", "the file cannot be opened for reading"},
     {ZSE_BADIMAGE, "ZSE_BADIMAGE", "this is not an image that can be read"},
     {ZSE_TOCVERSION, "ZSE_TOCVERSION", "a later version of the program wrote this file"},
+    {kFileExists, "ERROR_FILE_EXISTS", "the file exists"},
     {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "ERROR_FILE_NOT_FOUND", "no such file"},
     {HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), "ERROR_PATH_NOT_FOUND", "no such folder"},
     {HRESULT_FROM_WIN32(ERROR_TOO_MANY_OPEN_FILES), "ERROR_TOO_MANY_OPEN_FILES", "too many files are open"},
@@ -101,8 +102,10 @@ std::string_view CodeWords(HRESULT code) {
   return known == nullptr ? "the operation failed" : known->words;
 }
 
+void Note(const std::string& words) { static_cast<void>(std::fprintf(stderr, "zsimage: note: %s.\n", words.c_str())); }
+
 void Check(HRESULT code, std::string_view file, std::string_view words) {
-  if (code != S_OK) {
-    throw Failure(file, words.empty() ? CodeWords(code) : words, code);
+  if (code != S_OK) { // What was asked for has not been done; S_FALSE names no failure.
+    throw Failure(file, words.empty() ? CodeWords(code) : words, code == S_FALSE ? ZSE_FAILED : code);
   }
 }

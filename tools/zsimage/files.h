@@ -28,9 +28,6 @@ bool IsOneOf(const std::string& path, const std::vector<std::string>& files);
 /// Whether both paths name one existing file.
 bool SameFile(const std::string& left, const std::string& right);
 
-/// Removes a regular file. Devices of all kinds stay.
-void RemoveFile(const std::string& path);
-
 /// Whether a path stands for standard output or standard input.
 inline bool IsStandardStream(std::string_view path) { return path == "-"; }
 
@@ -46,39 +43,28 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
 /// Another name in the folder of a path.
 std::string Beside(const std::string& path, std::string_view name);
 
-/// The name behind the folder of a path.
+/// A path as it is spelt on disk; as it is when there is no such file.
+std::string OnDisk(const std::string& path);
+
+/// The name after the folder of a path.
 std::string FileName(const std::string& path);
 
-/// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is
-/// now, so a partial file must still be there.
+/// A path with another extension, dot included.
+std::string WithExtension(std::string path, std::string_view extension);
+
+/// The folder of a path; "." where it names none.
+std::string FolderOf(const std::string& path);
+
+/// The number of a system error as GetLastError gives it.
+DWORD SystemError(int error);
+
+/// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is now.
 /// @param written Bytes that are in the file. @param wanted Bytes that should be.
-/// @param error What GetLastError gave at the open or write that failed; ERROR_SUCCESS when nothing told.
+/// @param error Number of the error of the open or write that failed; ERROR_SUCCESS when none is known.
 Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWORD error);
 
 /// Why standard output took not all. @param error errno at the write that failed, 0 when it is not known any more.
 Failure OutputFailure(int error);
-
-/// A file that the tool writes, or standard output for "-". A file goes away again unless it is kept.
-class OutputFile {
-public:
-  /// @throws Failure when it cannot be created.
-  OutputFile(const std::string& path, UHYPER size);
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile();
-
-  /// @throws Failure when not all of it goes out.
-  void Write(const BYTE* data, std::size_t size);
-
-  void Keep() noexcept { m_keep = true; }
-
-private:
-  std::string m_path;
-  UniqueHandle m_file;
-  UHYPER m_size;
-  UHYPER m_written = 0;
-  bool m_keep = false;
-};
 
 /// A new folder that goes away with what is in it.
 class ScratchFolder {

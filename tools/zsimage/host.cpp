@@ -43,37 +43,38 @@ ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(h
   }
 }
 
+const std::string& ImageRecord::DataFile() const {
+  if (m_dataFile.empty()) {
+    m_dataFile = OnDisk(Narrow(m_info.bstrImageBinaryFile));
+  }
+  return m_dataFile;
+}
+
 bool ImageRecord::IsItsOwnDataFile() const {
   const bool hasOther = m_info.ZSImageFormat != ZSIMAGEFORMAT_ISO && m_info.ZSImageFormat != ZSIMAGEFORMAT_NRG;
   return hasOther && SameFile(DataFile(), m_path);
 }
 
 void ImageRecord::RequireDataFile() const {
-  std::string expected = DataFile();
-  if (!IsItsOwnDataFile() && FileSize(expected)) {
+  if (!IsItsOwnDataFile() && FileSize(DataFile())) {
     return;
   }
   if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
-    expected = m_path;
-    PathRenameExtensionA(&expected, ".img");
+    throw Failure(WithExtension(m_path, ".img"), "there is no such data file; put it there", ZSE_FILENOTFOUND);
   }
-  throw Failure(expected,
-                SameFile(expected, m_path) ? "the description names no data file but itself, which holds no sectors"
-                                           : "there is no such data file; put it there",
+  throw Failure(DataFile(),
+                SameFile(DataFile(), m_path) ? "the description names no data file but itself, which holds no sectors"
+                                             : "there is no such data file; put it there",
                 ZSE_FILENOTFOUND);
 }
 
 void ImageRecord::RefuseOwnFiles(const std::string& output) const {
   std::vector<std::string> own{m_path, DataFile()};
-  const auto addCompanion = [&](const char* extension) {
-    own.push_back(m_path);
-    PathRenameExtensionA(&own.back(), extension);
-  };
-  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
-    addCompanion(".CDT");
+  if (EndsWith(m_path, ".CUE")) {
+    own.push_back(WithExtension(m_path, ".CDT"));
   }
-  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE || m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
-    addCompanion(".SUB");
+  if (EndsWith(m_path, ".CUE") || EndsWith(m_path, ".CCD")) {
+    own.push_back(WithExtension(m_path, ".SUB"));
   }
   if (IsOneOf(output, own)) {
     throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);

@@ -36,8 +36,9 @@ public:
   const zsimagefileinfo& Info() const noexcept { return m_info; }
   const std::string& Path() const noexcept { return m_path; }
 
-  /// The sector file as the record spells it, narrow text.
-  std::string DataFile() const { return Narrow(m_info.bstrImageBinaryFile); }
+  /// The sector file as it is spelt on disk, or as the record names it when it is not there. Narrow text. The first
+  /// answer stays when the record changes.
+  const std::string& DataFile() const;
 
   /// Whether a description that keeps its sectors elsewhere has itself as sector file, as those have whose other file
   /// is not there.
@@ -56,6 +57,7 @@ private:
   IZSImageFile& m_images;
   std::string m_path;
   zsimagefileinfo m_info;
+  mutable std::string m_dataFile; ///< Empty until it is asked for.
 };
 
 /// A sheet with a given number of empty tracks.

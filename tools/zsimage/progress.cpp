@@ -1,7 +1,9 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <iterator>
 
 #include "terminal.h"
 #include "terminal_text.h"
@@ -11,6 +13,9 @@ namespace {
 constexpr auto kRefresh = std::chrono::milliseconds(100);
 constexpr std::size_t kBarColumns = 30;
 
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+struct sigaction g_old[std::size(kSignals)]; ///< What the signals did before the first watch.
+unsigned g_watches = 0;
 volatile std::sig_atomic_t g_interrupted = 0; // The one thing a signal may write to.
 
 void OnSignal(int /*signal*/) { g_interrupted = 1; }
@@ -49,16 +54,22 @@ void ProgressBar::Show(UHYPER done) {
 }
 
 InterruptWatch::InterruptWatch() {
-  struct sigaction action {};
-  action.sa_handler = OnSignal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, &m_oldInterrupt);
-  sigaction(SIGTERM, &action, &m_oldTerminate);
+  for (std::size_t i = 0; g_watches == 0 && i < std::size(kSignals); ++i) {
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigaction(kSignals[i], nullptr, &g_old[i]);
+    if (g_old[i].sa_handler != SIG_IGN) { // As nohup asks for.
+      sigaction(kSignals[i], &action, nullptr);
+    }
+  }
+  ++g_watches;
 }
 
 InterruptWatch::~InterruptWatch() {
-  sigaction(SIGINT, &m_oldInterrupt, nullptr);
-  sigaction(SIGTERM, &m_oldTerminate, nullptr);
+  --g_watches;
+  for (std::size_t i = 0; g_watches == 0 && i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], &g_old[i], nullptr);
+  }
 }
 
 bool InterruptWatch::Requested() noexcept { return g_interrupted != 0; }

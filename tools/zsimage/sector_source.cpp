@@ -65,7 +65,3 @@ void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const R
                     consequence,
                 FAILED(end.result) ? end.result : HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
 }
-
-void ThrowCancelled(const std::string& file) {
-  throw Failure(file, "cancelled; the part that was written has been removed", kCancelled);
-}

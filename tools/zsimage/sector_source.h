@@ -42,6 +42,3 @@ ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
 /// the reason.
 [[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end,
                                    const std::string& consequence = "");
-
-/// Ends a command that the user cancelled. `file` has been removed.
-[[noreturn]] void ThrowCancelled(const std::string& file);
