@@ -35,14 +35,16 @@ int RunDecode(const DecodeOptions& options) {
 int RunEncode(const EncodeOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path);
-  const EncodedText text(host, image.Session(1), options.subChannel);
-  Check(text.Result(), options.path, text.Result() == S_FALSE ? "the first session has no text to encode" : "");
+  const std::vector<BYTE> packs = EncodeText(host, &image.Session(1), options.subChannel);
+  if (packs.empty()) {
+    throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
+  }
   image.RefuseOwnFiles(options.output);
-  WriteWholeFile(options.output, {reinterpret_cast<const char*>(text.Data()), text.Size()}, options.force);
+  WriteWholeFile(options.output, {reinterpret_cast<const char*>(packs.data()), packs.size()}, options.force);
   if (IsStandardOutput(options.output)) {
     return 0; // Standard output is for the packs alone.
   }
-  std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), text.Size(),
+  std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), packs.size(),
               options.subChannel ? ", in groups of 96 for the sub-channel" : "");
   return 0;
 }

@@ -18,13 +18,9 @@ std::vector<BYTE> CollectPacks(const Host& host, const ImageRecord& image, const
   if (!options.packs.empty()) {
     return ReadWholeFile(options.packs, kLargestPackFile);
   }
-  const EncodedText text(host, image.Session(1), false);
-  if (text.Result() == S_FALSE) {
-    return {};
-  }
-  Check(text.Result(), image.Path());
-  const std::size_t whole = text.Size() / kPackBytes * kPackBytes;
-  return std::vector<BYTE>(text.Data(), text.Data() + whole);
+  std::vector<BYTE> packs = EncodeText(host, &image.Session(1), false);
+  packs.resize(packs.size() / kPackBytes * kPackBytes);
+  return packs;
 }
 
 /// Makes the record say what the new description is to say: tracks numbered by their place, with CD-Text or

@@ -82,41 +82,17 @@ private:
   UHYPER m_sourceEnd = 0;      ///< Byte of the image behind it.
 };
 
-/// Moves bytes into the new file, and looks for the wish to stop.
-class Writer {
-public:
-  Writer(const std::string& target, const DataFilePlan& plan, OutputFile* file)
-      : m_target(target), m_transfer("sectors", plan.Bytes()), m_file(*file) {}
-
-  void WriteSilence(UHYPER bytes) {
-    const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
-    while (bytes > 0) {
-      const UHYPER step = std::min<UHYPER>(bytes, zeros.size());
-      m_file.Write(zeros.data(), static_cast<std::size_t>(step));
-      bytes -= step;
-      if (InterruptWatch::Requested()) {
-        ThrowCancelled(m_target);
-      }
+void WriteSilence(UHYPER bytes, const std::string& target, OutputFile* file) {
+  const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
+  while (bytes > 0) {
+    const UHYPER step = std::min<UHYPER>(bytes, zeros.size());
+    file->Write(zeros.data(), static_cast<std::size_t>(step));
+    bytes -= step;
+    if (InterruptWatch::Requested()) {
+      ThrowCancelled(target);
     }
   }
-
-  void WriteRun(const Host& host, const std::string& source, const SectorRun& run) {
-    m_transfer.StartNextStream();
-    const RunEnd end =
-        ReadRun(host, source, run, &m_transfer, [&](const BYTE* data, std::size_t size) { m_file.Write(data, size); });
-    if (m_transfer.IsCancelled()) {
-      ThrowCancelled(m_target);
-    }
-    if (end.bytes < run.Bytes()) {
-      ThrowReadFailure(source, run, end);
-    }
-  }
-
-private:
-  const std::string& m_target;
-  Transfer m_transfer;
-  OutputFile& m_file;
-};
+}
 
 } // namespace
 
@@ -148,9 +124,17 @@ DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
 
 void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target,
                    OutputFile* file) {
-  Writer writer(target, plan, file);
+  Transfer transfer("sectors", plan.Bytes());
   for (const DataFilePlan::Piece& piece : plan.pieces) {
-    writer.WriteSilence(piece.silence * plan.blockSize);
-    writer.WriteRun(host, source, piece.run);
+    WriteSilence(piece.silence * plan.blockSize, target, file);
+    transfer.StartNextStream();
+    const RunEnd end = ReadRun(host, source, piece.run, &transfer,
+                               [&](const BYTE* data, std::size_t size) { file->Write(data, size); });
+    if (transfer.IsCancelled()) {
+      ThrowCancelled(target);
+    }
+    if (end.bytes < piece.run.Bytes()) {
+      ThrowReadFailure(source, piece.run, end);
+    }
   }
 }

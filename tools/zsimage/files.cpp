@@ -186,16 +186,9 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
                  code);
 }
 
-namespace {
-
-std::string ScratchPattern() {
+ScratchFolder::ScratchFolder() {
   std::error_code error;
-  return std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
-}
-
-} // namespace
-
-ScratchFolder::ScratchFolder() : m_path(ScratchPattern()) {
+  m_path = std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
   if (mkdtemp(m_path.data()) == nullptr) {
     throw Failure(m_path, "no temporary folder can be made; set TMPDIR to a folder that can be written", E_FAIL);
   }

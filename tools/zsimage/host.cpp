@@ -104,24 +104,17 @@ SheetRecord::SheetRecord(const Host& host, unsigned tracks) : m_sheets(host.Shee
   }
 }
 
-EncodedText::EncodedText(const Host& host, ZSCUESHEET& sheet, bool withSubChannel) {
-  MarkText(&sheet);
+std::vector<BYTE> EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel) {
+  bool hasText = HasText(sheet->ZSCDTEXT);
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    hasText = hasText || HasText(sheet->pZSTracks[i]);
+  }
+  sheet->ZSCDTEXT.CDTextPresent = hasText ? VARIANT_TRUE : VARIANT_FALSE;
   BYTE* data = nullptr;
   LONG length = 0;
-  m_result = host.Sheets().EncodeCDText(&sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
-  if (m_result == S_OK) {
-    m_data.reset(data);
-    m_size = static_cast<std::size_t>(length);
-  }
-}
-
-bool MarkText(ZSCUESHEET* sheet) {
-  bool any = HasText(sheet->ZSCDTEXT);
-  for (UINT i = 0; i < sheet->nTracks; ++i) {
-    any = any || HasText(sheet->pZSTracks[i]);
-  }
-  if (any) {
-    sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
-  }
-  return any;
+  const HRESULT result =
+      host.Sheets().EncodeCDText(sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
+  const TaskMemory<BYTE> owned(data);
+  Check(FAILED(result) ? result : S_OK, "");
+  return {data, data + length};
 }

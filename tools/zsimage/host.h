@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "imagefile/image_file_interface.h"
@@ -75,23 +76,6 @@ private:
   ZSCUESHEET* m_sheet = nullptr;
 };
 
-/// CD-Text packs that the component made.
-class EncodedText {
-public:
-  /// Packs the text of a sheet. Text that came from elsewhere, such as the TITLE lines of a CUE sheet, counts as
-  /// well as decoded CD-Text; without any text the answer is S_FALSE and nothing is held.
-  EncodedText(const Host& host, ZSCUESHEET& sheet, bool withSubChannel);
-
-  HRESULT Result() const noexcept { return m_result; }
-  BYTE* Data() const noexcept { return m_data.get(); }
-  std::size_t Size() const noexcept { return m_size; }
-
-private:
-  HRESULT m_result;
-  TaskMemory<BYTE> m_data;
-  std::size_t m_size = 0;
-};
-
-/// Marks a sheet that has any text as one with CD-Text, so that the text goes into what is written from it.
-/// @return whether it has any.
-bool MarkText(ZSCUESHEET* sheet);
+/// Packs the text of a sheet. Text of any source counts, such as the TITLE lines of a CUE sheet. Empty for a sheet
+/// without text.
+std::vector<BYTE> EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel);

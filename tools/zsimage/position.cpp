@@ -10,11 +10,6 @@
 
 namespace {
 
-struct BytePosition {
-  UHYPER seek;
-  std::optional<UHYPER> length;
-};
-
 /// The component walks over tracks that must be there.
 void RequireTracks(const ImageRecord& image) {
   const zsimagefileinfo& info = image.Info();
@@ -25,17 +20,6 @@ void RequireTracks(const ImageRecord& image) {
   if (!walkable) {
     throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
   }
-}
-
-/// The length is left alone when no track holds the sector. Asking twice, over different values, shows whether it
-/// was written.
-BytePosition FindPosition(const Host& host, ImageRecord& image, ULONG lba) {
-  UHYPER seek = 0;
-  UHYPER lengths[] = {0, 1};
-  for (UHYPER& length : lengths) {
-    Check(host.Images().GetPositionFromLBA(&image.Info(), lba, &seek, &length), image.Path());
-  }
-  return {seek, lengths[0] == lengths[1] ? std::optional(lengths[0]) : std::nullopt};
 }
 
 /// A sector of the disc in the data file.
@@ -65,11 +49,13 @@ int RunPosition(const PositionOptions& options) {
   const Host host;
   ImageRecord image(host, options.path);
   RequireTracks(image);
-  const BytePosition position = FindPosition(host, image, options.lba);
+  UHYPER seek = 0;
+  UHYPER length = kToEndOfFile; // Not written when no track holds the sector.
+  Check(host.Images().GetPositionFromLBA(&image.Info(), options.lba, &seek, &length), image.Path());
   const std::optional<SectorPlace> place = PlaceOf(image.Info(), options.lba);
   if (options.json) {
-    PrintJson({{"pSeek64", position.seek},
-               {"pLength64", position.length ? Json(*position.length) : Json(nullptr)},
+    PrintJson({{"pSeek64", seek},
+               {"pLength64", length == kToEndOfFile ? Json(nullptr) : Json(length)},
                {"byte", place ? Json(place->byte) : Json(nullptr)}});
   } else if (place) {
     std::printf("Sector %u begins at byte %llu of %s, in track %u of session %u.\n", options.lba,
