@@ -20,7 +20,7 @@ TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
   EXPECT_LE(7, count);
   EXPECT_TRUE(Contains(manual, "\n.SH EXIT STATUS\n")) << manual;
   EXPECT_TRUE(Contains(RunShell(kTool + "--version").out, "zsimage "));
-  EXPECT_TRUE(Contains(RunShell(kTool + "cdtext decode --help").out, "Number of tracks of the disc (required)\n"));
+  EXPECT_TRUE(Contains(RunShell(kTool + "map --help").out, "- for SVG on standard output (required)\n"));
   EXPECT_FALSE(Contains(RunShell(kTool + "info --help").out, "(required)"));
 }
 

@@ -123,7 +123,8 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
       {"info disc.cue > /dev/full", "ERROR_DISK_FULL", "No space left on device"},
       {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "hold no block of 2340 bytes"},
       {"extract shorter.mds --track 2 -o x", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
-      {"extract short.mds --track 2 -o x", "ERROR_HANDLE_EOF", "25 of its 30 sectors are missing"},
+      {"extract short.mds --track 2 -o x", "ERROR_HANDLE_EOF",
+       "25 of its 30 sectors are missing and 100 bytes are over"},
       {"convert disc.cue full.cue", "ERROR_DISK_FULL", "could be written; nothing of the new image has been saved"},
       {"convert disc.cue disc.cue -f", "E_INVALIDARG", "belongs to the image"},
       {"convert disc.cue new.txt", "E_INVALIDARG", ".cue or .zsi"},
@@ -134,9 +135,9 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
        "stale.Cdt: the new sheet would take its CD-Text"},
       {"convert disc.cue new.cue --data-file short.mdf", "ZSE_FAILED", "it belongs to another image"},
       {"convert mixed.nrg mixed.cue", "ZSE_FAILED", "different block sizes"},
-      {"convert wide.mds wide.cue", "ZSE_FAILED", "mode 0 and 2352 bytes; the description cannot say this"},
+      {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would read back with another"},
       {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "take every sector as 2352 bytes"},
-      {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 lacks 25 of its sectors"},
+      {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 is cut off, 25 sectors missing"},
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
@@ -163,13 +164,14 @@ TEST_F(TransferTool, FollowsLinksAndWritesPipesDirectly) {
   EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout | cat"));
   EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout"));
   const std::string pipe = folder.Path("pipe");
-  EXPECT_TRUE(first == RunShell("mkfifo '" + pipe + "' && (cat '" + pipe + "' & " + kTool + "extract '" +
+  EXPECT_TRUE(first == RunShell("mkfifo '" + pipe + "' && (timeout 20 cat '" + pipe + "' & " + kTool + "extract '" +
                                 folder.Path("disc.cue") + "' --track 1 -o '" + pipe + "' >&2; wait)")
                            .out);
   // Of several tracks the whole ones are kept, and one session can be taken alone.
   folder.Write("short.mds", MdsOf(audio).Build());
   folder.Write("short.mdf", std::string(55 * 2352, 'x'));
   EXPECT_EQ(1, RunTool(folder, "extract short.mds --all all").status);
+  EXPECT_EQ(std::string(5 * 2352, 'x'), Extract("short.mds --track 2 --partial"));
   folder.Write("disc.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
   Run("extract disc.nrg --session 2 --all all");
   EXPECT_EQ("./session-1-track-01.bin\n./session-2-track-01.bin\n",
@@ -183,6 +185,17 @@ TEST_F(TransferTool, ShowsProgressAndCancels) {
   EXPECT_NE(std::string::npos, result.out.find("% ")) << result.out;
   EXPECT_NE(std::string::npos, result.out.find("cancelled")) << result.out;
   EXPECT_FALSE(std::filesystem::exists(folder.Path("out")));
+}
+
+TEST_F(TransferTool, FitsTheProgressToTheTerminal) {
+  folder.WriteSparse("big.iso", UHYPER{32} << 30);
+  for (const unsigned columns : {1U, 2U, 10U, 20U, 40U, 60U, 79U, 80U, 200U}) {
+    const ToolResult result = InterruptTool(folder, "extract big.iso --track 1 -o out", "\033[K", columns);
+    const std::size_t end = result.out.find("\033[K");
+    EXPECT_LE(end, columns) << "the carriage return and less than a line\n" << result.out;
+    EXPECT_TRUE(columns < 5 || result.out.find('%') < end) << result.out;
+    EXPECT_TRUE(columns < 40 || result.out.find(']') < end) << result.out;
+  }
 }
 
 TEST_F(TransferTool, ConvertsToASheet) {
@@ -244,6 +257,49 @@ TEST_F(TransferTool, PutsTextIntoATocFile) {
   folder.Write("packs", std::string("\x80\0\0\0X\0\0\0\0\0\0\0\0\0\0\0\1\2\3", 19));
   Run("convert disc.cue text.zsi --cdtext packs -f");
   EXPECT_NE(std::string::npos, folder.Read("text.zsi").find("<ENTRY-2>03 </ENTRY-2>"));
+}
+
+TEST_F(TransferTool, JudgesPacks) {
+  Run("cdtext encode disc.cue -o good");
+  Run("cdtext encode disc.cue -o spread --subchannel");
+  const std::string good = folder.Read("good");
+  folder.Write("plain", good.substr(0, good.size() - 1));
+  folder.Write("over", good + "12345");
+  folder.Write("wrong", good.substr(0, 17) + "x" + good.substr(18));
+  folder.Write("none", "no pack");
+  const std::tuple<const char*, std::string> kCases[] = {
+      {"good", ""},
+      {"plain", ""},
+      {"spread", ""},
+      {"over", "6 bytes are over after whole packs of 18 bytes"},
+      {"wrong", "1 of 7 CD-Text packs do not match their check bytes"},
+      {"none", "there is no CD-Text pack in it"}};
+  for (const auto& [name, words] : kCases) {
+    for (const std::string command :
+         {"cdtext decode ", "convert disc.cue x.zsi -f --cdtext ", "convert disc.cue y.zsi --cdtext "}) {
+      const ToolResult result = RunTool(folder, command + name);
+      const bool isGood = words.empty() || command.find("-f") != std::string::npos;
+      EXPECT_EQ(isGood ? 0 : 1, result.status) << command << name << result.err;
+      EXPECT_TRUE(isGood || result.err.find(words) != std::string::npos) << result.err;
+      EXPECT_EQ(command[1] == 'd' && *name != 'n', result.out.find("\n      2  TWO\n") != std::string::npos)
+          << result.out;
+      std::filesystem::remove(folder.Path("y.zsi"));
+    }
+  }
+  EXPECT_EQ(2U, json::parse(Run("cdtext decode spread --json"))["nTracks"]);
+  EXPECT_EQ(4U, json::parse(Run("cdtext decode good --json --tracks 4"))["nTracks"]);
+}
+
+TEST_F(TransferTool, SaysWhyTheRegistryCannotBeMade) {
+  folder.Write("file", "");
+  for (const auto& [path, words] : {std::pair("/proc/none/registry", "/proc/none cannot be created: no such file"),
+                                    std::pair("file/registry", "no such folder"), std::pair(".", "this is a folder")}) {
+    const ToolResult result =
+        RunShell("cd '" + folder.Path("") + "' && IMAGEFILE_REGISTRY=" + path + " " + kTool + "register");
+    EXPECT_EQ(1, result.status);
+    EXPECT_NE(std::string::npos, result.err.find(words)) << result.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("..lock")));
 }
 
 TEST_F(TransferTool, DecodesAndEncodesText) {

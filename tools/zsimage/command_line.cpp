@@ -21,12 +21,8 @@ template <class Options> int RunCommand(int (*command)(const Options&), const Op
   }
   try {
     return command(options);
-  } catch (const Failure& failure) {
-    return ReportOne(failure, image, json, false);
-  } catch (const std::bad_alloc&) {
-    return ReportOne(Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), image, json, false);
-  } catch (const std::exception& error) {
-    return ReportOne(Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED), image, json, false);
+  } catch (...) {
+    return ReportOne(CurrentFailure(image), image, json, false);
   }
 }
 
@@ -151,7 +147,7 @@ CommandLine::CommandLine() : m_app(kDescription, "zsimage") {
   AddConvert();
   CLI::App& group = AddCommand(&m_app, "cdtext", "Decode and encode CD-Text packs");
   group.require_subcommand(1);
-  group.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "What a .cdt file says."},
+  group.footer(Examples({{"zsimage cdtext decode disc.cdt", "What a .cdt file says."},
                          {"zsimage cdtext encode disc.cue -o disc.cdt", "The other way."}}));
   AddDecode(&group);
   AddEncode(&group);
@@ -225,6 +221,7 @@ void CommandLine::AddExtract() {
           ->type_name("FILE");
   auto* all = AddName(&command, "--all", &m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
+  command.add_flag("--partial", m_extract.partial, "Save the whole sectors that are there of a track that is cut off");
   AddForce(command, &m_extract.force);
   command.footer(
       Examples({{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
@@ -263,14 +260,15 @@ void CommandLine::AddConvert() {
 
 void CommandLine::AddDecode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "decode", "Show the text in a file of packs");
-  command.add_option("FILE", m_decode.packs, "File of packs of 18 bytes, such as a .cdt file; - for standard input")
+  command
+      .add_option("FILE", m_decode.packs,
+                  "File of packs, such as a .cdt file, or of packs in sub-channel form; - for standard input")
       ->required();
-  command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc")
+  command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc (otherwise as the packs say)")
       ->type_name("N")
-      ->required()
       ->check(CLI::Range(0, 99).description(""));
   command.add_flag("--json", m_decode.json, "Print one JSON object");
-  command.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "The texts of a disc of 12 tracks."}}));
+  command.footer(Examples({{"zsimage cdtext decode disc.cdt", "The texts, and what is wrong with the packs."}}));
   command.callback([this] { m_status = RunCommand(RunDecode, m_decode); });
 }
 

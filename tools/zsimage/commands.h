@@ -2,6 +2,7 @@
 /// The commands of the tool. Each answers the exit status, or throws a Failure. Paths are narrow text.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,10 @@ struct ExtractOptions {
   std::string path;
   unsigned session = 0; ///< From 1; 0 for the first, or all with a folder.
   unsigned track = 0;
-  UINT blockSize = 0; ///< 0 for the track's own.
-  std::string output; ///< "-" for standard output.
-  std::string folder; ///< All tracks go here, when given.
+  UINT blockSize = 0;   ///< 0 for the track's own.
+  std::string output;   ///< "-" for standard output.
+  std::string folder;   ///< All tracks go here, when given.
+  bool partial = false; ///< Saves the whole sectors of tracks that are cut off.
   bool force = false;
 };
 int RunExtract(const ExtractOptions& options);
@@ -57,8 +59,8 @@ struct ConvertOptions {
 int RunConvert(const ConvertOptions& options);
 
 struct DecodeOptions {
-  std::string packs; ///< File of raw CD-Text packs, "-" for standard input.
-  unsigned tracks = 0;
+  std::string packs;              ///< File of raw CD-Text packs, "-" for standard input.
+  std::optional<unsigned> tracks; ///< None for those that the packs name.
   bool json = false;
 };
 int RunDecode(const DecodeOptions& options);

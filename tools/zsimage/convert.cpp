@@ -1,11 +1,12 @@
 #include <algorithm>
+#include <filesystem>
 
 #include "commands.h"
 #include "data_file.h"
 #include "description.h"
 #include "failure.h"
 #include "files.h"
-#include "losses.h"
+#include "pack_file.h"
 #include "platform/text.h"
 
 namespace {
@@ -16,42 +17,34 @@ std::vector<BYTE> CollectPacks(const Host& host, const ImageRecord& image, const
     return {};
   }
   if (!options.packs.empty()) {
-    return ReadWholeFile(options.packs, kLargestPackFile);
+    PackFile file = ReadPackFile(options.packs);
+    if (const std::string fault = file.Fault(); !fault.empty() && !options.force) {
+      throw Failure(options.packs, fault + "; --force takes the packs as they are", ZSE_FAILED);
+    }
+    return std::move(file.packs);
   }
   std::vector<BYTE> packs = EncodeText(host, &image.Session(1), false);
   packs.resize(packs.size() / kPackBytes * kPackBytes);
   return packs;
 }
 
-/// Makes the record say what the new description is to say: tracks numbered by their place, with CD-Text or
-/// without.
-void PrepareRecord(ImageRecord* image, bool hasText) {
-  zsimagefileinfo& info = image->Info();
-  for (unsigned session = 1; session <= info.nSessions; ++session) {
-    ZSCUESHEET& sheet = image->Session(session);
-    for (UINT i = 0; i < sheet.nTracks; ++i) {
-      sheet.pZSTracks[i].TNO = i + 1;
-    }
-  }
-  if (info.nSessions != 0) {
-    image->Session(1).ZSCDTEXT.CDTextPresent = hasText ? VARIANT_TRUE : VARIANT_FALSE;
-  }
-}
-
-/// The new data file has no sub-channel, and raw sectors at the most.
-void PrepareForData(ImageRecord* image, unsigned sessions, const DataFilePlan& plan) {
+/// Makes the record say what the new description is to say: tracks numbered by their index, and CD-Text or none. A new
+/// data file has no sub-channel, and raw sectors at the most.
+void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
   for (unsigned session = 1; session <= sessions; ++session) {
     ZSCUESHEET& sheet = image->Session(session);
+    sheet.ZSCDTEXT.CDTextPresent = hasText && session == 1 ? VARIANT_TRUE : VARIANT_FALSE;
     for (UINT i = 0; i < sheet.nTracks; ++i) {
-      sheet.pZSTracks[i].BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize);
+      ZSTRACK& track = sheet.pZSTracks[i];
+      track.TNO = i + 1;
+      track.BlockSize = withData ? static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize) : track.BlockSize;
     }
   }
-  image->Info().lMask &= ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG);
+  image->Info().lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
 }
 
 /// @throws Failure when the data file that is asked for cannot belong to the description.
 void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, const DataFilePlan& plan) {
-  const UHYPER wanted = plan.Sectors() * plan.storedSize;
   const std::string& why = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
   if (!why.empty() && (options.withData || !options.dataFile.empty())) {
     throw Failure(options.path, why, ZSE_FAILED);
@@ -62,15 +55,13 @@ void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, con
                          plan.blockSize),
                   ZSE_FAILED);
   }
-  if (!options.dataFile.empty() && !FileSize(options.dataFile)) {
-    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
-  }
-  if (!options.dataFile.empty() && FileSize(options.dataFile) != wanted) {
+  const std::optional<UHYPER> size = FileSize(options.dataFile);
+  if (!options.dataFile.empty() && size != plan.Sectors() * plan.storedSize) {
     throw Failure(options.dataFile,
-                  Format("its size is %llu bytes, and the description needs %llu; it belongs to another image",
-                         static_cast<unsigned long long>(*FileSize(options.dataFile)),
-                         static_cast<unsigned long long>(wanted)),
-                  ZSE_FAILED);
+                  !size ? "no such file"
+                        : "its size is " + std::to_string(*size) + " bytes, and the description needs " +
+                              std::to_string(plan.Sectors() * plan.storedSize) + "; it belongs to another image",
+                  size ? ZSE_FAILED : ZSE_FILENOTFOUND);
   }
 }
 
@@ -80,7 +71,7 @@ void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, c
   const std::string expected = TerminalText(OnDisk(dataFile));
   const std::optional<UHYPER> size = FileSize(dataFile);
   if (options.withData) {
-    Print(output + ": written\n" + expected + Format(": %llu bytes\n", static_cast<unsigned long long>(plan.Bytes())));
+    Print(output + ": written\n" + expected + ": " + std::to_string(plan.Bytes()) + " bytes\n");
   } else if (!options.dataFile.empty() && !SameFile(options.dataFile, dataFile)) {
     Print(output + ": looks for its data file as " + expected + "; give " + TerminalText(options.dataFile) +
           " this name, or make a link\n");
@@ -97,15 +88,23 @@ void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, c
   }
 }
 
-/// Files that a reader would take as the CD-Text of the new sheet. @throws Failure without --force.
+/// Existing files that a reader would take as the CD-Text of the new sheet, in any case, but its own. @throws Failure
+/// without --force.
 std::vector<std::string> StaleTexts(const ConvertOptions& options, const ImageRecord& image, const std::string& own) {
-  std::vector<std::string> stale = CompanionsOnDisk(options.output);
-  std::erase_if(stale, [&](const std::string& path) { return FileName(path) == NarrowToUtf8(FileName(own)); });
-  for (const std::string& path : stale) {
+  std::vector<std::string> stale;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(OnDisk(FolderOf(options.output)), ignored)) {
+    const std::string name = entry.path().filename().string();
+    const std::string path = Beside(options.output, name);
+    if (lstrcmpiA(name, WithExtension(FileName(options.output), ".CDT")) != 0 || name == NarrowToUtf8(FileName(own)) ||
+        !entry.is_regular_file(ignored)) {
+      continue;
+    }
     image.RefuseOwnFiles(path);
     if (!options.force) {
       throw Failure(path, "the new sheet would take its CD-Text from this file; --force removes it", kFileExists);
     }
+    stale.push_back(path);
   }
   return stale;
 }
@@ -120,7 +119,8 @@ void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions
   };
   const std::string dataFile = Beside(options.output, description.dataFile);
   const std::string companion = packs.empty() ? "" : CompanionOf(options.output);
-  const std::vector<std::string> stale = StaleTexts(options, image, companion);
+  const bool isSheet = EndsWith(options.output, ".CUE");
+  const std::vector<std::string> stale = isSheet ? StaleTexts(options, image, companion) : std::vector<std::string>();
   OutputFile* data = options.withData ? add(dataFile, plan.Bytes()) : nullptr;
   if (!packs.empty()) {
     add(companion, packs.size())->Write(packs);
@@ -149,10 +149,7 @@ int RunConvert(const ConvertOptions& options) {
   const DataFilePlan plan = PlanDataFile(image, sessions);
   RequireFittingData(options, kind, plan);
   const std::vector<std::string> losses = LossesOf(image, kind, sessions, options.withData);
-  PrepareRecord(&image, !packs.empty());
-  if (options.withData) {
-    PrepareForData(&image, sessions, plan);
-  }
+  PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
   const Description description = MakeDescription(host, &image, kind, options.output, sessions, packs);
   const bool hasCompanion = kind == DescriptionKind::CueSheet && !packs.empty();
   try {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "disc_words.h"
 #include "failure.h"
 #include "files.h"
 
@@ -9,25 +10,18 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 262144;
 
-std::string SizeOf(const ZSTRACK& track, unsigned session, UINT number) {
-  return Format("track %u of session %u has sectors of %d bytes", number, session + 1,
-                static_cast<int>(track.BlockSize));
-}
-
-/// Why the sectors of these sessions cannot stand in one file; empty when they can.
+/// Why the sectors of these sessions cannot be in one file; empty when they can.
 std::string FindSizeConflict(const zsimagefileinfo& info, unsigned sessions) {
-  const LONG first =
-      sessions == 0 || info.pZSCueSheet[0]->nTracks == 0 ? 0 : info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
+  LONG first = 0;
   for (unsigned session = 0; session < sessions; ++session) {
     const ZSCUESHEET& sheet = *info.pZSCueSheet[session];
     for (UINT i = 0; i < sheet.nTracks; ++i) {
       const LONG size = sheet.pZSTracks[i].BlockSize;
-      if (size <= 0 || size > ZSFILEBLOCKSIZE_2448) {
-        return SizeOf(sheet.pZSTracks[i], session, i + 1) + ", which no data file can have";
-      }
-      if (size != first) {
-        return Format("the tracks have different block sizes: the first track has %d bytes, ", static_cast<int>(first))
-            .append(SizeOf(sheet.pZSTracks[i], session, i + 1));
+      first = first == 0 ? size : first;
+      if (size <= 0 || size > ZSFILEBLOCKSIZE_2448 || size != first) {
+        return Format("track %u of session %u has sectors of %d bytes, %s", i + 1, session + 1, static_cast<int>(size),
+                      size == first ? "which no data file can have"
+                                    : "and tracks before it have different block sizes");
       }
     }
   }
@@ -41,7 +35,7 @@ public:
 
   void AddSession(unsigned index, bool isLast) {
     const ZSCUESHEET& sheet = *m_image.Info().pZSCueSheet[index];
-    const std::vector<TrackPlace> places = PlacesOfSession(m_image.Info(), index);
+    const std::vector<TrackPlace> places = m_image.Places(index + 1);
     if (index == 0) {
       m_sourceEnd = m_image.Info().dwSeekBegin64;
     } else if (sheet.nTracks != 0) { // A later session follows the one before, whatever the gap on the disc.
@@ -67,9 +61,9 @@ private:
     const SectorRun run{place.begin - kept * place.blockSize,
                         static_cast<ULONG>(kept) + place.sectors + static_cast<ULONG>(postgap), place.blockSize, 0,
                         m_plan.blockSize};
-    const ULONG missing = MissingSectors(m_image.DataFile(), run);
+    const ULONG missing = std::max(place.missing, MissingSectors(m_image.DataFile(), run));
     if (missing != 0 && m_plan.shortage.empty()) {
-      m_plan.shortage = "the image is short: " + name + Format(" lacks %u of its sectors", missing);
+      m_plan.shortage = "the image is short: " + name + " is " + CutOffWords(missing);
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
     m_position = std::int64_t{track.dwLBA} + place.sectors + postgap;

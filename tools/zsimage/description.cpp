@@ -1,11 +1,13 @@
 #include "description.h"
 
-#include <filesystem>
+#include <algorithm>
+#include <functional>
+#include <utility>
 
+#include "explain.h"
 #include "failure.h"
 #include "files.h"
 #include "output_file.h"
-#include "platform/paths.h"
 #include "platform/text.h"
 
 namespace {
@@ -23,51 +25,30 @@ void Write(const Host& host, ImageRecord* image, const std::string& path, std::v
 /// Modes by what a description can say: audio, mode 1, mode 2.
 int ModeClass(ZSMODETYPE mode) { return (mode & ZSMODE_2) != 0 ? int{ZSMODE_2} : static_cast<int>(mode); }
 
-/// TOC files count every sector as 2352 bytes, which is noted elsewhere.
-void VerifySession(const ZSCUESHEET& wanted, const ZSCUESHEET& found, unsigned number, const std::string& path) {
-  const bool isSheet = EndsWith(path, ".CUE");
-  if (wanted.nTracks != found.nTracks) {
-    throw Failure(path,
-                  Format("session %u has %u tracks, but the description reads back with %u", number, wanted.nTracks,
-                         found.nTracks),
-                  ZSE_FAILED);
-  }
-  for (UINT i = 0; i < wanted.nTracks; ++i) {
-    const ZSTRACK& left = wanted.pZSTracks[i];
-    const ZSTRACK& right = found.pZSTracks[i];
-    if (left.dwLBA != right.dwLBA || ModeClass(left.Mode) != ModeClass(right.Mode) ||
-        (isSheet && left.BlockSize != right.BlockSize)) {
-      throw Failure(path,
-                    Format("track %u of session %u is at sector %u in mode %d with %d bytes a sector, but would read "
-                           "back with sector %u, mode %d and %d bytes; the description "
-                           "cannot say this",
-                           i + 1, number, left.dwLBA, static_cast<int>(left.Mode), static_cast<int>(left.BlockSize),
-                           right.dwLBA, static_cast<int>(right.Mode), static_cast<int>(right.BlockSize)),
-                    ZSE_FAILED);
-    }
-  }
-}
-
+/// Compares what is read back with what was to be written. TOC files count every sector as 2352 bytes, which is noted
+/// elsewhere.
 void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions, const std::string& copy,
                   const std::string& path) {
   const ImageRecord read(host, copy);
-  if (read.Info().nSessions != sessions) {
-    throw Failure(path, Format("the description reads back with %u sessions", unsigned{read.Info().nSessions}),
-                  ZSE_FAILED);
-  }
+  const auto isSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
+    return left.dwLBA == right.dwLBA && ModeClass(left.Mode) == ModeClass(right.Mode) &&
+           (left.BlockSize == right.BlockSize || !EndsWith(path, ".CUE"));
+  };
   for (unsigned number = 1; number <= sessions; ++number) {
-    VerifySession(image.Session(number), read.Session(number), number, path);
+    const ZSCUESHEET& wanted = image.Session(number);
+    const ZSCUESHEET& found = read.Session(number);
+    ZSTRACK* const end = wanted.pZSTracks + wanted.nTracks;
+    const ZSTRACK* const other =
+        std::mismatch(wanted.pZSTracks, end, found.pZSTracks, found.pZSTracks + found.nTracks, isSame).first;
+    if (other != end) {
+      throw Failure(
+          path,
+          Format("track %d of session %u would read back with another position, mode or block size; this kind "
+                 "of description cannot say it",
+                 static_cast<int>(other - wanted.pZSTracks) + 1, number),
+          ZSE_FAILED);
+    }
   }
-}
-
-/// The data file that a written description names.
-std::string NamedDataFile(const Host& host, const ImageRecord& image, DescriptionKind kind, const std::string& path) {
-  if (kind == DescriptionKind::TocFile) { // The writer left the name in the record.
-    return Narrow(image.Info().bstrImageBinaryFile);
-  }
-  BSTR named = nullptr;
-  Check(host.Sheets().GetBinaryFile(Wide(path).get(), &named), path);
-  return Narrow(UniqueBstr(named).get());
 }
 
 } // namespace
@@ -88,23 +69,7 @@ DescriptionKind KindOfDescription(const std::string& path) {
 }
 
 std::string CompanionOf(const std::string& path) {
-  std::string name = FileName(path);
-  CharUpperA(&name);
-  return Beside(path, WithExtension(name, ".CDT"));
-}
-
-std::vector<std::string> CompanionsOnDisk(const std::string& path) {
-  std::vector<std::string> found;
-  const std::string name = WithExtension(FileName(path), ".CDT");
-  std::error_code ignored;
-  for (const auto& entry : !EndsWith(path, ".CUE")
-                               ? std::filesystem::directory_iterator()
-                               : std::filesystem::directory_iterator(OnDisk(FolderOf(path)), ignored)) {
-    if (entry.is_regular_file(ignored) && lstrcmpiA(entry.path().filename().string(), name) == 0) {
-      found.push_back(Beside(path, entry.path().filename().string()));
-    }
-  }
-  return found;
+  return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
 }
 
 Description MakeDescription(const Host& host, ImageRecord* image, DescriptionKind kind, const std::string& path,
@@ -122,8 +87,52 @@ Description MakeDescription(const Host& host, ImageRecord* image, DescriptionKin
   if (!description.content.ends_with('\n')) {
     throw Failure(copy, "the description could not be written; set TMPDIR to a folder with free space", E_FAIL);
   }
-  description.dataFile = FileName(NamedDataFile(host, *image, kind, copy));
+  description.dataFile =
+      FileName(kind == DescriptionKind::TocFile ? Narrow(image->Info().bstrImageBinaryFile) : NamedBySheet(host, copy));
   WriteWholeFile(scratch.Path(description.dataFile), "", true); // The image opens, whatever is in it.
   VerifyTracks(host, *image, sessions, copy, path);
   return description;
+}
+
+std::vector<std::string> LossesOf(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData) {
+  const zsimagefileinfo& info = image.Info();
+  const bool isSheet = kind == DescriptionKind::CueSheet;
+  std::vector<std::string> losses;
+  if (sessions < info.nSessions) {
+    losses.push_back(
+        Format("a CUE sheet holds one session; the other %u of the image are left out", info.nSessions - sessions));
+  }
+  if (!isSheet && info.pZSCueSheet[0]->pZSTracks[0].BlockSize != ZSFILEBLOCKSIZE_2352 && !withData) {
+    losses.push_back(Format("readers of TOC files take every sector as 2352 bytes, and this image has %d; a CUE sheet "
+                            "would keep its sectors readable",
+                            static_cast<int>(info.pZSCueSheet[0]->pZSTracks[0].BlockSize)));
+  }
+  if ((info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0) {
+    losses.emplace_back(isSheet || withData ? "the sub-channel data of the image are left out"
+                                            : "the sub-channel data are not copied; the new file expects a .SUB file");
+  }
+  const auto addTracks = [&](const std::function<bool(const ZSTRACK&)>& losesIt, const char* words) {
+    unsigned count = 0;
+    for (unsigned session = 1; session <= sessions; ++session) {
+      const ZSCUESHEET& sheet = image.Session(session);
+      count += static_cast<unsigned>(std::count_if(sheet.pZSTracks, sheet.pZSTracks + sheet.nTracks, losesIt));
+    }
+    if (count != 0) {
+      losses.push_back(Format("%u track%s: ", count, count == 1 ? "" : "s") + words);
+    }
+  };
+  addTracks([](const ZSTRACK& track) { return track.pdwIndex != nullptr && track.nCountIndex > 2; },
+            "indexes above 1 are left out");
+  addTracks(
+      [=](const ZSTRACK& track) {
+        return isSheet && track.Pregap != 0 && (track.Mode != ZSMODE_AUDIO || track.dwLBA == 0);
+      },
+      "the pregap is not marked; its sectors count to the track before");
+  addTracks(
+      [&, silence = ULONG{0}](const ZSTRACK& track) mutable {
+        const ULONG before = std::exchange(silence, track.dwLBA - FileSector(info, track));
+        return silence != before;
+      },
+      "the silence of a PREGAP line becomes sectors that count to the track before");
+  return losses;
 }

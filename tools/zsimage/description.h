@@ -27,5 +27,6 @@ Description MakeDescription(const Host& host, ImageRecord* image, DescriptionKin
 /// The CD-Text companion that a sheet at `path` names.
 std::string CompanionOf(const std::string& path);
 
-/// Existing files that a reader would take as the CD-Text of a sheet at `path`: its name with .CDT, in any case.
-std::vector<std::string> CompanionsOnDisk(const std::string& path);
+/// What the image has and the new description of its first sessions cannot say, as sentences without their full stop.
+/// @param withData Whether a data file is written, too.
+std::vector<std::string> LossesOf(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData);

@@ -109,7 +109,7 @@ std::string Box(double x, double y, double width, double height, const std::stri
 class Picture {
 public:
   explicit Picture(const ImageRecord& image)
-      : m_image(image), m_info(image.Info()), m_stretches(LayOutDisc(image.Info(), kInner)) {
+      : m_image(image), m_info(image.Info()), m_stretches(LayOutDisc(image, kInner)) {
     for (unsigned session = 0; session < m_info.nSessions; ++session) {
       m_rows += m_info.pZSCueSheet[session]->nTracks + (m_info.nSessions > 1 ? 1 : 0);
     }
@@ -166,13 +166,12 @@ private:
     }
     return session + number + (stretch.title.empty() ? "" : "\n" + stretch.title) +
            (stretch.performer.empty() ? "" : "\n" + stretch.performer) + "\n" + ModeWords(track.Mode) + times +
-           "\nsize " + SizeOf(track);
+           "\nsize " + SizeOf(stretch) + (stretch.missing == 0 ? "" : "\n" + CutOffWords(stretch.missing));
   }
 
-  static std::string SizeOf(const ZSTRACK& track) {
-    const ULONG sectors = track.dwEndLBA > track.dwLBA ? track.dwEndLBA - track.dwLBA : 0;
-    const LONG size = track.BlockSize;
-    return ReadableSize(UHYPER{sectors} * static_cast<UHYPER>(std::max(size, LONG{0})));
+  std::string SizeOf(const DiscStretch& stretch) const {
+    const LONG size = TrackOf(stretch).BlockSize;
+    return ReadableSize(static_cast<UHYPER>(stretch.sectors) * static_cast<UHYPER>(std::max(size, LONG{0})));
   }
 
   /// A disc of equal density: the area of a ring is its share, as on the real one.
@@ -345,12 +344,13 @@ private:
     m_svg += "<g class=\"row\"><title>" + Escaped(Words(stretch)) + "</title>" + Box(kMargin, y, kInner, kRow, "hit");
     m_svg += Box(kMargin + 4, y + 6, 12, 12, ClassOf(track.Mode)) + "\n";
     m_svg += TextAt(78, base, "dim right", Format("%u", track.TNO), 13, 34);
-    m_svg += TextAt(90, base, title.empty() ? "dim" : "", title.empty() ? ModeWords(track.Mode) : title, 13,
-                    performer.empty() ? 590 : 370);
+    std::string name = title.empty() ? ModeWords(track.Mode) : title;
+    name.append(stretch.missing == 0 ? "" : ", ").append(CutOffWords(stretch.missing));
+    m_svg += TextAt(90, base, title.empty() ? "dim" : "", name, 13, performer.empty() ? 590 : 370);
     m_svg += performer.empty() ? "" : TextAt(470, base, "dim", performer, 13, 210);
     m_svg += TextAt(766, base, "right", DiscTime(track.dwLBA), 13, 80);
     m_svg += TextAt(850, base, "right", Duration(static_cast<UHYPER>(stretch.sectors)), 13, 80);
-    m_svg += TextAt(kWidth - kMargin - 4, base, "dim right", SizeOf(track), 13, 80);
+    m_svg += TextAt(kWidth - kMargin - 4, base, "dim right", SizeOf(stretch), 13, 80);
     m_svg += "<path" + Look("rule") + " d=\"M" + Number(kMargin) + " " + Number(y + kRow) + "h" + Number(kInner) +
              "\"/></g>\n";
   }

@@ -41,6 +41,10 @@ std::string Duration(UHYPER sectors) {
   return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / kFramesPerMinute), seconds, frames);
 }
 
+std::string Sectors(UHYPER count) { return std::to_string(count) + (count == 1 ? " sector" : " sectors"); }
+
+std::string CutOffWords(ULONG missing) { return missing == 0 ? "" : "cut off, " + Sectors(missing) + " missing"; }
+
 std::string DiscTime(ULONG lba) {
   const ULONG time = LbaToMsf(static_cast<LONG>(lba));
   return time == kNoTime ? "-" : Format("%02u:%02u:%02u", MinutesOf(time), SecondsOf(time), FramesOf(time));

@@ -27,5 +27,9 @@ private:
 /// A number of sectors as playing time. Minutes take as many digits as they need.
 std::string Duration(UHYPER sectors);
 
+/// A number of sectors in words; and that a data file lacks so many of a track, empty when it lacks none.
+std::string Sectors(UHYPER count);
+std::string CutOffWords(ULONG missing);
+
 /// The time of a sector on the disc; sectors that no time can name, as a DVD has them, give a dash.
 std::string DiscTime(ULONG lba);

@@ -18,18 +18,14 @@ struct KnownCode {
 
 constexpr KnownCode kKnownCodes[] = {
     {S_OK, "S_OK", "success"},
-    {E_NOINTERFACE, "E_NOINTERFACE", "the object lacks the interface"},
     {kCancelled, "E_ABORT", "cancelled"},
     {E_FAIL, "E_FAIL", "the operation failed without a closer reason"},
     {E_UNEXPECTED, "E_UNEXPECTED", "the object is in no state for this operation"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY", "there is not enough memory"},
     {E_INVALIDARG, "E_INVALIDARG", "an argument is missing or wrong"},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE", "the library lacks the class"},
     {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG", "the image library is neither loaded nor registered"},
     {CO_E_CLASSSTRING, "CO_E_CLASSSTRING", "the image library is neither loaded nor registered"},
-    {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library that is registered does not load"},
     {REGDB_E_READREGDB, "REGDB_E_READREGDB", "the registry cannot be read"},
-    {CO_E_ERRORINDLL, "CO_E_ERRORINDLL", "the image library that is registered offers no classes"},
     {ZSE_FAILED, "ZSE_FAILED", "nothing in it can be used as a disc"},
     {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND", "the description or a file that belongs to it is missing"},
     {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES", "it asks for more than an image can have, or memory is short"},
@@ -79,6 +75,18 @@ int Failure::Report() const {
   const std::string tool = Coloured("zsimage:", Colour::Red, STDERR_FILENO);
   static_cast<void>(std::fprintf(stderr, "%s %s\n", tool.c_str(), what()));
   return m_code == kCancelled ? kExitCancelled : kExitFailure;
+}
+
+Failure CurrentFailure(const std::string& image) {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const std::bad_alloc&) {
+    return Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY);
+  } catch (const std::exception& error) {
+    return Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED);
+  }
 }
 
 std::string CodeName(HRESULT code) {

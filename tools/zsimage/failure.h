@@ -39,13 +39,13 @@ private:
   HRESULT m_code;
 };
 
-/// The name of a result code, such as "ZSE_BADIMAGE"; of one without a name its number.
+/// The exception that is handled, as the failure of an image or, with an empty name, of the command.
+Failure CurrentFailure(const std::string& image);
+
+/// A result code by its name, "ZSE_BADIMAGE", or its number where it has none; by its number, "0x809F001B"; and what it
+/// means, as the part of a sentence.
 std::string CodeName(HRESULT code);
-
-/// The number of a result code: "0x809F001B".
 std::string CodeNumber(HRESULT code);
-
-/// What a result code means, as the part of a sentence.
 std::string_view CodeWords(HRESULT code);
 
 /// Prints something to know on standard error. `words` is UTF-8 without a full stop.

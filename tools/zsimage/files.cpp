@@ -107,9 +107,7 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
     throw Failure(path, missing ? "no such file" : "the file cannot be opened for reading",
                   missing ? ZSE_FILENOTFOUND : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error)));
   }
-  UHYPER size = 0;
-  SetFilePointerEx(file.Get(), 0, &size, FILE_END);
-  SetFilePointerEx(file.Get(), 0, nullptr, FILE_BEGIN);
+  const UHYPER size = FileSize(path).value_or(0);
   CheckSize(path, size, limit);
   std::vector<BYTE> content(static_cast<std::size_t>(size));
   DWORD done = 0;
@@ -118,6 +116,22 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
   }
   content.resize(done);
   return content;
+}
+
+std::string BytesAt(const std::string& path, UHYPER offset, std::size_t count) {
+  const UniqueHandle file(
+      CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+  std::string bytes(count, '\0');
+  DWORD done = 0;
+  if (SetFilePointerEx(file.Get(), static_cast<std::int64_t>(offset), nullptr, FILE_BEGIN)) {
+    ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(count), &done);
+  }
+  return bytes.substr(0, done);
+}
+
+std::string SoundMark(const std::string& path) {
+  const std::string mark = BytesAt(path, 0, 4);
+  return mark == "RIFF" || mark == "FORM" || mark == "fLaC" ? mark : "";
 }
 
 std::string Beside(const std::string& path, std::string_view name) {

@@ -22,10 +22,8 @@ bool EndsWith(std::string_view path, std::string_view extension);
 /// Bytes of a file; none when there is no regular file or block device of this path.
 std::optional<UHYPER> FileSize(const std::string& path);
 
-/// Whether a path names an existing file that one of the others names as well.
+/// Whether a path names an existing file that another path, or one of several, names as well.
 bool IsOneOf(const std::string& path, const std::vector<std::string>& files);
-
-/// Whether both paths name one existing file.
 bool SameFile(const std::string& left, const std::string& right);
 
 /// Whether a path stands for standard output or standard input.
@@ -40,20 +38,22 @@ void WriteStandardOutput(const BYTE* data, std::size_t size);
 /// The whole file, or standard input for "-". @throws Failure when it cannot be read or is larger than `limit`.
 std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
 
-/// Another name in the folder of a path.
+/// Bytes of a file from an offset; fewer, or none, when they cannot be read.
+std::string BytesAt(const std::string& path, UHYPER offset, std::size_t count);
+
+/// The mark of a sound file: RIFF, FORM or fLaC. Empty for any other file.
+std::string SoundMark(const std::string& path);
+
+/// The folder of a path, "." where it names none, and the name after it.
+std::string FolderOf(const std::string& path);
+std::string FileName(const std::string& path);
+
+/// A path with another name after its folder, or with another extension, dot included.
 std::string Beside(const std::string& path, std::string_view name);
+std::string WithExtension(std::string path, std::string_view extension);
 
 /// A path as it is spelt on disk; as it is when there is no such file.
 std::string OnDisk(const std::string& path);
-
-/// The name after the folder of a path.
-std::string FileName(const std::string& path);
-
-/// A path with another extension, dot included.
-std::string WithExtension(std::string path, std::string_view extension);
-
-/// The folder of a path; "." where it names none.
-std::string FolderOf(const std::string& path);
 
 /// The number of a system error as GetLastError gives it.
 DWORD SystemError(int error);

@@ -6,7 +6,6 @@
 #include "platform/class_objects.h"
 #include "platform/environment.h"
 #include "platform/message_box.h"
-#include "platform/paths.h"
 
 namespace {
 
@@ -22,12 +21,6 @@ class NoMessages final : public MessageHandler {
 };
 NoMessages g_noMessages;
 
-template <class Record> bool HasText(const Record& record) {
-  return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
-         record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
-         record.bstrGenre != nullptr;
-}
-
 } // namespace
 
 Host::Host() {
@@ -36,8 +29,17 @@ Host::Host() {
   Create(kProgIdCueSheet, IID_IZSCueSheet, &m_sheets);
 }
 
-ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(host.Images()), m_path(path), m_info{} {
-  const HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
+ImageRecord::ImageRecord(const Host& host, const std::string& path, bool partial)
+    : m_images(host.Images()), m_path(path), m_info{} {
+  HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
+  const bool isSizeless = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1 &&
+                          m_info.pZSCueSheet[0]->pZSTracks[0].BlockSize == ZSFILEBLOCKSIZE_NULL;
+  if (partial && (result != S_OK || isSizeless)) {
+    m_images.FreeImageFileInfo(&m_info);
+    const HRESULT first = result;
+    result = ReadPartialImage(host, path, &m_info);
+    result = result == S_OK || first == S_OK ? result : first;
+  }
   if (result != S_OK) {
     throw Failure(path, ExplainOpenFailure(host, path, result), result);
   }
@@ -55,8 +57,16 @@ bool ImageRecord::IsItsOwnDataFile() const {
   return hasOther && SameFile(DataFile(), m_path);
 }
 
+std::optional<UHYPER> ImageRecord::DataSize() const { return IsItsOwnDataFile() ? std::nullopt : FileSize(DataFile()); }
+
+std::vector<TrackPlace> ImageRecord::Places(unsigned session) const {
+  std::vector<TrackPlace> places;
+  VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackPlace& place) { places.push_back(place); });
+  return places;
+}
+
 void ImageRecord::RequireDataFile() const {
-  if (!IsItsOwnDataFile() && FileSize(DataFile())) {
+  if (DataSize()) {
     return;
   }
   if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
@@ -91,17 +101,19 @@ ZSCUESHEET& ImageRecord::Session(unsigned number) const {
   return *m_info.pZSCueSheet[number - 1];
 }
 
-SheetRecord::SheetRecord(const Host& host, unsigned tracks) : m_sheets(host.Sheets()) {
-  Check(m_sheets.AllocCueSheet(&m_sheet), "");
-  m_sheet->pZSTracks = tracks == 0 ? nullptr : AllocateCleared<ZSTRACK>(tracks);
-  if (m_sheet->pZSTracks == nullptr && tracks != 0) {
-    m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE);
+UniqueSheet MakeSheet(const Host& host, unsigned tracks) {
+  ZSCUESHEET* made = nullptr;
+  Check(host.Sheets().AllocCueSheet(&made), "");
+  UniqueSheet sheet(made, SheetFree{&host.Sheets()});
+  sheet->pZSTracks = tracks == 0 ? nullptr : AllocateCleared<ZSTRACK>(tracks);
+  if (tracks != 0 && sheet->pZSTracks == nullptr) {
     throw std::bad_alloc();
   }
-  m_sheet->nTracks = tracks;
+  sheet->nTracks = tracks;
   for (unsigned i = 0; i < tracks; ++i) {
-    m_sheet->pZSTracks[i].TNO = i + 1;
+    sheet->pZSTracks[i].TNO = i + 1;
   }
+  return sheet;
 }
 
 std::vector<BYTE> EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel) {

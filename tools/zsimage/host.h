@@ -2,6 +2,7 @@
 /// The tool as a host of the component: its objects, and records that free themselves.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "imagefile/image_file_interface.h"
 #include "platform/task_memory.h"
 #include "terminal_text.h"
+#include "track_place.h"
 
 /// The two objects of the component.
 class Host {
@@ -27,8 +29,9 @@ private:
 /// One image that was read.
 class ImageRecord {
 public:
-  /// @param path Narrow text. @throws Failure that says why the image cannot be read.
-  ImageRecord(const Host& host, const std::string& path);
+  /// @param path Narrow text. @param partial Whether the data file may end inside a sector.
+  /// @throws Failure that says why the image cannot be read.
+  ImageRecord(const Host& host, const std::string& path, bool partial = false);
   ImageRecord(const ImageRecord&) = delete;
   ImageRecord& operator=(const ImageRecord&) = delete;
   ~ImageRecord() { m_images.FreeImageFileInfo(&m_info); }
@@ -40,6 +43,17 @@ public:
   /// The sector file as it is spelt on disk, or as the record names it when it is not there. Narrow text. The first
   /// answer stays when the record changes.
   const std::string& DataFile() const;
+
+  /// Bytes of the sector file; none when there is no such file.
+  std::optional<UHYPER> DataSize() const;
+
+  /// Visits the tracks of a session. @throws Failure as Session does.
+  void VisitTracks(unsigned session, const PlaceVisitor& visit) const {
+    Session(session);
+    VisitPlaces(m_info, session - 1, DataSize(), visit);
+  }
+  /// Their places in the sector file.
+  std::vector<TrackPlace> Places(unsigned session) const;
 
   /// Whether a description that keeps its sectors elsewhere has itself as sector file, as those have whose other file
   /// is not there.
@@ -61,20 +75,22 @@ private:
   mutable std::string m_dataFile; ///< Empty until it is asked for.
 };
 
-/// A sheet with a given number of empty tracks.
-class SheetRecord {
-public:
-  SheetRecord(const Host& host, unsigned tracks);
-  SheetRecord(const SheetRecord&) = delete;
-  SheetRecord& operator=(const SheetRecord&) = delete;
-  ~SheetRecord() { m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE); }
-
-  ZSCUESHEET& Sheet() const noexcept { return *m_sheet; }
-
-private:
-  IZSCueSheet& m_sheets;
-  ZSCUESHEET* m_sheet = nullptr;
+/// Frees a sheet.
+struct SheetFree {
+  IZSCueSheet* sheets;
+  void operator()(ZSCUESHEET* sheet) const { sheets->FreeZSCueSheet(sheet, VARIANT_TRUE); }
 };
+using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
+
+/// A sheet with a number of empty tracks.
+UniqueSheet MakeSheet(const Host& host, unsigned tracks);
+
+/// Whether a track or a disc has a text.
+template <class Record> bool HasText(const Record& record) {
+  return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
+         record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
+         record.bstrGenre != nullptr;
+}
 
 /// Packs the text of a sheet. Text of any source counts, such as the TITLE lines of a CUE sheet. Empty for a sheet
 /// without text.

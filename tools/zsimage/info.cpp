@@ -11,7 +11,7 @@ void ShowImage(const Host& host, const std::string& path, const InfoOptions& opt
     PrintRecordJson(image.Info(), options.paths.size() > 1);
   } else {
     Print(&path == &options.paths.front() ? "" : "\n");
-    PrintImage(image);
+    PrintImage(host, image);
   }
 }
 

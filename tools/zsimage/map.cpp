@@ -1,5 +1,3 @@
-#include <cstdio>
-
 #include "commands.h"
 #include "disc_picture.h"
 #include "files.h"
@@ -34,6 +32,6 @@ int RunMap(const MapOptions& options) {
     return 0;
   }
   WriteWholeFile(options.output, content, options.force);
-  std::printf("%s: %s\n", TerminalText(options.output).c_str(), ReadableSize(content.size()).c_str());
+  Print(TerminalText(options.output) + ": " + ReadableSize(content.size()) + "\n");
   return 0;
 }

@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "files.h"
-#include "platform/paths.h"
 #include "platform/text.h"
 
 namespace {
@@ -37,8 +36,7 @@ bool FindTarget(const std::string& path, bool force, std::string* target, struct
   if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), status) == 0) { // A link that leads nowhere.
     throw WriteFailure(path, 0, 0, SystemError(errno));
   }
-  std::string folder;
-  *target = ResolveFilePath(FolderOf(path), &folder) ? folder + "/" + NarrowToUtf8(FileName(path)) : path;
+  *target = OnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));
   return *target != path && stat(target->c_str(), status) == 0 && FindTarget(*target, force, target, status);
 }
 
@@ -67,6 +65,9 @@ OutputFile::OutputFile(const std::string& path, UHYPER size, bool force) : m_pat
   } else {
     m_hidden = (std::filesystem::path(m_target).parent_path() / ".zsimage-XXXXXX").string();
     m_descriptor = mkostemp(m_hidden.data(), O_CLOEXEC);
+  }
+  if (m_descriptor == -1 && InterruptWatch::Requested()) { // While it waited for a reader of a pipe.
+    ThrowCancelled(path);
   }
   if (m_descriptor == -1) {
     throw WriteFailure(path, 0, size, SystemError(errno));

@@ -43,13 +43,23 @@ void ProgressBar::Show(UHYPER done) {
   m_last = now;
   m_shown = true;
   const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(m_total));
-  const auto filled = static_cast<std::size_t>(share * kBarColumns);
   const double seconds = std::chrono::duration<double>(now - m_start).count();
   const std::string rate =
       seconds < 0.5 ? "" : ReadableSize(static_cast<UHYPER>(static_cast<double>(done) / seconds)) + "/s";
-  std::fprintf(stderr, "\r%s  [%s%s] %3.0f%%  %s of %s  %s\033[K", m_label.c_str(), std::string(filled, '=').c_str(),
-               std::string(kBarColumns - filled, ' ').c_str(), share * 100, ReadableSize(done).c_str(),
-               ReadableSize(m_total).c_str(), rate.c_str());
+  // What does not fit is left out: a line that wraps cannot be written over.
+  const std::size_t columns = TerminalColumns(STDERR_FILENO) - 1;
+  const std::string percent = Format("%3.0f%%", share * 100);
+  const std::string sizes = "  " + ReadableSize(done) + " of " + ReadableSize(m_total) + "  " + rate;
+  std::string line = m_label + "  " + percent;
+  line += line.size() + sizes.size() <= columns ? sizes : "";
+  constexpr std::size_t kFrame = 3; // Brackets and a blank.
+  if (line.size() + kFrame < columns) {
+    const std::size_t width = std::min(kBarColumns, columns - line.size() - kFrame);
+    std::string bar(width, ' ');
+    std::fill_n(bar.begin(), static_cast<std::size_t>(share * static_cast<double>(width)), '=');
+    line.insert(m_label.size() + 2, "[" + bar + "] ");
+  }
+  std::fprintf(stderr, "\r%s\033[K", (line.size() > columns ? percent : line).substr(0, columns).c_str());
   std::fflush(stderr);
 }
 

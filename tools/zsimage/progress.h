@@ -29,8 +29,7 @@ private:
   Clock::time_point m_last;
 };
 
-/// While one lives, Ctrl-C, SIGTERM and the end of the terminal are noted and end nothing by themselves. There may be
-/// several.
+/// While one lives, Ctrl-C, SIGTERM and the end of the terminal are noted and end nothing by themselves.
 class InterruptWatch {
 public:
   InterruptWatch();

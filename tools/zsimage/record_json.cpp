@@ -14,13 +14,7 @@
 namespace {
 
 // Fields of packed records come by value: a reference to one would be misaligned.
-template <class T> Json Number(T value) {
-  if constexpr (std::is_enum_v<T>) {
-    return static_cast<LONG>(value);
-  } else {
-    return value;
-  }
-}
+template <class T> Json Number(T value) { return value; }
 
 Json Text(BSTR text) {
   return text == nullptr ? Json(nullptr) : Json(NarrowToUtf8(WideCharToMultiByte(BstrView(text))));
@@ -70,41 +64,41 @@ Json IndexesToJson(const ZSTRACK& track) {
   return indexes;
 }
 
+/// Appends the texts that discs and tracks have.
+template <class Record> void AddTexts(const Record& record, Json* json) {
+  json->update({{"bstrTitle", Text(record.bstrTitle)},
+                {"bstrComposer", Text(record.bstrComposer)},
+                {"bstrPerformer", Text(record.bstrPerformer)},
+                {"bstrSongwriter", Text(record.bstrSongwriter)},
+                {"bstrArranger", Text(record.bstrArranger)},
+                {"bstrGenre", Text(record.bstrGenre)},
+                {"bstrMessage", Text(record.bstrMessage)}});
+}
+
 Json TrackToJson(const ZSTRACK& track) {
-  return {{"TNO", Number(track.TNO)},
-          {"pdwIndex", IndexesToJson(track)},
-          {"nCountIndex", Number(track.nCountIndex)},
-          {"Pregap", Number(track.Pregap)},
-          {"dwLBA", Number(track.dwLBA)},
-          {"dwEndLBA", Number(track.dwEndLBA)},
-          {"Postgap", Number(track.Postgap)},
-          {"Mode", Number(track.Mode)},
-          {"BlockSize", Number(track.BlockSize)},
-          {"ImageBlockSize", Number(track.ImageBlockSize)},
-          {"Flags", Number(track.Flags)},
-          {"varFiles", PiecesToJson(track.varFiles)},
-          {"bstrTitle", Text(track.bstrTitle)},
-          {"bstrComposer", Text(track.bstrComposer)},
-          {"bstrPerformer", Text(track.bstrPerformer)},
-          {"bstrSongwriter", Text(track.bstrSongwriter)},
-          {"bstrArranger", Text(track.bstrArranger)},
-          {"bstrGenre", Text(track.bstrGenre)},
-          {"bstrMessage", Text(track.bstrMessage)},
-          {"bstrISRC", Text(track.bstrISRC)},
-          {"dwReserved64", Number(track.dwReserved64)}};
+  Json json = {{"TNO", Number(track.TNO)},
+               {"pdwIndex", IndexesToJson(track)},
+               {"nCountIndex", Number(track.nCountIndex)},
+               {"Pregap", Number(track.Pregap)},
+               {"dwLBA", Number(track.dwLBA)},
+               {"dwEndLBA", Number(track.dwEndLBA)},
+               {"Postgap", Number(track.Postgap)},
+               {"Mode", Number(track.Mode)},
+               {"BlockSize", Number(track.BlockSize)},
+               {"ImageBlockSize", Number(track.ImageBlockSize)},
+               {"Flags", Number(track.Flags)},
+               {"varFiles", PiecesToJson(track.varFiles)}};
+  AddTexts(track, &json);
+  json["bstrISRC"] = Text(track.bstrISRC);
+  json["dwReserved64"] = Number(track.dwReserved64);
+  return json;
 }
 
 Json DiscTextToJson(const ::ZSCDTEXT& text) {
-  return {{"CDTextPresent", text.CDTextPresent == VARIANT_TRUE},
-          {"bstrMCN", Text(text.bstrMCN)},
-          {"bstrTitle", Text(text.bstrTitle)},
-          {"bstrComposer", Text(text.bstrComposer)},
-          {"bstrPerformer", Text(text.bstrPerformer)},
-          {"bstrSongwriter", Text(text.bstrSongwriter)},
-          {"bstrArranger", Text(text.bstrArranger)},
-          {"bstrGenre", Text(text.bstrGenre)},
-          {"bstrMessage", Text(text.bstrMessage)},
-          {"Language", Number(text.Language)}};
+  Json json = {{"CDTextPresent", text.CDTextPresent == VARIANT_TRUE}, {"bstrMCN", Text(text.bstrMCN)}};
+  AddTexts(text, &json);
+  json["Language"] = Number(text.Language);
+  return json;
 }
 
 constexpr const char* kTracks = "pZSTracks";
@@ -181,13 +175,12 @@ int ForEachImage(const std::vector<std::string>& paths, bool json, const std::fu
       g_reserve = std::make_unique<char[]>(65536);
       std::set_new_handler(GiveUpMemory);
       status = std::max(status, work(path));
-    } catch (const Failure& failure) {
+    } catch (...) {
+      const Failure failure = CurrentFailure(path);
       if (failure.Code() == kCancelled || std::ferror(stdout) != 0) {
         throw;
       }
       status = ReportOne(failure, path, json, paths.size() > 1);
-    } catch (const std::bad_alloc&) {
-      status = ReportOne(Failure(path, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), path, json, paths.size() > 1);
     }
   }
   return status;

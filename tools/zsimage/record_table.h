@@ -5,7 +5,7 @@
 #include "host.h"
 
 /// Prints the whole page.
-void PrintImage(const ImageRecord& image);
+void PrintImage(const Host& host, const ImageRecord& image);
 
 /// Prints the texts of a disc and the lines of its tracks.
 void PrintSheet(const ZSCUESHEET& sheet);

@@ -1,5 +1,7 @@
 #include "terminal.h"
 
+#include <sys/ioctl.h>
+
 #include <cstdlib>
 #include <string_view>
 
@@ -19,6 +21,11 @@ bool CanRewriteLines(int descriptor) {
   const std::string_view terminal = Variable("TERM");
   return (descriptor == STDOUT_FILENO ? kOutputIsTerminal : kErrorIsTerminal) && !terminal.empty() &&
          terminal != "dumb";
+}
+
+std::size_t TerminalColumns(int descriptor) {
+  winsize size{};
+  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : 80;
 }
 
 std::string Coloured(const std::string& text, Colour colour, int descriptor) {

@@ -5,9 +5,14 @@
 #include "files.h"
 #include "terminal_text.h"
 
-void TextTable::AddColumn(std::string heading, Align align, bool mustStay) {
-  const std::size_t width = TerminalWidth(heading);
-  m_columns.push_back({std::move(heading), align, mustStay, width});
+TextTable::TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& filled) {
+  for (const auto* headings : {&fixed, &filled}) {
+    for (const std::string heading : *headings) {
+      const bool isRight = heading.front() == '>';
+      m_columns.push_back(
+          {heading.substr(isRight ? 1 : 0), isRight, headings == &fixed, heading.size() - (isRight ? 1 : 0)});
+    }
+  }
 }
 
 void TextTable::Measure(const Row& row) {
@@ -25,18 +30,18 @@ void TextTable::PrintLine(const Row& row) const {
     }
     const std::string padding(m_columns[i].width - TerminalWidth(row[i].text), ' ');
     const std::string text = Coloured(row[i].text, row[i].shade);
-    line += "  " + (m_columns[i].align == Align::Right ? padding + text : text + padding);
+    line += "  " + (m_columns[i].isRight ? padding + text : text + padding);
   }
   line.erase(line.find_last_not_of(' ') + 1);
   ::Print(line + "\n");
 }
 
 void TextTable::Print(const std::function<void(const RowSink& sink)>& giveRows) {
-  giveRows([this](const Row& row) { Measure(row); });
   Row headings;
   for (const Column& column : m_columns) {
     headings.emplace_back(column.heading, Colour::Bold);
   }
+  giveRows([this](const Row& row) { Measure(row); });
   PrintLine(headings);
   giveRows([this](const Row& row) { PrintLine(row); });
 }

@@ -10,8 +10,6 @@
 
 class TextTable {
 public:
-  enum class Align { Left, Right };
-
   /// UTF-8 text, and its colour where there are colours.
   struct Cell {
     Cell(std::string content, Colour colour = Colour::None) // NOLINT(google-explicit-constructor): a text is a cell.
@@ -23,8 +21,9 @@ public:
   using Row = std::vector<Cell>;
   using RowSink = std::function<void(const Row& row)>;
 
-  /// Adds a column. One that must stay is shown even when no row fills it.
-  void AddColumn(std::string heading, Align align, bool mustStay = false);
+  /// @param fixed Headings of the columns that are always shown. @param filled Headings of those that are shown when a
+  /// row fills them. ">" before a heading aligns its column to the right.
+  TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& filled);
 
   /// Prints the headings and all rows. Calls `giveRows` twice, to measure the columns and to print, so that memory does
   /// not grow with the rows. @throws Failure when not all of it goes out.
@@ -33,7 +32,7 @@ public:
 private:
   struct Column {
     std::string heading;
-    Align align;
+    bool isRight;
     bool shown;
     std::size_t width;
   };
