@@ -124,6 +124,19 @@ def try_full_disk(command, names, fresh):
         subprocess.check_call(["umount", "out"])
 
 
+def try_registry():
+    """The registry is changed and not replaced, so it needs no --force; what it cannot read it leaves alone."""
+    os.environ["IMAGEFILE_REGISTRY"] = "out/registry.reg"
+    before = fill(["registry.reg"])
+    expect_kept("no registry file", "register", before, run("register"))
+    fill([])
+    expect("a new registry", "register", run("register").returncode == 0, run("register"))
+    before = content()
+    for limit in (0, 1, 100):
+        limits = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+        expect_kept(f"no file above {limit} bytes", "unregister", before, run("unregister", preexec_fn=limits))
+
+
 def try_signals(command, names, fresh):
     """At any time: the old files or the new ones."""
     for delay in (0.01, 0.03, 0.05):
@@ -170,6 +183,7 @@ def main():
             try_signals(command, names, fresh)
         if os.getuid() != 0 or subprocess.call("setpriv --bounding-set=-all true", shell=True) == 0:
             try_write_protected(command, names)
+    try_registry()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
     try_stale_text("convert disc.cue out/new.cue")
     for command, names in LONG_COMMANDS.items():
