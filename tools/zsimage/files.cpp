@@ -200,9 +200,9 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
                  code);
 }
 
-ScratchFolder::ScratchFolder() {
+ScratchFolder::ScratchFolder() : m_path("/zsimage-XXXXXX") {
   std::error_code error;
-  m_path = std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
+  m_path.insert(0, std::filesystem::temp_directory_path(error).string());
   if (mkdtemp(m_path.data()) == nullptr) {
     throw Failure(m_path, "no temporary folder can be made; set TMPDIR to a folder that can be written", E_FAIL);
   }
