@@ -49,7 +49,7 @@ make_track() {
   truncate -s $(($1 * 2352)) "$work/track.bin"
   printf 'FILE "TRACK.BIN" BINARY\n  TRACK 01 MODE1/2352\n    INDEX 01 00:00:00\n' >"$work/track.cue"
 }
-save=("$zsimage" extract "$work/track.cue" --session 1 --track 1 -o "$work/out" --block-size)
+save=("$zsimage" extract --force "$work/track.cue" --session 1 --track 1 -o "$work/out" --block-size)
 
 # To save a track: calls on the image and the new file, for 10,000 sectors.
 sectors=10000
@@ -72,8 +72,27 @@ peak() {
 for image in plain.iso album.cue cdplus.nrg sessions.ccd inline.mds native.zsi; do
   check "memory to show $image, KiB" "$(peak "$zsimage" info "$images/$image")" 8192
 done
+# The memory to show many tracks is that of their records, 133 bytes for each.
+{ printf 'FILE "LINES.BIN" BINARY\n'; head -n 1000000 < <(yes TRACK); } >"$work/lines.cue"
+truncate -s 23520 "$work/lines.bin"
+for format in '' --json; do
+  check "memory to show 1,000,000 tracks, KiB $format" "$(peak "$zsimage" info $format "$work/lines.cue")" 147456
+done
+# Under any limit of memory that lets it start, the tool shows an image of 99 sessions or ends with exit status 1.
+for i in {1..99}; do
+  printf '[Entry %d]\nSession=%d\nPoint=%d\nPLBA=%d\n[TRACK %d]\nMODE=0\nINDEX 1=%d\n' $((i - 1)) $i $i $i $i $i
+done >"$work/sessions.ccd"
+printf '[Disc]\nSessions=99\n' >>"$work/sessions.ccd"
+status() { (ulimit -v "$1" && "$zsimage" info --json "$2") &>/dev/null && echo 0 || echo $?; }
+limit=4096
+until [ "$(status $limit "$work/none.ccd")" -eq 1 ]; do limit=$((limit + 16)); done
+crashes=0
+for ((last = limit + 1024; limit < last; limit += 8)); do
+  [ "$(status $limit "$work/sessions.ccd")" -le 1 ] || crashes=$((crashes + 1))
+done
+check "crashes when memory runs out" $crashes 0
 # The memory to save a track is the same for any length.
 small=$(peak "${save[@]}" 2048)
 make_track $((sectors * 20))
-check "memory to save 20 times the sectors, KiB" "$(peak "${save[@]}" 2048)" $((small + 256))
+check "memory to save 20 times the sectors, KiB" "$(peak "${save[@]}" 2048)" $((small + 512))
 exit "$failed"

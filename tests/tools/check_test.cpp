@@ -86,13 +86,46 @@ TEST_F(CheckTool, FindsAFaultInASheet) {
   const std::tuple<std::string, const char*, const char*> kCases[] = {
       {"4006381333931", "4006381333932", "0:mcn "}, {"4006381333931", "400638133393", "0:mcn "},
       {"DEABC0700001", "DEABC070001", "3:isrc "},   {"DEABC0700001", "D1ABC0700001", "3:isrc "},
-      {"00:00:45", "00:01:45", "3:length "},
+      {"00:00:45", "00:01:45", "3:missing "},
   };
   for (const auto& [text, instead, faults] : kCases) {
     std::string sheet = kSheet;
     sheet.replace(sheet.find(text), text.size(), instead);
     EXPECT_EQ(faults, FaultsWith(sheet)) << instead;
   }
+}
+
+TEST_F(CheckTool, ShowsARemarkOfManyTracksOnceAndNoAbsurdNumbers) {
+  FaultsWith(kSheet);
+  const auto shows = [&](const std::string& command, const std::string& part) {
+    const std::string page = RunTool(folder, command).out;
+    EXPECT_NE(std::string::npos, page.find(part)) << command << '\n' << page;
+  };
+  folder.Write("many.cue", "FILE \"disc.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nTRACK 02 AUDIO\n"
+                           "INDEX 01 00:00:20\nTRACK 03 AUDIO\nINDEX 01 00:00:40\n");
+  shows("check many.cue", "  note   session 1, track 1 and 2 others: shorter than the 4 seconds");
+  // A file that ends before the last track begins.
+  folder.Write("disc.bin", std::vector<BYTE>(sound.begin(), sound.begin() + 30 * 2352));
+  shows("info many.cue", "  20  cut off, 10 sectors missing\n        1      3  audio   2352  00:02:40      40         -"
+                         "        -  cut off, 10 sectors missing\n");
+  shows("check many.cue", "4 faults, 30 of 40 sectors looked at");
+  shows("check many.cue", "fault  session 1, track 2 and 1 other: cut off, 10 sectors missing");
+  shows("map many.cue -o -", "audio, cut off, 10 sectors missing</text>");
+  EXPECT_EQ(1, RunTool(folder, "extract many.cue --track 3 -o x").status);
+  // Nothing, no whole sector, and a sound file.
+  folder.Write("empty.iso", "");
+  shows("info empty.iso", "Kind        none: the image is empty");
+  std::vector<BYTE> plain = DiscSectors({{{{ZSMODE_1, 20, 0, 2048}}}});
+  plain.push_back(0);
+  folder.Write("odd.iso", plain);
+  const std::string over = "1 byte is over after whole sectors of 2048 bytes; 'zsimage extract --partial'";
+  shows("info odd.iso", "Kind        none: " + over);
+  shows("check odd.iso", over);
+  shows("extract odd.iso --track 1 --partial -o -", std::string(plain.begin(), plain.end() - 1));
+  folder.Write("disc.bin", "RIFF" + std::string(60 * 2352 - 4, '\0'));
+  shows("info many.cue", "a sound file (RIFF) that is read as raw samples");
+  shows("check many.cue", "fault  disc: the data file is a sound file (RIFF)");
+  shows("check many.cue", "            disc      ");
 }
 
 TEST_F(CheckTool, FindsWhatADescriptionClaimsInVain) {

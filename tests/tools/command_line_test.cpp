@@ -20,7 +20,7 @@ TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
   EXPECT_LE(7, count);
   EXPECT_TRUE(Contains(manual, "\n.SH EXIT STATUS\n")) << manual;
   EXPECT_TRUE(Contains(RunShell(kTool + "--version").out, "zsimage "));
-  EXPECT_TRUE(Contains(RunShell(kTool + "cdtext decode --help").out, "Number of tracks of the disc (required)\n"));
+  EXPECT_TRUE(Contains(RunShell(kTool + "map --help").out, "- for SVG on standard output (required)\n"));
   EXPECT_FALSE(Contains(RunShell(kTool + "info --help").out, "(required)"));
 }
 
@@ -33,7 +33,8 @@ TEST(CommandLine, TellsUsageFromFailure) {
 TEST(CommandLine, CompletesInZsh) {
   EXPECT_TRUE(Contains(RunShell(kTool + "generate zsh").out,
                        "\n    '(-o --output)'{-o+,--output=}'[Picture to write\\: .svg or .html, - for SVG on standard "
-                       "output]:FILE:_files' \\\n    ':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
+                       "output]:FILE:_files' \\\n    '(-f --force)'{-f,--force}'[Replace existing files]' \\\n    "
+                       "':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
 }
 
 TEST(CommandLine, CompletesInBash) {

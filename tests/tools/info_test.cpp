@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builders/mds_builder.h"
 #include "tools/tool_run.h"
 
 using nlohmann::json;
@@ -55,11 +56,29 @@ TEST_F(InfoTool, ShowsAPageForAPerson) {
   EXPECT_EQ(std::string::npos, page.find("Performer")) << "no track has one";
 }
 
+TEST_F(InfoTool, ShowsTheTextOfTheTrackBeforeForATab) {
+  folder.Write("tab.cue", "TITLE \"Album\"\nPERFORMER \"Band\"\nFILE \"data.bin\" BINARY\n"
+                          "TRACK 01 AUDIO\nTITLE \"One\"\nPERFORMER \"\t\"\nINDEX 01 00:00:00\n"
+                          "TRACK 02 AUDIO\nTITLE \"\t\"\nPERFORMER \"Guest\"\nINDEX 01 01:00:00\n"
+                          "TRACK 03 AUDIO\nTITLE \"\t\"\nPERFORMER \"\t\"\nINDEX 01 02:00:00\n");
+  Run("cdtext encode tab.cue -o packs");
+  for (const char* command : {"info tab.cue", "cdtext decode packs --tracks 3"}) {
+    EXPECT_TRUE(std::regex_search(Run(command), std::regex("ONE +BAND\n.*ONE +GUEST\n.*ONE +GUEST\n"))) << Run(command);
+  }
+  EXPECT_EQ("\t", Json("info --json tab.cue")["pZSCueSheet"][0]["pZSTracks"][2]["bstrTitle"]);
+}
+
 TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
   folder.Write("lost.cue", "FILE \"Gone.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
   folder.Write("far.cue", "FILE \"sub/x.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
   folder.Write("odd.cue", "FILE \"bare.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+  folder.Write("sound.cue", "FILE \"sound.flac\" WAVE\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+  folder.Write("sound.flac", "fLaC, and so on");
   folder.Write("many.ccd", "[Disc]\nSessions=100\n");
+  MdsBuilder mode0 = MdsOfDvd(1);
+  mode0.blocks[0].mode = 0;
+  folder.Write("mode0.mds", mode0.Build());
+  folder.Write("mode0.mdf", "");
   for (const char* name : {"bare.bin", "notes.txt", "odd.iso", "none.nrg", "none.cue", "folder.iso/file"}) {
     folder.Write(name, "no image at all");
   }
@@ -68,13 +87,15 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
       {"folder.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "this is a folder"},
       {"lost.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names GONE.BIN; no such file beside it"},
       {"far.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names SUB/X.BIN; no such file, in any case"},
-      {"odd.cue", "ZSE_FAILED", "0x809F0001", "its data file BARE.BIN is no whole number of sectors"},
+      {"odd.cue", "ZSE_FAILED", "0x809F0001", "bare.bin is no whole number of sectors: 15 bytes are over after whole"},
       {"none.cue", "ZSE_FAILED", "0x809F0001", "no FILE line has a name in double quotes"},
+      {"sound.cue", "ZSE_FAILED", "0x809F0001", "it is a sound file (fLaC) and not raw samples"},
       {"bare.bin", "ZSE_BADIMAGE", "0x809F001B", "give the .cue, .ccd or .mds file"},
       {"notes.txt", "ZSE_BADIMAGE", "0x809F001B", "images are read by their"},
-      {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "no whole number of sectors"},
+      {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "15 bytes are over after whole sectors of 2048 bytes"},
       {"none.nrg", "ZSE_BADIMAGE", "0x809F001B", "damaged"},
       {"many.ccd", "ZSE_OUTOFRESOURCES", "0x809F0014", "more than 99 sessions"},
+      {"mode0.mds", "ZSE_OUTOFRESOURCES", "0x809F0014", "a mode that is neither 1 nor 2"},
   };
   for (const auto& [name, code, number, words] : kCases) {
     const ToolResult result = RunTool(folder, "info --json " + name);
@@ -84,6 +105,7 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
     for (const std::string& part : {name, code, words, failure["words"].get<std::string>()}) {
       EXPECT_NE(std::string::npos, result.err.find(part)) << part << " in " << result.err;
     }
+    EXPECT_EQ(1, std::count(result.err.begin(), result.err.end(), '\n')) << result.err;
   }
   EXPECT_EQ("", RunTool(folder, "info missing.iso").out);
 }
@@ -101,13 +123,24 @@ TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
 }
 
 TEST_F(InfoTool, FindsPositions) {
-  EXPECT_EQ(json({{"pSeek64", 31752000}, {"pLength64", 31046400}, {"byte", 32107152}}),
+  EXPECT_EQ(json({{"pSeek64", 31752000},
+                  {"pLength64", 31046400},
+                  {"session", 1},
+                  {"track", 2},
+                  {"file", "data.BIN"},
+                  {"byte", 32107152}}),
             Json("position --json disc.cue 13651"));
-  EXPECT_EQ(json({{"pSeek64", 63504000}, {"pLength64", nullptr}, {"byte", nullptr}}),
-            Json("position --json disc.cue 13500"));
-  EXPECT_EQ("Sector 11295 begins at byte 105840 of sessions.IMG, in track 2 of session 2.\n",
+  EXPECT_EQ(31752000, Json("position --json disc.cue 13500")["byte"]) << "in a pregap";
+  EXPECT_EQ("Sector 13500 (03:02:00) begins at byte 31752000 of data.BIN, in the pregap of track 2 of session 1.\n",
+            Run("position disc.cue 13500"));
+  EXPECT_EQ("Sector 11295 (02:32:45) begins at byte 105840 of sessions.img, in track 2 of session 2.\n",
             std::regex_replace(Run("position '" SAMPLE_IMAGES "/sessions.ccd' 11295"), std::regex("of .*/"), "of "));
-  EXPECT_NE(std::string::npos, Run("position disc.cue 13500").find("is in no track of disc.cue"));
+  for (const char* format : {"", "--json "}) {
+    const ToolResult none = RunTool(folder, std::string("position disc.cue 99999 ") + format);
+    EXPECT_EQ(1, none.status);
+    EXPECT_NE(std::string::npos, none.err.find("sector 99999 (22:15:24) is in no track")) << none.err;
+    EXPECT_TRUE(none.out.empty() || json::parse(none.out)["byte"].is_null()) << none.out;
+  }
   // Nothing can be walked over in an image without sessions, or with one that has no tracks.
   const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
   for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {
@@ -115,7 +148,7 @@ TEST_F(InfoTool, FindsPositions) {
     EXPECT_EQ("ZSE_FAILED", Json("position --json empty.ccd 0")["result"]) << sessions;
   }
   folder.Write("empty.ccd", "[Disc]\nSessions=1\n" + track);
-  Run("position empty.ccd 0");
+  EXPECT_EQ(1, RunTool(folder, "position empty.ccd 0").status) << "a track without sectors";
 }
 
 } // namespace

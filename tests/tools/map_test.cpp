@@ -1,3 +1,6 @@
+#include <regex>
+#include <set>
+
 #include "builders/nrg_builder.h"
 #include "tools/tool_run.h"
 
@@ -37,7 +40,7 @@ protected:
   /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, entries
   /// of the legend, names of sessions, the outermost radius, bad texts, shares.
   std::string See(const std::string& image) {
-    Run("map -o map.html " + image);
+    Run("map -f -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
     document = Render("measured.html");
     const std::size_t begin = document.find("data-seen=\"") + 11;
@@ -88,6 +91,18 @@ TEST_F(MapTool, WritesAnSvgThatStandsAlone) {
   EXPECT_NE(std::string::npos, seen.find("?? &amp; MORE")) << seen;
   EXPECT_EQ(std::string::npos, seen.find("parsererror")) << seen;
   EXPECT_EQ(1, RunTool(folder, "map disc.cue -o disc.png").status);
+}
+
+TEST(MapPicture, HasItsColoursWhereStyleSheetsHaveNoVariables) {
+  const TemporaryFolder folder;
+  RunTool(folder, "map '" SAMPLE_IMAGES "/cdplus.nrg' -o disc.svg");
+  const ToolResult drawn = RunShell("rsvg-convert -f svg '" + folder.Path("disc.svg") + "'");
+  if (drawn.status == 127) {
+    GTEST_SKIP() << drawn.err;
+  }
+  const std::regex colour(R"(rgb\([^)]*\))");
+  const std::set<std::string> colours(std::sregex_token_iterator(drawn.out.begin(), drawn.out.end(), colour), {});
+  EXPECT_LE(5U, colours.size()) << drawn.err;
 }
 
 } // namespace

@@ -28,10 +28,12 @@ ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments) 
   return RunShell(CommandIn(folder, arguments));
 }
 
-ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker) {
+ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker,
+                         unsigned columns) {
   const std::string command = CommandIn(folder, arguments);
   int terminal = -1;
-  const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
+  winsize size{24, static_cast<unsigned short>(columns), 0, 0};
+  const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);
   if (process == 0) {
     execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     _exit(127);

@@ -25,7 +25,8 @@ ToolResult RunShell(const std::string& command);
 ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);
 
 /// Runs it on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.
-ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker);
+ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker,
+                         unsigned columns = 80);
 
 /// Tests of `zsimage` in a folder of their own.
 class ToolTest : public testing::Test {

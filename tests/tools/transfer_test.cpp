@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <regex>
 #include <tuple>
 
 #include <nlohmann/json.hpp>
@@ -33,7 +34,7 @@ protected:
   }
 
   std::string Extract(const std::string& arguments) const {
-    Run("extract -o out " + arguments);
+    Run("extract -f -o out " + arguments);
     return folder.Read("out");
   }
   json FirstSession(const std::string& image) const {
@@ -92,6 +93,8 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_symlink("no/x", folder.Path("link"));
   folder.Write("disc.cdt", "");
+  folder.Write("stale.Cdt", "");
+  folder.Write("there/session-1-track-02.bin", "");
   folder.Write("lone.ccd", "[Disc]\nSessions=1\n[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n");
   folder.Write("short.mds", MdsOf(audio).Build());
   folder.Write("short.mdf", std::string(55 * 2352 + 100, 'x'));
@@ -99,15 +102,20 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
   folder.WriteSparse("shorter.mdf", 45 * 2352);
   folder.WriteSparse("silent.iso", 2048);
   folder.Write("mixed.nrg", NrgImage({{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15}}}}));
+  folder.Write("wide.mds", MdsOf({{{{ZSMODE_1, 20, 0, 2448}, {ZSMODE_AUDIO, 20, 0, 2448}}}}).Build());
+  folder.Write("wide.mdf", "");
   const std::tuple<std::string, const char*, const char*> kCases[] = {
       {"convert disc.cue " + std::string(256, 'n') + ".cue", "ERROR_FILENAME_EXCED_RANGE", "zsimage: nnn"},
       {"extract disc.cue --track 3 -o x", "E_INVALIDARG", "no track 3 in session 1"},
       {"extract disc.cue --session 2 --track 1 -o x", "E_INVALIDARG", "no session 2"},
+      {"extract disc.cue --session 2 --all new", "E_INVALIDARG", "no session 2"},
       {"extract disc.cue --track 1 -o /dev/full", "ERROR_DISK_FULL", "the disk is full"},
       {"extract disc.cue --track 1 -o no/x", "ERROR_PATH_NOT_FOUND", "folder"},
-      {"cdtext encode disc.cue -o disc.bin", "E_INVALIDARG", "belongs to the image"},
+      {"cdtext encode disc.cue -f -o disc.bin", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 -o DISC.CUE", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
+      {"extract disc.cue --track 1 --block-size 2048 -o x", "E_INVALIDARG", "track 1 is audio"},
+      {"extract disc.cue --all there", "ERROR_FILE_EXISTS", "session-1-track-02.bin: the file exists; --force"},
       {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
       {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
       {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "link to a place"},
@@ -115,39 +123,78 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
       {"info disc.cue > /dev/full", "ERROR_DISK_FULL", "No space left on device"},
       {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "hold no block of 2340 bytes"},
       {"extract shorter.mds --track 2 -o x", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
-      {"extract short.mds --all all", "ERROR_HANDLE_EOF", "25 of its 30 sectors are missing; the part that is there"},
-      {"convert disc.cue full.cue", "ERROR_DISK_FULL", "the disk is full"},
-      {"convert disc.cue disc.cue", "E_INVALIDARG", "belongs to the image"},
+      {"extract short.mds --track 2 -o x", "ERROR_HANDLE_EOF",
+       "25 of its 30 sectors are missing and 100 bytes are over"},
+      {"convert disc.cue full.cue", "ERROR_DISK_FULL", "could be written; nothing of the new image has been saved"},
+      {"convert disc.cue disc.cue -f", "E_INVALIDARG", "belongs to the image"},
       {"convert disc.cue new.txt", "E_INVALIDARG", ".cue or .zsi"},
-      {"convert mixed.nrg mixed.cue --with-data", "ZSE_FAILED", "different block sizes"},
-      {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 lacks 25 of its sectors"},
-      {"cdtext encode silent.iso -o x", "S_FALSE", "no text to encode"},
+      {"convert disc.cue 'a\"b.cue'", "E_INVALIDARG", "double quote"},
+      {"convert disc.cue 'a\nb.zsi'", "E_INVALIDARG", "line break"},
+      {"convert disc.cue gap.cue", "ERROR_FILE_EXISTS", "gap.cue: the file exists"},
+      {"convert disc.cue stale.cue --no-cdtext", "ERROR_FILE_EXISTS",
+       "stale.Cdt: the new sheet would take its CD-Text"},
+      {"convert disc.cue new.cue --data-file short.mdf", "ZSE_FAILED", "it belongs to another image"},
+      {"convert mixed.nrg mixed.cue", "ZSE_FAILED", "different block sizes"},
+      {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would read back with another"},
+      {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "take every sector as 2352 bytes"},
+      {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 is cut off, 25 sectors missing"},
+      {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
+  const auto names = [&] { return RunShell("cd '" + folder.Path("") + "' && find .").out; };
+  const std::string before = names();
   for (const auto& [arguments, code, words] : kCases) {
     const ToolResult result = RunTool(folder, arguments);
     EXPECT_EQ(1, result.status) << arguments;
     EXPECT_NE(std::string::npos, result.err.find(code)) << arguments << '\n' << result.err;
     EXPECT_NE(std::string::npos, result.err.find(words)) << arguments << '\n' << result.err;
   }
+  EXPECT_EQ(before, names()) << "nothing half may remain";
   EXPECT_TRUE(whole == folder.Read("disc.bin"));
   EXPECT_EQ("TWO", FirstSession("disc.cue")["pZSTracks"][1]["bstrTitle"]) << "the image must have survived";
-  EXPECT_EQ(40U * 2352, folder.Read("all/session-1-track-01.bin").size()) << "whole tracks are kept";
-  EXPECT_FALSE(std::filesystem::exists(folder.Path("MIXED.BIN")));
 }
 
-TEST_F(TransferTool, ShowsProgressAndCancels) {
+TEST_F(TransferTool, FollowsLinksAndWritesPipesDirectly) {
+  const std::string first = ProperSectors(audio, 0);
+  folder.Write("real/track", "old");
+  std::filesystem::create_symlink("real/track", folder.Path("link"));
+  Run("extract disc.cue --track 1 -f -o link");
+  EXPECT_TRUE(first == folder.Read("real/track"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link")));
+  EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout | cat"));
+  EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout"));
+  const std::string pipe = folder.Path("pipe");
+  EXPECT_TRUE(first == RunShell("mkfifo '" + pipe + "' && (timeout 20 cat '" + pipe + "' & " + kTool + "extract '" +
+                                folder.Path("disc.cue") + "' --track 1 -o '" + pipe + "' >&2; wait)")
+                           .out);
+  // Of several tracks the whole ones are kept, and one session can be taken alone.
+  folder.Write("short.mds", MdsOf(audio).Build());
+  folder.Write("short.mdf", std::string(55 * 2352, 'x'));
+  EXPECT_EQ(1, RunTool(folder, "extract short.mds --all all").status);
+  EXPECT_EQ(std::string(5 * 2352, 'x'), Extract("short.mds --track 2 --partial"));
+  folder.Write("disc.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
+  Run("extract disc.nrg --session 2 --all all");
+  EXPECT_EQ("./session-1-track-01.bin\n./session-2-track-01.bin\n",
+            RunShell("cd '" + folder.Path("all") + "' && find . -type f | sort").out);
+}
+
+TEST_F(TransferTool, FitsTheProgressToTheTerminalAndCancels) {
   folder.WriteSparse("big.iso", UHYPER{32} << 30);
-  const ToolResult result = InterruptTool(folder, "extract big.iso --track 1 -o out", "MB/s");
-  EXPECT_EQ(130, result.status);
-  EXPECT_NE(std::string::npos, result.out.find("% ")) << result.out;
-  EXPECT_NE(std::string::npos, result.out.find("cancelled")) << result.out;
+  for (const unsigned columns : {1U, 2U, 10U, 20U, 40U, 60U, 79U, 80U, 200U}) {
+    const ToolResult result = InterruptTool(folder, "extract big.iso --track 1 -o out", "\033[K", columns);
+    const std::size_t end = result.out.find("\033[K");
+    EXPECT_LE(end, columns) << "the carriage return and less than a line\n" << result.out;
+    EXPECT_TRUE(columns < 5 || result.out.find('%') < end) << result.out;
+    EXPECT_TRUE(columns < 40 || result.out.find(']') < end) << result.out;
+    EXPECT_EQ(130, result.status);
+    EXPECT_NE(std::string::npos, result.out.find("cancelled")) << result.out;
+  }
   EXPECT_FALSE(std::filesystem::exists(folder.Path("out")));
 }
 
 TEST_F(TransferTool, ConvertsToASheet) {
   EXPECT_NE(std::string::npos, Run("convert disc.cue new.cue").find("NEW.BIN; no such file yet"));
-  EXPECT_EQ("", RunTool(folder, "convert disc.cue new.cue --with-data").err);
+  EXPECT_EQ("", RunTool(folder, "convert disc.cue new.cue --with-data --force").err);
   EXPECT_TRUE(whole == folder.Read("NEW.BIN"));
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"], FirstSession("new.cue")["pZSTracks"]);
   // A PREGAP line becomes silence in the new file; the sub-channel behind each sector stays behind.
@@ -161,14 +208,92 @@ TEST_F(TransferTool, ConvertsToASheet) {
   EXPECT_TRUE(Text(DiscSectors({{{{ZSMODE_1, 26}}}})) == folder.Read("NARROW.BIN"));
 }
 
+TEST_F(TransferTool, DescribesAnExistingDataFile) {
+  const auto says = [&](const std::string& arguments, const std::string& words) {
+    const ToolResult result = RunTool(folder, "convert disc.cue -f --no-cdtext " + arguments);
+    EXPECT_NE(std::string::npos, (result.out + result.err).find(words)) << result.out << result.err;
+  };
+  says("raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
+  folder.Write("raw.bin", whole);
+  says("raw.cue --data-file raw.bin", "expects its data file as raw.bin, which is there");
+  says("raw.cue", "expects its data file as raw.bin, which is there");
+  EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
+  folder.Write("raw.bin", whole + "x");
+  says("raw.cue", "raw.bin does not have the size that the description needs; it belongs to another image");
+}
+
+TEST_F(TransferTool, NotesWhatAConversionLoses) {
+  folder.Write("many.cue", "FILE \"disc.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nINDEX 02 00:00:20\n"
+                           "TRACK 02 MODE1/2352\nINDEX 00 00:00:40\nINDEX 01 00:00:50\n");
+  folder.Write("many.sub", "");
+  folder.Write("disc.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
+  const std::tuple<const char*, std::string> kCases[] = {
+      {"many.cue new.cue",
+       "the sub-channel data of the image are left out\n"
+       "1 track: indexes above 1 are left out\n1 track: the pregap is not marked; its sectors count "
+       "to the track before\n"},
+      {"many.cue new.zsi", "the sub-channel data are not copied; the new file expects a .SUB file\n"
+                           "1 track: indexes above 1 are left out\n"},
+      {"gap.cue new.zsi", "1 track: the silence of a PREGAP line becomes sectors that count to the track before\n"},
+      {"disc.nrg new.cue", "a CUE sheet holds one session; the other 1 of the image are left out\n"},
+      {"disc.cue new.zsi", ""}};
+  for (const auto& [arguments, losses] : kCases) {
+    const std::string notes = RunTool(folder, std::string("convert -f ") + arguments).err;
+    EXPECT_EQ(losses, std::regex_replace(notes, std::regex("zsimage: note: ([^\n]*)\\.\n"), "$1\n")) << arguments;
+  }
+}
+
 TEST_F(TransferTool, PutsTextIntoATocFile) {
   Run("convert disc.cue text.zsi");
   EXPECT_EQ("TWO", FirstSession("text.zsi")["pZSTracks"][1]["bstrTitle"]);
-  Run("convert disc.cue text.zsi --no-cdtext");
+  Run("convert disc.cue text.zsi --no-cdtext -f");
   EXPECT_EQ(std::string::npos, folder.Read("text.zsi").find("CDTEXT"));
   folder.Write("packs", std::string("\x80\0\0\0X\0\0\0\0\0\0\0\0\0\0\0\1\2\3", 19));
-  Run("convert disc.cue text.zsi --cdtext packs");
+  Run("convert disc.cue text.zsi --cdtext packs -f");
   EXPECT_NE(std::string::npos, folder.Read("text.zsi").find("<ENTRY-2>03 </ENTRY-2>"));
+}
+
+TEST_F(TransferTool, JudgesPacks) {
+  Run("cdtext encode disc.cue -o good");
+  Run("cdtext encode disc.cue -o spread --subchannel");
+  const std::string good = folder.Read("good");
+  folder.Write("plain", good.substr(0, good.size() - 1));
+  folder.Write("over", good + "12345");
+  folder.Write("wrong", good.substr(0, 17) + "x" + good.substr(18));
+  folder.Write("none", "no pack");
+  const std::tuple<const char*, std::string> kCases[] = {
+      {"good", ""},
+      {"plain", ""},
+      {"spread", ""},
+      {"over", "6 bytes are over after whole packs of 18 bytes"},
+      {"wrong", "1 of 7 CD-Text packs do not match their check bytes"},
+      {"none", "there is no CD-Text pack in it"}};
+  for (const auto& [name, words] : kCases) {
+    for (const std::string command :
+         {"cdtext decode ", "convert disc.cue x.zsi -f --cdtext ", "convert disc.cue y.zsi --cdtext "}) {
+      const ToolResult result = RunTool(folder, command + name);
+      const bool isGood = words.empty() || command.find("-f") != std::string::npos;
+      EXPECT_EQ(isGood ? 0 : 1, result.status) << command << name << result.err;
+      EXPECT_TRUE(isGood || result.err.find(words) != std::string::npos) << result.err;
+      EXPECT_EQ(command[1] == 'd' && *name != 'n', result.out.find("\n      2  TWO\n") != std::string::npos)
+          << result.out;
+      std::filesystem::remove(folder.Path("y.zsi"));
+    }
+  }
+  EXPECT_EQ(2U, json::parse(Run("cdtext decode spread --json"))["nTracks"]);
+  EXPECT_EQ(4U, json::parse(Run("cdtext decode good --json --tracks 4"))["nTracks"]);
+}
+
+TEST_F(TransferTool, SaysWhyTheRegistryCannotBeMade) {
+  folder.Write("file", "");
+  for (const auto& [path, words] : {std::pair("/proc/none/registry", "/proc/none cannot be created: no such file"),
+                                    std::pair("file/registry", "no such folder"), std::pair(".", "this is a folder")}) {
+    const ToolResult result =
+        RunShell("cd '" + folder.Path("") + "' && IMAGEFILE_REGISTRY=" + path + " " + kTool + "register");
+    EXPECT_EQ(1, result.status);
+    EXPECT_NE(std::string::npos, result.err.find(words)) << result.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("..lock")));
 }
 
 TEST_F(TransferTool, DecodesAndEncodesText) {

@@ -1,49 +1,50 @@
-#include <cstdio>
-
 #include "commands.h"
 #include "failure.h"
 #include "files.h"
+#include "output_file.h"
+#include "pack_file.h"
 #include "record_json.h"
 #include "record_table.h"
 
-namespace {
-
-/// Reads a file of packs into the texts of a sheet.
-void Decode(const Host& host, const std::string& path, ZSCUESHEET* sheet) {
-  std::vector<BYTE> packs = ReadWholeFile(path, kLargestPackFile);
-  packs.reserve(1); // The component takes no null address, not even for no bytes.
-  Check(host.Sheets().AnalyzeCDTextFromData(packs.data(), static_cast<UINT>(packs.size()), sheet), path);
-}
-
-} // namespace
-
 int RunDecode(const DecodeOptions& options) {
+  constexpr unsigned kMostTracks = 99;
   const Host host;
-  const SheetRecord record(host, options.tracks);
-  Decode(host, options.packs, &record.Sheet());
-  if (options.json) {
-    PrintJson(SheetToJson(record.Sheet()));
-  } else if (record.Sheet().ZSCDTEXT.CDTextPresent != VARIANT_TRUE) {
-    std::printf("%s holds no CD-Text packs.\n", TerminalText(options.packs).c_str());
-  } else {
-    Print(RenderSheet(record.Sheet()));
+  PackFile file = ReadPackFile(options.packs);
+  const UniqueSheet made = MakeSheet(host, options.tracks.value_or(kMostTracks));
+  ZSCUESHEET& sheet = *made;
+  file.packs.reserve(1); // The component takes no null address, not even for no bytes.
+  Check(host.Sheets().AnalyzeCDTextFromData(file.packs.data(), static_cast<UINT>(file.packs.size()), &sheet),
+        options.packs);
+  while (!options.tracks && sheet.nTracks > file.tracks && !HasText(sheet.pZSTracks[sheet.nTracks - 1])) {
+    --sheet.nTracks; // It owns nothing.
   }
-  return 0;
+  if (options.json) {
+    PrintSheetJson(sheet);
+  } else if (sheet.ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
+    PrintSheet(sheet);
+  }
+  for (const Finding& finding : file.findings) {
+    if (finding.isFault) {
+      Failure(options.packs, finding.words, ZSE_FAILED).Report();
+    } else {
+      Note(finding.words);
+    }
+  }
+  return file.Fault().empty() ? 0 : kExitFailure;
 }
 
 int RunEncode(const EncodeOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path);
-  const EncodedText text(host, image.Session(1), options.subChannel);
-  Check(text.Result(), options.path, text.Result() == S_FALSE ? "the first session has no text to encode" : "");
-  image.RefuseOwnFiles(options.output);
-  OutputFile file(options.output, text.Size());
-  file.Write(text.Data(), text.Size());
-  file.Keep();
-  if (IsStandardStream(options.output)) {
-    return 0; // Standard output is for the packs alone.
+  const std::vector<BYTE> packs = EncodeText(host, &image.Session(1), options.subChannel);
+  if (packs.empty()) {
+    throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
   }
-  std::printf("%s: %zu bytes%s\n", TerminalText(options.output).c_str(), text.Size(),
-              options.subChannel ? ", in groups of 96 for the sub-channel" : "");
+  image.RefuseOwnFiles(options.output);
+  WriteWholeFile(options.output, {reinterpret_cast<const char*>(packs.data()), packs.size()}, options.force);
+  if (!IsStandardOutput(options.output)) { // It is for the packs alone.
+    Print(TerminalText(options.output) +
+          Format(": %zu bytes%s\n", packs.size(), options.subChannel ? ", in groups of 96 for the sub-channel" : ""));
+  }
   return 0;
 }

@@ -78,6 +78,13 @@ void CheckPacks(const std::vector<BYTE>& packs, Findings* findings) {
       first = i;
     }
   }
+  if (count == 0) {
+    findings->push_back({"cdtext", true, "there is no CD-Text pack in it"});
+  }
+  const std::size_t over = packs.size() % kPackBytes;
+  if (over > 1 || (over == 1 && packs.back() != 0)) { // Files of packs end with one zero byte.
+    findings->push_back({"cdtext", true, Format("%zu bytes are over after whole packs of 18 bytes", over)});
+  }
   if (wrong != 0) {
     findings->push_back({"cdtext", true,
                          Format("%zu of %zu CD-Text packs do not match their check bytes, the first is pack %zu", wrong,

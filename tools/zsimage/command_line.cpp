@@ -21,12 +21,8 @@ template <class Options> int RunCommand(int (*command)(const Options&), const Op
   }
   try {
     return command(options);
-  } catch (const Failure& failure) {
-    return ReportOne(failure, image, json, false);
-  } catch (const std::bad_alloc&) {
-    return ReportOne(Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY), image, json, false);
-  } catch (const std::exception& error) {
-    return ReportOne(Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED), image, json, false);
+  } catch (...) {
+    return ReportOne(CurrentFailure(image), image, json, false);
   }
 }
 
@@ -112,6 +108,8 @@ CLI::Option* AddName(CLI::App* command, const char* option, std::string* name, c
   });
 }
 
+void AddForce(CLI::App& command, bool* force) { command.add_flag("-f,--force", *force, "Replace existing files"); }
+
 constexpr const char* kDescription =
     "Shows, checks, converts and takes apart disc images.\n\n"
     "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
@@ -125,11 +123,10 @@ std::string Footer() {
                                     {"2", "The command line was not understood."},
                                     {"130", "Ctrl-C ended the command."}}) +
          "\n" +
-         FooterPart("Environment",
-                    {{"IMAGEFILE_REGISTRY", "The file that register and unregister change."},
-                     {"NO_COLOR", "When set and not empty, nothing has a colour."},
-                     {"TERM", "When dumb, there are neither colours nor progress."},
-                     {"TMPDIR", "Where convert puts the copies that it compares with, otherwise /tmp."}}) +
+         FooterPart("Environment", {{"IMAGEFILE_REGISTRY", "The file that register and unregister change."},
+                                    {"NO_COLOR", "When set and not empty, nothing has a colour."},
+                                    {"TERM", "When dumb, there are neither colours nor progress."},
+                                    {"TMPDIR", "Where convert tries out what it writes, otherwise /tmp."}}) +
          "\n'zsimage COMMAND --help' has the options of a command, and examples.";
 }
 
@@ -150,7 +147,7 @@ CommandLine::CommandLine() : m_app(kDescription, "zsimage") {
   AddConvert();
   CLI::App& group = AddCommand(&m_app, "cdtext", "Decode and encode CD-Text packs");
   group.require_subcommand(1);
-  group.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "What a .cdt file says."},
+  group.footer(Examples({{"zsimage cdtext decode disc.cdt", "What a .cdt file says."},
                          {"zsimage cdtext encode disc.cue -o disc.cdt", "The other way."}}));
   AddDecode(&group);
   AddEncode(&group);
@@ -194,6 +191,7 @@ void CommandLine::AddMap() {
   AddName(&command, "-o,--output", &m_map.output, "Picture to write: .svg or .html, - for SVG on standard output")
       ->type_name("FILE")
       ->required();
+  AddForce(command, &m_map.force);
   command.footer(Examples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
                            {"zsimage map disc.nrg -o disc.html", "The same as a page."}}));
   command.callback([this] { m_status = RunCommand(RunMap, m_map); });
@@ -211,7 +209,9 @@ void CommandLine::AddPosition() {
 void CommandLine::AddExtract() {
   CLI::App& command = AddCommand(&m_app, "extract", "Save one track, or all, as files");
   command.add_option("IMAGE", m_extract.path, "Image")->required();
-  command.add_option("--session", m_extract.session, "Session, from 1")->type_name("N")->capture_default_str();
+  command.add_option("--session", m_extract.session, "Session, from 1 (otherwise the first, or all with --all)")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber.description(""));
   auto* track = command.add_option("--track", m_extract.track, "Track in the session, from 1")->type_name("N");
   command.add_option("--block-size", m_extract.blockSize, "Bytes to take of each sector; 0 for all of it")
       ->type_name("BYTES")
@@ -221,6 +221,8 @@ void CommandLine::AddExtract() {
           ->type_name("FILE");
   auto* all = AddName(&command, "--all", &m_extract.folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
+  command.add_flag("--partial", m_extract.partial, "Save the whole sectors that are there of a track that is cut off");
+  AddForce(command, &m_extract.force);
   command.footer(
       Examples({{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
                 {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
@@ -238,28 +240,35 @@ void CommandLine::AddConvert() {
   CLI::App& command = AddCommand(&m_app, "convert", "Write the description of an image as a CUE sheet or TOC file");
   command.add_option("IMAGE", m_convert.path, "Image")->required();
   AddName(&command, "OUT", &m_convert.output,
-          "Description to write, .cue or .zsi; a sheet's CD-Text replaces the .CDT beside it")
+          "Description to write, .cue or .zsi; the CD-Text of a sheet becomes a .CDT file beside it")
       ->required();
   auto* packs = AddName(&command, "--cdtext", &m_convert.packs, "Raw CD-Text packs to put in")->type_name("FILE");
   command.add_flag("--no-cdtext", m_convert.noText, "Leave CD-Text out")->excludes(packs);
-  command.add_flag("--with-data", m_convert.withData,
-                   "Write the data file, too; that of disc.cue replaces the DISC.BIN beside it");
-  command.footer(
-      Examples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
-                {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with a data file of its own."}}));
+  auto* withData =
+      command.add_flag("--with-data", m_convert.withData, "Write the data file, too; that of disc.cue is DISC.BIN");
+  AddName(&command, "--data-file", &m_convert.dataFile,
+          "Existing file of raw sectors to describe, such as a CCD's .img")
+      ->type_name("FILE")
+      ->excludes(withData);
+  AddForce(command, &m_convert.force);
+  command.footer(Examples(
+      {{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
+       {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with a data file of its own."},
+       {"zsimage convert disc.ccd DISC.cue --data-file disc.img", "A sheet for the sectors that are there."}}));
   command.callback([this] { m_status = RunCommand(RunConvert, m_convert); });
 }
 
 void CommandLine::AddDecode(CLI::App* group) {
   CLI::App& command = AddCommand(group, "decode", "Show the text in a file of packs");
-  command.add_option("FILE", m_decode.packs, "File of packs of 18 bytes, such as a .cdt file; - for standard input")
+  command
+      .add_option("FILE", m_decode.packs,
+                  "File of packs, such as a .cdt file, or of packs in sub-channel form; - for standard input")
       ->required();
-  command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc")
+  command.add_option("--tracks", m_decode.tracks, "Number of tracks of the disc (otherwise as the packs say)")
       ->type_name("N")
-      ->required()
       ->check(CLI::Range(0, 99).description(""));
   command.add_flag("--json", m_decode.json, "Print one JSON object");
-  command.footer(Examples({{"zsimage cdtext decode disc.cdt --tracks 12", "The texts of a disc of 12 tracks."}}));
+  command.footer(Examples({{"zsimage cdtext decode disc.cdt", "The texts, and what is wrong with the packs."}}));
   command.callback([this] { m_status = RunCommand(RunDecode, m_decode); });
 }
 
@@ -270,6 +279,7 @@ void CommandLine::AddEncode(CLI::App* group) {
       ->type_name("FILE")
       ->required();
   command.add_flag("--subchannel", m_encode.subChannel, "Spread the packs over groups of 96 bytes");
+  AddForce(command, &m_encode.force);
   command.footer(Examples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."},
                            {"zsimage cdtext encode disc.cue -o - | xxd -c 18", "The packs, one a line."}}));
   command.callback([this] { m_status = RunCommand(RunEncode, m_encode); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "disc_words.h"
 #include "failure.h"
 #include "files.h"
 
@@ -9,25 +10,18 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 262144;
 
-std::string SizeOf(const ZSTRACK& track, unsigned session, UINT number) {
-  return Format("track %u of session %u has sectors of %d bytes", number, session + 1,
-                static_cast<int>(track.BlockSize));
-}
-
-/// Why the sectors of these sessions cannot stand in one file; empty when they can.
+/// Why the sectors of these sessions cannot be in one file; empty when they can.
 std::string FindSizeConflict(const zsimagefileinfo& info, unsigned sessions) {
-  const LONG first =
-      sessions == 0 || info.pZSCueSheet[0]->nTracks == 0 ? 0 : info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
+  LONG first = 0;
   for (unsigned session = 0; session < sessions; ++session) {
     const ZSCUESHEET& sheet = *info.pZSCueSheet[session];
     for (UINT i = 0; i < sheet.nTracks; ++i) {
       const LONG size = sheet.pZSTracks[i].BlockSize;
-      if (size <= 0 || size > ZSFILEBLOCKSIZE_2448) {
-        return SizeOf(sheet.pZSTracks[i], session, i + 1) + ", which no data file can have";
-      }
-      if (size != first) {
-        return Format("the tracks have different block sizes: the first track has %d bytes, ", static_cast<int>(first))
-            .append(SizeOf(sheet.pZSTracks[i], session, i + 1));
+      first = first == 0 ? size : first;
+      if (size <= 0 || size > ZSFILEBLOCKSIZE_2448 || size != first) {
+        return Format("track %u of session %u has sectors of %d bytes, %s", i + 1, session + 1, static_cast<int>(size),
+                      size == first ? "which no data file can have"
+                                    : "and tracks before it have different block sizes");
       }
     }
   }
@@ -41,13 +35,13 @@ public:
 
   void AddSession(unsigned index, bool isLast) {
     const ZSCUESHEET& sheet = *m_image.Info().pZSCueSheet[index];
-    const std::vector<TrackPlace> places = PlacesOfSession(m_image.Info(), index);
+    const std::vector<TrackPlace> places = m_image.Places(index + 1);
     if (index == 0) {
       m_sourceEnd = m_image.Info().dwSeekBegin64;
     } else if (sheet.nTracks != 0) { // A later session follows the one before, whatever the gap on the disc.
       m_position = std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
     }
-    for (UINT i = 0; i < sheet.nTracks && m_plan.whyNot.empty(); ++i) {
+    for (UINT i = 0; i < sheet.nTracks && m_plan.conflict.empty(); ++i) {
       // Between two sessions the space behind the last track counts; behind the disc's end nothing needs it.
       const LONG postgap = i + 1 == sheet.nTracks && !isLast ? LONG{sheet.pZSTracks[i].Postgap} : 0;
       AddTrack(sheet.pZSTracks[i], places[i], std::max<LONG>(postgap, 0),
@@ -59,7 +53,7 @@ private:
   void AddTrack(const ZSTRACK& track, const TrackPlace& place, LONG postgap, const std::string& name) {
     const std::int64_t gap = std::int64_t{track.dwLBA} - m_position;
     if (gap < 0 || place.begin < m_sourceEnd) {
-      m_plan.whyNot = name + " begins before the one in front of it ends";
+      m_plan.conflict = name + " begins before the track before it ends";
       return;
     }
     // What the image holds in front of the track, its pregap above all, comes along as far as it goes.
@@ -67,9 +61,9 @@ private:
     const SectorRun run{place.begin - kept * place.blockSize,
                         static_cast<ULONG>(kept) + place.sectors + static_cast<ULONG>(postgap), place.blockSize, 0,
                         m_plan.blockSize};
-    const ULONG missing = MissingSectors(m_image.DataFile(), run);
-    if (missing != 0) {
-      m_plan.whyNot = "the image is short: " + name + Format(" lacks %u of its sectors", missing);
+    const ULONG missing = std::max(place.missing, MissingSectors(m_image.DataFile(), run));
+    if (missing != 0 && m_plan.shortage.empty()) {
+      m_plan.shortage = "the image is short: " + name + " is " + CutOffWords(missing);
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
     m_position = std::int64_t{track.dwLBA} + place.sectors + postgap;
@@ -82,77 +76,59 @@ private:
   UHYPER m_sourceEnd = 0;      ///< Byte of the image behind it.
 };
 
-/// Moves bytes into the new file, and looks for the wish to stop.
-class Writer {
-public:
-  Writer(const std::string& target, const DataFilePlan& plan)
-      : m_target(target), m_transfer("sectors", plan.Bytes()), m_file(target, plan.Bytes()) {}
-
-  void WriteSilence(UHYPER bytes) {
-    const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
-    while (bytes > 0) {
-      const UHYPER step = std::min<UHYPER>(bytes, zeros.size());
-      m_file.Write(zeros.data(), static_cast<std::size_t>(step));
-      bytes -= step;
-      if (InterruptWatch::Requested()) {
-        ThrowCancelled(m_target);
-      }
+void WriteSilence(UHYPER bytes, const std::string& target, OutputFile* file) {
+  const std::vector<BYTE> zeros(static_cast<std::size_t>(std::min<UHYPER>(bytes, kBufferBytes)));
+  while (bytes > 0) {
+    const UHYPER step = std::min<UHYPER>(bytes, zeros.size());
+    file->Write(zeros.data(), static_cast<std::size_t>(step));
+    bytes -= step;
+    if (InterruptWatch::Requested()) {
+      ThrowCancelled(target);
     }
   }
-
-  void WriteRun(const Host& host, const std::string& source, const SectorRun& run) {
-    m_transfer.StartNextStream();
-    const RunEnd end =
-        ReadRun(host, source, run, &m_transfer, [&](const BYTE* data, std::size_t size) { m_file.Write(data, size); });
-    if (m_transfer.IsCancelled()) {
-      ThrowCancelled(m_target);
-    }
-    if (end.bytes < run.Bytes()) {
-      ThrowReadFailure(source, run, end);
-    }
-  }
-
-  void Keep() noexcept { m_file.Keep(); }
-
-private:
-  const std::string& m_target;
-  Transfer m_transfer;
-  OutputFile m_file;
-};
+}
 
 } // namespace
 
-UHYPER DataFilePlan::Bytes() const noexcept {
-  UHYPER bytes = 0;
+UHYPER DataFilePlan::Sectors() const noexcept {
+  UHYPER sectors = 0;
   for (const Piece& piece : pieces) {
-    bytes += piece.silence * blockSize + piece.run.Bytes();
+    sectors += piece.silence + piece.run.sectors;
   }
-  return bytes;
+  return sectors;
 }
 
 DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
-  DataFilePlan plan;
-  plan.whyNot = FindSizeConflict(image.Info(), sessions);
-  if (!plan.whyNot.empty()) {
-    return plan;
+  const std::string conflict = FindSizeConflict(image.Info(), sessions);
+  if (!conflict.empty()) {
+    throw Failure(image.Path(),
+                  "no description can name one data file for it: " + conflict +
+                      "; 'zsimage extract --all' saves its tracks one by one",
+                  ZSE_FAILED);
   }
-  const LONG stored = image.Info().pZSCueSheet[0]->pZSTracks[0].BlockSize;
-  plan.blockSize = static_cast<UINT>(std::min<LONG>(stored, ZSFILEBLOCKSIZE_2352));
+  DataFilePlan plan;
+  plan.storedSize = static_cast<UINT>(image.Info().pZSCueSheet[0]->pZSTracks[0].BlockSize);
+  plan.blockSize = std::min<UINT>(plan.storedSize, ZSFILEBLOCKSIZE_2352);
   Layout layout(image, &plan);
-  for (unsigned session = 0; session < sessions && plan.whyNot.empty(); ++session) {
+  for (unsigned session = 0; session < sessions && plan.conflict.empty(); ++session) {
     layout.AddSession(session, session + 1 == sessions);
   }
   return plan;
 }
 
-void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target) {
-  if (SameFile(source, target)) {
-    throw Failure(target, "this is the image's own data file; give the description another name", E_INVALIDARG);
-  }
-  Writer writer(target, plan);
+void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target,
+                   OutputFile* file) {
+  Transfer transfer("sectors", plan.Bytes());
   for (const DataFilePlan::Piece& piece : plan.pieces) {
-    writer.WriteSilence(piece.silence * plan.blockSize);
-    writer.WriteRun(host, source, piece.run);
+    WriteSilence(piece.silence * plan.blockSize, target, file);
+    transfer.StartNextStream();
+    const RunEnd end = ReadRun(host, source, piece.run, &transfer,
+                               [&](const BYTE* data, std::size_t size) { file->Write(data, size); });
+    if (transfer.IsCancelled()) {
+      ThrowCancelled(target);
+    }
+    if (end.bytes < piece.run.Bytes()) {
+      ThrowReadFailure(source, piece.run, end);
+    }
   }
-  writer.Keep();
 }

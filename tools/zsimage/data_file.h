@@ -5,10 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "output_file.h"
 #include "sector_source.h"
 
-/// What a data file consists of. Sector n of the file is position n of the description, so that silence takes the
-/// place of positions for which the image has no sectors.
+/// What a data file consists of. Sector n of the file is position n of the description: silence fills the positions for
+/// which the image has no sectors.
 struct DataFilePlan {
   struct Piece {
     UHYPER silence; ///< Sectors of zeros before the run.
@@ -16,15 +17,19 @@ struct DataFilePlan {
   };
 
   std::vector<Piece> pieces;
-  UINT blockSize = 0; ///< Bytes of one sector in the new file.
-  std::string whyNot; ///< Why there can be no such file, in words; empty when there can.
+  UINT storedSize = 0;  ///< Bytes of one sector in the image.
+  UINT blockSize = 0;   ///< Bytes of one sector in the new file: a raw sector at the most.
+  std::string conflict; ///< Why no file can hold the tracks as they are described; empty when one can.
+  std::string shortage; ///< What the image lacks; empty when it has all sectors.
 
-  UHYPER Bytes() const noexcept;
+  UHYPER Sectors() const noexcept;
+  UHYPER Bytes() const noexcept { return Sectors() * blockSize; }
 };
 
-/// Plans the data file for the first sessions of an image. Sectors above 2352 bytes lose the sub-channel behind
-/// their raw sector, which no description written here can state.
+/// Plans the data file for the first sessions of an image. Sectors above 2352 bytes lose the sub-channel after their
+/// raw sector, which no description written here can state. @throws Failure when the tracks differ in their block size.
 DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions);
 
-/// Writes the file. When it cannot be written whole, or is cancelled, it goes away again. @throws Failure.
-void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target);
+/// Fills the file. @throws Failure when that fails or is cancelled.
+void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, const std::string& target,
+                   OutputFile* file);

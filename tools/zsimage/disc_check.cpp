@@ -4,9 +4,9 @@
 
 #include "disc/msf.h"
 #include "disc_words.h"
+#include "explain.h"
 #include "failure.h"
 #include "files.h"
-#include "platform/paths.h"
 #include "sector_check.h"
 #include "sector_source.h"
 
@@ -18,10 +18,6 @@ constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
 constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
 constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Times of CDs end here; larger images are no CDs.
 constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks that such a recording ends with.
-
-std::string Sectors(UHYPER count) {
-  return Format("%llu sector%s", static_cast<unsigned long long>(count), count == 1 ? "" : "s");
-}
 
 /// Where a track begins with its pregap and where it ends, in the description's own sectors.
 std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
@@ -59,9 +55,12 @@ void CheckIndexes(const ZSTRACK& track, Findings* findings) {
 }
 
 void CheckLength(const ZSTRACK& track, const TrackPlace& place, Findings* findings) {
-  if (place.sectors == 0) {
+  if (place.missing != 0) {
+    findings->push_back({"missing", true, CutOffWords(place.missing)});
+  } else if (place.sectors == 0 && place.blockSize != 0) {
     findings->push_back({"length", true, "has no sectors: it ends where it begins, or before"});
-  } else if (track.Mode == ZSMODE_AUDIO && place.sectors < kShortestTrack) {
+  }
+  if (place.sectors != 0 && track.Mode == ZSMODE_AUDIO && place.sectors < kShortestTrack) {
     findings->push_back({"length", false, "shorter than the 4 seconds that a track must have"});
   }
 }
@@ -111,7 +110,7 @@ private:
     const ZSTRACK* before = nullptr;
     for (unsigned session = 0; session < m_info.nSessions; ++session) {
       const ZSCUESHEET& sheet = *m_info.pZSCueSheet[session];
-      const std::vector<TrackPlace> places = PlacesOfSession(m_info, session);
+      const std::vector<TrackPlace> places = m_image.Places(session + 1);
       for (UINT i = 0; i < sheet.nTracks; ++i) {
         const ZSTRACK& track = sheet.pZSTracks[i];
         TrackReport report{session + 1, i + 1, ModeWords(track.Mode), places[i].sectors, 0, false, {}};
@@ -132,25 +131,25 @@ private:
       m_report.findings.push_back(
           {"length", false, "plays " + Duration(before->dwEndLBA) + ", and usual discs hold 80 minutes"});
     }
+    if (const std::string mark = SoundMark(m_dataFile); !mark.empty() && m_info.dwSeekBegin64 == 0) {
+      m_report.findings.push_back({"sound", true,
+                                   "the data file is a sound file (" + mark +
+                                       ") that is read as raw samples; convert it to 16 bits, stereo, "
+                                       "44.1 kHz, little-endian, without a header"});
+    }
     CheckRest();
   }
 
   void PlanTrack(const ZSTRACK& track, const TrackPlace& place, TrackReport* report) {
     const SectorCheck check(track.Mode, place.blockSize);
     if (place.blockSize == 0) {
-      report->findings.push_back({"block-size", true, "the description gives its sectors no size"});
+      report->findings.push_back({"block-size", true, SizelessWords(m_host, m_image)});
       return;
     }
     SectorRun run{place.begin, place.sectors, place.blockSize, 0, std::min<UINT>(place.blockSize, check.Size())};
-    const ULONG missing = MissingSectors(m_dataFile, run);
-    if (missing != 0) {
-      report->findings.push_back({"missing", true,
-                                  missing == run.sectors ? "the data file ends before it begins"
-                                                         : "the data file lacks its last " + Sectors(missing)});
-    }
     m_end = std::max(m_end, place.End());
     m_lastSize = place.blockSize;
-    run.sectors -= missing;
+    run.sectors -= std::min(place.missing, place.sectors);
     report->canBeLookedAt = check.HasWork();
     if (check.HasWork() && run.sectors != 0) {
       m_work.push_back({m_report.tracks.size(), track, run});
@@ -206,27 +205,21 @@ private:
     if (!isPlain || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
       return;
     }
-    const TrackPlace place = PlacesOfSession(m_info, 0)[0];
+    const TrackPlace place = m_image.Places(1)[0];
     const UINT offset = OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
-    const SectorRun run{place.begin + UHYPER{kDescriptorSector} * place.blockSize, 1, place.blockSize, offset,
-                        ZSFILEBLOCKSIZE_2048};
-    if (place.sectors <= kDescriptorSector || place.blockSize < offset + run.dataSize ||
-        MissingSectors(m_dataFile, run) != 0) {
+    const std::string start =
+        BytesAt(m_dataFile, place.begin + UHYPER{kDescriptorSector} * place.blockSize + offset, kVolumeSize + 4);
+    if (place.sectors <= kDescriptorSector || start.size() < kVolumeSize + 4 ||
+        !start.starts_with("\x01"
+                           "CD001")) {
       return;
     }
-    Transfer transfer("checking", run.Bytes());
-    ReadRun(m_host, m_dataFile, run, &transfer, [&](const BYTE* data, std::size_t size) {
-      const std::string_view text(reinterpret_cast<const char*>(data), size);
-      const ULONG volume = size < run.dataSize || text.substr(0, 6) != "\x01"
-                                                                       "CD001"
-                               ? 0
-                               : LittleEndian32(data + kVolumeSize);
-      if (volume > place.sectors) {
-        m_report.findings.push_back(
-            {"volume", true,
-             "cut off: its file system has " + Sectors(volume) + ", and the track " + Sectors(place.sectors)});
-      }
-    });
+    const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(start.data()) + kVolumeSize);
+    if (volume > place.sectors) {
+      m_report.findings.push_back(
+          {"volume", true,
+           "cut off: its file system has " + Sectors(volume) + ", and the track " + Sectors(place.sectors)});
+    }
   }
 
   void CheckText() {
@@ -234,8 +227,7 @@ private:
       return;
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
-    std::string companion = m_image.Path();
-    PathRenameExtensionA(&companion, ".CDT");
+    const std::string companion = WithExtension(m_image.Path(), ".CDT");
     if (m_info.ZSImageFormat != ZSIMAGEFORMAT_CUE || FileSize(companion).value_or(0) == 0) {
       return;
     }

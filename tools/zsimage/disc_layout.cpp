@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "disc_words.h"
+
 namespace {
 
 constexpr double kLeadWidth = 14;
@@ -12,28 +14,32 @@ bool IsLead(const DiscStretch& stretch) {
 }
 
 /// Adds what a session consists of. Sectors in front of a track that belong to no other are its pregap.
-void AddSession(const ZSCUESHEET& sheet, unsigned session, std::vector<DiscStretch>* stretches) {
+void AddSession(const ImageRecord& image, unsigned session, std::vector<DiscStretch>* stretches) {
+  const ZSCUESHEET& sheet = image.Session(session + 1);
   using enum DiscStretch::Kind;
   std::int64_t position = sheet.nTracks == 0 ? 0 : std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
-  stretches->push_back({LeadIn, session, 0, position, 0});
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    const ZSTRACK& track = sheet.pZSTracks[i];
+  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
+  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
+  stretches->push_back({LeadIn, session, 0, position, 0, 0, {}, {}});
+  UINT i = 0;
+  image.VisitTracks(session + 1, [&](const ZSTRACK& track, const TrackPlace& place) {
     const std::int64_t start = track.dwLBA;
     if (start > position) {
-      stretches->push_back({Pregap, session, i, position, start - position});
+      stretches->push_back({Pregap, session, i, position, start - position, 0, {}, {}});
     }
-    stretches->push_back({Track, session, i, start, std::max<std::int64_t>(0, track.dwEndLBA - start)});
+    stretches->push_back({Track, session, i++, start, place.sectors, place.missing, titles.Show(track.bstrTitle),
+                          performers.Show(track.bstrPerformer)});
     position = std::max(position, start + stretches->back().sectors);
-  }
-  stretches->push_back({LeadOut, session, 0, position, 0});
+  });
+  stretches->push_back({LeadOut, session, 0, position, 0, 0, {}, {}});
 }
 
 } // namespace
 
-std::vector<DiscStretch> LayOutDisc(const zsimagefileinfo& info, double width) {
+std::vector<DiscStretch> LayOutDisc(const ImageRecord& image, double width) {
   std::vector<DiscStretch> stretches;
-  for (unsigned session = 0; session < info.nSessions; ++session) {
-    AddSession(*info.pZSCueSheet[session], session, &stretches);
+  for (unsigned session = 0; session < image.Info().nSessions; ++session) {
+    AddSession(image, session, &stretches);
   }
   double sectors = 0;
   for (const DiscStretch& stretch : stretches) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <sstream>
 
 #include "disc/msf.h"
 #include "disc_layout.h"
@@ -26,25 +28,59 @@ constexpr double kListTop = 512;
 constexpr double kRow = 24;
 constexpr double kBold = 1.12; ///< How much wider bold letters are.
 
+/// Presentation attributes of the classes. Viewers that apply no style sheets, or none with variables, draw by them.
+constexpr struct {
+  std::string_view cssClass;
+  std::string_view attributes;
+} kLooks[] = {
+    {"back", R"(fill="#fbfbf9")"},
+    {"plate", R"(fill="#e9eaec")"},
+    {"lead", R"(fill="#aab0b8")"},
+    {"pregap", R"(fill="#d3b64f")"},
+    {"audio", R"(fill="#2b9a6b")"},
+    {"mode1", R"(fill="#3b76cf")"},
+    {"mode2", R"(fill="#8b5cc7")"},
+    {"other", R"(fill="#a0664a")"},
+    {"even", R"(fill-opacity=".8")"},
+    {"edge", R"(stroke="#fbfbf9")"},
+    {"rim", R"(stroke="#fbfbf9" stroke-width=".5")"},
+    {"rule", R"(stroke="#e2e3e0")"},
+    {"hit", R"(fill="#e9eaec" fill-opacity="0")"},
+    {"dim", R"(fill="#666e78")"},
+    {"inside", R"(fill="#fff" fill-opacity="1" font-weight="600")"},
+    {"name", R"(font-size="24" font-weight="600")"},
+    {"by", R"(font-size="16")"},
+    {"small", R"(font-size="11")"},
+    {"right", R"(text-anchor="end")"},
+};
+
+/// A style sheet goes before presentation attributes.
 constexpr const char* kStyle = R"(<style>
-svg { --back: #fbfbf9; --ink: #1d2126; --dim: #666e78; --rule: #e2e3e0; --plate: #e9eaec; --lead: #aab0b8;
-  --pregap: #d3b64f; --audio: #2b9a6b; --mode1: #3b76cf; --mode2: #8b5cc7; --other: #a0664a;
-  background: var(--back); font-family: system-ui, "DejaVu Sans", sans-serif; font-size: 13px; }
 @media (prefers-color-scheme: dark) {
-  svg { --back: #15181c; --ink: #e8eaed; --dim: #9aa3ad; --rule: #2b3036; --plate: #23282e; --lead: #545c66;
-    --pregap: #b79a3a; --audio: #35a877; --mode1: #5b8fe0; --mode2: #a27be0; --other: #bd8263; }
+  svg { fill: #e8eaed; } .back { fill: #15181c; } .edge, .rim { stroke: #15181c; } .plate, .hit { fill: #23282e; }
+  .lead { fill: #545c66; } .pregap { fill: #b79a3a; } .audio { fill: #35a877; } .mode1 { fill: #5b8fe0; }
+  .mode2 { fill: #a27be0; } .other { fill: #bd8263; } .rule { stroke: #2b3036; } .dim { fill: #9aa3ad; }
 }
-text { fill: var(--ink); } .dim { fill: var(--dim); } .right { text-anchor: end; } .middle { text-anchor: middle; }
-h1, .name { font-size: 24px; font-weight: 600; } .by { font-size: 16px; } .inside { fill: #fff; font-weight: 600; }
-.back { fill: var(--back); } .plate { fill: var(--plate); } .rule { stroke: var(--rule); }
-.audio { fill: var(--audio); } .mode1 { fill: var(--mode1); } .mode2 { fill: var(--mode2); }
-.other { fill: var(--other); } .pregap { fill: var(--pregap); } .lead { fill: var(--lead); }
-.even rect, circle.even { fill-opacity: .8; } .edge { stroke: var(--back); stroke-width: 1; }
-circle.edge { stroke-width: .5; } .small { font-size: 11px; }
-.row rect.hit { fill: transparent; } .row:hover rect.hit { fill: var(--plate); }
-.stretch:hover { filter: brightness(1.25); }
+.row:hover .hit { fill-opacity: 1; } .stretch:hover { filter: brightness(1.25); }
 </style>
 )";
+
+/// Whether a list of classes, with a blank between two, has a class.
+bool HasClass(const std::string& classes, std::string_view cssClass) {
+  std::istringstream words(classes);
+  return std::find(std::istream_iterator<std::string>(words), {}, cssClass) != std::istream_iterator<std::string>();
+}
+
+/// The class attribute and the presentation attributes of a list of classes.
+std::string Look(const std::string& classes) {
+  std::string look = " class=\"" + classes + "\"";
+  for (const auto& entry : kLooks) {
+    if (HasClass(classes, entry.cssClass)) {
+      look.append(" ").append(entry.attributes);
+    }
+  }
+  return look;
+}
 
 const char* ClassOf(ZSMODETYPE mode) {
   if (mode == ZSMODE_AUDIO) {
@@ -60,20 +96,20 @@ const char* ClassOf(ZSMODETYPE mode) {
 std::string TextAt(double x, double y, const char* cssClass, const std::string& text, double fontSize, double room) {
   const std::string shown = Fitting(text, fontSize, room);
   const std::string whole = shown == text ? "" : "<title>" + Escaped(text) + "</title>";
-  return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" class=\"" + cssClass + "\">" + whole + Escaped(shown) +
+  return "<text x=\"" + Number(x) + "\" y=\"" + Number(y) + "\"" + Look(cssClass) + ">" + whole + Escaped(shown) +
          "</text>\n";
 }
 
 std::string Box(double x, double y, double width, double height, const std::string& cssClass) {
   return "<rect x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" width=\"" + Number(width) + "\" height=\"" +
-         Number(height) + "\" class=\"" + cssClass + "\"/>";
+         Number(height) + "\"" + Look(cssClass) + "/>";
 }
 
 /// Draws one disc, part by part from the top.
 class Picture {
 public:
   explicit Picture(const ImageRecord& image)
-      : m_image(image), m_info(image.Info()), m_stretches(LayOutDisc(image.Info(), kInner)) {
+      : m_image(image), m_info(image.Info()), m_stretches(LayOutDisc(image, kInner)) {
     for (unsigned session = 0; session < m_info.nSessions; ++session) {
       m_rows += m_info.pZSCueSheet[session]->nTracks + (m_info.nSessions > 1 ? 1 : 0);
     }
@@ -82,7 +118,10 @@ public:
   std::string Draw() {
     const std::string height = Number(kListTop + kRow * static_cast<double>(m_rows) + kMargin);
     m_svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 960 " + height + "\" width=\"960\" height=\"" +
-            height + "\" role=\"img\">\n<title>" + Escaped(Name()) + "</title>\n" + kStyle;
+            height +
+            "\" role=\"img\" fill=\"#1d2126\" font-family=\"system-ui, 'DejaVu Sans', sans-serif\" "
+            "font-size=\"13\">\n<title>" +
+            Escaped(Name()) + "</title>\n" + kStyle;
     m_svg += Box(0, 0, kWidth, kListTop + kRow * static_cast<double>(m_rows) + kMargin, "back") + "\n";
     DrawRings();
     DrawFacts();
@@ -125,16 +164,14 @@ private:
     if (stretch.kind == Kind::Pregap) {
       return session + "pregap of " + number + times;
     }
-    const std::string title = TerminalText(track.bstrTitle);
-    const std::string performer = TerminalText(track.bstrPerformer);
-    return session + number + (title.empty() ? "" : "\n" + title) + (performer.empty() ? "" : "\n" + performer) + "\n" +
-           ModeWords(track.Mode) + times + "\nsize " + SizeOf(track);
+    return session + number + (stretch.title.empty() ? "" : "\n" + stretch.title) +
+           (stretch.performer.empty() ? "" : "\n" + stretch.performer) + "\n" + ModeWords(track.Mode) + times +
+           "\nsize " + SizeOf(stretch) + (stretch.missing == 0 ? "" : "\n" + CutOffWords(stretch.missing));
   }
 
-  static std::string SizeOf(const ZSTRACK& track) {
-    const ULONG sectors = track.dwEndLBA > track.dwLBA ? track.dwEndLBA - track.dwLBA : 0;
-    const LONG size = track.BlockSize;
-    return ReadableSize(UHYPER{sectors} * static_cast<UHYPER>(std::max(size, LONG{0})));
+  std::string SizeOf(const DiscStretch& stretch) const {
+    const LONG size = TrackOf(stretch).BlockSize;
+    return ReadableSize(static_cast<UHYPER>(stretch.sectors) * static_cast<UHYPER>(std::max(size, LONG{0})));
   }
 
   /// A disc of equal density: the area of a ring is its share, as on the real one.
@@ -148,7 +185,7 @@ private:
     Circle(kLastRadius + 6, "plate", "");
     for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // The outermost lies below.
       Circle(RadiusAt(stretch->begin + stretch->width), "back", "");
-      Circle(RadiusAt(stretch->begin + stretch->width), ClassOfStretch(*stretch) + (stretch->width > 12 ? " edge" : ""),
+      Circle(RadiusAt(stretch->begin + stretch->width), ClassOfStretch(*stretch) + (stretch->width > 12 ? " rim" : ""),
              Words(*stretch));
     }
     Circle(kFirstRadius, "plate", "");
@@ -157,9 +194,8 @@ private:
   }
 
   void Circle(double radius, const std::string& cssClass, const std::string& words) {
-    m_svg += "<circle cx=\"" + Number(kCentre) + "\" cy=\"" + Number(kCentre) + "\" r=\"" + Number(radius) +
-             "\" class=\"" + cssClass + "\"" +
-             (words.empty() ? "/>\n" : "><title>" + Escaped(words) + "</title></circle>\n");
+    m_svg += "<circle cx=\"" + Number(kCentre) + "\" cy=\"" + Number(kCentre) + "\" r=\"" + Number(radius) + "\"" +
+             Look(cssClass) + (words.empty() ? "/>\n" : "><title>" + Escaped(words) + "</title></circle>\n");
   }
 
   void DrawFacts() {
@@ -197,7 +233,7 @@ private:
     double y = 214;
     for (const auto& entry : kEntries) {
       const bool isThere = std::any_of(m_stretches.begin(), m_stretches.end(), [&](const DiscStretch& stretch) {
-        return (ClassOfStretch(stretch) + " ").find(std::string(" ") + entry.cssClass + " ") != std::string::npos;
+        return HasClass(ClassOfStretch(stretch), entry.cssClass);
       });
       if (isThere) {
         m_svg += Box(x, y - 11, 14, 14, entry.cssClass) + TextAt(x + 22, y, "", entry.words, 13, 160);
@@ -215,7 +251,7 @@ private:
       if (stretch.kind == Kind::LeadIn && m_info.nSessions > 1) {
         DrawSessionName(stretch);
       }
-      m_svg += "<g class=\"" + ClassOfStretch(stretch) + "\"><title>" + Escaped(Words(stretch)) + "</title>" +
+      m_svg += "<g" + Look(ClassOfStretch(stretch)) + "><title>" + Escaped(Words(stretch)) + "</title>" +
                Box(x, kLineTop, stretch.width, kLineHeight, stretch.width > 6 ? "edge" : "");
       if (stretch.kind == Kind::Track) {
         DrawInside(stretch, x);
@@ -242,7 +278,7 @@ private:
     const std::string number = Format("%u", track.TNO);
     const double room = stretch.width - 6;
     if (TextWidth(number, 13 * kBold) <= room) {
-      const std::string title = Fitting(TerminalText(track.bstrTitle), 11 * kBold, room);
+      const std::string title = Fitting(stretch.title, 11 * kBold, room);
       m_svg += TextAt(x + 3, kLineTop + (title.empty() ? 31 : 22), "inside", number, 13 * kBold, room);
       m_svg += room < 48 || title.empty() ? "" : TextAt(x + 3, kLineTop + 40, "inside small", title, 11 * kBold, room);
     }
@@ -275,7 +311,7 @@ private:
       const std::string time = Format("%lld:%02lld", seconds / 60, seconds % 60);
       const double room = TextWidth(time, 11);
       if (x >= *free && x + room < kWidth - kMargin) {
-        m_svg += "<path class=\"rule\" d=\"M" + Number(x) + " " + Number(kLineTop + kLineHeight) + "v6\"/>";
+        m_svg += "<path" + Look("rule") + " d=\"M" + Number(x) + " " + Number(kLineTop + kLineHeight) + "v6\"/>";
         m_svg += TextAt(x, kLineTop + kLineHeight + 18, "dim small", time, 11, room + 1);
         *free = x + room + 10;
       }
@@ -302,20 +338,21 @@ private:
 
   void DrawRow(const DiscStretch& stretch, double y) {
     const ZSTRACK& track = TrackOf(stretch);
-    const std::string title = TerminalText(track.bstrTitle);
-    const std::string performer = TerminalText(track.bstrPerformer);
+    const std::string& title = stretch.title;
+    const std::string& performer = stretch.performer;
     const double base = y + 16;
     m_svg += "<g class=\"row\"><title>" + Escaped(Words(stretch)) + "</title>" + Box(kMargin, y, kInner, kRow, "hit");
     m_svg += Box(kMargin + 4, y + 6, 12, 12, ClassOf(track.Mode)) + "\n";
     m_svg += TextAt(78, base, "dim right", Format("%u", track.TNO), 13, 34);
-    m_svg += TextAt(90, base, title.empty() ? "dim" : "", title.empty() ? ModeWords(track.Mode) : title, 13,
-                    performer.empty() ? 590 : 370);
+    std::string name = title.empty() ? ModeWords(track.Mode) : title;
+    name.append(stretch.missing == 0 ? "" : ", ").append(CutOffWords(stretch.missing));
+    m_svg += TextAt(90, base, title.empty() ? "dim" : "", name, 13, performer.empty() ? 590 : 370);
     m_svg += performer.empty() ? "" : TextAt(470, base, "dim", performer, 13, 210);
     m_svg += TextAt(766, base, "right", DiscTime(track.dwLBA), 13, 80);
     m_svg += TextAt(850, base, "right", Duration(static_cast<UHYPER>(stretch.sectors)), 13, 80);
-    m_svg += TextAt(kWidth - kMargin - 4, base, "dim right", SizeOf(track), 13, 80);
-    m_svg +=
-        "<path class=\"rule\" d=\"M" + Number(kMargin) + " " + Number(y + kRow) + "h" + Number(kInner) + "\"/></g>\n";
+    m_svg += TextAt(kWidth - kMargin - 4, base, "dim right", SizeOf(stretch), 13, 80);
+    m_svg += "<path" + Look("rule") + " d=\"M" + Number(kMargin) + " " + Number(y + kRow) + "h" + Number(kInner) +
+             "\"/></g>\n";
   }
 
   const ImageRecord& m_image;

@@ -3,59 +3,36 @@
 #include "disc/msf.h"
 #include "terminal_text.h"
 
+namespace {
+
+/// The words at an index; the first ones for any other number.
+template <std::size_t N> const char* WordsAt(const char* const (&words)[N], LONG index) {
+  return words[index > 0 && index < static_cast<LONG>(N) ? index : 0];
+}
+
+} // namespace
+
 const char* KindWords(::ZSTYPEPROJECT kind) {
-  switch (kind) {
-  case ZSTYPEPROJECT_DATA:
-    return "data disc";
-  case ZSTYPEPROJECT_CDAUDIO:
-    return "audio CD";
-  case ZSTYPEPROJECT_MIXED:
-    return "mixed mode CD, audio and data";
-  case ZSTYPEPROJECT_CDPLUS:
-    return "CD Plus, an audio and a data session";
-  case ZSTYPEPROJECT_VIDEO:
-    return "Video CD (CD-Bridge)";
-  case ZSTYPEPROJECT_DATAMULTISESSION:
-    return "multi-session disc";
-  default:
-    return "unknown";
-  }
+  static constexpr const char* kWords[] = {"unknown",
+                                           "data disc",
+                                           "audio CD",
+                                           "mixed mode CD, audio and data",
+                                           "CD Plus, an audio and a data session",
+                                           "Video CD (CD-Bridge)"};
+  return kind == ZSTYPEPROJECT_DATAMULTISESSION ? "multi-session disc" : WordsAt(kWords, kind);
 }
 
 const char* FormatWords(zsimgformat format) {
-  switch (format) {
-  case ZSIMAGEFORMAT_ISO:
-    return "plain sector file";
-  case ZSIMAGEFORMAT_CUE:
-    return "CUE sheet";
-  case ZSIMAGEFORMAT_NRG:
-    return "Nero image";
-  case ZSIMAGEFORMAT_CCD:
-    return "CloneCD description";
-  case ZSIMAGEFORMAT_ZSI:
-    return "native TOC file";
-  case ZSIMAGEFORMAT_MDS:
-    return "Media Descriptor image";
-  default:
-    return "unknown";
-  }
+  static constexpr const char* kWords[] = {
+      "plain sector file",     "CUE sheet", "unknown", "Nero image", "CloneCD description", "native TOC file",
+      "Media Descriptor image"};
+  return WordsAt(kWords, format);
 }
 
 std::string ModeWords(ZSMODETYPE mode) {
-  switch (mode) {
-  case ZSMODE_AUDIO:
-    return "audio";
-  case ZSMODE_1:
-    return "mode 1";
-  case ZSMODE_2:
-    return "mode 2";
-  case ZSMODE_2_FORM2:
-    return "mode 2 form 2";
-  case ZSMODE_2_MIXED:
-    return "mode 2 mixed";
-  default:
-    return Format("unknown (%d)", static_cast<int>(mode));
-  }
+  static constexpr const char* kWords[] = {"", "mode 1", "", "", "mode 2", "mode 2 form 2", "", "mode 2 mixed"};
+  const std::string words = mode == ZSMODE_AUDIO ? "audio" : WordsAt(kWords, mode);
+  return words.empty() ? Format("unknown (%d)", static_cast<int>(mode)) : words;
 }
 
 std::string Duration(UHYPER sectors) {
@@ -63,6 +40,10 @@ std::string Duration(UHYPER sectors) {
   const auto seconds = static_cast<unsigned>(sectors % kFramesPerMinute / kFramesPerSecond);
   return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / kFramesPerMinute), seconds, frames);
 }
+
+std::string Sectors(UHYPER count) { return std::to_string(count) + (count == 1 ? " sector" : " sectors"); }
+
+std::string CutOffWords(ULONG missing) { return missing == 0 ? "" : "cut off, " + Sectors(missing) + " missing"; }
 
 std::string DiscTime(ULONG lba) {
   const ULONG time = LbaToMsf(static_cast<LONG>(lba));

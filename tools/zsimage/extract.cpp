@@ -1,142 +1,137 @@
-#include <cstdio>
+#include <unistd.h>
+
+#include <algorithm>
 #include <filesystem>
 
 #include "commands.h"
+#include "disc_words.h"
+#include "explain.h"
 #include "failure.h"
 #include "files.h"
+#include "output_file.h"
 #include "sector_source.h"
 
 namespace {
 
 /// One track on its way into one file.
-struct Extraction {
+struct Job {
   unsigned session; ///< From 1, as the track.
   unsigned track;
-  SectorRun run;
+  TrackPlace place;
   std::string target;
 };
 
-/// Which sectors a track has, and which bytes of them are asked for.
-SectorRun RunOfTrack(const ImageRecord& image, const TrackPlace& place, unsigned session, unsigned number, UINT size) {
-  const ZSTRACK& track = image.Session(session).pZSTracks[number - 1];
-  if (place.blockSize == 0) {
-    throw Failure(image.Path(), Format("track %u has no block size, so its sectors cannot be told apart", number),
-                  E_INVALIDARG);
-  }
-  const UINT taken = size == 0 ? place.blockSize : size;
-  const UINT offset = OffsetInSector(image.Info(), track, taken);
-  if (taken > place.blockSize || offset > place.blockSize - taken) {
-    throw Failure(image.Path(),
-                  Format("track %u has sectors of %u bytes, which hold no block of %u bytes behind their first %u",
-                         number, place.blockSize, taken, offset),
-                  E_INVALIDARG);
-  }
-  return {place.begin, place.sectors, place.blockSize, offset, taken};
-}
-
-/// Compares what was asked for with what became of it, because the component reports neither a failed write nor a
-/// short image.
-/// @param error What the system last refused, by GetLastError.
-void JudgeResult(const std::string& dataFile, const Extraction& work, const Transfer& transfer, DWORD error) {
-  if (transfer.IsCancelled()) {
-    RemoveFile(work.target);
-    ThrowCancelled(work.target);
-  }
-  const UHYPER wanted = work.run.Bytes();
-  if (!transfer.HasBegun()) {
-    throw WriteFailure(work.target, 0, wanted, error);
-  }
-  // The size of a device shows nothing; what was refused may be the reading when not all has been read.
-  const bool isRefused = error != ERROR_SUCCESS && transfer.Done() == wanted;
-  const UHYPER written = FileSize(work.target).value_or(isRefused ? 0 : wanted);
-  if (written < transfer.Done()) {
-    const Failure failure = WriteFailure(work.target, written, wanted, error);
-    RemoveFile(work.target);
-    throw failure;
-  }
-  if (transfer.Done() < wanted) {
-    const bool nothing = transfer.Done() == 0;
-    if (nothing) {
-      RemoveFile(work.target);
+/// The track that is asked for, or all.
+std::vector<Job> PlanJobs(const ImageRecord& image, const ExtractOptions& options) {
+  const bool all = !options.folder.empty();
+  const unsigned first = std::max(options.session, 1U);
+  std::vector<Job> jobs;
+  for (unsigned session = first; session <= (all && options.session == 0 ? image.Info().nSessions : first); ++session) {
+    unsigned track = 0;
+    for (const TrackPlace& place : image.Places(session)) {
+      const std::string name = options.folder + Format("/session-%u-track-%02u.bin", session, ++track);
+      if (all || track == options.track) {
+        jobs.push_back({session, track, place, all ? name : options.output});
+      }
     }
-    ThrowReadFailure(dataFile, work.run, {transfer.Done(), S_OK},
-                     nothing ? "" : "; the part that is there has been saved");
+    if (!all && jobs.empty()) {
+      throw Failure(image.Path(),
+                    Format("there is no track %u in session %u, which has %u; 'zsimage info' lists them", options.track,
+                           session, track),
+                    E_INVALIDARG);
+    }
   }
+  return jobs;
 }
 
-void Extract(const Host& host, const ImageRecord& image, const Extraction& work) {
-  const std::string dataFile = image.DataFile();
-  image.RefuseOwnFiles(work.target);
-  Transfer transfer(Format("track %u", work.track), work.run.Bytes());
-  const ComPtr<IStream> stream = OpenRun(host, dataFile, work.run, &transfer);
-  SetLastError(ERROR_SUCCESS);
-  Check(host.Sheets().ExtractStreamToFile(stream.Get(), Wide(work.target).get()), work.target);
-  JudgeResult(dataFile, work, transfer, GetLastError());
-}
-
-void ExtractToStandardOutput(const Host& host, const std::string& dataFile, const Extraction& work) {
-  Transfer transfer(Format("track %u", work.track), work.run.Bytes());
-  const RunEnd end = ReadRun(host, dataFile, work.run, &transfer, WriteStandardOutput);
-  if (transfer.IsCancelled()) {
-    throw Failure("standard output", "cancelled", kCancelled);
+/// Which sectors a track has, and which bytes of them are asked for.
+SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
+  const TrackPlace& place = job.place;
+  const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
+  const UINT size = options.blockSize;
+  if (place.blockSize == 0) {
+    throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
   }
-  if (end.bytes < work.run.Bytes()) {
-    ThrowReadFailure(dataFile, work.run, end);
+  const UINT whole = std::min<UINT>(place.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow it.
+  if (track.Mode == ZSMODE_AUDIO && size != 0 && size != place.blockSize && size != whole) {
+    throw Failure(
+        image.Path(),
+        Format("track %u is audio, and its sectors of %u bytes hold no smaller blocks; leave out --block-size",
+               job.track, whole),
+        E_INVALIDARG);
   }
-}
-
-void Announce(const Extraction& work) {
-  std::printf("%s: session %u, track %u, %u sectors of %u bytes\n", TerminalText(work.target).c_str(), work.session,
-              work.track, work.run.sectors, work.run.dataSize);
-}
-
-int ExtractOne(const Host& host, const ImageRecord& image, const ExtractOptions& options) {
-  const unsigned count = image.Session(options.session).nTracks;
-  if (options.track < 1 || options.track > count) {
+  SectorRun run{place.begin, place.sectors, place.blockSize, 0, size == 0 ? place.blockSize : size};
+  run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
+  if (run.dataSize > place.blockSize || run.dataOffset > place.blockSize - run.dataSize) {
     throw Failure(image.Path(),
-                  Format("there is no track %u in session %u, which has %u; 'zsimage info' lists them", options.track,
-                         options.session, count),
+                  Format("track %u has sectors of %u bytes, which hold no block of %u bytes after their first %u",
+                         job.track, place.blockSize, run.dataSize, run.dataOffset),
                   E_INVALIDARG);
   }
-  const TrackPlace place = PlacesOfSession(image.Info(), options.session - 1)[options.track - 1];
-  const Extraction work{options.session, options.track,
-                        RunOfTrack(image, place, options.session, options.track, options.blockSize), options.output};
-  if (IsStandardStream(work.target)) {
-    ExtractToStandardOutput(host, image.DataFile(), work);
-  } else {
-    Extract(host, image, work);
-    Announce(work);
+  const ULONG missing = place.sectors == 0 ? place.missing : MissingSectors(image.DataFile(), run);
+  if (missing != 0) {
+    if (!options.partial || missing >= place.sectors) {
+      ThrowReadFailure(image.DataFile(), run, {0, S_OK});
+    }
+    Note(Format("track %u is ", job.track) + CutOffWords(missing) + "; the others are saved");
+    run.sectors -= missing;
   }
-  return 0;
+  return run;
 }
 
-void MakeFolder(const std::string& folder) {
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (error) {
-    throw Failure(folder, "the folder cannot be made: " + error.message(), E_FAIL);
+/// Copies a run to a file through the component, which reports neither a failed write nor a short image.
+/// @return how many bytes were read. @throws Failure when fewer are in the file.
+UHYPER CopyRun(const Host& host, const std::string& dataFile, const SectorRun& run, const std::string& target,
+               Transfer* transfer, const OutputFile& file) {
+  const ComPtr<IStream> stream = OpenRun(host, dataFile, run, transfer);
+  SetLastError(ERROR_SUCCESS);
+  Check(host.Sheets().ExtractStreamToFile(stream.Get(), Wide(file.HiddenPath()).get()), target);
+  const DWORD error = GetLastError();
+  const UHYPER written = FileSize(file.HiddenPath()).value_or(0);
+  if (!transfer->IsCancelled() && (written < transfer->Done() || !transfer->HasBegun())) {
+    throw WriteFailure(target, written, run.Bytes(), error);
+  }
+  return transfer->Done();
+}
+
+void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
+  const SectorRun run = RunOfTrack(host, image, job, options);
+  OutputFile file(job.target, run.Bytes(), options.force);
+  Transfer transfer(Format("track %u", job.track), run.Bytes());
+  RunEnd end{0, S_OK};
+  if (file.HiddenPath().empty()) {
+    end = ReadRun(host, image.DataFile(), run, &transfer,
+                  [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
+  } else {
+    end.bytes = CopyRun(host, image.DataFile(), run, job.target, &transfer, file);
+  }
+  if (transfer.IsCancelled()) {
+    ThrowCancelled(job.target);
+  }
+  if (end.bytes < run.Bytes()) {
+    ThrowReadFailure(image.DataFile(), run, end);
+  }
+  file.Publish();
+  if (!IsStandardOutput(job.target)) {
+    Print(TerminalText(job.target) + Format(": session %u, track %u, %u sectors of %u bytes\n", job.session, job.track,
+                                            run.sectors, run.dataSize));
   }
 }
 
 /// Whether going on with the next track makes no sense.
 bool EndsAll(HRESULT code) { return code == kCancelled || code == HRESULT_FROM_WIN32(ERROR_DISK_FULL); }
 
-int ExtractAll(const Host& host, const ImageRecord& image, const ExtractOptions& options) {
-  MakeFolder(options.folder);
+/// Saves one file after the other. @return the exit status.
+int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
+               const ExtractOptions& options) {
   int status = 0;
-  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
-    const std::vector<TrackPlace> places = PlacesOfSession(image.Info(), session - 1);
-    for (unsigned track = 1; track <= places.size(); ++track) {
-      try {
-        const Extraction work{session, track, RunOfTrack(image, places[track - 1], session, track, options.blockSize),
-                              options.folder + Format("/session-%u-track-%02u.bin", session, track)};
-        Extract(host, image, work);
-        Announce(work);
-      } catch (const Failure& failure) {
-        if (EndsAll(failure.Code())) {
-          throw;
-        }
-        status = failure.Report();
+  for (const Job& job : jobs) {
+    try {
+      Extract(host, image, job, options);
+    } catch (const Failure& failure) {
+      status = failure.Report();
+      if (EndsAll(failure.Code())) {
+        break;
       }
     }
   }
@@ -147,7 +142,27 @@ int ExtractAll(const Host& host, const ImageRecord& image, const ExtractOptions&
 
 int RunExtract(const ExtractOptions& options) {
   const Host host;
-  const ImageRecord image(host, options.path);
+  const ImageRecord image(host, options.path, options.partial);
   image.RequireDataFile();
-  return options.folder.empty() ? ExtractOne(host, image, options) : ExtractAll(host, image, options);
+  const std::vector<Job> jobs = PlanJobs(image, options);
+  for (const Job& job : jobs) {
+    image.RefuseOwnFiles(job.target);
+    if (!options.folder.empty()) { // No track is saved when one cannot be.
+      RequireWritable(job.target, options.force);
+    }
+  }
+  if (options.folder.empty()) {
+    Extract(host, image, jobs.front(), options);
+    return 0;
+  }
+  std::error_code error;
+  const bool isNew = std::filesystem::create_directories(options.folder, error);
+  if (error) {
+    throw Failure(options.folder, "the folder cannot be made: " + error.message(), E_FAIL);
+  }
+  const int status = ExtractAll(host, image, jobs, options);
+  if (isNew) {
+    rmdir(options.folder.c_str()); // Fails for a folder with files.
+  }
+  return status;
 }

@@ -18,28 +18,21 @@ struct KnownCode {
 
 constexpr KnownCode kKnownCodes[] = {
     {S_OK, "S_OK", "success"},
-    {S_FALSE, "S_FALSE", "there is nothing here that could be done"},
-    {E_NOTIMPL, "E_NOTIMPL", "the operation is not offered"},
-    {E_NOINTERFACE, "E_NOINTERFACE", "the object lacks the interface"},
-    {E_POINTER, "E_POINTER", "a place for the result is missing"},
     {kCancelled, "E_ABORT", "cancelled"},
     {E_FAIL, "E_FAIL", "the operation failed without a closer reason"},
     {E_UNEXPECTED, "E_UNEXPECTED", "the object is in no state for this operation"},
     {E_OUTOFMEMORY, "E_OUTOFMEMORY", "there is not enough memory"},
     {E_INVALIDARG, "E_INVALIDARG", "an argument is missing or wrong"},
-    {CLASS_E_NOAGGREGATION, "CLASS_E_NOAGGREGATION", "the class cannot be part of another object"},
-    {CLASS_E_CLASSNOTAVAILABLE, "CLASS_E_CLASSNOTAVAILABLE", "the library lacks the class"},
     {REGDB_E_CLASSNOTREG, "REGDB_E_CLASSNOTREG", "the image library is neither loaded nor registered"},
     {CO_E_CLASSSTRING, "CO_E_CLASSSTRING", "the image library is neither loaded nor registered"},
-    {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library that is registered does not load"},
     {REGDB_E_READREGDB, "REGDB_E_READREGDB", "the registry cannot be read"},
-    {CO_E_ERRORINDLL, "CO_E_ERRORINDLL", "the image library that is registered offers no classes"},
     {ZSE_FAILED, "ZSE_FAILED", "nothing in it can be used as a disc"},
     {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND", "the description or a file that belongs to it is missing"},
     {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES", "it asks for more than an image can have, or memory is short"},
     {ZSE_CANNOTOPENIMAGE, "ZSE_CANNOTOPENIMAGE", "the file cannot be opened for reading"},
     {ZSE_BADIMAGE, "ZSE_BADIMAGE", "this is not an image that can be read"},
     {ZSE_TOCVERSION, "ZSE_TOCVERSION", "a later version of the program wrote this file"},
+    {kFileExists, "ERROR_FILE_EXISTS", "the file exists"},
     {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "ERROR_FILE_NOT_FOUND", "no such file"},
     {HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), "ERROR_PATH_NOT_FOUND", "no such folder"},
     {HRESULT_FROM_WIN32(ERROR_TOO_MANY_OPEN_FILES), "ERROR_TOO_MANY_OPEN_FILES", "too many files are open"},
@@ -47,7 +40,6 @@ constexpr KnownCode kKnownCodes[] = {
     {HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER), "ERROR_INVALID_PARAMETER", "the system takes no such argument"},
     {HRESULT_FROM_WIN32(ERROR_INVALID_NAME), "ERROR_INVALID_NAME", "the system takes no such name"},
     {HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE), "ERROR_FILENAME_EXCED_RANGE", "the name is too long"},
-    {DISP_E_ARRAYISLOCKED, "DISP_E_ARRAYISLOCKED", "the array of tracks is in use"},
     {HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), "ERROR_ACCESS_DENIED", "permission denied"},
     {HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION), "ERROR_SHARING_VIOLATION", "another program writes to the file"},
     {HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), "ERROR_HANDLE_EOF", "the file ends too early"},
@@ -85,6 +77,18 @@ int Failure::Report() const {
   return m_code == kCancelled ? kExitCancelled : kExitFailure;
 }
 
+Failure CurrentFailure(const std::string& image) {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const std::bad_alloc&) {
+    return Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY);
+  } catch (const std::exception& error) {
+    return Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED);
+  }
+}
+
 std::string CodeName(HRESULT code) {
   const KnownCode* known = FindCode(code);
   return known == nullptr ? CodeNumber(code) : known->name;
@@ -101,8 +105,10 @@ std::string_view CodeWords(HRESULT code) {
   return known == nullptr ? "the operation failed" : known->words;
 }
 
+void Note(const std::string& words) { static_cast<void>(std::fprintf(stderr, "zsimage: note: %s.\n", words.c_str())); }
+
 void Check(HRESULT code, std::string_view file, std::string_view words) {
-  if (code != S_OK) {
-    throw Failure(file, words.empty() ? CodeWords(code) : words, code);
+  if (code != S_OK) { // What was asked for has not been done; S_FALSE names no failure.
+    throw Failure(file, words.empty() ? CodeWords(code) : words, code == S_FALSE ? ZSE_FAILED : code);
   }
 }

@@ -13,6 +13,9 @@ inline constexpr int kExitFailure = 1;     ///< The operation failed; standard e
 inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
 inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
 
+/// A file is in the way.
+inline constexpr HRESULT kFileExists = MakeResult(0x80070050);
+
 /// The user ended the command.
 inline constexpr HRESULT kCancelled = MakeResult(0x80004004);
 
@@ -36,14 +39,17 @@ private:
   HRESULT m_code;
 };
 
-/// The name of a result code, such as "ZSE_BADIMAGE"; of one without a name its number.
+/// The exception that is handled, as the failure of an image or, with an empty name, of the command.
+Failure CurrentFailure(const std::string& image);
+
+/// A result code by its name, "ZSE_BADIMAGE", or its number where it has none; by its number, "0x809F001B"; and what it
+/// means, as the part of a sentence.
 std::string CodeName(HRESULT code);
-
-/// The number of a result code: "0x809F001B".
 std::string CodeNumber(HRESULT code);
-
-/// What a result code means, as the part of a sentence.
 std::string_view CodeWords(HRESULT code);
+
+/// Prints something to know on standard error. `words` is UTF-8 without a full stop.
+void Note(const std::string& words);
 
 /// Throws a Failure for every code but 0. S_FALSE is one too: what was asked for has not been done.
 void Check(HRESULT code, std::string_view file, std::string_view words = {});

@@ -26,11 +26,6 @@ std::optional<struct stat> StatusOf(const std::string& path) {
   return status;
 }
 
-std::string FolderOf(const std::string& path) {
-  const std::string folder = path.substr(0, PathFindFileNameA(path));
-  return folder.empty() ? "." : folder;
-}
-
 void CheckSize(const std::string& name, UHYPER size, UHYPER limit) {
   if (size > limit) {
     throw Failure(name, "this is far too large; the limit is " + ReadableSize(limit), E_INVALIDARG);
@@ -81,15 +76,6 @@ bool IsOneOf(const std::string& path, const std::vector<std::string>& files) {
 
 bool SameFile(const std::string& left, const std::string& right) { return IsOneOf(left, {right}); }
 
-void RemoveFile(const std::string& path) {
-  std::string resolved;
-  const auto status = StatusOf(path);
-  if (status && S_ISREG(status->st_mode) && ResolveFilePath(path, &resolved)) {
-    std::error_code ignored;
-    std::filesystem::remove(resolved, ignored);
-  }
-}
-
 void WriteStandardOutput(const BYTE* data, std::size_t size) {
   if (isatty(STDOUT_FILENO) != 0) {
     throw Failure("standard output", "a terminal cannot show these bytes; send them to a file or a pipe", E_INVALIDARG);
@@ -121,9 +107,7 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
     throw Failure(path, missing ? "no such file" : "the file cannot be opened for reading",
                   missing ? ZSE_FILENOTFOUND : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error)));
   }
-  UHYPER size = 0;
-  SetFilePointerEx(file.Get(), 0, &size, FILE_END);
-  SetFilePointerEx(file.Get(), 0, nullptr, FILE_BEGIN);
+  const UHYPER size = FileSize(path).value_or(0);
   CheckSize(path, size, limit);
   std::vector<BYTE> content(static_cast<std::size_t>(size));
   DWORD done = 0;
@@ -134,11 +118,54 @@ std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit) {
   return content;
 }
 
+std::string BytesAt(const std::string& path, UHYPER offset, std::size_t count) {
+  const UniqueHandle file(
+      CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+  std::string bytes(count, '\0');
+  DWORD done = 0;
+  if (SetFilePointerEx(file.Get(), static_cast<std::int64_t>(offset), nullptr, FILE_BEGIN)) {
+    ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(count), &done);
+  }
+  return bytes.substr(0, done);
+}
+
+std::string SoundMark(const std::string& path) {
+  const std::string mark = BytesAt(path, 0, 4);
+  return mark == "RIFF" || mark == "FORM" || mark == "fLaC" ? mark : "";
+}
+
 std::string Beside(const std::string& path, std::string_view name) {
   return path.substr(0, PathFindFileNameA(path)).append(name);
 }
 
+std::string WithExtension(std::string path, std::string_view extension) {
+  PathRenameExtensionA(&path, extension);
+  return path;
+}
+
+std::string OnDisk(const std::string& path) {
+  std::string found = path;
+  ResolveFilePath(path, &found);
+  return found;
+}
+
 std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
+
+std::string FolderOf(const std::string& path) {
+  const std::string folder = path.substr(0, PathFindFileNameA(path));
+  return folder.empty() ? "." : folder;
+}
+
+DWORD SystemError(int error) {
+  static constexpr std::pair<int, DWORD> kErrors[] = {
+      {0, ERROR_SUCCESS},           {ENOENT, ERROR_FILE_NOT_FOUND}, {EACCES, ERROR_ACCESS_DENIED},
+      {EPERM, ERROR_ACCESS_DENIED}, {EROFS, ERROR_WRITE_PROTECT},   {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+      {ENOSPC, ERROR_DISK_FULL},    {EDQUOT, ERROR_DISK_FULL},      {EFBIG, ERROR_FILE_TOO_LARGE},
+      {EIO, ERROR_IO_DEVICE}};
+  const auto* known =
+      std::find_if(std::begin(kErrors), std::end(kErrors), [&](const auto& entry) { return entry.first == error; });
+  return known == std::end(kErrors) ? ERROR_GEN_FAILURE : known->second;
+}
 
 Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWORD error) {
   const auto folder = StatusOf(FolderOf(path));
@@ -152,9 +179,8 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
   if (target ? S_ISDIR(target->st_mode) : path.find_last_of(kPathSeparators) + 1 == path.size()) {
     return Failure(path, "this is a folder; give the name of a file", HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
-  if (target && (S_ISFIFO(target->st_mode) || S_ISSOCK(target->st_mode))) {
-    return Failure(path, "this is neither a file nor a device; - writes to standard output, which may be a pipe",
-                   HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
+  if (target && S_ISSOCK(target->st_mode)) {
+    return Failure(path, "this is neither a file nor a device nor a pipe", HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
   if (!target && error == ERROR_FILE_NOT_FOUND) { // Although the folder is there.
     return Failure(path,
@@ -162,7 +188,9 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
                    HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
   }
   if (error == ERROR_ACCESS_DENIED) {
-    return Failure(path, target ? "the file may not be written" : "no file may be made in this folder",
+    return Failure(path,
+                   target && access(path.c_str(), W_OK) != 0 ? "the file may not be written"
+                                                             : "no file may be made in this folder",
                    HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
   }
   const HRESULT code = error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
@@ -172,48 +200,9 @@ Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWO
                  code);
 }
 
-OutputFile::OutputFile(const std::string& path, UHYPER size)
-    : m_path(path), m_size(size), m_keep(IsStandardStream(path)) {
-  if (IsStandardStream(path)) {
-    return;
-  }
-  m_file.Reset(CreateFileA(path, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
-  if (!m_file) {
-    m_keep = true; // Nothing of ours is there.
-    throw WriteFailure(path, 0, size, GetLastError());
-  }
-}
-
-OutputFile::~OutputFile() {
-  m_file.Reset();
-  if (!m_keep) {
-    RemoveFile(m_path);
-  }
-}
-
-void OutputFile::Write(const BYTE* data, std::size_t size) {
-  if (!m_file) {
-    WriteStandardOutput(data, size);
-    return;
-  }
-  DWORD done = 0;
-  const bool whole = WriteFile(m_file.Get(), data, static_cast<DWORD>(size), &done);
-  m_written += done;
-  if (!whole) {
-    throw WriteFailure(m_path, m_written, m_size, GetLastError());
-  }
-}
-
-namespace {
-
-std::string ScratchPattern() {
+ScratchFolder::ScratchFolder() : m_path("/zsimage-XXXXXX") {
   std::error_code error;
-  return std::filesystem::temp_directory_path(error).string() + "/zsimage-XXXXXX";
-}
-
-} // namespace
-
-ScratchFolder::ScratchFolder() : m_path(ScratchPattern()) {
+  m_path.insert(0, std::filesystem::temp_directory_path(error).string());
   if (mkdtemp(m_path.data()) == nullptr) {
     throw Failure(m_path, "no temporary folder can be made; set TMPDIR to a folder that can be written", E_FAIL);
   }

@@ -22,14 +22,9 @@ bool EndsWith(std::string_view path, std::string_view extension);
 /// Bytes of a file; none when there is no regular file or block device of this path.
 std::optional<UHYPER> FileSize(const std::string& path);
 
-/// Whether a path names an existing file that one of the others names as well.
+/// Whether a path names an existing file that another path, or one of several, names as well.
 bool IsOneOf(const std::string& path, const std::vector<std::string>& files);
-
-/// Whether both paths name one existing file.
 bool SameFile(const std::string& left, const std::string& right);
-
-/// Removes a regular file. Devices of all kinds stay.
-void RemoveFile(const std::string& path);
 
 /// Whether a path stands for standard output or standard input.
 inline bool IsStandardStream(std::string_view path) { return path == "-"; }
@@ -43,42 +38,33 @@ void WriteStandardOutput(const BYTE* data, std::size_t size);
 /// The whole file, or standard input for "-". @throws Failure when it cannot be read or is larger than `limit`.
 std::vector<BYTE> ReadWholeFile(const std::string& path, UHYPER limit);
 
-/// Another name in the folder of a path.
-std::string Beside(const std::string& path, std::string_view name);
+/// Bytes of a file from an offset; fewer, or none, when they cannot be read.
+std::string BytesAt(const std::string& path, UHYPER offset, std::size_t count);
 
-/// The name behind the folder of a path.
+/// The mark of a sound file: RIFF, FORM or fLaC. Empty for any other file.
+std::string SoundMark(const std::string& path);
+
+/// The folder of a path, "." where it names none, and the name after it.
+std::string FolderOf(const std::string& path);
 std::string FileName(const std::string& path);
 
-/// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is
-/// now, so a partial file must still be there.
+/// A path with another name after its folder, or with another extension, dot included.
+std::string Beside(const std::string& path, std::string_view name);
+std::string WithExtension(std::string path, std::string_view extension);
+
+/// A path as it is spelt on disk; as it is when there is no such file.
+std::string OnDisk(const std::string& path);
+
+/// The number of a system error as GetLastError gives it.
+DWORD SystemError(int error);
+
+/// Why a file could not be made or filled: missing folder, no permission, full disk. Looks at the system as it is now.
 /// @param written Bytes that are in the file. @param wanted Bytes that should be.
-/// @param error What GetLastError gave at the open or write that failed; ERROR_SUCCESS when nothing told.
+/// @param error Number of the error of the open or write that failed; ERROR_SUCCESS when none is known.
 Failure WriteFailure(const std::string& path, UHYPER written, UHYPER wanted, DWORD error);
 
 /// Why standard output took not all. @param error errno at the write that failed, 0 when it is not known any more.
 Failure OutputFailure(int error);
-
-/// A file that the tool writes, or standard output for "-". A file goes away again unless it is kept.
-class OutputFile {
-public:
-  /// @throws Failure when it cannot be created.
-  OutputFile(const std::string& path, UHYPER size);
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile();
-
-  /// @throws Failure when not all of it goes out.
-  void Write(const BYTE* data, std::size_t size);
-
-  void Keep() noexcept { m_keep = true; }
-
-private:
-  std::string m_path;
-  UniqueHandle m_file;
-  UHYPER m_size;
-  UHYPER m_written = 0;
-  bool m_keep = false;
-};
 
 /// A new folder that goes away with what is in it.
 class ScratchFolder {

@@ -28,5 +28,6 @@ void CheckIsrc(std::string_view isrc, Findings* findings);
 /// Catalogue number of a disc: 13 digits, of which the last is a check digit (EAN-13). Empty text is none.
 void CheckCatalogue(std::string_view catalogue, Findings* findings);
 
-/// The check bytes of CD-Text packs (Red Book): 18 bytes each. Packs without check bytes have zeros there.
+/// The number and the check bytes of CD-Text packs (Red Book): 18 bytes each. Packs without check bytes have zeros
+/// there.
 void CheckPacks(const std::vector<BYTE>& packs, Findings* findings);

@@ -4,7 +4,8 @@
 #include "failure.h"
 #include "files.h"
 #include "platform/class_objects.h"
-#include "platform/paths.h"
+#include "platform/message_box.h"
+#include "platform/message_box.h"
 
 namespace {
 
@@ -14,24 +15,41 @@ template <class I> void Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* obj
   Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid()), "");
 }
 
-template <class Record> bool HasText(const Record& record) {
-  return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
-         record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
-         record.bstrGenre != nullptr;
-}
+/// Drops the message boxes of the component. The tool has messages of its own.
+class NoMessages final : public MessageHandler {
+  void Show(std::string_view /*text*/, std::string_view /*caption*/, UINT /*type*/) noexcept override {}
+};
+NoMessages g_noMessages;
 
 } // namespace
 
 Host::Host() {
+  SetMessageHandler(&g_noMessages);
   Create(kProgIdImageFile, IID_IZSImageFile, &m_images);
   Create(kProgIdCueSheet, IID_IZSCueSheet, &m_sheets);
 }
 
-ImageRecord::ImageRecord(const Host& host, const std::string& path) : m_images(host.Images()), m_path(path), m_info{} {
-  const HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
+ImageRecord::ImageRecord(const Host& host, const std::string& path, bool partial)
+    : m_images(host.Images()), m_path(path), m_info{} {
+  HRESULT result = m_images.GetImageFileInfo(Wide(path).get(), &m_info);
+  const bool isSizeless = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1 &&
+                          m_info.pZSCueSheet[0]->pZSTracks[0].BlockSize == ZSFILEBLOCKSIZE_NULL;
+  if (partial && (result != S_OK || isSizeless)) {
+    m_images.FreeImageFileInfo(&m_info);
+    const HRESULT first = result;
+    result = ReadPartialImage(host, path, &m_info);
+    result = result == S_OK || first == S_OK ? result : first;
+  }
   if (result != S_OK) {
     throw Failure(path, ExplainOpenFailure(host, path, result), result);
   }
+}
+
+const std::string& ImageRecord::DataFile() const {
+  if (m_dataFile.empty()) {
+    m_dataFile = OnDisk(Narrow(m_info.bstrImageBinaryFile));
+  }
+  return m_dataFile;
 }
 
 bool ImageRecord::IsItsOwnDataFile() const {
@@ -39,32 +57,34 @@ bool ImageRecord::IsItsOwnDataFile() const {
   return hasOther && SameFile(DataFile(), m_path);
 }
 
+std::optional<UHYPER> ImageRecord::DataSize() const { return IsItsOwnDataFile() ? std::nullopt : FileSize(DataFile()); }
+
+std::vector<TrackPlace> ImageRecord::Places(unsigned session) const {
+  std::vector<TrackPlace> places;
+  VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackPlace& place) { places.push_back(place); });
+  return places;
+}
+
 void ImageRecord::RequireDataFile() const {
-  std::string expected = DataFile();
-  if (!IsItsOwnDataFile() && FileSize(expected)) {
+  if (DataSize()) {
     return;
   }
   if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
-    expected = m_path;
-    PathRenameExtensionA(&expected, ".img");
+    throw Failure(WithExtension(m_path, ".img"), "there is no such data file; put it there", ZSE_FILENOTFOUND);
   }
-  throw Failure(expected,
-                SameFile(expected, m_path) ? "the description names no data file but itself, which holds no sectors"
-                                           : "there is no such data file; put it there",
+  throw Failure(DataFile(),
+                SameFile(DataFile(), m_path) ? "the description names no data file but itself, which holds no sectors"
+                                             : "there is no such data file; put it there",
                 ZSE_FILENOTFOUND);
 }
 
 void ImageRecord::RefuseOwnFiles(const std::string& output) const {
   std::vector<std::string> own{m_path, DataFile()};
-  const auto addCompanion = [&](const char* extension) {
-    own.push_back(m_path);
-    PathRenameExtensionA(&own.back(), extension);
-  };
-  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
-    addCompanion(".CDT");
+  if (EndsWith(m_path, ".CUE")) {
+    own.push_back(WithExtension(m_path, ".CDT"));
   }
-  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE || m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
-    addCompanion(".SUB");
+  if (EndsWith(m_path, ".CUE") || EndsWith(m_path, ".CCD")) {
+    own.push_back(WithExtension(m_path, ".SUB"));
   }
   if (IsOneOf(output, own)) {
     throw Failure(output, "this file belongs to the image that is read; give another name", E_INVALIDARG);
@@ -81,37 +101,32 @@ ZSCUESHEET& ImageRecord::Session(unsigned number) const {
   return *m_info.pZSCueSheet[number - 1];
 }
 
-SheetRecord::SheetRecord(const Host& host, unsigned tracks) : m_sheets(host.Sheets()) {
-  Check(m_sheets.AllocCueSheet(&m_sheet), "");
-  m_sheet->pZSTracks = tracks == 0 ? nullptr : AllocateCleared<ZSTRACK>(tracks);
-  if (m_sheet->pZSTracks == nullptr && tracks != 0) {
-    m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE);
+UniqueSheet MakeSheet(const Host& host, unsigned tracks) {
+  ZSCUESHEET* made = nullptr;
+  Check(host.Sheets().AllocCueSheet(&made), "");
+  UniqueSheet sheet(made, SheetFree{&host.Sheets()});
+  sheet->pZSTracks = tracks == 0 ? nullptr : AllocateCleared<ZSTRACK>(tracks);
+  if (tracks != 0 && sheet->pZSTracks == nullptr) {
     throw std::bad_alloc();
   }
-  m_sheet->nTracks = tracks;
+  sheet->nTracks = tracks;
   for (unsigned i = 0; i < tracks; ++i) {
-    m_sheet->pZSTracks[i].TNO = i + 1;
+    sheet->pZSTracks[i].TNO = i + 1;
   }
+  return sheet;
 }
 
-EncodedText::EncodedText(const Host& host, ZSCUESHEET& sheet, bool withSubChannel) {
-  MarkText(&sheet);
+std::vector<BYTE> EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel) {
+  bool hasText = HasText(sheet->ZSCDTEXT);
+  for (UINT i = 0; i < sheet->nTracks; ++i) {
+    hasText = hasText || HasText(sheet->pZSTracks[i]);
+  }
+  sheet->ZSCDTEXT.CDTextPresent = hasText ? VARIANT_TRUE : VARIANT_FALSE;
   BYTE* data = nullptr;
   LONG length = 0;
-  m_result = host.Sheets().EncodeCDText(&sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
-  if (m_result == S_OK) {
-    m_data.reset(data);
-    m_size = static_cast<std::size_t>(length);
-  }
-}
-
-bool MarkText(ZSCUESHEET* sheet) {
-  bool any = HasText(sheet->ZSCDTEXT);
-  for (UINT i = 0; i < sheet->nTracks; ++i) {
-    any = any || HasText(sheet->pZSTracks[i]);
-  }
-  if (any) {
-    sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
-  }
-  return any;
+  const HRESULT result =
+      host.Sheets().EncodeCDText(sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
+  const TaskMemory<BYTE> owned(data);
+  Check(FAILED(result) ? result : S_OK, "");
+  return {data, data + length};
 }

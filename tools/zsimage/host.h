@@ -2,12 +2,15 @@
 /// The tool as a host of the component: its objects, and records that free themselves.
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "imagefile/image_file_interface.h"
 #include "platform/task_memory.h"
 #include "terminal_text.h"
+#include "track_place.h"
 
 /// The two objects of the component.
 class Host {
@@ -26,8 +29,9 @@ private:
 /// One image that was read.
 class ImageRecord {
 public:
-  /// @param path Narrow text. @throws Failure that says why the image cannot be read.
-  ImageRecord(const Host& host, const std::string& path);
+  /// @param path Narrow text. @param partial Whether the data file may end inside a sector.
+  /// @throws Failure that says why the image cannot be read.
+  ImageRecord(const Host& host, const std::string& path, bool partial = false);
   ImageRecord(const ImageRecord&) = delete;
   ImageRecord& operator=(const ImageRecord&) = delete;
   ~ImageRecord() { m_images.FreeImageFileInfo(&m_info); }
@@ -36,8 +40,20 @@ public:
   const zsimagefileinfo& Info() const noexcept { return m_info; }
   const std::string& Path() const noexcept { return m_path; }
 
-  /// The sector file as the record spells it, narrow text.
-  std::string DataFile() const { return Narrow(m_info.bstrImageBinaryFile); }
+  /// The sector file as it is spelt on disk, or as the record names it when it is not there. Narrow text. The first
+  /// answer stays when the record changes.
+  const std::string& DataFile() const;
+
+  /// Bytes of the sector file; none when there is no such file.
+  std::optional<UHYPER> DataSize() const;
+
+  /// Visits the tracks of a session. @throws Failure as Session does.
+  void VisitTracks(unsigned session, const PlaceVisitor& visit) const {
+    Session(session);
+    VisitPlaces(m_info, session - 1, DataSize(), visit);
+  }
+  /// Their places in the sector file.
+  std::vector<TrackPlace> Places(unsigned session) const;
 
   /// Whether a description that keeps its sectors elsewhere has itself as sector file, as those have whose other file
   /// is not there.
@@ -56,40 +72,26 @@ private:
   IZSImageFile& m_images;
   std::string m_path;
   zsimagefileinfo m_info;
+  mutable std::string m_dataFile; ///< Empty until it is asked for.
 };
 
-/// A sheet with a given number of empty tracks.
-class SheetRecord {
-public:
-  SheetRecord(const Host& host, unsigned tracks);
-  SheetRecord(const SheetRecord&) = delete;
-  SheetRecord& operator=(const SheetRecord&) = delete;
-  ~SheetRecord() { m_sheets.FreeZSCueSheet(m_sheet, VARIANT_TRUE); }
-
-  ZSCUESHEET& Sheet() const noexcept { return *m_sheet; }
-
-private:
-  IZSCueSheet& m_sheets;
-  ZSCUESHEET* m_sheet = nullptr;
+/// Frees a sheet.
+struct SheetFree {
+  IZSCueSheet* sheets;
+  void operator()(ZSCUESHEET* sheet) const { sheets->FreeZSCueSheet(sheet, VARIANT_TRUE); }
 };
+using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
 
-/// CD-Text packs that the component made.
-class EncodedText {
-public:
-  /// Packs the text of a sheet. Text that came from elsewhere, such as the TITLE lines of a CUE sheet, counts as
-  /// well as decoded CD-Text; without any text the answer is S_FALSE and nothing is held.
-  EncodedText(const Host& host, ZSCUESHEET& sheet, bool withSubChannel);
+/// A sheet with a number of empty tracks.
+UniqueSheet MakeSheet(const Host& host, unsigned tracks);
 
-  HRESULT Result() const noexcept { return m_result; }
-  BYTE* Data() const noexcept { return m_data.get(); }
-  std::size_t Size() const noexcept { return m_size; }
+/// Whether a track or a disc has a text.
+template <class Record> bool HasText(const Record& record) {
+  return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
+         record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||
+         record.bstrGenre != nullptr;
+}
 
-private:
-  HRESULT m_result;
-  TaskMemory<BYTE> m_data;
-  std::size_t m_size = 0;
-};
-
-/// Marks a sheet that has any text as one with CD-Text, so that the text goes into what is written from it.
-/// @return whether it has any.
-bool MarkText(ZSCUESHEET* sheet);
+/// Packs the text of a sheet. Text of any source counts, such as the TITLE lines of a CUE sheet. Empty for a sheet
+/// without text.
+std::vector<BYTE> EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel);

@@ -8,10 +8,10 @@ namespace {
 void ShowImage(const Host& host, const std::string& path, const InfoOptions& options) {
   const ImageRecord image(host, path);
   if (options.json) {
-    PrintJson(ImageToJson(image.Info()), options.paths.size() > 1);
+    PrintRecordJson(image.Info(), options.paths.size() > 1);
   } else {
     Print(&path == &options.paths.front() ? "" : "\n");
-    Print(RenderImage(image));
+    PrintImage(host, image);
   }
 }
 

@@ -2,6 +2,7 @@
 /// zsimage: shows, checks, converts and takes apart disc images.
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -23,6 +24,7 @@ int FinishOutput(int status) {
 } // namespace
 
 int main(int argc, char** argv) {
+  std::signal(SIGXFSZ, SIG_IGN); // A limit of file sizes becomes a failed write, which cleans up.
   try {
     return FinishOutput(CommandLine().Run(argc, argv));
   } catch (const std::exception& error) {

@@ -1,8 +1,7 @@
-#include <cstdio>
-
 #include "commands.h"
 #include "disc_picture.h"
 #include "files.h"
+#include "output_file.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ std::string Page(const std::string& picture) {
 
 int RunMap(const MapOptions& options) {
   const bool isPage = EndsWith(options.output, ".HTML");
-  if (!isPage && !EndsWith(options.output, ".SVG") && !IsStandardStream(options.output)) {
+  if (!isPage && !EndsWith(options.output, ".SVG") && !IsStandardOutput(options.output)) {
     throw Failure(options.output, "pictures are written as .svg or .html; give a name with one of these extensions",
                   E_INVALIDARG);
   }
@@ -28,13 +27,11 @@ int RunMap(const MapOptions& options) {
   image.RefuseOwnFiles(options.output);
   const std::string picture = DrawDisc(image);
   const std::string content = isPage ? Page(picture) : picture;
-  if (IsStandardStream(options.output)) {
+  if (IsStandardOutput(options.output)) {
     Print(content); // Text, which a terminal may show.
     return 0;
   }
-  OutputFile file(options.output, content.size());
-  file.Write(reinterpret_cast<const BYTE*>(content.data()), content.size());
-  file.Keep();
-  std::printf("%s: %s\n", TerminalText(options.output).c_str(), ReadableSize(content.size()).c_str());
+  WriteWholeFile(options.output, content, options.force);
+  Print(TerminalText(options.output) + ": " + ReadableSize(content.size()) + "\n");
   return 0;
 }

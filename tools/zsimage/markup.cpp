@@ -1,5 +1,8 @@
 #include "markup.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "terminal_text.h"
 
 namespace {
@@ -31,23 +34,16 @@ double CharacterWidth(std::string_view character) {
 } // namespace
 
 std::string Escaped(std::string_view utf8) {
+  // XML has no characters U+FFFE and U+FFFF.
+  static constexpr std::pair<std::string_view, std::string_view> kEscapes[] = {
+      {"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}, {"\xEF\xBF\xBE", "?"}, {"\xEF\xBF\xBF", "?"}};
   std::string text;
   for (std::size_t at = 0; at < utf8.size();) {
     const std::string_view character = utf8.substr(at, CharacterLength(utf8, at));
+    const auto* escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
+                                      [&](const auto& entry) { return entry.first == character; });
+    text += escape == std::end(kEscapes) ? character : escape->second;
     at += character.size();
-    if (character == "&") {
-      text += "&amp;";
-    } else if (character == "<") {
-      text += "&lt;";
-    } else if (character == ">") {
-      text += "&gt;";
-    } else if (character == "\"") {
-      text += "&quot;";
-    } else if (character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF") {
-      text += "?"; // XML has no such characters.
-    } else {
-      text += character;
-    }
   }
   return text;
 }

@@ -1,62 +1,38 @@
-#include <cstdio>
+#include <algorithm>
 #include <optional>
-#include <vector>
 
 #include "commands.h"
+#include "disc_words.h"
 #include "failure.h"
+#include "files.h"
 #include "host.h"
 #include "record_json.h"
-#include "track_place.h"
 
 namespace {
-
-struct BytePosition {
-  UHYPER seek;
-  std::optional<UHYPER> length;
-};
-
-/// The component walks over tracks that must be there.
-void RequireTracks(const ImageRecord& image) {
-  const zsimagefileinfo& info = image.Info();
-  bool walkable = info.nSessions > 0;
-  for (USHORT i = 0; i < info.nSessions; ++i) {
-    walkable = walkable && info.pZSCueSheet[i]->nTracks > 0;
-  }
-  if (!walkable) {
-    throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
-  }
-}
-
-/// The length is left alone when no track holds the sector. Asking twice, over different values, shows whether it
-/// was written.
-BytePosition FindPosition(const Host& host, ImageRecord& image, ULONG lba) {
-  UHYPER seek = 0;
-  UHYPER lengths[] = {0, 1};
-  for (UHYPER& length : lengths) {
-    Check(host.Images().GetPositionFromLBA(&image.Info(), lba, &seek, &length), image.Path());
-  }
-  return {seek, lengths[0] == lengths[1] ? std::optional(lengths[0]) : std::nullopt};
-}
 
 /// A sector of the disc in the data file.
 struct SectorPlace {
   unsigned session; ///< From 1, as the track.
   UINT track;
+  bool isPregap;
   UHYPER byte;
 };
 
-/// Where a sector is, in the first track that holds it. The component's answer for hosts is that of the whole track.
-std::optional<SectorPlace> PlaceOf(const zsimagefileinfo& info, ULONG lba) {
-  for (unsigned session = 0; session < info.nSessions; ++session) {
-    const std::vector<TrackPlace> places = PlacesOfSession(info, session);
-    for (UINT i = 0; i < places.size(); ++i) {
-      const ULONG first = info.pZSCueSheet[session]->pZSTracks[i].dwLBA;
-      if (lba >= first && lba - first < places[i].sectors) {
-        return SectorPlace{session + 1, i + 1, places[i].begin + UHYPER{lba - first} * places[i].blockSize};
+/// Where a sector is, in the first track that holds it or has it in its pregap. The component's answer for hosts is
+/// that of the whole track.
+std::optional<SectorPlace> PlaceOf(const ImageRecord& image, std::int64_t lba) {
+  std::optional<SectorPlace> found;
+  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
+    UINT number = 0;
+    image.VisitTracks(session, [&](const ZSTRACK& track, const TrackPlace& place) {
+      const std::int64_t offset = lba - track.dwLBA;
+      ++number;
+      if (!found && offset >= -std::int64_t{place.pregap} && offset < place.sectors) {
+        found = {session, number, offset < 0, place.begin + static_cast<UHYPER>(offset) * place.blockSize};
       }
-    }
+    });
   }
-  return std::nullopt;
+  return found;
 }
 
 } // namespace
@@ -64,20 +40,29 @@ std::optional<SectorPlace> PlaceOf(const zsimagefileinfo& info, ULONG lba) {
 int RunPosition(const PositionOptions& options) {
   const Host host;
   ImageRecord image(host, options.path);
-  RequireTracks(image);
-  const BytePosition position = FindPosition(host, image, options.lba);
-  const std::optional<SectorPlace> place = PlaceOf(image.Info(), options.lba);
+  const auto* const sheets = image.Info().pZSCueSheet;
+  const auto hasTracks = [](const ZSCUESHEET* sheet) { return sheet->nTracks > 0; };
+  if (image.Info().nSessions == 0 || !std::all_of(sheets, sheets + image.Info().nSessions, hasTracks)) {
+    throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
+  }
+  UHYPER seek = 0;
+  UHYPER length = kToEndOfFile; // Not written when no track holds the sector.
+  Check(host.Images().GetPositionFromLBA(&image.Info(), options.lba, &seek, &length), image.Path());
+  const std::optional<SectorPlace> place = PlaceOf(image, options.lba);
+  const std::string sector = Format("sector %u (", options.lba) + DiscTime(options.lba) + ")";
   if (options.json) {
-    PrintJson({{"pSeek64", position.seek},
-               {"pLength64", position.length ? Json(*position.length) : Json(nullptr)},
+    PrintJson({{"pSeek64", seek},
+               {"pLength64", length == kToEndOfFile ? Json(nullptr) : Json(length)},
+               {"session", place ? Json(place->session) : Json(nullptr)},
+               {"track", place ? Json(place->track) : Json(nullptr)},
+               {"file", TerminalText(image.DataFile())},
                {"byte", place ? Json(place->byte) : Json(nullptr)}});
   } else if (place) {
-    std::printf("Sector %u begins at byte %llu of %s, in track %u of session %u.\n", options.lba,
-                static_cast<unsigned long long>(place->byte), TerminalText(image.DataFile()).c_str(), place->track,
-                place->session);
-  } else {
-    std::printf("Sector %u is in no track of %s: in a pregap, between sessions or behind the end.\n", options.lba,
-                TerminalText(image.Path()).c_str());
+    Print("S" + sector.substr(1) + " begins at byte " + std::to_string(place->byte) + " of " +
+          TerminalText(image.DataFile()) + (place->isPregap ? ", in the pregap of " : ", in ") +
+          Format("track %u of session %u.\n", place->track, place->session));
   }
-  return 0;
+  return place ? 0
+               : Failure(image.Path(), sector + " is in no track: between sessions or after the end", E_INVALIDARG)
+                     .Report();
 }

@@ -1,7 +1,9 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <iterator>
 
 #include "terminal.h"
 #include "terminal_text.h"
@@ -11,6 +13,9 @@ namespace {
 constexpr auto kRefresh = std::chrono::milliseconds(100);
 constexpr std::size_t kBarColumns = 30;
 
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+struct sigaction g_old[std::size(kSignals)]; ///< What the signals did before the first watch.
+unsigned g_watches = 0;
 volatile std::sig_atomic_t g_interrupted = 0; // The one thing a signal may write to.
 
 void OnSignal(int /*signal*/) { g_interrupted = 1; }
@@ -38,27 +43,43 @@ void ProgressBar::Show(UHYPER done) {
   m_last = now;
   m_shown = true;
   const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(m_total));
-  const auto filled = static_cast<std::size_t>(share * kBarColumns);
   const double seconds = std::chrono::duration<double>(now - m_start).count();
   const std::string rate =
       seconds < 0.5 ? "" : ReadableSize(static_cast<UHYPER>(static_cast<double>(done) / seconds)) + "/s";
-  std::fprintf(stderr, "\r%s  [%s%s] %3.0f%%  %s of %s  %s\033[K", m_label.c_str(), std::string(filled, '=').c_str(),
-               std::string(kBarColumns - filled, ' ').c_str(), share * 100, ReadableSize(done).c_str(),
-               ReadableSize(m_total).c_str(), rate.c_str());
+  // What does not fit is left out: a line that wraps cannot be written over.
+  const std::size_t columns = TerminalColumns(STDERR_FILENO) - 1;
+  const std::string percent = Format("%3.0f%%", share * 100);
+  const std::string sizes = "  " + ReadableSize(done) + " of " + ReadableSize(m_total) + "  " + rate;
+  std::string line = m_label + "  " + percent;
+  line += line.size() + sizes.size() <= columns ? sizes : "";
+  constexpr std::size_t kFrame = 3; // Brackets and a blank.
+  if (line.size() + kFrame < columns) {
+    const std::size_t width = std::min(kBarColumns, columns - line.size() - kFrame);
+    std::string bar(width, ' ');
+    std::fill_n(bar.begin(), static_cast<std::size_t>(share * static_cast<double>(width)), '=');
+    line.insert(m_label.size() + 2, "[" + bar + "] ");
+  }
+  std::fprintf(stderr, "\r%s\033[K", (line.size() > columns ? percent : line).substr(0, columns).c_str());
   std::fflush(stderr);
 }
 
 InterruptWatch::InterruptWatch() {
-  struct sigaction action {};
-  action.sa_handler = OnSignal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, &m_oldInterrupt);
-  sigaction(SIGTERM, &action, &m_oldTerminate);
+  for (std::size_t i = 0; g_watches == 0 && i < std::size(kSignals); ++i) {
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigaction(kSignals[i], nullptr, &g_old[i]);
+    if (g_old[i].sa_handler != SIG_IGN) { // As nohup asks for.
+      sigaction(kSignals[i], &action, nullptr);
+    }
+  }
+  ++g_watches;
 }
 
 InterruptWatch::~InterruptWatch() {
-  sigaction(SIGINT, &m_oldInterrupt, nullptr);
-  sigaction(SIGTERM, &m_oldTerminate, nullptr);
+  --g_watches;
+  for (std::size_t i = 0; g_watches == 0 && i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], &g_old[i], nullptr);
+  }
 }
 
 bool InterruptWatch::Requested() noexcept { return g_interrupted != 0; }

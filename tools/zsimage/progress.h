@@ -3,7 +3,6 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <string>
 
 #include "cuesheet/cue_sheet_interface.h"
@@ -30,8 +29,7 @@ private:
   Clock::time_point m_last;
 };
 
-/// While one lives, Ctrl-C and a polite request to end are noted and end nothing by themselves. They may
-/// nest.
+/// While one lives, Ctrl-C, SIGTERM and the end of the terminal are noted and end nothing by themselves.
 class InterruptWatch {
 public:
   InterruptWatch();
@@ -40,10 +38,6 @@ public:
   ~InterruptWatch();
 
   static bool Requested() noexcept;
-
-private:
-  struct sigaction m_oldInterrupt {};
-  struct sigaction m_oldTerminate {};
 };
 
 /// One transfer of sectors through one stream or several: the target of their callback.

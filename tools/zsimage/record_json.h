@@ -14,11 +14,11 @@
 
 using Json = nlohmann::ordered_json;
 
-/// The whole record. `pZSCueSheet` is the array of its `nSessions` sheets.
-Json ImageToJson(const zsimagefileinfo& info);
+/// Prints the whole record. `pZSCueSheet` is the array of its `nSessions` sheets.
+void PrintRecordJson(const zsimagefileinfo& info, bool isLine);
 
-/// One session. `pZSTracks` is the array of its `nTracks` tracks.
-Json SheetToJson(const ZSCUESHEET& sheet);
+/// Prints one session. `pZSTracks` is the array of its `nTracks` tracks.
+void PrintSheetJson(const ZSCUESHEET& sheet);
 
 /// What `--json` prints for a failure: {"image": "disc.nrg", "result": "ZSE_BADIMAGE", "code": "0x809F001B",
 /// "words": "..."}. The words name the file that is at fault where it is another than the image.
@@ -35,3 +35,10 @@ int ForEachImage(const std::vector<std::string>& paths, bool json, const std::fu
 /// Prints one value on standard output, with a line end behind it.
 /// @param isLine Whether the value must stand in one line.
 void PrintJson(const Json& json, bool isLine = false);
+
+using JsonSink = std::function<void(const Json& element)>;
+
+/// Prints a value whose arrays of the name `list` are empty and get their elements from `giveElements` while they are
+/// printed, so that memory does not grow with them. `giveElements` is called for each of these arrays, from 0.
+void PrintJson(const Json& frame, bool isLine, const char* list,
+               const std::function<void(unsigned array, const JsonSink& sink)>& giveElements);

@@ -1,12 +1,10 @@
 #include "record_table.h"
 
-#include <sys/stat.h>
-
 #include <initializer_list>
 
 #include "disc_words.h"
+#include "explain.h"
 #include "files.h"
-#include "platform/paths.h"
 #include "text_table.h"
 
 namespace {
@@ -37,46 +35,20 @@ std::string FlagWords(LONG flags) {
 
 std::string Gap(LONG sectors) { return sectors == 0 ? "" : Format("%d", sectors); }
 
-TextTable TrackTable() {
-  using enum TextTable::Align;
-  TextTable table;
-  table.AddColumn("Session", Right, true);
-  table.AddColumn("Track", Right, true);
-  table.AddColumn("Mode", Left, true);
-  table.AddColumn("Block", Right, true);
-  table.AddColumn("Start", Right, true);
-  table.AddColumn("Sector", Right, true);
-  table.AddColumn("Length", Right, true);
-  table.AddColumn("Sectors", Right, true);
-  table.AddColumn("Pregap", Right);
-  table.AddColumn("Postgap", Right);
-  table.AddColumn("Flags", Left);
-  table.AddColumn("ISRC", Left);
-  table.AddColumn("Title", Left);
-  table.AddColumn("Performer", Left);
-  return table;
-}
-
-void AddTracks(const ZSCUESHEET& sheet, unsigned session, TextTable* table) {
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    const ZSTRACK& track = sheet.pZSTracks[i];
-    const bool sound = track.dwEndLBA >= track.dwLBA;
+void GiveTracks(const ImageRecord& image, unsigned session, const TextTable::RowSink& sink) {
+  const ZSCUESHEET& sheet = image.Session(session);
+  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
+  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
+  image.VisitTracks(session, [&](const ZSTRACK& track, const TrackPlace& place) {
+    const bool sound = track.dwEndLBA >= track.dwLBA && (place.missing == 0 || place.sectors != 0);
     const ULONG sectors = sound ? track.dwEndLBA - track.dwLBA : 0;
-    table->AddRow({Format("%u", session),
-                   Format("%u", track.TNO),
-                   {ModeWords(track.Mode), ModeColour(track.Mode)},
-                   Format("%d", static_cast<int>(track.BlockSize)),
-                   DiscTime(track.dwLBA),
-                   Format("%u", track.dwLBA),
-                   sound ? Duration(sectors) : "-",
-                   sound ? Format("%u", sectors) : "-",
-                   Gap(track.Pregap),
-                   Gap(track.Postgap),
-                   FlagWords(track.Flags),
-                   TerminalText(track.bstrISRC),
-                   TerminalText(track.bstrTitle),
-                   TerminalText(track.bstrPerformer)});
-  }
+    const TextTable::Cell mode(ModeWords(track.Mode), ModeColour(track.Mode));
+    const TextTable::Cell note(CutOffWords(place.missing), Colour::Red);
+    sink({Format("%u", session), Format("%u", track.TNO), mode, Format("%d", static_cast<int>(track.BlockSize)),
+          DiscTime(track.dwLBA), Format("%u", track.dwLBA), sound ? Duration(sectors) : "-",
+          sound ? Format("%u", sectors) : "-", Gap(track.Pregap), Gap(track.Postgap), FlagWords(track.Flags),
+          TerminalText(track.bstrISRC), titles.Show(track.bstrTitle), performers.Show(track.bstrPerformer), note});
+  });
 }
 
 /// One line "  Name         value"; none without a value.
@@ -98,19 +70,36 @@ void AddDiscText(std::string* page, const ::ZSCDTEXT& text) {
 }
 
 std::string DataFileWords(const ImageRecord& image) {
-  const std::string named = image.DataFile();
+  const std::string& named = image.DataFile();
   if (image.IsItsOwnDataFile()) {
     return image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD
                ? "none: there is no .img file of this name beside the description"
                : "none: the description names no file but itself";
   }
-  std::string resolved;
-  struct stat status {};
-  if (!ResolveFilePath(named, &resolved) || stat(resolved.c_str(), &status) != 0) {
-    return TerminalText(named) + " (no such file)";
+  const std::optional<UHYPER> size = image.DataSize();
+  const std::string mark = image.Info().dwSeekBegin64 != 0 ? "" : SoundMark(named);
+  return TerminalText(named) + (size ? " (" + ReadableSize(*size) + ")" : " (no such file)") +
+         (mark.empty() ? "" : ", a sound file (" + mark + ") that is read as raw samples");
+}
+
+/// Why the image has no sectors; `kind` when it has some.
+std::string WhyEmpty(const Host& host, const ImageRecord& image, const char* kind) {
+  UHYPER sectors = 0;
+  bool isSizeless = false;
+  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
+    image.VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackPlace& place) {
+      sectors += UHYPER{place.sectors} + place.missing;
+      isSizeless = isSizeless || place.blockSize == 0;
+    });
   }
-  const std::string size = S_ISREG(status.st_mode) ? ReadableSize(static_cast<UHYPER>(status.st_size)) : "device";
-  return TerminalText(resolved) + " (" + size + ")";
+  if (sectors != 0) {
+    return kind;
+  }
+  return image.DataSize() == 0 ? "none: the image is empty"
+         : isSizeless          ? "none: " + SizelessWords(host, image)
+         : image.Info().ZSImageFormat == ZSIMAGEFORMAT_NRG
+             ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"
+             : "none: the image has no sectors";
 }
 
 std::string CompanionWords(LONG mask) {
@@ -134,49 +123,44 @@ std::string IdWords(const zsimagefileinfo& info) {
   return words;
 }
 
-const char* NoSessions(const zsimagefileinfo& info) {
-  return info.ZSImageFormat == ZSIMAGEFORMAT_NRG
-             ? "  The image has no sessions that can be read; chunks of older versions (CUES, DAOI, ETNF) are not."
-             : "  The image has no sessions.";
-}
-
 } // namespace
 
-std::string RenderImage(const ImageRecord& image) {
+void PrintImage(const Host& host, const ImageRecord& image) {
   const zsimagefileinfo& info = image.Info();
   std::string page = Coloured(TerminalText(image.Path()), Colour::Bold) + "\n";
-  AddLine(&page, "Kind", KindWords(info.ZSTYPEPROJECT));
+  AddLine(&page, "Kind", WhyEmpty(host, image, KindWords(info.ZSTYPEPROJECT)));
   AddLine(&page, "Format", FormatWords(info.ZSImageFormat));
   AddLine(&page, "Data file", DataFileWords(image));
   AddLine(&page, "Disc id", IdWords(info));
   AddLine(&page, "With", CompanionWords(info.lMask));
-  TextTable table = TrackTable();
-  for (USHORT i = 0; i < info.nSessions; ++i) {
-    if (i == 0) {
-      AddDiscText(&page, info.pZSCueSheet[i]->ZSCDTEXT);
-    }
-    AddTracks(*info.pZSCueSheet[i], i + 1U, &table);
+  if (info.nSessions == 0) {
+    return Print(page);
   }
-  page += info.nSessions == 0 ? NoSessions(info) : "";
-  return page.append("\n").append(info.nSessions == 0 ? "" : table.Render(2));
+  AddDiscText(&page, info.pZSCueSheet[0]->ZSCDTEXT);
+  Print(page + "\n");
+  TextTable table({">Session", ">Track", "Mode", ">Block", ">Start", ">Sector", ">Length", ">Sectors"},
+                  {">Pregap", ">Postgap", "Flags", "ISRC", "Title", "Performer", "Note"});
+  table.Print([&](const TextTable::RowSink& sink) {
+    for (USHORT i = 0; i < info.nSessions; ++i) {
+      GiveTracks(image, i + 1U, sink);
+    }
+  });
 }
 
-std::string RenderSheet(const ZSCUESHEET& sheet) {
-  std::string page;
-  AddDiscText(&page, sheet.ZSCDTEXT);
-  using enum TextTable::Align;
-  TextTable table;
-  for (const char* heading : {"Title", "Performer", "Songwriter", "Composer", "Arranger", "Genre", "Message"}) {
-    if (heading == std::string("Title")) {
-      table.AddColumn("Track", Right, true);
+void PrintSheet(const ZSCUESHEET& sheet) {
+  std::string texts;
+  AddDiscText(&texts, sheet.ZSCDTEXT);
+  Print(texts + (texts.empty() ? "" : "\n"));
+  TextTable table({">Track"}, {"Title", "Performer", "Songwriter", "Composer", "Arranger", "Genre", "Message"});
+  table.Print([&](const TextTable::RowSink& sink) {
+    const ::ZSCDTEXT& disc = sheet.ZSCDTEXT;
+    TextColumn columns[] = {disc.bstrTitle,    disc.bstrPerformer, disc.bstrSongwriter, disc.bstrComposer,
+                            disc.bstrArranger, disc.bstrGenre,     disc.bstrMessage};
+    for (UINT i = 0; i < sheet.nTracks; ++i) {
+      const ZSTRACK& track = sheet.pZSTracks[i];
+      sink({Format("%u", track.TNO), columns[0].Show(track.bstrTitle), columns[1].Show(track.bstrPerformer),
+            columns[2].Show(track.bstrSongwriter), columns[3].Show(track.bstrComposer),
+            columns[4].Show(track.bstrArranger), columns[5].Show(track.bstrGenre), columns[6].Show(track.bstrMessage)});
     }
-    table.AddColumn(heading, Left);
-  }
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    const ZSTRACK& track = sheet.pZSTracks[i];
-    table.AddRow({Format("%u", track.TNO), TerminalText(track.bstrTitle), TerminalText(track.bstrPerformer),
-                  TerminalText(track.bstrSongwriter), TerminalText(track.bstrComposer),
-                  TerminalText(track.bstrArranger), TerminalText(track.bstrGenre), TerminalText(track.bstrMessage)});
-  }
-  return page.append(page.empty() ? "" : "\n").append(table.Render(2));
+  });
 }

@@ -2,12 +2,10 @@
 /// An image as a page for a person: what the disc is, and one line for each track.
 #pragma once
 
-#include <string>
-
 #include "host.h"
 
-/// The whole page, UTF-8.
-std::string RenderImage(const ImageRecord& image);
+/// Prints the whole page.
+void PrintImage(const Host& host, const ImageRecord& image);
 
-/// The texts of a disc and the lines of its tracks.
-std::string RenderSheet(const ZSCUESHEET& sheet);
+/// Prints the texts of a disc and the lines of its tracks.
+void PrintSheet(const ZSCUESHEET& sheet);

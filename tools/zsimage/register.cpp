@@ -1,9 +1,10 @@
 #include <dlfcn.h>
 
-#include <cstdio>
+#include <filesystem>
 
 #include "commands.h"
 #include "failure.h"
+#include "files.h"
 #include "imagefile/server/exports.h"
 #include "platform/registry.h"
 #include "terminal_text.h"
@@ -17,6 +18,20 @@ std::string LibraryPath() {
   return found && library.dli_fname != nullptr ? library.dli_fname : "the image library";
 }
 
+/// What is in the way of the registry: a folder, or the first of its folders that cannot be created.
+std::string WhyUnusable(const std::string& registry, HRESULT result) {
+  std::error_code error;
+  std::filesystem::path missing = registry;
+  if (std::filesystem::is_directory(missing, error)) {
+    return "this is a folder; IMAGEFILE_REGISTRY must name a file";
+  }
+  while (missing.has_parent_path() && !std::filesystem::exists(missing.parent_path(), error)) {
+    missing = missing.parent_path();
+  }
+  return std::string(std::filesystem::exists(missing, error) ? "" : missing.string() + " cannot be created: ")
+      .append(CodeWords(result));
+}
+
 } // namespace
 
 int RunRegister(const RegisterOptions& options) {
@@ -24,10 +39,16 @@ int RunRegister(const RegisterOptions& options) {
   if (registry.empty()) {
     throw Failure("", "there is no place for the registry: neither HOME nor XDG_DATA_HOME names a folder", E_FAIL);
   }
+  const std::string lock = registry + ".lock";
+  std::error_code ignored;
+  const bool hadLock = std::filesystem::exists(lock, ignored);
   const HRESULT result = options.remove ? DllUnregisterServer() : DllRegisterServer();
-  Check(result, registry);
-  std::printf(options.remove ? "Other programs no longer find %s: it is taken out of %s.\n"
-                             : "Other programs now find %s: it is registered in %s.\n",
-              TerminalText(LibraryPath()).c_str(), TerminalText(registry).c_str());
+  if (result != S_OK && !hadLock) {
+    std::filesystem::remove(lock, ignored);
+  }
+  Check(result, registry, WhyUnusable(registry, result));
+  Print("Other programs " + std::string(options.remove ? "no longer find " : "now find ") +
+        TerminalText(LibraryPath()) + (options.remove ? ": it is taken out of " : ": it is registered in ") +
+        TerminalText(registry) + ".\n");
   return 0;
 }

@@ -50,22 +50,21 @@ ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
   return present >= run.sectors ? 0 : run.sectors - static_cast<ULONG>(present);
 }
 
-void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end,
-                      const std::string& consequence) {
+void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end) {
   const ULONG missing = MissingSectors(dataFile, run);
+  if (missing == run.sectors) {
+    throw Failure(dataFile, "the image is short: the file ends before the track begins",
+                  HRESULT_FROM_WIN32(ERROR_HANDLE_EOF));
+  }
   if (missing != 0) {
-    const std::string lack =
-        missing == run.sectors ? "begins" : Format("does, %u of its %u sectors are missing", missing, run.sectors);
-    throw Failure(dataFile, "the image is short: the file ends before the track " + lack + consequence,
+    const auto over = static_cast<unsigned>((FileSize(dataFile).value_or(0) - run.begin) % run.blockSize);
+    throw Failure(dataFile,
+                  Format("the image is short: the file ends before the track does, %u of its %u sectors are missing%s; "
+                         "'zsimage extract --partial' saves the others",
+                         missing, run.sectors, over == 0 ? "" : Format(" and %u bytes are over", over).c_str()),
                   HRESULT_FROM_WIN32(ERROR_HANDLE_EOF));
   }
   throw Failure(dataFile,
-                Format("the file cannot be read at sector %llu of the track",
-                       static_cast<unsigned long long>(end.bytes / run.dataSize)) +
-                    consequence,
+                "the file cannot be read at sector " + std::to_string(end.bytes / run.dataSize) + " of the track",
                 FAILED(end.result) ? end.result : HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
-}
-
-void ThrowCancelled(const std::string& file) {
-  throw Failure(file, "cancelled; the part that was written has been removed", kCancelled);
 }

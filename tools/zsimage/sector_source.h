@@ -38,10 +38,5 @@ RunEnd ReadRun(const Host& host, const std::string& dataFile, const SectorRun& r
 /// How many sectors of a run the data file lacks at its end.
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
 
-/// Ends a command because the data file ends before a run does, or cannot be read to its end. `consequence` goes behind
-/// the reason.
-[[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end,
-                                   const std::string& consequence = "");
-
-/// Ends a command that the user cancelled. `file` has been removed.
-[[noreturn]] void ThrowCancelled(const std::string& file);
+/// Ends a command because the data file ends before a run does, or cannot be read to its end.
+[[noreturn]] void ThrowReadFailure(const std::string& dataFile, const SectorRun& run, const RunEnd& end);

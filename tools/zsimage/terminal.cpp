@@ -1,5 +1,7 @@
 #include "terminal.h"
 
+#include <sys/ioctl.h>
+
 #include <cstdlib>
 #include <string_view>
 
@@ -8,27 +10,6 @@ namespace {
 std::string_view Variable(const char* name) {
   const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): the tool has one thread.
   return value == nullptr ? "" : value;
-}
-
-const char* CodeOf(Colour colour) {
-  switch (colour) {
-  case Colour::Bold:
-    return "1";
-  case Colour::Dim:
-    return "2";
-  case Colour::Red:
-    return "31";
-  case Colour::Green:
-    return "32";
-  case Colour::Yellow:
-    return "33";
-  case Colour::Magenta:
-    return "35";
-  case Colour::Cyan:
-    return "36";
-  default:
-    return "0";
-  }
 }
 
 } // namespace
@@ -42,9 +23,15 @@ bool CanRewriteLines(int descriptor) {
          terminal != "dumb";
 }
 
+std::size_t TerminalColumns(int descriptor) {
+  winsize size{};
+  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : 80;
+}
+
 std::string Coloured(const std::string& text, Colour colour, int descriptor) {
   if (colour == Colour::None || text.empty() || !Variable("NO_COLOR").empty() || !CanRewriteLines(descriptor)) {
     return text;
   }
-  return std::string("\x1b[") + CodeOf(colour) + "m" + text + "\x1b[0m";
+  static constexpr const char* kCodes[] = {"0", "1", "2", "31", "32", "33", "36", "35"};
+  return std::string("\x1b[") + kCodes[static_cast<std::size_t>(colour)] + "m" + text + "\x1b[0m";
 }

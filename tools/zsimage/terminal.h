@@ -12,5 +12,8 @@ enum class Colour { None, Bold, Dim, Red, Green, Yellow, Cyan, Magenta };
 /// TERM does not call it dumb.
 bool CanRewriteLines(int descriptor);
 
+/// Columns of a line on the terminal; 80 when it does not tell.
+std::size_t TerminalColumns(int descriptor);
+
 /// Text in a colour, when `descriptor` leads to a terminal that has colours and the user did not set NO_COLOR.
 std::string Coloured(const std::string& text, Colour colour, int descriptor = STDOUT_FILENO);

@@ -2,45 +2,46 @@
 
 #include <algorithm>
 
+#include "files.h"
 #include "terminal_text.h"
 
-void TextTable::AddColumn(std::string heading, Align align, bool mustStay) {
-  const std::size_t width = TerminalWidth(heading);
-  m_columns.push_back({std::move(heading), align, mustStay, width});
-}
-
-void TextTable::AddRow(std::vector<Cell> cells) {
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    m_columns[i].shown = m_columns[i].shown || !cells[i].text.empty();
-    m_columns[i].width = std::max(m_columns[i].width, TerminalWidth(cells[i].text));
+TextTable::TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& filled) {
+  for (const auto* headings : {&fixed, &filled}) {
+    for (const std::string heading : *headings) {
+      const bool isRight = heading.front() == '>';
+      m_columns.push_back(
+          {heading.substr(isRight ? 1 : 0), isRight, headings == &fixed, heading.size() - (isRight ? 1 : 0)});
+    }
   }
-  m_rows.push_back(std::move(cells));
 }
 
-std::string TextTable::RenderLine(const std::vector<Cell>& cells, std::size_t indent) const {
-  std::string line(indent, ' ');
-  const char* separator = "";
-  for (std::size_t i = 0; i < cells.size(); ++i) {
+void TextTable::Measure(const Row& row) {
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    m_columns[i].shown = m_columns[i].shown || !row[i].text.empty();
+    m_columns[i].width = std::max(m_columns[i].width, TerminalWidth(row[i].text));
+  }
+}
+
+void TextTable::PrintLine(const Row& row) const {
+  std::string line;
+  for (std::size_t i = 0; i < row.size(); ++i) {
     if (!m_columns[i].shown) {
       continue;
     }
-    const std::string padding(m_columns[i].width - TerminalWidth(cells[i].text), ' ');
-    const std::string text = Coloured(cells[i].text, cells[i].shade);
-    line += separator + (m_columns[i].align == Align::Right ? padding + text : text + padding);
-    separator = "  ";
+    const std::string padding(m_columns[i].width - TerminalWidth(row[i].text), ' ');
+    const std::string text = Coloured(row[i].text, row[i].shade);
+    line += "  " + (m_columns[i].isRight ? padding + text : text + padding);
   }
   line.erase(line.find_last_not_of(' ') + 1);
-  return line + "\n";
+  ::Print(line + "\n");
 }
 
-std::string TextTable::Render(std::size_t indent) const {
-  std::vector<Cell> headings;
+void TextTable::Print(const std::function<void(const RowSink& sink)>& giveRows) {
+  Row headings;
   for (const Column& column : m_columns) {
     headings.emplace_back(column.heading, Colour::Bold);
   }
-  std::string text = RenderLine(headings, indent);
-  for (const std::vector<Cell>& row : m_rows) {
-    text += RenderLine(row, indent);
-  }
-  return text;
+  giveRows([this](const Row& row) { Measure(row); });
+  PrintLine(headings);
+  giveRows([this](const Row& row) { PrintLine(row); });
 }

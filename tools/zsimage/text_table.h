@@ -2,6 +2,7 @@
 /// Tables for a terminal: columns as wide as their content, columns without content left out.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,35 +10,35 @@
 
 class TextTable {
 public:
-  enum class Align { Left, Right };
-
-  /// What stands in one place: UTF-8, and its colour where there are colours.
+  /// UTF-8 text, and its colour where there are colours.
   struct Cell {
     Cell(std::string content, Colour colour = Colour::None) // NOLINT(google-explicit-constructor): a text is a cell.
         : text(std::move(content)), shade(colour) {}
     std::string text;
     Colour shade;
   };
+  /// One cell for each column.
+  using Row = std::vector<Cell>;
+  using RowSink = std::function<void(const Row& row)>;
 
-  /// Adds a column. One that must stay is shown even when no row fills it.
-  void AddColumn(std::string heading, Align align, bool mustStay = false);
+  /// @param fixed Headings of the columns that are always shown. @param filled Headings of those that are shown when a
+  /// row fills them. ">" before a heading aligns its column to the right.
+  TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& filled);
 
-  /// Adds a row, one cell for each column.
-  void AddRow(std::vector<Cell> cells);
-
-  /// The table with its headings, each line behind `indent` blanks.
-  std::string Render(std::size_t indent) const;
+  /// Prints the headings and all rows. Calls `giveRows` twice, to measure the columns and to print, so that memory does
+  /// not grow with the rows. @throws Failure when not all of it goes out.
+  void Print(const std::function<void(const RowSink& sink)>& giveRows);
 
 private:
   struct Column {
     std::string heading;
-    Align align;
+    bool isRight;
     bool shown;
     std::size_t width;
   };
 
-  std::string RenderLine(const std::vector<Cell>& cells, std::size_t indent) const;
+  void Measure(const Row& row);
+  void PrintLine(const Row& row) const;
 
   std::vector<Column> m_columns;
-  std::vector<std::vector<Cell>> m_rows;
 };

@@ -1,13 +1,12 @@
 /// @file
-/// Where the sectors of a track stand in the sector file.
+/// Offsets of tracks in the sector file.
 ///
-/// A track's `dwLBA` is its place on the disc, which is also its place in the file only as long as nothing stands
-/// on the disc that the file leaves out and all sectors have one size. Behind the first session, in images recorded
-/// track by track, behind a PREGAP line and behind tracks of another block size it is not. A host that wants the
-/// right bytes has to walk over what stands before.
+/// A track's `dwLBA` is its position on the disc. It is its position in the file, too, unless the file leaves out
+/// sectors before the track (later sessions, recording track by track, PREGAP lines) or has other block sizes there.
 #pragma once
 
-#include <vector>
+#include <functional>
+#include <optional>
 
 #include "disc/records.h"
 
@@ -16,6 +15,8 @@ struct TrackPlace {
   UHYPER begin;   ///< Byte in the sector file.
   ULONG sectors;  ///< 0 for a track that ends before it begins.
   UINT blockSize; ///< Bytes of one sector in the file.
+  ULONG pregap;   ///< Sectors of the pregap that are in the file, before `begin`.
+  ULONG missing;  ///< Sectors that the file lacks: of the track, or before one whose end follows from the file's size.
 
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
 };
@@ -24,11 +25,14 @@ struct TrackPlace {
 /// what the file has.
 ULONG FileSector(const zsimagefileinfo& info, const ZSTRACK& track);
 
-/// The places of all tracks of a session, with its index from 0. Numbers of the image are not checked: places
-/// outside the file come out for records that claim them.
-std::vector<TrackPlace> PlacesOfSession(const zsimagefileinfo& info, unsigned session);
+using PlaceVisitor = std::function<void(const ZSTRACK& track, const TrackPlace& place)>;
 
-/// Which bytes of a sector a block of `size` bytes is: 2048 bytes are the user data behind header and sub-header,
-/// 2352 the raw sector.
-/// @return the offset in the sector. Together with the size it may lie outside; then the sector has no such block.
+/// Visits the tracks of a session, with its index from 0. Numbers of the image are not checked: places outside the file
+/// come out for records that claim them.
+/// @param fileSize Bytes of the sector file; none when there is no such file, and then nothing counts as missing.
+void VisitPlaces(const zsimagefileinfo& info, unsigned session, std::optional<UHYPER> fileSize,
+                 const PlaceVisitor& visit);
+
+/// Offset in a sector of its block of `size` bytes: 2048 bytes are the user data after header and sub-header, 2352 the
+/// raw sector. Together with the size it may be outside; then the sector has no such block.
 UINT OffsetInSector(const zsimagefileinfo& info, const ZSTRACK& track, UINT size);
