@@ -5,7 +5,6 @@
 #include "files.h"
 #include "platform/class_objects.h"
 #include "platform/message_box.h"
-#include "platform/message_box.h"
 
 namespace {
 
