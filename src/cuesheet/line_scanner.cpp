@@ -2,15 +2,9 @@
 
 #include <algorithm>
 
-#include "platform/text.h"
-
-namespace {
+#include "platform/digits.h"
 
 using platform::IsBlank;
-
-bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
-} // namespace
 
 void LineScanner::SkipBlanks() noexcept {
   while (!m_rest.empty() && IsBlank(m_rest.front())) {
@@ -43,17 +37,12 @@ bool LineScanner::WordIs(std::string_view upper) noexcept {
 
 bool LineScanner::Number(LONG* number) noexcept {
   SkipBlanks();
-  const bool negative = !m_rest.empty() && m_rest.front() == '-';
-  if (negative || (!m_rest.empty() && m_rest.front() == '+')) {
-    m_rest.remove_prefix(1);
-  }
-  if (m_rest.empty() || !IsDigit(m_rest.front())) {
+  const bool negative = platform::ParseSign(&m_rest);
+  const platform::Digits digits = platform::ParseDigits(&m_rest, 10);
+  if (!digits.found) {
     return Fail();
   }
-  ULONG value = 0;
-  for (; !m_rest.empty() && IsDigit(m_rest.front()); m_rest.remove_prefix(1)) {
-    value = value * 10 + static_cast<ULONG>(m_rest.front() - '0');
-  }
+  const auto value = static_cast<ULONG>(digits.value);
   *number = static_cast<LONG>(negative ? 0U - value : value);
   return true;
 }

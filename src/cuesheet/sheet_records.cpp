@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "cuesheet/unique_sheet.h"
 #include "disc/record_text.h"
 #include "disc/track_table.h"
 #include "foundation/strings.h"
@@ -11,10 +12,6 @@
 namespace {
 
 constexpr UHYPER kBehindFirst = ~UHYPER{0}; // Marks the pieces of all tracks but the first.
-
-struct SheetFree {
-  void operator()(ZSCUESHEET* sheet) const noexcept { FreeSheet(sheet); }
-};
 
 bool HasPieces(const ZSTRACK& track) noexcept { return track.varFiles.vt == VT_ARRAY; }
 
@@ -136,7 +133,7 @@ void MoveTracks(SAFEARRAY* source, SAFEARRAY* destination, ULONG before) noexcep
 } // namespace
 
 ZSCUESHEET* CloneSheet(const ZSCUESHEET& source) {
-  std::unique_ptr<ZSCUESHEET, SheetFree> copy(AllocateCleared<ZSCUESHEET>(1));
+  UniqueSheet copy(AllocateCleared<ZSCUESHEET>(1));
   if (!copy || (source.nTracks != 0 && !AllocateTracks(copy.get(), source.nTracks))) {
     throw std::bad_alloc();
   }

@@ -4,8 +4,8 @@
 #include <numeric>
 #include <vector>
 
+#include "platform/digits.h"
 #include "platform/files.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -50,26 +50,11 @@ template <class Iterator, class Less> void SortPlaces(Iterator first, Iterator l
   }
 }
 
-int DigitOf(char c, std::uint32_t base) noexcept {
-  const int digit = platform::HexDigit(c);
-  return digit < static_cast<int>(base) ? digit : -1;
-}
-
 LONG ParseInt(std::string_view text) noexcept {
-  std::size_t i = 0;
-  const bool negative = !text.empty() && text[0] == '-';
-  if (negative || (!text.empty() && text[0] == '+')) {
-    ++i;
-  }
-  std::uint32_t base = 10;
-  if (i + 1 < text.size() && text[i] == '0' && (text[i + 1] == 'x' || text[i + 1] == 'X')) {
-    base = 16;
-    i += 2;
-  }
-  std::uint32_t number = 0;
-  for (; i < text.size() && DigitOf(text[i], base) >= 0; ++i) {
-    number = number * base + static_cast<std::uint32_t>(DigitOf(text[i], base));
-  }
+  const bool negative = platform::ParseSign(&text);
+  const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+  text.remove_prefix(isHexadecimal ? 2 : 0);
+  const auto number = static_cast<ULONG>(platform::ParseDigits(&text, isHexadecimal ? 16 : 10).value);
   return static_cast<LONG>(negative ? 0U - number : number);
 }
 

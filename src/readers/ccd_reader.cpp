@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cdtext/decoder.h"
-#include "cuesheet/sheet_holder.h"
+#include "cuesheet/unique_sheet.h"
 #include "disc/track_table.h"
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
@@ -56,8 +56,8 @@ HRESULT AddEmptySessions(IZSCueSheet* service, LONG count, zsimagefileinfo* info
     return ZSE_OUTOFRESOURCES;
   }
   for (LONG i = 0; i < count; ++i) {
-    CZSSheetHolder holder(service);
-    if (!holder || !holder.AttachTo(info)) {
+    UniqueSheet sheet = NewSheet(service);
+    if (!sheet || !AppendSession(&sheet, info)) {
       return ZSE_OUTOFRESOURCES;
     }
   }

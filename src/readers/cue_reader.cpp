@@ -1,4 +1,4 @@
-#include "cuesheet/sheet_holder.h"
+#include "cuesheet/unique_sheet.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
 #include "foundation/path_operations.h"
@@ -61,16 +61,16 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!dataFile.OpenForReading(find.Path())) {
     return ZSE_CANNOTOPENIMAGE;
   }
-  CZSSheetHolder holder(service);
-  if (!holder) {
+  UniqueSheet owned = NewSheet(service);
+  if (!owned) {
     return ZSE_OUTOFRESOURCES;
   }
-  if (service->AnalyzeCueSheet(sheetPath.get(), holder.Get()) != S_OK) {
+  if (service->AnalyzeCueSheet(sheetPath.get(), owned.get()) != S_OK) {
     return ZSE_FAILED;
   }
-  const ZSCUESHEET& sheet = *holder.Get();
+  const ZSCUESHEET& sheet = *owned.get();
   NoteCompanions(path, sheet, info);
-  holder.AttachTo(info);
+  AppendSession(&owned, info);
   info->ZSTYPEPROJECT = FirstSessionType(LookAtTracks(&dataFile, sheet, info), sheet.nTracks);
   if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
     return ZSE_FAILED;

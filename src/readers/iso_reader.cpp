@@ -1,14 +1,14 @@
-#include "cuesheet/sheet_holder.h"
+#include "cuesheet/unique_sheet.h"
 #include "foundation/strings.h"
 #include "readers/readers.h"
 
 HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
-  CZSSheetHolder sheet(service);
+  UniqueSheet sheet = NewSheet(service);
   if (!sheet) {
     return ZSE_OUTOFRESOURCES;
   }
   const UniqueBstr name(NewBstr(path));
-  if (service->AnalyzeCueSheet(name.get(), sheet.Get()) != S_OK || sheet->nTracks == 0) {
+  if (service->AnalyzeCueSheet(name.get(), sheet.get()) != S_OK || sheet->nTracks == 0) {
     return ZSE_BADIMAGE;
   }
   info->ZSBlockSize = sheet->pZSTracks[0].ImageBlockSize;
@@ -16,6 +16,6 @@ HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   info->ZSImageFormat = ZSIMAGEFORMAT_ISO;
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATA;
   info->dwSeekEnd64 = kToEndOfFile;
-  sheet.AttachTo(info);
+  AppendSession(&sheet, info);
   return S_OK;
 }

@@ -1,6 +1,6 @@
 #include "readers/reader_steps.h"
 
-#include "cuesheet/sheet_holder.h"
+#include "cuesheet/unique_sheet.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
 #include "disc/track_table.h"
@@ -9,15 +9,15 @@
 HRESULT LoadFailure() noexcept { return GetLastError() == ERROR_NOT_ENOUGH_MEMORY ? E_OUTOFMEMORY : ZSE_BADIMAGE; }
 
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept {
-  CZSSheetHolder holder(service);
-  if (!holder) {
+  UniqueSheet made = NewSheet(service);
+  if (!made) {
     return ZSE_OUTOFRESOURCES;
   }
-  if (!AllocateTracks(holder.Get(), trackCount)) {
+  if (!AllocateTracks(made.get(), trackCount)) {
     return E_OUTOFMEMORY;
   }
-  ZSCUESHEET* added = holder.Get();
-  if (!holder.AttachTo(info)) {
+  ZSCUESHEET* added = made.get();
+  if (!AppendSession(&made, info)) {
     return ZSE_OUTOFRESOURCES;
   }
   *sheet = added;

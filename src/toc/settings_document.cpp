@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "foundation/file.h"
-#include "platform/text.h"
+#include "platform/digits.h"
 
 namespace {
 
@@ -50,21 +50,17 @@ void DropCarriageReturns(std::string* text) noexcept {
 } // namespace
 
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
-  std::size_t i = 0;
-  while (i < text.size() && platform::IsBlank(text[i])) {
-    ++i;
+  while (!text.empty() && platform::IsBlank(text.front())) {
+    text.remove_prefix(1);
   }
-  const bool negative = i < text.size() && text[i] == '-';
-  if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
-    ++i;
+  const bool negative = platform::ParseSign(&text);
+  const platform::Digits digits = platform::ParseDigits(&text, 10);
+  if (!digits.found) {
+    return std::nullopt;
   }
-  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-  std::optional<std::int64_t> number;
-  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
-    const std::int64_t before = number.value_or(0);
-    number = before > (kMax - 9) / 10 ? kMax : before * 10 + (text[i] - '0');
-  }
-  return negative && number ? -*number : number;
+  constexpr std::uint64_t kMax = std::numeric_limits<std::int64_t>::max();
+  const auto number = static_cast<std::int64_t>(digits.overflows ? kMax : std::min(digits.value, kMax));
+  return negative ? -number : number;
 }
 
 std::vector<std::string> CZSSettingsDocument::SplitPath(const char* path) {

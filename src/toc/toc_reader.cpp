@@ -6,7 +6,7 @@
 
 #include "cdtext/decoder.h"
 #include "cuesheet/cue_sheet.h"
-#include "cuesheet/sheet_holder.h"
+#include "cuesheet/unique_sheet.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
 #include "disc/track_table.h"
@@ -105,7 +105,7 @@ UINT TrackCount(const CZSSettingsDocument& document, const std::string& session)
 }
 
 HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsDocument& document, LONG number, zsimagefileinfo* info) {
-  CZSSheetHolder sheet(service);
+  UniqueSheet sheet = NewSheet(service);
   if (!sheet) {
     return ZSE_OUTOFRESOURCES;
   }
@@ -114,18 +114,18 @@ HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsDocument& document, L
   if (tracks == 0) {
     return ZSE_FAILED;
   }
-  if (!AllocateTracks(sheet.Get(), tracks)) {
+  if (!AllocateTracks(sheet.get(), tracks)) {
     return E_OUTOFMEMORY;
   }
   sheet->ZSCDTEXT.bstrMCN = NewBstr(TextAt(document, toc::kCatalog));
   for (UINT i = 0; i < tracks; ++i) {
     ZSTRACK* track = &sheet->pZSTracks[i];
     track->TNO = i + 1;
-    if (!ReadTrack(document, toc::TrackPath(session, static_cast<LONG>(i + 1)), sheet.Get(), track)) {
+    if (!ReadTrack(document, toc::TrackPath(session, static_cast<LONG>(i + 1)), sheet.get(), track)) {
       return ZSE_FAILED;
     }
   }
-  return sheet.AttachTo(info) ? S_OK : ZSE_OUTOFRESOURCES;
+  return AppendSession(&sheet, info) ? S_OK : ZSE_OUTOFRESOURCES;
 }
 
 HRESULT ReadSessions(IZSCueSheet* service, const CZSSettingsDocument& document, zsimagefileinfo* info) {

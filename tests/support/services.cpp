@@ -48,13 +48,7 @@ HRESULT ImageRecord::Read(const std::string& path) {
   return m_result;
 }
 
-void SheetFree::operator()(ZSCUESHEET* sheet) const { NewCueSheetService()->FreeZSCueSheet(sheet, VARIANT_TRUE); }
-
-TestSheet::TestSheet() {
-  ZSCUESHEET* sheet = nullptr;
-  NewCueSheetService()->AllocCueSheet(&sheet);
-  m_sheet.reset(sheet);
-}
+TestSheet::TestSheet() : m_sheet(NewSheet(NewCueSheetService().Get())) {}
 
 ZSTRACK* AppendTrack(ZSCUESHEET* sheet, ULONG begin, ULONG end, LONG pregap, ULONG blockSize) {
   sheet->pZSTracks = static_cast<ZSTRACK*>(CoTaskMemRealloc(sheet->pZSTracks, (sheet->nTracks + 1) * sizeof(ZSTRACK)));

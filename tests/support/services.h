@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cuesheet/cue_sheet_interface.h"
+#include "cuesheet/unique_sheet.h"
 #include "imagefile/image_file_interface.h"
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
@@ -49,10 +49,6 @@ private:
   HRESULT m_result = E_UNEXPECTED;
 };
 
-struct SheetFree {
-  void operator()(ZSCUESHEET* sheet) const;
-};
-
 /// A sheet made by the service, freed with all it owns.
 class TestSheet {
 public:
@@ -64,7 +60,7 @@ public:
   ZSCUESHEET* Release() noexcept { return m_sheet.release(); }
 
 private:
-  std::unique_ptr<ZSCUESHEET, SheetFree> m_sheet;
+  UniqueSheet m_sheet;
 };
 
 /// Adds one track at the end of a sheet. The table moves: no pointer into it stays valid.

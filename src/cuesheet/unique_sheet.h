@@ -1,0 +1,30 @@
+/// @file
+/// The owner of a sheet that is in no record yet.
+#pragma once
+
+#include <memory>
+
+#include "cuesheet/cue_sheet_interface.h"
+#include "cuesheet/sheet_records.h"
+
+/// Frees a sheet with all that it owns.
+struct SheetFree {
+  void operator()(ZSCUESHEET* sheet) const noexcept { FreeSheet(sheet); }
+};
+using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
+
+/// Makes an empty sheet. Null if out of memory.
+inline UniqueSheet NewSheet(IZSCueSheet* service) noexcept {
+  ZSCUESHEET* sheet = nullptr;
+  service->AllocCueSheet(&sheet);
+  return UniqueSheet(sheet);
+}
+
+/// Appends a sheet to a record as its next session. @return false, with the sheet unchanged, if the record is full.
+inline bool AppendSession(UniqueSheet* sheet, zsimagefileinfo* info) noexcept {
+  if (info->nSessions >= kMaxSessions) {
+    return false;
+  }
+  info->pZSCueSheet[info->nSessions++] = sheet->release();
+  return true;
+}
