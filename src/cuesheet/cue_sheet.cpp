@@ -17,7 +17,7 @@ namespace {
 
 constexpr DWORD kUserDefaultLanguage = 0x0400;
 
-/// The description of one record of the shared type library; null when it cannot be had.
+/// Returns the description of a record from the shared type library; null if it is not available.
 ComPtr<IRecordInfo> DescriptionOf(REFGUID record) noexcept {
   ComPtr<ITypeLib> library;
   ComPtr<ITypeInfo> type;
@@ -56,7 +56,7 @@ public:
 
 private:
   ComPtr<IRecordInfo> m_fileDescription;
-  ComPtr<IRecordInfo> m_trackDescription; ///< Held for hosts' arrays of tracks, which live as long.
+  ComPtr<IRecordInfo> m_trackDescription; ///< Held for arrays of tracks that hosts make.
 };
 
 HRESULT CZSCueSheet::CreateCueFile(BSTR path, ZSCUESHEET* sheet) {
