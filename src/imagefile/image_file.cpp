@@ -1,6 +1,7 @@
 #include "imagefile/image_file.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "cuesheet/cue_sheet.h"
 #include "disc/disc_id.h"
@@ -17,7 +18,7 @@ namespace {
 
 constexpr std::size_t kExtensionLength = 4; // With its dot.
 
-/// A cue sheet service as any program gets one.
+/// Creates a cue sheet service as any program does.
 HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
   CLSID clsid{};
   const HRESULT result = CLSIDFromProgID(kProgIdCueSheet, &clsid);
@@ -25,7 +26,7 @@ HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
                         : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IID_IZSCueSheet, service->ReceiveVoid());
 }
 
-/// Frees what a record points to and makes it all zero.
+/// Frees all that a record points to and makes it all zero.
 void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
   const std::size_t sessions = std::min<std::size_t>(info->nSessions, kMaxSessions);
   for (std::size_t i = 0; i < sessions; ++i) {
@@ -39,7 +40,7 @@ void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
 
 bool CanBeOpened(const std::string& path) noexcept { return CZSFile().OpenForReading(path); }
 
-/// What a reader throws is one more reason why a file is no image that can be read.
+/// Runs a reader. A file whose reader throws counts as an image that cannot be read.
 HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) noexcept {
   try {
     return read(service, path, info);
@@ -68,8 +69,8 @@ public:
 private:
   HRESULT Read(const std::string& path, zsimagefileinfo* info);
 
-  ComPtr<IZSCueSheet> m_pCueSheet; ///< The service of all readers.
-  // Kept for hosts that set them; no operation of this interface reports progress.
+  ComPtr<IZSCueSheet> m_pCueSheet; ///< For the readers.
+  // Stored by SetCallBack and not read: no operation of this interface reports progress.
   LONG* m_pCallBack = nullptr;
   LONG m_lParam = 0;
   VARIANT m_vtParam2{};
@@ -135,28 +136,28 @@ HRESULT CZSImageFile::Clone(zsimagefileinfo* source, zsimagefileinfo* copy) {
   if (source == nullptr || copy == nullptr || source == copy || source->nSessions > kMaxSessions) {
     return E_INVALIDARG;
   }
-  const zsimagefileinfo original = *source;
-  *copy = original;
-  for (std::size_t i = 0; i < kMaxSessions; ++i) {
-    copy->pZSCueSheet[i] = nullptr; // No reference to it: packed records may stand at any address.
-  }
-  copy->bstrImageBinaryFile = nullptr;
+  *copy = zsimagefileinfo{};
   ComPtr<IZSCueSheet> service;
-  HRESULT result = CreateServiceByProgId(&service);
-  if (FAILED(result)) {
-    *copy = zsimagefileinfo{};
-    return result;
+  const HRESULT created = CreateServiceByProgId(&service);
+  if (FAILED(created)) {
+    return created;
   }
-  for (std::size_t i = 0; i < original.nSessions && result == S_OK; ++i) {
-    ZSCUESHEET* sheet = nullptr;
-    result = service->Clone(original.pZSCueSheet[i], &sheet);
-    copy->pZSCueSheet[i] = sheet;
-  }
-  const HRESULT named = Guarded([&] {
-    copy->bstrImageBinaryFile = CopyBstr(original.bstrImageBinaryFile);
+  *copy = *source;
+  std::memset(copy->pZSCueSheet, 0, sizeof(copy->pZSCueSheet));
+  copy->bstrImageBinaryFile = nullptr;
+  copy->nSessions = 0;
+  const HRESULT result = Guarded([&] {
+    for (; copy->nSessions < source->nSessions; ++copy->nSessions) {
+      ZSCUESHEET* sheet = nullptr;
+      if (const HRESULT cloned = service->Clone(source->pZSCueSheet[copy->nSessions], &sheet); cloned != S_OK) {
+        return cloned;
+      }
+      copy->pZSCueSheet[copy->nSessions] = sheet;
+    }
+    copy->bstrImageBinaryFile = CopyBstr(source->bstrImageBinaryFile);
     return S_OK;
   });
-  if (result != S_OK || named != S_OK) {
+  if (result != S_OK) {
     EmptyRecord(service.Get(), copy);
     return ZSE_OUTOFRESOURCES;
   }
