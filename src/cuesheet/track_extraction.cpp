@@ -1,10 +1,10 @@
 #include "cuesheet/track_extraction.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <memory>
 
+#include "cuesheet/block_writer.h"
 #include "cuesheet/image_stream.h"
 #include "disc/track_table.h"
 #include "foundation/file.h"
@@ -13,7 +13,6 @@
 namespace {
 
 constexpr UINT kLargestDataBlock = 2448; // A raw sector with its sub-channel.
-constexpr ULONG kPumpBytes = 65535;      // What each read of the pump asks for.
 
 /// The data of a track in the image file, in bytes.
 struct DataSpan {
@@ -38,38 +37,6 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   *span = {info.dwSeekBegin64 + inImage, sectors * dataBlock, dataBlock, stride};
   return true;
 }
-
-constexpr ULONG kBlock = 128 * 1024;
-
-/// Writes to a file in whole blocks, which file systems store in one piece. Bytes have the same offset in a page of the
-/// buffer and of the file, so that copies are aligned.
-class alignas(4096) BlockWriter {
-public:
-  /// Free space of at least kPumpBytes.
-  BYTE* Free() noexcept { return m_bytes + m_end; }
-  /// Appends the first bytes of the free space.
-  void Append(CZSFile* target, ULONG count) noexcept {
-    m_end += count;
-    Write(target, (m_end - m_begin) / kBlock * kBlock);
-    if (sizeof(m_bytes) - m_end < kPumpBytes) {
-      m_end -= m_begin;
-      std::memmove(m_bytes, m_bytes + m_begin, m_end);
-      m_begin = 0;
-    }
-  }
-  void Finish(CZSFile* target) noexcept { Write(target, m_end - m_begin); }
-
-private:
-  void Write(CZSFile* target, ULONG count) noexcept {
-    target->Write(m_bytes + m_begin, count);
-    m_begin += count;
-  }
-
-  // Cleared, so that a stream that delivers less than it says writes zeros and no memory of the process.
-  BYTE m_bytes[4 * kBlock] = {};
-  ULONG m_begin = 0; ///< Of the bytes that were not written yet, at the start of a block.
-  ULONG m_end = 0;
-};
 
 } // namespace
 
@@ -112,11 +79,11 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   }
   for (;;) {
     ULONG delivered = 0;
-    stream->Read(writer->Free(), kPumpBytes, &delivered);
+    stream->Read(writer->Free(), BlockWriter::kFree, &delivered);
     if (delivered == 0) {
       writer->Finish(&target);
       return S_OK;
     }
-    writer->Append(&target, std::min(delivered, kPumpBytes)); // A foreign stream may return any count.
+    writer->Append(&target, std::min(delivered, BlockWriter::kFree)); // A foreign stream may return any count.
   }
 }
