@@ -178,14 +178,14 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
       {"LENGTH>20", "LENGTH>-20", noTexts},
   };
   for (const auto& [from, to, outcome] : cases) {
-    EXPECT_EQ(Outcome(m_folder.Write("a.zsi", Replaced(kAlbum, from, to))), outcome) << from << " -> " << to;
+    EXPECT_EQ(ReadSummary(m_folder.Write("a.zsi", Replaced(kAlbum, from, to))), outcome) << from << " -> " << to;
   }
   for (std::size_t length = 0; length <= kAlbum.size(); ++length) {
-    const std::string outcome = Outcome(m_folder.Write("a.zsi", kAlbum.substr(0, length)));
+    const std::string outcome = ReadSummary(m_folder.Write("a.zsi", kAlbum.substr(0, length)));
     EXPECT_EQ(outcome, length + 1 < kAlbum.size() ? "ZSE_FAILED" : whole) << length;
   }
 }
 
-TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) { ReadWithoutMemory(m_folder.Write("a.zsi", kAlbum), kTracks); }
+TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) { ReadWithFailingAllocations(m_folder.Write("a.zsi", kAlbum), kTracks); }
 
 } // namespace
