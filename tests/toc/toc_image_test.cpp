@@ -186,6 +186,8 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
   }
 }
 
-TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) { ReadWithFailingAllocations(m_folder.Write("a.zsi", kAlbum), kTracks); }
+TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) {
+  ReadWithFailingAllocations(m_folder.Write("a.zsi", kAlbum), kTracks);
+}
 
 } // namespace
