@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 
 #include "cdtext/encoder.h"
 #include "disc/track_table.h"
@@ -174,7 +175,7 @@ TEST(CDTextEncoder, PacksAreOrderedByTypeAndStatePositions) {
   };
   EXPECT_EQ("\x80\1\1\0One\0\0"s, startOf(1, 11)) << "the first pack ends with the zero byte";
   EXPECT_EQ("\x80\0\1\x0C\0One\0"s, startOf(1, 12)) << "the second pack starts with the zero byte";
-  EXPECT_EQ("\x80\0\2\x0Fxxxxx"s, startOf(2, 30)) << "15 stands for more";
+  EXPECT_EQ("\x80\0\2\x0Fxxxxx"s, startOf(2, 30)) << "15 means 15 or more";
   TextSheet sheet;
   for (TextField field : kTextFields) {
     sheet.Set(0, std::to_string(static_cast<int>(field)), field);
@@ -195,18 +196,15 @@ TEST(CDTextEncoder, PacksAreOrderedByTypeAndStatePositions) {
   }
 }
 
-/// Joins six-bit symbols to bytes.
-std::string JoinSymbols(std::span<const BYTE> symbols) {
-  std::string bytes;
-  UINT word = 0;
-  for (std::size_t i = 0; i < symbols.size(); ++i) {
-    EXPECT_GT(64, symbols[i]);
-    word = word << 6 | symbols[i];
-    if (i % 4 != 0) {
-      bytes += static_cast<char>(word >> (6 - i % 4 * 2));
-    }
+/// Returns the lowest bits of each byte as digits. The others must be 0.
+std::string Bits(std::string_view bytes, std::size_t width) {
+  std::string bits;
+  for (const char byte : bytes) {
+    const std::bitset<8> digits(static_cast<BYTE>(byte));
+    EXPECT_TRUE((digits >> width).none());
+    bits += digits.to_string().substr(8 - width);
   }
-  return bytes;
+  return bits;
 }
 
 TEST(CDTextEncoder, SubChannelGroupsHoldFourPacks) {
@@ -219,12 +217,13 @@ TEST(CDTextEncoder, SubChannelGroupsHoldFourPacks) {
     EXPECT_EQ((textPacks + 3) * kPackSize + 1, plain.size());
     plain.pop_back();
     CZSCDTextEncoder encoder;
-    std::vector<BYTE> spread;
-    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), false, &spread)); // An encoder can be used again.
-    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), true, &spread));
-    EXPECT_EQ(sheet.Encode(VARIANT_TRUE), std::string(spread.begin(), spread.end()));
+    std::vector<BYTE> bytes;
+    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), false, &bytes)); // An encoder can be used again.
+    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), true, &bytes));
+    const std::string spread(bytes.begin(), bytes.end());
+    EXPECT_EQ(sheet.Encode(VARIANT_TRUE), spread);
     ASSERT_EQ(groups * 96, spread.size()) << textPacks;
-    EXPECT_EQ((plain + plain + plain + plain).substr(0, groups * 72), JoinSymbols(spread)) << textPacks;
+    EXPECT_EQ(Bits((plain + plain + plain + plain).substr(0, groups * 72), 8), Bits(spread, 6)) << textPacks;
   }
 }
 

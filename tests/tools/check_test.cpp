@@ -43,10 +43,6 @@ protected:
     return Faults("disc.cue");
   }
 
-  void ExpectShown(const std::string& command, const std::string& part) const {
-    EXPECT_PRED2(Contains, RunTool(folder, command).out, part);
-  }
-
   const DiscPlan disc{{{{ZSMODE_1}, {ZSMODE_2}, {ZSMODE_AUDIO, 20, 5}}}};
   const std::vector<BYTE> sound = DiscSectors(disc);
   std::vector<BYTE> image = sound;

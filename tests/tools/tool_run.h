@@ -40,6 +40,11 @@ protected:
     EXPECT_EQ(0, result.status) << arguments << '\n' << result.err;
     return result.out;
   }
+  /// Expects a part in the output or the messages of `zsimage`.
+  void ExpectShown(const std::string& arguments, const std::string& part) const {
+    const ToolResult result = RunTool(folder, arguments);
+    EXPECT_PRED2(Contains, result.out + result.err, part) << arguments;
+  }
 
   const TemporaryFolder folder;
 };

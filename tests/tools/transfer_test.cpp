@@ -76,7 +76,7 @@ TEST_F(TransferTool, TracksOfEverySessionAreExtracted) {
   folder.Write("disc.mdf", DiscSectors(sessions));
   folder.Write("mixed.nrg", NrgImage(mixed));
   Run("convert disc.nrg disc.zsi --with-data");
-  EXPECT_PRED2(Contains, RunTool(folder, "convert disc.nrg first.cue").err, "the other 1 of the image");
+  ExpectShown("convert disc.nrg first.cue", "the other 1 of the image");
   for (const std::string image : {"mixed.nrg", "disc.nrg", "disc.zsi"}) {
     const DiscPlan& disc = image == "mixed.nrg" ? mixed : sessions;
     for (const PlacedTrack& track : PlaceTracks(disc)) {
@@ -209,17 +209,15 @@ TEST_F(TransferTool, SheetsAreConverted) {
 }
 
 TEST_F(TransferTool, ExistingDataFileIsDescribed) {
-  const auto expectShown = [&](const std::string& arguments, const std::string& words) {
-    const ToolResult result = RunTool(folder, "convert disc.cue -f --no-cdtext " + arguments);
-    EXPECT_PRED2(Contains, result.out + result.err, words);
-  };
-  expectShown("raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
+  const std::string command = "convert disc.cue -f --no-cdtext ";
+  ExpectShown(command + "raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
   folder.Write("raw.bin", whole);
-  expectShown("raw.cue --data-file raw.bin", "expects its data file as raw.bin, which is there");
-  expectShown("raw.cue", "expects its data file as raw.bin, which is there");
+  ExpectShown(command + "raw.cue --data-file raw.bin", "expects its data file as raw.bin, which is there");
+  ExpectShown(command + "raw.cue", "expects its data file as raw.bin, which is there");
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
   folder.Write("raw.bin", whole + "x");
-  expectShown("raw.cue", "raw.bin does not have the size that the description needs; it belongs to another image");
+  ExpectShown(command + "raw.cue",
+              "raw.bin does not have the size that the description needs; it belongs to another image");
 }
 
 TEST_F(TransferTool, LossesAreNoted) {
