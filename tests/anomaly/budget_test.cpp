@@ -1,4 +1,4 @@
-// Files built to be expensive: reading one takes memory up to a bound, and work in proportion to the file's size.
+// Files that are expensive to read. The memory must stay below a bound, and the work must grow with the file's size.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -122,7 +122,7 @@ Cost MeasureReading(const HostileFile& file, std::size_t count) {
   return cost;
 }
 
-TEST(Budgets, HostileFilesTakeBoundedMemoryAndLinearWork) {
+TEST(Budgets, HostileFilesNeedBoundedMemoryAndLinearWork) {
   for (const HostileFile& file : kHostileFiles) {
     SCOPED_TRACE(file.name + ", " + file.what);
     const Cost quarter = MeasureReading(file, file.count / 4);

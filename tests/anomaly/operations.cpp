@@ -236,7 +236,7 @@ Outcome Perform(const Operation& operation, FaultPoints* points, long failAt, bo
 
 namespace {
 
-/// What a run must not leave behind: blocks of memory, descriptors, objects.
+/// Counts what a run must release: blocks of memory, descriptors, objects.
 std::tuple<long, int, LONG> Held() { return {Memory().blocks, OpenDescriptors(), Module().LockCount()}; }
 
 /// Whether an operation may end like this if memory or a file fails.
@@ -244,7 +244,8 @@ bool IsAllowed(const Outcome& outcome, const Outcome& undisturbed, const Operati
   const auto& codes = operation.failures;
   const bool documented = std::find(codes.begin(), codes.end(), outcome.result) != codes.end();
   if (outcome.result == undisturbed.result) {
-    // It went on. It may ignore a file, such as a companion; without memory it may deliver less if that is documented.
+    // The operation continued. It may ignore a file, such as a companion. It may deliver less without memory if that
+    // is documented.
     return documented || !memoryFails || outcome.delivered == undisturbed.delivered;
   }
   // It failed. A stream has delivered the start of its bytes.

@@ -48,7 +48,7 @@ enum class Failure {
 };
 
 /// Runs an operation with its first, second, third... point failing, until a run does not reach the point. Expects that
-/// each outcome is allowed and that nothing is left behind.
+/// each outcome is allowed and that a run releases all it holds.
 /// @param before Called before each run.
 /// @return The number of points.
 long Sweep(

@@ -46,7 +46,7 @@ TEST(CueParser, IndexesBecomePositions) {
 }
 
 TEST(CueParser, PregapMovesLaterTracks) {
-  // Starts alone move: indexes, pregap and the position in the file stay. See "PREGAP" in docs/compatibility.md.
+  // Only starts move. Indexes, pregaps and byte offsets stay. See "PREGAP" in docs/compatibility.md.
   ExpectTracks("TRACK 01 AUDIO\nFLAGS dcp 4CH\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 20:00:00\n"
                "FILE \"other.bin\" BINARY\nTRACK 03 AUDIO\nFLAGS SCMS PRE\nINDEX 01 30:00:00\n",
                200000 * 2352,

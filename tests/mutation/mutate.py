@@ -145,8 +145,10 @@ def main():
     def try_fault(fault):
         path, index, text = fault
         worker = free.get()
-        verdict = worker.try_fault(fault)
-        free.put(worker)
+        try:
+            verdict = worker.try_fault(fault)
+        finally:
+            free.put(worker)
         before = path.read_text().split("\n")[index].strip()
         print(f"{verdict}: {path.relative_to(ROOT)}:{index + 1}: {before} -> {text.strip()}", flush=True)
         return verdict
