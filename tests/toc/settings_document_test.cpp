@@ -99,7 +99,7 @@ TEST(SettingsDocument, ReadsWhateverThereIs) {
     document.Load(folder.Write("a", text));
     EXPECT_EQ(TextOf(document), expected) << text;
   }
-  EXPECT_EQ(document.Root().FindEntry("K")->attributes, "x");
+  EXPECT_EQ(document.Root().Entries().front().attributes, "x");
   EXPECT_EQ(document.Root().Children().front().parent, &document.Root());
   std::string value;
   EXPECT_TRUE(document.GetValue("S:N:M", &value, ""));

@@ -82,8 +82,6 @@ TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
     CZSTagParser parser;
     parser.SetHandler(&builder);
     EXPECT_TRUE(parser.Parse(text.data(), static_cast<LONG>(text.size())));
-    const CZSSettingsNode copy(builder.Root());
-    EXPECT_EQ(copy.Children().size(), builder.Root().Children().size());
     EXPECT_GT(begin + 5 * CLOCKS_PER_SEC, std::clock()) << text.substr(0, 40);
   }
 }
