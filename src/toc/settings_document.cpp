@@ -36,11 +36,11 @@ std::string WithCarriageReturns(std::string_view text) {
 std::string WithoutCarriageReturns(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!text.substr(i).starts_with("\r\n")) {
-      result.push_back(text[i]);
-    }
+  std::size_t start = 0;
+  for (std::size_t end = 0; (end = text.find("\r\n", start)) != std::string_view::npos; start = end + 1) {
+    result += text.substr(start, end - start);
   }
+  result += text.substr(start);
   return result;
 }
 
