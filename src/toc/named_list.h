@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-/// Owns elements in order of insertion and finds the first of a name, which is the member `kName`. Only a long list has
-/// an index: one for every list would multiply the memory of a text of many small nodes.
+/// Elements in order of insertion, each with a name, which is its member `kName`. Only a long list has an index: one
+/// for every list would multiply the memory of a text of many small nodes.
 template <class Element, std::string Element::*kName> class NamedList {
 public:
   /// Appends an element. Its address never changes, and its name must not.
@@ -28,14 +28,14 @@ public:
     return added;
   }
 
-  /// Returns the first element of a name, or null.
+  /// Returns the first element with a name, or null.
   Element* Find(std::string_view name) { return FindIn(m_elements, m_index.get(), name); }
   const Element* Find(std::string_view name) const { return FindIn(m_elements, m_index.get(), name); }
 
   const std::list<Element>& Elements() const noexcept { return m_elements; }
 
-  /// Hands over all elements. The list is empty afterwards.
-  std::list<Element> TakeAll() noexcept {
+  /// Moves all elements out. The list is empty afterwards.
+  std::list<Element> ReleaseAll() noexcept {
     m_index.reset();
     return std::exchange(m_elements, {});
   }

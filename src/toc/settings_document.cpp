@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n";
 constexpr std::size_t kIndent = 3;
-constexpr std::size_t kWriteLimit = std::size_t{1} << 30; // Below the 4 GiB that one write can count.
+constexpr std::size_t kWriteLimit = std::size_t{1} << 30; // A write counts its bytes in 32 bits.
 
 void WriteNode(const CZSSettingsNode& node, std::size_t level, std::ostream& stream) {
   const std::string indent(level * kIndent, ' ');
@@ -25,23 +25,15 @@ void WriteNode(const CZSSettingsNode& node, std::size_t level, std::ostream& str
   stream << indent << "</" << node.name << ">\n";
 }
 
-std::string WithCarriageReturns(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    result += c == '\n' ? "\r\n" : std::string_view(&c, 1);
-  }
-  return result;
-}
-
-std::string WithoutCarriageReturns(std::string_view text) {
+/// Returns a text in which each `from` is replaced, in one pass.
+std::string Replaced(std::string_view text, std::string_view from, std::string_view to) {
   std::string result;
   result.reserve(text.size());
-  std::size_t start = 0;
-  for (std::size_t end = 0; (end = text.find("\r\n", start)) != std::string_view::npos; start = end + 1) {
-    result += text.substr(start, end - start);
+  for (std::size_t found = 0; (found = text.find(from)) != std::string_view::npos;) {
+    (result += text.substr(0, found)) += to;
+    text.remove_prefix(found + from.size());
   }
-  result += text.substr(start);
-  return result;
+  return result += text;
 }
 
 } // namespace
@@ -94,9 +86,9 @@ void CZSSettingsDocument::WriteText(std::ostream& stream) const {
 
 void CZSSettingsDocument::Save(const std::string& path) const {
   std::ostringstream stream;
-  stream.exceptions(std::ios::badbit); // Without it a lack of memory would cut the text.
+  stream.exceptions(std::ios::badbit); // Otherwise running out of memory would truncate the text.
   WriteText(stream);
-  const std::string text = WithCarriageReturns(stream.view());
+  const std::string text = Replaced(stream.view(), "\n", "\r\n");
   CZSFile file;
   bool written = file.Open(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
   for (std::size_t done = 0; written && done < text.size(); done += kWriteLimit) {
@@ -109,7 +101,7 @@ void CZSSettingsDocument::Load(const std::string& path) {
   if (!ReadWholeFile(path, std::numeric_limits<LONG>::max(), &text)) {
     return;
   }
-  text = WithoutCarriageReturns(text);
+  text = Replaced(text, "\r\n", "\n");
   Clear();
   SetHandler(&m_builder);
   Parse(text.data(), static_cast<LONG>(text.size()));

@@ -1,5 +1,6 @@
 #include "toc/settings_node.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "platform/digits.h"
@@ -18,12 +19,12 @@ std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
   return negative ? -number : number;
 }
 
-// Moves the children of each node into one list before the node goes, so that no destructor calls another.
+// Moves the children of each node into one list before the node is destroyed, so that destructors do not nest.
 CZSSettingsNode::~CZSSettingsNode() {
-  std::list<CZSSettingsNode> dropped = m_children.TakeAll();
-  while (!dropped.empty()) {
-    dropped.splice(dropped.end(), dropped.front().m_children.TakeAll());
-    dropped.pop_front();
+  std::list<CZSSettingsNode> nodes = m_children.ReleaseAll();
+  while (!nodes.empty()) {
+    nodes.splice(nodes.end(), nodes.front().m_children.ReleaseAll());
+    nodes.pop_front();
   }
 }
 

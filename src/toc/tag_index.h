@@ -47,5 +47,5 @@ private:
   void PairTags();
 
   std::string_view m_text;
-  std::deque<TextTag> m_tags; ///< A vector would take three times the memory while it grows.
+  std::deque<TextTag> m_tags; ///< A vector would need three times the memory while it grows.
 };

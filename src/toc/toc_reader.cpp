@@ -26,7 +26,7 @@ template <class Source> std::string TextOf(const Source& source, const char* nam
   return text;
 }
 
-/// Returns the same as a number; 0 if it is missing or malformed.
+/// Returns the number of a path or a key; 0 if it is missing or malformed.
 template <class Source> LONG NumberOf(const Source& source, const char* name) {
   LONG number = 0;
   source.GetValue(name, &number, 0);
@@ -34,18 +34,18 @@ template <class Source> LONG NumberOf(const Source& source, const char* name) {
 }
 
 /// Returns whether a sub-channel file exists, in the current folder or beside the TOC file.
-bool FindSubFile(const std::string& path, const std::string& name) {
+bool SubFileExists(const std::string& path, const std::string& name) {
   std::string beside = path;
   ReplaceFileName(&beside, name);
   CZSFindFile find;
   return !name.empty() && (find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered());
 }
 
-void ReadTop(const CZSSettingsDocument& document, const std::string& path, zsimagefileinfo* info) {
+void ReadImageFields(const CZSSettingsDocument& document, const std::string& path, zsimagefileinfo* info) {
   if (!TextOf(document, toc::kCdgFile).empty()) {
     info->lMask |= ZSIMAGEMASK_CDG;
   }
-  if (FindSubFile(path, TextOf(document, toc::kSubFile))) {
+  if (SubFileExists(path, TextOf(document, toc::kSubFile))) {
     info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
   }
   std::string sectorFile = path;
@@ -75,7 +75,7 @@ bool ReadTrack(const CZSSettingsNode& node, ZSCUESHEET* sheet, ZSTRACK* track) {
   return true;
 }
 
-/// Returns the number of tracks of a session; 0 also for more than it has nodes: no memory is allocated for those.
+/// Returns the number of tracks of a session; 0 if it has fewer track nodes, which bounds the memory for tracks.
 UINT TrackCount(const CZSSettingsNode& session) {
   const LONG count = NumberOf(session, toc::kTracks);
   const auto isTrack = [](const CZSSettingsNode& child) { return child.name.starts_with(toc::kTrackNode); };
@@ -113,7 +113,7 @@ HRESULT ReadSessions(IZSCueSheet* service, const CZSSettingsDocument& document, 
     return ZSE_OUTOFRESOURCES;
   }
   const std::string catalog = TextOf(document, toc::kCatalog);
-  const CZSSettingsNode* sessions = document.FindNode(toc::kSessions);
+  const CZSSettingsNode* sessions = document.FindNode(toc::kSessions); // Not null if there is a count.
   HRESULT result = S_OK;
   for (LONG number = 1; number <= count && result == S_OK; ++number) {
     result = ReadSession(service, sessions->FindChild(toc::SessionNode(number)), catalog, info);
@@ -143,7 +143,7 @@ void ReadCDText(const CZSSettingsDocument& document, zsimagefileinfo* info) {
   if (count <= 0 || length <= 0 || info->nSessions == 0) {
     return;
   }
-  const CZSSettingsNode* node = document.FindNode(toc::kPacks);
+  const CZSSettingsNode* node = document.FindNode(toc::kPacks); // Not null: it has the count.
   std::vector<BYTE> packs; // Grows with the packs of the file: its numbers may be false.
   for (ULONG number = 1; number <= static_cast<ULONG>(count); ++number) {
     if (!AppendPack(TextOf(*node, toc::PackKey(number).c_str()), &packs)) {
@@ -166,14 +166,14 @@ HRESULT ReadTOCImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (TextOf(document, toc::kBinaryFile).empty()) {
     return ZSE_FAILED;
   }
-  ReadTop(document, path, info);
+  ReadImageFields(document, path, info);
   const HRESULT result = ReadSessions(service, document, info);
   if (FAILED(result)) {
     return result;
   }
   try {
     ReadCDText(document, info);
-  } catch (const std::bad_alloc&) { // Costs the texts, not the image.
+  } catch (const std::bad_alloc&) { // The image is complete without its texts.
   }
   return S_OK;
 }

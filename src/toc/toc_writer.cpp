@@ -16,7 +16,7 @@ namespace {
 
 constexpr LONG kSubchannelBytes = 96;
 
-bool HasItsSessions(const zsimagefileinfo& info) noexcept {
+bool HasAllSheets(const zsimagefileinfo& info) noexcept {
   if (info.pZSCueSheet[0] == nullptr || info.nSessions > kMaxSessions) {
     return false;
   }
@@ -50,7 +50,7 @@ std::string ModeName(ZSMODETYPE mode) {
   return {};
 }
 
-void DescribeTop(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
+void AddImage(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
   const bool subchannel = (info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0;
   document->SetValue(toc::kVersion, toc::kFormatVersion);
   document->SetValue(toc::kBlockSize, static_cast<LONG>(info.ZSBlockSize));
@@ -70,7 +70,7 @@ void DescribeTop(const std::string& path, const zsimagefileinfo& info, CZSSettin
   document->SetValue(toc::kSessionCount, info.nSessions);
 }
 
-void DescribeTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDocument* document) {
+void AddTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDocument* document) {
   const auto set = [&](const char* key, const auto& value) { document->SetValue((node + ":" + key).c_str(), value); };
   set(toc::kMode, ModeName(track.Mode));
   set(toc::kFlags, LONG{track.Flags});
@@ -84,12 +84,12 @@ void DescribeTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDoc
   set(toc::kPostgap, LONG{track.Postgap});
 }
 
-void DescribeSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* document) {
+void AddSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* document) {
   const std::string session = std::string(toc::kSessions) + ":" + toc::SessionNode(number);
   document->SetValue((session + ":" + toc::kTracks).c_str(), ULONG{sheet.nTracks});
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
-    DescribeTrack(session + ":" + toc::TrackNode(static_cast<LONG>(track.TNO)), track, document);
+    AddTrack(session + ":" + toc::TrackNode(static_cast<LONG>(track.TNO)), track, document);
   }
 }
 
@@ -104,7 +104,7 @@ std::string Hexadecimal(ByteView bytes) {
   return text;
 }
 
-void DescribeCDText(ByteView packs, CZSSettingsDocument* document) {
+void AddCDText(ByteView packs, CZSSettingsDocument* document) {
   const std::size_t count = packs.Size() / kPackSize + (packs.Size() % kPackSize != 0 ? 1 : 0);
   document->SetValue(toc::kPackCount, count);
   document->SetValue(toc::kPackBytes, packs.Size());
@@ -117,17 +117,17 @@ void DescribeCDText(ByteView packs, CZSSettingsDocument* document) {
 } // namespace
 
 HRESULT CreateTOCImage(const std::string& path, zsimagefileinfo* info, zsmmccdtext* pCDText, UINT nLength) {
-  if (!HasItsSessions(*info)) {
+  if (!HasAllSheets(*info)) {
     return ZSE_FAILED;
   }
   const bool cdText = pCDText != nullptr && nLength != 0;
   CZSSettingsDocument document;
-  DescribeTop(path, *info, &document);
+  AddImage(path, *info, &document);
   for (LONG i = 0; i < info->nSessions; ++i) {
-    DescribeSession(i + 1, *info->pZSCueSheet[i], &document);
+    AddSession(i + 1, *info->pZSCueSheet[i], &document);
   }
   if (cdText) {
-    DescribeCDText(ByteView(pCDText, nLength), &document);
+    AddCDText(ByteView(pCDText, nLength), &document);
   }
   const BSTR binaryFile = NewBstr(CompanionPath(path, ".BIN"));
   SysFreeString(info->bstrImageBinaryFile);

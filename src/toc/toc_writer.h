@@ -13,6 +13,6 @@
 /// @param path Narrow text. @param info The record.
 /// @param pCDText CD-Text packs of 18 bytes, or null. With packs `lMask` gets its bit. @param nLength Bytes of all
 /// packs.
-/// @return 0, also if the file cannot be written; ZSE_FAILED, with nothing written and nothing changed, for a record
-/// without its first session or another that it counts.
+/// @return 0, also if the file cannot be written; ZSE_FAILED, with nothing written or changed, if the first sheet or
+/// another that the record counts is missing.
 HRESULT CreateTOCImage(const std::string& path, zsimagefileinfo* info, zsmmccdtext* pCDText, UINT nLength);
