@@ -44,8 +44,9 @@ std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std
   const auto characterOf = [index](const ElementName* name) {
     return index < name->first.size() ? static_cast<unsigned char>(name->first[index]) : -1;
   };
-  const auto range = std::ranges::equal_range(names, static_cast<unsigned char>(wanted), {}, characterOf);
-  return {range.begin(), range.end()};
+  const int character = static_cast<unsigned char>(wanted);
+  const auto first = std::ranges::lower_bound(names, character, {}, characterOf);
+  return {first, std::ranges::upper_bound(first, names.end(), character, {}, characterOf)};
 }
 
 /// Counts the opening and closing tags of all names in the text before a ">", which starts at an offset.
