@@ -6,8 +6,8 @@ cd "$(dirname "$0")/.."
 
 layers=(platform foundation disc cdtext cuesheet toc readers imagefile imagefile/server)
 
-# Prints the position of a layer's folder, from the lowest; -1 for any other folder.
-rank() {
+# Prints the index of a layer's folder, 0 for the lowest, or -1 for any other folder.
+layer_index() {
   local i
   for i in "${!layers[@]}"; do
     [ "${layers[$i]}" = "$1" ] && echo "$i" && return
@@ -15,14 +15,14 @@ rank() {
   echo "-1"
 }
 
-# Prints each include of the project's own headers below the given folders: "file header".
+# Prints "file header" for each include of a header of the project in some folders.
 includes() { grep -rE '^#include "[a-z_]+/' --include='*.h' --include='*.cpp' "$@" | sed -E 's/:.*"([^"]+)".*/ \1/'; }
 
 failed=0
 while read -r file header; do
   folder=$(dirname "${file#*/}")
-  own=$(rank "$folder")
-  other=$(rank "$(dirname "$header")")
+  own=$(layer_index "$folder")
+  other=$(layer_index "$(dirname "$header")")
   if [ "$own" -lt 0 ] || [ "$other" -lt 0 ] || [ "$other" -gt "$own" ]; then
     echo "$file includes $header, which is in a higher layer or in none" >&2
     failed=1

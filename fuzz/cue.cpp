@@ -1,5 +1,5 @@
-// CUE sheets. The input is the sheet up to its first zero byte; then 4 bytes of the data file's size, 24 of its first
-// sector, and the rest from sector 16 on.
+// CUE sheets. The input is the sheet up to the first zero byte, then parts of its data file: 4 bytes with the size, the
+// first 24 bytes, and the bytes from the user data of sector 16 on.
 #include <algorithm>
 
 #include "foundation/byte_view.h"
