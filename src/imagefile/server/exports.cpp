@@ -13,6 +13,6 @@ IMAGEFILE_EXPORT HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** fa
 
 IMAGEFILE_EXPORT HRESULT DllCanUnloadNow() noexcept { return Module().LockCount() == 0 ? S_OK : S_FALSE; }
 
-IMAGEFILE_EXPORT HRESULT DllRegisterServer() noexcept { return RunRegistration(RegistrarMode::Register); }
+IMAGEFILE_EXPORT HRESULT DllRegisterServer() noexcept { return WriteRegistration(); }
 
-IMAGEFILE_EXPORT HRESULT DllUnregisterServer() noexcept { return RunRegistration(RegistrarMode::Unregister); }
+IMAGEFILE_EXPORT HRESULT DllUnregisterServer() noexcept { return RemoveRegistration(); }
