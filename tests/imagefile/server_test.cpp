@@ -162,16 +162,16 @@ TEST_F(Server, ReadsTheLevelOfDiagnostics) {
   for (const auto& [values, level] : kCases) {
     WriteRegistry("[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n" + values);
     const Diagnostics diagnostics;
-    EXPECT_EQ(level, diagnostics.Level()) << values;
-    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.Mutex());
+    EXPECT_EQ(level, diagnostics.level) << values;
+    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.mutex.Get());
   }
   Memory().faults.Start(1, true);
   const Diagnostics withoutMemory;
   Memory().faults.Stop();
   const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
   const Diagnostics withoutFolder;
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.Mutex());
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.Mutex());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.mutex.Get());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.mutex.Get());
 }
 
 TEST(ServerClasses, MakePlainAndAggregatedObjects) {
