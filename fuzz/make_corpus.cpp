@@ -224,8 +224,7 @@ NrgBuilder OneTrack() {
 /// The chunks of an image of a disc, without its sectors.
 std::vector<BYTE> ChunksOf(const DiscPlan& disc) {
   const std::vector<BYTE> image = NrgImage(disc);
-  UHYPER position = 0;
-  ByteView(std::span<const BYTE>(image)).Big64(image.size() - 8, &position);
+  const UHYPER position = BlockView(image).Big64(image.size() - 8);
   std::vector<BYTE> chunks(image.begin() + static_cast<std::ptrdiff_t>(position), image.end() - 8);
   const std::vector<BYTE> place = ByteWriter().Big64(0).Get();
   chunks.insert(chunks.end(), place.begin(), place.end());

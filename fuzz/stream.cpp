@@ -26,17 +26,17 @@ struct Head {
 constexpr std::size_t kHeadSize = 26;
 
 Head ReadHead(const ByteView& input) {
-  Head head;
-  input.Little16(0, &head.stride);
-  input.Little16(2, &head.dataBlock);
-  input.Little16(4, &head.subCount);
-  input.Little16(6, &head.fileSize);
-  input.Little32(8, &head.lba);
-  input.Little32(12, &head.end);
-  input.Little64(16, &head.seekBegin);
-  input.Byte(24, &head.meddling);
-  input.Byte(25, &head.planned);
-  return head;
+  BlockView block;
+  input.Block(0, input.Size(), &block);
+  return {.stride = block.Little16(0),
+          .dataBlock = block.Little16(2),
+          .subCount = block.Little16(4),
+          .fileSize = block.Little16(6),
+          .lba = block.Little32(8),
+          .end = block.Little32(12),
+          .seekBegin = block.Little64(16),
+          .meddling = block.Byte(24),
+          .planned = block.Byte(25)};
 }
 
 /// The file's bytes follow from their places.
@@ -102,11 +102,10 @@ std::string ReadAll(IStream* stream, const ByteView& sizes) {
   UHYPER at = 0;
   int idle = 0;
   for (int i = 0; i < kMostReads && idle < 3; ++i, at += 2) {
-    std::uint16_t size = 0x2700;
-    if (!sizes.Little16(at, &size)) {
-      at = 0;
-    }
-    size %= 0x2800; // More than four sectors.
+    BlockView number;
+    const bool isLast = !sizes.Block(at, 2, &number);
+    at = isLast ? 0 : at;
+    const ULONG size = isLast ? 0x2700 : number.Little16(0) % 0x2800U; // Up to more than four sectors.
     std::vector<BYTE> buffer(size);
     ULONG delivered = 0;
     const HRESULT result = stream->Read(buffer.data(), size, &delivered);
