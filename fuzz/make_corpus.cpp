@@ -223,8 +223,7 @@ NrgBuilder OneTrack() {
 /// Returns an image of a disc without its sectors: chunks and footer.
 std::vector<BYTE> ChunksOf(const DiscPlan& disc) {
   const std::vector<BYTE> image = NrgImage(disc);
-  UHYPER position = 0;
-  ByteView(std::span<const BYTE>(image)).Big64(image.size() - 8, &position);
+  const UHYPER position = BlockView(image).Big64(image.size() - 8);
   std::vector<BYTE> chunks(image.begin() + static_cast<std::ptrdiff_t>(position), image.end() - 8);
   chunks.insert(chunks.end(), 8, BYTE{0}); // The chunks are at offset 0.
   return chunks;

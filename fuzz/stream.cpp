@@ -27,17 +27,17 @@ struct Head {
 constexpr std::size_t kHeadSize = 26;
 
 Head ReadHead(const ByteView& input) {
-  Head head;
-  input.Little16(0, &head.stride);
-  input.Little16(2, &head.dataBlock);
-  input.Little16(4, &head.subCount);
-  input.Little16(6, &head.fileSize);
-  input.Little32(8, &head.lba);
-  input.Little32(12, &head.end);
-  input.Little64(16, &head.seekBegin);
-  input.Byte(24, &head.reaction);
-  input.Byte(25, &head.planned);
-  return head;
+  BlockView block;
+  input.Block(0, input.Size(), &block);
+  return {.stride = block.Little16(0),
+          .dataBlock = block.Little16(2),
+          .subCount = block.Little16(4),
+          .fileSize = block.Little16(6),
+          .lba = block.Little32(8),
+          .end = block.Little32(12),
+          .seekBegin = block.Little64(16),
+          .reaction = block.Byte(24),
+          .planned = block.Byte(25)};
 }
 
 /// Returns the content of a file, in which each byte depends on its offset.
@@ -99,11 +99,10 @@ std::string ReadAll(IStream* stream, const ByteView& sizes) {
   UHYPER offset = 0;
   int idle = 0;
   for (int i = 0; i < kReadLimit && idle < 3; ++i, offset += 2) {
-    std::uint16_t size = 0x2700;
-    if (!sizes.Little16(offset, &size)) {
-      offset = 0;
-    }
-    size %= 0x2800; // More than four sectors.
+    BlockView number;
+    const bool isLast = !sizes.Block(offset, 2, &number);
+    offset = isLast ? 0 : offset;
+    const ULONG size = isLast ? 0x2700 : number.Little16(0) % 0x2800U; // Up to more than four sectors.
     std::vector<BYTE> buffer(size);
     ULONG delivered = 0;
     const HRESULT result = stream->Read(buffer.data(), size, &delivered);

@@ -28,17 +28,13 @@ bool HoldsSectors(std::string_view name) noexcept {
 std::vector<FolderFile> ParseFolder(std::string_view input) {
   std::vector<FolderFile> files;
   while (input.size() > kHeadSize) {
-    const ByteView head(input.data(), kHeadSize);
-    BYTE name = 0;
-    ULONG size = 0;
-    ULONG offset = 0;
-    std::uint16_t count = 0;
-    head.Byte(0, &name);
-    head.Little32(1, &size);
-    head.Little32(5, &offset);
-    head.Little16(9, &count);
+    BlockView head;
+    ByteView(input).Block(0, kHeadSize, &head);
+    const ULONG size = head.Little32(1);
+    const ULONG offset = head.Little32(5);
+    const USHORT count = head.Little16(9);
     FolderFile file;
-    file.name = kNames[name % std::size(kNames)];
+    file.name = kNames[head.Byte(0) % std::size(kNames)];
     file.bytes.resize(HoldsSectors(file.name) ? offset % kOffsetLimit : 0);
     file.bytes += input.substr(kHeadSize, count);
     file.size = HoldsSectors(file.name) ? size : 0;

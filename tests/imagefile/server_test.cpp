@@ -8,7 +8,6 @@
 #include "foundation/module.h"
 #include "imagefile/server/diagnostics.h"
 #include "imagefile/server/exports.h"
-#include "imagefile/server/registrar.h"
 #include "imagefile/server/registration.h"
 #include "platform/registry.h"
 #include "support/environment_variable.h"
@@ -121,7 +120,7 @@ TEST_F(Server, StopsAtTheStepThatFailsAndLeavesWhatWentBefore) {
     WriteRegistry("");
     FaultyFiles files([] { return EACCES; });
     files.points.Start(std::max(1L, point), point != 0);
-    const HRESULT result = RunRegistration(RegistrarMode::Register);
+    const HRESULT result = DllRegisterServer();
     files.points.Stop();
     // Where the first call alone fails, that costs the shared type library, which nobody looks at.
     EXPECT_EQ(point == 0 ? S_OK : HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), result) << point;
@@ -134,36 +133,24 @@ TEST_F(Server, StopsAtTheStepThatFailsAndLeavesWhatWentBefore) {
   EXPECT_EQ((std::set<std::string>{"-+++", "----", "+---", "++--", "+++-", "++++"}), seen);
 }
 
-TEST_F(Server, RunsScriptsBothWays) {
-  const ScriptNames names = {{"MODULE", "/a 'b'%.so"}, {"KEY", "K"}};
-  constexpr const char* kScript = "HKCU { NoRemove Kept { val A = s 'it''s' NoRemove val B = s '%MODULE%' }\n"
-                                  " %KEY% = s plain { Sub } ForceRemove 'Whole Key' { 'val' = s '100%%' } }";
-  WriteRegistry("[HKEY_CURRENT_USER\\K\\Other]\n[HKEY_CURRENT_USER\\Whole Key\\Old]\n");
-  EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Register));
-  const std::string head = "ImageFile Registry 1 [HKEY_CLASSES_ROOT] [HKEY_CURRENT_USER] [HKEY_CURRENT_USER\\K] "
-                           "@=\"plain\" [HKEY_CURRENT_USER\\K\\Other] ";
-  EXPECT_EQ(head + "[HKEY_CURRENT_USER\\K\\Sub] [HKEY_CURRENT_USER\\Kept] \"A\"=\"it's\" \"B\"=\"/a 'b'%.so\" "
-                   "[HKEY_CURRENT_USER\\Whole Key] [HKEY_CURRENT_USER\\Whole Key\\val] @=\"100%\" ",
+TEST_F(Server, UnregisteringKeepsKeysOfOthers) {
+  const std::string root = "[HKEY_CLASSES_ROOT\\";
+  const std::string kept = root + "ZSImageFile.ZSCueSheet\\CurVer\\Other]\n" + root +
+                           "ZSImageFile.ZSImageFile\\Other]\n" + root +
+                           "TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\2.0]\n";
+  WriteRegistry(kept + root + "CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\Old]\n");
+  EXPECT_EQ(S_OK, DllRegisterServer());
+  EXPECT_EQ(std::string::npos, Registry().find("\\Old]")) << "a class's own key begins empty";
+  EXPECT_EQ(S_OK, DllUnregisterServer());
+  EXPECT_EQ("ImageFile Registry 1 [HKEY_CLASSES_ROOT] [HKEY_CLASSES_ROOT\\CLSID] [HKEY_CLASSES_ROOT\\TypeLib] "
+            "[HKEY_CLASSES_ROOT\\TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}] "
+            "[HKEY_CLASSES_ROOT\\TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\2.0] "
+            "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSCueSheet] @=\"Zentora Scribe CueSheet Class\" "
+            "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSCueSheet\\CurVer] @=\"ZSImageFile.ZSCueSheet.1\" "
+            "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSCueSheet\\CurVer\\Other] "
+            "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSImageFile] @=\"Zentora Scribe ImageFile Class\" "
+            "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSImageFile\\Other] [HKEY_CURRENT_USER] ",
             Registry());
-  EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Unregister));
-  EXPECT_EQ(head + "[HKEY_CURRENT_USER\\Kept] \"B\"=\"/a 'b'%.so\" ", Registry());
-}
-
-/// So many blocks of a script in each other.
-std::string Nested(std::size_t depth) { return depth == 0 ? "" : "{ a " + Nested(depth - 1) + "} "; }
-
-TEST_F(Server, RefusesMalformedScripts) {
-  const auto run = [](const std::string& script) { return RunRegistrationScript(script, {}, RegistrarMode::Register); };
-  for (const char* keys : {"", "a = }", "a = s }", "a = s { }", "a = d 1 }", "val a }", "'a }", "%NAME% }", "a% }",
-                           "a { b }", "a { val }", "a } }", "'' }", "a\\b }", "NoRemove }"}) {
-    EXPECT_EQ(E_INVALIDARG, run(std::string("HKCR { ") + keys)) << keys;
-  }
-  EXPECT_EQ(E_INVALIDARG, run("HKCR"));
-  EXPECT_EQ(E_INVALIDARG, run("HKLM { a }"));
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_NAME), run("HKCU { Good { '" + std::string(256, 'a') + "' } }"));
-  EXPECT_EQ(E_INVALIDARG, run("HKCU " + Nested(33)));
-  EXPECT_EQ("", folder.Read("registry.reg"));
-  EXPECT_EQ(S_OK, run("HKCU " + Nested(32)));
 }
 
 TEST_F(Server, ReadsTheLevelOfDiagnostics) {
@@ -175,16 +162,16 @@ TEST_F(Server, ReadsTheLevelOfDiagnostics) {
   for (const auto& [values, level] : kCases) {
     WriteRegistry("[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n" + values);
     const Diagnostics diagnostics;
-    EXPECT_EQ(level, diagnostics.Level()) << values;
-    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.Mutex());
+    EXPECT_EQ(level, diagnostics.level) << values;
+    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.mutex.Get());
   }
   Memory().faults.Start(1, true);
   const Diagnostics withoutMemory;
   Memory().faults.Stop();
   const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
   const Diagnostics withoutFolder;
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.Mutex());
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.Mutex());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.mutex.Get());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.mutex.Get());
 }
 
 TEST(ServerClasses, MakePlainAndAggregatedObjects) {
