@@ -1,5 +1,5 @@
 /// @file
-/// System calls of the file layer that fail as a test wants.
+/// System calls of the file layer that fail on request.
 #pragma once
 
 #include <algorithm>
