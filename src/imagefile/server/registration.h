@@ -10,11 +10,8 @@
 inline constexpr GUID kComponentTypeLibrary{
     0x473D376B, 0xF22A, 0x4B8D, {0xAD, 0x03, 0xC6, 0x88, 0x2F, 0x71, 0x5D, 0x4B}};
 
-/// Writes the entries, with the path that this library was loaded from. A failure of the shared type library, which is
-/// the first step, is ignored.
-/// @return The code of the first other step that fails. The steps before it keep their entries.
+/// Writes the entries. See DllRegisterServer (imagefile/server/exports.h), which is the same.
 HRESULT WriteRegistration() noexcept;
 
-/// Removes what WriteRegistration wrote, and of the shared keys above it those that became empty.
-/// @return As WriteRegistration. Entries that are missing are no failure.
+/// Removes the entries. Keys below which others have keys remain.
 HRESULT RemoveRegistration() noexcept;
