@@ -127,14 +127,14 @@ bool OpenSheet(TextFile* sheet, std::string* path) {
   return true;
 }
 
-/// Counts the TRACK lines of the whole sheet. False if it cannot be read again.
+/// Counts the TRACK lines of the whole sheet. False if it cannot be read.
 bool CountTracks(TextFile* text, UINT* count) {
   std::string_view line;
   const bool rewound = text->Rewind();
   while (rewound && text->NextLine(&line)) {
     *count += IsTrackLine(line) ? 1 : 0;
   }
-  return rewound;
+  return rewound && !text->Failed();
 }
 
 /// Ends the last track where the data file ends: the bytes that the other tracks leave, in sectors of the last one.
@@ -173,6 +173,9 @@ HRESULT FillFromText(TextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
     CharUpperA(&upper);
     lines.Apply(upper);
   }
+  if (text->Failed()) {
+    return ZSE_FILENOTFOUND;
+  }
   CloseLastTrack(fileSize, sheet);
   return S_OK;
 }
@@ -190,6 +193,9 @@ HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
   std::string dataFile = path;
   TextFile text;
   const bool isSheet = OpenSheet(&text, &dataFile);
+  if (text.Failed()) {
+    return ZSE_FILENOTFOUND;
+  }
   DataFile data;
   const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &data);
   if (measured != S_OK) {

@@ -21,7 +21,7 @@ inline constexpr std::size_t kRawSectorStart = 96;
 bool ResolveBinaryFile(std::string* path);
 
 /// Fills an empty sheet from a path. Its fields are not freed. CD-Text companions are not read.
-/// @return 0; ZSE_FILENOTFOUND if the sheet does not open; ZSE_CANNOTOPENIMAGE if the data file is missing;
+/// @return 0; ZSE_FILENOTFOUND if the sheet cannot be read; ZSE_CANNOTOPENIMAGE if the data file is missing;
 /// ZSE_BADIMAGE if its size fits no kind of sector and it has no volume descriptor; ZSE_OUTOFRESOURCES.
 HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet);
 

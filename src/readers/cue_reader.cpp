@@ -71,6 +71,10 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (service->AnalyzeCueSheet(sheetPath.get(), made.get()) != S_OK) {
     return ZSE_FAILED;
   }
+  // A failed read looks like a sheet without a FILE line.
+  if (dataPath == path && DataFileOf(service, sheetPath.get()) != path) {
+    return ZSE_FAILED;
+  }
   const ZSCUESHEET& sheet = *made;
   AppendSession(&made, info);
   MarkCompanions(path, sheet, info);
