@@ -34,12 +34,14 @@
 /// Disc images for C++ programs.
 namespace imagefile {
 
-enum class Format { Iso, Cue, Bin, Nrg, Ccd, Zsi, Mds }; ///< Format of a description: zsimgformat.
+/// Format of a description: zsimgformat.
+enum class Format { Iso, Cue, Bin, Nrg, Ccd, Zsi, Mds };
 /// What a disc is: ZSTYPEPROJECT.
 enum class Kind { None, Data, CdAudio, Mixed, CdPlus, Video, DvdVideo, CdMp3, CdWma, CdOgg, DataMultiSession, Other };
 /// Mode of a track: ZSMODETYPE.
 enum class Mode { Audio = 0, Mode1 = 1, Mode2 = 4, Mode2Form2 = 5, Mode2Mixed = 7, Unknown = 255 };
-enum class SessionFormat { CdRom = 0, Cdi = 16, CdRomXa = 32 }; ///< Format in the lead-in: ZSSESSIONFORMAT.
+/// Format of a session in the lead-in: ZSSESSIONFORMAT.
+enum class SessionFormat { CdRom = 0, Cdi = 16, CdRomXa = 32 };
 /// What accompanies an image: the ZSIMAGEMASK_ bits.
 enum class Mask { CdText = 1, Cdg = 2, SubChannel = 4, SubChannelInline = 8, TrackAtOnce = 16 };
 /// Control flags of a track: the ZSTRACKFLAG_ bits.
@@ -343,14 +345,17 @@ private:
 
   /// The objects, and what frees a record without any failure.
   struct Services {
+    Services()
+        : images(detail::Create<IZSImageFile>(CLSID_ZSImageFile, IID_IZSImageFile)),
+          sheets(detail::Create<IZSCueSheet>(CLSID_ZSCueSheet, IID_IZSCueSheet)) {}
     void operator()(zsimagefileinfo* record) const {
       std::for_each_n(record->pZSCueSheet, record->nSessions,
                       [&](ZSCUESHEET* sheet) { sheets->FreeZSCueSheet(sheet, VARIANT_TRUE); });
       SysFreeString(record->bstrImageBinaryFile);
       delete record;
     }
-    ComPtr<IZSImageFile> images = detail::Create<IZSImageFile>(CLSID_ZSImageFile, IID_IZSImageFile);
-    ComPtr<IZSCueSheet> sheets = detail::Create<IZSCueSheet>(CLSID_ZSCueSheet, IID_IZSCueSheet);
+    ComPtr<IZSImageFile> images;
+    ComPtr<IZSCueSheet> sheets;
   };
 
   Image() : m_record(nullptr, Services()) { m_record.reset(new zsimagefileinfo{}); }
