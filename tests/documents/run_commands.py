@@ -5,7 +5,8 @@
 - A `console` block has commands behind "$ ", and what each prints. A line "..." stands for any lines.
 - A command with "# exit status N" behind it must end with N.
 - A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file; commands behind it compile it. Any
-  other `cpp` block stands in the sources as it is here.
+  other `cpp` block stands in the sources as it is here, or is a part of one function: those of a document, one after
+  the other, must compile and run, and print what their comments "// prints ..." say.
 - `./dev COMMAND` is not run: the command must be one of those that ./dev lists, and CONTRIBUTING.md must tell of all.
 - Links and paths of the project must lead somewhere.
 """
@@ -61,23 +62,39 @@ def prints(expected, found):
     return re.fullmatch(pattern, found.rstrip(), re.S)
 
 
+def run(command, work, environment):
+    return subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+
+def fault_of_function(body, work, environment):
+    """What is wrong with the body of a function in C++; nothing if it prints what it says."""
+    includes = "#include <array>\n#include <iostream>\n#include \"imagefile/disc_image.h\"\n"
+    (work / "function.cpp").write_text(f"{includes}int main() {{\n{body}}}\n")
+    result = run("c++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror function.cpp -o function "
+                 "$(pkg-config --cflags --libs imagefile); ./function", work, environment)
+    expected = "\n".join(re.findall(r"^ *// prints (.*)", body, re.M))
+    return "" if result.returncode == 0 and result.stdout.rstrip() == expected else result.stdout or "prints nothing"
+
+
 def faults_of(document, known, sources, work, environment):
     """Line and words of each thing that a document says in vain."""
-    text = document.read_text()
+    text, body = document.read_text(), ""
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
         first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
         elif block[1] == "cpp" and block[2] not in sources:
-            yield first, "this stands in no source"
+            body += block[2]
         for place, command, expected in commands(block[1], block[2]):
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
                 yield first + place, f"./dev has no command {word}"
-            result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
-                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            result = run(command, work, environment)
             status = re.search(r"# exit status (\d+)|$", command)[1]
             if result.returncode != int(status or 0) or (expected is not None and not prints(expected, result.stdout)):
                 yield first + place, f"'{command}' ends with {result.returncode} and prints\n{result.stdout}"
+    if body and (fault := fault_of_function(body, work, environment)):
+        yield 1, f"the C++ blocks that are in no source make no function that runs as it says:\n{fault}"
     for link in re.finditer(r"\]\(([^)#:]+)(?:#[^)]*)?\)|`((?:%s)/[^`\s]*)`" % FOLDERS, text):
         if not ((document.parent / link[1]).exists() if link[1] else any(PROJECT.glob(link[2].rstrip("/")))):
             yield text.count("\n", 0, link.start()) + 1, f"there is no {link[1] or link[2]}"
