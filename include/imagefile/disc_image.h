@@ -379,7 +379,7 @@ private:
   /// tracks that were recorded one by one; a PREGAP line moves `dwLBA` and no index. Sums are taken modulo 2^64.
   void AppendTracks(std::span<const ZSTRACK> records, UHYPER* offset) {
     const bool isTrackAtOnce = Has(Mask::TrackAtOnce);
-    const auto hasOtherSize = [&](const ZSTRACK& track) { return track.BlockSize != records[0].BlockSize; };
+    const auto hasOtherSize = [&](const ZSTRACK& track) { return Track::BlockOf(track) != Track::BlockOf(records[0]); };
     // Media Descriptor images state the offsets, which others leave to be computed.
     const bool isStated = Format() == imagefile::Format::Mds &&
                           (!m_sessions.empty() || std::any_of(records.begin(), records.end(), hasOtherSize));
