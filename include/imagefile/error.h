@@ -48,6 +48,7 @@ inline CodeMeaning MeaningOf(HRESULT code) noexcept {
       {HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), "ERROR_HANDLE_EOF", "the file ends too early"},
       {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "ERROR_DISK_FULL", "the disk is full"},
       {HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), "ERROR_FILE_TOO_LARGE", "the file would be too large"},
+      {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system refused; give a file or a device"},
       {HRESULT_FROM_WIN32(ERROR_IO_DEVICE), "ERROR_IO_DEVICE", "the device failed"},
   };
   const auto* found =

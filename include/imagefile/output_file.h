@@ -27,7 +27,9 @@ inline void Check(HRESULT code, const std::string& path, std::string_view words 
   }
 }
 inline void Require(bool isGood, HRESULT code, const std::string& path, std::string_view words = {}) {
-  Check(isGood ? S_OK : code, path, words);
+  if (!isGood) {
+    Check(code == S_OK ? E_FAIL : code, path, words);
+  }
 }
 inline HRESULT LastResult() noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())); }
 
@@ -66,6 +68,8 @@ public:
     const fs::file_status status = fs::status(path, error);
     const bool isFile = fs::is_regular_file(status);
     m_path = path;
+    Require(fs::exists(status) || !fs::is_symlink(fs::symlink_status(path, error)),
+            HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path, "this is a link that leads nowhere");
     if (isFile || !fs::exists(status)) {
       m_target = isFile ? fs::canonical(path, error) : fs::path(OnDisk(FolderOf(path))) / NarrowToUtf8(FileName(path));
       m_hidden = m_target.parent_path() / RandomName();
@@ -117,6 +121,7 @@ struct ScratchFile {
   explicit ScratchFile(const std::string& name) {
     std::error_code error;
     folder = std::filesystem::temp_directory_path(error) / RandomName();
+    Require(!error, HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), name, "there is no temporary folder; set TMPDIR to one");
     path = folder / name;
     std::filesystem::create_directory(folder, error);
   }
@@ -138,8 +143,10 @@ template <class Write> std::string MakeDescription(const std::string& path, Writ
   const ScratchFile file(FileName(path));
   std::string text;
   SetLastError(ERROR_SUCCESS);
-  Check(write(WidePath(file.path).get()), path);
-  const bool isWhole = GetLastError() == ERROR_SUCCESS && ReadWholeFile(file.path, kToEndOfFile, &text);
+  const HRESULT result = write(WidePath(file.path).get());
+  const bool isWhole =
+      result == S_OK && GetLastError() == ERROR_SUCCESS && ReadWholeFile(file.path, kToEndOfFile, &text);
+  Check(result == E_FAIL ? S_OK : result, path); // E_FAIL says that the file cannot be created.
   Require(isWhole, LastResult(), path, "the description could not be written; set TMPDIR to a folder with free space");
   return text;
 }

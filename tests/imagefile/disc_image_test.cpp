@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <type_traits>
 
+#include "support/environment_variable.h"
 #include "support/faulty_files.h"
 #include "support/services.h"
 #include "support/temporary_folder.h"
@@ -227,6 +228,7 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
   folder.Write("new.cdt", "");
   fs::create_symlink("/dev/full", path("full.cue"));
   fs::create_symlink("/dev/full", path("full.zsi"));
+  fs::create_symlink("none/x", path("link"));
   const std::vector<std::string> before = Files();
   const std::pair<const char*, std::function<void()>> kCases[] = {
       {"ZSE_CANNOTOPENIMAGE none.cue", [&] { Open("none.cue"); }},
@@ -242,6 +244,8 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
       {"ERROR_DISK_FULL full.cue", [&] { album.WriteCueSheet(path("full.cue")); }},
       {"ERROR_DISK_FULL full.zsi", [&] { album.WriteTocFile(path("full.zsi")); }},
       {"ERROR_FILE_NOT_FOUND x", [&] { extract(album, path("none/x")); }},
+      {"ERROR_PATH_NOT_FOUND link", [&] { extract(album, path("link")); }},
+      {"ERROR_ACCESS_DENIED ", [&] { extract(album, path("")); }},
       {"ERROR_FILE_EXISTS new.cdt", [&] { album.WriteCueSheet(path("new.cue")); }},
       {"E_INVALIDARG new.zsi", [&] { album.WriteCueSheet(path("new.zsi")); }},
       {"E_INVALIDARG album.cue", [&] { album.WriteCueSheet(path("album.cue")); }},
@@ -249,6 +253,8 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
   for (const auto& [expected, act] : kCases) {
     EXPECT_EQ(expected, FailureOf(act));
   }
+  const EnvironmentVariable temporary("TMPDIR", path("none"));
+  EXPECT_EQ("ERROR_PATH_NOT_FOUND x.zsi", FailureOf([&] { album.WriteTocFile(path("x.zsi")); }));
   EXPECT_EQ(before, Files());
   EXPECT_TRUE(fs::is_character_file("/dev/full"));
   EXPECT_STREQ("the operation failed (0x80070001, 0x80070001)", imagefile::Error(MakeResult(0x80070001), "").what());
