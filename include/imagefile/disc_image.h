@@ -64,16 +64,20 @@ inline std::optional<std::string> TextOf(BSTR text) {
 } // namespace detail
 /// @endcond
 
-/// Texts of a disc or a track, each none where the image has none.
+/// Texts of a disc or a track as UTF-8, each std::nullopt if the image has none.
 template <class R> class Texts {
 public:
-  std::optional<std::string> Title() const { return detail::TextOf(m_record->bstrTitle); }           ///< Title.
-  std::optional<std::string> Composer() const { return detail::TextOf(m_record->bstrComposer); }     ///< Music by.
-  std::optional<std::string> Performer() const { return detail::TextOf(m_record->bstrPerformer); }   ///< Who performs.
-  std::optional<std::string> Songwriter() const { return detail::TextOf(m_record->bstrSongwriter); } ///< Words by.
-  std::optional<std::string> Arranger() const { return detail::TextOf(m_record->bstrArranger); }     ///< Arranged by.
-  std::optional<std::string> Genre() const { return detail::TextOf(m_record->bstrGenre); }           ///< Genre.
-  std::optional<std::string> Message() const { return detail::TextOf(m_record->bstrMessage); }       ///< Of the maker.
+  std::optional<std::string> Title() const { return detail::TextOf(m_record->bstrTitle); } ///< Title.
+  std::optional<std::string> Composer() const {
+    return detail::TextOf(m_record->bstrComposer);
+  } ///< Who wrote the music.
+  std::optional<std::string> Performer() const { return detail::TextOf(m_record->bstrPerformer); } ///< Who performs.
+  std::optional<std::string> Songwriter() const {
+    return detail::TextOf(m_record->bstrSongwriter);
+  } ///< Who wrote the words.
+  std::optional<std::string> Arranger() const { return detail::TextOf(m_record->bstrArranger); } ///< Who arranged it.
+  std::optional<std::string> Genre() const { return detail::TextOf(m_record->bstrGenre); }       ///< Genre.
+  std::optional<std::string> Message() const { return detail::TextOf(m_record->bstrMessage); }   ///< The maker's.
 
 protected:
   explicit Texts(const R& record) noexcept : m_record(&record) {} ///< The record must outlive it.
@@ -92,8 +96,8 @@ public:
   std::uint32_t End() const noexcept { return m_record->dwEndLBA; }        ///< First position after the track.
   std::int32_t PregapSectors() const noexcept { return m_record->Pregap; } ///< From index 0 to index 1, before Start.
   std::int32_t PostgapSectors() const noexcept { return m_record->Postgap; } ///< In the image after End.
-  unsigned IndexCount() const noexcept { return m_record->nCountIndex; }     ///< Index 0 counts; 0 for an unknown list.
-  /// Position of an index, below 0 for one before sector 0; none for an index that is absent.
+  unsigned IndexCount() const noexcept { return m_record->nCountIndex; } ///< Index 0 included; 0 if none are listed.
+  /// Returns the position of an index, below 0 for one before sector 0; std::nullopt for an index that is absent.
   std::optional<std::int32_t> Index(unsigned number) const noexcept {
     const ULONG position = number < IndexCount() ? m_record->pdwIndex[number] : kNoIndex;
     return position == kNoIndex ? std::nullopt : std::optional(static_cast<std::int32_t>(position));
@@ -223,7 +227,7 @@ public:
   const std::string& Path() const noexcept { return m_path; } ///< Path of the description, as it was given.
   /// Path of the file that has the sectors, as it is spelled on disk. Looks there at each call, as DataFileBytes does.
   std::string DataFile() const { return detail::OnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
-  /// Size of the data file; none if there is no such file.
+  /// Size of the data file; std::nullopt if there is no such file.
   std::optional<std::uint64_t> DataFileBytes() const {
     FoundFile file;
     return FindFirstFileA(DataFile(), &file) && !file.isFolder ? std::optional(file.size) : std::nullopt;
@@ -239,8 +243,8 @@ public:
   zsimagefileinfo& Record() noexcept { return *m_record; }
   const zsimagefileinfo& Record() const noexcept { return *m_record; } ///< The same, to look at.
 
-  /// Finds a sector of the disc in the data file; none if it is in no track. IZSImageFile::GetPositionFromLBA finds the
-  /// track instead.
+  /// Finds a sector of the disc in the data file; std::nullopt if it is in no track. IZSImageFile::GetPositionFromLBA
+  /// finds the track of a sector instead.
   std::optional<SectorPosition> PositionOf(std::int64_t sector) const {
     for (const Session& session : Sessions()) {
       for (const Track& track : session.Tracks()) {
@@ -280,8 +284,8 @@ public:
   }
 
   /// Writes the data of a track to a file, which replaces one of its name once it is whole. Devices are written
-  /// directly. @throws Error, with kStopped for a stopped extraction, also for a path that belongs to the image; and
-  /// what the progress function throws.
+  /// directly, and pipes not at all. @throws Error, also for a file of the image; its code is kStopped if the progress
+  /// function returned false. Exceptions of the progress function leave as they are.
   void Extract(const Track& track, const std::string& path, const ExtractOptions& options = {}) const {
     RefuseOwnFile(path);
     TrackStream stream = Stream(track, options.blockSize);
