@@ -5,7 +5,8 @@
 - A `console` block has commands after "$ " and the output of each. A line "..." matches any lines.
 - A command with the comment "# exit status N" must end with N.
 - A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file, which later commands compile. Any
-  other `cpp` block must be a part of the sources.
+  other `cpp` block must be a part of the sources or of one function: the blocks of a document, in their order, must
+  compile and run, and print what their comments "// prints ..." say.
 - `./dev COMMAND` is not run. The command must be one that ./dev lists, and CONTRIBUTING.md must mention each of these.
 - Links and paths of the project must exist.
 """
@@ -61,23 +62,39 @@ def matches(expected, output):
     return re.fullmatch(pattern, output.rstrip(), re.S)
 
 
+def run(command, work, environment):
+    return subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+
+def fault_of_function(body, work, environment):
+    """Returns the output of the body of a C++ function that does not print what its comments say; else nothing."""
+    includes = "#include <array>\n#include <iostream>\n#include \"imagefile/disc_image.h\"\n"
+    (work / "function.cpp").write_text(f"{includes}int main() {{\n{body}}}\n")
+    result = run("c++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror function.cpp -o function "
+                 "$(pkg-config --cflags --libs imagefile); ./function", work, environment)
+    expected = "\n".join(re.findall(r"^ *// prints (.*)", body, re.M))
+    return "" if result.returncode == 0 and result.stdout.rstrip() == expected else result.stdout or "prints nothing"
+
+
 def faults_of(document, known, sources, work, environment):
     """Yields line and message of each fault of a document."""
-    text = document.read_text()
+    text, body = document.read_text(), ""
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
         first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
         elif block[1] == "cpp" and block[2] not in sources:
-            yield first, "this block is in no source file"
+            body += block[2]
         for line, command, expected in commands(block[1], block[2]):
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
                 yield first + line, f"./dev has no command {word}"
-            result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
-                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            result = run(command, work, environment)
             status = re.search(r"# exit status (\d+)|$", command)[1]
             if result.returncode != int(status or 0) or (expected is not None and not matches(expected, result.stdout)):
                 yield first + line, f"'{command}' ends with {result.returncode} and prints\n{result.stdout}"
+    if body and (fault := fault_of_function(body, work, environment)):
+        yield 1, f"the C++ blocks that are in no source file do not run as they say:\n{fault}"
     for link in re.finditer(r"\]\(([^)#:]+)(?:#[^)]*)?\)|`((?:%s)/[^`\s]*)`" % FOLDERS, text):
         if not ((document.parent / link[1]).exists() if link[1] else any(PROJECT.glob(link[2].rstrip("/")))):
             yield text.count("\n", 0, link.start()) + 1, f"{link[1] or link[2]} does not exist"
