@@ -4,8 +4,9 @@
 - A fenced `sh` block is a list of commands, each of which must succeed.
 - A `console` block has commands behind "$ ", and what each prints. A line "..." stands for any lines.
 - A command with "# exit status N" behind it must end with N.
-- A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file; commands behind it compile it. Any
-  other `cpp` block stands in the sources as it is here.
+- A `cpp` or `python` block that begins with the comment "// name.cpp: ..." or "# name.py: ..." becomes that file;
+  commands behind it compile or run it. Any other block of these stands in the sources as it is here.
+- The `pycon` blocks of a document are one session of the interpreter, whose output is compared.
 - `./dev COMMAND` is not run: the command must be one of those that ./dev lists, and CONTRIBUTING.md must tell of all.
 - Links and paths of the project must lead somewhere.
 """
@@ -18,7 +19,7 @@ import tempfile
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-FOLDERS = "bench|cmake|docs|examples|fuzz|samples|src|tests|tools"
+FOLDERS = "bench|bindings|cmake|docs|examples|fuzz|samples|src|tests|tools"
 # The images that the documents call disc.*, and the samples that they are.
 DISC = {"disc.cue": "album.cue", "disc.bin": "album.bin", "disc.cdt": "album.cdt", "disc.nrg": "cdplus.nrg",
         "disc.mds": "inline.mds", "disc.mdf": "inline.mdf", "disc.ccd": "sessions.ccd", "disc.img": "sessions.img"}
@@ -36,13 +37,15 @@ def files(*patterns):
 def install(build, prefix):
     output_of("cmake", "--install", build, "--prefix", prefix)
     pkgconfig = next(prefix.rglob("imagefile.pc")).parent
-    return dict(os.environ, PATH=f"{prefix}/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
-                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"))
+    return dict(os.environ, PATH=f"{prefix}/bin:/usr/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
+                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"),
+                PYTHONPATH=str(prefix / "lib/python3/dist-packages"))
 
 
 def fill(work):
     """Puts in place what the documents speak of."""
     samples = shutil.copytree(PROJECT / "samples/images", work / "samples/images")
+    shutil.copytree(PROJECT / "bindings/python", work / "bindings/python")
     for name, sample in DISC.items():
         shutil.copy(samples / sample, work / name)
     (work / "disc.cue").write_text((work / "disc.cue").read_text().replace("ALBUM", "disc"))
@@ -63,14 +66,18 @@ def prints(expected, found):
 
 def faults_of(document, known, sources, work, environment):
     """Line and words of each thing that a document says in vain."""
-    text = document.read_text()
+    text, session = document.read_text(), ""
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
-        first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
+        first = text.count("\n", 0, block.start(2)) + 1
+        program = re.match(r"(?://|#) (\w+\.(?:cpp|py)): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
-        elif block[1] == "cpp" and block[2] not in sources:
+        elif block[1] in ("cpp", "python") and block[2] not in sources:
             yield first, "this stands in no source"
-        for place, command, expected in commands(block[1], block[2]):
+        session += block[2] + "\n" if block[1] == "pycon" else ""
+        (work / "session").write_text(session)
+        run = [(0, "python3 -m doctest session", None)] if block[1] == "pycon" else commands(block[1], block[2])
+        for place, command, expected in run:
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
                 yield first + place, f"./dev has no command {word}"
             result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
@@ -88,7 +95,7 @@ def main(build):
     told = (PROJECT / "CONTRIBUTING.md").read_text()
     faults = [f"CONTRIBUTING.md does not tell of ./dev {command}" for command in sorted(known)
               if not re.search(rf"\./dev {command}\b(?!-)", told)]
-    sources = "".join(path.read_text() for path in files("*.h", "*.cpp"))
+    sources = "".join(path.read_text() for path in files("*.h", "*.cpp", "*.py"))
     with tempfile.TemporaryDirectory() as scratch:
         environment = install(build, Path(scratch) / "prefix")
         for document in files("*.md"):
