@@ -4,9 +4,11 @@
 - A fenced `sh` block is a list of commands, each of which must succeed.
 - A `console` block has commands after "$ " and the output of each. A line "..." matches any lines.
 - A command with the comment "# exit status N" must end with N.
-- A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file, which later commands compile. Any
-  other `cpp` block must be a part of the sources or of one function: the blocks of a document, in their order, must
-  compile and run, and print what their comments "// prints ..." say.
+- A `cpp` or `python` block that begins with the comment "// name.cpp: ..." or "# name.py: ..." becomes that file, which
+  later commands compile or run. Any other of these must be a part of the sources; a `cpp` block may instead be a part of
+  one function: the blocks of a document, in their order, must compile and run, and print what their comments
+  "// prints ..." say.
+- The `pycon` blocks of a document are one session of the interpreter, whose output is compared.
 - `./dev COMMAND` is not run. The command must be one that ./dev lists, and CONTRIBUTING.md must mention each of these.
 - Links and paths of the project must exist.
 """
@@ -19,7 +21,7 @@ import tempfile
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-FOLDERS = "bench|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
+FOLDERS = "bench|bindings|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
 # Names of images in the documents, and the samples that are copied there.
 DISC = {"disc.cue": "album.cue", "disc.bin": "album.bin", "disc.cdt": "album.cdt", "disc.nrg": "cdplus.nrg",
         "disc.mds": "inline.mds", "disc.mdf": "inline.mdf", "disc.ccd": "sessions.ccd", "disc.img": "sessions.img"}
@@ -37,13 +39,15 @@ def files(*patterns):
 def install(build, prefix):
     output_of("cmake", "--install", build, "--prefix", prefix)
     pkgconfig = next(prefix.rglob("imagefile.pc")).parent
-    return dict(os.environ, PATH=f"{prefix}/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
-                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"))
+    return dict(os.environ, PATH=f"{prefix}/bin:/usr/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
+                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"),
+                PYTHONPATH=str(prefix / "lib/python3/dist-packages"))
 
 
 def copy_images(work):
     """Copies the images that the documents mention to the working folder."""
     samples = shutil.copytree(PROJECT / "samples/images", work / "samples/images")
+    shutil.copytree(PROJECT / "bindings/python", work / "bindings/python")
     for name, sample in DISC.items():
         shutil.copy(samples / sample, work / name)
     (work / "disc.cue").write_text((work / "disc.cue").read_text().replace("ALBUM", "disc"))
@@ -79,14 +83,20 @@ def fault_of_function(body, work, environment):
 
 def faults_of(document, known, sources, work, environment):
     """Yields line and message of each fault of a document."""
-    text, body = document.read_text(), ""
+    text, body, session = document.read_text(), "", ""
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
-        first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
+        first = text.count("\n", 0, block.start(2)) + 1
+        program = re.match(r"(?://|#) (\w+\.(?:cpp|py)): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
         elif block[1] == "cpp" and block[2] not in sources:
             body += block[2]
-        for line, command, expected in commands(block[1], block[2]):
+        elif block[1] == "python" and block[2] not in sources:
+            yield first, "this block is in no source file"
+        session += block[2] + "\n" if block[1] == "pycon" else ""
+        (work / "session").write_text(session)
+        found = [(0, "python3 -m doctest session", None)] if block[1] == "pycon" else commands(block[1], block[2])
+        for line, command, expected in found:
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
                 yield first + line, f"./dev has no command {word}"
             result = run(command, work, environment)
@@ -105,7 +115,7 @@ def main(build):
     guide = (PROJECT / "CONTRIBUTING.md").read_text()
     faults = [f"CONTRIBUTING.md does not mention ./dev {command}" for command in sorted(known)
               if not re.search(rf"\./dev {command}\b(?!-)", guide)]
-    sources = "".join(path.read_text() for path in files("*.h", "*.cpp"))
+    sources = "".join(path.read_text() for path in files("*.h", "*.cpp", "*.py"))
     with tempfile.TemporaryDirectory() as scratch:
         environment = install(build, Path(scratch) / "prefix")
         for document in files("*.md"):
