@@ -10,7 +10,8 @@
   "// prints ..." say.
 - The `pycon` blocks of a document are one session of the interpreter, whose output is compared.
 - `./dev COMMAND` is not run. The command must be one that ./dev lists, and CONTRIBUTING.md must mention each of these.
-- Links and paths of the project must exist.
+- Links and paths of the project must exist, and so must `Suite.Test` in docs/compatibility.md. Keys of that document
+  that comments name must be in it.
 """
 import os
 import re
@@ -110,12 +111,24 @@ def faults_of(document, known, sources, work, environment):
             yield text.count("\n", 0, link.start()) + 1, f"{link[1] or link[2]} does not exist"
 
 
+def faults_of_compatibility(sources):
+    """Yields tests that docs/compatibility.md names in vain, and keys that comments name in vain."""
+    text = (PROJECT / "docs/compatibility.md").read_text()
+    tests = {".".join(found) for found in re.findall(r"TEST(?:_F)?\((\w+), (\w+)\)", sources)}
+    for name in sorted(set(re.findall(r"`(\w+\.[A-Z]\w+)`", text)) - tests):
+        yield f"docs/compatibility.md: there is no test {name}"
+    for key in sorted(set(re.findall(r'"([^"]+)" in\s+(?://+ )?docs/compatibility\.md', sources))):
+        if f"| {key} |" not in text:
+            yield f"docs/compatibility.md has no row {key}"
+
+
 def main(build):
     known = set(re.findall(r"^  ([a-z][a-z-]*)", output_of("./dev", "help"), re.M))
     guide = (PROJECT / "CONTRIBUTING.md").read_text()
     faults = [f"CONTRIBUTING.md does not mention ./dev {command}" for command in sorted(known)
               if not re.search(rf"\./dev {command}\b(?!-)", guide)]
     sources = "".join(path.read_text() for path in files("*.h", "*.cpp", "*.py"))
+    faults += faults_of_compatibility(sources)
     with tempfile.TemporaryDirectory() as scratch:
         environment = install(build, Path(scratch) / "prefix")
         for document in files("*.md"):
