@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <exception>
 
-#include "command_line.h"
-#include "failure.h"
-#include "files.h"
+#include "cli/command_line.h"
+#include "output/failure.h"
+#include "output/standard_output.h"
 
 namespace {
 
