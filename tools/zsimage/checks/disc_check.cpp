@@ -2,223 +2,241 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
+#include "checks/code_check.h"
+#include "checks/pack_file.h"
 #include "checks/sector_check.h"
 #include "disc/msf.h"
-#include "files/files.h"
+#include "files/input_file.h"
+#include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
-#include "image/sector_source.h"
+#include "image/partial_image.h"
+#include "image/sector_run.h"
 #include "output/failure.h"
+#include "output/interrupt.h"
 
 namespace {
 
-constexpr ULONG kSampleRuns = 32; ///< Stretches of a track that are looked at.
+constexpr ULONG kSampleRuns = 32; ///< Runs of a track that are checked.
 constexpr ULONG kRunSectors = 16;
 constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
 constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
-constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Times of CDs end here; larger images are no CDs.
-constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks that such a recording ends with.
+constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< The times of CDs end here; longer images are not CDs.
+constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks at the end of such a recording.
 
-/// Where a track begins with its pregap and where it ends, in the description's own sectors.
+/// Returns the position of a track's pregap in the data file.
 std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
-  return std::int64_t{FileSector(info, track)} - track.Pregap;
-}
-std::int64_t EndOf(const ZSTRACK& track) {
-  return std::int64_t{track.dwEndLBA} + std::max(LONG{track.Postgap}, LONG{0});
-}
-
-void CheckNeighbour(const zsimagefileinfo& info, const ZSTRACK& before, const ZSTRACK& track, bool isOneSession,
-                    Findings* findings) {
-  const std::int64_t gap = StartOf(info, track) - EndOf(before);
-  const std::int64_t allowed = (info.lMask & ZSIMAGEMASK_TRACKATONCE) != 0 ? kTrackAtOnceGap : 0;
-  if (StartOf(info, track) < before.dwEndLBA) {
-    const auto common = static_cast<UHYPER>(before.dwEndLBA - StartOf(info, track));
-    findings->push_back({"overlap", true, "begins " + Sectors(common) + " before the end of the track in front of it"});
-  } else if (isOneSession && gap > allowed) {
-    findings->push_back({"gap", true, Sectors(static_cast<UHYPER>(gap)) + " in front of it belong to no track"});
-  }
+  return std::int64_t{FilePosition(info, track)} - track.Pregap;
 }
 
 void CheckIndexes(const ZSTRACK& track, Findings* findings) {
-  LONG last = -kFramesPerMinute * 100; // The pause in front of a disc has positions below 0.
+  LONG last = -kFramesPerMinute * 100; // Positions in the pause before the disc are negative.
+  unsigned lastIndex = 0;
   for (BYTE i = 0; track.pdwIndex != nullptr && i < track.nCountIndex; ++i) {
-    const ULONG entry = track.pdwIndex[i];
-    if (entry == kNoIndex) {
+    if (track.pdwIndex[i] == kNoIndex) {
       continue;
     }
-    const auto index = static_cast<LONG>(entry);
-    if (index < last) {
-      findings->push_back({"index", true, Format("index %u stands before the one in front of it", unsigned{i})});
+    const auto position = static_cast<LONG>(track.pdwIndex[i]);
+    if (position < last) {
+      findings->push_back(Fault("index", fmt::format("index {} is before index {}", i, lastIndex)));
     }
-    last = index;
+    last = position;
+    lastIndex = i;
   }
 }
 
-void CheckLength(const ZSTRACK& track, const TrackPlace& place, Findings* findings) {
-  if (place.missing != 0) {
-    findings->push_back({"missing", true, CutOffWords(place.missing)});
-  } else if (place.sectors == 0 && place.blockSize != 0) {
-    findings->push_back({"length", true, "has no sectors: it ends where it begins, or before"});
+void CheckLength(const ZSTRACK& track, const TrackExtent& extent, Findings* findings) {
+  if (extent.missing != 0) {
+    findings->push_back(Fault("missing", CutOffWords(extent.missing)));
+  } else if (extent.sectors == 0 && extent.blockSize != 0) {
+    findings->push_back(Fault("length", "it has no sectors: its end is not after its start"));
   }
-  if (place.sectors != 0 && track.Mode == ZSMODE_AUDIO && place.sectors < kShortestTrack) {
-    findings->push_back({"length", false, "shorter than the 4 seconds that a track must have"});
+  if (extent.sectors != 0 && track.Mode == ZSMODE_AUDIO && extent.sectors < kShortestTrack) {
+    findings->push_back(Remark("length", "shorter than the 4 seconds that a track must have"));
   }
 }
 
-/// Stretches over a track: all of it, or a sample from its first to its last sector.
-std::vector<SectorRun> RunsToLookAt(const SectorRun& whole, bool full) {
-  if (full || whole.sectors <= kSampleRuns * kRunSectors) {
-    return {whole};
+/// Returns the parts of a track that are checked: all of it, or a sample from its first to its last sector.
+std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
+  if (full || track.sectors <= kSampleRuns * kRunSectors) {
+    return {track};
   }
   std::vector<SectorRun> runs;
   for (ULONG i = 0; i < kSampleRuns; ++i) {
-    const UHYPER first = UHYPER{whole.sectors - kRunSectors} * i / (kSampleRuns - 1);
-    SectorRun run = whole;
-    run.begin += first * whole.blockSize;
+    const UHYPER first = UHYPER{track.sectors - kRunSectors} * i / (kSampleRuns - 1);
+    SectorRun run = track;
+    run.begin += first * track.blockSize;
     run.sectors = kRunSectors;
     runs.push_back(run);
   }
   return runs;
 }
 
-/// The work on one image.
+/// Checks one image.
 class Checker {
 public:
   Checker(const Host& host, const ImageRecord& image, bool full)
       : m_host(host), m_image(image), m_info(image.Info()), m_dataFile(image.DataFile()), m_full(full) {}
 
   DiscReport Run() {
-    PlanTracks();
-    Transfer transfer("checking", m_bytes);
-    for (const Work& work : m_work) {
-      LookAtSectors(work, &transfer);
-    }
+    CheckTracks();
+    CheckLengthOfDisc();
+    CheckDataFile();
+    CheckSectors();
     CheckVolume();
     CheckText();
     return std::move(m_report);
   }
 
 private:
-  /// The sectors of one track that are there.
+  /// The sectors of a track that are in the data file.
   struct Work {
-    std::size_t report; ///< Place of the track's report.
-    ZSTRACK track;      ///< Owned by the image.
-    SectorRun whole;
+    std::size_t report; ///< Index of the track's report.
+    ZSMODETYPE mode;
+    ULONG lba; ///< Of the first sector.
+    SectorRun run;
   };
 
-  void PlanTracks() {
-    const ZSTRACK* before = nullptr;
-    for (unsigned session = 0; session < m_info.nSessions; ++session) {
-      const ZSCUESHEET& sheet = *m_info.pZSCueSheet[session];
-      const std::vector<TrackPlace> places = m_image.Places(session + 1);
-      for (UINT i = 0; i < sheet.nTracks; ++i) {
-        const ZSTRACK& track = sheet.pZSTracks[i];
-        TrackReport report{session + 1, i + 1, ModeWords(track.Mode), places[i].sectors, 0, false, {}};
-        if (before != nullptr) {
-          CheckNeighbour(m_info, *before, track, i != 0, &report.findings);
+  void CheckTracks() {
+    const ZSTRACK* previous = nullptr;
+    for (unsigned session = 1; session <= m_info.nSessions; ++session) {
+      unsigned number = 0;
+      m_image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
+        TrackReport report{session, ++number, ModeWords(track.Mode), extent.sectors, 0, false, {}};
+        if (previous != nullptr) {
+          CompareTracks(*previous, track, &report);
         }
         CheckIndexes(track, &report.findings);
-        CheckLength(track, places[i], &report.findings);
+        CheckLength(track, extent, &report.findings);
         CheckIsrc(Narrow(track.bstrISRC), &report.findings);
-        PlanTrack(track, places[i], &report);
+        PlanSectors(track, extent, &report);
         m_report.tracks.push_back(std::move(report));
-        before = &track;
-      }
+        previous = &track;
+      });
     }
-    if (before == nullptr) {
-      m_report.findings.push_back({"length", true, "the image has no tracks"});
-    } else if (before->dwEndLBA > kUsualDisc && before->dwEndLBA < kLongestDisc) {
-      m_report.findings.push_back(
-          {"length", false, "plays " + Duration(before->dwEndLBA) + ", and usual discs hold 80 minutes"});
-    }
-    if (const std::string mark = SoundMark(m_dataFile); !mark.empty() && m_info.dwSeekBegin64 == 0) {
-      m_report.findings.push_back({"sound", true,
-                                   "the data file is a sound file (" + mark +
-                                       ") that is read as raw samples; convert it to 16 bits, stereo, "
-                                       "44.1 kHz, little-endian, without a header"});
-    }
-    CheckRest();
+    m_discEnd = previous == nullptr ? 0 : ULONG{previous->dwEndLBA};
   }
 
-  void PlanTrack(const ZSTRACK& track, const TrackPlace& place, TrackReport* report) {
-    const SectorCheck check(track.Mode, place.blockSize);
-    if (place.blockSize == 0) {
-      report->findings.push_back({"block-size", true, SizelessWords(m_host, m_image)});
+  /// Compares the end of a track with the start of the next, of which `report` is.
+  void CompareTracks(const ZSTRACK& previous, const ZSTRACK& track, TrackReport* report) const {
+    const std::int64_t start = StartOf(m_info, track);
+    const std::int64_t gap = start - previous.dwEndLBA - std::max(LONG{previous.Postgap}, 0);
+    const std::int64_t allowed = (m_info.lMask & ZSIMAGEMASK_TRACKATONCE) != 0 ? kTrackAtOnceGap : 0;
+    const TrackReport& last = m_report.tracks.back();
+    const bool isOneSession = last.session == report->session;
+    if (start < previous.dwEndLBA) {
+      const std::string name = isOneSession ? "" : fmt::format(" of session {}", last.session);
+      report->findings.push_back(
+          Fault("overlap", fmt::format("overlaps track {}{} by {}", last.number, name,
+                                       Counted(static_cast<UHYPER>(previous.dwEndLBA - start), "sector"))));
+    } else if (isOneSession && gap > allowed) {
+      report->findings.push_back(Fault("gap", fmt::format("a gap of {} before it belongs to no track",
+                                                          Counted(static_cast<UHYPER>(gap), "sector"))));
+    }
+  }
+
+  void PlanSectors(const ZSTRACK& track, const TrackExtent& extent, TrackReport* report) {
+    if (extent.blockSize == 0) {
+      report->findings.push_back(Fault("block-size", SizelessWords(m_host, m_image)));
       return;
     }
-    SectorRun run{place.begin, place.sectors, place.blockSize, 0, std::min<UINT>(place.blockSize, check.Size())};
-    m_end = std::max(m_end, place.End());
-    m_lastSize = place.blockSize;
-    run.sectors -= std::min(place.missing, place.sectors);
-    report->canBeLookedAt = check.HasWork();
-    if (check.HasWork() && run.sectors != 0) {
-      m_work.push_back({m_report.tracks.size(), track, run});
-      for (const SectorRun& part : RunsToLookAt(run, m_full)) {
-        m_bytes += part.Bytes();
-      }
+    m_end = std::max(m_end, extent.End());
+    m_lastSize = extent.blockSize;
+    const SectorCheck check(track.Mode, extent.blockSize);
+    const ULONG sectors = extent.sectors - std::min(extent.missing, extent.sectors);
+    report->canBeChecked = check.HasWork();
+    if (check.HasWork() && sectors != 0) {
+      m_work.push_back({m_report.tracks.size(),
+                        track.Mode,
+                        track.dwLBA,
+                        {extent.begin, sectors, extent.blockSize, 0, std::min(extent.blockSize, check.Size())}});
     }
   }
 
-  /// What stands in the file behind the last track, up to where the description lets it end.
-  void CheckRest() {
+  void CheckLengthOfDisc() {
+    if (m_report.tracks.empty()) {
+      m_report.findings.push_back(Fault("length", "the image has no tracks"));
+    } else if (m_discEnd > kUsualDisc && m_discEnd < kLongestDisc) {
+      m_report.findings.push_back(
+          Remark("length", fmt::format("plays {}, and usual discs hold 80 minutes", Duration(m_discEnd))));
+    }
+  }
+
+  void CheckDataFile() {
+    const std::string type = SoundFileType(m_dataFile);
+    if (!type.empty() && m_info.dwSeekBegin64 == 0) {
+      m_report.findings.push_back(
+          Fault("sound", fmt::format("the data file is a sound file ({}) that is read as raw samples; convert it to 16 "
+                                     "bits, stereo, 44.1 kHz, little-endian, without a header",
+                                     type)));
+    }
     const UHYPER size = std::min(FileSize(m_dataFile).value_or(0), UHYPER{m_info.dwSeekEnd64});
     const UHYPER rest = size > m_end ? size - m_end : 0;
     if (rest == 0 || m_lastSize == 0 || m_info.ZSImageFormat == ZSIMAGEFORMAT_NRG) {
-      return; // Nero images have their description there.
+      return; // Nero images have their description after the sectors.
     }
-    const std::string words =
-        rest < m_lastSize ? Format("%u bytes", static_cast<unsigned>(rest)) : Sectors(rest / m_lastSize);
-    m_report.findings.push_back({"rest", rest < m_lastSize,
-                                 "the data file goes on for " + words + " behind the last track" +
-                                     (rest < m_lastSize ? ", which is no whole sector" : "")});
+    m_report.findings.push_back(
+        rest < m_lastSize ? Fault("rest", fmt::format("the data file has {} after the last track, which is not a whole "
+                                                      "sector",
+                                                      Counted(rest, "byte")))
+                          : Remark("rest", fmt::format("the data file has {} after the last track",
+                                                       Counted(rest / m_lastSize, "sector"))));
   }
 
-  void LookAtSectors(const Work& work, Transfer* transfer) {
-    SectorCheck check(work.track.Mode, work.whole.blockSize);
-    for (const SectorRun& run : RunsToLookAt(work.whole, m_full)) {
-      const auto first = static_cast<ULONG>((run.begin - work.whole.begin) / run.blockSize);
-      ULONG lba = work.track.dwLBA + first;
-      transfer->StartNextStream();
-      const RunEnd end = ReadRun(m_host, m_dataFile, run, transfer, [&](const BYTE* data, std::size_t size) {
-        for (std::size_t at = 0; at + run.dataSize <= size; at += run.dataSize) {
-          check.Look(data + at, lba++);
-        }
-      });
-      if (transfer->IsCancelled()) {
+  void CheckSectors() {
+    UHYPER bytes = 0;
+    for (const Work& work : m_work) {
+      for (const SectorRun& run : RunsToCheck(work.run, m_full)) {
+        bytes += run.Bytes();
+      }
+    }
+    ProgressBar progress("checking", bytes);
+    const InterruptWatch watch;
+    for (const Work& work : m_work) {
+      SectorCheck check(work.mode, work.run.blockSize);
+      for (const SectorRun& run : RunsToCheck(work.run, m_full)) {
+        CheckRun(run, work.lba + static_cast<ULONG>((run.begin - work.run.begin) / run.blockSize), &check, &progress);
+      }
+      m_report.tracks[work.report].checked = check.Checked();
+      check.Report(&m_report.tracks[work.report].findings);
+    }
+  }
+
+  void CheckRun(const SectorRun& run, ULONG lba, SectorCheck* check, ProgressBar* progress) const {
+    ReadRun(m_host, m_dataFile, run, progress, [&](const BYTE* data, std::size_t size) {
+      if (InterruptWatch::Requested()) {
         throw Failure(m_image.Path(), "cancelled", kCancelled);
       }
-      if (end.bytes < run.Bytes()) {
-        ThrowReadFailure(m_dataFile, run, end);
+      for (std::size_t offset = 0; offset + run.dataSize <= size; offset += run.dataSize) {
+        check->CheckSector(data + offset, lba++);
       }
-    }
-    TrackReport& report = m_report.tracks[work.report];
-    report.looked = check.Looked();
-    check.Report(&report.findings);
+    });
   }
 
-  /// A file system knows its own size, which shows an image that was cut off. On discs of several tracks the
-  /// volume may reach over others.
+  /// A file system states its size, which shows that an image was cut off. On discs of several tracks the volume may
+  /// include other tracks.
   void CheckVolume() {
-    constexpr ULONG kDescriptorSector = 16; // ECMA-119, as what follows.
+    constexpr ULONG kDescriptorSector = 16; // ECMA-119: the primary volume descriptor.
     constexpr std::size_t kVolumeSize = 80;
-    const bool isPlain = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1;
-    if (!isPlain || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
+    const bool isOneTrack = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1;
+    if (!isOneTrack || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
       return;
     }
-    const TrackPlace place = m_image.Places(1)[0];
+    const TrackExtent extent = m_image.Extents(1)[0];
     const UINT offset = OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
-    const std::string start =
-        BytesAt(m_dataFile, place.begin + UHYPER{kDescriptorSector} * place.blockSize + offset, kVolumeSize + 4);
-    if (place.sectors <= kDescriptorSector || start.size() < kVolumeSize + 4 ||
-        !start.starts_with("\x01"
-                           "CD001")) {
+    const std::string descriptor =
+        ReadBytes(m_dataFile, extent.begin + UHYPER{kDescriptorSector} * extent.blockSize + offset, kVolumeSize + 4);
+    if (extent.sectors <= kDescriptorSector || descriptor.size() < kVolumeSize + 4 ||
+        !descriptor.starts_with("\1CD001")) {
       return;
     }
-    const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(start.data()) + kVolumeSize);
-    if (volume > place.sectors) {
+    const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(descriptor.data()) + kVolumeSize);
+    if (volume > extent.sectors) {
       m_report.findings.push_back(
-          {"volume", true,
-           "cut off: its file system has " + Sectors(volume) + ", and the track " + Sectors(place.sectors)});
+          Fault("volume", fmt::format("cut off: its file system has {}, and the track {}", Counted(volume, "sector"),
+                                      Counted(extent.sectors, "sector"))));
     }
   }
 
@@ -232,9 +250,9 @@ private:
       return;
     }
     try {
-      CheckPacks(ReadWholeFile(companion, kLargestPackFile), &m_report.findings);
+      CheckPacks(ReadContent(companion, kLargestPackFile), &m_report.findings);
     } catch (const Failure& failure) {
-      m_report.findings.push_back({"cdtext", true, failure.what()});
+      m_report.findings.push_back(Fault("cdtext", failure.what()));
     }
   }
 
@@ -245,9 +263,9 @@ private:
   bool m_full;
   DiscReport m_report;
   std::vector<Work> m_work;
-  UHYPER m_bytes = 0; ///< To look at.
-  UHYPER m_end = 0;   ///< Byte behind the last track.
-  UINT m_lastSize = 0;
+  ULONG m_discEnd = 0; ///< End of the last track.
+  UHYPER m_end = 0;    ///< Byte of the data file after all tracks.
+  UINT m_lastSize = 0; ///< Block size of the last track.
 };
 
 } // namespace

@@ -1,20 +1,27 @@
 /// @file
-/// Files of CD-Text packs.
+/// CD-Text packs and files of them.
 #pragma once
 
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "checks/findings.h"
+#include "platform/base_types.h"
+
+inline constexpr std::size_t kPackBytes = 18;         ///< Bytes of one pack (MMC).
+inline constexpr UHYPER kLargestPackFile = 16U << 20; ///< Far more than the lead-in of a disc holds.
 
 struct PackFile {
-  std::vector<BYTE> packs; ///< As in a .cdt file. Packs in sub-channel form are put together, once each.
+  std::string packs; ///< Bytes, as in a .cdt file. Packs in sub-channel form are joined, each of them once.
   Findings findings;
-  unsigned tracks; ///< Last track that the size packs name; 0 without size packs.
+  unsigned tracks = 0; ///< Last track that the size packs name; 0 without size packs.
 
-  /// The first fault in words; empty when there is none.
-  std::string Fault() const;
+  /// Returns the words of the first fault; empty if there is none.
+  std::string FirstFault() const;
 };
 
-/// Reads a file of packs, "-" for standard input, and checks them. @throws Failure when it cannot be read.
+/// Reads a file of packs, or standard input for "-", and checks it. @throws Failure if it cannot be read.
 PackFile ReadPackFile(const std::string& path);
+
+/// Checks the number of packs and their check bytes (Red Book). Packs without check bytes have zeros there.
+void CheckPacks(std::string_view packs, Findings* findings);

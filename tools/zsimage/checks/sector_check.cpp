@@ -3,21 +3,26 @@
 #include <algorithm>
 #include <array>
 
+#include <fmt/format.h>
+
 #include "disc/msf.h"
 #include "image/disc_words.h"
-#include "output/terminal_text.h"
 
 namespace {
 
+// Offsets in a raw sector.
 constexpr std::array<BYTE, 12> kSync{0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0};
 constexpr std::size_t kHeader = 12; ///< Minute, second, frame, mode.
 constexpr std::size_t kSubHeader = 16;
-constexpr std::size_t kMode1Checked = 2064;
-constexpr std::size_t kForm1Checked = 2056; ///< From the sub-header on, as the next one.
+constexpr std::size_t kMode1Checked = 2064; ///< Bytes before the code.
+
+// Of mode 2, from the sub-header on.
+constexpr std::size_t kForm1Checked = 2056;
 constexpr std::size_t kForm2Checked = 2332;
+constexpr std::size_t kSubMode = 2;
 constexpr BYTE kForm2Bit = 0x20; ///< Of the sub-mode.
 
-/// Division by x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, from the lowest bit on.
+/// Returns the table of the division by x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, lowest bit first.
 constexpr std::array<std::uint32_t, 256> MakeEdcTable() {
   std::array<std::uint32_t, 256> table{};
   for (std::uint32_t i = 0; i < 256; ++i) {
@@ -45,8 +50,8 @@ bool HasSync(const BYTE* sector) { return std::equal(kSync.begin(), kSync.end(),
 
 } // namespace
 
-std::uint32_t LittleEndian32(const BYTE* at) noexcept {
-  return at[0] | std::uint32_t{at[1]} << 8 | std::uint32_t{at[2]} << 16 | std::uint32_t{at[3]} << 24;
+std::uint32_t LittleEndian32(const BYTE* bytes) noexcept {
+  return bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 24;
 }
 
 SectorCheck::SectorCheck(ZSMODETYPE mode, UINT blockSize)
@@ -66,73 +71,73 @@ SectorCheck::Layout SectorCheck::LayoutOf(ZSMODETYPE mode, UINT blockSize) noexc
   return isRaw ? Layout::Mode2 : blockSize == ZSFILEBLOCKSIZE_2336 ? Layout::Mode2WithoutHeader : Layout::Nothing;
 }
 
-void SectorCheck::Look(const BYTE* sector, ULONG lba) {
-  ++m_looked;
+void SectorCheck::CheckSector(const BYTE* sector, ULONG lba) {
+  ++m_checked;
   if (m_layout == Layout::Audio) {
     m_sync.Add(HasSync(sector), lba);
     return;
   }
   if (m_layout != Layout::Mode2WithoutHeader) {
-    LookAtHeader(sector, lba);
+    CheckHeader(sector, lba);
   }
   if (m_layout == Layout::Mode1) {
-    const std::uint32_t stored = LittleEndian32(sector + kMode1Checked);
-    const bool isWrong = stored != EdcOf(sector, kMode1Checked);
-    m_edc.Add(isWrong, lba);
-    m_withoutEdc.Add(isWrong && stored == 0, lba);
+    CheckEdc(sector, kMode1Checked, lba);
   } else {
-    LookAtMode2(m_layout == Layout::Mode2 ? sector + kSubHeader : sector, lba);
+    CheckMode2(m_layout == Layout::Mode2 ? sector + kSubHeader : sector, lba);
   }
 }
 
-void SectorCheck::LookAtHeader(const BYTE* sector, ULONG lba) {
+void SectorCheck::CheckHeader(const BYTE* sector, ULONG lba) {
   m_sync.Add(!HasSync(sector), lba);
   m_mode.Add(sector[kHeader + 3] != (m_layout == Layout::Mode1 ? 1 : 2), lba);
   const ULONG time = LbaToMsf(static_cast<LONG>(lba));
   if (time != kNoTime) {
-    const std::array<BYTE, 3> wanted{Bcd(MinutesOf(time)), Bcd(SecondsOf(time)), Bcd(FramesOf(time))};
-    m_time.Add(!std::equal(wanted.begin(), wanted.end(), sector + kHeader), lba);
+    const std::array<BYTE, 3> expected{Bcd(MinutesOf(time)), Bcd(SecondsOf(time)), Bcd(FramesOf(time))};
+    m_time.Add(!std::equal(expected.begin(), expected.end(), sector + kHeader), lba);
   }
 }
 
-/// Sectors whose sub-header does not stand there twice have no form that could be told.
-void SectorCheck::LookAtMode2(const BYTE* subHeader, ULONG lba) {
-  const bool isTwice = std::equal(subHeader, subHeader + 4, subHeader + 4);
-  m_subHeader.Add(!isTwice, lba);
-  if (!isTwice) {
+/// The form of a sector whose two copies of the sub-header differ is unknown.
+void SectorCheck::CheckMode2(const BYTE* subHeader, ULONG lba) {
+  const bool isEqual = std::equal(subHeader, subHeader + 4, subHeader + 4);
+  m_subHeader.Add(!isEqual, lba);
+  if (!isEqual) {
     return;
   }
-  const bool isForm2 = (subHeader[2] & kForm2Bit) != 0;
-  const std::size_t size = isForm2 ? kForm2Checked : kForm1Checked;
-  const std::uint32_t stored = LittleEndian32(subHeader + size);
-  if (!isForm2 || stored != 0) { // In form 2 the code may be left out.
-    const bool isWrong = stored != EdcOf(subHeader, size);
-    m_edc.Add(isWrong, lba);
-    m_withoutEdc.Add(isWrong && stored == 0, lba);
+  if ((subHeader[kSubMode] & kForm2Bit) == 0) {
+    CheckEdc(subHeader, kForm1Checked, lba);
+  } else if (LittleEndian32(subHeader + kForm2Checked) != 0) { // The code is optional in form 2.
+    CheckEdc(subHeader, kForm2Checked, lba);
   }
+}
+
+void SectorCheck::CheckEdc(const BYTE* data, std::size_t size, ULONG lba) {
+  const std::uint32_t stored = LittleEndian32(data + size);
+  const bool isWrong = stored != EdcOf(data, size);
+  m_edc.Add(isWrong, lba);
+  m_withoutEdc.Add(isWrong && stored == 0, lba);
 }
 
 void SectorCheck::ReportTally(const char* kind, const Tally& tally, const char* words, Findings* findings) const {
   if (tally.count != 0) {
-    const std::string place = "sector " + std::to_string(tally.first) + " (" + DiscTime(tally.first) + ")";
-    findings->push_back({kind, true,
-                         words + Format(" in %u of %u sectors, ", tally.count, m_looked) +
-                             (tally.count == 1 ? "in " : "the first is ") + place});
+    findings->push_back(
+        Fault(kind, fmt::format("{} in {} of {} sectors, {} sector {} ({})", words, tally.count, m_checked,
+                                tally.count == 1 ? "in" : "the first is", tally.first, DiscTime(tally.first))));
   }
 }
 
 void SectorCheck::Report(Findings* findings) const {
   if (m_layout == Layout::Audio) {
-    ReportTally("data", m_sync, "described as audio, but there are data", findings);
+    ReportTally("data", m_sync, "described as audio, but data", findings);
     return;
   }
   ReportTally("sync", m_sync, "no synchronization pattern", findings);
-  ReportTally("mode", m_mode, "another mode than the description's", findings);
-  ReportTally("time", m_time, "the header has another time than the place of the sector", findings);
-  if (m_subHeader.count != 0 && m_subHeader.count == m_looked) {
-    findings->push_back({"sub-header", false, "mode 2 without sub-headers, so there are no codes to check"});
+  ReportTally("mode", m_mode, "a mode that differs from the description's", findings);
+  ReportTally("time", m_time, "a header whose time is not that of the sector", findings);
+  if (m_subHeader.count != 0 && m_subHeader.count == m_checked) {
+    findings->push_back(Remark("sub-header", "mode 2 without sub-headers, so there are no codes to check"));
   } else {
-    ReportTally("sub-header", m_subHeader, "the two copies of the sub-header differ", findings);
+    ReportTally("sub-header", m_subHeader, "two copies of the sub-header that differ", findings);
   }
   const bool allMissing = m_edc.count != 0 && m_withoutEdc.count == m_edc.count;
   ReportTally("edc", m_edc, allMissing ? "no error detection code" : "user data that do not match their code",

@@ -1,12 +1,14 @@
 #include "cli/generated_texts.h"
 
+#include <fmt/format.h>
+
 namespace {
 
 constexpr const char* kImages = "iso|cue|nrg|ccd|mds|zsi";
 
-/// What may stand where an argument or the value of an option is wanted: endings of files with bars between, "*"
-/// for any file, "/" for folders, nothing for all else.
-std::string Wanted(const CLI::Option& option) {
+/// Returns what completes an argument or the value of an option: extensions of files separated by bars, "*" for any
+/// file, "/" for folders, nothing for all else.
+std::string Candidates(const CLI::Option& option) {
   const std::string kind = option.nonpositional() ? option.get_type_name() : option.get_name(true);
   if (kind == "IMAGE") {
     return kImages;
@@ -17,66 +19,58 @@ std::string Wanted(const CLI::Option& option) {
   return kind == "FILE" ? "*" : kind == "FOLDER" ? "/" : "";
 }
 
-std::vector<std::string> NamesOf(const CLI::Option& option) {
-  std::vector<std::string> names;
-  for (const std::string& name : option.get_snames()) {
-    names.push_back("-" + name);
-  }
-  for (const std::string& name : option.get_lnames()) {
-    names.push_back("--" + name);
-  }
-  return names;
-}
-
 /// Calls `visit` for a command and all below it.
-template <class Visit> void Walk(const CLI::App& app, const Visit& visit) {
-  visit(app);
-  for (const CLI::App* command : ShownCommands(app)) {
-    Walk(*command, visit);
+template <class Visit> void Walk(const Command& command, const Visit& visit) {
+  visit(command);
+  for (const Command* child : command.Commands()) {
+    Walk(*child, visit);
   }
 }
 
-std::string Joined(const std::vector<std::string>& words, const char* separator) {
-  return CLI::detail::join(words, separator);
-}
-
-/// The arm of one command in bash's table: its words, and what its arguments are.
-std::string BashCommandArm(const CLI::App& app) {
+/// Returns the branch of one command in bash's table: its words, and what completes its arguments.
+std::string BashCommand(const Command& command) {
   std::vector<std::string> words;
-  for (const CLI::App* command : ShownCommands(app)) {
-    words.push_back(command->get_name());
+  for (const Command* child : command.Commands()) {
+    words.push_back(child->get_name());
   }
-  for (const CLI::Option* option : ShownOptions(app)) {
+  for (const CLI::Option* option : command.Options()) {
     words.push_back(NamesOf(*option).back());
   }
-  const auto arguments = ShownArguments(app);
-  return "    '" + FullName(app) + "') words='" + Joined(words, " ") + "' wanted='" +
-         (arguments.empty() ? "" : Wanted(*arguments.front())) + "' ;;\n";
+  const auto arguments = command.Arguments();
+  return fmt::format("    '{}') words='{}' wanted='{}' ;;\n", command.FullName(), fmt::join(words, " "),
+                     arguments.empty() ? "" : Candidates(*arguments.front()));
 }
 
-std::string BashValueArms(const CLI::App& app) {
-  std::string arms;
-  for (const CLI::Option* option : ShownOptions(app)) {
+/// Returns the branches of the options that need a value.
+std::string BashValues(const Command& command) {
+  std::string branches;
+  for (const CLI::Option* option : command.Options()) {
     for (const std::string& name : NamesOf(*option)) {
-      if (TakesValue(*option)) {
-        arms += "    '" + FullName(app) + " " + name + "') words='' wanted='" + Wanted(*option) + "' ;;\n";
+      if (HasValue(*option)) {
+        branches +=
+            fmt::format("    '{} {}') words='' wanted='{}' ;;\n", command.FullName(), name, Candidates(*option));
       }
     }
   }
-  return arms;
+  return branches;
 }
 
-constexpr const char* kBashStart = R"(# Completion of zsimage for bash, made of the command line's own description.
-_zsimage() {
-  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command=zsimage word words wanted
+/// Finds the command in the words before the cursor, then what completes the word at the cursor. Braces are doubled.
+constexpr const char kBash[] = R"(# Completion of zsimage for bash, rendered from the tree of commands.
+_zsimage() {{
+  local cur=${{COMP_WORDS[COMP_CWORD]}} prev=${{COMP_WORDS[COMP_CWORD-1]}} command=zsimage word words wanted
   [[ $cur == '=' ]] && cur=
-  [[ $prev == '=' ]] && prev=${COMP_WORDS[COMP_CWORD-2]}
-  [[ ${COMP_WORDS[COMP_CWORD]} == '=' ]] && prev=${COMP_WORDS[COMP_CWORD-1]}
-  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+  [[ $prev == '=' ]] && prev=${{COMP_WORDS[COMP_CWORD-2]}}
+  [[ ${{COMP_WORDS[COMP_CWORD]}} == '=' ]] && prev=${{COMP_WORDS[COMP_CWORD-1]}}
+  for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
     case "$command $word" in
-)";
-
-constexpr const char* kBashEnd = R"(  esac
+      {}) command+=" $word" ;;
+    esac
+  done
+  case $command in
+{}  esac
+  case "$command $prev" in
+{}  esac
   COMPREPLY=()
   if [[ $cur == -* || ($wanted == '' && $words != '') ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
@@ -85,15 +79,15 @@ constexpr const char* kBashEnd = R"(  esac
   [[ $wanted == '' ]] && return
   compopt -o filenames
   while IFS= read -r word; do
-    if [[ -d $word || $wanted == '*' || ($wanted != '/' && ${word,,} =~ \.($wanted)$) ]]; then
+    if [[ -d $word || $wanted == '*' || ($wanted != '/' && ${{word,,}} =~ \.($wanted)$) ]]; then
       COMPREPLY+=("$word")
     fi
   done < <(compgen -f -- "$cur")
-}
+}}
 complete -F _zsimage zsimage
 )";
 
-/// Text inside the single quotes of a zsh argument, where brackets and colons would end it.
+/// Escapes what would end a single-quoted argument of zsh, or one of its parts.
 std::string ZshText(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
@@ -103,71 +97,81 @@ std::string ZshText(const std::string& text) {
 }
 
 std::string ZshAction(const CLI::Option& option) {
-  const std::string wanted = Wanted(option);
-  if (wanted.empty()) {
+  const std::string candidates = Candidates(option);
+  if (candidates.empty()) {
     return " ";
   }
-  return wanted == "*" ? "_files" : wanted == "/" ? "_files -/" : "_files -g \"(#i)*.(" + wanted + ")\"";
+  return candidates == "*"   ? "_files"
+         : candidates == "/" ? "_files -/"
+                             : fmt::format("_files -g \"(#i)*.({})\"", candidates);
 }
 
 std::string ZshOption(const CLI::Option& option) {
-  std::vector<std::string> names = NamesOf(option);
-  for (std::string& name : names) { // Values stand behind a sign or in the next word.
-    name += !TakesValue(option) ? "" : name.starts_with("--") ? "=" : "+";
+  const std::vector<std::string> names = NamesOf(option);
+  std::vector<std::string> specs = names;
+  for (std::string& name : specs) { // A value follows in the same word or the next one.
+    name += !HasValue(option) ? "" : name.starts_with("--") ? "=" : "+";
   }
-  const std::string value = TakesValue(option) ? ":" + ZshText(option.get_type_name()) + ":" + ZshAction(option) : "";
-  const std::string rest = "[" + ZshText(option.get_description()) + "]" + value + "'";
-  return names.size() == 1 ? "'" + names[0] + rest
-                           : "'(" + Joined(NamesOf(option), " ") + ")'{" + Joined(names, ",") + "}'" + rest;
+  const std::string value =
+      HasValue(option) ? fmt::format(":{}:{}", ZshText(option.get_type_name()), ZshAction(option)) : "";
+  const std::string rest = fmt::format("[{}]{}'", ZshText(option.get_description()), value);
+  return names.size() == 1 ? fmt::format("'{}{}", specs[0], rest)
+                           : fmt::format("'({})'{{{}}}'{}", fmt::join(names, " "), fmt::join(specs, ","), rest);
 }
 
-std::string ZshFunctionName(const CLI::App& app) {
-  return "_" + CLI::detail::find_and_replace(FullName(app), " ", "_");
+std::string ZshFunctionName(const Command& command) {
+  return "_" + CLI::detail::find_and_replace(command.FullName(), " ", "_");
 }
 
-std::string ZshFunction(const CLI::App& app) {
-  const auto commands = ShownCommands(app);
-  std::string text = ZshFunctionName(app) + "() {\n  local line state\n  _arguments -C \\\n";
-  for (const CLI::Option* option : ShownOptions(app)) {
-    text += "    " + ZshOption(*option) + " \\\n";
+std::string ZshFunction(const Command& command) {
+  std::string text = fmt::format("{}() {{\n  local line state\n  _arguments -C \\\n", ZshFunctionName(command));
+  for (const CLI::Option* option : command.Options()) {
+    text += fmt::format("    {} \\\n", ZshOption(*option));
   }
-  for (const CLI::Option* argument : ShownArguments(app)) {
-    const std::string times = argument->get_expected_max() > 1 ? "'*:" : "':";
-    text += "    " + times + argument->get_name(true) + ":" + ZshAction(*argument) + "' \\\n";
+  for (const CLI::Option* argument : command.Arguments()) {
+    text += fmt::format("    '{}:{}:{}' \\\n", argument->get_expected_max() > 1 ? "*" : "", argument->get_name(true),
+                        ZshAction(*argument));
   }
-  if (commands.empty()) {
+  if (command.Commands().empty()) {
     return text + "    && return\n}\n";
   }
-  text += "    '1:command:->command' '*::argument:->argument' && return\n  case $state in\n"
-          "    command)\n      local -a commands=(\n";
-  std::string arms;
-  for (const CLI::App* command : commands) {
-    text += "        '" + command->get_name() + ":" + ZshText(command->get_description()) + "'\n";
-    arms += "        " + command->get_name() + ") " + ZshFunctionName(*command) + " ;;\n";
+  std::string words;
+  std::string branches;
+  for (const Command* child : command.Commands()) {
+    words += fmt::format("        '{}:{}'\n", child->get_name(), ZshText(child->get_description()));
+    branches += fmt::format("        {}) {} ;;\n", child->get_name(), ZshFunctionName(*child));
   }
-  return text + "      )\n      _describe command commands ;;\n    argument)\n      case $line[1] in\n" + arms +
-         "      esac ;;\n  esac\n}\n";
+  return text + fmt::format(R"(    '1:command:->command' '*::argument:->argument' && return
+  case $state in
+    command)
+      local -a commands=(
+{}      )
+      _describe command commands ;;
+    argument)
+      case $line[1] in
+{}      esac ;;
+  esac
+}}
+)",
+                            words, branches);
 }
 
 } // namespace
 
-std::string BashCompletion(const CLI::App& app) {
+std::string BashCompletion(const Command& tool) {
+  std::vector<std::string> names;
   std::string commands;
-  std::string arms;
   std::string values;
-  Walk(app, [&](const CLI::App& command) {
-    if (&command != &app) {
-      commands += (commands.empty() ? "      '" : " | \\\n      '") + FullName(command) + "'";
-    }
-    arms += BashCommandArm(command);
-    values += BashValueArms(command);
+  Walk(tool, [&](const Command& command) {
+    names.push_back("'" + command.FullName() + "'");
+    commands += BashCommand(command);
+    values += BashValues(command);
   });
-  return kBashStart + commands + ") command+=\" $word\" ;;\n    esac\n  done\n  case $command in\n" + arms +
-         "  esac\n  case \"$command $prev\" in\n" + values + kBashEnd;
+  return fmt::format(kBash, fmt::join(names, " | \\\n      "), commands, values);
 }
 
-std::string ZshCompletion(const CLI::App& app) {
-  std::string text = "#compdef zsimage\n# Completion of zsimage for zsh, made of the command line's own description.\n";
-  Walk(app, [&](const CLI::App& command) { text += ZshFunction(command); });
+std::string ZshCompletion(const Command& tool) {
+  std::string text = "#compdef zsimage\n# Completion of zsimage for zsh, rendered from the tree of commands.\n";
+  Walk(tool, [&](const Command& command) { text += ZshFunction(command); });
   return text + "_zsimage \"$@\"\n";
 }

@@ -1,12 +1,23 @@
 #include <map>
 
+#include <fmt/format.h>
+
 #include "checks/disc_check.h"
 #include "commands/commands.h"
-#include "commands/record_json.h"
+#include "output/failure.h"
+#include "output/json.h"
+#include "output/report.h"
 #include "output/standard_output.h"
+#include "output/terminal_text.h"
 #include "output/text_table.h"
 
 namespace {
+
+struct CheckOptions {
+  std::vector<std::string> paths;
+  bool full = false;
+  bool json = false;
+};
 
 Json FindingsToJson(const Findings& findings) {
   Json list = Json::array();
@@ -27,28 +38,21 @@ void PrintReportJson(const std::string& path, const DiscReport& report, bool isL
             {"track", track.number},
             {"mode", track.mode},
             {"sectors", track.sectors},
-            {"looked", track.looked},
+            {"looked", track.checked},
             {"good", FaultsIn(track.findings) == 0},
             {"findings", FindingsToJson(track.findings)}});
     }
   });
 }
 
-TextTable::Cell Verdict(bool isGood) {
-  return isGood ? TextTable::Cell("good", Colour::Green) : TextTable::Cell("faulty", Colour::Red);
-}
-
-/// The lines of the page, one for all findings with the same words.
-class Remarks {
+/// The lines of the page. Findings with the same words share one.
+class FindingLines {
 public:
-  void Add(const std::string& where, const Findings& findings) {
+  void Add(const std::string& place, const Findings& findings) {
     for (const Finding& finding : findings) {
-      const auto [known, isNew] = m_known.emplace(finding.words, m_lines.size());
+      const auto [known, isNew] = m_indexes.emplace(finding.words, m_lines.size());
       if (isNew) {
-        m_lines.push_back(
-            {(finding.isFault ? "  " + Coloured("fault", Colour::Red) : "  " + Coloured("note", Colour::Yellow) + " ") +
-                 "  " + where,
-             &finding, 0});
+        m_lines.push_back({place, &finding, 0});
       } else {
         ++m_lines[known->second].others;
       }
@@ -57,84 +61,98 @@ public:
 
   std::string Render() const {
     std::string page;
-    for (const auto& [where, finding, others] : m_lines) {
-      page += where + (others == 0 ? "" : Format(" and %u other%s", others, others == 1 ? "" : "s"));
-      page += ": " + finding->words + "\n";
+    for (const auto& [place, finding, others] : m_lines) {
+      page += fmt::format("  {}  {}{}: {}\n",
+                          finding->isFault ? Coloured("fault", Colour::Red) : Coloured("note", Colour::Yellow) + " ",
+                          place, others == 0 ? "" : " and " + Counted(others, "other"), finding->words);
     }
     return page;
   }
 
 private:
   struct Line {
-    std::string where; ///< Of the first.
+    std::string place; ///< Of the first finding.
     const Finding* finding;
     unsigned others;
   };
 
   std::vector<Line> m_lines;
-  std::map<std::string, std::size_t> m_known; ///< Lines by their words.
+  std::map<std::string, std::size_t> m_indexes; ///< Of lines, by their words.
 };
 
-/// How much was looked at, and how to look at all.
+/// Says how many sectors were checked, and how to check all.
 std::string Extent(const DiscReport& report) {
-  UHYPER looked = 0;
+  UHYPER checked = 0;
   UHYPER all = 0;
   for (const TrackReport& track : report.tracks) {
-    looked += track.looked;
-    all += track.canBeLookedAt ? track.sectors : 0;
+    checked += track.checked;
+    all += track.canBeChecked ? track.sectors : 0;
   }
   if (all == 0) {
-    return "its sectors hold no codes to look at";
+    return "its sectors have no codes to check";
   }
-  return std::to_string(looked) + (looked >= all
-                                       ? " sectors looked at"
-                                       : " of " + std::to_string(all) + " sectors looked at; --full looks at all");
+  return checked >= all ? fmt::format("{} sectors checked", checked)
+                        : fmt::format("{} of {} sectors checked; --full checks all", checked, all);
 }
 
-void PrintReport(const std::string& path, const DiscReport& report) {
-  TextTable table({">Session", ">Track", "Mode", ">Sectors", ">Looked at", "Verdict"}, {});
-  Remarks remarks;
-  remarks.Add("disc", report.findings);
-  for (const TrackReport& track : report.tracks) {
-    remarks.Add(Format("session %u, track %u", track.session, track.number), track.findings);
-  }
-  const std::size_t faults = report.Faults();
-  const std::string verdict = faults == 0
-                                  ? Coloured("good", Colour::Green)
-                                  : Coloured(Format("%zu fault%s", faults, faults == 1 ? "" : "s"), Colour::Red);
-  Print(Coloured(TerminalText(path), Colour::Bold) + ": " + verdict + ", " + Extent(report) + "\n" + remarks.Render());
-  if (report.tracks.empty()) {
-    return;
-  }
-  Print("\n");
+TextTable::Cell Verdict(bool isGood) {
+  return isGood ? TextTable::Cell("good", Colour::Green) : TextTable::Cell("faulty", Colour::Red);
+}
+
+void PrintTracks(const DiscReport& report) {
+  TextTable table({">Session", ">Track", "Mode", ">Sectors", ">Checked", "Verdict"}, {});
   table.Print([&](const TextTable::RowSink& sink) {
     if (FaultsIn(report.findings) != 0) {
       const std::string none;
       sink({none, std::string("disc"), none, none, none, Verdict(false)});
     }
     for (const TrackReport& track : report.tracks) {
-      sink({Format("%u", track.session), Format("%u", track.number), track.mode, Format("%u", track.sectors),
-            track.canBeLookedAt ? Format("%u", track.looked) : "-", Verdict(FaultsIn(track.findings) == 0)});
+      sink({std::to_string(track.session), std::to_string(track.number), track.mode, std::to_string(track.sectors),
+            track.canBeChecked ? std::to_string(track.checked) : "-", Verdict(FaultsIn(track.findings) == 0)});
     }
   });
 }
 
-int CheckImage(const Host& host, const std::string& path, const CheckOptions& options) {
-  const ImageRecord image(host, path);
-  const DiscReport report = CheckDisc(host, image, options.full);
-  if (options.json) {
-    PrintReportJson(path, report, options.paths.size() > 1);
-  } else {
-    Print(&path == &options.paths.front() ? "" : "\n");
-    PrintReport(path, report);
+void PrintReport(const std::string& path, const DiscReport& report) {
+  FindingLines lines;
+  lines.Add("disc", report.findings);
+  for (const TrackReport& track : report.tracks) {
+    lines.Add(fmt::format("session {}, track {}", track.session, track.number), track.findings);
   }
-  return report.Faults() == 0 ? 0 : kExitFailure;
+  const std::size_t faults = report.Faults();
+  Print(fmt::format("{}: {}, {}\n{}", Coloured(TerminalText(path), Colour::Bold),
+                    faults == 0 ? Coloured("good", Colour::Green) : Coloured(Counted(faults, "fault"), Colour::Red),
+                    Extent(report), lines.Render()));
+  if (!report.tracks.empty()) {
+    Print("\n");
+    PrintTracks(report);
+  }
+}
+
+int RunCheck(const CheckOptions& options) {
+  const Host host;
+  return ForEachImage(options.paths, options.json, [&](const std::string& path) {
+    const ImageRecord image(host, path);
+    const DiscReport report = CheckDisc(host, image, options.full);
+    if (options.json) {
+      PrintReportJson(path, report, options.paths.size() > 1);
+    } else {
+      Print(&path == &options.paths.front() ? "" : "\n");
+      PrintReport(path, report);
+    }
+    return report.Faults() == 0 ? 0 : kExitFailure;
+  });
 }
 
 } // namespace
 
-int RunCheck(const CheckOptions& options) {
-  const Host host;
-  return ForEachImage(options.paths, options.json,
-                      [&](const std::string& path) { return CheckImage(host, path, options); });
+void AddCheck(Command* tool) {
+  const auto options = std::make_shared<CheckOptions>();
+  Command& command = tool->Add("check", "Find what is wrong with images before they are burned");
+  command.AddImages(&options->paths);
+  command.add_flag("--full", options->full, "Check every sector instead of a sample of each track");
+  command.AddJson(&options->json, "Print one JSON object; of several images, one a line");
+  command.AddExamples({{"zsimage check disc.cue", "Tracks, codes, text and a sample of the sectors."},
+                       {"zsimage check --full *.cue && echo fit to burn", "All sectors of several images."}});
+  command.OnRun([options] { return RunCheck(*options); });
 }

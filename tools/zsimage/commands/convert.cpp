@@ -1,139 +1,156 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <fmt/format.h>
+
 #include "checks/pack_file.h"
 #include "commands/commands.h"
 #include "commands/data_file.h"
 #include "commands/description.h"
-#include "files/files.h"
+#include "files/input_file.h"
+#include "files/paths.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
+#include "output/terminal_text.h"
 #include "platform/text.h"
 
 namespace {
 
-/// The packs that go with the description: those of a file as they are, or the image's own text.
-std::vector<BYTE> CollectPacks(const Host& host, const ImageRecord& image, const ConvertOptions& options) {
+struct ConvertOptions {
+  std::string path;
+  std::string output;
+  std::string packs; ///< File of CD-Text packs; empty for the text of the image.
+  bool noText = false;
+  bool withData = false;
+  std::string dataFile; ///< Existing file to describe; empty for none.
+  bool force = false;
+};
+
+/// Returns the CD-Text packs of the new image: those of a file, or the text of the image.
+std::string CollectPacks(const Host& host, const ImageRecord& image, const ConvertOptions& options) {
   if (options.noText || image.Info().nSessions == 0) {
-    return {};
+    return "";
   }
   if (!options.packs.empty()) {
-    PackFile file = ReadPackFile(options.packs);
-    if (const std::string fault = file.Fault(); !fault.empty() && !options.force) {
-      throw Failure(options.packs, fault + "; --force takes the packs as they are", ZSE_FAILED);
+    const PackFile file = ReadPackFile(options.packs);
+    if (const std::string fault = file.FirstFault(); !fault.empty() && !options.force) {
+      throw Failure(options.packs, fault + "; --force uses the packs as they are", ZSE_FAILED);
     }
-    return std::move(file.packs);
+    return file.packs;
   }
-  std::vector<BYTE> packs = EncodeText(host, &image.Session(1), false);
-  packs.resize(packs.size() / kPackBytes * kPackBytes);
-  return packs;
+  const std::string packs = EncodeText(host, &image.Session(1), false);
+  return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
 }
 
-/// Makes the record say what the new description is to say: tracks numbered by their index, and CD-Text or none. A new
-/// data file has no sub-channel, and raw sectors at the most.
+/// Makes the record state what the new description will: tracks numbered by their index, CD-Text or none, and the block
+/// size of a new data file, which has no sub-channel.
 void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
   for (unsigned session = 1; session <= sessions; ++session) {
     ZSCUESHEET& sheet = image->Session(session);
     sheet.ZSCDTEXT.CDTextPresent = hasText && session == 1 ? VARIANT_TRUE : VARIANT_FALSE;
-    for (UINT i = 0; i < sheet.nTracks; ++i) {
-      ZSTRACK& track = sheet.pZSTracks[i];
-      track.TNO = i + 1;
+    UINT number = 0;
+    for (ZSTRACK& track : Tracks(sheet)) {
+      track.TNO = ++number;
       track.BlockSize = withData ? static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize) : track.BlockSize;
     }
   }
   image->Info().lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
 }
 
-/// @throws Failure when the data file that is asked for cannot belong to the description.
+/// @throws Failure if the data file that is asked for cannot belong to the description.
 void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, const DataFilePlan& plan) {
-  const std::string& why = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
-  if (!why.empty() && (options.withData || !options.dataFile.empty())) {
-    throw Failure(options.path, why, ZSE_FAILED);
+  const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
+  if (!obstacle.empty() && (options.withData || !options.dataFile.empty())) {
+    throw Failure(options.path, obstacle, ZSE_FAILED);
   }
   if (options.withData && kind == DescriptionKind::TocFile && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
-    throw Failure(options.output,
-                  Format("readers of TOC files take every sector as 2352 bytes, and this image has %u; write a .cue",
-                         plan.blockSize),
-                  ZSE_FAILED);
+    throw Failure(
+        options.output,
+        fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
+                    "file",
+                    plan.blockSize),
+        ZSE_FAILED);
+  }
+  if (options.dataFile.empty()) {
+    return;
   }
   const std::optional<UHYPER> size = FileSize(options.dataFile);
-  if (!options.dataFile.empty() && size != plan.Sectors() * plan.storedSize) {
+  if (!size) {
+    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
+  }
+  if (*size != plan.StoredBytes()) {
     throw Failure(options.dataFile,
-                  !size ? "no such file"
-                        : "its size is " + std::to_string(*size) + " bytes, and the description needs " +
-                              std::to_string(plan.Sectors() * plan.storedSize) + "; it belongs to another image",
-                  size ? ZSE_FAILED : ZSE_FILENOTFOUND);
+                  fmt::format("it has {} bytes, and the description needs {}; it belongs to another image", *size,
+                              plan.StoredBytes()),
+                  ZSE_FAILED);
   }
 }
 
 /// Prints where the description finds its sectors.
 void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, const std::string& dataFile) {
   const std::string output = TerminalText(options.output);
-  const std::string expected = TerminalText(OnDisk(dataFile));
+  const std::string expected = TerminalText(SpelledOnDisk(dataFile));
   const std::optional<UHYPER> size = FileSize(dataFile);
   if (options.withData) {
-    Print(output + ": written\n" + expected + ": " + std::to_string(plan.Bytes()) + " bytes\n");
-  } else if (!options.dataFile.empty() && !SameFile(options.dataFile, dataFile)) {
-    Print(output + ": looks for its data file as " + expected + "; give " + TerminalText(options.dataFile) +
-          " this name, or make a link\n");
+    Print(fmt::format("{}: written\n{}: {} bytes\n", output, expected, plan.Bytes()));
+  } else if (!options.dataFile.empty() && !IsSameFile(options.dataFile, dataFile)) {
+    Print(fmt::format("{}: looks for its data file as {}; give {} this name, or make a link\n", output, expected,
+                      TerminalText(options.dataFile)));
   } else if (!size) {
-    Print(output + ": expects its data file as " + expected + "; no such file yet, --with-data writes it\n");
+    Print(fmt::format("{}: expects its data file as {}; no such file yet, --with-data writes it\n", output, expected));
+  } else if (plan.conflict.empty() && *size == plan.StoredBytes()) {
+    Print(fmt::format("{}: expects its data file as {}, which exists\n", output, expected));
   } else {
-    const bool fits = plan.conflict.empty() && *size == plan.Sectors() * plan.storedSize;
-    Print(output + ": expects its data file as " + expected + (fits ? ", which is there\n" : "\n"));
-    if (!fits) {
-      Note(expected + (plan.conflict.empty()
-                           ? " does not have the size that the description needs; it belongs to another image"
-                           : " is there, and cannot be compared: " + plan.conflict));
-    }
+    Print(fmt::format("{}: expects its data file as {}\n", output, expected));
+    Note(expected + (plan.conflict.empty()
+                         ? " does not have the size that the description needs; it belongs to another image"
+                         : " exists and cannot be compared: " + plan.conflict));
   }
 }
 
-/// Existing files that a reader would take as the CD-Text of the new sheet, in any case, but its own. @throws Failure
-/// without --force.
-std::vector<std::string> StaleTexts(const ConvertOptions& options, const ImageRecord& image, const std::string& own) {
+/// Finds existing files that a reader would use as the CD-Text of the new sheet, in any case, except its own. @throws
+/// Failure without --force.
+std::vector<std::string> FindStaleTexts(const ConvertOptions& options, const ImageRecord& image,
+                                        const std::string& own) {
   std::vector<std::string> stale;
   std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator(OnDisk(FolderOf(options.output)), ignored)) {
+  const std::string companion = WithExtension(FileName(options.output), ".CDT");
+  for (const auto& entry : std::filesystem::directory_iterator(SpelledOnDisk(FolderOf(options.output)), ignored)) {
     const std::string name = entry.path().filename().string();
     const std::string path = Beside(options.output, name);
-    if (lstrcmpiA(name, WithExtension(FileName(options.output), ".CDT")) != 0 || name == NarrowToUtf8(FileName(own)) ||
-        !entry.is_regular_file(ignored)) {
+    if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
       continue;
     }
     image.RefuseOwnFiles(path);
     if (!options.force) {
-      throw Failure(path, "the new sheet would take its CD-Text from this file; --force removes it", kFileExists);
+      throw Failure(path, "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
     }
     stale.push_back(path);
   }
   return stale;
 }
 
-/// Writes all files of the conversion. The description gets its name last, so that it never exists without the others.
+/// Writes all files of the new image. The description is published last, so that it never exists without the others.
 void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
-                const Description& description, const std::string& packs) {
+                const Description& description, const std::string& companionText) {
   std::vector<std::unique_ptr<OutputFile>> files;
-  const auto add = [&](const std::string& path, UHYPER size) {
+  const auto create = [&](const std::string& path, UHYPER size) {
     image.RefuseOwnFiles(path);
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
-  const std::string dataFile = Beside(options.output, description.dataFile);
-  const std::string companion = packs.empty() ? "" : CompanionOf(options.output);
-  const bool isSheet = EndsWith(options.output, ".CUE");
-  const std::vector<std::string> stale = isSheet ? StaleTexts(options, image, companion) : std::vector<std::string>();
-  OutputFile* data = options.withData ? add(dataFile, plan.Bytes()) : nullptr;
-  if (!packs.empty()) {
-    add(companion, packs.size())->Write(packs);
+  const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
+  const bool isSheet = HasExtension(options.output, ".CUE");
+  const auto stale = isSheet ? FindStaleTexts(options, image, companion) : std::vector<std::string>();
+  OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
+  if (!companion.empty()) {
+    create(companion, companionText.size())->Write(companionText);
   }
-  add(options.output, description.content.size())->Write(description.content);
+  create(options.output, description.content.size())->Write(description.content);
   if (data != nullptr) {
-    WriteDataFile(host, image.DataFile(), plan, dataFile, data);
+    WriteDataFile(host, image.DataFile(), plan, data);
   }
   PublishAll(files, stale);
 }
-
-} // namespace
 
 int RunConvert(const ConvertOptions& options) {
   const Host host;
@@ -144,17 +161,16 @@ int RunConvert(const ConvertOptions& options) {
   if (options.withData) {
     image.RequireDataFile();
   }
-  const std::vector<BYTE> packs = CollectPacks(host, image, options);
-  const unsigned sessions =
-      std::min<unsigned>(image.Info().nSessions, kind == DescriptionKind::CueSheet ? 1 : kMaxSessions);
+  const bool isSheet = kind == DescriptionKind::CueSheet;
+  const std::string packs = CollectPacks(host, image, options);
+  const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
   const DataFilePlan plan = PlanDataFile(image, sessions);
   RequireFittingData(options, kind, plan);
-  const std::vector<std::string> losses = LossesOf(image, kind, sessions, options.withData);
+  const std::vector<std::string> losses = FindLosses(image, kind, sessions, options.withData);
   PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
-  const Description description = MakeDescription(host, &image, kind, options.output, sessions, packs);
-  const bool hasCompanion = kind == DescriptionKind::CueSheet && !packs.empty();
+  const Description description = RenderDescription(host, &image, kind, options.output, sessions, packs);
   try {
-    WriteFiles(host, image, options, plan, description, hasCompanion ? std::string(packs.begin(), packs.end()) : "");
+    WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
   } catch (const Failure& failure) {
     if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
       throw;
@@ -164,9 +180,33 @@ int RunConvert(const ConvertOptions& options) {
   for (const std::string& loss : losses) {
     Note(loss);
   }
-  if (hasCompanion) {
-    Print(TerminalText(CompanionOf(options.output)) + Format(": CD-Text, %zu bytes\n", packs.size()));
+  if (isSheet && !packs.empty()) {
+    Print(fmt::format("{}: CD-Text, {} bytes\n", TerminalText(CompanionOf(options.output)), packs.size()));
   }
   AnnounceDataFile(options, plan, Beside(options.output, description.dataFile));
   return 0;
+}
+
+} // namespace
+
+void AddConvert(Command* tool) {
+  const auto options = std::make_shared<ConvertOptions>();
+  Command& command = tool->Add("convert", "Write the description of an image as a CUE sheet or TOC file");
+  command.AddImage(&options->path);
+  command
+      .AddName("OUT", &options->output,
+               "Description to write: .cue or .zsi; the CD-Text of a sheet becomes a .CDT file beside it")
+      ->required();
+  auto* packs = command.AddName("--cdtext", &options->packs, "File of CD-Text packs to use")->type_name("FILE");
+  command.add_flag("--no-cdtext", options->noText, "Leave CD-Text out")->excludes(packs);
+  auto* withData =
+      command.add_flag("--with-data", options->withData, "Write the data file as well; that of disc.cue is DISC.BIN");
+  command.AddName("--data-file", &options->dataFile, "Existing file of raw sectors to describe, such as a CCD's .img")
+      ->type_name("FILE")
+      ->excludes(withData);
+  command.AddForce(&options->force);
+  command.AddExamples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
+                       {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with its own data file."},
+                       {"zsimage convert disc.ccd DISC.cue --data-file disc.img", "A sheet for existing sectors."}});
+  command.OnRun([options] { return RunConvert(*options); });
 }

@@ -1,16 +1,16 @@
 /// @file
-/// Writing a description through the component, and making sure that it says what it should.
+/// New descriptions of an image, which the component writes and the tool verifies.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "image/host.h"
+#include "image/image_record.h"
 
-/// The descriptions that can be written, by the extension of the path.
 enum class DescriptionKind { CueSheet, TocFile };
 
-/// @throws Failure for a path with another extension, and for a name that a sheet cannot hold.
+/// Returns the kind of description that a path has, by its extension. @throws Failure for another extension, and for a
+/// name that a description cannot contain.
 DescriptionKind KindOfDescription(const std::string& path);
 
 struct Description {
@@ -18,15 +18,16 @@ struct Description {
   std::string dataFile; ///< Name of the data file that it expects in its folder.
 };
 
-/// Makes the description of the first sessions of an image, with CD-Text packs for a TOC file, as it is to be at
-/// `path`, and reads it back. Changes the record's format and sector file. @throws Failure when it does not have all
-/// tracks.
-Description MakeDescription(const Host& host, ImageRecord* image, DescriptionKind kind, const std::string& path,
-                            unsigned sessions, const std::vector<BYTE>& packs);
+/// Renders the description of the first sessions of an image, and reads it back. Changes the format and the data file
+/// of the record.
+/// @param path Where the description will be. @param packs Bytes of CD-Text packs, which only a TOC file contains.
+/// @throws Failure if it does not describe the same tracks.
+Description RenderDescription(const Host& host, ImageRecord* image, DescriptionKind kind, const std::string& path,
+                              unsigned sessions, const std::string& packs);
 
-/// The CD-Text companion that a sheet at `path` names.
+/// Returns the path of the CD-Text companion that a sheet names.
 std::string CompanionOf(const std::string& path);
 
-/// What the image has and the new description of its first sessions cannot say, as sentences without their full stop.
-/// @param withData Whether a data file is written, too.
-std::vector<std::string> LossesOf(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData);
+/// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
+/// @param withData Whether a data file is written as well.
+std::vector<std::string> FindLosses(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData);

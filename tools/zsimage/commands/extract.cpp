@@ -3,124 +3,116 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <fmt/format.h>
+
 #include "commands/commands.h"
-#include "files/files.h"
 #include "files/output_file.h"
 #include "image/disc_words.h"
-#include "image/explain.h"
-#include "image/sector_source.h"
+#include "image/partial_image.h"
+#include "image/sector_run.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 
 namespace {
 
-/// One track on its way into one file.
+struct ExtractOptions {
+  std::string path;
+  unsigned session = 0; ///< From 1; 0 for the first, or for all with a folder.
+  unsigned track = 0;   ///< From 1.
+  UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
+  std::string output;
+  std::string folder; ///< For all tracks; empty for one track.
+  bool partial = false;
+  bool force = false;
+};
+
+/// One track and the file that it is saved to.
 struct Job {
   unsigned session; ///< From 1, as the track.
   unsigned track;
-  TrackPlace place;
+  TrackExtent extent;
   std::string target;
 };
 
-/// The track that is asked for, or all.
-std::vector<Job> PlanJobs(const ImageRecord& image, const ExtractOptions& options) {
+/// Lists the track that is asked for, or all.
+std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
   const unsigned first = std::max(options.session, 1U);
+  const unsigned last = all && options.session == 0 ? image.Info().nSessions : first;
   std::vector<Job> jobs;
-  for (unsigned session = first; session <= (all && options.session == 0 ? image.Info().nSessions : first); ++session) {
+  for (unsigned session = first; session <= last; ++session) {
     unsigned track = 0;
-    for (const TrackPlace& place : image.Places(session)) {
-      const std::string name = options.folder + Format("/session-%u-track-%02u.bin", session, ++track);
+    for (const TrackExtent& extent : image.Extents(session)) {
+      const std::string name = fmt::format("{}/session-{}-track-{:02}.bin", options.folder, session, ++track);
       if (all || track == options.track) {
-        jobs.push_back({session, track, place, all ? name : options.output});
+        jobs.push_back({session, track, extent, all ? name : options.output});
       }
     }
     if (!all && jobs.empty()) {
       throw Failure(image.Path(),
-                    Format("there is no track %u in session %u, which has %u; 'zsimage info' lists them", options.track,
-                           session, track),
+                    fmt::format("no track {} in session {}, which has {}; 'zsimage info' lists them", options.track,
+                                session, track),
                     E_INVALIDARG);
     }
   }
   return jobs;
 }
 
-/// Which sectors a track has, and which bytes of them are asked for.
-SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
-  const TrackPlace& place = job.place;
+/// Returns the sectors of a track and the bytes of them that are asked for. @throws Failure if they have no such bytes.
+SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
+  const TrackExtent& extent = job.extent;
   const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
-  const UINT size = options.blockSize;
-  if (place.blockSize == 0) {
+  if (extent.blockSize == 0) {
     throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
   }
-  const UINT whole = std::min<UINT>(place.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow it.
-  if (track.Mode == ZSMODE_AUDIO && size != 0 && size != place.blockSize && size != whole) {
-    throw Failure(
-        image.Path(),
-        Format("track %u is audio, and its sectors of %u bytes hold no smaller blocks; leave out --block-size",
-               job.track, whole),
-        E_INVALIDARG);
-  }
-  SectorRun run{place.begin, place.sectors, place.blockSize, 0, size == 0 ? place.blockSize : size};
-  run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
-  if (run.dataSize > place.blockSize || run.dataOffset > place.blockSize - run.dataSize) {
+  const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
+  if (track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole) {
     throw Failure(image.Path(),
-                  Format("track %u has sectors of %u bytes, which hold no block of %u bytes after their first %u",
-                         job.track, place.blockSize, run.dataSize, run.dataOffset),
+                  fmt::format("track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out "
+                              "--block-size",
+                              job.track, whole),
                   E_INVALIDARG);
   }
-  const ULONG missing = place.sectors == 0 ? place.missing : MissingSectors(image.DataFile(), run);
-  if (missing != 0) {
-    if (!options.partial || missing >= place.sectors) {
-      ThrowReadFailure(image.DataFile(), run, {0, S_OK});
-    }
-    Note(Format("track %u is ", job.track) + CutOffWords(missing) + "; the others are saved");
-    run.sectors -= missing;
+  SectorRun run{extent.begin, extent.sectors, extent.blockSize, 0, blockSize == 0 ? extent.blockSize : blockSize};
+  run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
+  if (run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize) {
+    throw Failure(image.Path(),
+                  fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
+                              job.track, extent.blockSize, run.dataSize, run.dataOffset),
+                  E_INVALIDARG);
   }
   return run;
 }
 
-/// Copies a run to a file through the component, which reports neither a failed write nor a short image.
-/// @return how many bytes were read. @throws Failure when fewer are in the file.
-UHYPER CopyRun(const Host& host, const std::string& dataFile, const SectorRun& run, const std::string& target,
-               Transfer* transfer, const OutputFile& file) {
-  const ComPtr<IStream> stream = OpenRun(host, dataFile, run, transfer);
-  SetLastError(ERROR_SUCCESS);
-  Check(host.Sheets().ExtractStreamToFile(stream.Get(), Wide(file.HiddenPath()).get()), target);
-  const DWORD error = GetLastError();
-  const UHYPER written = FileSize(file.HiddenPath()).value_or(0);
-  if (!transfer->IsCancelled() && (written < transfer->Done() || !transfer->HasBegun())) {
-    throw WriteFailure(target, written, run.Bytes(), error);
+/// Leaves sectors out of a run that are after the end of the data file. @throws Failure if that is not asked for, or
+/// all are.
+void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* run) {
+  const ULONG missing = run->sectors == 0 ? job.extent.missing : MissingSectors(image.DataFile(), *run);
+  if (missing == 0) {
+    return;
   }
-  return transfer->Done();
+  if (!partial || missing >= run->sectors) {
+    RequireSectors(image.DataFile(), *run);
+  }
+  Note(fmt::format("track {} is {}; the others are saved", job.track, CutOffWords(missing)));
+  run->sectors -= missing;
 }
 
 void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
-  const SectorRun run = RunOfTrack(host, image, job, options);
+  SectorRun run = RunOfTrack(host, image, job, options.blockSize);
+  CutRun(image, job, options.partial, &run);
   OutputFile file(job.target, run.Bytes(), options.force);
-  Transfer transfer(Format("track %u", job.track), run.Bytes());
-  RunEnd end{0, S_OK};
-  if (file.HiddenPath().empty()) {
-    end = ReadRun(host, image.DataFile(), run, &transfer,
-                  [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
-  } else {
-    end.bytes = CopyRun(host, image.DataFile(), run, job.target, &transfer, file);
-  }
-  if (transfer.IsCancelled()) {
-    ThrowCancelled(job.target);
-  }
-  if (end.bytes < run.Bytes()) {
-    ThrowReadFailure(image.DataFile(), run, end);
+  {
+    ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
+    ReadRun(host, image.DataFile(), run, &progress,
+            [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
   }
   file.Publish();
   if (!IsStandardOutput(job.target)) {
-    Print(TerminalText(job.target) + Format(": session %u, track %u, %u sectors of %u bytes\n", job.session, job.track,
-                                            run.sectors, run.dataSize));
+    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.track,
+                      Counted(run.sectors, "sector"), run.dataSize));
   }
 }
-
-/// Whether going on with the next track makes no sense.
-bool EndsAll(HRESULT code) { return code == kCancelled || code == HRESULT_FROM_WIN32(ERROR_DISK_FULL); }
 
 /// Saves one file after the other. @return the exit status.
 int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
@@ -131,24 +123,22 @@ int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job
       Extract(host, image, job, options);
     } catch (const Failure& failure) {
       status = failure.Report();
-      if (EndsAll(failure.Code())) {
-        break;
+      if (failure.Code() == kCancelled || failure.Code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL)) {
+        break; // The others would fail as well.
       }
     }
   }
   return status;
 }
 
-} // namespace
-
 int RunExtract(const ExtractOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path, options.partial);
   image.RequireDataFile();
-  const std::vector<Job> jobs = PlanJobs(image, options);
+  const std::vector<Job> jobs = ListJobs(image, options);
   for (const Job& job : jobs) {
     image.RefuseOwnFiles(job.target);
-    if (!options.folder.empty()) { // No track is saved when one cannot be.
+    if (!options.folder.empty()) { // Saves all tracks or, if one of them cannot be written, none.
       RequireWritable(job.target, options.force);
     }
   }
@@ -159,11 +149,43 @@ int RunExtract(const ExtractOptions& options) {
   std::error_code error;
   const bool isNew = std::filesystem::create_directories(options.folder, error);
   if (error) {
-    throw Failure(options.folder, "the folder cannot be made: " + error.message(), E_FAIL);
+    throw Failure(options.folder, "the folder cannot be created: " + error.message(), E_FAIL);
   }
   const int status = ExtractAll(host, image, jobs, options);
   if (isNew) {
-    rmdir(options.folder.c_str()); // Fails for a folder with files.
+    rmdir(options.folder.c_str()); // Does nothing if the folder has files.
   }
   return status;
+}
+
+} // namespace
+
+void AddExtract(Command* tool) {
+  const auto options = std::make_shared<ExtractOptions>();
+  Command& command = tool->Add("extract", "Save one track, or all, as files");
+  command.AddImage(&options->path);
+  command.add_option("--session", options->session, "Session, from 1 (default: the first, or all with --all)")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber.description(""));
+  auto* track = command.add_option("--track", options->track, "Track in the session, from 1")->type_name("N");
+  command.add_option("--block-size", options->blockSize, "Bytes to save of each sector; 0 for all of it")
+      ->type_name("BYTES")
+      ->capture_default_str();
+  auto* output = command.AddName("-o,--output", &options->output, "File to write the track to, - for standard output")
+                     ->type_name("FILE");
+  auto* all = command.AddName("--all", &options->folder, "Save every track, in this folder")->type_name("FOLDER");
+  all->excludes(track)->excludes(output);
+  command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
+  command.AddForce(&options->force);
+  command.AddExamples(
+      {{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
+       {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
+       {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."},
+       {"zsimage extract disc.cue --track 3 -o - | aplay -t raw -f cd", "Listen to a track."}});
+  command.parse_complete_callback([=] {
+    if (all->empty() && (track->empty() || output->empty())) {
+      throw CLI::RequiredError("--track with -o, or --all,");
+    }
+  });
+  command.OnRun([options] { return RunExtract(*options); });
 }

@@ -1,10 +1,20 @@
+#include <fmt/format.h>
+
 #include "commands/commands.h"
-#include "files/files.h"
 #include "files/output_file.h"
+#include "files/paths.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
+#include "output/terminal_text.h"
 #include "picture/disc_picture.h"
 
 namespace {
+
+struct MapOptions {
+  std::string path;
+  std::string output;
+  bool force = false;
+};
 
 std::string Page(const std::string& picture) {
   return "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n"
@@ -15,12 +25,10 @@ std::string Page(const std::string& picture) {
          picture + "</html>\n";
 }
 
-} // namespace
-
 int RunMap(const MapOptions& options) {
-  const bool isPage = EndsWith(options.output, ".HTML");
-  if (!isPage && !EndsWith(options.output, ".SVG") && !IsStandardOutput(options.output)) {
-    throw Failure(options.output, "pictures are written as .svg or .html; give a name with one of these extensions",
+  const bool isPage = HasExtension(options.output, ".HTML");
+  if (!isPage && !HasExtension(options.output, ".SVG") && !IsStandardOutput(options.output)) {
+    throw Failure(options.output, "pictures are .svg or .html files; give a name with one of these extensions",
                   E_INVALIDARG);
   }
   const Host host;
@@ -29,10 +37,25 @@ int RunMap(const MapOptions& options) {
   const std::string picture = DrawDisc(image);
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardOutput(options.output)) {
-    Print(content); // Text, which a terminal may show.
+    Print(content); // Text, which a terminal can show.
     return 0;
   }
-  WriteWholeFile(options.output, content, options.force);
-  Print(TerminalText(options.output) + ": " + ReadableSize(content.size()) + "\n");
+  WriteContent(options.output, content, options.force);
+  Print(fmt::format("{}: {}\n", TerminalText(options.output), ReadableSize(content.size())));
   return 0;
+}
+
+} // namespace
+
+void AddMap(Command* tool) {
+  const auto options = std::make_shared<MapOptions>();
+  Command& command = tool->Add("map", "Draw a picture of the disc");
+  command.AddImage(&options->path);
+  command.AddName("-o,--output", &options->output, "Picture to write: .svg or .html, - for SVG on standard output")
+      ->type_name("FILE")
+      ->required();
+  command.AddForce(&options->force);
+  command.AddExamples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
+                       {"zsimage map disc.nrg -o disc.html", "The same as a page."}});
+  command.OnRun([options] { return RunMap(*options); });
 }

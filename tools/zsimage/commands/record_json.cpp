@@ -1,24 +1,17 @@
 #include "commands/record_json.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <memory>
-#include <new>
-#include <sstream>
-
-#include "output/standard_output.h"
+#include "image/host.h"
+#include "output/json.h"
 #include "output/terminal_text.h"
-#include "platform/bstr.h"
+#include "platform/safearray.h"
 #include "platform/text.h"
 
 namespace {
 
-// Fields of packed records come by value: a reference to one would be misaligned.
+/// Copies a field of a packed record: a reference to it would be misaligned.
 template <class T> Json Number(T value) { return value; }
 
-Json Text(BSTR text) {
-  return text == nullptr ? Json(nullptr) : Json(NarrowToUtf8(WideCharToMultiByte(BstrView(text))));
-}
+Json Text(BSTR text) { return text == nullptr ? Json(nullptr) : Json(NarrowToUtf8(Narrow(text))); }
 
 Json PieceToJson(const ZSFILESTRUCT& piece) {
   const ZSXA xa = piece.XA;
@@ -111,27 +104,17 @@ Json SheetToJson(const ZSCUESHEET& sheet) {
           {"ZSSESSIONFORMAT", Number(sheet.ZSSESSIONFORMAT)}};
 }
 
-void GiveTracks(const ZSCUESHEET& sheet, const JsonSink& sink) {
-  for (UINT i = 0; i < sheet.nTracks; ++i) {
-    sink(TrackToJson(sheet.pZSTracks[i]));
+void ProduceTracks(const ZSCUESHEET& sheet, const JsonSink& sink) {
+  for (const ZSTRACK& track : Tracks(sheet)) {
+    sink(TrackToJson(track));
   }
-}
-
-/// Memory for the destructors of JSON values after an allocation has failed: they allocate, and end the process where
-/// they cannot.
-std::unique_ptr<char[]> g_reserve;
-
-[[noreturn]] void GiveUpMemory() {
-  std::set_new_handler(nullptr);
-  g_reserve.reset();
-  throw std::bad_alloc();
 }
 
 } // namespace
 
 void PrintSheetJson(const ZSCUESHEET& sheet) {
   PrintJson(SheetToJson(sheet), false, kTracks,
-            [&](unsigned /*array*/, const JsonSink& sink) { GiveTracks(sheet, sink); });
+            [&](unsigned /*array*/, const JsonSink& sink) { ProduceTracks(sheet, sink); });
 }
 
 void PrintRecordJson(const zsimagefileinfo& info, bool isLine) {
@@ -153,70 +136,5 @@ void PrintRecordJson(const zsimagefileinfo& info, bool isLine) {
                       {"dwDiscID2", Number(info.dwDiscID2)},
                       {"lReserved", Number(info.lReserved)}};
   PrintJson(frame, isLine, kTracks,
-            [&](unsigned session, const JsonSink& sink) { GiveTracks(*info.pZSCueSheet[session], sink); });
-}
-
-Json FailureToJson(const Failure& failure, const std::string& image) {
-  Json json = Json::object();
-  if (!image.empty()) {
-    json["image"] = TerminalText(image);
-  }
-  json["result"] = CodeName(failure.Code());
-  json["code"] = CodeNumber(failure.Code());
-  json["words"] =
-      (failure.File() == image || failure.File().empty() ? "" : TerminalText(failure.File()) + ": ") + failure.Words();
-  return json;
-}
-
-int ForEachImage(const std::vector<std::string>& paths, bool json, const std::function<int(const std::string&)>& work) {
-  int status = 0;
-  for (const std::string& path : paths) {
-    try {
-      g_reserve = std::make_unique<char[]>(65536);
-      std::set_new_handler(GiveUpMemory);
-      status = std::max(status, work(path));
-    } catch (...) {
-      const Failure failure = CurrentFailure(path);
-      if (failure.Code() == kCancelled || std::ferror(stdout) != 0) {
-        throw;
-      }
-      status = ReportOne(failure, path, json, paths.size() > 1);
-    }
-  }
-  return status;
-}
-
-int ReportOne(const Failure& failure, const std::string& image, bool json, bool isLine) {
-  if (json && std::ferror(stdout) == 0) {
-    PrintJson(FailureToJson(failure, image), isLine);
-  }
-  std::fflush(stdout); // On a terminal the message stands where the page would have.
-  return failure.Report();
-}
-
-void PrintJson(const Json& json, bool isLine) { Print(json.dump(isLine ? -1 : 2) + "\n"); }
-
-void PrintJson(const Json& frame, bool isLine, const char* list,
-               const std::function<void(unsigned array, const JsonSink& sink)>& giveElements) {
-  const int step = isLine ? -1 : 2;
-  const std::string text = frame.dump(step);
-  const std::string opening = Format("\"%s\":%s[", list, isLine ? "" : " "); // No text of the frame has a bare quote.
-  std::size_t printed = 0;
-  std::size_t at = 0;
-  for (unsigned array = 0; (at = text.find(opening, printed)) != std::string::npos; ++array) {
-    std::string lineEnd(isLine ? 0 : at - text.rfind('\n', at), ' '); // As far in as the array's name.
-    std::fill_n(lineEnd.begin(), isLine ? 0 : 1, '\n');
-    Print(text.substr(printed, at + opening.size() - printed));
-    printed = at + opening.size();
-    std::string separator;
-    giveElements(array, [&](const Json& element) {
-      std::istringstream lines(element.dump(step));
-      for (std::string line; std::getline(lines, line); separator.clear()) {
-        Print(separator.append(lineEnd).append(isLine ? "" : "  ").append(line));
-      }
-      separator.push_back(',');
-    });
-    Print(separator.empty() ? "" : lineEnd);
-  }
-  Print(text.substr(printed) + "\n");
+            [&](unsigned session, const JsonSink& sink) { ProduceTracks(*info.pZSCueSheet[session], sink); });
 }

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include <fmt/format.h>
+
 #include "commands/commands.h"
 #include "imagefile/server/exports.h"
 #include "output/failure.h"
@@ -11,15 +13,15 @@
 
 namespace {
 
-/// The library that this program works with.
+/// Returns the path of the library that this program uses.
 std::string LibraryPath() {
   Dl_info library{};
-  const bool found = ::dladdr(reinterpret_cast<void*>(&DllRegisterServer), &library) != 0;
-  return found && library.dli_fname != nullptr ? library.dli_fname : "the image library";
+  const bool isFound = ::dladdr(reinterpret_cast<void*>(&DllRegisterServer), &library) != 0;
+  return isFound && library.dli_fname != nullptr ? library.dli_fname : "the image library";
 }
 
-/// What is in the way of the registry: a folder, or the first of its folders that cannot be created.
-std::string WhyUnusable(const std::string& registry, HRESULT result) {
+/// Says why the registry cannot be used: its path is a folder, or names a folder that cannot be created.
+std::string ExplainUnusable(const std::string& registry, HRESULT result) {
   std::error_code error;
   std::filesystem::path missing = registry;
   if (std::filesystem::is_directory(missing, error)) {
@@ -28,27 +30,51 @@ std::string WhyUnusable(const std::string& registry, HRESULT result) {
   while (missing.has_parent_path() && !std::filesystem::exists(missing.parent_path(), error)) {
     missing = missing.parent_path();
   }
-  return std::string(std::filesystem::exists(missing, error) ? "" : missing.string() + " cannot be created: ")
-      .append(CodeWords(result));
+  const bool exists = std::filesystem::exists(missing, error);
+  return fmt::format("{}{}", exists ? "" : missing.string() + " cannot be created: ", CodeWords(result));
 }
 
-} // namespace
-
-int RunRegister(const RegisterOptions& options) {
-  const std::string registry = RegistryPath();
+/// Changes the registry. A lock file that this creates is removed if the change fails.
+void ChangeRegistration(HRESULT (*change)(), const std::string& registry) {
   if (registry.empty()) {
-    throw Failure("", "there is no place for the registry: neither HOME nor XDG_DATA_HOME names a folder", E_FAIL);
+    throw Failure("", "there is no folder for the registry: neither HOME nor XDG_DATA_HOME is set", E_FAIL);
   }
   const std::string lock = registry + ".lock";
   std::error_code ignored;
   const bool hadLock = std::filesystem::exists(lock, ignored);
-  const HRESULT result = options.remove ? DllUnregisterServer() : DllRegisterServer();
+  const HRESULT result = change();
   if (result != S_OK && !hadLock) {
     std::filesystem::remove(lock, ignored);
   }
-  Check(result, registry, WhyUnusable(registry, result));
-  Print("Other programs " + std::string(options.remove ? "no longer find " : "now find ") +
-        TerminalText(LibraryPath()) + (options.remove ? ": it is taken out of " : ": it is registered in ") +
-        TerminalText(registry) + ".\n");
+  Check(result, registry, ExplainUnusable(registry, result));
+}
+
+int RunRegister() {
+  const std::string registry = RegistryPath();
+  ChangeRegistration(DllRegisterServer, registry);
+  Print(fmt::format("Other programs now find {}: it is registered in {}.\n", TerminalText(LibraryPath()),
+                    TerminalText(registry)));
   return 0;
+}
+
+int RunUnregister() {
+  const std::string registry = RegistryPath();
+  ChangeRegistration(DllUnregisterServer, registry);
+  Print(fmt::format("Other programs no longer find {}: it is removed from {}.\n", TerminalText(LibraryPath()),
+                    TerminalText(registry)));
+  return 0;
+}
+
+} // namespace
+
+void AddRegister(Command* tool) {
+  Command& command = tool->Add("register", "Let other programs of this user find the image library");
+  command.AddExamples({{"zsimage register", "Programs can now create its objects by class."}});
+  command.OnRun(RunRegister);
+}
+
+void AddUnregister(Command* tool) {
+  Command& command = tool->Add("unregister", "Undo register");
+  command.AddExamples({{"zsimage unregister", "Programs no longer find it."}});
+  command.OnRun(RunUnregister);
 }

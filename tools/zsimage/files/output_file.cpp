@@ -5,13 +5,14 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <utility>
 
-#include "files/files.h"
+#include "files/paths.h"
+#include "files/write_failure.h"
 #include "output/standard_output.h"
+#include "platform/files.h"
 #include "platform/text.h"
 
 namespace {
@@ -20,64 +21,71 @@ namespace {
   throw Failure(path, "the file exists; --force replaces it", kFileExists);
 }
 
-/// Finds the file at a path. False, with `target` in a folder as the platform layer finds it, when there is none.
+/// What a path leads to.
+struct Target {
+  std::string path; ///< Of the file that is created or replaced; empty for a device or a pipe.
+  bool exists = false;
+  struct stat status {};
+};
+
 /// @throws Failure as RequireWritable does.
-bool FindTarget(const std::string& path, bool force, std::string* target, struct stat* status) {
-  *target = path;
-  if (stat(path.c_str(), status) == 0) {
-    if (S_ISREG(status->st_mode) && !force) {
+Target FindTarget(const std::string& path, bool force) {
+  Target target;
+  if (stat(path.c_str(), &target.status) == 0) {
+    const bool isFile = S_ISREG(target.status.st_mode);
+    if (isFile && !force) {
       ThrowExists(path);
     }
-    if (S_ISDIR(status->st_mode) || access(path.c_str(), W_OK) != 0) {
-      throw WriteFailure(path, 0, 0, SystemError(errno));
+    if (S_ISDIR(target.status.st_mode) || access(path.c_str(), W_OK) != 0) {
+      throw WriteFailure(path, SystemError(errno));
     }
-    *target = S_ISREG(status->st_mode) ? std::filesystem::canonical(path).string() : "";
-    return true;
+    target.path = isFile ? std::filesystem::canonical(path).string() : "";
+    target.exists = true;
+    return target;
   }
-  if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), status) == 0) { // A link that leads nowhere.
-    throw WriteFailure(path, 0, 0, SystemError(errno));
+  if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // A broken link exists.
+    throw WriteFailure(path, SystemError(errno));
   }
-  *target = OnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));
-  return *target != path && stat(target->c_str(), status) == 0 && FindTarget(*target, force, target, status);
+  target.path = SpelledOnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));
+  return target.path != path && std::filesystem::exists(target.path) ? FindTarget(target.path, force) : target;
+}
+
+/// Gives a new file the owner and permissions of the file that it will replace, as far as the user may set them, or the
+/// permissions of new files.
+void CopyPermissions(const Target& target, const std::string& hidden) {
+  const mode_t mask = umask(0);
+  umask(mask);
+  const struct stat& old = target.status;
+  [[maybe_unused]] const bool isOwned = target.exists && chown(hidden.c_str(), old.st_uid, old.st_gid) == 0;
+  chmod(hidden.c_str(), target.exists ? old.st_mode & 07777U : 0666U & ~mask);
 }
 
 } // namespace
 
-bool IsStandardOutput(std::string_view path) {
-  return IsStandardStream(path) || path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
-}
-
 void RequireWritable(const std::string& path, bool force) {
-  std::string target;
-  struct stat status {};
   if (!IsStandardOutput(path)) {
-    FindTarget(path, force, &target, &status);
+    FindTarget(path, force);
   }
 }
 
 OutputFile::OutputFile(const std::string& path, UHYPER size, bool force) : m_path(path), m_size(size), m_force(force) {
-  struct stat status {};
   if (IsStandardOutput(path)) {
     return;
   }
-  const bool isThere = FindTarget(path, force, &m_target, &status);
+  const Target target = FindTarget(path, force);
+  m_target = target.path;
   if (m_target.empty()) {
     m_descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
   } else {
     m_hidden = (std::filesystem::path(m_target).parent_path() / ".zsimage-XXXXXX").string();
     m_descriptor = mkostemp(m_hidden.data(), O_CLOEXEC);
   }
-  if (m_descriptor == -1 && InterruptWatch::Requested()) { // While it waited for a reader of a pipe.
-    ThrowCancelled(path);
-  }
   if (m_descriptor == -1) {
-    throw WriteFailure(path, 0, size, SystemError(errno));
+    ThrowIfCancelled(); // While the pipe had no reader.
+    throw WriteFailure(path, SystemError(errno), 0, size);
   }
   if (!m_hidden.empty()) {
-    const mode_t mask = umask(0);
-    umask(mask);
-    static_cast<void>(!isThere || chown(m_hidden.c_str(), status.st_uid, status.st_gid) == 0); // As far as allowed.
-    chmod(m_hidden.c_str(), isThere ? status.st_mode & 07777U : 0666U & ~mask);
+    CopyPermissions(target, m_hidden);
   }
 }
 
@@ -92,23 +100,28 @@ OutputFile::~OutputFile() {
   }
 }
 
+void OutputFile::ThrowIfCancelled() const {
+  if (InterruptWatch::Requested()) {
+    throw Failure(IsStandardOutput(m_path) ? kStandardOutput : m_path, "cancelled; nothing has been saved", kCancelled);
+  }
+}
+
 void OutputFile::Write(const BYTE* data, std::size_t size) {
+  ThrowIfCancelled();
   if (m_descriptor == -1) {
     WriteStandardOutput(data, size);
     return;
   }
-  DWORD done = 0;
-  const bool whole = WriteFile(HANDLE{m_descriptor}, data, static_cast<DWORD>(size), &done);
-  m_written += done;
-  if (!whole) {
-    throw WriteFailure(m_path, m_written, m_size, GetLastError());
+  DWORD written = 0;
+  const bool isComplete = WriteFile(HANDLE{m_descriptor}, data, static_cast<DWORD>(size), &written);
+  m_written += written;
+  if (!isComplete) {
+    throw WriteFailure(m_path, GetLastError(), m_written, m_size);
   }
 }
 
 void OutputFile::Publish() {
-  if (InterruptWatch::Requested()) {
-    ThrowCancelled(m_path);
-  }
+  ThrowIfCancelled();
   if (m_hidden.empty()) {
     return;
   }
@@ -116,7 +129,7 @@ void OutputFile::Publish() {
   if (replaces && !m_force) {
     ThrowExists(m_path);
   }
-  // Content that finds no room may show only now. What replaces a file must be on the disk before its name is.
+  // The system may report only now that the disk is full. Content that replaces a file must be on the disk first.
   bool isGood = !replaces || fsync(m_descriptor) == 0;
   isGood = close(std::exchange(m_descriptor, -1)) == 0 && isGood;
   if (isGood && replaces) {
@@ -126,7 +139,7 @@ void OutputFile::Publish() {
   if (!isGood || rename(m_hidden.c_str(), m_target.c_str()) != 0) {
     const int error = errno;
     Withdraw();
-    throw WriteFailure(m_path, m_written, m_size, SystemError(error));
+    throw WriteFailure(m_path, SystemError(error), m_written, m_size);
   }
   m_hidden.clear();
 }
@@ -140,30 +153,26 @@ void OutputFile::Withdraw() noexcept {
 }
 
 void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale) {
-  std::size_t done = 0;
+  std::size_t published = 0;
   try {
-    for (; done < files.size(); ++done) {
-      files[done]->Publish();
+    for (; published < files.size(); ++published) {
+      files[published]->Publish();
     }
     for (const std::string& path : stale) {
       if (unlink(path.c_str()) != 0) {
-        throw WriteFailure(path, 0, 0, SystemError(errno));
+        throw WriteFailure(path, SystemError(errno));
       }
     }
   } catch (...) {
-    while (done > 0) {
-      files[--done]->Withdraw();
+    while (published > 0) {
+      files[--published]->Withdraw();
     }
     throw;
   }
 }
 
-void WriteWholeFile(const std::string& path, std::string_view content, bool force) {
+void WriteContent(const std::string& path, std::string_view content, bool force) {
   OutputFile file(path, content.size(), force);
   file.Write(content);
   file.Publish();
-}
-
-void ThrowCancelled(const std::string& file) {
-  throw Failure(IsStandardOutput(file) ? "standard output" : file, "cancelled; nothing has been saved", kCancelled);
 }

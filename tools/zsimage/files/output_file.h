@@ -1,5 +1,5 @@
 /// @file
-/// Files that the tool writes. What a path holds stays until its new content is whole.
+/// Files that the tool writes. A path keeps its old content until the new content is complete.
 #pragma once
 
 #include <memory>
@@ -7,16 +7,14 @@
 #include <string_view>
 #include <vector>
 
-#include "output/progress.h"
+#include "output/interrupt.h"
+#include "platform/base_types.h"
 
-/// Whether a path means standard output.
-bool IsStandardOutput(std::string_view path);
-
-/// @throws Failure when a path cannot be written: a folder, a write-protected file or, without `force`, any file.
+/// @throws Failure if a path cannot be written: a folder, a write-protected file or, without `force`, any file.
 void RequireWritable(const std::string& path, bool force);
 
-/// One file on its way to a path. It is written under a hidden name in the same folder and removed unless it is
-/// published. Links are followed. Standard output, devices and pipes are written directly.
+/// The new content of a path. It is written under a hidden name in the same folder and removed unless it is published.
+/// Links are followed. Standard output, devices and pipes are written directly.
 class OutputFile {
 public:
   /// @param size Bytes that the file will have, for messages. @throws Failure as RequireWritable does.
@@ -25,23 +23,22 @@ public:
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  /// Path of the file that is being written; empty for what is written directly.
-  const std::string& HiddenPath() const noexcept { return m_hidden; }
-
-  /// @throws Failure when not all of it goes out.
+  /// @throws Failure if not everything can be written, or the user has cancelled the command.
   void Write(const BYTE* data, std::size_t size);
   void Write(std::string_view text) { Write(reinterpret_cast<const BYTE*>(text.data()), text.size()); }
 
-  /// Gives the file its name, and the owner and permissions of a file that it replaces. @throws Failure, also when the
-  /// user has cancelled the command; then the path holds what it held before.
+  /// Moves the content to the path, with the owner and permissions of the file that it replaces. @throws Failure as
+  /// Write does; the path then has its old content.
   void Publish();
-  /// Gives the path back what it held before Publish.
+  /// Restores what the path had before Publish.
   void Withdraw() noexcept;
 
 private:
+  void ThrowIfCancelled() const;
+
   InterruptWatch m_watch; ///< A signal must not end the process while there is a hidden file.
   std::string m_path;     ///< As it was given.
-  std::string m_target;   ///< Where its links lead.
+  std::string m_target;   ///< Where its links lead; empty for what is written directly.
   std::string m_hidden;
   std::string m_old; ///< Hidden name of the file that was replaced.
   int m_descriptor = -1;
@@ -50,12 +47,9 @@ private:
   bool m_force;
 };
 
-/// Publishes files that belong together, and removes others that would be taken for a part of them. @throws Failure
-/// when one fails; then none is published.
+/// Publishes files that belong together, and removes files that would be mistaken for parts of them. @throws Failure if
+/// one of these steps fails; then none is published.
 void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale);
 
-/// Writes a whole file. @throws Failure.
-void WriteWholeFile(const std::string& path, std::string_view content, bool force);
-
-/// Ends a command that the user cancelled, of whose file nothing is left.
-[[noreturn]] void ThrowCancelled(const std::string& file);
+/// Writes a file with this content. @throws Failure.
+void WriteContent(const std::string& path, std::string_view content, bool force);

@@ -1,11 +1,12 @@
 #include "image/disc_words.h"
 
+#include <fmt/format.h>
+
 #include "disc/msf.h"
-#include "output/terminal_text.h"
 
 namespace {
 
-/// The words at an index; the first ones for any other number.
+/// Returns the words at an index; the first ones for an index outside the table.
 template <std::size_t N> const char* WordsAt(const char* const (&words)[N], LONG index) {
   return words[index > 0 && index < static_cast<LONG>(N) ? index : 0];
 }
@@ -32,20 +33,19 @@ const char* FormatWords(zsimgformat format) {
 std::string ModeWords(ZSMODETYPE mode) {
   static constexpr const char* kWords[] = {"", "mode 1", "", "", "mode 2", "mode 2 form 2", "", "mode 2 mixed"};
   const std::string words = mode == ZSMODE_AUDIO ? "audio" : WordsAt(kWords, mode);
-  return words.empty() ? Format("unknown (%d)", static_cast<int>(mode)) : words;
+  return words.empty() ? fmt::format("unknown ({})", static_cast<int>(mode)) : words;
 }
 
 std::string Duration(UHYPER sectors) {
-  const auto frames = static_cast<unsigned>(sectors % kFramesPerSecond);
-  const auto seconds = static_cast<unsigned>(sectors % kFramesPerMinute / kFramesPerSecond);
-  return Format("%02llu:%02u:%02u", static_cast<unsigned long long>(sectors / kFramesPerMinute), seconds, frames);
+  return fmt::format("{:02}:{:02}:{:02}", sectors / kFramesPerMinute, sectors % kFramesPerMinute / kFramesPerSecond,
+                     sectors % kFramesPerSecond);
 }
-
-std::string Sectors(UHYPER count) { return std::to_string(count) + (count == 1 ? " sector" : " sectors"); }
-
-std::string CutOffWords(ULONG missing) { return missing == 0 ? "" : "cut off, " + Sectors(missing) + " missing"; }
 
 std::string DiscTime(ULONG lba) {
   const ULONG time = LbaToMsf(static_cast<LONG>(lba));
-  return time == kNoTime ? "-" : Format("%02u:%02u:%02u", MinutesOf(time), SecondsOf(time), FramesOf(time));
+  return time == kNoTime ? "-" : fmt::format("{:02}:{:02}:{:02}", MinutesOf(time), SecondsOf(time), FramesOf(time));
+}
+
+std::string CutOffWords(ULONG missing) {
+  return missing == 0 ? "" : fmt::format("cut off, {} missing", Counted(missing, "sector"));
 }

@@ -1,5 +1,5 @@
 /// @file
-/// What stands in a record, in words and times for people.
+/// Values of a record as words and times for people.
 #pragma once
 
 #include <string>
@@ -11,25 +11,24 @@ const char* KindWords(::ZSTYPEPROJECT kind);
 const char* FormatWords(zsimgformat format);
 std::string ModeWords(ZSMODETYPE mode);
 
-/// One text of track after track. A text of one TAB repeats that of the track before (Red Book, CD-Text), and the first
-/// track's that of the disc.
+/// Returns a number of sectors as playing time, "74:30:00". Minutes have as many digits as they need.
+std::string Duration(UHYPER sectors);
+
+/// Returns the time of a sector on the disc, "00:02:00"; "-" for sectors without one, as a DVD has them.
+std::string DiscTime(ULONG lba);
+
+/// Says that the data file lacks sectors of a track; empty if it lacks none.
+std::string CutOffWords(ULONG missing);
+
+/// One kind of text of track after track. A text of one TAB repeats that of the track before (Red Book, CD-Text), and
+/// the first track's that of the disc.
 class TextColumn {
 public:
-  TextColumn(BSTR disc) : m_shown(TerminalText(disc)) {} // NOLINT(google-explicit-constructor): it begins as a text.
+  TextColumn(BSTR disc) : m_shown(TerminalText(disc)) {} // NOLINT(google-explicit-constructor): it starts as a text.
 
-  /// The text of the next track, for a terminal.
+  /// Returns the text of the next track, for a terminal.
   const std::string& Show(BSTR text) { return Narrow(text) == "\t" ? m_shown : m_shown = TerminalText(text); }
 
 private:
   std::string m_shown;
 };
-
-/// A number of sectors as playing time. Minutes take as many digits as they need.
-std::string Duration(UHYPER sectors);
-
-/// A number of sectors in words; and that a data file lacks so many of a track, empty when it lacks none.
-std::string Sectors(UHYPER count);
-std::string CutOffWords(ULONG missing);
-
-/// The time of a sector on the disc; sectors that no time can name, as a DVD has them, give a dash.
-std::string DiscTime(ULONG lba);

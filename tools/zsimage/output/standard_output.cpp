@@ -6,24 +6,44 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/last_error.h"
+#include <fmt/format.h>
 
-void WriteStandardOutput(const BYTE* data, std::size_t size) {
-  if (isatty(STDOUT_FILENO) != 0) {
-    throw Failure("standard output", "a terminal cannot show these bytes; send them to a file or a pipe", E_INVALIDARG);
-  }
-  Print({reinterpret_cast<const char*>(data), size});
+#include "output/failure.h"
+
+namespace {
+
+/// @param error errno of the write that failed; 0 if it is no longer known.
+[[noreturn]] void ThrowWriteFailure(int error) {
+  const std::string reason = error == 0 ? "" : fmt::format(": {}", std::strerror(error));
+  throw Failure(kStandardOutput, "not all of the output could be written" + reason,
+                error == ENOSPC ? HRESULT_FROM_WIN32(ERROR_DISK_FULL) : E_FAIL);
+}
+
+} // namespace
+
+bool IsStandardOutput(std::string_view path) {
+  return IsStandardStream(path) || path == "/dev/stdout" || path == "/dev/fd/1" || path == "/proc/self/fd/1";
 }
 
 void Print(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
-    throw OutputFailure(errno);
+    ThrowWriteFailure(errno);
   }
 }
 
-Failure OutputFailure(int error) {
-  return Failure("standard output",
-                 std::string("not all of the output could be written") +
-                     (error == 0 ? "" : std::string(": ") + std::strerror(error)),
-                 error == ENOSPC ? HRESULT_FROM_WIN32(ERROR_DISK_FULL) : E_FAIL);
+void WriteStandardOutput(const BYTE* data, std::size_t size) {
+  if (isatty(STDOUT_FILENO) != 0) {
+    throw Failure(kStandardOutput, "a terminal cannot show these bytes; redirect them to a file or a pipe",
+                  E_INVALIDARG);
+  }
+  Print({reinterpret_cast<const char*>(data), size});
+}
+
+void FlushStandardOutput() {
+  if (std::fflush(stdout) != 0) {
+    ThrowWriteFailure(errno);
+  }
+  if (std::ferror(stdout) != 0) {
+    ThrowWriteFailure(0);
+  }
 }

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include <fmt/format.h>
+
 namespace {
 
 std::string_view Variable(const char* name) {
@@ -12,15 +14,17 @@ std::string_view Variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+bool IsCapableTerminal(int descriptor) {
+  return isatty(descriptor) != 0 && !Variable("TERM").empty() && Variable("TERM") != "dumb";
+}
+
 } // namespace
 
 bool CanRewriteLines(int descriptor) {
-  // Asked for every word of a table, so that the system is asked once.
-  static const bool kOutputIsTerminal = isatty(STDOUT_FILENO) != 0;
-  static const bool kErrorIsTerminal = isatty(STDERR_FILENO) != 0;
-  const std::string_view terminal = Variable("TERM");
-  return (descriptor == STDOUT_FILENO ? kOutputIsTerminal : kErrorIsTerminal) && !terminal.empty() &&
-         terminal != "dumb";
+  // Tables ask for each of their cells; the system is asked once.
+  static const bool kOutput = IsCapableTerminal(STDOUT_FILENO);
+  static const bool kError = IsCapableTerminal(STDERR_FILENO);
+  return descriptor == STDOUT_FILENO ? kOutput : kError;
 }
 
 std::size_t TerminalColumns(int descriptor) {
@@ -29,9 +33,8 @@ std::size_t TerminalColumns(int descriptor) {
 }
 
 std::string Coloured(const std::string& text, Colour colour, int descriptor) {
-  if (colour == Colour::None || text.empty() || !Variable("NO_COLOR").empty() || !CanRewriteLines(descriptor)) {
+  if (colour == Colour::None || text.empty() || !CanRewriteLines(descriptor) || !Variable("NO_COLOR").empty()) {
     return text;
   }
-  static constexpr const char* kCodes[] = {"0", "1", "2", "31", "32", "33", "36", "35"};
-  return std::string("\x1b[") + kCodes[static_cast<std::size_t>(colour)] + "m" + text + "\x1b[0m";
+  return fmt::format("\x1b[{}m{}\x1b[0m", static_cast<int>(colour), text);
 }

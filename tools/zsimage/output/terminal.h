@@ -1,19 +1,19 @@
 /// @file
-/// What a terminal can be shown beyond plain lines.
+/// The terminal: its width and its colours.
 #pragma once
 
 #include <unistd.h>
 
 #include <string>
 
-enum class Colour { None, Bold, Dim, Red, Green, Yellow, Cyan, Magenta };
+/// Colours and weights. The values are those of the escape sequence that selects them (ECMA-48).
+enum class Colour { None = 0, Bold = 1, Dim = 2, Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 };
 
-/// Whether a line that was written to standard output or standard error can be written over: there is a terminal, and
-/// TERM does not call it dumb.
+/// Whether standard output or standard error is a terminal that can rewrite a line: TERM is set, and not to "dumb".
 bool CanRewriteLines(int descriptor);
 
-/// Columns of a line on the terminal; 80 when it does not tell.
+/// Returns the columns of the terminal; 80 if they are unknown.
 std::size_t TerminalColumns(int descriptor);
 
-/// Text in a colour, when `descriptor` leads to a terminal that has colours and the user did not set NO_COLOR.
+/// Returns text in a colour if `descriptor` is a terminal that has colours and NO_COLOR is not set.
 std::string Coloured(const std::string& text, Colour colour, int descriptor = STDOUT_FILENO);

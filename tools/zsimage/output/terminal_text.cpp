@@ -1,10 +1,13 @@
 #include "output/terminal_text.h"
 
+#include <algorithm>
 #include <clocale>
-#include <cstdarg>
-#include <cstdio>
+#include <cstdlib>
 #include <cwchar>
+#include <iterator>
 #include <new>
+
+#include <fmt/format.h>
 
 #include "platform/text.h"
 
@@ -21,11 +24,8 @@ UniqueBstr Wide(std::string_view narrow) {
 
 std::string TerminalText(std::string_view narrow) {
   std::u16string wide = MultiByteToWideChar(narrow);
-  for (char16_t& unit : wide) {
-    if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) {
-      unit = u'?';
-    }
-  }
+  const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
+  std::replace_if(wide.begin(), wide.end(), isControl, u'?');
   return NarrowToUtf8(WideCharToMultiByte(wide));
 }
 
@@ -33,32 +33,24 @@ std::size_t TerminalWidth(const std::string& utf8) {
   if (IsAscii(utf8)) {
     return utf8.size();
   }
-  // The terminal is UTF-8, whatever the user's locale. Most runs never need the tables.
+  // wcwidth() needs a UTF-8 locale. Most runs show ASCII alone and never load it.
   static const bool kIsUtf8 = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr; // NOLINT(concurrency-mt-unsafe)
-  if (!kIsUtf8) {
+  std::wstring wide(utf8.size(), L'\0');
+  const std::size_t length = std::mbstowcs(wide.data(), utf8.c_str(), wide.size());
+  if (!kIsUtf8 || length > wide.size()) {
     return utf8.size();
   }
   std::size_t width = 0;
-  std::mbstate_t state{};
-  for (std::size_t at = 0; at < utf8.size();) {
-    wchar_t character = 0;
-    const std::size_t length = std::mbrtowc(&character, utf8.data() + at, utf8.size() - at, &state);
-    if (length == 0 || length > utf8.size()) {
-      state = {};
-      ++at;
-      ++width;
-      continue;
-    }
+  for (const wchar_t character : std::wstring_view(wide).substr(0, length)) {
     const int columns = wcwidth(character);
     width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
-    at += length;
   }
   return width;
 }
 
 std::string ReadableSize(UHYPER bytes) {
   if (bytes < 1000) {
-    return Format("%u bytes", static_cast<unsigned>(bytes));
+    return fmt::format("{} bytes", bytes);
   }
   static constexpr const char* kUnits[] = {"kB", "MB", "GB", "TB", "PB", "EB"};
   double size = static_cast<double>(bytes) / 1000;
@@ -67,16 +59,9 @@ std::string ReadableSize(UHYPER bytes) {
     size /= 1000;
     ++unit;
   }
-  return Format("%.1f %s", size, kUnits[unit]);
+  return fmt::format("{:.1f} {}", size, kUnits[unit]);
 }
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): compilers check the arguments of a printf format, and of no other kind here.
-std::string Format(const char* format, ...) {
-  char text[256];
-  va_list arguments;
-  va_start(arguments, format);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyser does not follow va_start().
-  std::vsnprintf(text, sizeof(text), format, arguments);
-  va_end(arguments);
-  return text;
+std::string Counted(UHYPER count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }

@@ -1,8 +1,6 @@
 /// @file
-/// Text on its way between the command line, the component and the terminal.
-///
-/// The command line and paths are narrow text (platform/text.h), the component takes wide strings, and a terminal
-/// shows UTF-8.
+/// Text between the command line, the component and the terminal: paths and arguments are narrow text
+/// (platform/text.h), the component has wide strings, and a terminal shows UTF-8.
 #pragma once
 
 #include <string>
@@ -10,22 +8,21 @@
 
 #include "platform/bstr.h"
 
-/// Wide text as narrow text. Null gives the empty text.
+/// Returns wide text as narrow text; null as empty text.
 std::string Narrow(BSTR text);
 
-/// Narrow text as a string for the component. Empty text gives an empty string that is not null.
+/// Returns narrow text as a string for the component, which is never null.
 UniqueBstr Wide(std::string_view narrow);
 
-/// Narrow text as UTF-8 for a terminal: a control character becomes '?', so that no name or title in an image can
-/// steer the terminal.
+/// Returns text as UTF-8 without control characters, so that no name or title in an image can control the terminal.
 std::string TerminalText(std::string_view narrow);
 inline std::string TerminalText(BSTR text) { return TerminalText(Narrow(text)); }
 
-/// Columns that UTF-8 text takes on a terminal.
+/// Returns the columns that UTF-8 text occupies on a terminal.
 std::size_t TerminalWidth(const std::string& utf8);
 
-/// Bytes as a person reads them: "698.3 MB", in powers of 1000.
+/// Returns a size for a person, in powers of 1000: "698.3 MB".
 std::string ReadableSize(UHYPER bytes);
 
-/// printf into a string. For short texts without user-given parts.
-[[gnu::format(printf, 1, 2)]] std::string Format(const char* format, ...);
+/// Returns a number of things: "1 sector", "2 sectors".
+std::string Counted(UHYPER count, std::string_view noun);

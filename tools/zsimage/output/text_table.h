@@ -1,5 +1,5 @@
 /// @file
-/// Tables for a terminal: columns as wide as their content, columns without content left out.
+/// Tables for a terminal: columns are as wide as their content.
 #pragma once
 
 #include <functional>
@@ -10,30 +10,29 @@
 
 class TextTable {
 public:
-  /// UTF-8 text, and its colour where there are colours.
   struct Cell {
-    Cell(std::string content, Colour colour = Colour::None) // NOLINT(google-explicit-constructor): a text is a cell.
+    Cell(std::string content, Colour colour = Colour::None) // NOLINT(google-explicit-constructor): text is a cell.
         : text(std::move(content)), shade(colour) {}
-    std::string text;
+    std::string text; ///< UTF-8.
     Colour shade;
   };
   /// One cell for each column.
   using Row = std::vector<Cell>;
   using RowSink = std::function<void(const Row& row)>;
 
-  /// @param fixed Headings of the columns that are always shown. @param filled Headings of those that are shown when a
-  /// row fills them. ">" before a heading aligns its column to the right.
-  TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& filled);
+  /// @param fixed Headings of the columns that are always shown. @param optional Headings of the columns that are shown
+  /// if any of their cells has text. ">" before a heading aligns its column to the right.
+  TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& optional);
 
-  /// Prints the headings and all rows. Calls `giveRows` twice, to measure the columns and to print, so that memory does
-  /// not grow with the rows. @throws Failure when not all of it goes out.
-  void Print(const std::function<void(const RowSink& sink)>& giveRows);
+  /// Prints the headings and all rows. Calls `produceRows` twice, to measure and to print, so that memory does not grow
+  /// with the rows.
+  void Print(const std::function<void(const RowSink& sink)>& produceRows);
 
 private:
   struct Column {
     std::string heading;
     bool isRight;
-    bool shown;
+    bool isShown;
     std::size_t width;
   };
 

@@ -13,8 +13,8 @@ bool IsLead(const DiscStretch& stretch) {
   return stretch.kind == DiscStretch::Kind::LeadIn || stretch.kind == DiscStretch::Kind::LeadOut;
 }
 
-/// Adds what a session consists of. Sectors in front of a track that belong to no other are its pregap.
-void AddSession(const ImageRecord& image, unsigned session, std::vector<DiscStretch>* stretches) {
+/// Appends the stretches of a session. Sectors before a track that belong to no track count as its pregap.
+void AppendSession(const ImageRecord& image, unsigned session, std::vector<DiscStretch>* stretches) {
   const ZSCUESHEET& sheet = image.Session(session + 1);
   using enum DiscStretch::Kind;
   std::int64_t position = sheet.nTracks == 0 ? 0 : std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
@@ -22,14 +22,14 @@ void AddSession(const ImageRecord& image, unsigned session, std::vector<DiscStre
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
   stretches->push_back({LeadIn, session, 0, position, 0, 0, {}, {}});
   UINT i = 0;
-  image.VisitTracks(session + 1, [&](const ZSTRACK& track, const TrackPlace& place) {
+  image.VisitTracks(session + 1, [&](const ZSTRACK& track, const TrackExtent& extent) {
     const std::int64_t start = track.dwLBA;
     if (start > position) {
       stretches->push_back({Pregap, session, i, position, start - position, 0, {}, {}});
     }
-    stretches->push_back({Track, session, i++, start, place.sectors, place.missing, titles.Show(track.bstrTitle),
+    stretches->push_back({Track, session, i++, start, extent.sectors, extent.missing, titles.Show(track.bstrTitle),
                           performers.Show(track.bstrPerformer)});
-    position = std::max(position, start + stretches->back().sectors);
+    position = std::max(position, start + extent.sectors);
   });
   stretches->push_back({LeadOut, session, 0, position, 0, 0, {}, {}});
 }
@@ -39,7 +39,7 @@ void AddSession(const ImageRecord& image, unsigned session, std::vector<DiscStre
 std::vector<DiscStretch> LayOutDisc(const ImageRecord& image, double width) {
   std::vector<DiscStretch> stretches;
   for (unsigned session = 0; session < image.Info().nSessions; ++session) {
-    AddSession(image, session, &stretches);
+    AppendSession(image, session, &stretches);
   }
   double sectors = 0;
   for (const DiscStretch& stretch : stretches) {

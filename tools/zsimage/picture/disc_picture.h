@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "image/host.h"
+#include "image/image_record.h"
 
-/// An SVG document of the disc: as it lies there, as a line along its playing time, and as a list of its tracks.
-/// UTF-8, without anything from elsewhere, in light or dark colours as the reader prefers.
+/// Returns an SVG document, UTF-8: the disc, a line along its playing time, and a list of its tracks. It refers to no
+/// other file, and has light or dark colours as the reader prefers.
 std::string DrawDisc(const ImageRecord& image);
