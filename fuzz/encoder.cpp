@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "cdtext/decoder.h"
 #include "cdtext/encoder.h"
 #include "foundation/strings.h"
 #include "support/harness.h"

@@ -8,17 +8,17 @@ inline constexpr LONG kFramesPerSecond = 75;                    ///< Sectors of 
 inline constexpr LONG kFramesPerMinute = 60 * kFramesPerSecond; ///< Sectors of one minute.
 /// Sectors of the pause before LBA 0: the time 00:02:00 is LBA 0.
 inline constexpr LONG kPause = 150;
-inline constexpr ULONG kNoTime = 0xFFFFFFFF; ///< What a position without time gives.
+inline constexpr ULONG kNoTime = 0xFFFFFFFF; ///< Result for a position that has no time.
 
-/// The sector number of a time. Each number is cut to 8 bits; 90 minutes and more count down from the end of
-/// the lead-in and give negative positions.
+/// Returns the sector number of a time. Each number is cut to 8 bits. From 90 minutes on, times belong to the lead-in
+/// and yield negative positions.
 constexpr LONG MsfToLba(LONG minutes, LONG seconds, LONG frames) noexcept {
   const LONG m = minutes & 0xFF;
   const LONG lba = m * kFramesPerMinute + (seconds & 0xFF) * kFramesPerSecond + (frames & 0xFF);
   return m < 90 ? lba - kPause : lba - 450150;
 }
 
-/// The time of a sector number, packed as 0x00MMSSFF; kNoTime outside -45150 to 449699.
+/// Returns the time of a sector number, packed as 0x00MMSSFF; kNoTime outside -45150 to 449699.
 constexpr ULONG LbaToMsf(LONG lba) noexcept {
   if (lba < -45150 || lba > 449699) {
     return kNoTime;

@@ -1,16 +1,16 @@
 /// @file
-/// The records that describe a disc image: the component's data contract.
+/// The records that describe a disc image.
 ///
-/// Every image ends up in one `zsimagefileinfo` that points to one `ZSCUESHEET` per session, each with its
-/// tracks and texts. Records are packed on one byte and cleared before use; all zero is the valid empty state.
-/// Pointers have the machine's width and everything else a fixed one, so on a 32-bit target the sizes are those
-/// of the original contract (asserted at the end of this file).
+/// Every image becomes one `zsimagefileinfo` that points to one `ZSCUESHEET` per session, each with its tracks and
+/// texts. Records are packed on one byte and cleared before use; all zero is the valid empty record. Pointers have the
+/// width of the target and all other fields a fixed one. Programs are built against these layouts, which
+/// tests/imagefile/contract.inc lists.
 ///
-/// Units: positions are sector numbers (LBA), counts are sectors, sizes and offsets are bytes, unless a field
-/// says otherwise. One second of playing time is 75 sectors, also called frames (Red Book).
+/// Units: positions are sector numbers (LBA), counts are sectors, sizes and offsets are bytes, unless a field says
+/// otherwise. One second of playing time is 75 sectors, also called frames (Red Book).
 ///
-/// Ownership: records and tables live in task memory, strings are BSTRs. The caller owns every
-/// `zsimagefileinfo` and gives what it points to back with IZSImageFile::FreeImageFileInfo.
+/// Ownership: records and tables are in task memory, strings are BSTRs. The caller owns every `zsimagefileinfo` and
+/// frees what it points to with IZSImageFile::FreeImageFileInfo.
 #pragma once
 
 #include "platform/variant.h"
@@ -19,7 +19,7 @@
 enum zsimgformat : std::int32_t {
   ZSIMAGEFORMAT_ISO = 0, ///< Plain sector file.
   ZSIMAGEFORMAT_CUE = 1, ///< CUE sheet with a data file.
-  ZSIMAGEFORMAT_BIN = 2, ///< Never produced: a bare data file has no reader.
+  ZSIMAGEFORMAT_BIN = 2, ///< Never produced: a data file alone has no reader.
   ZSIMAGEFORMAT_NRG = 3, ///< Nero image.
   ZSIMAGEFORMAT_CCD = 4, ///< CloneCD description.
   ZSIMAGEFORMAT_ZSI = 5, ///< Native TOC file.
@@ -42,14 +42,14 @@ enum ZSTYPEPROJECT : std::int32_t {
   ZSTYPEPROJECT_OTHER = 11,            ///< Not produced here.
 };
 
-/// Size of one sector in the image; the value is the size in bytes. Images may bring in other sizes.
+/// Size of one sector in the image; the value is the size in bytes. Images may have other sizes.
 enum ZSFILEBLOCKSIZECUE : std::int32_t {
   ZSFILEBLOCKSIZE_NULL = 0,
   ZSFILEBLOCKSIZE_2048 = 2048, ///< User data of mode 1, or of mode 2 form 1.
-  ZSFILEBLOCKSIZE_2056 = 2056, ///< The same behind its sub-header.
+  ZSFILEBLOCKSIZE_2056 = 2056, ///< The same with its sub-header.
   ZSFILEBLOCKSIZE_2324 = 2324, ///< User data of mode 2 form 2.
-  ZSFILEBLOCKSIZE_2332 = 2332, ///< The same behind its sub-header.
-  ZSFILEBLOCKSIZE_2336 = 2336, ///< All of a mode 2 sector behind its header.
+  ZSFILEBLOCKSIZE_2332 = 2332, ///< The same with its sub-header.
+  ZSFILEBLOCKSIZE_2336 = 2336, ///< All of a mode 2 sector after its header.
   ZSFILEBLOCKSIZE_2352 = 2352, ///< A raw sector.
   ZSFILEBLOCKSIZE_2368 = 2368, ///< A raw sector with 16 bytes of sub-channel Q.
   ZSFILEBLOCKSIZE_2448 = 2448, ///< A raw sector with 96 bytes of sub-channel.
@@ -95,10 +95,10 @@ enum zscdtextlang : std::int32_t {
 };
 
 /// Bits of zsimagefileinfo::lMask: what accompanies the image.
-inline constexpr LONG ZSIMAGEMASK_CDTEXT = 0x01;      ///< CD-Text is there.
+inline constexpr LONG ZSIMAGEMASK_CDTEXT = 0x01;      ///< CD-Text is present.
 inline constexpr LONG ZSIMAGEMASK_CDG = 0x02;         ///< The TOC file names a .CDG companion.
 inline constexpr LONG ZSIMAGEMASK_SUBCHANNEL = 0x04;  ///< Sub-channel data exist, in a file or in the sectors.
-inline constexpr LONG ZSIMAGEMASK_SUBINLINE = 0x08;   ///< The sub-channel stands in each 2448-byte sector.
+inline constexpr LONG ZSIMAGEMASK_SUBINLINE = 0x08;   ///< Each sector of 2448 bytes has its sub-channel.
 inline constexpr LONG ZSIMAGEMASK_TRACKATONCE = 0x10; ///< An NRG image that was recorded track by track.
 
 /// Bits of ZSTRACK::Flags: control flags of the sub-channel (Red Book).
@@ -106,11 +106,11 @@ inline constexpr LONG ZSTRACKFLAG_DCP = 0x01; ///< Digital copy permitted.
 inline constexpr LONG ZSTRACKFLAG_PRE = 0x02; ///< Pre-emphasis.
 inline constexpr LONG ZSTRACKFLAG_4CH = 0x04; ///< Four channels.
 
-/// zsimagefileinfo::dwSeekEnd64 of an image whose sectors go on to the end of their file.
+/// zsimagefileinfo::dwSeekEnd64 of an image whose sectors extend to the end of their file.
 inline constexpr UHYPER kToEndOfFile = ~UHYPER{0};
 
-inline constexpr std::size_t kMaxSessions = 99; ///< Places of zsimagefileinfo::pZSCueSheet.
-inline constexpr ULONG kNoIndex = 0xFFFFFFFF;   ///< An absent entry of ZSTRACK::pdwIndex.
+inline constexpr std::size_t kMaxSessions = 99; ///< Elements of zsimagefileinfo::pZSCueSheet.
+inline constexpr ULONG kNoIndex = 0xFFFFFFFF;   ///< Entry of ZSTRACK::pdwIndex for an absent index.
 
 #pragma pack(push, 1)
 
@@ -135,14 +135,14 @@ struct ZSFILESTRUCT {
   UHYPER dwFromSeek64;            ///< 0 for a session's first track, all ones for every later one.
 };
 
-/// Text of a disc, as CD-Text (Red Book) or a CUE sheet gives it. Each string is null when there is no text.
+/// Text of a disc, from CD-Text (Red Book) or a CUE sheet. A string is null if there is no text.
 struct ZSCDTEXT {
   VARIANT_BOOL CDTextPresent; ///< True once decoded CD-Text was stored here.
-  BSTR bstrMCN;               ///< Media catalogue number (Red Book, Q mode 2): 13 digits where it is well-formed, of
-                              ///< which nothing is tested. Needs no CD-Text.
+  BSTR bstrMCN;               ///< Media catalogue number (Red Book, Q mode 2): 13 digits, not checked. Needs no
+                              ///< CD-Text.
   BSTR bstrTitle;             ///< Title.
   BSTR bstrComposer;          ///< Who wrote the music.
-  BSTR bstrPerformer;         ///< Who plays.
+  BSTR bstrPerformer;         ///< Who performs.
   BSTR bstrSongwriter;        ///< Who wrote the words.
   BSTR bstrArranger;          ///< Who arranged it.
   BSTR bstrGenre;             ///< Genre, as text.
@@ -150,32 +150,32 @@ struct ZSCDTEXT {
   zscdtextlang Language;      ///< Written into encoded CD-Text; no decoder sets it.
 };
 
-/// One track. It lies in the image from `dwLBA` - `Pregap` up to, not including, `dwEndLBA`. Positions are those of
-/// the disc; those of a CUE sheet count from the start of the data file. Each string is null when there is no text.
+/// One track. In the image it extends from `dwLBA` - `Pregap` to `dwEndLBA`, exclusive. Positions are those of the
+/// disc; those of a CUE sheet count from the start of the data file. A string is null if there is no text.
 struct ZSTRACK {
   UINT TNO;                          ///< Number of the track, from 1 in each session; a CUE sheet's own number.
   ULONG* pdwIndex;                   ///< Positions of the indexes, from index 0 on; kNoIndex where absent. In task
                                      ///< memory. Null from formats other than CUE and NRG.
   BYTE nCountIndex;                  ///< Number of elements of `pdwIndex`.
-  LONG Pregap;                       ///< Sectors between index 0 and index 1; they stand directly before `dwLBA`.
+  LONG Pregap;                       ///< Sectors from index 0 to index 1, directly before `dwLBA`.
   ULONG dwLBA;                       ///< Position of index 1, the first sector of the track proper.
-  ULONG dwEndLBA;                    ///< First position behind the track.
-  LONG Postgap;                      ///< Sectors that stand in the image behind the track; 0 but from a TOC file.
+  ULONG dwEndLBA;                    ///< First position after the track.
+  LONG Postgap;                      ///< Sectors in the image after the track; 0 except from a TOC file.
   ZSMODETYPE Mode;                   ///< ZSMODE_AUDIO, ZSMODE_1 or ZSMODE_2; a plain file of raw sectors may also be
                                      ///< ZSMODE_2_FORM2.
   ZSFILEBLOCKSIZECUE BlockSize;      ///< Bytes of one sector of this track in the image file.
-  ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size reported upward into zsimagefileinfo::ZSBlockSize.
+  ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size that zsimagefileinfo::ZSBlockSize reports.
   LONG Flags;                        ///< ZSTRACKFLAG_ bits.
   VARIANT varFiles;                  ///< Empty, or `vt` exactly VT_ARRAY with a SAFEARRAY of ZSFILESTRUCT.
   BSTR bstrTitle;                    ///< Title.
   BSTR bstrComposer;                 ///< Who wrote the music.
-  BSTR bstrPerformer;                ///< Who plays.
+  BSTR bstrPerformer;                ///< Who performs.
   BSTR bstrSongwriter;               ///< Who wrote the words.
   BSTR bstrArranger;                 ///< Who arranged it.
   BSTR bstrGenre;                    ///< Genre, as text.
   BSTR bstrMessage;                  ///< Message of the maker.
   BSTR bstrISRC;                     ///< International standard recording code (ISO 3901; Red Book, Q mode 3): 12
-                                     ///< characters where it is well-formed, of which nothing is tested.
+                                     ///< characters, not checked.
   UHYPER dwReserved64; ///< Byte offset of the track in the image file from CUE, MDS and NRG track at once.
 };
 
@@ -183,29 +183,29 @@ struct ZSTRACK {
 struct ZSCUESHEET {
   UINT nTracks;                      ///< Number of elements of `pZSTracks`.
   ZSTRACK* pZSTracks;                ///< The tracks, in task memory.
-  ::ZSCDTEXT ZSCDTEXT;               ///< Text of the disc; only the first session's carries CD-Text.
+  ::ZSCDTEXT ZSCDTEXT;               ///< Text of the disc; CD-Text is in the first session only.
   ::ZSSESSIONFORMAT ZSSESSIONFORMAT; ///< Format of the session.
 };
 
 /// One image.
 struct zsimagefileinfo {
   LONG lMask;                            ///< ZSIMAGEMASK_ bits.
-  BSTR bstrImageBinaryFile;              ///< Path of the file that holds the sectors; see ResolveFilePath.
+  BSTR bstrImageBinaryFile;              ///< Path of the sector file; see ResolveFilePath.
   zsimgformat ZSImageFormat;             ///< Format of the description.
   ::ZSTYPEPROJECT ZSTYPEPROJECT;         ///< What the disc is.
   ZSFILEBLOCKSIZECUE ZSBlockSize;        ///< `ImageBlockSize` of one of its tracks; 0 for a CUE sheet of audio alone.
   ZSCUESHEET* pZSCueSheet[kMaxSessions]; ///< One sheet per session, in disc order, owned by the record; the rest is
                                          ///< null.
   USHORT nSessions;                      ///< Number of sessions, at most 99.
-  UHYPER dwSeekBegin64;                  ///< Byte offset of the image's first sector in its file.
-  UHYPER dwSeekEnd64;                    ///< Byte offset where the sectors end; all ones for the end of the file.
+  UHYPER dwSeekBegin64;                  ///< Byte offset of the first sector in the sector file.
+  UHYPER dwSeekEnd64;                    ///< Byte offset of their end; all ones for the end of the file.
   USHORT nSubCount;                      ///< Bytes before the user data inside a sector: 0, 8, 16 or 24.
   ULONG dwDiscID;                        ///< Disc identifier in the manner of CDDB; 0 until computed.
   ULONG dwDiscID2;                       ///< Identifier of the first session of several; else 0.
   LONG lReserved;                        ///< 0.
 };
 
-/// One descriptor of a READ TOC response (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
+/// One descriptor of a READ TOC response (MMC). IZSImageFile::CreateTOCFile does not read it.
 struct zsmmctoc {
   BYTE reserved;    ///< 0.
   BYTE bitFields;   ///< ADR in the upper half, control bits in the lower.
@@ -217,7 +217,7 @@ struct zsmmctoc {
   BYTE LBA_LSB1;    ///< Lowest byte.
 };
 
-/// A READ TOC response of format 0 (MMC). Taken by IZSImageFile::CreateTOCFile and not read.
+/// A READ TOC response of format 0 (MMC). IZSImageFile::CreateTOCFile does not read it.
 struct zsmmcreadtoc0 {
   BYTE TOCDataLength_MSB; ///< Bytes that follow, high byte.
   BYTE TOCDataLength_LSB; ///< Low byte.
@@ -226,63 +226,23 @@ struct zsmmcreadtoc0 {
   zsmmctoc Toc;           ///< The first descriptor.
 };
 
-/// The first of a run of CD-Text packs, 18 bytes each, back to back; `pData` is no part of the run.
+/// The first of a run of CD-Text packs, 18 bytes each, back to back; `pData` is not part of the run.
 struct zsmmccdtext {
   BYTE Header[4];    ///< Type, track, sequence number, block and position.
   BYTE TextData[12]; ///< Text, or binary data of some types.
-  BYTE CRC[2];       ///< Check bytes, big-endian, inverted; 0 where there are none.
+  BYTE CRC[2];       ///< Big-endian, inverted; 0 if there is none.
   BYTE* pData;       ///< Not read.
 };
 
 #pragma pack(pop)
 
-// The contract's sizes and places: P is how many bytes pointers add on the target.
-namespace record_layout {
 /// @cond
-inline constexpr std::size_t P = sizeof(void*) - 4;
-
-static_assert(sizeof(ZSXA) == 4);
-static_assert(sizeof(ZSFILESTRUCT) == 40 + 2 * P);
-static_assert(offsetof(ZSFILESTRUCT, bstrFileName) == 16 && offsetof(ZSFILESTRUCT, bstrLogicalPath) == 20 + P);
-static_assert(offsetof(ZSFILESTRUCT, ZSMode) == 24 + 2 * P && offsetof(ZSFILESTRUCT, XA) == 28 + 2 * P);
-static_assert(offsetof(ZSFILESTRUCT, dwFromSeek64) == 32 + 2 * P);
-
-static_assert(sizeof(ZSCDTEXT) == 38 + 8 * P);
-static_assert(offsetof(ZSCDTEXT, bstrMCN) == 2 && offsetof(ZSCDTEXT, bstrTitle) == 6 + P);
-static_assert(offsetof(ZSCDTEXT, bstrComposer) == 10 + 2 * P && offsetof(ZSCDTEXT, bstrPerformer) == 14 + 3 * P);
-static_assert(offsetof(ZSCDTEXT, bstrSongwriter) == 18 + 4 * P && offsetof(ZSCDTEXT, bstrArranger) == 22 + 5 * P);
-static_assert(offsetof(ZSCDTEXT, bstrGenre) == 26 + 6 * P && offsetof(ZSCDTEXT, bstrMessage) == 30 + 7 * P);
-static_assert(offsetof(ZSCDTEXT, Language) == 34 + 8 * P);
-
-static_assert(sizeof(ZSTRACK) == 97 + 9 * P);
-static_assert(offsetof(ZSTRACK, pdwIndex) == 4 && offsetof(ZSTRACK, nCountIndex) == 8 + P);
-static_assert(offsetof(ZSTRACK, Pregap) == 9 + P && offsetof(ZSTRACK, dwLBA) == 13 + P);
-static_assert(offsetof(ZSTRACK, dwEndLBA) == 17 + P && offsetof(ZSTRACK, Postgap) == 21 + P);
-static_assert(offsetof(ZSTRACK, Mode) == 25 + P && offsetof(ZSTRACK, BlockSize) == 29 + P);
-static_assert(offsetof(ZSTRACK, ImageBlockSize) == 33 + P && offsetof(ZSTRACK, Flags) == 37 + P);
-static_assert(offsetof(ZSTRACK, varFiles) == 41 + P && offsetof(ZSTRACK, bstrTitle) == 57 + P);
-static_assert(offsetof(ZSTRACK, bstrComposer) == 61 + 2 * P && offsetof(ZSTRACK, bstrPerformer) == 65 + 3 * P);
-static_assert(offsetof(ZSTRACK, bstrSongwriter) == 69 + 4 * P && offsetof(ZSTRACK, bstrArranger) == 73 + 5 * P);
-static_assert(offsetof(ZSTRACK, bstrGenre) == 77 + 6 * P && offsetof(ZSTRACK, bstrMessage) == 81 + 7 * P);
-static_assert(offsetof(ZSTRACK, bstrISRC) == 85 + 8 * P && offsetof(ZSTRACK, dwReserved64) == 89 + 9 * P);
-
-static_assert(sizeof(ZSCUESHEET) == 50 + 9 * P);
-static_assert(offsetof(ZSCUESHEET, pZSTracks) == 4 && offsetof(ZSCUESHEET, ZSCDTEXT) == 8 + P);
-static_assert(offsetof(ZSCUESHEET, ZSSESSIONFORMAT) == 46 + 9 * P);
-
+namespace record_layout {
+inline constexpr std::size_t P = sizeof(void*) - 4; // Bytes that each pointer adds on the target.
+static_assert(sizeof(ZSXA) == 4 && sizeof(ZSFILESTRUCT) == 40 + 2 * P);
+static_assert(sizeof(ZSCDTEXT) == 38 + 8 * P && sizeof(ZSTRACK) == 97 + 9 * P && sizeof(ZSCUESHEET) == 50 + 9 * P);
 static_assert(sizeof(zsimagefileinfo) == 448 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, bstrImageBinaryFile) == 4);
-static_assert(offsetof(zsimagefileinfo, ZSImageFormat) == 8 + P && offsetof(zsimagefileinfo, ZSTYPEPROJECT) == 12 + P);
-static_assert(offsetof(zsimagefileinfo, ZSBlockSize) == 16 + P && offsetof(zsimagefileinfo, pZSCueSheet) == 20 + P);
-static_assert(offsetof(zsimagefileinfo, nSessions) == 416 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, dwSeekBegin64) == 418 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, dwSeekEnd64) == 426 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, nSubCount) == 434 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, dwDiscID) == 436 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, dwDiscID2) == 440 + 100 * P);
-static_assert(offsetof(zsimagefileinfo, lReserved) == 444 + 100 * P);
-
 static_assert(sizeof(zsmmctoc) == 8 && sizeof(zsmmcreadtoc0) == 12 && sizeof(zsmmccdtext) == 22 + P);
 static_assert(alignof(ZSTRACK) == 1 && alignof(zsimagefileinfo) == 1);
-/// @endcond
 } // namespace record_layout
+/// @endcond

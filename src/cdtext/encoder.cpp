@@ -9,29 +9,17 @@
 
 namespace {
 
-constexpr BYTE kCharacterCode = 1;
-constexpr BYTE kFirstTrack = 1;
-constexpr BYTE kOnlyBlock = 0;
-constexpr std::size_t kBlocks = 8;
 constexpr std::size_t kHighestPosition = 15;
 
-// Places in the size information.
+/// Fields of the size information, as offsets in the text of its three packs.
+namespace size_info {
+constexpr std::size_t kCharacterCode = 0; // 1: text of single bytes.
+constexpr std::size_t kFirstTrack = 1;
+constexpr std::size_t kLastTrack = 2;
 constexpr std::size_t kPackCounts = 4;     // One for each type.
 constexpr std::size_t kLastSequences = 20; // One for each block.
 constexpr std::size_t kLanguages = 28;     // One for each block.
-
-struct TextRow {
-  BYTE type;
-  TextField field;
-};
-
-/// The texts in the order of their packs.
-constexpr TextRow kTextRows[] = {
-    {kPackTitle, TextField::Title},           {kPackPerformer, TextField::Performer},
-    {kPackSongwriter, TextField::Songwriter}, {kPackComposer, TextField::Composer},
-    {kPackArranger, TextField::Arranger},     {kPackMessage, TextField::Message},
-    {kPackGenre, TextField::Genre},
-};
+} // namespace size_info
 
 constexpr std::array<USHORT, 256> MakeCrcTable() noexcept {
   std::array<USHORT, 256> table{};
@@ -48,13 +36,10 @@ constexpr std::array<USHORT, 256> MakeCrcTable() noexcept {
 constexpr std::array<USHORT, 256> kCrcTable = MakeCrcTable();
 
 void StoreCrc(CZSCDTextEncoder::Pack* pack) noexcept {
-  const USHORT crc = CrcCDText(pack->data(), kPackSize - 2);
-  (*pack)[kPackSize - 2] = static_cast<BYTE>(crc >> 8);
-  (*pack)[kPackSize - 1] = static_cast<BYTE>(crc);
+  const USHORT crc = CrcCDText(pack->data(), kPackCrc);
+  (*pack)[kPackCrc] = static_cast<BYTE>(crc >> 8);
+  (*pack)[kPackCrc + 1] = static_cast<BYTE>(crc);
 }
-
-/// The track byte of the track at a place of the table.
-BYTE TrackByte(UINT place) noexcept { return static_cast<BYTE>(place + 1); }
 
 void AppendPlain(const std::vector<CZSCDTextEncoder::Pack>& packs, std::vector<BYTE>* data) {
   for (const CZSCDTextEncoder::Pack& pack : packs) {
@@ -64,13 +49,13 @@ void AppendPlain(const std::vector<CZSCDTextEncoder::Pack>& packs, std::vector<B
 }
 
 void AppendSubChannel(const std::vector<CZSCDTextEncoder::Pack>& packs, std::vector<BYTE>* data) {
-  // More groups than the packs need when some are left over: fixed by what has always been written.
+  // See "sub-channel groups" in docs/compatibility.md.
   const std::size_t groups = packs.size() / kGroupPacks + packs.size() % kGroupPacks;
   std::size_t next = 0;
   for (std::size_t i = 0; i < groups; ++i) {
     std::array<BYTE, kGroupPacks * kPackSize> bytes{};
-    for (std::size_t place = 0; place < kGroupPacks; ++place) {
-      std::memcpy(bytes.data() + place * kPackSize, packs[next].data(), kPackSize);
+    for (std::size_t j = 0; j < kGroupPacks; ++j) {
+      std::memcpy(bytes.data() + j * kPackSize, packs[next].data(), kPackSize);
       next = (next + 1) % packs.size();
     }
     std::array<BYTE, kGroupSymbols> group{};
@@ -107,10 +92,10 @@ bool CZSCDTextEncoder::EncodePacks(const ZSCUESHEET& sheet, bool withSubChannel,
   if (sheet.ZSCDTEXT.CDTextPresent == 0) {
     return false;
   }
-  if (!m_built) {
-    CollectTexts(sheet);
-    FinishPacks(sheet);
-  }
+  *this = {};
+  CollectTexts(sheet);
+  BuildTextPacks();
+  BuildSizePacks(sheet);
   data->clear();
   if (withSubChannel) {
     AppendSubChannel(m_packs, data);
@@ -120,109 +105,94 @@ bool CZSCDTextEncoder::EncodePacks(const ZSCUESHEET& sheet, bool withSubChannel,
   return true;
 }
 
+/// Collects the texts of the disc and of its audio tracks, in the order of their packs.
 void CZSCDTextEncoder::CollectTexts(const ZSCUESHEET& sheet) {
   const auto forEachAudioTrack = [&sheet](auto work) {
     for (UINT i = 0; i < sheet.nTracks; ++i) {
       if (sheet.pZSTracks[i].Mode == ZSMODE_AUDIO) {
-        work(TrackByte(i), sheet.pZSTracks[i]);
+        work(static_cast<BYTE>(i + 1), sheet.pZSTracks[i]);
       }
     }
   };
-  for (const TextRow& row : kTextRows) {
-    AddText(0, row.type, TextOf(sheet.ZSCDTEXT, row.field));
-    forEachAudioTrack([&](BYTE number, const ZSTRACK& track) { AddText(number, row.type, TextOf(track, row.field)); });
+  for (const TextPackType& row : kTextPackTypes) {
+    CollectText(0, row.type, TextOf(sheet.ZSCDTEXT, row.field));
+    forEachAudioTrack(
+        [&](BYTE number, const ZSTRACK& track) { CollectText(number, row.type, TextOf(track, row.field)); });
   }
-  forEachAudioTrack([&](BYTE number, const ZSTRACK& track) { AddText(number, kPackCode, track.bstrISRC); });
+  forEachAudioTrack([&](BYTE number, const ZSTRACK& track) { CollectText(number, kPackCode, track.bstrISRC); });
 }
 
-void CZSCDTextEncoder::AddText(BYTE track, BYTE type, BSTR text) {
+void CZSCDTextEncoder::CollectText(BYTE track, BYTE type, BSTR text) {
   const std::string narrow = NarrowText(text);
-  if (!narrow.empty()) {
-    AddEntry(track, type, narrow);
+  if (narrow.empty()) {
+    return;
   }
-}
-
-void CZSCDTextEncoder::AddEntry(BYTE track, BYTE type, std::string_view text) {
-  ZSCDTEXTENTRY entry;
-  const std::string_view kept = CutAtCharacter(text, entry.text.size() - 1);
-  entry.track = track;
-  entry.type = type;
+  ZSCDTEXTENTRY entry{track, type};
+  const std::string_view kept = CutAtCharacter(narrow, entry.text.size() - 1);
   std::memcpy(entry.text.data(), kept.data(), kept.size());
   entry.length = static_cast<USHORT>(kept.size() + 1);
-  // What lies beyond the bytes of a block cannot fit, so that it needs no memory either.
-  m_collected += entry.length;
-  if (m_collected <= kTextPacks * kPackTextSize) {
+  m_collectedBytes += entry.length;
+  if (m_collectedBytes <= kTextPacks * kPackTextSize) { // Later texts cannot fit, so they need no memory either.
     m_entries.push_back(entry);
   }
 }
 
-void CZSCDTextEncoder::FinishPacks(const ZSCUESHEET& sheet) {
+void CZSCDTextEncoder::BuildTextPacks() {
   for (const ZSCDTEXTENTRY& entry : m_entries) {
-    // A later text must not take the place of one that is left out: readers count texts to find their track.
+    // Readers count texts to find their track, so a later text must not follow one that is left out.
     if (m_packs.size() + PacksNeeded(entry) > kTextPacks) {
       break;
     }
-    BuildPacks(kOnlyBlock, entry);
+    AppendToPacks(entry);
   }
-  ZSCDTEXTENTRY info;
-  info.type = kPackSizeInfo;
-  info.length = kSizeInfoLength;
-  FillSizeInfo(sheet, std::span(info.text).first<kSizeInfoLength>());
-  BuildPacks(kOnlyBlock, info);
-  m_built = true;
 }
 
-/// Describes the packs that stand, and the size packs that will follow them. A block whose only pack has sequence
-/// number 0 counts as empty.
-void CZSCDTextEncoder::FillSizeInfo(const ZSCUESHEET& sheet, std::span<char, kSizeInfoLength> info) const noexcept {
-  std::array<BYTE, kSizeInfoLength> bytes{kCharacterCode, kFirstTrack, static_cast<BYTE>(sheet.nTracks)};
-  const auto language = static_cast<BYTE>(sheet.ZSCDTEXT.Language);
-  bytes[kLanguages] = language;
+/// Appends the packs that describe the block: tracks, language, and packs of each type, these three included.
+void CZSCDTextEncoder::BuildSizePacks(const ZSCUESHEET& sheet) {
+  std::array<BYTE, kSizeInfoLength> info{};
+  info[size_info::kCharacterCode] = 1;
+  info[size_info::kFirstTrack] = 1;
+  info[size_info::kLastTrack] = static_cast<BYTE>(sheet.nTracks);
+  info[size_info::kLanguages] = static_cast<BYTE>(sheet.ZSCDTEXT.Language);
   for (const Pack& pack : m_packs) {
-    ++bytes[kPackCounts + (pack[0] & 0x0FU)];
-    BYTE& last = bytes[kLastSequences + (pack[3] >> 4 & 0x07U)];
-    last = std::max(last, pack[2]);
+    ++info[size_info::kPackCounts + (pack[kPackType] & 0x0FU)];
   }
-  for (std::size_t block = 0; block < kBlocks; ++block) {
-    BYTE& last = bytes[kLastSequences + block];
-    if (last != 0) {
-      bytes[kLanguages + block] = language;
-      last = static_cast<BYTE>(last + kSizeInfoPacks);
-    }
+  info[size_info::kPackCounts + (kPackSizeInfo & 0x0FU)] = kSizeInfoPacks;
+  if (m_packs.size() > 1) { // See "single pack" in docs/compatibility.md.
+    info[size_info::kLastSequences] = static_cast<BYTE>(m_packs.size() - 1 + kSizeInfoPacks);
   }
-  BYTE& sizePacks = bytes[kPackCounts + (kPackSizeInfo & 0x0FU)];
-  sizePacks = static_cast<BYTE>(sizePacks + kSizeInfoPacks);
-  std::memcpy(info.data(), bytes.data(), bytes.size());
+  ZSCDTEXTENTRY entry{0, kPackSizeInfo};
+  entry.length = kSizeInfoLength;
+  std::memcpy(entry.text.data(), info.data(), info.size());
+  AppendToPacks(entry);
 }
 
-/// Whether a text of this type goes on in the last pack.
-bool CZSCDTextEncoder::GoesOn(BYTE type, BYTE block) const noexcept {
-  return m_pending && m_packs.back()[0] == type && (m_packs.back()[3] >> 4 & 0x07U) == block;
+/// Whether a text of this type continues in the last pack.
+bool CZSCDTextEncoder::LastPackContinues(BYTE type) const noexcept {
+  return m_fill < kPackTextSize && m_packs.back()[kPackType] == type;
 }
 
 std::size_t CZSCDTextEncoder::PacksNeeded(const ZSCDTEXTENTRY& entry) const noexcept {
-  const std::size_t room = GoesOn(entry.type, kOnlyBlock) ? kPackTextSize - m_fill : 0;
+  const std::size_t room = LastPackContinues(entry.type) ? kPackTextSize - m_fill : 0;
   return entry.length <= room ? 0 : (entry.length - room + kPackTextSize - 1) / kPackTextSize;
 }
 
-CZSCDTextEncoder::Pack CZSCDTextEncoder::StartPack(BYTE block, const ZSCDTEXTENTRY& entry,
-                                                   std::size_t position) const noexcept {
-  const bool binary = entry.type == kPackSizeInfo || (entry.type >= kPackDiscId && entry.type <= kPackTocInfo2);
+CZSCDTextEncoder::Pack CZSCDTextEncoder::StartPack(const ZSCDTEXTENTRY& entry, std::size_t position) const noexcept {
   Pack pack{entry.type, entry.track, static_cast<BYTE>(m_packs.size())};
-  if (!binary) {
-    pack[3] = static_cast<BYTE>(std::size_t{block} << 4 | std::min(position, kHighestPosition));
+  if (entry.type != kPackSizeInfo) {
+    pack[kPackBlock] = static_cast<BYTE>(std::min(position, kHighestPosition));
   }
   return pack;
 }
 
-/// Lays a text, its zero byte included, behind the packs that stand.
-void CZSCDTextEncoder::BuildPacks(BYTE block, ZSCDTEXTENTRY entry) {
+/// Appends a text with its zero byte, first to the last pack if its type continues there.
+void CZSCDTextEncoder::AppendToPacks(ZSCDTEXTENTRY entry) {
   for (std::size_t position = 0; position < entry.length;) {
-    if (!GoesOn(entry.type, block)) {
-      m_packs.push_back(StartPack(block, entry, position));
+    if (!LastPackContinues(entry.type)) {
+      m_packs.push_back(StartPack(entry, position));
       m_fill = 0;
       if (entry.type == kPackSizeInfo) {
-        ++entry.track; // These packs count themselves there.
+        ++entry.track; // Size packs are numbered there.
       }
     }
     Pack& pack = m_packs.back();
@@ -230,7 +200,6 @@ void CZSCDTextEncoder::BuildPacks(BYTE block, ZSCDTEXTENTRY entry) {
     std::memcpy(pack.data() + kPackTextStart + m_fill, entry.text.data() + position, used);
     position += used;
     m_fill += used;
-    m_pending = m_fill < kPackTextSize;
     StoreCrc(&pack);
   }
 }

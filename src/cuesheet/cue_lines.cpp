@@ -1,9 +1,5 @@
 #include "cuesheet/cue_lines.h"
 
-#include <algorithm>
-#include <array>
-#include <bit>
-#include <iterator>
 #include <string>
 
 #include "disc/msf.h"
@@ -22,21 +18,22 @@ bool Contains(std::string_view text, std::string_view part) noexcept {
   return text.find(part) != std::string_view::npos;
 }
 
-/// The value of a text line: what stands between the first and the last quote, or else the rest of the line.
-std::string_view TextValue(std::string_view behindKeyword) noexcept {
-  const std::size_t open = behindKeyword.find('"');
-  const std::size_t close = behindKeyword.rfind('"');
+/// Returns the value of a text line: the text between the first and the last quote or, without two, the rest of the
+/// line.
+std::string_view TextValue(std::string_view afterKeyword) noexcept {
+  const std::size_t open = afterKeyword.find('"');
+  const std::size_t close = afterKeyword.rfind('"');
   if (open != close) {
-    return behindKeyword.substr(open + 1, close - open - 1);
+    return afterKeyword.substr(open + 1, close - open - 1);
   }
-  std::string_view value = platform::Trim(behindKeyword);
+  std::string_view value = platform::Trim(afterKeyword);
   if (value.starts_with('"')) {
     value = platform::Trim(value.substr(1));
   }
   return value;
 }
 
-/// The number behind the first slash of a track type; the default if there is none or it reads as 0.
+/// Returns the number after the first slash of a track type; the default if there is none or it is 0.
 LONG BlockSizeOf(std::string_view type) noexcept {
   const std::size_t slash = type.find('/');
   LONG size = 0;
@@ -46,23 +43,22 @@ LONG BlockSizeOf(std::string_view type) noexcept {
   return size == 0 ? kDefaultBlockSize : size;
 }
 
-ULONG PregapOf(const ZSTRACK& track) noexcept { return static_cast<ULONG>(track.Pregap); }
-
 } // namespace
 
 struct CueLines::Keyword {
   std::string_view word;
-  void (CueLines::*take)(std::string_view line); ///< Null for a text line.
+  void (CueLines::*apply)(std::string_view line); ///< Null for a text line.
   TextField field;
 };
 
+/// In the order in which they are looked for. See "keywords" in docs/compatibility.md.
 constexpr CueLines::Keyword CueLines::kKeywords[] = {
-    {"CATALOG", &CueLines::Catalog, {}},
-    {"TRACK", &CueLines::Track, {}},
-    {"ISRC", &CueLines::Isrc, {}},
-    {"FLAGS", &CueLines::Flags, {}},
-    {"PREGAP", &CueLines::PregapLine, {}},
-    {"INDEX", &CueLines::Index, {}},
+    {"CATALOG", &CueLines::ApplyCatalog, {}},
+    {"TRACK", &CueLines::ApplyTrack, {}},
+    {"ISRC", &CueLines::ApplyIsrc, {}},
+    {"FLAGS", &CueLines::ApplyFlags, {}},
+    {"PREGAP", &CueLines::ApplyPregap, {}},
+    {"INDEX", &CueLines::ApplyIndex, {}},
     {"TITLE", nullptr, TextField::Title},
     {"PERFORMER", nullptr, TextField::Performer},
     {"SONGWRITER", nullptr, TextField::Songwriter},
@@ -75,48 +71,18 @@ constexpr CueLines::Keyword CueLines::kKeywords[] = {
 
 bool IsTrackLine(std::string_view line) noexcept { return LineScanner(line).WordIs("TRACK"); }
 
-const CueLines::Keyword* CueLines::FindKeyword(std::string_view line, std::size_t* place) noexcept {
-  // Every third pair of letters is looked at, which meets one of the first three pairs of any keyword. Each of those
-  // has a bit, the first keyword's in the lowest, in the tables of its two letters.
-  constexpr std::size_t kPairs = 3;
-  static constexpr auto kTables = [] {
-    std::array<std::array<std::uint64_t, 256>, 2> tables{};
-    for (std::size_t bit = 0; bit < std::size(kKeywords) * kPairs; ++bit) {
-      const char* pair = &kKeywords[bit / kPairs].word[bit % kPairs];
-      tables[0][static_cast<BYTE>(pair[0])] |= std::uint64_t{1} << bit;
-      tables[1][static_cast<BYTE>(pair[1])] |= std::uint64_t{1} << bit;
+void CueLines::Apply(std::string_view line) {
+  for (const Keyword& keyword : kKeywords) { // The first of the table decides, not the first of the line.
+    const std::size_t position = line.find(keyword.word);
+    if (position == std::string_view::npos) {
+      continue;
     }
-    return tables;
-  }();
-  const Keyword* found = nullptr;
-  std::uint64_t wanted = ~std::uint64_t{0}; // Only keywords before the one found count on.
-  for (std::size_t i = 0; i + 1 < line.size(); i += kPairs) {
-    std::uint64_t rest = kTables[0][static_cast<BYTE>(line[i])] & kTables[1][static_cast<BYTE>(line[i + 1])] & wanted;
-    for (; rest != 0; rest &= rest - 1) {
-      const auto bit = static_cast<std::size_t>(std::countr_zero(rest));
-      const Keyword& keyword = kKeywords[bit / kPairs];
-      const std::size_t ahead = bit % kPairs;
-      if (ahead <= i && line.substr(i - ahead).starts_with(keyword.word)) {
-        found = &keyword;
-        *place = i - ahead;
-        wanted = (std::uint64_t{1} << (bit - ahead)) - 1;
-        break;
-      }
+    if (keyword.apply != nullptr) {
+      (this->*keyword.apply)(line);
+    } else {
+      ApplyText(keyword.field, line.substr(position + keyword.word.size()));
     }
-  }
-  return found;
-}
-
-void CueLines::Take(std::string_view line) {
-  std::size_t place = 0;
-  const Keyword* keyword = FindKeyword(line, &place);
-  if (keyword == nullptr) {
     return;
-  }
-  if (keyword->take != nullptr) {
-    (this->*keyword->take)(line);
-  } else {
-    Text(keyword->field, line.substr(place + keyword->word.size()));
   }
 }
 
@@ -133,7 +99,7 @@ void CueLines::Time::Scan(LineScanner* scanner) noexcept {
 
 LONG CueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds, frames) + kPause; }
 
-void CueLines::Catalog(std::string_view line) {
+void CueLines::ApplyCatalog(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   std::string_view value = scanner.Word();
@@ -141,13 +107,13 @@ void CueLines::Catalog(std::string_view line) {
     value.remove_prefix(1);
   }
   if (!value.empty()) {
-    BSTR number = NewBstr(value, kMaxMcn);
+    const BSTR number = NewBstr(value, kMaxMcn);
     SysFreeString(m_sheet->ZSCDTEXT.bstrMCN);
     m_sheet->ZSCDTEXT.bstrMCN = number;
   }
 }
 
-void CueLines::Track(std::string_view line) {
+void CueLines::ApplyTrack(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   const std::string_view type = scanner.Number(&m_number) ? scanner.Word() : std::string_view();
@@ -174,19 +140,19 @@ void CueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
   }
 }
 
-void CueLines::Isrc(std::string_view line) {
+void CueLines::ApplyIsrc(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   const std::string_view value = scanner.Word();
   ZSTRACK* track = Current();
   if (track != nullptr && !value.empty()) {
-    BSTR code = NewBstr(value, kMaxIsrc);
+    const BSTR code = NewBstr(value, kMaxIsrc);
     SysFreeString(track->bstrISRC);
     track->bstrISRC = code;
   }
 }
 
-void CueLines::Flags(std::string_view line) {
+void CueLines::ApplyFlags(std::string_view line) {
   ZSTRACK* track = Current();
   if (track == nullptr) {
     return;
@@ -201,14 +167,14 @@ void CueLines::Flags(std::string_view line) {
   }
 }
 
-void CueLines::PregapLine(std::string_view line) {
+void CueLines::ApplyPregap(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   m_time.Scan(&scanner);
   m_pregapSum += static_cast<ULONG>(m_time.Frames());
 }
 
-void CueLines::Index(std::string_view line) {
+void CueLines::ApplyIndex(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   if (scanner.Number(&m_index)) {
@@ -224,8 +190,8 @@ void CueLines::Index(std::string_view line) {
   }
 }
 
-/// INDEX 00. The place of index 1 is held in `dwLBA` until that line comes. The first track has no pregap in
-/// the file, so its line means nothing.
+/// Applies INDEX 00. `dwLBA` has its position until the line of index 1. The first track has no pregap in the file, so
+/// its line is ignored.
 void CueLines::BeginPregap(LONG position) noexcept {
   if (m_number <= 1) {
     return;
@@ -239,7 +205,7 @@ void CueLines::BeginPregap(LONG position) noexcept {
   AppendIndexes(track, &start, 1);
 }
 
-/// INDEX 01 and higher.
+/// Applies INDEX 01 and higher.
 void CueLines::BeginTrack(LONG position) noexcept {
   ZSTRACK* track = Current();
   EndTrackBefore(position);
@@ -256,7 +222,7 @@ void CueLines::BeginTrack(LONG position) noexcept {
   track->dwReserved64 = m_byteOffset;
 }
 
-/// The first index above 0 ends the track before, where the pregap of this track begins.
+/// Ends the track before where the pregap of this track begins. The first index above 0 does so.
 void CueLines::EndTrackBefore(LONG position) noexcept {
   if (m_number <= 1) {
     return;
@@ -269,18 +235,18 @@ void CueLines::EndTrackBefore(LONG position) noexcept {
   before.dwEndLBA = static_cast<ULONG>(position);
   if (track->dwLBA != 0) {
     track->Pregap = static_cast<LONG>(static_cast<ULONG>(position) - track->dwLBA);
-    before.dwEndLBA -= PregapOf(*track);
+    before.dwEndLBA = track->dwLBA;
   }
   const ULONG bytes = (before.dwEndLBA - before.dwLBA) * BytesOf(before.BlockSize);
   m_byteOffset += bytes;
 }
 
-void CueLines::Text(TextField field, std::string_view behindKeyword) {
+void CueLines::ApplyText(TextField field, std::string_view afterKeyword) {
   ZSTRACK* track = Current();
   if (track == nullptr && m_number != 0) {
     return;
   }
-  BSTR value = NewBstr(TextValue(behindKeyword));
+  const BSTR value = NewBstr(TextValue(afterKeyword));
   if (track == nullptr) {
     ReplaceText(&m_sheet->ZSCDTEXT, field, value);
   } else {

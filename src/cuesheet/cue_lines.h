@@ -1,5 +1,5 @@
 /// @file
-/// The lines of a CUE sheet and what each does to the sheet's tracks.
+/// The lines of a CUE sheet and what each does to the tracks of the sheet.
 #pragma once
 
 #include <string_view>
@@ -7,26 +7,25 @@
 #include "cuesheet/line_scanner.h"
 #include "disc/record_text.h"
 
-/// Whether a line, in any case, is a TRACK line in its first word, which is what counts as one track. The keywords
-/// of CueLines are looked for with less care, so that a name in a FILE line adds no track.
+/// Whether the first word of a line, in any case, is TRACK: such a line counts as one track. CueLines finds keywords
+/// anywhere in a line, so that a word in a FILE line is no track.
 bool IsTrackLine(std::string_view line) noexcept;
 
-/// Takes the upper-cased lines of one sheet in order. Lines that address no track of the table write nothing.
-/// Numbers that do not scan keep their value from an earlier line.
+/// Applies the lines of one sheet, in order. A line for a track that the table lacks changes nothing. A number that
+/// does not scan keeps its value from an earlier line.
 class CueLines {
 public:
-  /// The sheet has its table of cleared tracks; it must outlive this object.
+  /// `sheet` has its table of cleared tracks.
   explicit CueLines(ZSCUESHEET* sheet) noexcept : m_sheet(sheet) {}
 
-  void Take(std::string_view line);
+  /// Applies a line in upper case.
+  void Apply(std::string_view line);
 
 private:
   struct Keyword;
   static const Keyword kKeywords[];
-  /// The first of the keywords that stands anywhere in a line, and where; null for none.
-  static const Keyword* FindKeyword(std::string_view line, std::size_t* place) noexcept;
 
-  /// Minutes, seconds and frames, of which a line may give only the first ones.
+  /// Minutes, seconds and frames. A line may state only the first of them.
   struct Time {
     LONG minutes = 0;
     LONG seconds = 0;
@@ -35,20 +34,20 @@ private:
     LONG Frames() const noexcept;
   };
 
-  void Catalog(std::string_view line);
-  void Track(std::string_view line);
-  void Isrc(std::string_view line);
-  void Flags(std::string_view line);
-  void PregapLine(std::string_view line);
-  void Index(std::string_view line);
-  void Text(TextField field, std::string_view behindKeyword);
+  void ApplyCatalog(std::string_view line);
+  void ApplyTrack(std::string_view line);
+  void ApplyIsrc(std::string_view line);
+  void ApplyFlags(std::string_view line);
+  void ApplyPregap(std::string_view line);
+  void ApplyIndex(std::string_view line);
+  void ApplyText(TextField field, std::string_view afterKeyword);
 
   void SetType(std::string_view type, ZSTRACK* track) noexcept;
   void BeginPregap(LONG position) noexcept;
   void BeginTrack(LONG position) noexcept;
   void EndTrackBefore(LONG position) noexcept;
 
-  /// The track that the last TRACK line named, or null when the table has no such place.
+  /// The track of the last TRACK line; null if the table lacks it.
   ZSTRACK* Current() const noexcept;
 
   ZSCUESHEET* m_sheet;

@@ -12,19 +12,19 @@
 
 namespace {
 
-constexpr BYTE kSubModeForm2 = 0x20;      // Bit of the XA sub-mode.
-constexpr LONG kSignatureOffset = 0x8000; // Sector 16 of 2048 bytes, where ECMA-119 puts its first descriptor.
-constexpr DWORD kSignatureSize = 50;
+constexpr BYTE kSubModeForm2 = 0x20;       // Bit of the XA sub-mode.
+constexpr LONG kDescriptorOffset = 0x8000; // Sector 16 of 2048 bytes, the first volume descriptor of ECMA-119.
+constexpr DWORD kDescriptorStart = 50;
 
-/// What the size and the first bytes of a data file tell.
-struct FileVerdict {
+/// What a data file is, by its size and its first bytes.
+struct DataFile {
   UHYPER size = 0;
   ULONG sectorSize = 0;
   ULONG sectorCount = 0;
   ZSMODETYPE mode = ZSMODE_1;
 };
 
-/// The name between the quotes of a FILE line, which may be empty. False for any other line.
+/// Finds the name between the quotes of a FILE line, which may be empty. False for any other line.
 bool NameOfFileLine(std::string_view line, std::string* name) {
   constexpr std::string_view kFile = "FILE \"";
   const std::size_t keyword = line.find(kFile);
@@ -40,7 +40,7 @@ bool NameOfFileLine(std::string_view line, std::string* name) {
   return true;
 }
 
-/// The first file that a sheet names, in upper case. False when it names none.
+/// Finds the first file that a sheet names, in upper case. False if it names none.
 bool FindFileLine(TextFile* sheet, std::string* name) {
   std::string_view line;
   while (sheet->NextLine(&line)) {
@@ -56,59 +56,59 @@ bool FindFileLine(TextFile* sheet, std::string* name) {
 ZSMODETYPE ModeOfRawFile(const std::string& path) noexcept {
   std::array<BYTE, kRawSectorStart> start{};
   CZSFile file;
-  DWORD came = 0;
+  DWORD bytesRead = 0;
   if (!file.OpenForReading(path)) {
     return ZSMODE_AUDIO;
   }
-  file.ReadCount(start.data(), start.size(), &came);
-  return came == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
+  file.ReadCount(start.data(), start.size(), &bytesRead);
+  return bytesRead == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
 }
 
-/// A file whose size fits no kind of sector passes with a volume descriptor, or when it cannot be looked at.
-bool HasSignatureOrIsClosed(const std::string& path) noexcept {
+/// Whether a file whose size fits no kind of sector has a volume descriptor or does not open.
+bool HasDescriptorOrDoesNotOpen(const std::string& path) noexcept {
   CZSFile file;
   if (!file.OpenForReading(path)) {
     return true;
   }
-  std::array<BYTE, kSignatureSize> bytes{};
-  return file.Seek64(kSignatureOffset, FILE_BEGIN) != kSeekFailed && file.Read(bytes.data(), bytes.size()) &&
+  std::array<BYTE, kDescriptorStart> bytes{};
+  return file.Seek64(kDescriptorOffset, FILE_BEGIN) != kSeekFailed && file.Read(bytes.data(), bytes.size()) &&
          ByteView(bytes).HasText(1, "CD001");
 }
 
-HRESULT MeasureFile(const std::string& path, FileVerdict* verdict) {
+HRESULT MeasureFile(const std::string& path, DataFile* data) {
   CZSFindFile find;
   if (!find.FindFile(path)) {
     return ZSE_CANNOTOPENIMAGE;
   }
-  verdict->size = find.GetFileSize();
-  if (verdict->size % 2048 == 0) {
-    verdict->sectorSize = 2048;
-  } else if (verdict->size % 2352 == 0) {
-    verdict->sectorSize = 2352;
-    verdict->mode = ModeOfRawFile(find.Path());
-  } else if (verdict->size % 2336 == 0) {
-    verdict->sectorSize = 2336;
-    verdict->mode = ZSMODE_2_FORM1;
+  data->size = find.GetFileSize();
+  if (data->size % 2048 == 0) {
+    data->sectorSize = 2048;
+  } else if (data->size % 2352 == 0) {
+    data->sectorSize = 2352;
+    data->mode = ModeOfRawFile(find.Path());
+  } else if (data->size % 2336 == 0) {
+    data->sectorSize = 2336;
+    data->mode = ZSMODE_2_FORM1;
   } else {
-    return HasSignatureOrIsClosed(find.Path()) ? S_OK : ZSE_BADIMAGE;
+    return HasDescriptorOrDoesNotOpen(find.Path()) ? S_OK : ZSE_BADIMAGE;
   }
-  verdict->sectorCount = static_cast<ULONG>(verdict->size / verdict->sectorSize);
+  data->sectorCount = static_cast<ULONG>(data->size / data->sectorSize);
   return S_OK;
 }
 
-HRESULT MakePlainTrack(const FileVerdict& verdict, ZSCUESHEET* sheet) noexcept {
+HRESULT MakePlainTrack(const DataFile& data, ZSCUESHEET* sheet) noexcept {
   if (!AllocateTracks(sheet, 1)) {
     return ZSE_OUTOFRESOURCES;
   }
   ZSTRACK& track = sheet->pZSTracks[0];
   track.TNO = 1;
-  track.dwEndLBA = verdict.sectorCount;
-  track.Mode = verdict.mode;
-  SetBlockSize(&track, verdict.sectorSize);
+  track.dwEndLBA = data.sectorCount;
+  track.Mode = data.mode;
+  SetBlockSize(&track, data.sectorSize);
   return S_OK;
 }
 
-/// Opens a sheet and replaces its path by that of its data file. As ResolveBinaryFile.
+/// Opens a sheet and replaces its path by that of its data file, as ResolveBinaryFile does.
 bool OpenSheet(TextFile* sheet, std::string* path) {
   std::string upper = *path;
   CharUpperA(&upper);
@@ -127,7 +127,7 @@ bool OpenSheet(TextFile* sheet, std::string* path) {
   return true;
 }
 
-/// Counts the TRACK lines of the whole sheet. False when it cannot be read again.
+/// Counts the TRACK lines of the whole sheet. False if it cannot be read again.
 bool CountTracks(TextFile* text, UINT* count) {
   std::string_view line;
   const bool rewound = text->Rewind();
@@ -137,8 +137,7 @@ bool CountTracks(TextFile* text, UINT* count) {
   return rewound;
 }
 
-/// Ends the last track where the data file ends: what the others leave of the file's size, by their own sector
-/// sizes, in sectors of the last one.
+/// Ends the last track where the data file ends: the bytes that the other tracks leave, in sectors of the last one.
 void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   if (sheet->nTracks == 0) {
     return;
@@ -147,8 +146,7 @@ void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   UHYPER sectors = 0;
   for (UINT i = 0; i + 1 < sheet->nTracks; ++i) {
     const ZSTRACK& track = sheet->pZSTracks[i];
-    // One sector less than the track has: fixed by what hosts have always been given. It cancels as long as all
-    // tracks have one sector size.
+    // One sector less than the track has. See "last track" in docs/compatibility.md.
     const std::int64_t own = std::int64_t{track.Pregap} + track.dwEndLBA - track.dwLBA - 1;
     sectors += static_cast<UHYPER>(own);
     rest -= static_cast<UHYPER>(own) * BytesOf(track.BlockSize);
@@ -173,7 +171,7 @@ HRESULT FillFromText(TextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
   while (text->NextLine(&line)) {
     upper = line;
     CharUpperA(&upper);
-    lines.Take(upper);
+    lines.Apply(upper);
   }
   CloseLastTrack(fileSize, sheet);
   return S_OK;
@@ -192,12 +190,12 @@ HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
   std::string dataFile = path;
   TextFile text;
   const bool isSheet = OpenSheet(&text, &dataFile);
-  FileVerdict verdict;
-  const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &verdict);
+  DataFile data;
+  const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &data);
   if (measured != S_OK) {
     return measured;
   }
-  return isSheet ? FillFromText(&text, verdict.size, sheet) : MakePlainTrack(verdict, sheet);
+  return isSheet ? FillFromText(&text, data.size, sheet) : MakePlainTrack(data, sheet);
 }
 
 ZSMODETYPE ClassifyRawSector(const std::array<BYTE, kRawSectorStart>& sector) noexcept {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr DWORD kUserDefaultLanguage = 0x0400;
 
-/// The description of one record of the shared type library; null when it cannot be had.
+/// Returns the description of a record from the shared type library; null if it is not available.
 ComPtr<IRecordInfo> DescriptionOf(REFGUID record) noexcept {
   ComPtr<ITypeLib> library;
   ComPtr<ITypeInfo> type;
@@ -35,181 +35,163 @@ public:
       : CountedObject(outer, IID_IZSCueSheet), m_fileDescription(DescriptionOf(kRecordFile)),
         m_trackDescription(DescriptionOf(kRecordTrack)) {}
 
-  HRESULT CreateCueFile(BSTR path, ZSCUESHEET* sheet) override;
-  HRESULT AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) override;
-  HRESULT AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) override;
-  HRESULT AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) override;
-  HRESULT GetBinaryFile(BSTR path, BSTR* file) override;
-  HRESULT PrepareTracks(BSTR imageFile, ZSCUESHEET* sheet) override;
+  HRESULT CreateCueFile(BSTR path, ZSCUESHEET* sheet) override {
+    return sheet == nullptr ? E_INVALIDARG : Guarded([&] { return WriteCueFile(NarrowText(path), *sheet); });
+  }
+
+  HRESULT AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) override {
+    if (sheet == nullptr) {
+      return E_INVALIDARG;
+    }
+    return Guarded([&] {
+      const std::string file = NarrowText(path);
+      const HRESULT result = ParseCueSheet(file, sheet);
+      if (result == S_OK && HasExtension(file, "CUE")) {
+        LoadCDTextCompanion(file, sheet);
+      }
+      return result;
+    });
+  }
+
+  HRESULT AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) override {
+    return sheet == nullptr ? E_INVALIDARG
+                            : Guarded([&] { return LoadCDTextCompanion(NarrowText(path), sheet) ? S_OK : S_FALSE; });
+  }
+
+  HRESULT AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) override {
+    if (data == nullptr || sheet == nullptr) {
+      return E_INVALIDARG;
+    }
+    DecodeCDTextPacks(data, size, sheet);
+    return S_OK;
+  }
+
+  HRESULT GetBinaryFile(BSTR path, BSTR* file) override {
+    if (file == nullptr) {
+      return E_INVALIDARG;
+    }
+    *file = nullptr;
+    return Guarded([&] {
+      const std::string given = NarrowText(path);
+      std::string named = given;
+      *file = NewBstr(ResolveBinaryFile(&named) ? named : given);
+      return S_OK;
+    });
+  }
+
+  HRESULT PrepareTracks(BSTR imageFile, ZSCUESHEET* sheet) override {
+    if (SysStringLen(imageFile) == 0 || sheet == nullptr) {
+      return S_FALSE;
+    }
+    return Guarded([&] { return AttachPieces(imageFile, m_fileDescription.Get(), sheet); });
+  }
+
   HRESULT ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track, UINT nBlockSizeData,
-                               LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser, IStream** stream) override;
-  HRESULT ExtractStreamToFile(IStream* stream, BSTR file) override;
-  HRESULT MergeTracks(VARIANT* source, VARIANT* destination) override;
-  HRESULT AllocCueSheet(ZSCUESHEET** sheet) override;
-  HRESULT EncodeCDText(ZSCUESHEET* sheet, VARIANT_BOOL fWithSubChannel, BYTE** data, LONG* length) override;
-  HRESULT Clone(ZSCUESHEET* source, ZSCUESHEET** copy) override;
-  HRESULT CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) override;
-  HRESULT CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) override;
-  HRESULT FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) override;
-  HRESULT FreeZSCDText(::ZSCDTEXT* text) override;
+                               LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser, IStream** stream) override {
+    if (stream == nullptr) {
+      return E_INVALIDARG;
+    }
+    *stream = nullptr;
+    if (info == nullptr || track == nullptr) {
+      return E_INVALIDARG;
+    }
+    return Guarded([&] {
+      return ExtractTrack(imageFile, label, *info, *track, nBlockSizeData, CallBackPtr, dwUserParam, vtUser, stream);
+    });
+  }
+
+  HRESULT ExtractStreamToFile(IStream* stream, BSTR file) override {
+    return Guarded([&] { return PumpStream(stream, file); });
+  }
+
+  HRESULT MergeTracks(VARIANT* source, VARIANT* destination) override {
+    return source == nullptr || destination == nullptr ? E_INVALIDARG : AppendTracks(source, destination);
+  }
+
+  HRESULT AllocCueSheet(ZSCUESHEET** sheet) override {
+    if (sheet == nullptr) {
+      return E_INVALIDARG;
+    }
+    *sheet = AllocateCleared<ZSCUESHEET>(1);
+    return *sheet == nullptr ? E_OUTOFMEMORY : S_OK;
+  }
+
+  HRESULT EncodeCDText(ZSCUESHEET* sheet, VARIANT_BOOL fWithSubChannel, BYTE** data, LONG* length) override {
+    return sheet == nullptr || data == nullptr || length == nullptr
+               ? E_INVALIDARG
+               : Guarded([&] { return EncodeSheetText(*sheet, fWithSubChannel == VARIANT_TRUE, data, length); });
+  }
+
+  HRESULT Clone(ZSCUESHEET* source, ZSCUESHEET** copy) override {
+    if (source == nullptr || copy == nullptr) {
+      return E_INVALIDARG;
+    }
+    *copy = nullptr;
+    return Guarded([&] {
+      *copy = CloneSheet(*source);
+      return S_OK;
+    });
+  }
+
+  HRESULT CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) override {
+    if (source == nullptr || destination == nullptr) {
+      return E_INVALIDARG;
+    }
+    if (source == destination) {
+      return S_OK;
+    }
+    return Guarded([&] {
+      CloneText(*source, destination);
+      return S_OK;
+    });
+  }
+
+  HRESULT CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) override {
+    if (source == nullptr || destination == nullptr) {
+      return E_INVALIDARG;
+    }
+    if (source == destination) {
+      return S_OK;
+    }
+    return Guarded([&] {
+      FreeZSCDText(&destination->ZSCDTEXT);
+      const HRESULT result = CloneCDText(&source->ZSCDTEXT, &destination->ZSCDTEXT);
+      const UINT tracks = source->nTracks < destination->nTracks ? source->nTracks : destination->nTracks;
+      for (UINT i = 0; result == S_OK && i < tracks; ++i) {
+        ReplaceTrackTexts(source->pZSTracks[i], &destination->pZSTracks[i]);
+      }
+      return result;
+    });
+  }
+
+  HRESULT FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) override {
+    if (sheet == nullptr) {
+      return E_INVALIDARG;
+    }
+    if (fDestroyCueSheet == VARIANT_TRUE) {
+      FreeSheet(sheet);
+      return S_OK;
+    }
+    for (UINT i = 0; i < sheet->nTracks; ++i) {
+      FreeTrack(sheet->pZSTracks[i]);
+    }
+    return S_OK;
+  }
+
+  HRESULT FreeZSCDText(::ZSCDTEXT* text) override {
+    if (text == nullptr) {
+      return E_INVALIDARG;
+    }
+    FreeText(text);
+    return S_OK;
+  }
+
   HRESULT Dummy(ZSTRACK* /*track*/, ZSFILESTRUCT* /*piece*/) override { return E_NOTIMPL; }
 
 private:
   ComPtr<IRecordInfo> m_fileDescription;
-  ComPtr<IRecordInfo> m_trackDescription; ///< Held for hosts' arrays of tracks, which live as long.
+  ComPtr<IRecordInfo> m_trackDescription; ///< Held for arrays of tracks that hosts make.
 };
-
-HRESULT CZSCueSheet::CreateCueFile(BSTR path, ZSCUESHEET* sheet) {
-  return sheet == nullptr ? E_INVALIDARG : Guarded([&] { return WriteCueFile(NarrowText(path), *sheet); });
-}
-
-HRESULT CZSCueSheet::AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) {
-  if (sheet == nullptr) {
-    return E_INVALIDARG;
-  }
-  return Guarded([&] {
-    const std::string file = NarrowText(path);
-    const HRESULT result = ParseCueSheet(file, sheet);
-    if (result == S_OK && HasExtension(file, "CUE")) {
-      LoadCDTextCompanion(file, sheet);
-    }
-    return result;
-  });
-}
-
-HRESULT CZSCueSheet::AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) {
-  return sheet == nullptr ? E_INVALIDARG
-                          : Guarded([&] { return LoadCDTextCompanion(NarrowText(path), sheet) ? S_OK : S_FALSE; });
-}
-
-HRESULT CZSCueSheet::AnalyzeCDTextFromData(BYTE* data, UINT size, ZSCUESHEET* sheet) {
-  if (data == nullptr || sheet == nullptr) {
-    return E_INVALIDARG;
-  }
-  DecodeCDTextPacks(data, size, sheet);
-  return S_OK;
-}
-
-HRESULT CZSCueSheet::GetBinaryFile(BSTR path, BSTR* file) {
-  if (file == nullptr) {
-    return E_INVALIDARG;
-  }
-  *file = nullptr;
-  return Guarded([&] {
-    const std::string given = NarrowText(path);
-    std::string named = given;
-    *file = NewBstr(ResolveBinaryFile(&named) ? named : given);
-    return S_OK;
-  });
-}
-
-HRESULT CZSCueSheet::PrepareTracks(BSTR imageFile, ZSCUESHEET* sheet) {
-  if (SysStringLen(imageFile) == 0 || sheet == nullptr) {
-    return S_FALSE;
-  }
-  return Guarded([&] { return AttachPieces(imageFile, m_fileDescription.Get(), sheet); });
-}
-
-HRESULT CZSCueSheet::ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track,
-                                          UINT nBlockSizeData, LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser,
-                                          IStream** stream) {
-  if (stream == nullptr) {
-    return E_INVALIDARG;
-  }
-  *stream = nullptr;
-  if (info == nullptr || track == nullptr) {
-    return E_INVALIDARG;
-  }
-  return Guarded([&] {
-    return ExtractTrack(imageFile, label, *info, *track, nBlockSizeData, CallBackPtr, dwUserParam, vtUser, stream);
-  });
-}
-
-HRESULT CZSCueSheet::ExtractStreamToFile(IStream* stream, BSTR file) {
-  return Guarded([&] { return PumpStream(stream, file); });
-}
-
-HRESULT CZSCueSheet::MergeTracks(VARIANT* source, VARIANT* destination) {
-  return source == nullptr || destination == nullptr ? E_INVALIDARG : AppendTracks(source, destination);
-}
-
-HRESULT CZSCueSheet::AllocCueSheet(ZSCUESHEET** sheet) {
-  if (sheet == nullptr) {
-    return E_INVALIDARG;
-  }
-  *sheet = AllocateCleared<ZSCUESHEET>(1);
-  return *sheet == nullptr ? E_OUTOFMEMORY : S_OK;
-}
-
-HRESULT CZSCueSheet::EncodeCDText(ZSCUESHEET* sheet, VARIANT_BOOL fWithSubChannel, BYTE** data, LONG* length) {
-  return sheet == nullptr || data == nullptr || length == nullptr
-             ? E_INVALIDARG
-             : Guarded([&] { return EncodeSheetText(*sheet, fWithSubChannel == VARIANT_TRUE, data, length); });
-}
-
-HRESULT CZSCueSheet::Clone(ZSCUESHEET* source, ZSCUESHEET** copy) {
-  if (source == nullptr || copy == nullptr) {
-    return E_INVALIDARG;
-  }
-  *copy = nullptr;
-  return Guarded([&] {
-    *copy = CloneSheet(*source);
-    return S_OK;
-  });
-}
-
-HRESULT CZSCueSheet::CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) {
-  if (source == nullptr || destination == nullptr) {
-    return E_INVALIDARG;
-  }
-  if (source == destination) {
-    return S_OK;
-  }
-  return Guarded([&] {
-    CloneText(*source, destination);
-    return S_OK;
-  });
-}
-
-HRESULT CZSCueSheet::CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) {
-  if (source == nullptr || destination == nullptr) {
-    return E_INVALIDARG;
-  }
-  if (source == destination) {
-    return S_OK;
-  }
-  return Guarded([&] {
-    FreeZSCDText(&destination->ZSCDTEXT);
-    const HRESULT result = CloneCDText(&source->ZSCDTEXT, &destination->ZSCDTEXT);
-    const UINT tracks = source->nTracks < destination->nTracks ? source->nTracks : destination->nTracks;
-    for (UINT i = 0; result == S_OK && i < tracks; ++i) {
-      ReplaceTrackTexts(source->pZSTracks[i], &destination->pZSTracks[i]);
-    }
-    return result;
-  });
-}
-
-HRESULT CZSCueSheet::FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) {
-  if (sheet == nullptr) {
-    return E_INVALIDARG;
-  }
-  if (fDestroyCueSheet == VARIANT_TRUE) {
-    FreeSheet(sheet);
-    return S_OK;
-  }
-  for (UINT i = 0; i < sheet->nTracks; ++i) {
-    FreeTrack(sheet->pZSTracks[i]);
-  }
-  return S_OK;
-}
-
-HRESULT CZSCueSheet::FreeZSCDText(::ZSCDTEXT* text) {
-  if (text == nullptr) {
-    return E_INVALIDARG;
-  }
-  FreeText(text);
-  return S_OK;
-}
 
 } // namespace
 

@@ -4,5 +4,5 @@
 
 #include "cuesheet/cue_sheet_interface.h"
 
-/// Makes a cue sheet service, plain or aggregated. @return As CreateObject (foundation/com_object.h).
+/// Creates a cue sheet service, plain or aggregated. @return As CreateObject (foundation/com_object.h).
 HRESULT CreateCueSheetService(IUnknown* outer, REFIID iid, void** object) noexcept;

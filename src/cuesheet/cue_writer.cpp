@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kCatalogLength = 13;
 constexpr std::size_t kIsrcLength = 12;
 
-/// Formats a few numbers, for which the buffer is always large enough.
+/// Formats a few numbers, which always fit the buffer.
 template <class... Numbers> std::string Format(const char* format, Numbers... numbers) {
   char text[128];
   const int length = std::snprintf(text, sizeof(text), format, numbers...);
@@ -69,8 +69,8 @@ private:
   static std::string DataFileOf(std::string upperPath) {
     constexpr std::string_view kSheet = ".CUE";
     constexpr std::string_view kData = ".BIN";
-    for (std::size_t at = upperPath.find(kSheet); at != std::string::npos; at = upperPath.find(kSheet, at)) {
-      upperPath.replace(at, kSheet.size(), kData);
+    for (std::size_t i = upperPath.find(kSheet); i != std::string::npos; i = upperPath.find(kSheet, i)) {
+      upperPath.replace(i, kSheet.size(), kData);
     }
     return upperPath;
   }
@@ -86,7 +86,7 @@ private:
     return track.Mode == ZSMODE_AUDIO ? "AUDIO" : "";
   }
 
-  /// The words of the flags that are set, each with a blank behind it.
+  /// Returns the words of the flags that are set, each followed by a blank.
   static std::string FlagText(LONG flags) {
     std::string text;
     text += (flags & ZSTRACKFLAG_DCP) != 0 ? "DCP " : "";
@@ -95,7 +95,7 @@ private:
     return text;
   }
 
-  /// A sheet counts from the start of its file, so that sector 150 is written as two seconds.
+  /// Positions count from the start of the file, so sector 150 is two seconds.
   void WriteIndex(int number, ULONG position) {
     const ULONG time = LbaToMsf(static_cast<LONG>(position - ULONG{kPause}));
     WriteLine(Format("    INDEX %02d %02u:%02u:%02u", number, MinutesOf(time), SecondsOf(time), FramesOf(time)));

@@ -6,8 +6,8 @@
 
 #include "disc/records.h"
 
-/// Writes a CUE sheet of this very path, replacing any file there. The sheet names a data file of the same name
-/// with .BIN in place of .CUE, upper case and without folder; with CD-Text, which the text itself does not carry,
-/// also a .CDT file. Neither is made. Lines end in CR LF.
-/// @return 0; E_FAIL when the file cannot be created. Failed writes go unnoticed. Throws std::bad_alloc.
+/// Writes a CUE sheet, replacing any file of this path. The sheet names a data file of the same name with .BIN instead
+/// of .CUE, in upper case and without folder, and a .CDT file if there is CD-Text. Neither file is written. Lines end
+/// in CR LF.
+/// @return 0; E_FAIL if the file cannot be created. Failed writes are not reported. Throws std::bad_alloc.
 HRESULT WriteCueFile(const std::string& path, const ZSCUESHEET& sheet);

@@ -11,11 +11,11 @@
 
 namespace {
 
-constexpr UHYPER kBehindFirst = ~UHYPER{0}; // Marks the pieces of all tracks but the first.
+constexpr UHYPER kLaterTrack = ~UHYPER{0}; // Marks the pieces of all tracks but the first.
 
 bool HasPieces(const ZSTRACK& track) noexcept { return track.varFiles.vt == VT_ARRAY; }
 
-/// Makes the texts copies of another record's. What the fields held is not freed.
+/// Copies the texts of another record. The fields are not freed.
 template <class Record> void CloneTexts(const Record& source, Record* destination) {
   for (const TextField field : kTextFields) {
     StoreText(destination, field, CopyBstr(TextOf(source, field)));
@@ -55,7 +55,7 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->dwReserved64 = source.dwReserved64;
   CloneIndexes(source, copy);
   if (HasPieces(source)) {
-    SAFEARRAY* pieces = nullptr; // And stays so where they cannot be copied.
+    SAFEARRAY* pieces = nullptr; // Stays null without memory for the copy.
     SafeArrayCopy(source.varFiles.parray, &pieces);
     copy->varFiles.vt = VT_ARRAY;
     copy->varFiles.parray = pieces;
@@ -64,7 +64,7 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->bstrISRC = CopyBstr(source.bstrISRC);
 }
 
-/// One new list of one piece that tells what the track's own fields tell.
+/// Returns a new list of one piece, with a copy of the track's fields.
 SAFEARRAY* MakePieces(const std::string& file, const ZSTRACK& track, bool first, IRecordInfo* description) {
   const SAFEARRAYBOUND bound{1, 0};
   UniqueSafeArray list(SafeArrayCreateEx(VT_RECORD, 1, &bound, description));
@@ -77,11 +77,11 @@ SAFEARRAY* MakePieces(const std::string& file, const ZSTRACK& track, bool first,
   piece->ZSMode = track.Mode;
   piece->dwLBA = track.dwLBA;
   piece->dwEndLBA = track.dwEndLBA;
-  piece->dwFromSeek64 = first ? 0 : kBehindFirst;
+  piece->dwFromSeek64 = first ? 0 : kLaterTrack;
   return list.release();
 }
 
-/// Whether an array can be merged: one dimension, elements of the size of a track.
+/// Whether an array has one dimension and elements of the size of a track.
 bool HoldsTracks(const SAFEARRAY* array) noexcept {
   return array != nullptr && SafeArrayGetDim(array) == 1 && array->cbElements == sizeof(ZSTRACK);
 }
@@ -116,7 +116,7 @@ void MoveTrack(ZSTRACK* source, UINT number, ULONG shift, ZSTRACK* target) noexc
   ShiftPieces(target->varFiles.parray, shift);
 }
 
-/// Moves all tracks of the source behind the first `before` elements of the destination.
+/// Moves all tracks of the source to the destination, after its first `before` elements.
 void MoveTracks(SAFEARRAY* source, SAFEARRAY* destination, ULONG before) noexcept {
   const SafeArrayAccess from(source);
   const SafeArrayAccess to(destination);

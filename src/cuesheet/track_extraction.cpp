@@ -1,10 +1,10 @@
 #include "cuesheet/track_extraction.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <memory>
 
+#include "cuesheet/block_writer.h"
 #include "cuesheet/image_stream.h"
 #include "disc/track_table.h"
 #include "foundation/file.h"
@@ -13,18 +13,17 @@
 namespace {
 
 constexpr UINT kLargestDataBlock = 2448; // A raw sector with its sub-channel.
-constexpr ULONG kPumpBytes = 65535;      // What each read of the pump asks for.
 
-/// Where the data of a track stand in the image file, in bytes.
-struct DataPlace {
+/// The data of a track in the image file, in bytes.
+struct DataSpan {
   UHYPER start;
   UHYPER length;
   UINT dataBlock;
   UINT stride;
 };
 
-/// False for numbers that no file and no stream can have.
-bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData, DataPlace* place) noexcept {
+/// Locates the data of a track. False for numbers that no file and no stream can have.
+bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData, DataSpan* span) noexcept {
   const ULONG stride = BytesOf(track.BlockSize);
   const UINT dataBlock = nBlockSizeData == 0 ? stride : nBlockSizeData;
   if (dataBlock > stride || dataBlock > kLargestDataBlock) {
@@ -35,41 +34,9 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
   if (info.dwSeekBegin64 > std::numeric_limits<UHYPER>::max() - inImage) {
     return false;
   }
-  *place = {info.dwSeekBegin64 + inImage, sectors * dataBlock, dataBlock, stride};
+  *span = {info.dwSeekBegin64 + inImage, sectors * dataBlock, dataBlock, stride};
   return true;
 }
-
-constexpr ULONG kBlock = 128 * 1024;
-
-/// Writes to a file in whole blocks, which file systems keep in one piece and copy fast. Pieces stand in the buffer as
-/// they stand in the file, so that a copy begins at the same place of a page on both sides.
-class alignas(4096) BlockWriter {
-public:
-  /// Room for kPumpBytes.
-  BYTE* Free() noexcept { return m_bytes + m_end; }
-  /// Takes what was put into the room.
-  void Take(CZSFile* target, ULONG count) noexcept {
-    m_end += count;
-    Write(target, (m_end - m_begin) / kBlock * kBlock);
-    if (sizeof(m_bytes) - m_end < kPumpBytes) {
-      m_end -= m_begin;
-      std::memmove(m_bytes, m_bytes + m_begin, m_end);
-      m_begin = 0;
-    }
-  }
-  void Finish(CZSFile* target) noexcept { Write(target, m_end - m_begin); }
-
-private:
-  void Write(CZSFile* target, ULONG count) noexcept {
-    target->Write(m_bytes + m_begin, count);
-    m_begin += count;
-  }
-
-  // A stream that delivers less than it says leaves zeros, and nothing of the process.
-  BYTE m_bytes[4 * kBlock] = {};
-  ULONG m_begin = 0; ///< Of what was not written yet, at the start of a block.
-  ULONG m_end = 0;
-};
 
 } // namespace
 
@@ -77,8 +44,8 @@ HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, co
                      LONG* callBack, ULONG userParam, const VARIANT& user, IStream** stream) {
   *stream = nullptr;
   const std::string path = NarrowText(imageFile);
-  DataPlace place{};
-  if (path.empty() || !LocateData(info, track, nBlockSizeData, &place)) {
+  DataSpan span{};
+  if (path.empty() || !LocateData(info, track, nBlockSizeData, &span)) {
     return S_FALSE;
   }
   const UniqueHandle file(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0));
@@ -91,11 +58,11 @@ HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, co
     return result;
   }
   auto* image = static_cast<CZSImageStream*>(made.Get());
-  if (!image->InitStream(file.Get(), NarrowText(label), place.start, place.length,
+  if (!image->InitStream(file.Get(), NarrowText(label), span.start, span.length,
                          reinterpret_cast<ZSStreamCallback>(callBack), userParam, user)) {
     return S_FALSE;
   }
-  image->SetSectors(place.dataBlock, place.stride);
+  image->SetSectors(span.dataBlock, span.stride);
   *stream = made.Detach();
   return S_OK;
 }
@@ -112,11 +79,11 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
   }
   for (;;) {
     ULONG delivered = 0;
-    stream->Read(writer->Free(), kPumpBytes, &delivered);
+    stream->Read(writer->Free(), BlockWriter::kFree, &delivered);
     if (delivered == 0) {
       writer->Finish(&target);
       return S_OK;
     }
-    writer->Take(&target, std::min(delivered, kPumpBytes)); // The stream may be anyone's.
+    writer->Append(&target, std::min(delivered, BlockWriter::kFree)); // A foreign stream may return any count.
   }
 }

@@ -8,10 +8,10 @@
 #include "cuesheet/sheet_records.h"
 
 /// Frees a sheet with all that it owns.
-struct SheetFree {
+struct SheetDeleter {
   void operator()(ZSCUESHEET* sheet) const noexcept { FreeSheet(sheet); }
 };
-using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
+using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetDeleter>;
 
 /// Makes an empty sheet. Null if out of memory.
 inline UniqueSheet NewSheet(IZSCueSheet* service) noexcept {

@@ -7,23 +7,23 @@ namespace {
 
 constexpr BYTE kSubModeVideo = 0x02; // Bit of the XA sub-mode.
 
-/// Moves the file to a byte position that may lie beyond what files can have.
+/// Moves the file to a byte position. False for one that no file can have.
 bool SeekTo(CZSFile* file, UHYPER position) noexcept {
   return position <= INT64_MAX && file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed;
 }
 
-/// Looks at the third byte in the middle of the second track, where a sector that is stored from its sub-header
-/// on has its sub-mode.
-bool SecondTrackBearsVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRACK& second) noexcept {
+/// Tests the third byte of the sector in the middle of the second track, which is the sub-mode if sectors are stored
+/// from their sub-header on.
+bool SecondTrackHasVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRACK& second) noexcept {
   const ULONG middle = second.dwLBA + ((second.dwEndLBA - second.dwLBA) >> 1);
   std::array<BYTE, 4> bytes{};
   return SeekTo(file, info.dwSeekBegin64 + UHYPER{BytesOf(second.BlockSize)} * middle) &&
          file->Read(bytes.data(), bytes.size()) && (bytes[2] & kSubModeVideo) != 0;
 }
 
-/// Takes one track into the marks. False when the sector file does not open.
-bool LookAtTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
-                 DiscMarks* marks) {
+/// Applies one track to the marks. False if the sector file does not open.
+bool ApplyTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
+                DiscMarks* marks) {
   const ZSTRACK& track = sheet.pZSTracks[index];
   info->ZSBlockSize = track.ImageBlockSize;
   if (track.Mode == ZSMODE_AUDIO) {
@@ -44,7 +44,7 @@ bool LookAtTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSC
 
 HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATAMULTISESSION;
-  // Of the last session but one: hosts have always been given this.
+  // Not of the last session: see "several sessions" in docs/compatibility.md.
   const ZSCUESHEET& sheet = *info->pZSCueSheet[info->nSessions - 2];
   if (sheet.nTracks != 0) {
     const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
@@ -72,7 +72,7 @@ HRESULT ClassifyImage(const std::string& sectorFile, zsimagefileinfo* info) {
   for (std::size_t session = 0; session < info->nSessions; ++session) {
     const ZSCUESHEET& sheet = *info->pZSCueSheet[session];
     for (UINT track = 0; track < sheet.nTracks; ++track) {
-      if (!LookAtTrack(sectorFile, info, sheet, track, &marks)) {
+      if (!ApplyTrack(sectorFile, info, sheet, track, &marks)) {
         return ZSE_CANNOTOPENIMAGE;
       }
     }
@@ -118,7 +118,7 @@ bool ShowsBridge(CZSFile* file, const UserData& sectorSixteen, const zsimagefile
     return true;
   }
   return track == 0 && sheet.nTracks > 1 && IsMode2(sheet.pZSTracks[1].Mode) &&
-         SecondTrackBearsVideo(file, info, sheet.pZSTracks[1]);
+         SecondTrackHasVideo(file, info, sheet.pZSTracks[1]);
 }
 
 ::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept {

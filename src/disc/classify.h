@@ -1,5 +1,5 @@
 /// @file
-/// What kind of disc a record describes, by its tracks and by what stands in sector 16 of the image.
+/// What kind of disc a record describes, by its tracks and by sector 16 of the image.
 #pragma once
 
 #include <array>
@@ -9,23 +9,23 @@
 #include "disc/result_codes.h"
 #include "foundation/file.h"
 
-/// Marks of a disc that its sectors show.
+/// What the tracks of a disc show.
 struct DiscMarks {
-  bool audio = false;  ///< An audio track was seen.
-  bool data = false;   ///< Any other track was seen.
-  bool bridge = false; ///< A CD-Bridge disc: its volume descriptor says so, or its second track bears video.
+  bool audio = false;  ///< There is an audio track.
+  bool data = false;   ///< There is any other track.
+  bool bridge = false; ///< A CD-Bridge disc: its volume descriptor says so, or its second track has video.
 };
 
-/// Sets `ZSTYPEPROJECT`, `ZSBlockSize` and `nSubCount` of a record whose sessions and `dwSeekBegin64` stand.
-/// The sector file is opened once for each data track; images of more than two sessions need no file.
-/// @return 0; ZSE_CANNOTOPENIMAGE; ZSE_FAILED when the first session has no track.
+/// Sets `ZSTYPEPROJECT`, `ZSBlockSize` and `nSubCount` of a record that has its sessions and `dwSeekBegin64`. Opens the
+/// sector file once for each data track, and not at all for more than two sessions.
+/// @return 0; ZSE_CANNOTOPENIMAGE; ZSE_FAILED if the first session has no track.
 HRESULT ClassifyImage(const std::string& sectorFile, zsimagefileinfo* info);
 
-/// Sets `nSubCount`, the bytes before the user data of a sector, where the track's mode and the record's block
-/// size tell it; else leaves it.
+/// Sets `nSubCount`, the bytes before the user data of a sector, if the track's mode and the record's block size
+/// determine it.
 void SetSubCount(zsimagefileinfo* info, const ZSTRACK& track) noexcept;
 
-/// Byte offset of the user data of sector 16 of the image, where ECMA-119 puts the first volume descriptor.
+/// Returns the byte offset of the user data of sector 16, the first volume descriptor of ECMA-119.
 UHYPER SectorSixteenPosition(const zsimagefileinfo& info) noexcept;
 
 /// User data of one sector.
@@ -34,11 +34,11 @@ using UserData = std::array<BYTE, 2048>;
 /// Reads the user data of sector 16. Bytes that cannot be read are 0. @return Whether all of them were read.
 bool ReadSectorSixteen(CZSFile* file, const zsimagefileinfo& info, UserData* sector) noexcept;
 
-/// Whether sector 16 and the open sector file show a CD-Bridge disc: sector 16 is a primary volume descriptor with
-/// the system identifier of such discs, or it is a descriptor, `track` is 0, and the middle of the second track bears
-/// video. A read that fails shows nothing.
+/// Whether the disc is a CD-Bridge disc: sector 16 is a primary volume descriptor with the system identifier of such
+/// discs, or it is any primary volume descriptor, `track` is 0, and the middle of the second track has video. A read
+/// that fails counts as no video.
 bool ShowsBridge(CZSFile* file, const UserData& sectorSixteen, const zsimagefileinfo& info, const ZSCUESHEET& sheet,
                  UINT track) noexcept;
 
-/// The type of a one-session disc, or of the first session of several; ZSTYPEPROJECT_NULL without any track.
+/// Returns the type of a disc by its first session; ZSTYPEPROJECT_NULL without a track.
 ::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept;

@@ -12,8 +12,7 @@ ULONG DigitSum(ULONG number) noexcept {
   return sum;
 }
 
-/// Identifier of a list of positions that grows at its end. The last position is where the disc, or the part of it
-/// that was appended so far, ends.
+/// The identifier of a growing list of positions, of which the last is the end of the disc.
 class RunningIdentifier {
 public:
   void Append(ULONG position) noexcept {
@@ -26,14 +25,15 @@ public:
     m_last = time;
   }
 
-  /// Appends where each track begins, its pregap included.
+  /// Appends the start of each track, its pregap included.
   void AppendStarts(const ZSCUESHEET& sheet) noexcept {
     for (UINT i = 0; i < sheet.nTracks; ++i) {
       Append(sheet.pZSTracks[i].dwLBA - static_cast<ULONG>(sheet.pZSTracks[i].Pregap));
     }
   }
 
-  /// Checksum of the starts, seconds from the first start to the end, and number of starts. 0 without a position.
+  /// Returns the checksum of the starts, the seconds from the first start to the end, and the number of starts, in 8,
+  /// 16 and 8 bits; 0 without a position.
   ULONG Value() const noexcept {
     if (m_count == 0) {
       return 0;

@@ -4,7 +4,7 @@
 
 #include "disc/records.h"
 
-/// Computes `dwDiscID` and `dwDiscID2` from the starts of the tracks, their pregaps included, and the end of the
-/// last; writes nothing else. With one session the second is 0. With more, the first is taken over the tracks of
-/// the first two sessions, the second over those of the first alone. Without a session nothing is written.
+/// Computes `dwDiscID` and `dwDiscID2` of a record, unless it has no session. `dwDiscID` covers the tracks of the first
+/// two sessions, from the start of each with its pregap to the end of the last. `dwDiscID2` covers those of the first
+/// session, if there are several; else it is 0.
 void ComputeDiscIDs(zsimagefileinfo* info) noexcept;

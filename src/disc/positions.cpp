@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A signed count of sectors of the given size, in bytes; sums of these wrap like all 64-bit positions.
+/// Converts a signed number of sectors to bytes. Sums of these wrap, as all 64-bit positions do.
 UHYPER Bytes(std::int64_t sectors, const ZSTRACK& track) noexcept {
   return static_cast<UHYPER>(sectors) * BytesOf(track.BlockSize);
 }
@@ -31,8 +31,8 @@ UHYPER InOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept
   return sum;
 }
 
-/// Gives the length of the first session's track that holds a position, if one does.
-void FirstSessionLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
+/// Computes the length of the first session's track that holds a position, if one does.
+void FindLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     if (Holds(sheet.pZSTracks[i], lba)) {
       *length = Bytes(LengthOf(sheet.pZSTracks[i]), sheet.pZSTracks[i]);
@@ -43,7 +43,7 @@ void FirstSessionLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noex
 
 UHYPER InSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length) noexcept {
   UHYPER sum = 0;
-  ULONG local = lba; // Falls as gaps and sessions are passed, and wraps below 0.
+  ULONG local = lba; // Decreases with each gap and session, and wraps below 0.
   const ZSCUESHEET* before = nullptr;
   for (std::size_t s = 0; s < info.nSessions; ++s) {
     const ZSCUESHEET& sheet = *info.pZSCueSheet[s];
@@ -64,7 +64,7 @@ UHYPER InSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length)
     before = &sheet;
     if (first.dwLBA <= local && local < last.dwEndLBA) {
       if (length != nullptr) {
-        FirstSessionLength(*info.pZSCueSheet[0], lba, length);
+        FindLength(*info.pZSCueSheet[0], lba, length);
       }
       return sum + Bytes(local, first);
     }

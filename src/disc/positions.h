@@ -7,6 +7,5 @@
 inline constexpr ULONG kFirstSessionGap = 11250; ///< Sectors between the first and second sessions on a disc.
 inline constexpr ULONG kLaterSessionGap = 6750;  ///< Sectors before the third and each later session.
 
-/// Computes what IZSImageFile::GetPositionFromLBA answers. The record has at least one session and one track in
-/// each; sessions without tracks are passed over. `length` may be null.
+/// Computes the results of IZSImageFile::GetPositionFromLBA. Skips sessions without tracks. `length` may be null.
 void PositionFromLBA(const zsimagefileinfo& info, ULONG lba, UHYPER* seek, UHYPER* length) noexcept;

@@ -1,9 +1,9 @@
 /// @file
-/// Descriptions of the records for arrays of them, and the type library that hands them out.
+/// The type library that describes the records for arrays of them.
 #pragma once
 
 #include "disc/record_ids.h"
 #include "disc/records.h"
 
-/// The shared type library, version 1.0. Registered with the process when the module starts.
+/// Returns the type library, version 1.0. It is registered with the process while the module is loaded.
 TypeLibraryDescription* SharedTypeLibrary() noexcept;

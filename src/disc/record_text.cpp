@@ -6,25 +6,16 @@
 
 namespace {
 
-/// Where the field stands. Fields of packed records are moved as bytes, since they may lie at any address.
+/// Offsets of the fields, in the order of TextField. Fields of packed records are copied as bytes, because they may be
+/// at any address.
+template <class Record>
+constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
+                                    offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
+                                    offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
+                                    offsetof(Record, bstrMessage)};
+
 template <class Record> constexpr std::size_t OffsetOf(TextField field) noexcept {
-  switch (field) {
-  case TextField::Title:
-    return offsetof(Record, bstrTitle);
-  case TextField::Performer:
-    return offsetof(Record, bstrPerformer);
-  case TextField::Composer:
-    return offsetof(Record, bstrComposer);
-  case TextField::Songwriter:
-    return offsetof(Record, bstrSongwriter);
-  case TextField::Arranger:
-    return offsetof(Record, bstrArranger);
-  case TextField::Genre:
-    return offsetof(Record, bstrGenre);
-  case TextField::Message:
-    break;
-  }
-  return offsetof(Record, bstrMessage);
+  return kOffsets<Record>[static_cast<std::size_t>(field)];
 }
 
 } // namespace

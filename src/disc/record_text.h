@@ -1,5 +1,5 @@
 /// @file
-/// The seven texts that a disc and each of its tracks have in common, by name of the field.
+/// The seven texts that discs and tracks both have, as numbered fields.
 #pragma once
 
 #include <array>
@@ -12,10 +12,10 @@ inline constexpr std::array kTextFields = {TextField::Title,      TextField::Per
                                            TextField::Songwriter, TextField::Arranger,  TextField::Genre,
                                            TextField::Message};
 
-/// The string of a field, which the record goes on owning. `Record` is ZSCDTEXT or ZSTRACK.
+/// Returns the string of a field, which the record owns. `Record` is ZSCDTEXT or ZSTRACK.
 template <class Record> BSTR TextOf(const Record& record, TextField field) noexcept;
 
-/// Stores a string that the record then owns. What the field held is not freed.
+/// Stores a string, which the record then owns. The old string is not freed.
 template <class Record> void StoreText(Record* record, TextField field, BSTR text) noexcept;
 
 /// Frees the string of a field and stores another, which the record then owns.

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/base_types.h"
+#include "foundation/block_view.h"
 
 /// A stretch of bytes, not owned. Offsets may have any value: an access that does not lie wholly inside is
 /// refused, with the target unchanged.
@@ -16,6 +16,7 @@ class ByteView {
 public:
   ByteView() = default;
   explicit ByteView(std::span<const BYTE> bytes) noexcept : m_bytes(bytes) {}
+  explicit ByteView(std::string_view text) noexcept : ByteView(text.data(), text.size()) {}
   ByteView(const void* bytes, std::size_t size) noexcept : m_bytes(static_cast<const BYTE*>(bytes), size) {}
 
   std::size_t Size() const noexcept { return m_bytes.size(); }
@@ -39,6 +40,15 @@ public:
   bool Big16(UHYPER offset, std::uint16_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
   bool Big32(UHYPER offset, std::uint32_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
   bool Big64(UHYPER offset, std::uint64_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
+
+  /// Finds the block of `size` bytes at `offset`. False, with `*block` unchanged, if it is not wholly inside.
+  bool Block(UHYPER offset, std::size_t size, BlockView* block) const noexcept {
+    if (!Holds(offset, size)) {
+      return false;
+    }
+    *block = BlockView(m_bytes.subspan(static_cast<std::size_t>(offset), size));
+    return true;
+  }
 
   /// Whether exactly this text stands at `offset`.
   bool HasText(UHYPER offset, std::string_view text) const noexcept {

@@ -12,9 +12,8 @@ struct Format {
 };
 
 constexpr Format kFormats[] = {
-    {".ISO", ReadIsoImage}, {".CUE", ReadCueImage}, {".BIN", nullptr},
-    {".NRG", ReadNrgImage}, {".CCD", ReadCcdImage}, {".MDS", ReadMdsImage},
-    {".BWT", ReadBwtImage}, {".B5T", ReadB5tImage}, {".ZSI", OpenTOCImage},
+    {".ISO", ReadIsoImage}, {".CUE", ReadCueImage}, {".NRG", ReadNrgImage}, {".CCD", ReadCcdImage},
+    {".MDS", ReadMdsImage}, {".BWT", ReadBwtImage}, {".B5T", ReadB5tImage}, {".ZSI", OpenTOCImage},
 };
 
 } // namespace

@@ -6,6 +6,5 @@
 
 #include "readers/readers.h"
 
-/// The reader for the last four characters of a path, in any case. Null for an extension that is unknown, and
-/// for that of a bare data file, which has no reader.
+/// Returns the reader for the last four characters of a path, in any case; null for an unknown extension.
 ImageReader ReaderForExtension(std::string_view extension);

@@ -1,6 +1,7 @@
 #include "imagefile/image_file.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "cuesheet/cue_sheet.h"
 #include "disc/disc_id.h"
@@ -17,7 +18,7 @@ namespace {
 
 constexpr std::size_t kExtensionLength = 4; // With its dot.
 
-/// A cue sheet service as any program gets one.
+/// Creates a cue sheet service as any program does.
 HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
   CLSID clsid{};
   const HRESULT result = CLSIDFromProgID(kProgIdCueSheet, &clsid);
@@ -25,7 +26,7 @@ HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
                         : CoCreateInstance(clsid, nullptr, CLSCTX_ALL, IID_IZSCueSheet, service->ReceiveVoid());
 }
 
-/// Frees what a record points to and makes it all zero.
+/// Frees all that a record points to and makes it all zero.
 void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
   const std::size_t sessions = std::min<std::size_t>(info->nSessions, kMaxSessions);
   for (std::size_t i = 0; i < sessions; ++i) {
@@ -39,7 +40,7 @@ void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
 
 bool CanBeOpened(const std::string& path) noexcept { return CZSFile().OpenForReading(path); }
 
-/// What a reader throws is one more reason why a file is no image that can be read.
+/// Runs a reader. A file whose reader throws counts as an image that cannot be read.
 HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) noexcept {
   try {
     return read(service, path, info);
@@ -53,144 +54,131 @@ public:
   explicit CZSImageFile(IUnknown* outer) noexcept : CountedObject(outer, IID_IZSImageFile) {}
   ~CZSImageFile() override { VariantClear(&m_vtParam2); }
 
-  HRESULT FinalConstruct() override;
+  HRESULT FinalConstruct() override {
+    const HRESULT result = CreateCueSheetService(nullptr, IID_IZSCueSheet, m_pCueSheet.ReceiveVoid());
+    return FAILED(result) ? ZSE_OUTOFRESOURCES : S_OK;
+  }
 
-  HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) override;
-  HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) override;
-  HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* pToc, UINT nTracks, zsmmccdtext* pCDText,
-                        UINT nLength) override;
+  HRESULT SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) override {
+    m_pCallBack = CallBackPtr;
+    m_lParam = Param;
+    const HRESULT result = VariantCopy(&m_vtParam2, &vtParam2);
+    if (FAILED(result)) {
+      VariantInit(&m_vtParam2);
+      m_vtParam2.vt = VT_ERROR;
+      m_vtParam2.scode = result;
+    }
+    return S_OK;
+  }
+
+  HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) override {
+    *info = zsimagefileinfo{};
+    const HRESULT result = Guarded([&] { return Read(NarrowText(path), info); });
+    if (result != S_OK) {
+      EmptyRecord(m_pCueSheet.Get(), info);
+    }
+    return result;
+  }
+
+  HRESULT CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* /*pToc*/, UINT /*nTracks*/,
+                        zsmmccdtext* pCDText, UINT nLength) override {
+    if (SysStringLen(path) == 0 || info == nullptr) {
+      return E_INVALIDARG;
+    }
+    if (info->ZSImageFormat == ZSIMAGEFORMAT_CUE) {
+      if (info->nSessions == 0) {
+        return S_FALSE;
+      }
+      ComPtr<IZSCueSheet> service;
+      const HRESULT result = CreateServiceByProgId(&service);
+      return FAILED(result) ? result : service->CreateCueFile(path, info->pZSCueSheet[0]);
+    }
+    if (info->ZSImageFormat == ZSIMAGEFORMAT_ZSI) {
+      return Guarded([&] { return CreateTOCImage(NarrowText(path), info, pCDText, nLength); });
+    }
+    return ZSE_FAILED;
+  }
+
   HRESULT Open(BSTR /*path*/, zsimagefileinfo* /*info*/) override { return S_OK; }
-  HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) override;
-  HRESULT FreeImageFileInfo(zsimagefileinfo* info) override;
-  HRESULT CalculateDiscID(zsimagefileinfo* info) override;
-  HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) override;
+  HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) override {
+    if (source == nullptr || copy == nullptr || source == copy || source->nSessions > kMaxSessions) {
+      return E_INVALIDARG;
+    }
+    *copy = zsimagefileinfo{};
+    ComPtr<IZSCueSheet> service;
+    const HRESULT created = CreateServiceByProgId(&service);
+    if (FAILED(created)) {
+      return created;
+    }
+    *copy = *source;
+    std::memset(copy->pZSCueSheet, 0, sizeof(copy->pZSCueSheet));
+    copy->bstrImageBinaryFile = nullptr;
+    copy->nSessions = 0;
+    const HRESULT result = Guarded([&] {
+      for (; copy->nSessions < source->nSessions; ++copy->nSessions) {
+        ZSCUESHEET* sheet = nullptr;
+        if (const HRESULT cloned = service->Clone(source->pZSCueSheet[copy->nSessions], &sheet); cloned != S_OK) {
+          return cloned;
+        }
+        copy->pZSCueSheet[copy->nSessions] = sheet;
+      }
+      copy->bstrImageBinaryFile = CopyBstr(source->bstrImageBinaryFile);
+      return S_OK;
+    });
+    if (result != S_OK) {
+      EmptyRecord(service.Get(), copy);
+      return ZSE_OUTOFRESOURCES;
+    }
+    return S_OK;
+  }
+
+  HRESULT FreeImageFileInfo(zsimagefileinfo* info) override {
+    if (info == nullptr) {
+      return E_INVALIDARG;
+    }
+    ComPtr<IZSCueSheet> service;
+    const HRESULT result = CreateServiceByProgId(&service);
+    if (FAILED(result)) {
+      return result;
+    }
+    EmptyRecord(service.Get(), info);
+    return S_OK;
+  }
+
+  HRESULT CalculateDiscID(zsimagefileinfo* info) override {
+    if (info == nullptr) {
+      return E_INVALIDARG;
+    }
+    ComputeDiscIDs(info);
+    return S_OK;
+  }
+
+  HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) override {
+    if (info == nullptr || pSeek64 == nullptr || info->nSessions > kMaxSessions) {
+      return E_INVALIDARG;
+    }
+    PositionFromLBA(*info, dwLBA, pSeek64, pLength64);
+    return S_OK;
+  }
 
 private:
-  HRESULT Read(const std::string& path, zsimagefileinfo* info);
+  HRESULT Read(const std::string& path, zsimagefileinfo* info) {
+    if (!CanBeOpened(path)) {
+      return ZSE_CANNOTOPENIMAGE;
+    }
+    if (path.size() <= kExtensionLength) {
+      return ZSE_BADIMAGE;
+    }
+    const ImageReader reader = ReaderForExtension(std::string_view(path).substr(path.size() - kExtensionLength));
+    return reader == nullptr ? ZSE_BADIMAGE : RunGuarded(reader, m_pCueSheet.Get(), path, info);
+  }
 
-  ComPtr<IZSCueSheet> m_pCueSheet; ///< The service of all readers.
-  // Kept for hosts that set them; no operation of this interface reports progress.
+  ComPtr<IZSCueSheet> m_pCueSheet; ///< For the readers.
+  // Stored by SetCallBack and not read: no operation of this interface reports progress.
   LONG* m_pCallBack = nullptr;
   LONG m_lParam = 0;
   VARIANT m_vtParam2{};
 };
-
-HRESULT CZSImageFile::FinalConstruct() {
-  const HRESULT result = CreateCueSheetService(nullptr, IID_IZSCueSheet, m_pCueSheet.ReceiveVoid());
-  return FAILED(result) ? ZSE_OUTOFRESOURCES : S_OK;
-}
-
-HRESULT CZSImageFile::SetCallBack(LONG* CallBackPtr, LONG Param, VARIANT vtParam2) {
-  m_pCallBack = CallBackPtr;
-  m_lParam = Param;
-  const HRESULT result = VariantCopy(&m_vtParam2, &vtParam2);
-  if (FAILED(result)) {
-    VariantInit(&m_vtParam2);
-    m_vtParam2.vt = VT_ERROR;
-    m_vtParam2.scode = result;
-  }
-  return S_OK;
-}
-
-HRESULT CZSImageFile::GetImageFileInfo(BSTR path, zsimagefileinfo* info) {
-  *info = zsimagefileinfo{};
-  const HRESULT result = Guarded([&] { return Read(NarrowText(path), info); });
-  if (result != S_OK) {
-    EmptyRecord(m_pCueSheet.Get(), info);
-  }
-  return result;
-}
-
-HRESULT CZSImageFile::Read(const std::string& path, zsimagefileinfo* info) {
-  if (!CanBeOpened(path)) {
-    return ZSE_CANNOTOPENIMAGE;
-  }
-  if (path.size() <= kExtensionLength) {
-    return ZSE_BADIMAGE;
-  }
-  const ImageReader reader = ReaderForExtension(std::string_view(path).substr(path.size() - kExtensionLength));
-  return reader == nullptr ? ZSE_BADIMAGE : RunGuarded(reader, m_pCueSheet.Get(), path, info);
-}
-
-HRESULT CZSImageFile::CreateTOCFile(BSTR path, zsimagefileinfo* info, zsmmcreadtoc0* /*pToc*/, UINT /*nTracks*/,
-                                    zsmmccdtext* pCDText, UINT nLength) {
-  if (SysStringLen(path) == 0 || info == nullptr) {
-    return E_INVALIDARG;
-  }
-  if (info->ZSImageFormat == ZSIMAGEFORMAT_CUE) {
-    if (info->nSessions == 0) {
-      return S_FALSE;
-    }
-    ComPtr<IZSCueSheet> service;
-    const HRESULT result = CreateServiceByProgId(&service);
-    return FAILED(result) ? result : service->CreateCueFile(path, info->pZSCueSheet[0]);
-  }
-  if (info->ZSImageFormat == ZSIMAGEFORMAT_ZSI) {
-    return Guarded([&] { return CreateTOCImage(NarrowText(path), info, pCDText, nLength); });
-  }
-  return ZSE_FAILED;
-}
-
-HRESULT CZSImageFile::Clone(zsimagefileinfo* source, zsimagefileinfo* copy) {
-  if (source == nullptr || copy == nullptr || source == copy || source->nSessions > kMaxSessions) {
-    return E_INVALIDARG;
-  }
-  const zsimagefileinfo original = *source;
-  *copy = original;
-  for (std::size_t i = 0; i < kMaxSessions; ++i) {
-    copy->pZSCueSheet[i] = nullptr; // No reference to it: packed records may stand at any address.
-  }
-  copy->bstrImageBinaryFile = nullptr;
-  ComPtr<IZSCueSheet> service;
-  HRESULT result = CreateServiceByProgId(&service);
-  if (FAILED(result)) {
-    *copy = zsimagefileinfo{};
-    return result;
-  }
-  for (std::size_t i = 0; i < original.nSessions && result == S_OK; ++i) {
-    ZSCUESHEET* sheet = nullptr;
-    result = service->Clone(original.pZSCueSheet[i], &sheet);
-    copy->pZSCueSheet[i] = sheet;
-  }
-  const HRESULT named = Guarded([&] {
-    copy->bstrImageBinaryFile = CopyBstr(original.bstrImageBinaryFile);
-    return S_OK;
-  });
-  if (result != S_OK || named != S_OK) {
-    EmptyRecord(service.Get(), copy);
-    return ZSE_OUTOFRESOURCES;
-  }
-  return S_OK;
-}
-
-HRESULT CZSImageFile::FreeImageFileInfo(zsimagefileinfo* info) {
-  if (info == nullptr) {
-    return E_INVALIDARG;
-  }
-  ComPtr<IZSCueSheet> service;
-  const HRESULT result = CreateServiceByProgId(&service);
-  if (FAILED(result)) {
-    return result;
-  }
-  EmptyRecord(service.Get(), info);
-  return S_OK;
-}
-
-HRESULT CZSImageFile::CalculateDiscID(zsimagefileinfo* info) {
-  if (info == nullptr) {
-    return E_INVALIDARG;
-  }
-  ComputeDiscIDs(info);
-  return S_OK;
-}
-
-HRESULT CZSImageFile::GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) {
-  if (info == nullptr || pSeek64 == nullptr || info->nSessions > kMaxSessions) {
-    return E_INVALIDARG;
-  }
-  PositionFromLBA(*info, dwLBA, pSeek64, pLength64);
-  return S_OK;
-}
 
 } // namespace
 

@@ -4,6 +4,6 @@
 
 #include "imagefile/image_file_interface.h"
 
-/// Makes an image file object, plain or aggregated. @return As CreateObject (foundation/com_object.h);
-/// ZSE_OUTOFRESOURCES when it cannot have its cue sheet service.
+/// Creates an image file object, plain or aggregated. @return As CreateObject (foundation/com_object.h);
+/// ZSE_OUTOFRESOURCES if its cue sheet service cannot be created.
 HRESULT CreateImageFileService(IUnknown* outer, REFIID iid, void** object) noexcept;

@@ -1,26 +1,43 @@
 /// @file
-/// BlindWrite descriptions. The meaning of their track records is not known, so that no image comes of them; what
+/// BlindWrite descriptions. The meaning of their track records is unknown, so no image can be read from them; all that
 /// can be said is whether a file is one.
+///
+/// Fields of varying length begin with a byte that counts their bytes. A distance in the tables below is that from the
+/// counted bytes of a field to the length byte of the next one.
 
 #include <limits>
 
 #include "foundation/path_operations.h"
+#include "platform/files.h"
 #include "readers/bwt_records.h"
 #include "readers/reader_steps.h"
 #include "readers/readers.h"
 
 namespace {
 
-/// Steps over fields that begin with their length. `*position` moves from the first to behind the last, as far as
-/// the file goes. @param distances How far each next item stands behind the counted bytes.
+namespace head {
+constexpr std::size_t kSignature = 0; // "BLINDWRITE TOC FILE"
+constexpr std::size_t kLength = 31;   // 8 bits: bytes from kCounted on.
+constexpr std::size_t kCounted = 35;
+constexpr BYTE kDistances[] = {4, 8, 4, 10}; // Of the four fields that follow, the last to the first track record.
+} // namespace head
+
+namespace track_record {
+constexpr std::size_t kPoint = 23; // 8 bits.
+constexpr std::size_t kFields = 63;
+constexpr BYTE kDistances[] = {4, 4, 4, 4, 4, 8, 28, 4}; // The last to the next record.
+constexpr BYTE kLastPoint = 0xA2;
+} // namespace track_record
+
+/// Skips fields, as far as the file goes. `*offset` moves from the first length byte to what follows the last field.
 template <std::size_t Count>
-bool StepOverFields(const ByteView& file, const BYTE (&distances)[Count], UHYPER* position) noexcept {
+bool SkipFields(const ByteView& file, const BYTE (&distances)[Count], UHYPER* offset) noexcept {
   for (const BYTE distance : distances) {
     BYTE length = 0;
-    if (!file.Byte(*position, &length)) {
+    if (!file.Byte(*offset, &length)) {
       return false;
     }
-    *position += UHYPER{length} + distance;
+    *offset += UHYPER{length} + distance;
   }
   return true;
 }
@@ -36,27 +53,24 @@ HRESULT LoadDescription(const std::string& path, std::string* description) noexc
 } // namespace
 
 bool FindBwtRecordsEnd(const ByteView& file, UHYPER* end) noexcept {
-  constexpr UHYPER kRecordSize = 63;
-  constexpr BYTE kLastRecord = 0xA2;
   BYTE length = 0;
-  if (!file.Byte(31, &length)) {
+  if (!file.Byte(head::kLength, &length)) {
     return false;
   }
-  UHYPER position = UHYPER{35} + length;
-  if (!StepOverFields(file, {4, 8, 4, 10}, &position)) {
+  UHYPER offset = UHYPER{head::kCounted} + length;
+  if (!SkipFields(file, head::kDistances, &offset)) {
     return false;
   }
-  BYTE point = 0;
-  while (point != kLastRecord) {
-    if (!file.Byte(position + 23, &point)) {
+  for (BYTE point = 0; point != track_record::kLastPoint;) {
+    if (!file.Byte(offset + track_record::kPoint, &point)) {
       return false;
     }
-    position += kRecordSize;
-    if (!StepOverFields(file, {4, 4, 4, 4, 4, 8, 28, 4}, &position)) {
+    offset += track_record::kFields;
+    if (!SkipFields(file, track_record::kDistances, &offset)) {
       return false;
     }
   }
-  *end = position;
+  *end = offset;
   return true;
 }
 
@@ -65,9 +79,9 @@ HRESULT ReadBwtImage(IZSCueSheet* /*service*/, const std::string& path, zsimagef
   if (const HRESULT result = LoadDescription(path, &description); FAILED(result)) {
     return result;
   }
-  const ByteView view(description.data(), description.size());
+  const ByteView view(description);
   UHYPER end = 0;
-  if (view.HasText(0, "BLINDWRITE TOC FILE")) {
+  if (view.HasText(head::kSignature, "BLINDWRITE TOC FILE")) {
     FindBwtRecordsEnd(view, &end);
   }
   return ZSE_BADIMAGE; // Also for a whole description: no record can be built from it.

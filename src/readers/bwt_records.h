@@ -1,10 +1,10 @@
 /// @file
-/// The track records of a BlindWrite description, as far as their layout is known.
+/// The track records of a BlindWrite description.
 #pragma once
 
 #include "foundation/byte_view.h"
 
-/// Goes over the head of a description and over its track records up to the one that says to be the last.
-/// @param end Receives the position behind that record, which may lie behind the file when its last field does.
-/// @return false, with `*end` unchanged, when the file ends before such a record.
+/// Finds the end of the track records: they follow the head and go on to the one that is marked as the last.
+/// @param end Receives the offset after that record, which is after the end of the file if its last field is cut off.
+/// @return false, with `*end` unchanged, if the file ends before such a record.
 bool FindBwtRecordsEnd(const ByteView& file, UHYPER* end) noexcept;

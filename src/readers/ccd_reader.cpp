@@ -1,6 +1,11 @@
 /// @file
-/// CloneCD descriptions: the raw table of contents of a disc as an initialisation file, one section for each entry
-/// and one for each track. The sectors stand in an .IMG file, the sub-channel in a .SUB file.
+/// CloneCD descriptions: the raw table of contents of a disc as an initialisation file. The sectors are in an .IMG
+/// file, the sub-channel in a .SUB file.
+///
+///     [Disc]            Sessions, CDTextLength (bytes of all packs)
+///     [Entry 0]         Session, Point (a track below 100, or 0xA2 for the lead-out), PLBA; and so on without a gap
+///     [TRACK 1]         MODE, INDEX 0, INDEX 1, FLAGS, ISRC; numbered through all sessions
+///     [CDText]          Entries; Entry 0 and so on: one pack without its CRC, as 16 pairs of hexadecimal digits
 
 #include <array>
 #include <new>
@@ -21,16 +26,17 @@ namespace {
 
 constexpr LONG kMissing = -1;
 constexpr LONG kPointLeadOut = 0xA2;
-constexpr LONG kPointsEnd = 100; // Points below are tracks.
+constexpr LONG kLastTrackPoint = 99;
 constexpr std::size_t kTextLimit = 254;
 
-// All that the lead-in of a disc can hold: eight blocks of packs that a byte counts.
+// All that the lead-in of a disc can hold: eight blocks of at most 256 packs.
 constexpr LONG kMaxPacks = 8 * 256;
 constexpr LONG kMaxTextLength = kMaxPacks * LONG{kPackSize};
+constexpr std::size_t kPackBytesInText = 16;
 
 std::string Numbered(const char* name, std::size_t number) { return name + std::to_string(number); }
 
-LONG FlagsOfText(const std::string& text) noexcept {
+LONG ParseFlags(const std::string& text) noexcept {
   const auto bit = [&text](const char* word, LONG flag) { return text.find(word) == std::string::npos ? 0 : flag; };
   return bit("DCP", ZSTRACKFLAG_DCP) | bit("PRE", ZSTRACKFLAG_PRE) | bit("4CH", ZSTRACKFLAG_4CH);
 }
@@ -48,7 +54,7 @@ std::optional<ZSMODETYPE> ModeOf(LONG mode) noexcept {
   }
 }
 
-HRESULT AddEmptySessions(IZSCueSheet* service, LONG count, zsimagefileinfo* info) noexcept {
+HRESULT AppendEmptySessions(IZSCueSheet* service, LONG count, zsimagefileinfo* info) noexcept {
   if (count < 0) {
     return ZSE_BADIMAGE;
   }
@@ -64,51 +70,88 @@ HRESULT AddEmptySessions(IZSCueSheet* service, LONG count, zsimagefileinfo* info
   return S_OK;
 }
 
-/// Goes through the entries in the order of the disc and builds their tracks.
-class CcdEntries {
-public:
-  CcdEntries(const ProfileFile& profile, zsimagefileinfo* info) noexcept : m_profile(profile), m_info(info) {}
+/// One entry of the table of contents.
+struct Entry {
+  LONG point;
+  LONG session; ///< From 1.
+  LONG lba;
 
-  HRESULT TakeAll() {
-    if (!MakeTables()) {
+  bool IsTrack() const noexcept { return point <= kLastTrackPoint; }
+};
+
+/// Parses the entries up to the first number without a point.
+std::vector<Entry> ParseEntries(const ProfileFile& profile) {
+  std::vector<Entry> entries;
+  for (;;) {
+    const ProfileFile::Section section = profile.GetSection(Numbered("ENTRY ", entries.size()));
+    const LONG point = section.GetInt("Point", kMissing);
+    if (point == kMissing) {
+      return entries;
+    }
+    entries.push_back({point, section.GetInt("Session", kMissing), section.GetInt("PLBA", kMissing)});
+  }
+}
+
+bool ParseTrack(const ProfileFile::Section& section, ZSCUESHEET* sheet, ZSTRACK* track) {
+  const LONG index0 = section.GetInt("INDEX 0", kMissing);
+  const LONG index1 = section.GetInt("INDEX 1", kMissing);
+  const std::optional<ZSMODETYPE> mode = ModeOf(section.GetInt("MODE", kMissing));
+  if (index1 == kMissing || !mode) {
+    return false;
+  }
+  if (index0 != kMissing) {
+    track->Pregap = static_cast<LONG>(static_cast<ULONG>(index1) - static_cast<ULONG>(index0));
+  }
+  if (index1 != 0) {
+    track->dwLBA = static_cast<ULONG>(index1);
+  }
+  SetMode(sheet, track, *mode);
+  SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
+  track->Flags = ParseFlags(section.GetString("FLAGS", kTextLimit));
+  track->bstrISRC = NewBstr(section.GetString("ISRC", kTextLimit));
+  return true;
+}
+
+/// Builds the tracks of a record from the entries, which are in the order of the disc.
+class CcdTracks {
+public:
+  CcdTracks(const ProfileFile& profile, zsimagefileinfo* info) noexcept : m_profile(profile), m_info(info) {}
+
+  HRESULT ApplyEntries() {
+    const std::vector<Entry> entries = ParseEntries(m_profile);
+    if (!AllocateTables(entries)) {
       return E_OUTOFMEMORY;
     }
     HRESULT result = S_OK;
-    for (std::size_t n = 0; SUCCEEDED(result); ++n) {
-      const ProfileFile::Section entry = Entry(n);
-      const LONG point = PointOf(entry);
-      if (point == kMissing) {
-        break;
+    for (const Entry& entry : entries) {
+      if (entry.point == kPointLeadOut) {
+        result = ApplyLeadOut(entry);
+      } else if (entry.IsTrack()) {
+        result = AppendTrack(entry);
       }
-      if (point == kPointLeadOut) {
-        result = TakeLeadOut(entry);
-      } else if (point < kPointsEnd) {
-        result = TakeTrack(entry);
+      if (FAILED(result)) {
+        break;
       }
     }
     return result;
   }
 
 private:
-  ProfileFile::Section Entry(std::size_t number) const { return m_profile.GetSection(Numbered("ENTRY ", number)); }
-  static LONG PointOf(const ProfileFile::Section& entry) { return entry.GetInt("Point", kMissing); }
-
-  /// The session of an entry, from 0; behind the last one when there is no such session.
-  std::size_t SessionOf(const ProfileFile::Section& entry) const {
-    const LONG session = entry.GetInt("Session", kMissing);
-    return session < 1 || session > LONG{m_info->nSessions} ? m_info->nSessions : static_cast<std::size_t>(session - 1);
+  /// The sheet of an entry's session; null if there is no such session.
+  ZSCUESHEET* SheetOf(const Entry& entry) const noexcept {
+    return entry.session < 1 || entry.session > LONG{m_info->nSessions} ? nullptr
+                                                                        : m_info->pZSCueSheet[entry.session - 1];
   }
 
-  /// Makes room for the tracks of each session, which has none yet: a table that grows track by track would be copied
-  /// as often. False when there is no memory.
-  bool MakeTables() {
+  /// Allocates the track tables of all sessions in full size: a table that grows track by track would be copied as
+  /// often. False if out of memory.
+  bool AllocateTables(const std::vector<Entry>& entries) noexcept {
     std::array<UINT, kMaxSessions + 1> counts{};
-    LONG point = kMissing;
-    for (std::size_t n = 0; (point = PointOf(Entry(n))) != kMissing; ++n) {
-      counts[SessionOf(Entry(n))] += point < kPointsEnd ? 1 : 0;
+    for (const Entry& entry : entries) {
+      counts[SheetOf(entry) == nullptr ? 0 : static_cast<std::size_t>(entry.session)] += entry.IsTrack() ? 1 : 0;
     }
-    for (std::size_t session = 0; session < m_info->nSessions; ++session) {
-      ZSCUESHEET* sheet = m_info->pZSCueSheet[session];
+    for (std::size_t session = 1; session <= m_info->nSessions; ++session) {
+      ZSCUESHEET* sheet = m_info->pZSCueSheet[session - 1];
       if (counts[session] != 0 && !AllocateTracks(sheet, counts[session])) {
         return false;
       }
@@ -117,78 +160,48 @@ private:
     return true;
   }
 
-  /// The lead-out of a session stands before its tracks and parts them from those of the session before.
-  HRESULT TakeLeadOut(const ProfileFile::Section& entry) {
-    const LONG session = entry.GetInt("Session", kMissing);
-    if (session == 0 || session > LONG{kMaxSessions}) {
+  /// The lead-out of a session precedes its tracks and separates them from those of the session before.
+  HRESULT ApplyLeadOut(const Entry& entry) noexcept {
+    if (entry.session == 0 || entry.session > LONG{kMaxSessions}) {
       return ZSE_BADIMAGE;
     }
-    m_leadOut = PositionOf(entry);
-    m_before = nullptr;
+    m_leadOut = static_cast<ULONG>(entry.lba);
+    m_trackBefore = nullptr;
     return S_OK;
   }
 
-  HRESULT TakeTrack(const ProfileFile::Section& entry) {
-    const std::size_t session = SessionOf(entry);
-    if (session == m_info->nSessions) {
+  HRESULT AppendTrack(const Entry& entry) {
+    ZSCUESHEET* sheet = SheetOf(entry);
+    if (sheet == nullptr) {
       return ZSE_BADIMAGE;
     }
-    ZSCUESHEET* sheet = m_info->pZSCueSheet[session];
     if (sheet->nTracks != 0) {
-      m_before = &sheet->pZSTracks[sheet->nTracks - 1];
+      m_trackBefore = &sheet->pZSTracks[sheet->nTracks - 1];
     }
     ZSTRACK* track = &sheet->pZSTracks[sheet->nTracks++];
     track->TNO = sheet->nTracks;
-    track->dwLBA = PositionOf(entry);
+    track->dwLBA = static_cast<ULONG>(entry.lba);
     track->dwEndLBA = m_leadOut;
-    SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
-    if (!FillTrack(m_profile.GetSection(Numbered("TRACK ", m_trackNumber)), sheet, track)) {
+    if (!ParseTrack(m_profile.GetSection(Numbered("TRACK ", m_trackNumber)), sheet, track)) {
       return ZSE_BADIMAGE;
     }
-    EndTrackBefore(*track);
-    m_before = track;
+    if (m_trackBefore != nullptr) {
+      m_trackBefore->dwEndLBA = track->dwLBA - static_cast<ULONG>(track->Pregap);
+    }
+    m_trackBefore = track;
     ++m_trackNumber;
     return S_OK;
-  }
-
-  static bool FillTrack(const ProfileFile::Section& section, ZSCUESHEET* sheet, ZSTRACK* track) {
-    const LONG index0 = section.GetInt("INDEX 0", kMissing);
-    const LONG index1 = section.GetInt("INDEX 1", kMissing);
-    const std::optional<ZSMODETYPE> mode = ModeOf(section.GetInt("MODE", kMissing));
-    if (index1 == kMissing || !mode) {
-      return false;
-    }
-    if (index0 != kMissing) {
-      track->Pregap = static_cast<LONG>(static_cast<ULONG>(index1) - static_cast<ULONG>(index0));
-    }
-    if (index1 != 0) {
-      track->dwLBA = static_cast<ULONG>(index1);
-    }
-    SetMode(sheet, track, *mode);
-    track->Flags = FlagsOfText(section.GetString("FLAGS", kTextLimit));
-    track->bstrISRC = NewBstr(section.GetString("ISRC", kTextLimit));
-    return true;
-  }
-
-  void EndTrackBefore(const ZSTRACK& track) const noexcept {
-    if (m_before != nullptr) {
-      m_before->dwEndLBA = track.dwLBA - static_cast<ULONG>(track.Pregap);
-    }
-  }
-
-  static ULONG PositionOf(const ProfileFile::Section& entry) {
-    return static_cast<ULONG>(entry.GetInt("PLBA", kMissing));
   }
 
   const ProfileFile& m_profile;
   zsimagefileinfo* m_info;
   std::size_t m_trackNumber = 1; ///< Through all sessions.
   ULONG m_leadOut = 0;
-  ZSTRACK* m_before = nullptr;
+  ZSTRACK* m_trackBefore = nullptr;
 };
 
-/// The number that begins in a cell of three characters, cut to a byte; 0 where none does.
-BYTE HexByteAt(const std::string& text, std::size_t position) noexcept {
+/// Parses the number in a cell of three characters: blanks, then digits, cut to a byte; 0 without digits.
+BYTE ParseHexByte(const std::string& text, std::size_t position) noexcept {
   const std::size_t cellEnd = position + 3;
   while (position < text.size() && position < cellEnd && text[position] == ' ') {
     ++position;
@@ -204,33 +217,32 @@ BYTE HexByteAt(const std::string& text, std::size_t position) noexcept {
   return static_cast<BYTE>(value);
 }
 
-/// Puts the packs of the description together. They come without their check bytes, which stay 0.
-std::vector<BYTE> ReadPacks(const ProfileFile& profile) {
+/// Parses the packs. Their CRCs, which the description lacks, are 0.
+std::vector<BYTE> ParsePacks(const ProfileFile& profile) {
   const ProfileFile::Section section = profile.GetSection("CDText");
   const LONG length = profile.GetSection("Disc").GetInt("CDTextLength", kMissing);
   const LONG entries = section.GetInt("Entries", kMissing);
   if (length < 0 || length > kMaxTextLength || entries < 0 || entries > kMaxPacks) {
     return {};
   }
-  constexpr std::size_t kBytesInText = 16;
   std::vector<BYTE> packs(static_cast<std::size_t>(length));
   std::size_t start = 0;
   for (LONG i = 0; i < entries && start < packs.size(); ++i, start += kPackSize) {
     const std::string text = section.GetString(Numbered("Entry ", static_cast<std::size_t>(i)), 255);
-    for (std::size_t j = 0; j < kBytesInText && start + j < packs.size(); ++j) {
-      packs[start + j] = HexByteAt(text, 3 * j);
+    for (std::size_t j = 0; j < kPackBytesInText && start + j < packs.size(); ++j) {
+      packs[start + j] = ParseHexByte(text, 3 * j);
     }
   }
   return packs;
 }
 
-/// Whatever goes wrong here costs the text alone: the image is complete without it.
-void TakeCDText(const ProfileFile& profile, zsimagefileinfo* info) noexcept {
+/// Decodes the packs into the first session. A failure costs the texts alone: the image is complete without them.
+void DecodeText(const ProfileFile& profile, zsimagefileinfo* info) noexcept {
   if (info->nSessions == 0) {
     return;
   }
   try {
-    std::vector<BYTE> packs = ReadPacks(profile);
+    std::vector<BYTE> packs = ParsePacks(profile);
     DecodeCDTextPacks(packs.data(), packs.size(), info->pZSCueSheet[0]);
   } catch (const std::bad_alloc&) {
     return;
@@ -250,9 +262,9 @@ HRESULT ReadCcdImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!profile.Load(path)) {
     return LoadFailure();
   }
-  HRESULT result = AddEmptySessions(service, profile.GetSection("Disc").GetInt("Sessions", kMissing), info);
+  HRESULT result = AppendEmptySessions(service, profile.GetSection("Disc").GetInt("Sessions", kMissing), info);
   if (SUCCEEDED(result)) {
-    result = CcdEntries(profile, info).TakeAll();
+    result = CcdTracks(profile, info).ApplyEntries();
   }
   if (FAILED(result)) {
     return result;
@@ -269,6 +281,6 @@ HRESULT ReadCcdImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (FileExists(subChannelFile)) {
     info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
   }
-  TakeCDText(profile, info);
+  DecodeText(profile, info);
   return S_OK;
 }

@@ -1,3 +1,6 @@
+/// @file
+/// CUE images: a sheet of text, its data file, and CD-Text and sub-channel files beside the sheet.
+
 #include "cuesheet/unique_sheet.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
@@ -8,26 +11,26 @@
 
 namespace {
 
-/// The data file that the sheet names, or the sheet itself.
+/// Returns the path of the data file that a sheet names, or of the sheet itself if it names none.
 std::string DataFileOf(IZSCueSheet* service, BSTR sheetPath) {
   BSTR name = nullptr;
   service->GetBinaryFile(sheetPath, &name);
-  const UniqueBstr owned(name);
-  return NarrowText(name);
+  return NarrowText(UniqueBstr(name).get());
 }
 
-void NoteCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefileinfo* info) {
+/// Sets the bits for CD-Text and for a sub-channel file beside the sheet.
+void MarkCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefileinfo* info) {
   if (sheet.ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
     info->lMask |= ZSIMAGEMASK_CDTEXT;
   }
-  std::string subChannel = path;
-  RenameExtension(&subChannel, ".SUB");
-  if (FileExists(subChannel)) {
+  std::string subChannelFile = path;
+  RenameExtension(&subChannelFile, ".SUB");
+  if (FileExists(subChannelFile)) {
     info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
   }
 }
 
-/// Looks at all tracks, and into the data file at the first that is not audio.
+/// Looks at all tracks, and into the data file for the first that is not audio.
 DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
   DiscMarks marks;
   for (UINT i = 0; i < sheet.nTracks; ++i) {
@@ -40,7 +43,7 @@ DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilein
       info->ZSBlockSize = track.ImageBlockSize;
       SetSubCount(info, track);
       UserData sector;
-      ReadSectorSixteen(dataFile, *info, &sector); // The start of a sector that is cut off shows a descriptor, too.
+      ReadSectorSixteen(dataFile, *info, &sector); // The start of a sector that is cut off counts as well.
       marks.bridge = ShowsBridge(dataFile, sector, *info, sheet, i);
     }
     marks.data = true;
@@ -61,16 +64,16 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!dataFile.OpenForReading(find.Path())) {
     return ZSE_CANNOTOPENIMAGE;
   }
-  UniqueSheet owned = NewSheet(service);
-  if (!owned) {
+  UniqueSheet made = NewSheet(service);
+  if (!made) {
     return ZSE_OUTOFRESOURCES;
   }
-  if (service->AnalyzeCueSheet(sheetPath.get(), owned.get()) != S_OK) {
+  if (service->AnalyzeCueSheet(sheetPath.get(), made.get()) != S_OK) {
     return ZSE_FAILED;
   }
-  const ZSCUESHEET& sheet = *owned.get();
-  NoteCompanions(path, sheet, info);
-  AppendSession(&owned, info);
+  const ZSCUESHEET& sheet = *made;
+  AppendSession(&made, info);
+  MarkCompanions(path, sheet, info);
   info->ZSTYPEPROJECT = FirstSessionType(LookAtTracks(&dataFile, sheet, info), sheet.nTracks);
   if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
     return ZSE_FAILED;

@@ -1,3 +1,6 @@
+/// @file
+/// Plain sector files.
+
 #include "cuesheet/unique_sheet.h"
 #include "foundation/strings.h"
 #include "readers/readers.h"

@@ -1,6 +1,9 @@
 /// @file
-/// Media Descriptor images: a description of blocks with a table of contents, and the sectors in an .MDF file. All
-/// numbers are little-endian. Track numbers run through the whole disc.
+/// Media Descriptor images: a .MDS file of blocks that describe the disc, and an .MDF file with the sectors.
+///
+/// The description is a header, the session blocks, the track blocks directly after them, and for a CD one length block
+/// for each track. The tables below are the fields that are read, by their offsets. Numbers are little-endian. Track
+/// numbers run through the whole disc.
 
 #include <algorithm>
 #include <array>
@@ -14,182 +17,201 @@
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 84;
-constexpr UHYPER kSessionBlockSize = 24;
-constexpr UHYPER kTrackBlockSize = 80;
+namespace header {
+constexpr std::size_t kSignature = 0;      // "MEDIA DESCRIPTOR"
+constexpr std::size_t kVersion = 16;       // Two bytes: 1, then 2 or 3.
+constexpr std::size_t kMedium = 18;        // 16 bits.
+constexpr std::size_t kSessionCount = 20;  // 8 bits.
+constexpr std::size_t kSessionBlocks = 80; // 32 bits: offset of the first session block.
+constexpr std::size_t kSize = 84;
+constexpr BYTE kMediumDvd = 0x10;
+} // namespace header
 
+namespace session_block {
+constexpr std::size_t kLastTrack = 14; // 8 bits.
+constexpr std::size_t kSize = 24;
+} // namespace session_block
+
+namespace track_block {
+constexpr std::size_t kMode = 0;           // 8 bits.
+constexpr std::size_t kControl = 2;        // 8 bits, as in the sub-channel Q.
+constexpr std::size_t kPoint = 4;          // 8 bits: what the block is.
+constexpr std::size_t kSessionFormat = 10; // 8 bits, in the block that opens a session.
+constexpr std::size_t kLengthBlock = 12;   // 32 bits, on a CD: offset of the track's length block.
+constexpr std::size_t kDvdSectors = 12;    // 32 bits, on a DVD: sectors of the track.
+constexpr std::size_t kSectorSize = 16;    // 16 bits.
+constexpr std::size_t kLba = 36;           // 32 bits: start of the track on the disc.
+constexpr std::size_t kDataOffset = 40;    // 64 bits: start of the track in the .MDF file.
+constexpr std::size_t kSize = 80;
+constexpr BYTE kMode1 = 0x02; // Bits of the mode of a data track.
+constexpr BYTE kMode2 = 0x04;
 constexpr BYTE kPointEndOfList = 0;
 constexpr BYTE kPointFirstTrack = 1;
-constexpr BYTE kPointsEnd = 100; // Points below are tracks.
+constexpr BYTE kPointLastTrack = 99;
 constexpr BYTE kPointSession = 0xA0;
 constexpr BYTE kPointSessionEnd = 0xB0;
+} // namespace track_block
 
-/// What the head of a description says.
+namespace length_block {
+constexpr std::size_t kPregap = 0;  // 32 bits.
+constexpr std::size_t kSectors = 4; // 32 bits.
+constexpr std::size_t kSize = 8;
+} // namespace length_block
+
+/// What the header says.
 struct Header {
-  bool dvd = false;
+  bool isDvd = false;
   BYTE sessionCount = 0;
-  ULONG sessionBlocks = 0; ///< Position of the first one.
+  ULONG sessionBlocks = 0; ///< Offset of the first one.
 };
 
-/// False for a file that is no description. What a short file lacks counts as 0.
-bool ReadHeader(const std::string& description, Header* header) noexcept {
-  constexpr BYTE kMediumDvd = 0x10;
-  std::array<BYTE, kHeaderSize> bytes{};
+/// Parses the header. Fields that a short file lacks are 0. False for a file that is no description.
+bool ParseHeader(const std::string& description, Header* parsed) noexcept {
+  std::array<BYTE, header::kSize> bytes{};
   std::copy_n(description.begin(), std::min(description.size(), bytes.size()), bytes.begin());
+  const BlockView block(bytes);
+  parsed->isDvd = block.Byte(header::kMedium) == header::kMediumDvd;
+  parsed->sessionCount = block.Byte(header::kSessionCount);
+  parsed->sessionBlocks = block.Little32(header::kSessionBlocks);
   const ByteView view(bytes);
-  BYTE medium = 0;
-  view.Byte(18, &medium);
-  view.Byte(20, &header->sessionCount);
-  view.Little32(80, &header->sessionBlocks);
-  header->dvd = medium == kMediumDvd;
-  return view.HasText(0, "MEDIA DESCRIPTOR") && (view.HasText(16, "\x01\x02") || view.HasText(16, "\x01\x03"));
+  return view.HasText(header::kSignature, "MEDIA DESCRIPTOR") &&
+         (view.HasText(header::kVersion, "\x01\x02") || view.HasText(header::kVersion, "\x01\x03"));
 }
 
-/// Last track number of each session that has its block.
-std::vector<BYTE> ReadLastTracks(const ByteView& description, const Header& header) {
+/// Returns the last track number of each session whose block is in the file.
+std::vector<BYTE> ParseSessionBlocks(const ByteView& description, const Header& header) {
   std::vector<BYTE> lastTracks;
-  UHYPER at = header.sessionBlocks;
-  for (; lastTracks.size() < header.sessionCount && description.Holds(at, kSessionBlockSize); at += kSessionBlockSize) {
-    BYTE last = 0;
-    description.Byte(at + 14, &last);
-    lastTracks.push_back(last);
+  BlockView block;
+  UHYPER offset = header.sessionBlocks;
+  while (lastTracks.size() < header.sessionCount && description.Block(offset, session_block::kSize, &block)) {
+    lastTracks.push_back(block.Byte(session_block::kLastTrack));
+    offset += session_block::kSize;
   }
   return lastTracks;
 }
 
-/// Builds the sessions of a record from the track blocks, of which each one's point says what it is.
+/// Sets the sector size of a track. Sectors of 2448 bytes carry their sub-channel.
+void ParseSectorSize(const BlockView& block, zsimagefileinfo* info, ZSTRACK* track) noexcept {
+  const USHORT size = block.Little16(track_block::kSectorSize);
+  SetBlockSize(track, size);
+  if (size == ZSFILEBLOCKSIZE_2448) {
+    info->lMask |= ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE;
+  }
+}
+
+/// Sets flags and mode of a track. Shows a message and returns false for a data track of an unknown mode.
+bool ParseMode(const BlockView& block, ZSTRACK* track) noexcept {
+  const BYTE mode = block.Byte(track_block::kMode);
+  const BYTE control = block.Byte(track_block::kControl);
+  track->Flags = FlagsOfControl(control);
+  if ((control & kControlData) == 0) {
+    track->Mode = ZSMODE_AUDIO;
+  } else if ((mode & track_block::kMode1) != 0) {
+    track->Mode = ZSMODE_1;
+  } else if ((mode & track_block::kMode2) != 0) {
+    track->Mode = ZSMODE_2;
+  } else {
+    MessageBoxA("MDS", "Error", MB_ICONSTOP); // See "box text" in docs/compatibility.md.
+    return false;
+  }
+  return true;
+}
+
+/// Builds the sessions of a record from the track blocks, in file order. The point of each block says what it is.
 class MdsSessions {
 public:
   MdsSessions(IZSCueSheet* service, const ByteView& description, const Header& header, zsimagefileinfo* info)
       : m_service(service), m_description(description), m_header(header), m_info(info),
-        m_lastTracks(ReadLastTracks(description, header)) {}
+        m_lastTracks(ParseSessionBlocks(description, header)) {}
 
-  /// The blocks stand right behind the last session block.
-  HRESULT TakeAll() noexcept {
-    UHYPER at = m_header.sessionBlocks + m_lastTracks.size() * kSessionBlockSize;
+  HRESULT ParseTrackBlocks() noexcept {
+    UHYPER offset = m_header.sessionBlocks + m_lastTracks.size() * session_block::kSize;
     HRESULT result = S_OK;
-    BYTE point = kPointSession;
-    for (; SUCCEEDED(result) && point != kPointEndOfList && m_description.Holds(at, kTrackBlockSize);
-         at += kTrackBlockSize) {
-      const ByteView block = m_description.Part(at, kTrackBlockSize);
-      block.Byte(4, &point);
-      result = TakeBlock(block, point);
+    BYTE point = track_block::kPointSession;
+    BlockView block;
+    for (; SUCCEEDED(result) && point != track_block::kPointEndOfList &&
+           m_description.Block(offset, track_block::kSize, &block);
+         offset += track_block::kSize) {
+      point = block.Byte(track_block::kPoint);
+      result = ApplyBlock(block, point);
     }
     return result;
   }
 
 private:
-  HRESULT TakeBlock(const ByteView& block, BYTE point) noexcept {
-    if (m_sheet != nullptr && (point == kPointEndOfList || point == kPointSessionEnd || point == kPointSession)) {
+  HRESULT ApplyBlock(const BlockView& block, BYTE point) noexcept {
+    const bool opens = point == track_block::kPointSession;
+    if (m_sheet != nullptr &&
+        (opens || point == track_block::kPointEndOfList || point == track_block::kPointSessionEnd)) {
       CloseSession();
     }
     HRESULT result = S_OK;
-    if (point == kPointSession || (point == kPointFirstTrack && m_sheet == nullptr)) {
+    if (opens || (point == track_block::kPointFirstTrack && m_sheet == nullptr)) {
       result = OpenSession(block);
     }
-    const bool isTrack = point != kPointEndOfList && point < kPointsEnd;
-    return SUCCEEDED(result) && isTrack ? TakeTrack(block, point) : result;
+    const bool isTrack = point != track_block::kPointEndOfList && point <= track_block::kPointLastTrack;
+    return SUCCEEDED(result) && isTrack ? ParseTrack(block, point) : result;
   }
 
-  HRESULT OpenSession(const ByteView& block) noexcept {
-    const UINT last = m_session < m_lastTracks.size() ? m_lastTracks[m_session] : 0;
-    if (last < m_base) {
+  HRESULT OpenSession(const BlockView& block) noexcept {
+    const UINT last = LastTrack();
+    if (last < m_tracksBefore) {
       return ZSE_BADIMAGE;
     }
-    BYTE format = 0;
-    block.Byte(10, &format);
-    const HRESULT result = AddSession(m_service, last - m_base, m_info, &m_sheet);
+    const HRESULT result = AddSession(m_service, last - m_tracksBefore, m_info, &m_sheet);
     if (SUCCEEDED(result)) {
-      m_sheet->ZSSESSIONFORMAT = static_cast<::ZSSESSIONFORMAT>(format);
-      m_before = nullptr;
+      m_sheet->ZSSESSIONFORMAT = static_cast<::ZSSESSIONFORMAT>(block.Byte(track_block::kSessionFormat));
+      m_trackBefore = nullptr;
     }
     return result;
   }
 
-  /// Only an open session closes, so its session number may have no block: then the next one counts from 0.
   void CloseSession() noexcept {
-    m_base = m_session < m_lastTracks.size() ? m_lastTracks[m_session] : 0;
+    m_tracksBefore = LastTrack();
     ++m_session;
     m_sheet = nullptr;
   }
 
-  HRESULT TakeTrack(const ByteView& block, BYTE point) noexcept {
-    if (m_sheet == nullptr || point <= m_base || point - m_base > m_sheet->nTracks) {
+  /// Number of the current session's last track; 0 for a session without a block.
+  UINT LastTrack() const noexcept { return m_session < m_lastTracks.size() ? m_lastTracks[m_session] : 0; }
+
+  HRESULT ParseTrack(const BlockView& block, UINT number) noexcept {
+    if (m_sheet == nullptr || number <= m_tracksBefore || number - m_tracksBefore > m_sheet->nTracks) {
       return ZSE_BADIMAGE;
     }
-    ZSTRACK* track = &m_sheet->pZSTracks[point - m_base - 1];
-    track->TNO = point - m_base;
-    ULONG lba = 0;
-    UHYPER position = 0;
-    block.Little32(36, &lba);
-    block.Little64(40, &position);
-    track->dwLBA = lba;
-    track->dwReserved64 = position;
-    TakeSectorSize(block, track);
-    if (!TakeMode(block, track)) {
+    ZSTRACK* track = &m_sheet->pZSTracks[number - m_tracksBefore - 1];
+    track->TNO = number - m_tracksBefore;
+    track->dwLBA = block.Little32(track_block::kLba);
+    track->dwReserved64 = block.Little64(track_block::kDataOffset);
+    ParseSectorSize(block, m_info, track);
+    if (!ParseMode(block, track)) {
       return ZSE_OUTOFRESOURCES;
     }
-    if (!(m_header.dvd ? TakeDvdLength(block, track) : TakeCdLengths(block, track))) {
+    if (m_header.isDvd) {
+      track->dwEndLBA = track->dwLBA + block.Little32(track_block::kDvdSectors);
+    } else if (!ParseCdLengths(block, track)) {
       return ZSE_FILENOTFOUND;
     }
-    m_before = track;
+    m_trackBefore = track;
     return S_OK;
   }
 
-  void TakeSectorSize(const ByteView& block, ZSTRACK* track) noexcept {
-    std::uint16_t sectorSize = 0;
-    block.Little16(16, &sectorSize);
-    SetBlockSize(track, sectorSize);
-    if (sectorSize == ZSFILEBLOCKSIZE_2448) {
-      m_info->lMask |= ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE;
-    }
-  }
-
-  /// False for a data track of a mode that is not known, after telling the user.
-  static bool TakeMode(const ByteView& block, ZSTRACK* track) noexcept {
-    BYTE mode = 0;
-    BYTE control = 0;
-    block.Byte(0, &mode);
-    block.Byte(2, &control);
-    track->Flags = FlagsOfControl(control);
-    if ((control & kControlData) == 0) {
-      track->Mode = ZSMODE_AUDIO;
-    } else if ((mode & 0x02) != 0) {
-      track->Mode = ZSMODE_1;
-    } else if ((mode & 0x04) != 0) {
-      track->Mode = ZSMODE_2;
-    } else {
-      // These very words: a host may look for them.
-      MessageBoxA("MDS", "Error", MB_ICONSTOP);
+  /// Sets pregap and end of a track of a CD. A track begins where the track before it ends, and its pregap is the
+  /// distance to its LBA; the pregap of the file counts only for a later track without a track before it.
+  bool ParseCdLengths(const BlockView& block, ZSTRACK* track) const noexcept {
+    BlockView lengths;
+    if (!m_description.Block(block.Little32(track_block::kLengthBlock), length_block::kSize, &lengths)) {
       return false;
     }
-    return true;
-  }
-
-  static bool TakeDvdLength(const ByteView& block, ZSTRACK* track) noexcept {
-    ULONG length = 0;
-    block.Little32(12, &length);
-    track->dwEndLBA = track->dwLBA + length;
-    return true;
-  }
-
-  /// A later track begins where the one before ends: what lies between is its pregap. The pregap that the file
-  /// gives counts only where there is no track before.
-  bool TakeCdLengths(const ByteView& block, ZSTRACK* track) const noexcept {
-    ULONG at = 0;
-    ULONG pregap = 0;
-    ULONG length = 0;
-    block.Little32(12, &at);
-    if (!m_description.Little32(at, &pregap) || !m_description.Little32(UHYPER{at} + 4, &length)) {
-      return false;
+    const bool isFirst = track == m_sheet->pZSTracks;
+    ULONG start = track->dwLBA;
+    if (!isFirst && m_trackBefore != nullptr) {
+      start = m_trackBefore->dwEndLBA;
+      track->Pregap = static_cast<LONG>(track->dwLBA - start);
+    } else if (!isFirst) {
+      track->Pregap = static_cast<LONG>(lengths.Little32(length_block::kPregap));
     }
-    const bool first = track == m_sheet->pZSTracks;
-    const bool follows = !first && m_before != nullptr;
-    const ULONG start = follows ? ULONG{m_before->dwEndLBA} : ULONG{track->dwLBA};
-    if (!first) {
-      track->Pregap = static_cast<LONG>(follows ? track->dwLBA - start : pregap);
-    }
-    track->dwEndLBA = start + length;
+    track->dwEndLBA = start + lengths.Little32(length_block::kSectors);
     return true;
   }
 
@@ -198,10 +220,10 @@ private:
   const Header m_header;
   zsimagefileinfo* m_info;
   const std::vector<BYTE> m_lastTracks;
-  std::size_t m_session = 0;         ///< Number of the session that is open, or opens next.
-  UINT m_base = 0;                   ///< Last track number of the sessions before.
-  ZSCUESHEET* m_sheet = nullptr;     ///< The open session; the record owns it.
-  const ZSTRACK* m_before = nullptr; ///< The track before, in the open session.
+  std::size_t m_session = 0;              ///< Index of the session that is open, or opens next.
+  UINT m_tracksBefore = 0;                ///< Last track number of the session before.
+  ZSCUESHEET* m_sheet = nullptr;          ///< The open session; the record owns it.
+  const ZSTRACK* m_trackBefore = nullptr; ///< The track before, in the open session.
 };
 
 } // namespace
@@ -219,11 +241,11 @@ HRESULT ReadMdsImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   }
   file.Close();
   Header header;
-  if (!ReadHeader(description, &header)) {
+  if (!ParseHeader(description, &header)) {
     return ZSE_BADIMAGE;
   }
-  const ByteView view(description.data(), description.size());
-  if (const HRESULT result = MdsSessions(service, view, header, info).TakeAll(); FAILED(result)) {
+  const HRESULT result = MdsSessions(service, ByteView(description), header, info).ParseTrackBlocks();
+  if (FAILED(result)) {
     return result;
   }
   info->dwSeekEnd64 = kToEndOfFile;

@@ -1,6 +1,9 @@
 /// @file
-/// Nero images: sectors, a block of tagged chunks that describe the disc, and a footer that points at the block.
-/// All numbers are big-endian. Track numbers run through the whole disc.
+/// Nero images: the sectors, a block of tagged chunks that describe the disc, and a footer that says where the block
+/// begins, in one file.
+///
+/// The tables below are the fields that are read, by their offsets. Numbers are big-endian. Track numbers run through
+/// the whole disc.
 
 #include <algorithm>
 #include <array>
@@ -23,90 +26,139 @@ constexpr ULONG Tag(const char (&text)[5]) noexcept {
   return tag;
 }
 
-constexpr ULONG kTagSessionInfo = Tag("SINF");
-constexpr ULONG kTagCueEntries = Tag("CUEX");
-constexpr ULONG kTagDiscAtOnce = Tag("DAOX");
-constexpr ULONG kTagCDText = Tag("CDTX");
-constexpr ULONG kTagTrackAtOnce = Tag("ETN2");
+/// The last 12 bytes of the file, in one of two forms.
+namespace footer {
+constexpr std::size_t kLongTag = 0;     // "NER5"
+constexpr std::size_t kLongOffset = 4;  // 64 bits.
+constexpr std::size_t kShortTag = 4;    // "NERO"
+constexpr std::size_t kShortOffset = 8; // 32 bits.
+constexpr std::size_t kSize = 12;
+} // namespace footer
 
-constexpr DWORD kFooterSize = 12;
+namespace chunk {
+constexpr std::size_t kTag = 0;    // 32 bits: four letters.
+constexpr std::size_t kLength = 4; // 32 bits: bytes of the payload, which follows.
+constexpr std::size_t kHeadSize = 8;
+constexpr ULONG kSessionInfo = Tag("SINF"); // The number of a session's tracks, in the order of the sessions.
+constexpr ULONG kCueEntries = Tag("CUEX");  // The positions of a session.
+constexpr ULONG kDiscAtOnce = Tag("DAOX");  // The tracks of the session before.
+constexpr ULONG kTrackAtOnce = Tag("ETN2"); // The tracks of all sessions.
+constexpr ULONG kCDText = Tag("CDTX");      // CD-Text packs.
+} // namespace chunk
 
-constexpr BYTE kLeadIn = 0;
+namespace session_info {
+constexpr std::size_t kTrackCount = 0; // 32 bits.
+constexpr std::size_t kSize = 4;
+} // namespace session_info
+
+namespace cue_entry {
+constexpr std::size_t kControl = 0; // 8 bits: control bits of the sub-channel Q in the upper half.
+constexpr std::size_t kTrack = 1;   // 8 bits.
+constexpr std::size_t kIndex = 2;   // 8 bits.
+constexpr std::size_t kLba = 4;     // 32 bits, signed.
+constexpr std::size_t kSize = 8;
+constexpr BYTE kLeadIn = 0; // As a track.
 constexpr BYTE kLeadOut = 0xAA;
+} // namespace cue_entry
 
-/// Finds the position of the chunk block by either form of footer.
-bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockPosition) noexcept {
-  // A file may be shorter than a footer of the longer form; the missing start then matches nothing.
-  std::array<BYTE, kFooterSize> bytes{};
-  const auto count = static_cast<DWORD>(std::min<UHYPER>(fileSize, kFooterSize));
+namespace disc_at_once {
+constexpr std::size_t kCatalogue = 4; // 13 letters.
+constexpr std::size_t kCatalogueSize = 13;
+constexpr std::size_t kFirstTrack = 20; // 8 bits.
+constexpr std::size_t kLastTrack = 21;  // 8 bits.
+constexpr std::size_t kSize = 22;       // The records of the tracks follow.
+} // namespace disc_at_once
+
+namespace track_record {
+constexpr std::size_t kIsrc = 0; // 12 letters.
+constexpr std::size_t kIsrcSize = 12;
+constexpr std::size_t kSectorSize = 12; // 16 bits.
+constexpr std::size_t kMode = 14;       // 8 bits.
+constexpr std::size_t kSize = 42;
+constexpr BYTE kAudio = 7; // As a mode.
+} // namespace track_record
+
+namespace track_at_once {
+constexpr std::size_t kLength = 8; // 64 bits: bytes of the track.
+constexpr std::size_t kMode = 16;  // 32 bits.
+constexpr std::size_t kLba = 20;   // 32 bits.
+constexpr std::size_t kSize = 32;
+} // namespace track_at_once
+
+/// Finds the offset of the chunk block by either form of footer.
+bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockOffset) noexcept {
+  // A file may be shorter than the longer form. Its missing start is 0 and matches no tag.
+  std::array<BYTE, footer::kSize> bytes{};
+  const auto count = static_cast<DWORD>(std::min<UHYPER>(fileSize, bytes.size()));
   if (file->Seek64(static_cast<std::int64_t>(fileSize - count), FILE_BEGIN) == kSeekFailed ||
-      !file->Read(bytes.data() + (kFooterSize - count), count)) {
+      !file->Read(bytes.data() + (bytes.size() - count), count)) {
     return false;
   }
-  const ByteView footer(bytes);
-  ULONG position = 0;
-  if (footer.HasText(4, "NERO") && footer.Big32(8, &position)) {
-    *blockPosition = position;
+  const ByteView view(bytes);
+  const BlockView block(bytes);
+  if (view.HasText(footer::kShortTag, "NERO")) {
+    *blockOffset = block.Big32(footer::kShortOffset);
     return true;
   }
-  return footer.HasText(0, "NER5") && footer.Big64(4, blockPosition);
+  *blockOffset = block.Big64(footer::kLongOffset);
+  return view.HasText(footer::kLongTag, "NER5");
 }
 
-/// Loads all from a position to the end of the file. A position that cannot be one gives no bytes.
-bool LoadBlock(CZSFile* file, UHYPER position, UHYPER fileSize, std::string* block) noexcept {
-  if (position >= fileSize || fileSize - position > kMaxDescriptionSize) {
+/// Loads all from an offset to the end of the file. An offset that makes no sense yields no bytes.
+bool LoadBlock(CZSFile* file, UHYPER offset, UHYPER fileSize, std::string* block) noexcept {
+  if (offset >= fileSize || fileSize - offset > kMaxDescriptionSize) {
     return true;
   }
-  return file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed &&
+  return file->Seek64(static_cast<std::int64_t>(offset), FILE_BEGIN) != kSeekFailed &&
          ReadToEnd(file->Handle(), kMaxDescriptionSize, block);
 }
 
 struct Chunk {
   ULONG tag = 0;
-  UHYPER position = 0; ///< Of the payload, in the block.
-  ByteView payload;    ///< What the block holds of it.
+  UHYPER offset = 0; ///< Of the payload, in the block.
+  ByteView payload;  ///< As far as the block has it.
 };
 
-/// Goes from chunk to chunk.
+/// Walks from chunk to chunk.
 class ChunkWalk {
 public:
   explicit ChunkWalk(ByteView block) noexcept : m_block(block) {}
 
-  bool Next(Chunk* chunk) noexcept {
-    ULONG length = 0;
-    if (!m_block.Big32(m_position, &chunk->tag) || !m_block.Big32(m_position + 4, &length) || EndsWalk(chunk->tag)) {
+  bool Next(Chunk* next) noexcept {
+    BlockView head;
+    if (!m_block.Block(m_offset, chunk::kHeadSize, &head)) {
       return false;
     }
-    chunk->position = m_position + 8;
-    chunk->payload = m_block.Part(chunk->position, length);
-    m_position = chunk->position + length;
-    return true;
+    const ULONG length = head.Big32(chunk::kLength);
+    next->tag = head.Big32(chunk::kTag);
+    next->offset = m_offset + chunk::kHeadSize;
+    next->payload = m_block.Part(next->offset, length);
+    m_offset = next->offset + length;
+    return next->tag != Tag("END!") && next->tag != Tag("NER5") && next->tag != Tag("NERO");
   }
 
 private:
-  static bool EndsWalk(ULONG tag) noexcept { return tag == Tag("END!") || tag == Tag("NER5") || tag == Tag("NERO"); }
-
   ByteView m_block;
-  UHYPER m_position = 0;
+  UHYPER m_offset = 0;
 };
 
-/// How many tracks each session has, in the order of the sessions. The counts may stand behind the chunks that
-/// need them, so they are collected first.
+/// Collects the number of tracks of each session. The counts may follow the chunks that need them.
 HRESULT CountTracks(ByteView block, std::vector<ULONG>* trackCounts) {
-  Chunk chunk;
-  for (ChunkWalk walk(block); walk.Next(&chunk);) {
-    ULONG count = 0;
-    if (chunk.tag == kTagSessionInfo) {
-      if (!chunk.payload.Big32(0, &count)) {
-        return ZSE_BADIMAGE;
-      }
-      trackCounts->push_back(count);
+  Chunk next;
+  for (ChunkWalk walk(block); walk.Next(&next);) {
+    BlockView info;
+    if (next.tag != chunk::kSessionInfo) {
+      continue;
     }
+    if (!next.payload.Block(0, session_info::kSize, &info)) {
+      return ZSE_BADIMAGE;
+    }
+    trackCounts->push_back(info.Big32(session_info::kTrackCount));
   }
   return S_OK;
 }
 
-/// Applies a mode of the file to a track. A mode that is not known changes nothing.
+/// Applies a mode of the file to a track. An unknown mode changes nothing.
 void ApplyMode(ULONG mode, ZSCUESHEET* sheet, ZSTRACK* track) noexcept {
   switch (mode) {
   case 0:
@@ -115,14 +167,14 @@ void ApplyMode(ULONG mode, ZSCUESHEET* sheet, ZSTRACK* track) noexcept {
   case 3:
   case 6:
     return SetMode(sheet, track, ZSMODE_2);
-  case 7:
+  case track_record::kAudio:
     return SetMode(sheet, track, ZSMODE_AUDIO);
   default:
     return;
   }
 }
 
-/// Sector size that a mode implies where the file gives none; 0 for a mode that is not known.
+/// Returns the sector size that a mode implies if the file has none; 0 for an unknown mode.
 ULONG SectorSizeOfMode(ULONG mode) noexcept {
   switch (mode) {
   case 0:
@@ -130,8 +182,8 @@ ULONG SectorSizeOfMode(ULONG mode) noexcept {
     return 2048;
   case 3:
     return 2336;
-  case 6: // Mode 2 with all of its sector, as audio.
-  case 7:
+  case 6: // Mode 2 as raw sectors.
+  case track_record::kAudio:
     return 2352;
   default:
     return 0;
@@ -139,20 +191,26 @@ ULONG SectorSizeOfMode(ULONG mode) noexcept {
 }
 
 struct CueEntry {
-  BYTE control = 0; ///< Control bits in the upper half.
+  BYTE control = 0;
   BYTE track = 0;
   BYTE index = 0;
   ULONG lba = 0;
 };
 
-bool ReadCueEntry(const ByteView& entries, UHYPER number, CueEntry* entry) noexcept {
-  const UHYPER at = number * 8;
-  return entries.Byte(at, &entry->control) && entries.Byte(at + 1, &entry->track) &&
-         entries.Byte(at + 2, &entry->index) && entries.Big32(at + 4, &entry->lba);
+bool ParseCueEntry(const ByteView& entries, UHYPER number, CueEntry* entry) noexcept {
+  BlockView block;
+  if (!entries.Block(number * cue_entry::kSize, cue_entry::kSize, &block)) {
+    return false;
+  }
+  entry->control = block.Byte(cue_entry::kControl);
+  entry->track = block.Byte(cue_entry::kTrack);
+  entry->index = block.Byte(cue_entry::kIndex);
+  entry->lba = block.Big32(cue_entry::kLba);
+  return true;
 }
 
-/// Stores an index position. Index numbers that the file leaves out are absent, and so is an index that the next
-/// one leaves no sector. Without room for it the track goes without the index.
+/// Stores the position of an index. Index numbers that the file leaves out are absent, and so is an index that has no
+/// sector before the next one. Without memory for it the track lacks the index.
 void StoreIndex(ZSTRACK* track, BYTE index, ULONG lba) noexcept {
   const UINT count = track->nCountIndex;
   if (count != 0 && track->pdwIndex[count - 1] == lba) {
@@ -171,16 +229,16 @@ public:
   NrgSessions(IZSCueSheet* service, const std::vector<ULONG>& trackCounts, zsimagefileinfo* info) noexcept
       : m_service(service), m_trackCounts(trackCounts), m_info(info) {}
 
-  HRESULT Take(const Chunk& chunk, std::string* block) {
-    switch (chunk.tag) {
-    case kTagCueEntries:
-      return AddCueSession(chunk.payload);
-    case kTagDiscAtOnce:
-      return CompleteSession(chunk.payload);
-    case kTagTrackAtOnce:
-      return AddTrackAtOnceSessions(chunk.payload);
-    case kTagCDText:
-      DecodeText(chunk, block);
+  HRESULT ApplyChunk(const Chunk& next, std::string* block) {
+    switch (next.tag) {
+    case chunk::kCueEntries:
+      return AppendCueSession(next.payload);
+    case chunk::kDiscAtOnce:
+      return CompleteSession(next.payload);
+    case chunk::kTrackAtOnce:
+      return AppendTrackAtOnceSessions(next.payload);
+    case chunk::kCDText:
+      DecodeText(next, block);
       return S_OK;
     default:
       return S_OK;
@@ -188,49 +246,49 @@ public:
   }
 
 private:
-  HRESULT AddCueSession(const ByteView& entries) {
-    const UHYPER base = NextBase();
-    const UHYPER entryCount = entries.Size() / 8;
-    CueEntry last; // The last of the last track: the lead-out stands behind it.
-    if (entryCount < 2 || !ReadCueEntry(entries, entryCount - 2, &last) || last.track < base) {
+  HRESULT AppendCueSession(const ByteView& entries) {
+    const UHYPER tracksBefore = NextTracksBefore();
+    const UHYPER entryCount = entries.Size() / cue_entry::kSize;
+    CueEntry last; // Of the last track: the lead-out follows it.
+    if (entryCount < 2 || !ParseCueEntry(entries, entryCount - 2, &last) || last.track < tracksBefore) {
       return ZSE_BADIMAGE;
     }
     ZSCUESHEET* sheet = nullptr;
-    const HRESULT result = AddSession(m_service, static_cast<UINT>(last.track - base), m_info, &sheet);
-    return FAILED(result) ? result : TakeCueEntries(entries, base, sheet);
+    const HRESULT result = AddSession(m_service, static_cast<UINT>(last.track - tracksBefore), m_info, &sheet);
+    return FAILED(result) ? result : ParseCueEntries(entries, tracksBefore, sheet);
   }
 
-  /// Number of the tracks before the next session of cue entries.
-  UHYPER NextBase() noexcept {
-    const UHYPER base = m_base;
+  /// Returns the number of tracks before the next session of cue entries.
+  UHYPER NextTracksBefore() noexcept {
+    const UHYPER before = m_tracksBefore;
     if (m_cueSessions < m_trackCounts.size()) {
-      m_base += m_trackCounts[m_cueSessions];
+      m_tracksBefore += m_trackCounts[m_cueSessions];
     }
     ++m_cueSessions;
-    return base;
+    return before;
   }
 
-  static HRESULT TakeCueEntries(const ByteView& entries, UHYPER base, ZSCUESHEET* sheet) noexcept {
+  static HRESULT ParseCueEntries(const ByteView& entries, UHYPER tracksBefore, ZSCUESHEET* sheet) noexcept {
     CueEntry entry;
     CueEntry before;
-    for (UHYPER i = 0; ReadCueEntry(entries, i, &entry) && entry.track != kLeadOut; before = entry, ++i) {
-      if (entry.track == kLeadIn) {
+    for (UHYPER i = 0; ParseCueEntry(entries, i, &entry) && entry.track != cue_entry::kLeadOut; before = entry, ++i) {
+      if (entry.track == cue_entry::kLeadIn) {
         continue;
       }
       CueEntry next;
-      const bool inSession = entry.track > base && entry.track - base <= sheet->nTracks;
-      const bool needsBefore = entry.track != 1 && entry.index == 1;
-      if (!inSession || (needsBefore && i == 0) || !ReadCueEntry(entries, i + 1, &next)) {
+      const bool inSession = entry.track > tracksBefore && entry.track - tracksBefore <= sheet->nTracks;
+      const bool hasPregap = entry.track != 1 && entry.index == 1;
+      if (!inSession || (hasPregap && i == 0) || !ParseCueEntry(entries, i + 1, &next)) {
         return ZSE_BADIMAGE;
       }
-      const auto number = static_cast<UINT>(entry.track - base);
+      const auto number = static_cast<UINT>(entry.track - tracksBefore);
       ZSTRACK* track = &sheet->pZSTracks[number - 1];
       track->TNO = number;
       StoreIndex(track, entry.index, entry.lba);
-      if (needsBefore) {
+      if (hasPregap) {
         track->Pregap = static_cast<LONG>(entry.lba - before.lba);
       }
-      TakeControl(entry.control >> 4, track);
+      ApplyControl(static_cast<BYTE>(entry.control >> 4), track);
       if (entry.index == 1) {
         track->dwLBA = entry.lba;
       }
@@ -239,63 +297,64 @@ private:
     return S_OK;
   }
 
-  /// Data tracks get no flags.
-  static void TakeControl(int control, ZSTRACK* track) noexcept {
+  /// Sets the flags of an audio track. Data tracks get none.
+  static void ApplyControl(BYTE control, ZSTRACK* track) noexcept {
     if ((control & kControlData) == 0) {
-      track->Flags |= FlagsOfControl(static_cast<BYTE>(control));
+      track->Flags |= FlagsOfControl(control);
     }
   }
 
+  /// Completes the tracks of the newest session.
   HRESULT CompleteSession(const ByteView& payload) {
     if (m_info->nSessions == 0) {
       return S_OK;
     }
     ZSCUESHEET* sheet = m_info->pZSCueSheet[m_info->nSessions - 1];
-    BYTE first = 0;
-    BYTE last = 0;
-    if (!payload.Byte(20, &first) || !payload.Byte(21, &last)) {
+    BlockView head;
+    if (!payload.Block(0, disc_at_once::kSize, &head)) {
       return ZSE_BADIMAGE;
     }
-    if (const std::string_view catalogue = payload.Text(4, 13); !catalogue.empty()) {
-      const UniqueBstr old(sheet->ZSCDTEXT.bstrMCN);
-      sheet->ZSCDTEXT.bstrMCN = nullptr;
-      sheet->ZSCDTEXT.bstrMCN = NewBstr(catalogue);
+    const std::string_view catalogue = head.Text(disc_at_once::kCatalogue, disc_at_once::kCatalogueSize);
+    if (!catalogue.empty()) {
+      const BSTR number = NewBstr(catalogue);
+      SysFreeString(sheet->ZSCDTEXT.bstrMCN);
+      sheet->ZSCDTEXT.bstrMCN = number;
     }
+    const UINT first = head.Byte(disc_at_once::kFirstTrack);
+    const UINT last = head.Byte(disc_at_once::kLastTrack);
     for (UINT number = first; number <= last; ++number) {
-      const UINT place = number - first;
-      const UHYPER at = 22 + UHYPER{42} * place;
-      if (place >= sheet->nTracks || !payload.Holds(at, 42)) {
+      const UINT index = number - first;
+      BlockView record;
+      if (index >= sheet->nTracks ||
+          !payload.Block(disc_at_once::kSize + index * track_record::kSize, track_record::kSize, &record)) {
         return ZSE_BADIMAGE;
       }
-      CompleteTrack(payload.Part(at, 42), number, sheet, &sheet->pZSTracks[place]);
+      CompleteTrack(record, number, sheet, &sheet->pZSTracks[index]);
     }
     return S_OK;
   }
 
-  void CompleteTrack(const ByteView& record, UINT number, ZSCUESHEET* sheet, ZSTRACK* track) {
-    constexpr BYTE kAudio = 7;
-    std::uint16_t sectorSize = 0;
-    BYTE mode = 0;
-    record.Big16(12, &sectorSize);
-    record.Byte(14, &mode);
+  void CompleteTrack(const BlockView& record, UINT number, ZSCUESHEET* sheet, ZSTRACK* track) {
+    const USHORT sectorSize = record.Big16(track_record::kSectorSize);
+    const BYTE mode = record.Byte(track_record::kMode);
     SetBlockSize(track, sectorSize);
     if (number == 1) {
-      m_info->dwSeekBegin64 = UHYPER{kPause} * sectorSize; // The pause before LBA 0 is in the file.
+      m_info->dwSeekBegin64 = UHYPER{kPause} * sectorSize; // The file has the pause before LBA 0.
     }
     ApplyMode(mode, sheet, track);
-    if (const std::string_view isrc = record.Text(0, 12); mode == kAudio && !isrc.empty()) {
-      const UniqueBstr old(track->bstrISRC);
-      track->bstrISRC = nullptr;
-      track->bstrISRC = NewBstr(isrc);
+    const std::string_view isrc = record.Text(track_record::kIsrc, track_record::kIsrcSize);
+    if (mode == track_record::kAudio && !isrc.empty()) {
+      const BSTR code = NewBstr(isrc);
+      SysFreeString(track->bstrISRC);
+      track->bstrISRC = code;
     }
   }
 
-  HRESULT AddTrackAtOnceSessions(const ByteView& payload) noexcept {
-    constexpr UHYPER kRecordSize = 32;
-    const UHYPER recordCount = payload.Size() / kRecordSize;
-    UHYPER record = 0;
+  HRESULT AppendTrackAtOnceSessions(const ByteView& payload) noexcept {
+    const UHYPER recordCount = payload.Size() / track_at_once::kSize;
+    UHYPER next = 0;
     for (const ULONG trackCount : m_trackCounts) {
-      if (trackCount > recordCount - record) {
+      if (trackCount > recordCount - next) {
         return ZSE_BADIMAGE;
       }
       ZSCUESHEET* sheet = nullptr;
@@ -304,38 +363,36 @@ private:
       }
       m_info->lMask |= ZSIMAGEMASK_TRACKATONCE;
       m_info->dwSeekBegin64 = 0;
-      UHYPER position = 0;
-      for (UINT place = 0; place < trackCount; ++place, ++record) {
-        TakeTrackAtOnce(payload.Part(record * kRecordSize, kRecordSize), place, sheet, &position);
+      UHYPER offset = 0;
+      for (UINT i = 0; i < trackCount; ++i, ++next) {
+        BlockView record;
+        payload.Block(next * track_at_once::kSize, track_at_once::kSize, &record);
+        ParseTrackAtOnce(record, i + 1, sheet, &offset);
       }
     }
     return S_OK;
   }
 
-  /// @param position Where the track stands in the file, its session from 0; moves behind the track.
-  static void TakeTrackAtOnce(const ByteView& record, UINT place, ZSCUESHEET* sheet, UHYPER* position) noexcept {
-    UHYPER length = 0;
-    ULONG mode = 0;
-    ULONG lba = 0;
-    record.Big64(8, &length);
-    record.Big32(16, &mode);
-    record.Big32(20, &lba);
-    ZSTRACK* track = &sheet->pZSTracks[place];
-    track->TNO = place + 1;
-    ApplyMode(mode, sheet, track);
+  /// @param offset Byte offset of the track in the file, from the start of its session; moves to the end of the track.
+  static void ParseTrackAtOnce(const BlockView& record, UINT number, ZSCUESHEET* sheet, UHYPER* offset) noexcept {
+    const UHYPER length = record.Big64(track_at_once::kLength);
+    const ULONG mode = record.Big32(track_at_once::kMode);
     const ULONG sectorSize = SectorSizeOfMode(mode);
-    SetBlockSize(track, sectorSize);
     const UHYPER sectors = sectorSize == 0 ? length : length / sectorSize;
-    track->dwLBA = lba;
-    track->dwEndLBA = static_cast<ULONG>(lba + sectors);
-    track->dwReserved64 = *position;
-    *position += sectors * sectorSize;
+    ZSTRACK* track = &sheet->pZSTracks[number - 1];
+    track->TNO = number;
+    ApplyMode(mode, sheet, track);
+    SetBlockSize(track, sectorSize);
+    track->dwLBA = record.Big32(track_at_once::kLba);
+    track->dwEndLBA = static_cast<ULONG>(track->dwLBA + sectors);
+    track->dwReserved64 = *offset;
+    *offset += sectors * sectorSize;
   }
 
-  void DecodeText(const Chunk& chunk, std::string* block) noexcept {
-    if (chunk.payload.Size() != 0 && m_info->nSessions != 0) {
-      DecodeCDTextPacks(reinterpret_cast<BYTE*>(block->data()) + chunk.position, chunk.payload.Size(),
-                        m_info->pZSCueSheet[0]);
+  void DecodeText(const Chunk& next, std::string* block) noexcept {
+    if (next.payload.Size() != 0 && m_info->nSessions != 0) {
+      BYTE* packs = reinterpret_cast<BYTE*>(block->data()) + next.offset;
+      DecodeCDTextPacks(packs, next.payload.Size(), m_info->pZSCueSheet[0]);
       m_info->lMask |= ZSIMAGEMASK_CDTEXT;
     }
   }
@@ -344,17 +401,17 @@ private:
   const std::vector<ULONG>& m_trackCounts;
   zsimagefileinfo* m_info;
   std::size_t m_cueSessions = 0;
-  UHYPER m_base = 0;
+  UHYPER m_tracksBefore = 0;
 };
 
 HRESULT BuildSessions(IZSCueSheet* service, std::string* block, zsimagefileinfo* info) {
-  const ByteView view(block->data(), block->size());
+  const ByteView view(*block);
   std::vector<ULONG> trackCounts;
   HRESULT result = CountTracks(view, &trackCounts);
   NrgSessions sessions(service, trackCounts, info);
-  Chunk chunk;
-  for (ChunkWalk walk(view); SUCCEEDED(result) && walk.Next(&chunk);) {
-    result = sessions.Take(chunk, block);
+  Chunk next;
+  for (ChunkWalk walk(view); SUCCEEDED(result) && walk.Next(&next);) {
+    result = sessions.ApplyChunk(next, block);
   }
   return result;
 }
@@ -362,18 +419,18 @@ HRESULT BuildSessions(IZSCueSheet* service, std::string* block, zsimagefileinfo*
 } // namespace
 
 HRESULT ReadNrgImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
-  CZSFindFile find;
   CZSFile file;
-  if (!find.FindFile(path) || !file.OpenForReading(path)) {
+  UHYPER fileSize = 0;
+  if (!file.OpenForReading(path) || !file.Size(&fileSize)) {
     return ZSE_FILENOTFOUND;
   }
-  UHYPER blockPosition = 0;
-  if (!ReadFooter(&file, find.GetFileSize(), &blockPosition)) {
+  UHYPER blockOffset = 0;
+  if (!ReadFooter(&file, fileSize, &blockOffset)) {
     return ZSE_BADIMAGE;
   }
-  info->dwSeekEnd64 = blockPosition;
+  info->dwSeekEnd64 = blockOffset;
   std::string block;
-  if (!LoadBlock(&file, blockPosition, find.GetFileSize(), &block)) {
+  if (!LoadBlock(&file, blockOffset, fileSize, &block)) {
     return LoadFailure();
   }
   file.Close();

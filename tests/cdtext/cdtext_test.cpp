@@ -224,7 +224,7 @@ TEST(CDTextEncoder, SpreadsPacksOverTheSubChannel) {
     CZSCDTextEncoder encoder;
     std::vector<BYTE> spread;
     EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), false, &spread));
-    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), true, &spread)) << "which does not build the packs again";
+    EXPECT_TRUE(encoder.EncodePacks(*sheet.Get(), true, &spread));
     EXPECT_EQ(sheet.Encode(VARIANT_TRUE), std::string(spread.begin(), spread.end()));
     ASSERT_EQ(groups * 96, spread.size()) << textPacks;
     EXPECT_EQ((plain + plain + plain + plain).substr(0, groups * 72), Gather(spread)) << textPacks;

@@ -41,7 +41,7 @@ for host in "$work"/{g++/disc_host,clang++/disc_host,slot_host}; do
   "$zsimage" extract "$image" --session 1 --track 2 -o "$work/expected"
   "$host" "$image" 2 "$work/track"
   cmp "$work/track" "$work/expected"
-  rm "$work/track"
+  rm "$work/track" "$work/expected"
   "$zsimage" unregister >/dev/null
   "$host" "$image" >/dev/null 2>"$work/message" && fail "$host reads without registration"
   grep -q 'registered?' "$work/message" || fail "$host says: $(cat "$work/message")"
