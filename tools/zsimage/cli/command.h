@@ -26,14 +26,12 @@ public:
 
   Command(const std::string& name, const std::string& words);
 
-  /// Adds a command below this one.
   Command& Add(const std::string& name, const std::string& words);
   void AddSection(const std::string& heading, std::vector<Entry> entries);
   void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
 
   /// Adds the argument IMAGE. Failures are reported as those of the image.
   void AddImage(std::string* path);
-  /// Adds several of them.
   void AddImages(std::vector<std::string>* paths);
   /// Adds an option or argument that names a file or folder, and refuses the empty name of an unset variable in a
   /// script.
@@ -60,7 +58,6 @@ private:
   const bool* m_json = nullptr;
 };
 
-/// Whether an option needs a value.
 inline bool HasValue(const CLI::Option& option) { return !option.get_type_name().empty(); }
 /// Returns the names of an option, dashes included, the long one last.
 std::vector<std::string> NamesOf(const CLI::Option& option);

@@ -8,7 +8,7 @@
 #include "commands/commands.h"
 #include "files/output_file.h"
 #include "image/disc_words.h"
-#include "image/partial_image.h"
+#include "image/explain.h"
 #include "image/sector_run.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
@@ -26,7 +26,6 @@ struct ExtractOptions {
   bool force = false;
 };
 
-/// One track and the file that it is saved to.
 struct Job {
   unsigned session; ///< From 1, as the track.
   unsigned track;
@@ -34,7 +33,6 @@ struct Job {
   std::string target;
 };
 
-/// Lists the track that is asked for, or all.
 std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
   const unsigned first = std::max(options.session, 1U);
