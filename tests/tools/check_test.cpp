@@ -104,7 +104,7 @@ TEST_F(CheckTool, RemarksOfSeveralTracksAreShownOnce) {
   ExpectShown("info many.cue",
               "  20  cut off, 10 sectors missing\n        1      3  audio   2352  00:02:40      40         -"
               "        -  cut off, 10 sectors missing\n");
-  ExpectShown("check many.cue", "4 faults, 30 of 40 sectors looked at");
+  ExpectShown("check many.cue", "4 faults, 30 of 40 sectors checked");
   ExpectShown("check many.cue", "fault  session 1, track 2 and 1 other: cut off, 10 sectors missing");
   ExpectShown("map many.cue -o -", "audio, cut off, 10 sectors missing</text>");
   EXPECT_EQ(1, RunTool(folder, "extract many.cue --track 3 -o x").status);

@@ -1,0 +1,281 @@
+#include "checks/disc_check.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "checks/code_check.h"
+#include "checks/pack_file.h"
+#include "checks/sector_check.h"
+#include "disc/msf.h"
+#include "files/input_file.h"
+#include "files/paths.h"
+#include "image/disc_words.h"
+#include "image/explain.h"
+#include "image/sector_run.h"
+#include "output/failure.h"
+#include "output/interrupt.h"
+
+namespace {
+
+constexpr ULONG kSampleRuns = 32; ///< Runs of a track that are checked.
+constexpr ULONG kRunSectors = 16;
+constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
+constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
+constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< The times of CDs end here; longer images are not CDs.
+constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks at the end of such a recording.
+
+/// Returns the position of a track's pregap in the data file.
+std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
+  return std::int64_t{FilePosition(info, track)} - track.Pregap;
+}
+
+void CheckIndexes(const ZSTRACK& track, Findings* findings) {
+  LONG last = -kFramesPerMinute * 100; // Positions in the pause before the disc are negative.
+  unsigned lastIndex = 0;
+  for (BYTE i = 0; track.pdwIndex != nullptr && i < track.nCountIndex; ++i) {
+    if (track.pdwIndex[i] == kNoIndex) {
+      continue;
+    }
+    const auto position = static_cast<LONG>(track.pdwIndex[i]);
+    if (position < last) {
+      findings->AddFault("index", "index {} is before index {}", i, lastIndex);
+    }
+    last = position;
+    lastIndex = i;
+  }
+}
+
+void CheckLength(const ZSTRACK& track, const TrackExtent& extent, Findings* findings) {
+  if (extent.missing != 0) {
+    findings->AddFault("missing", "{}", CutOffWords(extent.missing));
+  } else if (extent.sectors == 0 && extent.blockSize != 0) {
+    findings->AddFault("length", "it has no sectors: its end is not after its start");
+  }
+  if (extent.sectors != 0 && track.Mode == ZSMODE_AUDIO && extent.sectors < kShortestTrack) {
+    findings->AddRemark("length", "shorter than the 4 seconds that a track must have");
+  }
+}
+
+/// Returns the parts of a track that are checked: all of it, or a sample from its first to its last sector.
+std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
+  if (full || track.sectors <= kSampleRuns * kRunSectors) {
+    return {track};
+  }
+  std::vector<SectorRun> runs;
+  for (ULONG i = 0; i < kSampleRuns; ++i) {
+    const UHYPER first = UHYPER{track.sectors - kRunSectors} * i / (kSampleRuns - 1);
+    SectorRun run = track;
+    run.begin += first * track.blockSize;
+    run.sectors = kRunSectors;
+    runs.push_back(run);
+  }
+  return runs;
+}
+
+class Checker {
+public:
+  Checker(const Host& host, const ImageRecord& image, bool full)
+      : m_host(host), m_image(image), m_info(image.Info()), m_dataFile(image.DataFile()), m_full(full) {}
+
+  DiscReport Run() {
+    CheckTracks();
+    CheckLengthOfDisc();
+    CheckDataFile();
+    CheckSectors();
+    CheckVolume();
+    CheckText();
+    return std::move(m_report);
+  }
+
+private:
+  /// The sectors of a track that are in the data file.
+  struct Work {
+    std::size_t report; ///< Index of the track's report.
+    ZSMODETYPE mode;
+    ULONG lba; ///< Of the first sector.
+    SectorRun run;
+  };
+
+  void CheckTracks() {
+    const ZSTRACK* previous = nullptr;
+    for (unsigned session = 1; session <= m_info.nSessions; ++session) {
+      unsigned number = 0;
+      m_image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
+        TrackReport report{session, ++number, ModeWords(track.Mode), extent.sectors, 0, false, {}};
+        if (previous != nullptr) {
+          CompareTracks(*previous, track, &report);
+        }
+        CheckIndexes(track, &report.findings);
+        CheckLength(track, extent, &report.findings);
+        CheckIsrc(Narrow(track.bstrISRC), &report.findings);
+        PlanSectors(track, extent, &report);
+        m_report.tracks.push_back(std::move(report));
+        previous = &track;
+      });
+    }
+    m_discEnd = previous == nullptr ? 0 : ULONG{previous->dwEndLBA};
+  }
+
+  /// Compares the end of a track with the start of the next, of which `report` is.
+  void CompareTracks(const ZSTRACK& previous, const ZSTRACK& track, TrackReport* report) const {
+    const std::int64_t start = StartOf(m_info, track);
+    const std::int64_t gap = start - previous.dwEndLBA - std::max(LONG{previous.Postgap}, 0);
+    const std::int64_t allowed = (m_info.lMask & ZSIMAGEMASK_TRACKATONCE) != 0 ? kTrackAtOnceGap : 0;
+    const TrackReport& last = m_report.tracks.back();
+    const bool isOneSession = last.session == report->session;
+    if (start < previous.dwEndLBA) {
+      const std::string name = isOneSession ? "" : fmt::format(" of session {}", last.session);
+      report->findings.AddFault("overlap", "overlaps track {}{} by {}", last.number, name,
+                                Counted(static_cast<UHYPER>(previous.dwEndLBA - start), "sector"));
+    } else if (isOneSession && gap > allowed) {
+      report->findings.AddFault("gap", "a gap of {} before it belongs to no track",
+                                Counted(static_cast<UHYPER>(gap), "sector"));
+    }
+  }
+
+  void PlanSectors(const ZSTRACK& track, const TrackExtent& extent, TrackReport* report) {
+    if (extent.blockSize == 0) {
+      report->findings.AddFault("block-size", "{}", SizelessWords(m_host, m_image));
+      return;
+    }
+    m_end = std::max(m_end, extent.End());
+    m_lastSize = extent.blockSize;
+    const SectorCheck check(track.Mode, extent.blockSize);
+    const ULONG sectors = extent.sectors - std::min(extent.missing, extent.sectors);
+    report->canBeChecked = check.HasWork();
+    if (check.HasWork() && sectors != 0) {
+      m_work.push_back({m_report.tracks.size(),
+                        track.Mode,
+                        track.dwLBA,
+                        {extent.begin, sectors, extent.blockSize, 0, std::min(extent.blockSize, check.Size())}});
+    }
+  }
+
+  void CheckLengthOfDisc() {
+    if (m_report.tracks.empty()) {
+      m_report.findings.AddFault("length", "the image has no tracks");
+    } else if (m_discEnd > kUsualDisc && m_discEnd < kLongestDisc) {
+      m_report.findings.AddRemark("length", "plays {}, and usual discs hold 80 minutes", Duration(m_discEnd));
+    }
+  }
+
+  void CheckDataFile() {
+    const std::string type = SoundFileType(m_dataFile);
+    if (!type.empty() && m_info.dwSeekBegin64 == 0) {
+      m_report.findings.AddFault(
+          "sound",
+          "the data file is a sound file ({}) that is read as raw samples; convert it to 16 bits, "
+          "stereo, 44.1 kHz, little-endian, without a header",
+          type);
+    }
+    const UHYPER size = std::min(FileSize(m_dataFile).value_or(0), UHYPER{m_info.dwSeekEnd64});
+    const UHYPER rest = size > m_end ? size - m_end : 0;
+    if (rest == 0 || m_lastSize == 0 || m_info.ZSImageFormat == ZSIMAGEFORMAT_NRG) {
+      return; // Nero images have their description after the sectors.
+    }
+    if (rest < m_lastSize) {
+      m_report.findings.AddFault("rest", "the data file has {} after the last track, which is not a whole sector",
+                                 Counted(rest, "byte"));
+    } else {
+      m_report.findings.AddRemark("rest", "the data file has {} after the last track",
+                                  Counted(rest / m_lastSize, "sector"));
+    }
+  }
+
+  void CheckSectors() {
+    UHYPER bytes = 0;
+    for (const Work& work : m_work) {
+      for (const SectorRun& run : RunsToCheck(work.run, m_full)) {
+        bytes += run.Bytes();
+      }
+    }
+    ProgressBar progress("checking", bytes);
+    const InterruptWatch watch;
+    for (const Work& work : m_work) {
+      SectorCheck check(work.mode, work.run.blockSize);
+      for (const SectorRun& run : RunsToCheck(work.run, m_full)) {
+        CheckRun(run, work.lba + static_cast<ULONG>((run.begin - work.run.begin) / run.blockSize), &check, &progress);
+      }
+      m_report.tracks[work.report].checked = check.Checked();
+      check.Report(&m_report.tracks[work.report].findings);
+    }
+  }
+
+  void CheckRun(const SectorRun& run, ULONG lba, SectorCheck* check, ProgressBar* progress) const {
+    ReadRun(m_host, m_dataFile, run, progress, [&](const BYTE* data, std::size_t size) {
+      if (InterruptWatch::Requested()) {
+        throw Failure(m_image.Path(), "cancelled", kCancelled);
+      }
+      for (std::size_t offset = 0; offset + run.dataSize <= size; offset += run.dataSize) {
+        check->CheckSector(data + offset, lba++);
+      }
+    });
+  }
+
+  /// A file system states its size, which shows that an image was cut off. On discs of several tracks the volume may
+  /// include other tracks.
+  void CheckVolume() {
+    constexpr ULONG kDescriptorSector = 16; // ECMA-119: the primary volume descriptor.
+    constexpr std::size_t kVolumeSize = 80;
+    const bool isOneTrack = m_info.nSessions == 1 && m_info.pZSCueSheet[0]->nTracks == 1;
+    if (!isOneTrack || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
+      return;
+    }
+    const TrackExtent extent = m_image.Extents(1)[0];
+    const UINT offset = OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
+    const std::string descriptor =
+        ReadBytes(m_dataFile, extent.begin + UHYPER{kDescriptorSector} * extent.blockSize + offset, kVolumeSize + 4);
+    if (extent.sectors <= kDescriptorSector || descriptor.size() < kVolumeSize + 4 ||
+        !descriptor.starts_with("\1CD001")) {
+      return;
+    }
+    const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(descriptor.data()) + kVolumeSize);
+    if (volume > extent.sectors) {
+      m_report.findings.AddFault("volume", "cut off: its file system has {}, and the track {}",
+                                 Counted(volume, "sector"), Counted(extent.sectors, "sector"));
+    }
+  }
+
+  void CheckText() {
+    if (m_info.nSessions == 0) {
+      return;
+    }
+    CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
+    const std::string companion = WithExtension(m_image.Path(), ".CDT");
+    if (m_info.ZSImageFormat != ZSIMAGEFORMAT_CUE || FileSize(companion).value_or(0) == 0) {
+      return;
+    }
+    try {
+      CheckPacks(ReadContent(companion, kLargestPackFile), &m_report.findings);
+    } catch (const Failure& failure) {
+      m_report.findings.AddFault("cdtext", "{}", failure.what());
+    }
+  }
+
+  const Host& m_host;
+  const ImageRecord& m_image;
+  const zsimagefileinfo& m_info;
+  std::string m_dataFile;
+  bool m_full;
+  DiscReport m_report;
+  std::vector<Work> m_work;
+  ULONG m_discEnd = 0; ///< End of the last track.
+  UHYPER m_end = 0;    ///< Byte of the data file after all tracks.
+  UINT m_lastSize = 0; ///< Block size of the last track.
+};
+
+} // namespace
+
+std::size_t DiscReport::Faults() const {
+  std::size_t faults = findings.Faults();
+  for (const TrackReport& track : tracks) {
+    faults += track.findings.Faults();
+  }
+  return faults;
+}
+
+DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full) {
+  image.RequireDataFile();
+  return Checker(host, image, full).Run();
+}

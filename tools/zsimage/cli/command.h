@@ -1,0 +1,68 @@
+/// @file
+/// The tree of commands. It parses the command line, and the help, the manual page and the completions of shells are
+/// rendered from it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+/// A command with its options, its examples and the commands below it.
+class Command : public CLI::App {
+public:
+  /// What the help shows below the options of a command: an example or a name, and what it means.
+  struct Entry {
+    std::string name;
+    std::string words;
+  };
+  struct Section {
+    std::string heading;
+    std::vector<Entry> entries;
+  };
+
+  Command(const std::string& name, const std::string& words);
+
+  Command& Add(const std::string& name, const std::string& words);
+  void AddSection(const std::string& heading, std::vector<Entry> entries);
+  void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
+
+  /// Adds the argument IMAGE. Failures are reported as those of the image.
+  void AddImage(std::string* path);
+  void AddImages(std::vector<std::string>* paths);
+  /// Adds an option or argument that names a file or folder, and refuses the empty name of an unset variable in a
+  /// script.
+  CLI::Option* AddName(const std::string& option, std::string* name, const std::string& words);
+  /// Adds the option --json. Failures are printed as JSON as well.
+  void AddJson(bool* json, const std::string& words);
+  void AddForce(bool* force) { add_flag("-f,--force", *force, "Replace existing files"); }
+
+  /// Sets what the command does. Its result is the exit status of the tool.
+  void OnRun(const std::function<int()>& run);
+
+  /// What the help shows, in its order.
+  std::vector<const Command*> Commands() const;
+  std::vector<const CLI::Option*> Options() const;
+  std::vector<const CLI::Option*> Arguments() const;
+  const std::vector<Section>& Sections() const noexcept { return m_sections; }
+
+  /// The command after those that it belongs to: "zsimage cdtext decode".
+  std::string FullName() const;
+
+private:
+  std::vector<Section> m_sections;
+  const std::string* m_image = nullptr;
+  const bool* m_json = nullptr;
+};
+
+inline bool HasValue(const CLI::Option& option) { return !option.get_type_name().empty(); }
+/// Returns the names of an option, dashes included, the long one last.
+std::vector<std::string> NamesOf(const CLI::Option& option);
+/// Returns the description of an option, and whether it is required or what it is by default.
+std::string Describe(const CLI::Option& option);
+
+/// Parses the command line and runs its command. @return the exit status.
+int RunCommandLine(Command* tool, int argc, char** argv);

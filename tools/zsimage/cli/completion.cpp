@@ -1,0 +1,181 @@
+#include "cli/generated_texts.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace {
+
+constexpr const char* kImages = "iso|cue|nrg|ccd|mds|zsi";
+
+/// Returns what completes an argument or the value of an option: extensions of files separated by bars, "*" for any
+/// file, "/" for folders, nothing for all else.
+std::string Candidates(const CLI::Option& option) {
+  const std::string kind = option.nonpositional() ? option.get_type_name() : option.get_name(true);
+  if (kind == "IMAGE") {
+    return kImages;
+  }
+  if (kind == "OUT") {
+    return "cue|zsi";
+  }
+  return kind == "FILE" ? "*" : kind == "FOLDER" ? "/" : "";
+}
+
+/// Calls `visit` for a command and all below it.
+template <class Visit> void Walk(const Command& command, const Visit& visit) {
+  visit(command);
+  for (const Command* child : command.Commands()) {
+    Walk(*child, visit);
+  }
+}
+
+/// Returns the branch of one command in bash's table: its words, and what completes its arguments.
+std::string BashCommand(const Command& command) {
+  std::vector<std::string> words;
+  for (const Command* child : command.Commands()) {
+    words.push_back(child->get_name());
+  }
+  for (const CLI::Option* option : command.Options()) {
+    words.push_back(NamesOf(*option).back());
+  }
+  const auto arguments = command.Arguments();
+  return fmt::format("    '{}') words='{}' wanted='{}' ;;\n", command.FullName(), fmt::join(words, " "),
+                     arguments.empty() ? "" : Candidates(*arguments.front()));
+}
+
+/// Returns the branches of the options that need a value.
+std::string BashValues(const Command& command) {
+  std::string branches;
+  for (const CLI::Option* option : command.Options()) {
+    for (const std::string& name : NamesOf(*option)) {
+      if (HasValue(*option)) {
+        branches +=
+            fmt::format("    '{} {}') words='' wanted='{}' ;;\n", command.FullName(), name, Candidates(*option));
+      }
+    }
+  }
+  return branches;
+}
+
+/// Finds the command in the words before the cursor, then what completes the word at the cursor. Braces are doubled.
+constexpr const char kBash[] = R"(# Completion of zsimage for bash, rendered from the tree of commands.
+_zsimage() {{
+  local cur=${{COMP_WORDS[COMP_CWORD]}} prev=${{COMP_WORDS[COMP_CWORD-1]}} command=zsimage word words wanted
+  [[ $cur == '=' ]] && cur=
+  [[ $prev == '=' ]] && prev=${{COMP_WORDS[COMP_CWORD-2]}}
+  [[ ${{COMP_WORDS[COMP_CWORD]}} == '=' ]] && prev=${{COMP_WORDS[COMP_CWORD-1]}}
+  for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
+    case "$command $word" in
+      {}) command+=" $word" ;;
+    esac
+  done
+  case $command in
+{}  esac
+  case "$command $prev" in
+{}  esac
+  COMPREPLY=()
+  if [[ $cur == -* || ($wanted == '' && $words != '') ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    return
+  fi
+  [[ $wanted == '' ]] && return
+  compopt -o filenames
+  while IFS= read -r word; do
+    if [[ -d $word || $wanted == '*' || ($wanted != '/' && ${{word,,}} =~ \.($wanted)$) ]]; then
+      COMPREPLY+=("$word")
+    fi
+  done < <(compgen -f -- "$cur")
+}}
+complete -F _zsimage zsimage
+)";
+
+/// Escapes what would end a single-quoted argument of zsh, or one of its parts.
+std::string ZshText(const std::string& text) {
+  std::string escaped;
+  for (const char c : text) {
+    escaped += c == '\'' ? "'\\''" : (c == '[' || c == ']' || c == ':') ? std::string("\\") + c : std::string(1, c);
+  }
+  return escaped;
+}
+
+std::string ZshAction(const CLI::Option& option) {
+  const std::string candidates = Candidates(option);
+  if (candidates.empty()) {
+    return " ";
+  }
+  return candidates == "*"   ? "_files"
+         : candidates == "/" ? "_files -/"
+                             : fmt::format("_files -g \"(#i)*.({})\"", candidates);
+}
+
+std::string ZshOption(const CLI::Option& option) {
+  const std::vector<std::string> names = NamesOf(option);
+  std::vector<std::string> specs = names;
+  for (std::string& name : specs) { // A value follows in the same word or the next one.
+    name += !HasValue(option) ? "" : name.starts_with("--") ? "=" : "+";
+  }
+  const std::string value =
+      HasValue(option) ? fmt::format(":{}:{}", ZshText(option.get_type_name()), ZshAction(option)) : "";
+  const std::string rest = fmt::format("[{}]{}'", ZshText(option.get_description()), value);
+  return names.size() == 1 ? fmt::format("'{}{}", specs[0], rest)
+                           : fmt::format("'({})'{{{}}}'{}", fmt::join(names, " "), fmt::join(specs, ","), rest);
+}
+
+std::string ZshFunctionName(const Command& command) {
+  std::string name = "_" + command.FullName();
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
+}
+
+std::string ZshFunction(const Command& command) {
+  std::string text = fmt::format("{}() {{\n  local line state\n  _arguments -C \\\n", ZshFunctionName(command));
+  for (const CLI::Option* option : command.Options()) {
+    text += fmt::format("    {} \\\n", ZshOption(*option));
+  }
+  for (const CLI::Option* argument : command.Arguments()) {
+    text += fmt::format("    '{}:{}:{}' \\\n", argument->get_expected_max() > 1 ? "*" : "", argument->get_name(true),
+                        ZshAction(*argument));
+  }
+  if (command.Commands().empty()) {
+    return text + "    && return\n}\n";
+  }
+  std::string words;
+  std::string branches;
+  for (const Command* child : command.Commands()) {
+    words += fmt::format("        '{}:{}'\n", child->get_name(), ZshText(child->get_description()));
+    branches += fmt::format("        {}) {} ;;\n", child->get_name(), ZshFunctionName(*child));
+  }
+  return text + fmt::format(R"(    '1:command:->command' '*::argument:->argument' && return
+  case $state in
+    command)
+      local -a commands=(
+{}      )
+      _describe command commands ;;
+    argument)
+      case $line[1] in
+{}      esac ;;
+  esac
+}}
+)",
+                            words, branches);
+}
+
+} // namespace
+
+std::string BashCompletion(const Command& tool) {
+  std::vector<std::string> names;
+  std::string commands;
+  std::string values;
+  Walk(tool, [&](const Command& command) {
+    names.push_back("'" + command.FullName() + "'");
+    commands += BashCommand(command);
+    values += BashValues(command);
+  });
+  return fmt::format(kBash, fmt::join(names, " | \\\n      "), commands, values);
+}
+
+std::string ZshCompletion(const Command& tool) {
+  std::string text = "#compdef zsimage\n# Completion of zsimage for zsh, rendered from the tree of commands.\n";
+  Walk(tool, [&](const Command& command) { text += ZshFunction(command); });
+  return text + "_zsimage \"$@\"\n";
+}

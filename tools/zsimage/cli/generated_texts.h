@@ -1,0 +1,12 @@
+/// @file
+/// Texts that the build renders from the tree of commands, so that they agree with the help.
+#pragma once
+
+#include "cli/command.h"
+
+/// Returns the manual page as roff text in the macros of man(7).
+std::string ManualPage(const Command& tool);
+
+/// Return the functions by which two shells complete the tool's command line.
+std::string BashCompletion(const Command& tool);
+std::string ZshCompletion(const Command& tool);

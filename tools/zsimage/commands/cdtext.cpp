@@ -1,0 +1,109 @@
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "checks/pack_file.h"
+#include "commands/commands.h"
+#include "commands/record.h"
+#include "files/output_file.h"
+#include "output/failure.h"
+#include "output/standard_output.h"
+#include "output/terminal_text.h"
+
+namespace {
+
+constexpr unsigned kMostTracks = 99;
+
+struct DecodeOptions {
+  std::string packs;
+  std::optional<unsigned> tracks;
+  bool json = false;
+};
+
+struct EncodeOptions {
+  std::string path;
+  std::string output;
+  bool subChannel = false;
+  bool force = false;
+};
+
+int RunDecode(const DecodeOptions& options) {
+  const Host host;
+  PackFile file = ReadPackFile(options.packs);
+  const UniqueSheet sheet = CreateSheet(host, options.tracks.value_or(kMostTracks));
+  Check(host.Sheets().AnalyzeCDTextFromData(reinterpret_cast<BYTE*>(file.packs.data()),
+                                            static_cast<UINT>(file.packs.size()), sheet.get()),
+        options.packs);
+  while (!options.tracks && sheet->nTracks > file.tracks && !HasText(sheet->pZSTracks[sheet->nTracks - 1])) {
+    --sheet->nTracks; // The track owns nothing.
+  }
+  if (options.json) {
+    PrintSheetJson(*sheet);
+  } else if (sheet->ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
+    PrintTexts(*sheet);
+  }
+  for (const Finding& finding : file.findings) {
+    if (finding.isFault) {
+      Failure(options.packs, finding.words, ZSE_FAILED).Report();
+    } else {
+      Note(finding.words);
+    }
+  }
+  return file.findings.Faults() == 0 ? 0 : kExitFailure;
+}
+
+int RunEncode(const EncodeOptions& options) {
+  const Host host;
+  const ImageRecord image(host, options.path);
+  const std::string packs = EncodeText(host, &image.Session(1), options.subChannel);
+  if (packs.empty()) {
+    throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
+  }
+  image.RefuseOwnFiles(options.output);
+  WriteContent(options.output, packs, options.force);
+  if (!IsStandardOutput(options.output)) {
+    Print(fmt::format("{}: {} bytes{}\n", TerminalText(options.output), packs.size(),
+                      options.subChannel ? ", in groups of 96 for the sub-channel" : ""));
+  }
+  return 0;
+}
+
+void AddDecode(Command* group) {
+  const auto options = std::make_shared<DecodeOptions>();
+  Command& command = group->Add("decode", "Show the text in a file of packs");
+  command
+      .add_option("FILE", options->packs,
+                  "File of packs, such as a .cdt file, or of packs in sub-channel form; - for standard input")
+      ->required();
+  command.add_option("--tracks", options->tracks, "Number of tracks of the disc (default: as the packs say)")
+      ->type_name("N")
+      ->check(CLI::Range(0U, kMostTracks).description(""));
+  command.AddJson(&options->json, "Print one JSON object");
+  command.AddExamples({{"zsimage cdtext decode disc.cdt", "The texts, and what is wrong with the packs."}});
+  command.OnRun([options] { return RunDecode(*options); });
+}
+
+void AddEncode(Command* group) {
+  const auto options = std::make_shared<EncodeOptions>();
+  Command& command = group->Add("encode", "Pack the text of an image's first session");
+  command.AddImage(&options->path);
+  command.AddName("-o,--output", &options->output, "File to write, - for standard output")
+      ->type_name("FILE")
+      ->required();
+  command.add_flag("--subchannel", options->subChannel, "Spread the packs over groups of 96 bytes");
+  command.AddForce(&options->force);
+  command.AddExamples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."},
+                       {"zsimage cdtext encode disc.cue -o - | xxd -c 18", "The packs, one a line."}});
+  command.OnRun([options] { return RunEncode(*options); });
+}
+
+} // namespace
+
+void AddCdText(Command* tool) {
+  Command& group = tool->Add("cdtext", "Decode and encode CD-Text packs");
+  group.require_subcommand(1);
+  group.AddExamples({{"zsimage cdtext decode disc.cdt", "Show what a .cdt file says."},
+                     {"zsimage cdtext encode disc.cue -o disc.cdt", "Write one."}});
+  AddDecode(&group);
+  AddEncode(&group);
+}

@@ -1,0 +1,16 @@
+/// @file
+/// The commands of the tool. Each function adds a command with its options and what it does.
+#pragma once
+
+#include "cli/command.h"
+
+void AddInfo(Command* tool);
+void AddCheck(Command* tool);
+void AddMap(Command* tool);
+void AddPosition(Command* tool);
+void AddExtract(Command* tool);
+void AddConvert(Command* tool);
+void AddCdText(Command* tool);
+void AddRegister(Command* tool);
+void AddUnregister(Command* tool);
+void AddGenerate(Command* tool); ///< For the build alone; the help does not show it.

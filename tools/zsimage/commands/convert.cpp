@@ -1,0 +1,209 @@
+#include <algorithm>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "checks/pack_file.h"
+#include "commands/commands.h"
+#include "commands/data_file.h"
+#include "commands/description.h"
+#include "files/input_file.h"
+#include "files/paths.h"
+#include "output/failure.h"
+#include "output/standard_output.h"
+#include "output/terminal_text.h"
+#include "platform/text.h"
+
+namespace {
+
+struct ConvertOptions {
+  std::string path;
+  std::string output;
+  std::string packs; ///< File of CD-Text packs; empty for the text of the image.
+  bool noText = false;
+  bool withData = false;
+  std::string dataFile; ///< Existing file to describe; empty for none.
+  bool force = false;
+};
+
+/// Returns the CD-Text packs of the new image: those of a file, or the text of the image.
+std::string CollectPacks(const Host& host, const ImageRecord& image, const ConvertOptions& options) {
+  if (options.noText || image.Info().nSessions == 0) {
+    return "";
+  }
+  if (!options.packs.empty()) {
+    const PackFile file = ReadPackFile(options.packs);
+    if (const std::string fault = file.FirstFault(); !fault.empty() && !options.force) {
+      throw Failure(options.packs, fault + "; --force uses the packs as they are", ZSE_FAILED);
+    }
+    return file.packs;
+  }
+  const std::string packs = EncodeText(host, &image.Session(1), false);
+  return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
+}
+
+/// Changes the record to what the new description will state: tracks numbered by their index, CD-Text or none, and the
+/// block size of a new data file, which has no sub-channel.
+void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
+  for (unsigned session = 1; session <= sessions; ++session) {
+    ZSCUESHEET& sheet = image->Session(session);
+    sheet.ZSCDTEXT.CDTextPresent = hasText && session == 1 ? VARIANT_TRUE : VARIANT_FALSE;
+    UINT number = 0;
+    for (ZSTRACK& track : Tracks(sheet)) {
+      track.TNO = ++number;
+      track.BlockSize = withData ? static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize) : track.BlockSize;
+    }
+  }
+  image->Info().lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
+}
+
+/// @throws Failure if the data file that is asked for cannot belong to the description.
+void RequireFittingData(const ConvertOptions& options, const DataFilePlan& plan) {
+  const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
+  if (!obstacle.empty() && (options.withData || !options.dataFile.empty())) {
+    throw Failure(options.path, obstacle, ZSE_FAILED);
+  }
+  if (options.withData && !IsSheet(options.output) && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
+    throw Failure(
+        options.output,
+        fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
+                    "file",
+                    plan.blockSize),
+        ZSE_FAILED);
+  }
+  if (options.dataFile.empty()) {
+    return;
+  }
+  const std::optional<UHYPER> size = FileSize(options.dataFile);
+  if (!size) {
+    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
+  }
+  if (*size != plan.StoredBytes()) {
+    throw Failure(options.dataFile,
+                  fmt::format("it has {} bytes, and the description needs {}; it belongs to another image", *size,
+                              plan.StoredBytes()),
+                  ZSE_FAILED);
+  }
+}
+
+void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, const std::string& dataFile) {
+  const std::string output = TerminalText(options.output);
+  const std::string expected = TerminalText(SpelledOnDisk(dataFile));
+  const std::optional<UHYPER> size = FileSize(dataFile);
+  if (options.withData) {
+    Print(fmt::format("{}: written\n{}: {} bytes\n", output, expected, plan.Bytes()));
+  } else if (!options.dataFile.empty() && !IsSameFile(options.dataFile, dataFile)) {
+    Print(fmt::format("{}: looks for its data file as {}; give {} this name, or make a link\n", output, expected,
+                      TerminalText(options.dataFile)));
+  } else if (!size) {
+    Print(fmt::format("{}: expects its data file as {}; no such file yet, --with-data writes it\n", output, expected));
+  } else if (plan.conflict.empty() && *size == plan.StoredBytes()) {
+    Print(fmt::format("{}: expects its data file as {}, which exists\n", output, expected));
+  } else {
+    Print(fmt::format("{}: expects its data file as {}\n", output, expected));
+    Note(expected + (plan.conflict.empty()
+                         ? " does not have the size that the description needs; it belongs to another image"
+                         : " exists and cannot be compared: " + plan.conflict));
+  }
+}
+
+/// Finds existing files that a reader would use as the CD-Text of the new sheet, in any case, except its own. @throws
+/// Failure without --force.
+std::vector<std::string> FindStaleTexts(const ConvertOptions& options, const ImageRecord& image,
+                                        const std::string& own) {
+  std::vector<std::string> stale;
+  std::error_code ignored;
+  const std::string companion = WithExtension(FileName(options.output), ".CDT");
+  for (const auto& entry : std::filesystem::directory_iterator(SpelledOnDisk(FolderOf(options.output)), ignored)) {
+    const std::string name = entry.path().filename().string();
+    const std::string path = Beside(options.output, name);
+    if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
+      continue;
+    }
+    image.RefuseOwnFiles(path);
+    if (!options.force) {
+      throw Failure(path, "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
+    }
+    stale.push_back(path);
+  }
+  return stale;
+}
+
+/// Writes all files of the new image. The description is published last, so that it never exists without the others.
+void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
+                const Description& description, const std::string& companionText) {
+  std::vector<std::unique_ptr<OutputFile>> files;
+  const auto create = [&](const std::string& path, UHYPER size) {
+    image.RefuseOwnFiles(path);
+    return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
+  };
+  const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
+  const auto stale = IsSheet(options.output) ? FindStaleTexts(options, image, companion) : std::vector<std::string>();
+  OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
+  if (!companion.empty()) {
+    create(companion, companionText.size())->Write(companionText);
+  }
+  create(options.output, description.content.size())->Write(description.content);
+  if (data != nullptr) {
+    WriteDataFile(host, image.DataFile(), plan, data);
+  }
+  PublishAll(files, stale);
+}
+
+int RunConvert(const ConvertOptions& options) {
+  const Host host;
+  const bool isSheet = IsSheet(options.output);
+  ImageRecord image(host, options.path);
+  image.RefuseOwnFiles(options.output);
+  RequireWritable(options.output, options.force);
+  if (options.withData) {
+    image.RequireDataFile();
+  }
+  const std::string packs = CollectPacks(host, image, options);
+  const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
+  const DataFilePlan plan = PlanDataFile(image, sessions);
+  RequireFittingData(options, plan);
+  const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
+  PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
+  const Description description = RenderDescription(host, &image, options.output, sessions, packs);
+  try {
+    WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
+  } catch (const Failure& failure) {
+    if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
+      throw;
+    }
+    throw Failure(failure.File(), failure.Words() + "; nothing of the new image has been saved", failure.Code());
+  }
+  for (const std::string& loss : losses) {
+    Note(loss);
+  }
+  if (isSheet && !packs.empty()) {
+    Print(fmt::format("{}: CD-Text, {} bytes\n", TerminalText(CompanionOf(options.output)), packs.size()));
+  }
+  AnnounceDataFile(options, plan, Beside(options.output, description.dataFile));
+  return 0;
+}
+
+} // namespace
+
+void AddConvert(Command* tool) {
+  const auto options = std::make_shared<ConvertOptions>();
+  Command& command = tool->Add("convert", "Write the description of an image as a CUE sheet or TOC file");
+  command.AddImage(&options->path);
+  command
+      .AddName("OUT", &options->output,
+               "Description to write: .cue or .zsi; the CD-Text of a sheet becomes a .CDT file beside it")
+      ->required();
+  auto* packs = command.AddName("--cdtext", &options->packs, "File of CD-Text packs to use")->type_name("FILE");
+  command.add_flag("--no-cdtext", options->noText, "Leave CD-Text out")->excludes(packs);
+  auto* withData =
+      command.add_flag("--with-data", options->withData, "Write the data file as well; that of disc.cue is DISC.BIN");
+  command.AddName("--data-file", &options->dataFile, "Existing file of raw sectors to describe, such as a CCD's .img")
+      ->type_name("FILE")
+      ->excludes(withData);
+  command.AddForce(&options->force);
+  command.AddExamples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
+                       {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with its own data file."},
+                       {"zsimage convert disc.ccd DISC.cue --data-file disc.img", "A sheet for existing sectors."}});
+  command.OnRun([options] { return RunConvert(*options); });
+}

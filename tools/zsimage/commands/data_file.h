@@ -1,0 +1,36 @@
+/// @file
+/// The data file of a new description, made of the sectors of another image.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "files/output_file.h"
+#include "image/image_record.h"
+#include "image/sector_run.h"
+
+/// The content of a data file. Sector n of the file is position n of the description; where the image has no sectors,
+/// the file has silence.
+struct DataFilePlan {
+  struct Piece {
+    UHYPER silence; ///< Sectors of zeros before the run.
+    SectorRun run;
+  };
+
+  std::vector<Piece> pieces;
+  UINT storedSize = 0;  ///< Bytes of one sector in the image.
+  UINT blockSize = 0;   ///< Bytes of one sector in the new file: a raw sector at most.
+  std::string conflict; ///< Why no file can contain the tracks as they are described; empty if one can.
+  std::string shortage; ///< What the image lacks; empty if it has all sectors.
+
+  UHYPER Sectors() const noexcept;
+  UHYPER Bytes() const noexcept { return Sectors() * blockSize; }
+  UHYPER StoredBytes() const noexcept { return Sectors() * storedSize; }
+};
+
+/// Plans the data file for the first sessions of an image. Of sectors above 2352 bytes it has no sub-channel, which
+/// neither kind of description can state. @throws Failure if the tracks differ in block size.
+DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions);
+
+/// Writes the data file. @throws Failure if that fails or the user cancels.
+void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, OutputFile* file);

@@ -1,0 +1,136 @@
+#include "commands/description.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "files/input_file.h"
+#include "files/output_file.h"
+#include "files/paths.h"
+#include "files/scratch_folder.h"
+#include "output/failure.h"
+#include "output/terminal_text.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr UHYPER kLargestDescription = 256U << 20;
+
+/// Writes the description to a path. Whether that succeeded shows in the file.
+void Write(const Host& host, ImageRecord* image, const std::string& path, const std::string& packs) {
+  std::string bytes = packs; // The component reads them through a pointer that is not const.
+  auto* text = bytes.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(bytes.data());
+  const HRESULT result =
+      host.Images().CreateTOCFile(Wide(path).get(), &image->Info(), nullptr, 0, text, static_cast<UINT>(packs.size()));
+  Check(result == E_FAIL ? S_OK : result, image->Path(),
+        result == S_FALSE || result == ZSE_FAILED ? "the image has no session to describe" : "");
+}
+
+/// Returns what a description can say about a mode: audio, mode 1, mode 2.
+int ModeClass(ZSMODETYPE mode) { return (mode & ZSMODE_2) != 0 ? int{ZSMODE_2} : static_cast<int>(mode); }
+
+/// Compares the tracks of the new description with those of the image. The block size of TOC files is always 2352,
+/// which FindLosses reports.
+void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions, const std::string& copy,
+                  const std::string& path) {
+  const ImageRecord read(host, copy);
+  const auto isSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
+    return left.dwLBA == right.dwLBA && ModeClass(left.Mode) == ModeClass(right.Mode) &&
+           (left.BlockSize == right.BlockSize || !IsSheet(path));
+  };
+  for (unsigned session = 1; session <= sessions; ++session) {
+    const auto expected = Tracks(image.Session(session));
+    const auto found = Tracks(read.Session(session));
+    const auto other = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSame).first;
+    if (other != expected.end()) {
+      throw Failure(path,
+                    fmt::format("track {} of session {} would be read back with another position, mode or block size; "
+                                "this kind of description cannot state it",
+                                other - expected.begin() + 1, session),
+                    ZSE_FAILED);
+    }
+  }
+}
+
+} // namespace
+
+bool IsSheet(const std::string& path) {
+  if (FileName(path).find_first_of("\"\r\n") != std::string::npos) {
+    throw Failure(path, "a description cannot contain a name with a double quote or a line break; give another name",
+                  E_INVALIDARG);
+  }
+  if (!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI")) {
+    throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
+  }
+  return HasExtension(path, ".CUE");
+}
+
+std::string CompanionOf(const std::string& path) {
+  return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
+}
+
+Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
+                              const std::string& packs) {
+  const bool isSheet = IsSheet(path);
+  image->Info().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
+  // The content depends on the name of the file and not on its folder.
+  const ScratchFolder scratch;
+  const std::string copy = scratch.Path(FileName(path));
+  Write(host, image, copy, packs);
+  Description description;
+  if (FileSize(copy)) {
+    description.content = ReadContent(copy, kLargestDescription);
+  }
+  if (!description.content.ends_with('\n')) {
+    throw Failure(copy, "the description cannot be written; set TMPDIR to a folder with free space", E_FAIL);
+  }
+  description.dataFile = FileName(isSheet ? DataFileOfSheet(host, copy) : Narrow(image->Info().bstrImageBinaryFile));
+  WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
+  VerifyTracks(host, *image, sessions, copy, path);
+  return description;
+}
+
+std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {
+  const zsimagefileinfo& info = image.Info();
+  const LONG blockSize = info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
+  std::vector<std::string> losses;
+  if (sessions < info.nSessions) {
+    losses.push_back(
+        fmt::format("a CUE sheet has one session; the other {} of the image are left out", info.nSessions - sessions));
+  }
+  if (!isSheet && blockSize != ZSFILEBLOCKSIZE_2352 && !withData) {
+    losses.push_back(fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; a CUE "
+                                 "sheet would keep its sectors readable",
+                                 blockSize));
+  }
+  if ((info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0) {
+    losses.emplace_back(isSheet || withData ? "the sub-channel data of the image are left out"
+                                            : "the sub-channel data are not copied; the new file expects a .SUB file");
+  }
+  const auto addTracks = [&](const std::function<bool(const ZSTRACK&)>& losesIt, const char* words) {
+    UHYPER count = 0;
+    for (const ZSCUESHEET* sheet : image.Sessions(sessions)) {
+      const auto tracks = Tracks(*sheet);
+      count += static_cast<UHYPER>(std::count_if(tracks.begin(), tracks.end(), losesIt));
+    }
+    if (count != 0) {
+      losses.push_back(fmt::format("{}: {}", Counted(count, "track"), words));
+    }
+  };
+  addTracks([](const ZSTRACK& track) { return track.pdwIndex != nullptr && track.nCountIndex > 2; },
+            "indexes above 1 are left out");
+  addTracks(
+      [=](const ZSTRACK& track) {
+        return isSheet && track.Pregap != 0 && (track.Mode != ZSMODE_AUDIO || track.dwLBA == 0);
+      },
+      "the pregap is not marked; its sectors count to the track before");
+  addTracks(
+      [&, silence = ULONG{0}](const ZSTRACK& track) mutable {
+        const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(info, track));
+        return silence != before;
+      },
+      "the silence of a PREGAP line becomes sectors that count to the track before");
+  return losses;
+}

@@ -1,0 +1,189 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "files/output_file.h"
+#include "image/disc_words.h"
+#include "image/explain.h"
+#include "image/sector_run.h"
+#include "output/failure.h"
+#include "output/standard_output.h"
+
+namespace {
+
+struct ExtractOptions {
+  std::string path;
+  unsigned session = 0; ///< From 1; 0 for the first, or for all with a folder.
+  unsigned track = 0;   ///< From 1.
+  UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
+  std::string output;
+  std::string folder; ///< For all tracks; empty for one track.
+  bool partial = false;
+  bool force = false;
+};
+
+struct Job {
+  unsigned session; ///< From 1, as the track.
+  unsigned track;
+  TrackExtent extent;
+  std::string target;
+};
+
+std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
+  const bool all = !options.folder.empty();
+  const unsigned first = std::max(options.session, 1U);
+  const unsigned last = all && options.session == 0 ? image.Info().nSessions : first;
+  std::vector<Job> jobs;
+  for (unsigned session = first; session <= last; ++session) {
+    unsigned track = 0;
+    for (const TrackExtent& extent : image.Extents(session)) {
+      const std::string name = fmt::format("{}/session-{}-track-{:02}.bin", options.folder, session, ++track);
+      if (all || track == options.track) {
+        jobs.push_back({session, track, extent, all ? name : options.output});
+      }
+    }
+    if (!all && jobs.empty()) {
+      throw Failure(image.Path(),
+                    fmt::format("no track {} in session {}, which has {}; 'zsimage info' lists them", options.track,
+                                session, track),
+                    E_INVALIDARG);
+    }
+  }
+  return jobs;
+}
+
+/// Returns the sectors of a track and the bytes of them that are asked for. @throws Failure if they have no such bytes.
+SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
+  const TrackExtent& extent = job.extent;
+  const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
+  if (extent.blockSize == 0) {
+    throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
+  }
+  const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
+  if (track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole) {
+    throw Failure(image.Path(),
+                  fmt::format("track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out "
+                              "--block-size",
+                              job.track, whole),
+                  E_INVALIDARG);
+  }
+  SectorRun run{extent.begin, extent.sectors, extent.blockSize, 0, blockSize == 0 ? extent.blockSize : blockSize};
+  run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
+  if (run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize) {
+    throw Failure(image.Path(),
+                  fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
+                              job.track, extent.blockSize, run.dataSize, run.dataOffset),
+                  E_INVALIDARG);
+  }
+  return run;
+}
+
+/// Leaves sectors out of a run that are after the end of the data file. @throws Failure if that is not asked for, or
+/// all are.
+void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* run) {
+  const ULONG missing = run->sectors == 0 ? job.extent.missing : MissingSectors(image.DataFile(), *run);
+  if (missing == 0) {
+    return;
+  }
+  if (!partial || missing >= run->sectors) {
+    RequireSectors(image.DataFile(), *run);
+  }
+  Note(fmt::format("track {} is {}; the others are saved", job.track, CutOffWords(missing)));
+  run->sectors -= missing;
+}
+
+void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
+  SectorRun run = RunOfTrack(host, image, job, options.blockSize);
+  CutRun(image, job, options.partial, &run);
+  OutputFile file(job.target, run.Bytes(), options.force);
+  {
+    ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
+    ReadRun(host, image.DataFile(), run, &progress,
+            [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
+  }
+  file.Publish();
+  if (!IsStandardOutput(job.target)) {
+    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.track,
+                      Counted(run.sectors, "sector"), run.dataSize));
+  }
+}
+
+/// Saves one file after the other. @return the exit status.
+int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
+               const ExtractOptions& options) {
+  int status = 0;
+  for (const Job& job : jobs) {
+    try {
+      Extract(host, image, job, options);
+    } catch (const Failure& failure) {
+      status = failure.Report();
+      if (failure.Code() == kCancelled || failure.Code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL)) {
+        break; // The others would fail as well.
+      }
+    }
+  }
+  return status;
+}
+
+int RunExtract(const ExtractOptions& options) {
+  const Host host;
+  const ImageRecord image(host, options.path, options.partial);
+  image.RequireDataFile();
+  const std::vector<Job> jobs = ListJobs(image, options);
+  for (const Job& job : jobs) {
+    image.RefuseOwnFiles(job.target);
+    if (!options.folder.empty()) { // Saves all tracks or, if one of them cannot be written, none.
+      RequireWritable(job.target, options.force);
+    }
+  }
+  if (options.folder.empty()) {
+    Extract(host, image, jobs.front(), options);
+    return 0;
+  }
+  std::error_code error;
+  const bool isNew = std::filesystem::create_directories(options.folder, error);
+  if (error) {
+    throw Failure(options.folder, "the folder cannot be created: " + error.message(), E_FAIL);
+  }
+  const int status = ExtractAll(host, image, jobs, options);
+  if (isNew) {
+    rmdir(options.folder.c_str()); // Does nothing if the folder has files.
+  }
+  return status;
+}
+
+} // namespace
+
+void AddExtract(Command* tool) {
+  const auto options = std::make_shared<ExtractOptions>();
+  Command& command = tool->Add("extract", "Save one track, or all, as files");
+  command.AddImage(&options->path);
+  command.add_option("--session", options->session, "Session, from 1 (default: the first, or all with --all)")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber.description(""));
+  auto* track = command.add_option("--track", options->track, "Track in the session, from 1")->type_name("N");
+  command.add_option("--block-size", options->blockSize, "Bytes to save of each sector; 0 for all of it")
+      ->type_name("BYTES")
+      ->capture_default_str();
+  auto* output = command.AddName("-o,--output", &options->output, "File to write the track to, - for standard output")
+                     ->type_name("FILE");
+  auto* all = command.AddName("--all", &options->folder, "Save every track, in this folder")->type_name("FOLDER");
+  all->excludes(track)->excludes(output);
+  command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
+  command.AddForce(&options->force);
+  command.AddExamples(
+      {{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
+       {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
+       {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."},
+       {"zsimage extract disc.cue --track 3 -o - | aplay -t raw -f cd", "Listen to a track."}});
+  command.parse_complete_callback([=] {
+    if (all->empty() && (track->empty() || output->empty())) {
+      throw CLI::RequiredError("--track with -o, or --all,");
+    }
+  });
+  command.OnRun([options] { return RunExtract(*options); });
+}

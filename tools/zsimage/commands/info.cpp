@@ -1,0 +1,38 @@
+#include "commands/commands.h"
+#include "commands/record.h"
+#include "output/report.h"
+#include "output/standard_output.h"
+
+namespace {
+
+struct InfoOptions {
+  std::vector<std::string> paths;
+  bool json = false;
+};
+
+int RunInfo(const InfoOptions& options) {
+  const Host host;
+  return ForEachImage(options.paths, options.json, [&](const std::string& path) {
+    const ImageRecord image(host, path);
+    if (options.json) {
+      PrintRecordJson(image.Info(), options.paths.size() > 1);
+    } else {
+      Print(&path == &options.paths.front() ? "" : "\n");
+      PrintRecord(host, image);
+    }
+    return 0;
+  });
+}
+
+} // namespace
+
+void AddInfo(Command* tool) {
+  const auto options = std::make_shared<InfoOptions>();
+  Command& command = tool->Add("info", "Show what an image contains");
+  command.AddImages(&options->paths);
+  command.AddJson(&options->json, "Print the whole record as one JSON object; of several images, one a line");
+  command.AddExamples({{"zsimage info disc.cue", "A page for a person."},
+                       {"zsimage info --json disc.nrg", "The whole record for a program."},
+                       {"zsimage info --json *.cue | jq .dwDiscID", "One record a line, in the order of the paths."}});
+  command.OnRun([options] { return RunInfo(*options); });
+}

@@ -1,0 +1,61 @@
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "files/output_file.h"
+#include "files/paths.h"
+#include "output/failure.h"
+#include "output/standard_output.h"
+#include "output/terminal_text.h"
+#include "picture/disc_picture.h"
+
+namespace {
+
+struct MapOptions {
+  std::string path;
+  std::string output;
+  bool force = false;
+};
+
+std::string Page(const std::string& picture) {
+  return "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n"
+         "<meta name=\"color-scheme\" content=\"light dark\">\n<title>Disc</title>\n"
+         "<style>body { margin: 0; display: grid; justify-content: center; }\n"
+         "body { background: #fbfbf9; } @media (prefers-color-scheme: dark) { body { background: #15181c; } }\n"
+         "svg { max-width: 100%; height: auto; }</style>\n" +
+         picture + "</html>\n";
+}
+
+int RunMap(const MapOptions& options) {
+  const bool isPage = HasExtension(options.output, ".HTML");
+  if (!isPage && !HasExtension(options.output, ".SVG") && !IsStandardOutput(options.output)) {
+    throw Failure(options.output, "pictures are .svg or .html files; give a name with one of these extensions",
+                  E_INVALIDARG);
+  }
+  const Host host;
+  const ImageRecord image(host, options.path);
+  image.RefuseOwnFiles(options.output);
+  const std::string picture = DrawDisc(image);
+  const std::string content = isPage ? Page(picture) : picture;
+  if (IsStandardOutput(options.output)) {
+    Print(content); // Text, which a terminal can show.
+    return 0;
+  }
+  WriteContent(options.output, content, options.force);
+  Print(fmt::format("{}: {}\n", TerminalText(options.output), ReadableSize(content.size())));
+  return 0;
+}
+
+} // namespace
+
+void AddMap(Command* tool) {
+  const auto options = std::make_shared<MapOptions>();
+  Command& command = tool->Add("map", "Draw a picture of the disc");
+  command.AddImage(&options->path);
+  command.AddName("-o,--output", &options->output, "Picture to write: .svg or .html, - for SVG on standard output")
+      ->type_name("FILE")
+      ->required();
+  command.AddForce(&options->force);
+  command.AddExamples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
+                       {"zsimage map disc.nrg -o disc.html", "The same as a page."}});
+  command.OnRun([options] { return RunMap(*options); });
+}

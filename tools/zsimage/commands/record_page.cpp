@@ -1,0 +1,181 @@
+#include "commands/record.h"
+
+#include <fmt/format.h>
+
+#include "files/paths.h"
+#include "image/disc_words.h"
+#include "image/explain.h"
+#include "output/standard_output.h"
+#include "output/text_table.h"
+
+namespace {
+
+/// The texts of discs and tracks, in the order of the pages.
+constexpr struct {
+  const char* heading;
+  BSTR ZSCDTEXT::*ofDisc;
+  BSTR ZSTRACK::*ofTrack;
+} kTexts[] = {
+    {"Title", &ZSCDTEXT::bstrTitle, &ZSTRACK::bstrTitle},
+    {"Performer", &ZSCDTEXT::bstrPerformer, &ZSTRACK::bstrPerformer},
+    {"Songwriter", &ZSCDTEXT::bstrSongwriter, &ZSTRACK::bstrSongwriter},
+    {"Composer", &ZSCDTEXT::bstrComposer, &ZSTRACK::bstrComposer},
+    {"Arranger", &ZSCDTEXT::bstrArranger, &ZSTRACK::bstrArranger},
+    {"Genre", &ZSCDTEXT::bstrGenre, &ZSTRACK::bstrGenre},
+    {"Message", &ZSCDTEXT::bstrMessage, &ZSTRACK::bstrMessage},
+};
+
+struct FlagWord {
+  LONG bit;
+  const char* word;
+};
+
+/// Returns the words of the bits that are set, in the order of the table.
+std::string WordsOf(LONG mask, const std::vector<FlagWord>& table, const char* separator) {
+  std::vector<std::string_view> words;
+  for (const FlagWord& entry : table) {
+    if ((mask & entry.bit) != 0) {
+      words.emplace_back(entry.word);
+    }
+  }
+  return fmt::format("{}", fmt::join(words, separator));
+}
+
+Colour ModeColour(ZSMODETYPE mode) {
+  return mode == ZSMODE_AUDIO ? Colour::Green : mode == ZSMODE_1 ? Colour::Cyan : Colour::Magenta;
+}
+
+std::string Gap(LONG sectors) { return sectors == 0 ? "" : std::to_string(sectors); }
+
+void ProduceRows(const ImageRecord& image, unsigned session, const TextTable::RowSink& sink) {
+  const ZSCUESHEET& sheet = image.Session(session);
+  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
+  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
+  image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
+    const bool hasLength = track.dwEndLBA >= track.dwLBA && (extent.missing == 0 || extent.sectors != 0);
+    const ULONG sectors = hasLength ? track.dwEndLBA - track.dwLBA : 0;
+    sink({std::to_string(session),
+          std::to_string(track.TNO),
+          {ModeWords(track.Mode), ModeColour(track.Mode)},
+          std::to_string(track.BlockSize),
+          DiscTime(track.dwLBA),
+          std::to_string(track.dwLBA),
+          hasLength ? Duration(sectors) : "-",
+          hasLength ? std::to_string(sectors) : "-",
+          Gap(track.Pregap),
+          Gap(track.Postgap),
+          WordsOf(track.Flags, {{ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}}, " "),
+          TerminalText(track.bstrISRC),
+          titles.Show(track.bstrTitle),
+          performers.Show(track.bstrPerformer),
+          {CutOffWords(extent.missing), Colour::Red}});
+  });
+}
+
+/// Returns a line "  Name         value"; none without a value.
+std::string Line(std::string_view name, const std::string& value) {
+  return value.empty() ? "" : Coloured(fmt::format("  {:11} ", name), Colour::Dim) + value + "\n";
+}
+
+std::string DiscTexts(const ::ZSCDTEXT& text) {
+  std::string lines = Line("Catalogue", TerminalText(text.bstrMCN));
+  for (const auto& entry : kTexts) {
+    lines += Line(entry.heading, TerminalText(text.*entry.ofDisc));
+  }
+  return lines;
+}
+
+std::string DataFileWords(const ImageRecord& image) {
+  if (image.IsItsOwnDataFile()) {
+    return image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD ? "none: no .img file of this name is beside the description"
+                                                           : "none: the description names no file but itself";
+  }
+  const std::optional<UHYPER> size = image.DataSize();
+  const std::string type = image.Info().dwSeekBegin64 != 0 ? "" : SoundFileType(image.DataFile());
+  return fmt::format("{} ({}){}", TerminalText(image.DataFile()), size ? ReadableSize(*size) : "no such file",
+                     type.empty() ? "" : fmt::format(", a sound file ({}) that is read as raw samples", type));
+}
+
+/// Returns the kind of the disc, or why the image has no sectors.
+std::string KindOfImage(const Host& host, const ImageRecord& image) {
+  UHYPER sectors = 0;
+  bool isSizeless = false;
+  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
+    image.VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
+      sectors += UHYPER{extent.sectors} + extent.missing;
+      isSizeless = isSizeless || extent.blockSize == 0;
+    });
+  }
+  if (sectors != 0) {
+    return KindWords(image.Info().ZSTYPEPROJECT);
+  }
+  if (image.DataSize() == 0) {
+    return "none: the image is empty";
+  }
+  if (isSizeless) {
+    return "none: " + SizelessWords(host, image);
+  }
+  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_NRG
+             ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"
+             : "none: the image has no sectors";
+}
+
+std::string CompanionWords(LONG mask) {
+  const bool isInline = (mask & ZSIMAGEMASK_SUBINLINE) != 0;
+  return WordsOf(mask,
+                 {{ZSIMAGEMASK_CDTEXT, "CD-Text"},
+                  {ZSIMAGEMASK_CDG, "CD+G"},
+                  {ZSIMAGEMASK_SUBCHANNEL, isInline ? "sub-channel in the sectors" : "sub-channel file"},
+                  {ZSIMAGEMASK_TRACKATONCE, "recorded track at once"}},
+                 ", ");
+}
+
+std::string DiscIdWords(ULONG disc, ULONG firstSession) {
+  if (disc == 0 && firstSession == 0) {
+    return "";
+  }
+  return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
+}
+
+} // namespace
+
+void PrintRecord(const Host& host, const ImageRecord& image) {
+  const zsimagefileinfo& info = image.Info();
+  Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(host, image)) +
+        Line("Format", FormatWords(info.ZSImageFormat)) + Line("Data file", DataFileWords(image)) +
+        Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)));
+  if (info.nSessions == 0) {
+    return;
+  }
+  Print(DiscTexts(info.pZSCueSheet[0]->ZSCDTEXT) + "\n");
+  TextTable table({">Session", ">Track", "Mode", ">Block", ">Start", ">Sector", ">Length", ">Sectors"},
+                  {">Pregap", ">Postgap", "Flags", "ISRC", "Title", "Performer", "Note"});
+  table.Print([&](const TextTable::RowSink& sink) {
+    for (unsigned session = 1; session <= info.nSessions; ++session) {
+      ProduceRows(image, session, sink);
+    }
+  });
+}
+
+void PrintTexts(const ZSCUESHEET& sheet) {
+  const std::string texts = DiscTexts(sheet.ZSCDTEXT);
+  Print(texts + (texts.empty() ? "" : "\n"));
+  std::vector<const char*> headings;
+  for (const auto& entry : kTexts) {
+    headings.push_back(entry.heading);
+  }
+  TextTable table({">Track"}, headings);
+  table.Print([&](const TextTable::RowSink& sink) {
+    std::vector<TextColumn> columns;
+    for (const auto& entry : kTexts) {
+      columns.emplace_back(sheet.ZSCDTEXT.*entry.ofDisc);
+    }
+    for (const ZSTRACK& track : Tracks(sheet)) {
+      TextTable::Row row{std::to_string(track.TNO)};
+      for (std::size_t i = 0; i < columns.size(); ++i) {
+        row.emplace_back(columns[i].Show(track.*kTexts[i].ofTrack));
+      }
+      sink(row);
+    }
+  });
+}

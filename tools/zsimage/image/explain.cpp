@@ -1,0 +1,156 @@
+#include "image/explain.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "files/input_file.h"
+#include "files/paths.h"
+#include "output/failure.h"
+#include "output/terminal_text.h"
+#include "platform/text.h"
+
+namespace {
+
+constexpr const char* kReadable = "give the .iso, .cue, .nrg, .ccd, .mds or .zsi file of an image";
+
+constexpr const char* kNoFileLine = "the sheet names no data file: no FILE line has a name in double quotes";
+
+std::string ExplainClosed(const std::string& path) {
+  if (path.empty()) {
+    return "the path is empty";
+  }
+  const auto status = StatusOf(path);
+  if (!std::filesystem::exists(status)) {
+    return "no such file";
+  }
+  if (std::filesystem::is_directory(status)) {
+    return std::string("this is a folder; ") + kReadable;
+  }
+  if (!std::filesystem::is_regular_file(status) && !std::filesystem::is_block_file(status)) {
+    return "this is neither a file nor a block device";
+  }
+  return "the file cannot be opened for reading; look at its permissions";
+}
+
+/// The component read the sheet if it names a data file; then that file is the closed one.
+std::string ExplainClosedSheet(const Host& host, const std::string& path) {
+  const std::string dataFile = DataFileOfSheet(host, path);
+  if (dataFile.empty()) {
+    return kNoFileLine;
+  }
+  return dataFile == path ? ExplainClosed(path)
+                          : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
+}
+
+std::string ExplainMissing(const Host& host, const std::string& path, const std::string& extension) {
+  if (extension == ".CUE") {
+    const std::string dataFile = DataFileOfSheet(host, path);
+    if (dataFile.empty()) {
+      return kNoFileLine;
+    }
+    const std::string name = FileName(dataFile);
+    const bool isBeside = dataFile == Beside(path, name);
+    return fmt::format("the sheet names {}; no such file{}, in any case; put it there, or correct the FILE line",
+                       TerminalText(isBeside ? name : dataFile), isBeside ? " beside it" : "");
+  }
+  if (extension == ".MDS") {
+    return fmt::format("the sectors are in {}, and there is no such file beside the description; or the description "
+                       "ends too early",
+                       TerminalText(WithExtension(FileName(path), ".MDF")));
+  }
+  return std::string(CodeWords(ZSE_FILENOTFOUND));
+}
+
+std::string ExplainSheet(const Host& host, const std::string& path) {
+  const std::string dataFile = DataFileOfSheet(host, path);
+  if (dataFile.empty() || dataFile == path) {
+    return kNoFileLine;
+  }
+  const UniqueSheet sheet = CreateSheet(host, 0);
+  const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), sheet.get());
+  if (result == ZSE_BADIMAGE) {
+    const std::string type = SoundFileType(dataFile);
+    return fmt::format("its data file {} is not a whole number of sectors: {}{}", TerminalText(FileName(dataFile)),
+                       OddSizeWords(host, path),
+                       type.empty() ? "" : fmt::format("; it is a sound file ({}) and not raw samples", type));
+  }
+  return result == S_OK ? "the sheet has no TRACK line" : std::string(CodeWords(E_OUTOFMEMORY));
+}
+
+/// What a result means for files with these extensions.
+constexpr struct {
+  HRESULT result;
+  const char* extensions;
+  const char* words;
+} kExplanations[] = {
+    {ZSE_BADIMAGE, ".BIN.IMG.MDF",
+     "a data file alone does not say what it holds; give the .cue, .ccd or .mds file that belongs to it"},
+    {ZSE_BADIMAGE, ".BWT.B5T", "BlindWrite images are not supported; convert the image to a CUE sheet first"},
+    {ZSE_BADIMAGE, ".CUE.NRG.CCD.MDS",
+     "the file is damaged, or its content is not what its extension says, or there is not enough memory"},
+    {ZSE_BADIMAGE, ".ZSI", "the data file that the description names cannot be opened, or there is not enough memory"},
+    {ZSE_FAILED, ".ZSI",
+     "this is not a complete TOC file: the name of the data file, a track count or the mode of a track is missing"},
+    {ZSE_OUTOFRESOURCES, ".CCD", "the description has more than 99 sessions, or there is not enough memory"},
+    {ZSE_OUTOFRESOURCES, ".MDS",
+     "a data track has a mode that is neither 1 nor 2, or there are more than 99 sessions, or there is not enough "
+     "memory"},
+};
+
+} // namespace
+
+std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
+  const std::string extension = platform::Upper(path.substr(path.size() < 4 ? 0 : path.size() - 4));
+  const bool isSheet = extension == ".CUE";
+  if (result == ZSE_CANNOTOPENIMAGE) {
+    return isSheet ? ExplainClosedSheet(host, path) : ExplainClosed(path);
+  }
+  if (result == ZSE_FILENOTFOUND) {
+    return ExplainMissing(host, path, extension);
+  }
+  if (result == ZSE_FAILED && isSheet) {
+    return ExplainSheet(host, path);
+  }
+  if (result == ZSE_BADIMAGE && extension == ".ISO") {
+    return "this is not a whole number of sectors, and it has no ISO 9660 volume descriptor: " +
+           OddSizeWords(host, path);
+  }
+  for (const auto& entry : kExplanations) {
+    if (result == entry.result && extension.size() == 4 &&
+        std::string_view(entry.extensions).find(extension) != std::string_view::npos) {
+      return entry.words;
+    }
+  }
+  return result == ZSE_BADIMAGE ? std::string("files with this extension are not read; ") + kReadable
+                                : std::string(CodeWords(result));
+}
+
+std::string SoundFileType(const std::string& path) {
+  const std::string start = ReadBytes(path, 0, 4);
+  return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
+}
+
+std::string OddSizeWords(const Host& host, const std::string& path) {
+  zsimagefileinfo info{};
+  if (ReadPartialImage(host, path, &info) != S_OK) {
+    return "no size of sectors is known";
+  }
+  const UHYPER size = FileSize(Narrow(info.bstrImageBinaryFile)).value_or(0);
+  UHYPER over = 0;
+  UINT blockSize = 0;
+  VisitTracks(info, 0, std::nullopt, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
+    blockSize = std::max(extent.blockSize, 1U);
+    over = (size > extent.begin ? size - extent.begin : size) % blockSize;
+  });
+  host.Images().FreeImageFileInfo(&info);
+  const std::string words = over == 0 ? "its size fits no single kind of sectors"
+                                      : fmt::format("{} {} over after whole sectors of {} bytes", Counted(over, "byte"),
+                                                    over == 1 ? "is" : "are", blockSize);
+  return words + "; 'zsimage extract --partial' saves the whole sectors";
+}
+
+std::string SizelessWords(const Host& host, const ImageRecord& image) {
+  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_ISO ? OddSizeWords(host, image.Path())
+                                                         : "the description gives its sectors no size";
+}

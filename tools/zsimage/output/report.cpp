@@ -1,0 +1,83 @@
+#include "output/report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+#include "output/failure.h"
+#include "output/json.h"
+#include "output/terminal_text.h"
+
+namespace {
+
+/// Freed when an allocation fails: destructors of JSON values allocate, and end the process if they cannot.
+std::unique_ptr<char[]> g_reserve;
+
+[[noreturn]] void ThrowOutOfMemory() {
+  std::set_new_handler(nullptr);
+  g_reserve.reset();
+  throw std::bad_alloc();
+}
+
+/// Returns the exception that is being handled as the failure of an image, or of the command if the name is empty.
+Failure CurrentFailure(const std::string& image) {
+  try {
+    throw;
+  } catch (const Failure& failure) {
+    return failure;
+  } catch (const std::bad_alloc&) {
+    return Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY);
+  } catch (const std::exception& error) {
+    return Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED);
+  }
+}
+
+Json FailureToJson(const Failure& failure, const std::string& image) {
+  const bool namesOther = failure.File() != image && !failure.File().empty();
+  Json json = Json::object();
+  if (!image.empty()) {
+    json["image"] = TerminalText(image);
+  }
+  json["result"] = CodeName(failure.Code());
+  json["code"] = CodeNumber(failure.Code());
+  json["words"] = (namesOther ? TerminalText(failure.File()) + ": " : "") + failure.Words();
+  return json;
+}
+
+int Report(const Failure& failure, const std::string& image, bool json, bool isLine) {
+  if (json && std::ferror(stdout) == 0) {
+    PrintJson(FailureToJson(failure, image), isLine);
+  }
+  std::fflush(stdout); // On a terminal the message follows the pages before it.
+  return failure.Report();
+}
+
+} // namespace
+
+int RunReported(const std::string& image, bool json, const std::function<int()>& command) {
+  try {
+    return command();
+  } catch (...) {
+    return Report(CurrentFailure(image), image, json, false);
+  }
+}
+
+int ForEachImage(const std::vector<std::string>& paths, bool json,
+                 const std::function<int(const std::string&)>& command) {
+  int status = 0;
+  for (const std::string& path : paths) {
+    try {
+      g_reserve = std::make_unique<char[]>(65536);
+      std::set_new_handler(ThrowOutOfMemory);
+      status = std::max(status, command(path));
+    } catch (...) {
+      const Failure failure = CurrentFailure(path);
+      if (failure.Code() == kCancelled || std::ferror(stdout) != 0) {
+        throw;
+      }
+      status = Report(failure, path, json, paths.size() > 1);
+    }
+  }
+  return status;
+}

@@ -1,0 +1,28 @@
+/// @file
+/// Text between the command line, the component and the terminal: paths and arguments are narrow text
+/// (platform/text.h), the component has wide strings, and a terminal shows UTF-8.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/bstr.h"
+
+/// Returns wide text as narrow text; null as empty text.
+std::string Narrow(BSTR text);
+
+/// Returns narrow text as a string for the component, which is never null.
+UniqueBstr Wide(std::string_view narrow);
+
+/// Returns text as UTF-8 without control characters, so that no name or title in an image can control the terminal.
+std::string TerminalText(std::string_view narrow);
+inline std::string TerminalText(BSTR text) { return TerminalText(Narrow(text)); }
+
+/// Returns the columns that UTF-8 text occupies on a terminal.
+std::size_t TerminalWidth(const std::string& utf8);
+
+/// Returns a size for a person, in powers of 1000: "698.3 MB".
+std::string ReadableSize(UHYPER bytes);
+
+/// Returns a number of things: "1 sector", "2 sectors".
+std::string Counted(UHYPER count, std::string_view noun);
