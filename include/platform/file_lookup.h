@@ -20,9 +20,8 @@ bool PathFileExistsA(const std::string& path) noexcept;
 
 /// A file or folder that was found.
 struct FoundFile {
-  bool isFolder = false; ///< Whether it is a folder.
-  UHYPER size = 0;       ///< Bytes of a file; 0 for a folder, and for a block device that does not open.
-  std::string name;      ///< Name without folder, as spelled on disk.
+  UHYPER size = 0;  ///< Bytes of a file; 0 for a folder, and for a block device that does not open.
+  std::string name; ///< Name without folder, as spelled on disk.
 };
 
 /// Finds a file or folder by its path or, if no file has that very name, by a pattern with `*` and `?` in the last

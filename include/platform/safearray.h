@@ -59,26 +59,23 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) noexcept;
 HRESULT SafeArrayGetRecordInfo(SAFEARRAY* array, IRecordInfo** record) noexcept;
 }
 
-/// Ends the access that it began, on every way out.
+/// Accesses the elements of an array while it exists.
 class SafeArrayAccess {
 public:
-  /// Begins an access. Null is accepted and gives a failure.
+  /// Begins the access. Fails for null.
   explicit SafeArrayAccess(SAFEARRAY* array) noexcept : m_array(array), m_result(SafeArrayAccessData(array, &m_data)) {}
   SafeArrayAccess(const SafeArrayAccess&) = delete;
   SafeArrayAccess& operator=(const SafeArrayAccess&) = delete;
-  ~SafeArrayAccess() { End(); }
-
-  /// Whether the access runs: 0, or why not.
-  HRESULT Result() const noexcept { return m_result; }
-  /// The elements; null without access. `T` is the caller's promise.
-  template <class T> T* Elements() const noexcept { return static_cast<T*>(m_data); }
-  /// Ends the access early. Harmless without one.
-  void End() noexcept {
+  ~SafeArrayAccess() {
     if (SUCCEEDED(m_result)) {
       SafeArrayUnaccessData(m_array);
-      m_result = E_UNEXPECTED;
     }
   }
+
+  /// The result of SafeArrayAccessData.
+  HRESULT Result() const noexcept { return m_result; }
+  /// The elements, which the caller knows to be of type `T`; null if the access failed.
+  template <class T> T* Elements() const noexcept { return static_cast<T*>(m_data); }
 
 private:
   SAFEARRAY* m_array;

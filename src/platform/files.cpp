@@ -155,7 +155,7 @@ bool Find(const std::string& pattern, FoundFile* found) {
       return false;
     }
   }
-  *found = {S_ISDIR(status.st_mode), SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
+  *found = {SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
   return true;
 }
 

@@ -104,7 +104,7 @@ TEST(FileLookup, FindsPatternsAndSizes) {
   }
   FoundFile found;
   EXPECT_TRUE(FindFirstFileA(folder.Path(""), &found));
-  EXPECT_TRUE(found.isFolder && found.size == 0);
+  EXPECT_EQ(0U, found.size) << "a folder";
 }
 
 TEST(Files, AreMadeInTheFolderOnDiskUnderNamesInUtf8) {
