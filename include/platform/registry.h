@@ -41,7 +41,7 @@ struct RegistryKey {
   std::map<std::string, std::unique_ptr<RegistryKey>> keys; ///< By name in upper case.
 
   /// Null when there is no such key.
-  RegistryKey* Find(std::string_view path) const;
+  RegistryKey* Find(std::string_view path);
   /// Finds a key, or makes it with all that are missing on the way to it. Null, with nothing made, for a path that
   /// has an empty name, one of more than 255 bytes, one with control characters, or more than 512 names.
   RegistryKey* Create(std::string_view path);
@@ -73,28 +73,26 @@ DWORD ReadRegistry(RegistryKey* registry);
 /// @return 0; what `change` answered; ERROR_BADDB, or what the system refused. Throws std::bad_alloc.
 DWORD ChangeRegistry(const std::function<DWORD(RegistryKey* registry)>& change);
 
-/// An open key, or a root.
+/// A root, or an open key.
 enum class HKEY : std::uintptr_t {};
 inline constexpr HKEY HKEY_CLASSES_ROOT{0x80000000U}; ///< Root of the classes.
 inline constexpr HKEY HKEY_CURRENT_USER{0x80000001U}; ///< Root of the user's settings.
 
-inline constexpr DWORD KEY_READ = 0x20019; ///< The one kind of access that is offered.
+inline constexpr DWORD KEY_READ = 0x20019; ///< The only kind of access.
 
-/// Opens a key below another. It is seen as it stands at this moment until it is closed.
-/// @param key A root or an open key. @param subKey Null or empty for the key itself. @param options Not read.
+/// Opens a key for reading. Its values are those of this moment until it is closed.
+/// @param root One of the two roots. @param subKey Path of the key below the root. @param options Not read.
 /// @param access Not read. @param opened Receives the key, which RegCloseKey closes.
-/// @return 0; ERROR_FILE_NOT_FOUND when there is no such key, with `*opened` unchanged; ERROR_INVALID_PARAMETER for
-/// a null `opened`; else as ReadRegistry.
-DWORD RegOpenKeyExA(HKEY key, const char* subKey, DWORD options, DWORD access, HKEY* opened) noexcept;
+/// @return 0; ERROR_FILE_NOT_FOUND if there is no such key; ERROR_INVALID_HANDLE for anything but a root; otherwise as
+/// ReadRegistry. On failure `*opened` is unchanged.
+DWORD RegOpenKeyExA(HKEY root, const char* subKey, DWORD options, DWORD access, HKEY* opened) noexcept;
 
 /// Copies the data of a value.
-/// @param key A root or an open key. @param reserved Not read. @param name Null or empty for the value without a name.
-/// @param type Receives REG_SZ or REG_DWORD; may be null.
-/// @param data Receives the data; may be null. @param size Bytes at `data`; receives the bytes that the data have.
-/// It may be null only when `data` is.
-/// @return 0; ERROR_FILE_NOT_FOUND when there is no such value; ERROR_MORE_DATA when `data` has too few bytes, with
-/// `*size` set; ERROR_INVALID_PARAMETER.
+/// @param key An open key. @param name Empty for the value without a name. @param reserved Not read.
+/// @param type Receives REG_SZ or REG_DWORD. @param data Receives the data: a text with a final zero, or a number.
+/// @param size Bytes of the buffer at `data`; receives the size of the data in bytes.
+/// @return 0; ERROR_FILE_NOT_FOUND if there is no such value; ERROR_MORE_DATA if the buffer is too small.
 DWORD RegQueryValueExA(HKEY key, const char* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size) noexcept;
 
-/// Closes a key; a root stays open.
+/// Closes an open key. @return 0.
 DWORD RegCloseKey(HKEY key) noexcept;

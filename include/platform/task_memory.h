@@ -30,12 +30,10 @@ struct TaskMemoryFree {
 /// Owns one block of task memory.
 template <class T> using TaskMemory = std::unique_ptr<T, TaskMemoryFree>;
 
-/// A cleared table of `count` elements, or null when there is no memory or the size does not fit the machine.
-template <class T> T* AllocateCleared(std::size_t count) noexcept;
-
-/// The same for elements of `width` bytes.
+/// Returns `count` cleared elements of `width` bytes; null if out of memory or if the size does not fit the machine.
 void* AllocateClearedBytes(std::size_t count, std::size_t width) noexcept;
 
+/// Returns a cleared table of `count` elements, as AllocateClearedBytes.
 template <class T> T* AllocateCleared(std::size_t count) noexcept {
   return static_cast<T*>(AllocateClearedBytes(count, sizeof(T)));
 }

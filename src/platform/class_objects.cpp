@@ -1,5 +1,6 @@
 #include "platform/class_objects.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/guard.h"
@@ -10,50 +11,26 @@
 
 namespace {
 
-/// The classes of the process.
-platform::ProcessList<ProcessClass>& Classes() noexcept {
-  static platform::ProcessList<ProcessClass> list;
-  return list;
-}
+constinit platform::ProcessList<ProcessClass> g_classes;
 
 bool EqualNames(std::u16string_view left, std::u16string_view right) noexcept {
-  if (left.size() != right.size()) {
-    return false;
-  }
-  for (std::size_t i = 0; i < left.size(); ++i) {
-    if (UpperUnit(left[i]) != UpperUnit(right[i])) {
-      return false;
-    }
-  }
-  return true;
+  return std::ranges::equal(left, right, {}, UpperUnit, UpperUnit);
 }
 
-GetClassObjectFunction FindClass(REFCLSID clsid) noexcept {
-  GetClassObjectFunction found = nullptr;
-  Classes().With([&](const ProcessClass& entry) { return entry.clsid == clsid; },
-                 [&](const ProcessClass& entry) { found = entry.getClassObject; });
-  return found;
-}
-
-bool FindProgId(std::u16string_view progId, CLSID* clsid) noexcept {
-  return Classes().With([&](const ProcessClass& entry) { return EqualNames(entry.progId, progId); },
-                        [&](const ProcessClass& entry) { *clsid = entry.clsid; });
-}
-
-/// The text without a name of a key below HKEY_CLASSES_ROOT; empty when there is none.
-HRESULT RegisteredText(const std::string& path, std::string* text) {
+/// Reads the value without a name of a key below HKEY_CLASSES_ROOT; empty if there is none.
+HRESULT ReadClassValue(const std::string& path, std::string* text) {
   RegistryKey registry;
   if (ReadRegistry(&registry) != 0) {
     return REGDB_E_READREGDB;
   }
-  const RegistryKey* key = registry.Find("HKEY_CLASSES_ROOT\\" + path);
+  RegistryKey* key = registry.Find("HKEY_CLASSES_ROOT\\" + path);
   *text = key == nullptr ? std::string() : key->Text("");
   return S_OK;
 }
 
-HRESULT RegisteredClass(const std::string& progId, CLSID* clsid) {
+HRESULT FindRegisteredClass(const std::string& progId, CLSID* clsid) {
   std::string identifier;
-  const HRESULT result = RegisteredText(progId + "\\CLSID", &identifier);
+  const HRESULT result = ReadClassValue(progId + "\\CLSID", &identifier);
   if (FAILED(result)) {
     return result;
   }
@@ -62,7 +39,7 @@ HRESULT RegisteredClass(const std::string& progId, CLSID* clsid) {
 
 HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObject) {
   std::string library;
-  const HRESULT result = RegisteredText("CLSID\\" + StringFromGUID(clsid) + "\\InprocServer32", &library);
+  const HRESULT result = ReadClassValue("CLSID\\" + StringFromGUID(clsid) + "\\InprocServer32", &library);
   if (FAILED(result)) {
     return result;
   }
@@ -71,20 +48,22 @@ HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObje
 
 } // namespace
 
-void RegisterProcessClass(ProcessClass* entry) noexcept { Classes().Add(entry); }
-void RevokeProcessClass(ProcessClass* entry) noexcept { Classes().Remove(entry); }
+void RegisterProcessClass(ProcessClass* entry) noexcept { g_classes.Add(entry); }
+void RevokeProcessClass(ProcessClass* entry) noexcept { g_classes.Remove(entry); }
 
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept {
   if (progId == nullptr || clsid == nullptr) {
     return E_INVALIDARG;
   }
   *clsid = CLSID{};
-  if (FindProgId(progId, clsid)) {
+  ProcessClass found{};
+  if (g_classes.Find([&](const ProcessClass& entry) { return EqualNames(entry.progId, progId); }, &found)) {
+    *clsid = found.clsid;
     return S_OK;
   }
   return Guarded([&] {
     const std::string name = WideCharToMultiByte(progId);
-    return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : RegisteredClass(name, clsid);
+    return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : FindRegisteredClass(name, clsid);
   });
 }
 
@@ -96,16 +75,16 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   if ((context & CLSCTX_INPROC_SERVER) == 0) {
     return REGDB_E_CLASSNOTREG;
   }
-  const platform::LibraryUse use; // Its factory may not go before there is an object.
-  GetClassObjectFunction getClassObject = FindClass(clsid);
-  if (getClassObject == nullptr) {
-    const HRESULT result = Guarded([&] { return LoadRegisteredClass(clsid, &getClassObject); });
-    if (FAILED(result)) {
-      return result;
-    }
+  const platform::LibraryUse use; // Until there is an object, nothing else keeps its library loaded.
+  ProcessClass found{};
+  HRESULT result = S_OK;
+  if (!g_classes.Find([&](const ProcessClass& entry) { return entry.clsid == clsid; }, &found)) {
+    result = Guarded([&] { return LoadRegisteredClass(clsid, &found.getClassObject); });
   }
   ComPtr<IClassFactory> factory;
-  const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
+  if (SUCCEEDED(result)) {
+    result = found.getClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
+  }
   return FAILED(result) ? result : factory->CreateInstance(outer, iid, object);
 }
 

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -12,42 +13,24 @@ namespace {
 
 using CanUnloadFunction = HRESULT (*)();
 
-/// Owns one count of a library's handle.
-class Library {
-public:
-  explicit Library(void* handle) noexcept : m_handle(handle) {}
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-  Library(Library&& other) noexcept : m_handle(other.m_handle) { other.m_handle = nullptr; }
-  Library& operator=(Library&& other) noexcept {
-    std::swap(m_handle, other.m_handle);
-    return *this;
-  }
-  ~Library() {
-    if (m_handle != nullptr) {
-      ::dlclose(m_handle);
-    }
-  }
-
-  void* Handle() const noexcept { return m_handle; }
-
-  template <class Function> Function Entry(const char* name) const noexcept {
-    return reinterpret_cast<Function>(::dlsym(m_handle, name));
-  }
-
-  bool IsUnused() const noexcept {
-    const auto canUnload = Entry<CanUnloadFunction>("DllCanUnloadNow");
-    return canUnload != nullptr && canUnload() == S_OK;
-  }
-
-private:
-  void* m_handle;
+struct CloseLibrary {
+  void operator()(void* handle) const noexcept { ::dlclose(handle); }
 };
+using Library = std::unique_ptr<void, CloseLibrary>;
+
+template <class Function> Function FindFunction(const Library& library, const char* name) noexcept {
+  return reinterpret_cast<Function>(::dlsym(library.get(), name));
+}
+
+bool IsUnused(const Library& library) noexcept {
+  const auto canUnload = FindFunction<CanUnloadFunction>(library, "DllCanUnloadNow");
+  return canUnload != nullptr && canUnload() == S_OK;
+}
 
 struct LibraryTable {
   std::mutex lock;
-  std::vector<Library> libraries; ///< Each one once.
-  int uses = 0;                   ///< LibraryUse objects that live.
+  std::vector<Library> libraries; ///< Without duplicates.
+  int uses = 0;                   ///< Number of LibraryUse objects.
 };
 
 LibraryTable& Libraries() noexcept {
@@ -70,23 +53,21 @@ platform::LibraryUse::~LibraryUse() {
 }
 
 HRESULT platform::LoadClassLibrary(const std::string& path, GetClassObjectFunction* entry) {
-  if (path.empty() || path.front() != '/') {
+  if (!path.starts_with('/')) {
     return CO_E_DLLNOTFOUND;
   }
-  // Not under the lock: what the library does when it is loaded is its own affair.
+  // Not under the lock, as a library runs code of its own while it is loaded.
   Library library(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (library.Handle() == nullptr) {
+  if (!library) {
     return CO_E_DLLNOTFOUND;
   }
-  const auto getClassObject = library.Entry<GetClassObjectFunction>("DllGetClassObject");
+  const auto getClassObject = FindFunction<GetClassObjectFunction>(library, "DllGetClassObject");
   if (getClassObject == nullptr) {
     return CO_E_ERRORINDLL;
   }
   LibraryTable& table = Libraries();
   const std::lock_guard guard(table.lock);
-  const bool known = std::any_of(table.libraries.begin(), table.libraries.end(),
-                                 [&](const Library& other) { return other.Handle() == library.Handle(); });
-  if (!known) {
+  if (std::find(table.libraries.begin(), table.libraries.end(), library) == table.libraries.end()) {
     table.libraries.push_back(std::move(library));
   }
   *entry = getClassObject;
@@ -95,10 +76,8 @@ HRESULT platform::LoadClassLibrary(const std::string& path, GetClassObjectFuncti
 
 void platform::FreeUnusedLibraries() noexcept {
   LibraryTable& table = Libraries();
-  const std::lock_guard guard(table.lock); // Kept while they go, so that nobody finds a class of theirs meanwhile.
+  const std::lock_guard guard(table.lock); // Until they are unloaded, so that no class of theirs is found meanwhile.
   if (table.uses == 0) {
-    table.libraries.erase(std::remove_if(table.libraries.begin(), table.libraries.end(),
-                                         [](const Library& library) { return library.IsUnused(); }),
-                          table.libraries.end());
+    std::erase_if(table.libraries, IsUnused);
   }
 }
