@@ -1,10 +1,15 @@
 #include "platform/class_objects.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <memory>
+#include <mutex>
 #include <string_view>
+#include <vector>
 
 #include "platform/guard.h"
-#include "platform/loaded_libraries.h"
+#include "platform/never_destroyed.h"
 #include "platform/process_list.h"
 #include "platform/registry.h"
 #include "platform/text.h"
@@ -15,6 +20,72 @@ constinit platform::ProcessList<ProcessClass> g_classes;
 
 bool EqualNames(std::u16string_view left, std::u16string_view right) noexcept {
   return std::ranges::equal(left, right, {}, UpperUnit, UpperUnit);
+}
+
+/// Closes a handle of dlopen.
+struct CloseLibrary {
+  void operator()(void* handle) const noexcept { ::dlclose(handle); }
+};
+using Library = std::unique_ptr<void, CloseLibrary>;
+
+template <class Function> Function FindFunction(const Library& library, const char* name) noexcept {
+  return reinterpret_cast<Function>(::dlsym(library.get(), name));
+}
+
+bool IsUnused(const Library& library) noexcept {
+  const auto canUnload = FindFunction<HRESULT (*)()>(library, "DllCanUnloadNow");
+  return canUnload != nullptr && canUnload() == S_OK;
+}
+
+/// The libraries that were loaded for their classes.
+struct LibraryTable {
+  std::mutex lock;
+  std::vector<Library> libraries; ///< Without duplicates.
+  int uses = 0;                   ///< Number of LibraryUse objects.
+};
+
+LibraryTable& Libraries() noexcept {
+  static platform::NeverDestroyed<LibraryTable> table;
+  return table.Get();
+}
+
+/// Keeps libraries loaded while it exists: before there is an object, nothing else does.
+class LibraryUse {
+public:
+  LibraryUse() noexcept { Add(1); }
+  LibraryUse(const LibraryUse&) = delete;
+  LibraryUse& operator=(const LibraryUse&) = delete;
+  ~LibraryUse() { Add(-1); }
+
+private:
+  static void Add(int count) noexcept {
+    const std::lock_guard guard(Libraries().lock);
+    Libraries().uses += count;
+  }
+};
+
+/// Loads a library, unless it is loaded, and returns its entry point.
+/// @param path Absolute path: the dynamic linker could find another library for a name.
+HRESULT LoadClassLibrary(const std::string& path, GetClassObjectFunction* getClassObject) {
+  if (!path.starts_with('/')) {
+    return CO_E_DLLNOTFOUND;
+  }
+  // Not under the lock, as a library runs code of its own while it is loaded.
+  Library library(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!library) {
+    return CO_E_DLLNOTFOUND;
+  }
+  const auto function = FindFunction<GetClassObjectFunction>(library, "DllGetClassObject");
+  if (function == nullptr) {
+    return CO_E_ERRORINDLL;
+  }
+  LibraryTable& table = Libraries();
+  const std::lock_guard guard(table.lock);
+  if (std::find(table.libraries.begin(), table.libraries.end(), library) == table.libraries.end()) {
+    table.libraries.push_back(std::move(library));
+  }
+  *getClassObject = function;
+  return S_OK;
 }
 
 /// Reads the value without a name of a key below HKEY_CLASSES_ROOT; empty if there is none.
@@ -43,7 +114,7 @@ HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObje
   if (FAILED(result)) {
     return result;
   }
-  return library.empty() ? REGDB_E_CLASSNOTREG : platform::LoadClassLibrary(library, getClassObject);
+  return library.empty() ? REGDB_E_CLASSNOTREG : LoadClassLibrary(library, getClassObject);
 }
 
 } // namespace
@@ -75,7 +146,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   if ((context & CLSCTX_INPROC_SERVER) == 0) {
     return REGDB_E_CLASSNOTREG;
   }
-  const platform::LibraryUse use; // Until there is an object, nothing else keeps its library loaded.
+  const LibraryUse use;
   ProcessClass found{};
   HRESULT result = S_OK;
   if (!g_classes.Find([&](const ProcessClass& entry) { return entry.clsid == clsid; }, &found)) {
@@ -88,4 +159,10 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   return FAILED(result) ? result : factory->CreateInstance(outer, iid, object);
 }
 
-void CoFreeUnusedLibraries() noexcept { platform::FreeUnusedLibraries(); }
+void CoFreeUnusedLibraries() noexcept {
+  LibraryTable& table = Libraries();
+  const std::lock_guard guard(table.lock); // Until they are unloaded, so that no class of theirs is found meanwhile.
+  if (table.uses == 0) {
+    std::erase_if(table.libraries, IsUnused);
+  }
+}
