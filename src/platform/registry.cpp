@@ -45,7 +45,7 @@ struct OpenKey {
 };
 
 OpenKey* OpenKeyOf(HKEY key) noexcept {
-  return reinterpret_cast<OpenKey*>(key); // NOLINT(performance-no-int-to-ptr): it was made of a pointer.
+  return reinterpret_cast<OpenKey*>(key); // NOLINT(performance-no-int-to-ptr): the number is a pointer.
 }
 
 DWORD OpenPath(const std::string& path, OpenKey* open) {
