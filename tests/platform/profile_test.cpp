@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
+TEST(Profile, FirstOfEqualNamesInAnyCaseCounts) {
   const TemporaryFolder folder;
   const std::string path = folder.Write(
       "a.ini", "lost=0\r\n[Disc]\r\n  Title \t=  One two  \r\n;Hidden=1\r\nQuoted=\" kept \"\nSingle='x'\nHalf=\"x\n"
@@ -48,7 +48,7 @@ TEST(Profile, FindsEachOfManyKeys) {
   }
 }
 
-TEST(Profile, ConvertsEachNameOnceToSortManyEqualOnes) {
+TEST(Profile, LoadingIsLinearForEqualNames) {
   const TemporaryFolder folder;
   const std::string text = "[S]\n" + Times(100'000, "A name that does not fit \xE9=1\n");
   const std::string path = folder.Write("a.ini", text);
@@ -59,7 +59,7 @@ TEST(Profile, ConvertsEachNameOnceToSortManyEqualOnes) {
   EXPECT_LE(Memory().asked - before, 16 * static_cast<long>(text.size()));
 }
 
-TEST(Profile, ReadsIntegersAsFarAsTheyGo) {
+TEST(Profile, ParsesIntegersUpToOtherCharacters) {
   const TemporaryFolder folder;
   const std::pair<std::string, LONG> kCases[] = {
       {"162", 162},  {"0xa2", 0xA2}, {"0XA2", 0xA2}, {"-150", -150}, {"+7", 7},        {"-0x10", -16},

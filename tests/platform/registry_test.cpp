@@ -35,8 +35,8 @@ class Registry : public testing::Test {
 protected:
   DWORD Set(const std::string& key, const std::string& text) {
     return ChangeRegistry([&](RegistryKey* registry) -> DWORD {
-      RegistryKey* made = registry->Create(key);
-      return made == nullptr ? ERROR_INVALID_NAME : (made->SetText("", text), ERROR_SUCCESS);
+      RegistryKey* created = registry->Create(key);
+      return created == nullptr ? ERROR_INVALID_NAME : (created->SetText("", text), ERROR_SUCCESS);
     });
   }
 
@@ -44,24 +44,25 @@ protected:
   EnvironmentVariable path{"IMAGEFILE_REGISTRY", folder.Path(kName)};
 };
 
-TEST_F(Registry, WritesWhatItReads) {
+TEST_F(Registry, ReadsAndWritesKeysAndValues) {
   HKEY key{};
   EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExA(HKEY_CURRENT_USER, "Software", 0, 0x20019, &key));
-  // In the order of names, whatever the order of the changes, and with the last spelling.
+  EXPECT_EQ(ERROR_INVALID_HANDLE, RegOpenKeyExA(HKEY{}, "", 0, KEY_READ, &key));
+  // Keys are written in the order of names; values have the last spelling.
   EXPECT_EQ(0U, ChangeRegistry([](RegistryKey* registry) -> DWORD {
-              RegistryKey* made = registry->Create("HKEY_CURRENT_USER\\Software\\Blank Name");
-              made->SetNumber("Level", 7);
-              made->SetText("Empty", std::string_view("\0no more", 8));
-              made->SetNumber("LEVEL", 42);
+              RegistryKey* created = registry->Create("HKEY_CURRENT_USER\\Software\\Blank Name");
+              created->SetNumber("Level", 7);
+              created->SetText("Empty", std::string_view("\0no more", 8));
+              created->SetNumber("LEVEL", 42);
               registry->Create("HKEY_CLASSES_ROOT\\Gone\\Below");
               registry->Find("hkey_classes_root")->Remove("gone");
               return 0;
             }));
   EXPECT_EQ(0U, Set("HKEY_CLASSES_ROOT\\CLSID", "a \"text\" of C:\\\r\nlines"));
   EXPECT_EQ(kText, folder.Read(kName));
-  // A file that a person wrote is left alone when a change changes nothing, and so is one whose change failed.
-  const std::string own = kText + "; mine\r\n";
-  folder.Write(kName, own);
+  // The file is not written if a change changes nothing or fails.
+  const std::string edited = kText + "; mine\r\n";
+  folder.Write(kName, edited);
   EXPECT_EQ(0U, Set("HKEY_CLASSES_ROOT\\clsid", "a \"text\" of C:\\\r\nlines"));
   for (const char* name : {"HKEY_CLASSES_ROOT\\\\A", "HKEY_CLASSES_ROOT\\", "HKEY_CLASSES_ROOT\\\x1F"}) {
     EXPECT_EQ(ERROR_INVALID_NAME, Set(name, "")) << name;
@@ -70,7 +71,7 @@ TEST_F(Registry, WritesWhatItReads) {
               registry->Remove("HKEY_CURRENT_USER");
               return 5;
             }));
-  EXPECT_EQ(own, folder.Read(kName));
+  EXPECT_EQ(edited, folder.Read(kName));
 
   ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_CURRENT_USER, "software\\BLANK name", 0, KEY_READ, &key));
   BYTE data[4] = {};
@@ -87,7 +88,7 @@ TEST_F(Registry, WritesWhatItReads) {
   EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
 }
 
-TEST_F(Registry, RefusesDamagedFilesAndLeavesThem) {
+TEST_F(Registry, DamagedFilesFailAndRemain) {
   const std::string key = kHeading + "[HKEY_CURRENT_USER";
   std::vector<std::string> damaged = {"\n", "ImageFile Registry 2\n", key, key + "\\" + std::string(256, 'a') + "]\n"};
   for (const char* line : {"\"a\"=\"b\"", "[]", "[HKEY_USERS\\a]", "[HKEY_CURRENT_USER\\\\a]"}) {
@@ -113,13 +114,13 @@ TEST_F(Registry, RefusesDamagedFilesAndLeavesThem) {
   }
 }
 
-TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
+TEST_F(Registry, FileIsOldOrNewWhateverFails) {
   folder.Write(kName, kText);
   ASSERT_EQ(0U, Set("HKEY_CLASSES_ROOT\\New", "value"));
   const std::string changed = folder.Read(kName);
   ASSERT_NE(kText, changed);
   FaultyFiles failing([] { return EIO; }, 64);
-  for (const bool andAfter : {false, true}) { // As if the process died, when all calls behind it fail as well.
+  for (const bool andAfter : {false, true}) { // All later calls fail as well if the process dies.
     int states[2] = {};
     for (int failAt = 1; failAt == 1 || failing.points.Reached(); ++failAt) {
       folder.Write(kName, kText);
@@ -131,15 +132,15 @@ TEST_F(Registry, HoldsTheOldOrTheNewStateWhateverFails) {
       EXPECT_TRUE(text == changed || (text == kText && error != 0)) << failAt << '\n' << text;
       ++states[text == changed ? 1 : 0];
       EXPECT_TRUE(andAfter || !std::filesystem::exists(folder.Path(kName) + ".new")) << failAt;
-      EXPECT_EQ(0U, Set("HKEY_CLASSES_ROOT\\New", "value")) << failAt; // What was left behind stops nobody.
+      EXPECT_EQ(0U, Set("HKEY_CLASSES_ROOT\\New", "value")) << failAt; // Files that remain have no effect.
       EXPECT_EQ(changed, folder.Read(kName));
     }
-    EXPECT_GE(states[0], 10); // Each call up to the rename,
-    EXPECT_GE(states[1], 3);  // and those behind it.
+    EXPECT_GE(states[0], 10); // Calls up to the rename.
+    EXPECT_GE(states[1], 3);  // Calls after it.
   }
 }
 
-TEST_F(Registry, LosesNothingWhenManyWriteAtOnce) {
+TEST_F(Registry, ConcurrentChangesAreAllKept) {
   std::vector<std::jthread> writers;
   for (const std::string key : {"0", "1", "2", "3"}) {
     writers.emplace_back([&, key] {
