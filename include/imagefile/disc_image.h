@@ -229,8 +229,9 @@ public:
   std::string DataFile() const { return detail::OnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
   /// Size of the data file; std::nullopt if there is no such file.
   std::optional<std::uint64_t> DataFileBytes() const {
-    FoundFile file;
-    return FindFirstFileA(DataFile(), &file) && !file.isFolder ? std::optional(file.size) : std::nullopt;
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(DataFile(), error);
+    return error ? std::nullopt : std::optional<std::uint64_t>(size);
   }
   /// Format of the description.
   imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; }
