@@ -8,6 +8,7 @@
 /// Functions that fail leave the reason for GetLastError.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 #include "platform/base_types.h"
@@ -29,3 +30,20 @@ struct FoundFile {
 /// characters and `?` one. Of several matches, the first in byte order is used.
 /// @return false, with `*found` unchanged, if there is none.
 bool FindFirstFileA(const std::string& pattern, FoundFile* found) noexcept;
+
+namespace platform {
+
+/// Returns a path as it is spelled on disk; unchanged if there is no such file.
+inline std::string SpelledOnDisk(const std::string& path) {
+  std::string found = path;
+  ResolveFilePath(path, &found);
+  return found;
+}
+
+/// Returns whether two paths lead to one existing file.
+inline bool IsSameFile(const std::string& left, const std::string& right) {
+  std::error_code ignored;
+  return std::filesystem::equivalent(SpelledOnDisk(left), SpelledOnDisk(right), ignored);
+}
+
+} // namespace platform

@@ -25,3 +25,19 @@ void PathAppendA(std::string* path, std::string_view more);
 
 /// Returns the offset of the last component. A separator at the end of the path belongs to it.
 std::size_t PathFindFileNameA(std::string_view path) noexcept;
+
+namespace platform {
+
+/// Returns the last component of a path.
+inline std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
+
+/// Returns what is before the last component, with its separator.
+inline std::string FolderOf(const std::string& path) { return path.substr(0, PathFindFileNameA(path)); }
+
+/// Returns a path with another extension, dot included.
+inline std::string WithExtension(std::string path, std::string_view extension) {
+  PathRenameExtensionA(&path, extension);
+  return path;
+}
+
+} // namespace platform
