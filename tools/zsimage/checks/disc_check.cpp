@@ -27,7 +27,7 @@ constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two b
 
 /// Returns the position of a track's pregap in the data file.
 std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
-  return std::int64_t{FilePosition(info, track)} - track.Pregap;
+  return std::int64_t{imagefile::FilePosition(info, track)} - track.Pregap;
 }
 
 void CheckIndexes(const ZSTRACK& track, Findings* findings) {
@@ -223,7 +223,7 @@ private:
       return;
     }
     const TrackExtent extent = m_image.Extents(1)[0];
-    const UINT offset = OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
+    const UINT offset = imagefile::OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
     const std::string descriptor =
         ReadBytes(m_dataFile, extent.begin + UHYPER{kDescriptorSector} * extent.blockSize + offset, kVolumeSize + 4);
     if (extent.sectors <= kDescriptorSector || descriptor.size() < kVolumeSize + 4 ||

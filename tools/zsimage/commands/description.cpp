@@ -128,7 +128,7 @@ std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsi
       "the pregap is not marked; its sectors count to the track before");
   addTracks(
       [&, silence = ULONG{0}](const ZSTRACK& track) mutable {
-        const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(info, track));
+        const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(info, track));
         return silence != before;
       },
       "the silence of a PREGAP line becomes sectors that count to the track before");

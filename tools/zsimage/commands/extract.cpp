@@ -72,7 +72,7 @@ SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job,
                   E_INVALIDARG);
   }
   SectorRun run{extent.begin, extent.sectors, extent.blockSize, 0, blockSize == 0 ? extent.blockSize : blockSize};
-  run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
+  run.dataOffset = imagefile::OffsetInSector(image.Info(), track, run.dataSize);
   if (run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize) {
     throw Failure(image.Path(),
                   fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",

@@ -30,7 +30,7 @@ std::string ExplainUnusable(const std::string& registry, HRESULT result) {
     missing = missing.parent_path();
   }
   const bool exists = std::filesystem::exists(missing, error);
-  return fmt::format("{}{}", exists ? "" : missing.string() + " cannot be created: ", CodeWords(result));
+  return fmt::format("{}{}", exists ? "" : missing.string() + " cannot be created: ", MeaningOf(result).words);
 }
 
 /// Changes the registry. A lock file that this creates is removed if the change fails.

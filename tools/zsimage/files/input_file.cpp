@@ -52,11 +52,6 @@ std::optional<UHYPER> FileSize(const std::string& path) {
   return isKnown ? std::optional(size) : std::nullopt;
 }
 
-bool IsSameFile(const std::string& left, const std::string& right) {
-  std::error_code ignored;
-  return std::filesystem::equivalent(SpelledOnDisk(left), SpelledOnDisk(right), ignored);
-}
-
 std::string ReadContent(const std::string& path, UHYPER limit) {
   if (IsStandardStream(path)) {
     return ReadStandardInput(limit);

@@ -6,15 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "platform/base_types.h"
+#include "platform/file_lookup.h"
 
 std::filesystem::file_status StatusOf(const std::string& path);
 
 /// Returns the bytes of a regular file or block device; none for everything else.
 std::optional<UHYPER> FileSize(const std::string& path);
 
-/// Whether two paths lead to one existing file.
-bool IsSameFile(const std::string& left, const std::string& right);
+using platform::IsSameFile;
 
 /// Returns the content of a file, or of standard input for "-". @throws Failure if it cannot be read or is longer than
 /// `limit` bytes.

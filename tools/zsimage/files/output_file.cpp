@@ -61,7 +61,8 @@ Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, U
     return {path, isProtected ? "the file is write-protected" : "the folder is write-protected", error};
   }
   const HRESULT code = error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
-  return {path, fmt::format("{}: {} of {} were written", CodeWords(code), ReadableSize(written), ReadableSize(size)),
+  return {path,
+          fmt::format("{}: {} of {} were written", MeaningOf(code).words, ReadableSize(written), ReadableSize(size)),
           code};
 }
 

@@ -14,29 +14,15 @@ inline bool HasExtension(std::string_view path, std::string_view extension) {
   return path.size() >= extension.size() && lstrcmpiA(path.substr(path.size() - extension.size()), extension) == 0;
 }
 
-/// Returns what follows the folder.
-inline std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
+using platform::FileName, platform::SpelledOnDisk, platform::WithExtension;
 
 /// Returns a path with another name after its folder.
 inline std::string Beside(const std::string& path, std::string_view name) {
-  return path.substr(0, PathFindFileNameA(path)).append(name);
+  return platform::FolderOf(path).append(name);
 }
 
 /// Returns the folder of a path; "." if it names none.
 inline std::string FolderOf(const std::string& path) {
   const std::string folder = Beside(path, "");
   return folder.empty() ? "." : folder;
-}
-
-/// Returns a path with another extension, dot included.
-inline std::string WithExtension(std::string path, std::string_view extension) {
-  PathRenameExtensionA(&path, extension);
-  return path;
-}
-
-/// Returns a path as the disk spells it; unchanged if there is no such file.
-inline std::string SpelledOnDisk(const std::string& path) {
-  std::string found = path;
-  ResolveFilePath(path, &found);
-  return found;
 }

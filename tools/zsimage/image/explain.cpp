@@ -59,7 +59,7 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
                        "ends too early",
                        TerminalText(WithExtension(FileName(path), ".MDF")));
   }
-  return std::string(CodeWords(ZSE_FILENOTFOUND));
+  return std::string(MeaningOf(ZSE_FILENOTFOUND).words);
 }
 
 std::string ExplainSheet(const Host& host, const std::string& path) {
@@ -75,7 +75,7 @@ std::string ExplainSheet(const Host& host, const std::string& path) {
                        OddSizeWords(host, path),
                        type.empty() ? "" : fmt::format("; it is a sound file ({}) and not raw samples", type));
   }
-  return result == S_OK ? "the sheet has no TRACK line" : std::string(CodeWords(E_OUTOFMEMORY));
+  return result == S_OK ? "the sheet has no TRACK line" : std::string(MeaningOf(E_OUTOFMEMORY).words);
 }
 
 /// What a result means for files with these extensions.
@@ -123,7 +123,7 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
     }
   }
   return result == ZSE_BADIMAGE ? std::string("files with this extension are not read; ") + kReadable
-                                : std::string(CodeWords(result));
+                                : std::string(MeaningOf(result).words);
 }
 
 std::string SoundFileType(const std::string& path) {
@@ -139,10 +139,11 @@ std::string OddSizeWords(const Host& host, const std::string& path) {
   const UHYPER size = FileSize(Narrow(info.bstrImageBinaryFile)).value_or(0);
   UHYPER over = 0;
   UINT blockSize = 0;
-  VisitTracks(info, 0, std::nullopt, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
-    blockSize = std::max(extent.blockSize, 1U);
-    over = (size > extent.begin ? size - extent.begin : size) % blockSize;
-  });
+  if (const auto extents = imagefile::FindExtents(info); !extents.empty()) {
+    const imagefile::TrackExtent& last = extents.back();
+    blockSize = std::max(last.blockSize, 1U);
+    over = (size > last.begin ? size - last.begin : size) % blockSize;
+  }
   host.Images().FreeImageFileInfo(&info);
   const std::string words = over == 0 ? "its size fits no single kind of sectors"
                                       : fmt::format("{} {} over after whole sectors of {} bytes", Counted(over, "byte"),

@@ -61,8 +61,25 @@ std::vector<ZSCUESHEET*> ImageRecord::Sessions(unsigned count) const {
 }
 
 void ImageRecord::VisitTracks(unsigned session, const TrackVisitor& visit) const {
-  Session(session);
-  ::VisitTracks(m_info, session - 1, DataSize(), visit);
+  const auto tracks = Tracks(Session(session));
+  std::size_t index = 0;
+  for (unsigned before = 1; before < session; ++before) {
+    index += Session(before).nTracks;
+  }
+  const std::vector<imagefile::TrackExtent> extents = imagefile::FindExtents(m_info);
+  const std::optional<UHYPER> size = DataSize();
+  for (const ZSTRACK& track : tracks) {
+    TrackExtent extent{extents[index++], 0};
+    const bool endsWithFile = &track == &tracks.back() && m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
+    if (size && endsWithFile && extent.begin > *size) {
+      const UHYPER blockSize = std::max(extent.blockSize, 1U);
+      extent.sectors = 0;
+      extent.missing = static_cast<ULONG>((extent.begin - *size + blockSize - 1) / blockSize);
+    } else if (size) {
+      extent.missing = extent.Missing(*size);
+    }
+    visit(track, extent);
+  }
 }
 
 std::vector<TrackExtent> ImageRecord::Extents(unsigned session) const {

@@ -6,16 +6,15 @@
 #include <string>
 #include <string_view>
 
-#include "disc/result_codes.h"
-#include "platform/last_error.h"
+#include "disc/result_meanings.h"
 
 /// Exit statuses of the tool.
 inline constexpr int kExitFailure = 1;     ///< The command failed; standard error says why.
 inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
 inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
 
-inline constexpr HRESULT kFileExists = MakeResult(0x80070050); ///< The output file exists.
-inline constexpr HRESULT kCancelled = MakeResult(0x80004004);  ///< The user cancelled the command.
+inline constexpr HRESULT kCancelled = imagefile::kStopped;
+using imagefile::CodeName, imagefile::CodeNumber, imagefile::MeaningOf, imagefile::kFileExists;
 
 /// Ends a command.
 class Failure : public std::runtime_error {
@@ -39,13 +38,6 @@ private:
   std::string m_words;
   HRESULT m_code;
 };
-
-/// Returns the name of a result code, "ZSE_BADIMAGE", or its number if it has no name.
-std::string CodeName(HRESULT code);
-/// Returns the number of a result code, "0x809F001B".
-std::string CodeNumber(HRESULT code);
-/// Returns what a result code means, as a part of a sentence.
-std::string_view CodeWords(HRESULT code);
 
 /// Throws a Failure for every code but S_OK. S_FALSE means that nothing was done.
 void Check(HRESULT code, std::string_view file, std::string_view words = {});

@@ -27,7 +27,7 @@ Failure CurrentFailure(const std::string& image) {
   } catch (const Failure& failure) {
     return failure;
   } catch (const std::bad_alloc&) {
-    return Failure(image, CodeWords(E_OUTOFMEMORY), E_OUTOFMEMORY);
+    return Failure(image, MeaningOf(E_OUTOFMEMORY).words, E_OUTOFMEMORY);
   } catch (const std::exception& error) {
     return Failure(image, std::string("unexpected: ") + error.what(), E_UNEXPECTED);
   }
