@@ -71,7 +71,7 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
                 0xFFFFFFFF if index is None else index % 2**32 for index in track.indexes]
             assert all(index is None or index < 2**31 for index in track.indexes)
             for size in {track.block_size, 2048 if track.mode else track.block_size}:
-                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool")
+                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool", "--force")
                 disc.extract(track, Path("own"), size)
                 assert Path("own").read_bytes() == Path("tool").read_bytes() != b""
 
