@@ -117,7 +117,7 @@ HRESULT LocateModule(std::filesystem::path* module) {
   const std::filesystem::path folder = std::filesystem::canonical("." / module->parent_path(), error);
   if (error) {
     errno = error.value();
-    platform::KeepSystemError();
+    platform::SetLastErrorFromErrno();
     return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError()));
   }
   *module = folder / module->filename();
