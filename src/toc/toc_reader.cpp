@@ -38,7 +38,8 @@ bool SubFileExists(const std::string& path, const std::string& name) {
   std::string beside = path;
   ReplaceFileName(&beside, name);
   CZSFindFile find;
-  return !name.empty() && (find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered());
+  return !name.empty() &&
+         (find.FindFile(name) || LookupWasInconclusive() || find.FindFile(beside) || LookupWasInconclusive());
 }
 
 void ReadImageFields(const CZSSettingsDocument& document, const std::string& path, zsimagefileinfo* info) {
