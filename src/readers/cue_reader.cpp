@@ -44,7 +44,7 @@ DiscMarks InspectTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilei
       SetSubCount(info, track);
       UserData sector;
       ReadSectorSixteen(dataFile, *info, &sector); // A truncated sector is inspected, too.
-      marks.bridge = ShowsBridge(dataFile, sector, *info, sheet, i);
+      marks.bridge = IsBridgeDisc(dataFile, sector, *info, sheet, i);
     }
     marks.data = true;
   }
