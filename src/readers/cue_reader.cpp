@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Returns the path of the data file that a sheet names, or of the sheet itself if it names none.
+/// Returns the path of the data file that a sheet names, or the path of the sheet if it names no file.
 std::string DataFileOf(IZSCueSheet* service, BSTR sheetPath) {
   BSTR name = nullptr;
   service->GetBinaryFile(sheetPath, &name);
