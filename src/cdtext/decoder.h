@@ -31,6 +31,6 @@ void StoreText(const BYTE* pack, const char* text, ZSCDTEXTTABLE* table) noexcep
 /// at least one pack. Texts in the packs replace texts of the record, which are freed. Changes the data. @return true.
 bool DecodeCDTextPacks(BYTE* data, std::size_t size, ZSCUESHEET* sheet) noexcept;
 
-/// Decodes the .CDT file beside a path. @return false if there is no such file or it cannot be read. Throws
-/// std::bad_alloc.
+/// Decodes the .CDT file that has the name and folder of `path`. @return false if there is no such file or if it cannot
+/// be read. Throws std::bad_alloc.
 bool LoadCDTextCompanion(const std::string& path, ZSCUESHEET* sheet);
