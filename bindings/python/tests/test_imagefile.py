@@ -1,4 +1,4 @@
-"""The package against the library and the tool, which IMAGEFILE_LIBRARY and ZSIMAGE name."""
+"""Compares the package with the library and the tool, whose paths are in IMAGEFILE_LIBRARY and ZSIMAGE."""
 
 import errno
 import io
@@ -25,7 +25,7 @@ IMAGES = ["album.cue", "bridge.cue", "cdplus.nrg", "dvd.mds", "inline.mds", "mix
 
 @pytest.fixture(autouse=True)
 def work(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
-    """A folder of images, where each test runs. No test may leave an open or a temporary file."""
+    """Runs each test in a folder of images. Fails if the test leaves an open or a temporary file."""
     shutil.copytree(SAMPLES, tmp_path, dirs_exist_ok=True)
     monkeypatch.chdir(tmp_path)
     make_images()
@@ -36,7 +36,7 @@ def work(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
 
 
 def make_images() -> None:
-    """Makes images whose tracks are not in the file where they are on the disc."""
+    """Makes images whose tracks have other offsets in the file than on the disc."""
     Path("pregap.cue").write_text('FILE "album.bin" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n'
                                   'TRACK 02 AUDIO\nPREGAP 00:00:10\nINDEX 01 00:00:20\n')
     Path("twice.cue").write_text(Path("pregap.cue").read_text().replace("TRACK 02", "TRACK 01"))
@@ -112,7 +112,7 @@ def extract(image: str, target: str, length: int | None = None) -> None:
 
 
 def limited(size: int, act: Callable[[], None]) -> None:
-    """Runs something while no file may grow larger, as if the disk were full."""
+    """Runs a function while no file can grow, as on a full disk."""
     limits = resource.getrlimit(resource.RLIMIT_FSIZE)
     resource.setrlimit(resource.RLIMIT_FSIZE, (size, limits[1]))
     try:
