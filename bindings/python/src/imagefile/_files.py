@@ -13,7 +13,7 @@ from ._library import Object, path_string
 
 
 def on_disk(path: str) -> str:
-    """Returns the path on disk of a file, found in any case as the library finds it; the path itself if it is missing."""
+    """Returns the path on disk of a file, in any case as the library finds it; the path itself if it is missing."""
     folder, name = os.path.split(path)
     pattern = "".join(f"[{char}{char.swapcase()}]" if char.isalpha() else glob.escape(char) for char in name)
     found = glob.glob(os.path.join(glob.escape(folder), pattern))
