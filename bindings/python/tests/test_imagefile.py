@@ -64,14 +64,15 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
     for number, (session, sheet) in enumerate(zip(disc.sessions, record["pZSCueSheet"], strict=True), 1):
         assert [sheet["ZSCDTEXT"][name] for name in ("bstrMCN", "bstrTitle", "bstrPerformer", "CDTextPresent")] == [
             session.mcn, session.title, session.performer, session.cdtext_present]
-        for place, (track, row) in enumerate(zip(session.tracks, sheet["pZSTracks"], strict=True), 1):
+        for track_number, (track, row) in enumerate(zip(session.tracks, sheet["pZSTracks"], strict=True), 1):
             assert [row[name] for name in ("TNO", "dwLBA", "dwEndLBA", "Pregap", "Mode", "Flags", "bstrISRC")] == [
                 track.number, track.start, track.end, track.pregap, track.mode, track.flags, track.isrc]
             assert (row["pdwIndex"] or []) == [
                 0xFFFFFFFF if index is None else index % 2**32 for index in track.indexes]
             assert all(index is None or index < 2**31 for index in track.indexes)
             for size in {track.block_size, 2048 if track.mode else track.block_size}:
-                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool")
+                tool("extract", image, f"--session={number}", f"--track={track_number}", f"--block-size={size}",
+                     "-o", "tool")
                 disc.extract(track, Path("own"), size)
                 assert Path("own").read_bytes() == Path("tool").read_bytes() != b""
 
