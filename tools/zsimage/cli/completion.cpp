@@ -13,6 +13,9 @@ std::string Candidates(const CLI::Option& option) {
   if (kind == "IMAGE") {
     return kImages;
   }
+  if (kind == "SHEET") {
+    return "cue";
+  }
   if (kind == "OUT") {
     return "cue|zsi";
   }
