@@ -46,7 +46,7 @@ struct SoundTags {
   std::string trackNumber;
 };
 
-enum class SoundFormat { None, Wave, Aiff, Flac };
+enum class SoundFormat { Wave, Aiff, Flac };
 
 /// A sound file that is written into an output file.
 class SoundWriter {
