@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -16,6 +17,11 @@ namespace {
 constexpr const char* kKeywords[] = {"CATALOG",   "TRACK",      "ISRC",     "FLAGS",    "PREGAP", "INDEX",   "TITLE",
                                      "PERFORMER", "SONGWRITER", "ARRANGER", "COMPOSER", "GENRE",  "MESSAGE", "COMMENT"};
 const auto* const kFirstText = std::find(std::begin(kKeywords), std::end(kKeywords), std::string_view("TITLE"));
+
+/// Returns a command line that a shell understands, unless the path has quotes of its own.
+std::string JoinCommand(const std::string& path) {
+  return fmt::format("'zsimage join \"{}\" OUT.cue'", TerminalText(path));
+}
 
 SheetLine SplitLine(unsigned number, std::string_view text) {
   text = platform::Trim(text);
@@ -62,23 +68,36 @@ std::vector<MisreadLine> FindMisreadLines(const std::string& sheet) {
   return misread;
 }
 
-std::string JoinAdvice(const std::string& path) {
+std::string MisreadWords(const std::string& path) {
+  const std::size_t count = FindMisreadLines(ReadBytes(path, 0, kLargestSheetOfFiles)).size();
+  return count == 0 ? ""
+                    : fmt::format("{} with a keyword in the text {} misread; 'zsimage check' lists {}",
+                                  Counted(count, "line"), count == 1 ? "is" : "are", count == 1 ? "it" : "them");
+}
+
+std::string MisreadWords(const std::string& path, const MisreadLine& line) {
+  const std::string effect = line.found == "TRACK" || line.found == "FLAGS"    ? "the text is lost"
+                             : line.found == "PREGAP" || line.found == "INDEX" ? "the text is lost, and positions may change"
+                                                                               : "the text goes there";
+  return fmt::format("line {}: the text of this {} line contains {}, so it is read as {} line, and {}; put the text "
+                     "into a .cdt file, or {} keeps it",
+                     line.number, line.keyword, line.found,
+                     (line.found.find_first_of("AI") == 0 ? "an " : "a ") + line.found, effect, JoinCommand(path));
+}
+
+std::string JoinAdvice(const std::string& path, bool isSound) {
   if (!HasExtension(path, ".CUE")) {
     return "";
   }
-  std::vector<std::string> names;
-  bool hasSound = false;
+  std::set<std::string> names;
   VisitSheetLines(ReadBytes(path, 0, kLargestSheetOfFiles), [&](const SheetLine& line) {
     if (line.keyword == "FILE") {
-      const std::string type = line.LastWord();
-      hasSound = hasSound || type == "WAVE" || type == "AIFF" || type == "FLAC";
-      names.push_back(line.Text());
+      names.insert(platform::Upper(line.Text()));
     }
   });
-  std::sort(names.begin(), names.end());
-  const bool hasSeveral = std::unique(names.begin(), names.end()) - names.begin() > 1;
-  return !hasSeveral && !hasSound
-             ? ""
-             : fmt::format("the sheet is of {}; 'zsimage join \"{}\" OUT.cue' makes one image of it",
-                           hasSeveral ? "several files" : "a sound file", TerminalText(path));
+  if (names.size() > 1) {
+    return fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them", names.size(),
+                       JoinCommand(path));
+  }
+  return isSound ? JoinCommand(path) + " makes an image of it" : "";
 }

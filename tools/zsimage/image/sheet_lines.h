@@ -36,6 +36,11 @@ struct MisreadLine {
 /// Finds the lines with texts (TITLE, PERFORMER and so on) that the component reads as other lines.
 std::vector<MisreadLine> FindMisreadLines(const std::string& sheet);
 
-/// Says what helps with a sheet of several files or of sound files: "'zsimage join "disc.cue" OUT.cue' makes one image
-/// of it". Empty for any other sheet. @param path Narrow text.
-std::string JoinAdvice(const std::string& path);
+/// Says how many lines are misread, and what helps; empty if none is. @param path Narrow text.
+std::string MisreadWords(const std::string& path);
+/// Says the same of one line.
+std::string MisreadWords(const std::string& path, const MisreadLine& line);
+
+/// Says what helps with a sheet that names several files, of which the component reads the first, or a sound file.
+/// Empty for any other. @param path Narrow text. @param isSound Whether its data file is a sound file.
+std::string JoinAdvice(const std::string& path, bool isSound);

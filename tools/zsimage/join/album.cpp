@@ -78,7 +78,7 @@ private:
     const bool startsTrack = previous == nullptr || previous->track != mark.track;
     if (previous == nullptr || previous->file != mark.file) {
       m_offset = 0;
-      AddSectors(mark.track, mark.file, mark.sector); // Such as a hidden track before the first.
+      AddSectors(mark.track, mark, mark.sector); // Such as a hidden track before the first.
     }
     if (startsTrack) {
       if (previous != nullptr) {
@@ -91,7 +91,7 @@ private:
       StartTrack(mark.track);
     }
     if (next != nullptr && next->file == mark.file) {
-      AddSectors(mark.track, mark.file, next->sector - mark.sector);
+      AddSectors(mark.track, *next, next->sector - mark.sector);
     } else {
       AddRest(mark, next);
     }
@@ -134,13 +134,15 @@ private:
     return static_cast<UINT>(m_tracks[track].BlockSize);
   }
 
-  /// Adds whole sectors that must be in the file.
-  void AddSectors(std::size_t track, std::size_t file, ULONG sectors) {
-    const AlbumFile& source = m_album.files[file];
+  /// Adds the sectors of a track before an index. They must be in the file.
+  void AddSectors(std::size_t track, const SheetOfFiles::Mark& index, ULONG sectors) {
+    const AlbumFile& source = m_album.files[index.file];
     const UINT size = StoredSize(track, source);
     const UHYPER bytes = UHYPER{sectors} * size;
     if (bytes > source.bytes - m_offset) {
-      throw Failure(source.path, fmt::format("the file ends before the sheet's next index in it, in track {}", track + 1),
+      throw Failure(source.path,
+                    fmt::format("the file ends before sector {}, where the sheet has index {} of track {}",
+                                index.sector, index.isPregap ? 0 : 1, index.track + 1),
                     ERROR_HANDLE_EOF);
     }
     AddPiece({track, &source, m_offset, bytes, size, sectors});
