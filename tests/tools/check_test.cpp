@@ -108,7 +108,7 @@ TEST_F(CheckTool, ShowsARemarkOfManyTracksOnceAndNoAbsurdNumbers) {
   folder.Write("disc.bin", std::vector<BYTE>(sound.begin(), sound.begin() + 30 * 2352));
   shows("info many.cue", "  20  cut off, 10 sectors missing\n        1      3  audio   2352  00:02:40      40         -"
                          "        -  cut off, 10 sectors missing\n");
-  shows("check many.cue", "4 faults, 30 of 40 sectors looked at");
+  shows("check many.cue", "4 faults, 30 of 40 sectors checked");
   shows("check many.cue", "fault  session 1, track 2 and 1 other: cut off, 10 sectors missing");
   shows("map many.cue -o -", "audio, cut off, 10 sectors missing</text>");
   EXPECT_EQ(1, RunTool(folder, "extract many.cue --track 3 -o x").status);

@@ -116,27 +116,27 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
       {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 --block-size 2048 -o x", "E_INVALIDARG", "track 1 is audio"},
       {"extract disc.cue --all there", "ERROR_FILE_EXISTS", "session-1-track-02.bin: the file exists; --force"},
-      {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
-      {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: there is no such data file"},
-      {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "link to a place"},
+      {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
+      {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
+      {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "a link to a missing file"},
       {"extract disc.cue --track 1 -o new/", "ERROR_ACCESS_DENIED", "this is a folder"},
       {"info disc.cue > /dev/full", "ERROR_DISK_FULL", "No space left on device"},
-      {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "hold no block of 2340 bytes"},
+      {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "have no block of 2340 bytes"},
       {"extract shorter.mds --track 2 -o x", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
       {"extract short.mds --track 2 -o x", "ERROR_HANDLE_EOF",
        "25 of its 30 sectors are missing and 100 bytes are over"},
-      {"convert disc.cue full.cue", "ERROR_DISK_FULL", "could be written; nothing of the new image has been saved"},
+      {"convert disc.cue full.cue", "ERROR_DISK_FULL", "were written; nothing of the new image has been saved"},
       {"convert disc.cue disc.cue -f", "E_INVALIDARG", "belongs to the image"},
       {"convert disc.cue new.txt", "E_INVALIDARG", ".cue or .zsi"},
       {"convert disc.cue 'a\"b.cue'", "E_INVALIDARG", "double quote"},
       {"convert disc.cue 'a\nb.zsi'", "E_INVALIDARG", "line break"},
       {"convert disc.cue gap.cue", "ERROR_FILE_EXISTS", "gap.cue: the file exists"},
       {"convert disc.cue stale.cue --no-cdtext", "ERROR_FILE_EXISTS",
-       "stale.Cdt: the new sheet would take its CD-Text"},
+       "stale.Cdt: the new sheet would use the CD-Text of"},
       {"convert disc.cue new.cue --data-file short.mdf", "ZSE_FAILED", "it belongs to another image"},
       {"convert mixed.nrg mixed.cue", "ZSE_FAILED", "different block sizes"},
-      {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would read back with another"},
-      {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "take every sector as 2352 bytes"},
+      {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would be read back with another"},
+      {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "read every sector as 2352 bytes"},
       {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 is cut off, 25 sectors missing"},
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
@@ -215,8 +215,8 @@ TEST_F(TransferTool, DescribesAnExistingDataFile) {
   };
   says("raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
   folder.Write("raw.bin", whole);
-  says("raw.cue --data-file raw.bin", "expects its data file as raw.bin, which is there");
-  says("raw.cue", "expects its data file as raw.bin, which is there");
+  says("raw.cue --data-file raw.bin", "expects its data file as raw.bin, which exists");
+  says("raw.cue", "expects its data file as raw.bin, which exists");
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
   folder.Write("raw.bin", whole + "x");
   says("raw.cue", "raw.bin does not have the size that the description needs; it belongs to another image");
@@ -235,7 +235,7 @@ TEST_F(TransferTool, NotesWhatAConversionLoses) {
       {"many.cue new.zsi", "the sub-channel data are not copied; the new file expects a .SUB file\n"
                            "1 track: indexes above 1 are left out\n"},
       {"gap.cue new.zsi", "1 track: the silence of a PREGAP line becomes sectors that count to the track before\n"},
-      {"disc.nrg new.cue", "a CUE sheet holds one session; the other 1 of the image are left out\n"},
+      {"disc.nrg new.cue", "a CUE sheet has one session; the other 1 of the image are left out\n"},
       {"disc.cue new.zsi", ""}};
   for (const auto& [arguments, losses] : kCases) {
     const std::string notes = RunTool(folder, std::string("convert -f ") + arguments).err;

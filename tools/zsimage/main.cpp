@@ -1,5 +1,5 @@
 /// @file
-/// zsimage: shows, checks, converts and takes apart disc images.
+/// zsimage: shows, checks and converts disc images, and extracts their tracks.
 
 #include <csignal>
 #include <cstdio>
@@ -12,7 +12,7 @@
 namespace {
 
 constexpr const char* kDescription =
-    "Shows, checks, converts and takes apart disc images.\n\n"
+    "Shows, checks and converts disc images, and extracts their tracks.\n\n"
     "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
     "descriptions (.ccd), Media Descriptor images (.mds) and native TOC files (.zsi).\n"
     "If an image consists of two files, give the description.";
@@ -21,8 +21,7 @@ void AddCommands(Command* tool) {
   tool->require_subcommand(1);
   tool->set_version_flag("--version", std::string("zsimage ") + ZSIMAGE_VERSION, "Print the version and exit");
   tool->AddSection("Exit status", {{"0", "Success."},
-                                   {"1", "A command failed, and a line on standard error names the file and the "
-                                         "reason; or check found a fault."},
+                                   {"1", "A command failed, as standard error explains, or check found a fault."},
                                    {"2", "The command line was not understood."},
                                    {"130", "Ctrl-C ended the command."}});
   tool->AddSection("Environment", {{"IMAGEFILE_REGISTRY", "The file that register and unregister change."},

@@ -1,27 +1,10 @@
 #include "checks/code_check.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
+#include <regex>
 
 #include "output/terminal_text.h"
 
 namespace {
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsLetter(char c) { return c >= 'A' && c <= 'Z'; }
-
-bool IsIsrc(std::string_view code) {
-  if (code.size() != 12) {
-    return false;
-  }
-  const auto country = code.substr(0, 2);
-  const auto owner = code.substr(2, 3);
-  const auto number = code.substr(5);
-  return std::all_of(country.begin(), country.end(), IsLetter) &&
-         std::all_of(owner.begin(), owner.end(), [](char c) { return IsDigit(c) || IsLetter(c); }) &&
-         std::all_of(number.begin(), number.end(), IsDigit);
-}
 
 /// Returns the check digit of the first twelve digits: their sum with weights 1 and 3 in turn, up to the next ten.
 char CheckDigit(std::string_view digits) {
@@ -34,23 +17,24 @@ char CheckDigit(std::string_view digits) {
 
 } // namespace
 
-void CheckIsrc(std::string_view isrc, Findings* findings) {
-  if (!isrc.empty() && !IsIsrc(isrc)) {
-    findings->push_back(Fault("isrc", fmt::format("the ISRC {} is invalid; it needs two letters, three letters or "
-                                                  "digits, and seven digits",
-                                                  TerminalText(isrc))));
+void CheckIsrc(const std::string& isrc, Findings* findings) {
+  static const std::regex kIsrc("[A-Z]{2}[A-Z0-9]{3}[0-9]{7}");
+  if (!isrc.empty() && !std::regex_match(isrc, kIsrc)) {
+    findings->AddFault("isrc",
+                       "the ISRC {} is invalid; it needs two letters, three letters or digits, and seven digits",
+                       TerminalText(isrc));
   }
 }
 
-void CheckCatalogue(std::string_view catalogue, Findings* findings) {
+void CheckCatalogue(const std::string& catalogue, Findings* findings) {
+  static const std::regex kCatalogue("[0-9]{13}");
   if (catalogue.empty()) {
     return;
   }
   const std::string name = TerminalText(catalogue);
-  if (catalogue.size() != 13 || !std::all_of(catalogue.begin(), catalogue.end(), IsDigit)) {
-    findings->push_back(Fault("mcn", fmt::format("the catalogue number {} does not consist of 13 digits", name)));
+  if (!std::regex_match(catalogue, kCatalogue)) {
+    findings->AddFault("mcn", "the catalogue number {} does not consist of 13 digits", name);
   } else if (const char digit = CheckDigit(catalogue); catalogue[12] != digit) {
-    findings->push_back(
-        Fault("mcn", fmt::format("the catalogue number {} has a wrong check digit; it should be {}", name, digit)));
+    findings->AddFault("mcn", "the catalogue number {} has a wrong check digit; it should be {}", name, digit);
   }
 }

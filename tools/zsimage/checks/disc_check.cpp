@@ -12,7 +12,6 @@
 #include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
-#include "image/partial_image.h"
 #include "image/sector_run.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
@@ -41,7 +40,7 @@ void CheckIndexes(const ZSTRACK& track, Findings* findings) {
     }
     const auto position = static_cast<LONG>(track.pdwIndex[i]);
     if (position < last) {
-      findings->push_back(Fault("index", fmt::format("index {} is before index {}", i, lastIndex)));
+      findings->AddFault("index", "index {} is before index {}", i, lastIndex);
     }
     last = position;
     lastIndex = i;
@@ -50,12 +49,12 @@ void CheckIndexes(const ZSTRACK& track, Findings* findings) {
 
 void CheckLength(const ZSTRACK& track, const TrackExtent& extent, Findings* findings) {
   if (extent.missing != 0) {
-    findings->push_back(Fault("missing", CutOffWords(extent.missing)));
+    findings->AddFault("missing", "{}", CutOffWords(extent.missing));
   } else if (extent.sectors == 0 && extent.blockSize != 0) {
-    findings->push_back(Fault("length", "it has no sectors: its end is not after its start"));
+    findings->AddFault("length", "it has no sectors: its end is not after its start");
   }
   if (extent.sectors != 0 && track.Mode == ZSMODE_AUDIO && extent.sectors < kShortestTrack) {
-    findings->push_back(Remark("length", "shorter than the 4 seconds that a track must have"));
+    findings->AddRemark("length", "shorter than the 4 seconds that a track must have");
   }
 }
 
@@ -75,7 +74,6 @@ std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
   return runs;
 }
 
-/// Checks one image.
 class Checker {
 public:
   Checker(const Host& host, const ImageRecord& image, bool full)
@@ -129,18 +127,17 @@ private:
     const bool isOneSession = last.session == report->session;
     if (start < previous.dwEndLBA) {
       const std::string name = isOneSession ? "" : fmt::format(" of session {}", last.session);
-      report->findings.push_back(
-          Fault("overlap", fmt::format("overlaps track {}{} by {}", last.number, name,
-                                       Counted(static_cast<UHYPER>(previous.dwEndLBA - start), "sector"))));
+      report->findings.AddFault("overlap", "overlaps track {}{} by {}", last.number, name,
+                                Counted(static_cast<UHYPER>(previous.dwEndLBA - start), "sector"));
     } else if (isOneSession && gap > allowed) {
-      report->findings.push_back(Fault("gap", fmt::format("a gap of {} before it belongs to no track",
-                                                          Counted(static_cast<UHYPER>(gap), "sector"))));
+      report->findings.AddFault("gap", "a gap of {} before it belongs to no track",
+                                Counted(static_cast<UHYPER>(gap), "sector"));
     }
   }
 
   void PlanSectors(const ZSTRACK& track, const TrackExtent& extent, TrackReport* report) {
     if (extent.blockSize == 0) {
-      report->findings.push_back(Fault("block-size", SizelessWords(m_host, m_image)));
+      report->findings.AddFault("block-size", "{}", SizelessWords(m_host, m_image));
       return;
     }
     m_end = std::max(m_end, extent.End());
@@ -158,10 +155,9 @@ private:
 
   void CheckLengthOfDisc() {
     if (m_report.tracks.empty()) {
-      m_report.findings.push_back(Fault("length", "the image has no tracks"));
+      m_report.findings.AddFault("length", "the image has no tracks");
     } else if (m_discEnd > kUsualDisc && m_discEnd < kLongestDisc) {
-      m_report.findings.push_back(
-          Remark("length", fmt::format("plays {}, and usual discs hold 80 minutes", Duration(m_discEnd))));
+      m_report.findings.AddRemark("length", "plays {}, and usual discs hold 80 minutes", Duration(m_discEnd));
     }
   }
 
@@ -169,25 +165,27 @@ private:
     const std::string type = SoundFileType(m_dataFile);
     const std::string advice = JoinAdvice(m_image.Path(), !type.empty());
     if (!advice.empty()) {
-      m_report.findings.push_back(Fault("files", advice));
+      m_report.findings.AddFault("files", "{}", advice);
     }
     if (!type.empty() && m_info.dwSeekBegin64 == 0) {
-      m_report.findings.push_back(
-          Fault("sound", fmt::format("the data file is a sound file ({}) that is read as raw samples; convert it to 16 "
-                                     "bits, stereo, 44.1 kHz, little-endian, without a header",
-                                     type)));
+      m_report.findings.AddFault(
+          "sound",
+          "the data file is a sound file ({}) that is read as raw samples; convert it to 16 bits, "
+          "stereo, 44.1 kHz, little-endian, without a header",
+          type);
     }
     const UHYPER size = std::min(FileSize(m_dataFile).value_or(0), UHYPER{m_info.dwSeekEnd64});
     const UHYPER rest = size > m_end ? size - m_end : 0;
     if (rest == 0 || m_lastSize == 0 || m_info.ZSImageFormat == ZSIMAGEFORMAT_NRG) {
       return; // Nero images have their description after the sectors.
     }
-    m_report.findings.push_back(
-        rest < m_lastSize ? Fault("rest", fmt::format("the data file has {} after the last track, which is not a whole "
-                                                      "sector",
-                                                      Counted(rest, "byte")))
-                          : Remark("rest", fmt::format("the data file has {} after the last track",
-                                                       Counted(rest / m_lastSize, "sector"))));
+    if (rest < m_lastSize) {
+      m_report.findings.AddFault("rest", "the data file has {} after the last track, which is not a whole sector",
+                                 Counted(rest, "byte"));
+    } else {
+      m_report.findings.AddRemark("rest", "the data file has {} after the last track",
+                                  Counted(rest / m_lastSize, "sector"));
+    }
   }
 
   void CheckSectors() {
@@ -239,9 +237,8 @@ private:
     }
     const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(descriptor.data()) + kVolumeSize);
     if (volume > extent.sectors) {
-      m_report.findings.push_back(
-          Fault("volume", fmt::format("cut off: its file system has {}, and the track {}", Counted(volume, "sector"),
-                                      Counted(extent.sectors, "sector"))));
+      m_report.findings.AddFault("volume", "cut off: its file system has {}, and the track {}",
+                                 Counted(volume, "sector"), Counted(extent.sectors, "sector"));
     }
   }
 
@@ -252,7 +249,7 @@ private:
     if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
       const std::string& path = m_image.Path();
       for (const MisreadLine& line : FindMisreadLines(ReadBytes(path, 0, kLargestSheetOfFiles))) {
-        m_report.findings.push_back(Remark("misread", MisreadWords(path, line)));
+        m_report.findings.AddRemark("misread", "{}", MisreadWords(path, line));
       }
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
@@ -263,7 +260,7 @@ private:
     try {
       CheckPacks(ReadContent(companion, kLargestPackFile), &m_report.findings);
     } catch (const Failure& failure) {
-      m_report.findings.push_back(Fault("cdtext", failure.what()));
+      m_report.findings.AddFault("cdtext", "{}", failure.what());
     }
   }
 
@@ -282,9 +279,9 @@ private:
 } // namespace
 
 std::size_t DiscReport::Faults() const {
-  std::size_t faults = FaultsIn(findings);
+  std::size_t faults = findings.Faults();
   for (const TrackReport& track : tracks) {
-    faults += FaultsIn(track.findings);
+    faults += track.findings.Faults();
   }
   return faults;
 }

@@ -20,7 +20,6 @@ struct DiscReport {
   Findings findings; ///< About the disc as a whole.
   std::vector<TrackReport> tracks;
 
-  /// Returns the number of faults of the disc and its tracks.
   std::size_t Faults() const;
 };
 

@@ -7,18 +7,24 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
+
 struct Finding {
   const char* kind; ///< One word for programs, such as "edc".
   bool isFault;     ///< False for a remark: the image is still good.
   std::string words;
 };
-using Findings = std::vector<Finding>;
 
-inline Finding Fault(const char* kind, std::string words) { return {kind, true, std::move(words)}; }
-inline Finding Remark(const char* kind, std::string words) { return {kind, false, std::move(words)}; }
+class Findings : public std::vector<Finding> {
+public:
+  template <class... T> void AddFault(const char* kind, fmt::format_string<T...> words, T&&... values) {
+    push_back({kind, true, fmt::format(words, std::forward<T>(values)...)});
+  }
+  template <class... T> void AddRemark(const char* kind, fmt::format_string<T...> words, T&&... values) {
+    push_back({kind, false, fmt::format(words, std::forward<T>(values)...)});
+  }
 
-/// Returns the number of faults.
-inline std::size_t FaultsIn(const Findings& findings) {
-  return static_cast<std::size_t>(
-      std::count_if(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFault; }));
-}
+  std::size_t Faults() const {
+    return static_cast<std::size_t>(std::count_if(begin(), end(), [](const Finding& each) { return each.isFault; }));
+  }
+};

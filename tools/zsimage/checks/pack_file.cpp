@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 #include "files/input_file.h"
 #include "output/terminal_text.h"
 
@@ -82,19 +80,18 @@ void CheckPacks(std::string_view packs, Findings* findings) {
     }
   }
   if (count == 0) {
-    findings->push_back(Fault("cdtext", "there is no CD-Text pack in it"));
+    findings->AddFault("cdtext", "there is no CD-Text pack in it");
   }
   const std::size_t over = packs.size() % kPackBytes;
   if (over > 1 || (over == 1 && packs.back() != 0)) { // Files of packs end with one zero byte.
-    findings->push_back(Fault("cdtext", fmt::format("{} {} over after whole packs of {} bytes", Counted(over, "byte"),
-                                                    over == 1 ? "is" : "are", kPackBytes)));
+    findings->AddFault("cdtext", "{} {} over after whole packs of {} bytes", Counted(over, "byte"),
+                       over == 1 ? "is" : "are", kPackBytes);
   }
   if (wrong != 0) {
-    findings->push_back(
-        Fault("cdtext", fmt::format("{} of {} CD-Text packs do not match their check bytes, the first is pack {}",
-                                    wrong, count, first)));
+    findings->AddFault("cdtext", "{} of {} CD-Text packs do not match their check bytes, the first is pack {}", wrong,
+                       count, first);
   }
   if (without != 0) {
-    findings->push_back(Remark("cdtext", fmt::format("{} of {} CD-Text packs have no check bytes", without, count)));
+    findings->AddRemark("cdtext", "{} of {} CD-Text packs have no check bytes", without, count);
   }
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 #include "disc/msf.h"
 #include "image/disc_words.h"
 #include "image/raw_sector.h"
@@ -90,9 +88,8 @@ void SectorCheck::CheckEdc(const BYTE* data, std::size_t size, ULONG lba) {
 
 void SectorCheck::ReportTally(const char* kind, const Tally& tally, const char* words, Findings* findings) const {
   if (tally.count != 0) {
-    findings->push_back(
-        Fault(kind, fmt::format("{} in {} of {} sectors, {} sector {} ({})", words, tally.count, m_checked,
-                                tally.count == 1 ? "in" : "the first is", tally.first, DiscTime(tally.first))));
+    findings->AddFault(kind, "{} in {} of {} sectors, {} sector {} ({})", words, tally.count, m_checked,
+                       tally.count == 1 ? "in" : "the first is", tally.first, DiscTime(tally.first));
   }
 }
 
@@ -105,7 +102,7 @@ void SectorCheck::Report(Findings* findings) const {
   ReportTally("mode", m_mode, "a mode that differs from the description's", findings);
   ReportTally("time", m_time, "a header whose time is not that of the sector", findings);
   if (m_subHeader.count != 0 && m_subHeader.count == m_checked) {
-    findings->push_back(Remark("sub-header", "mode 2 without sub-headers, so there are no codes to check"));
+    findings->AddRemark("sub-header", "mode 2 without sub-headers, so there are no codes to check");
   } else {
     ReportTally("sub-header", m_subHeader, "two copies of the sub-header that differ", findings);
   }

@@ -20,7 +20,6 @@ public:
   UINT Size() const noexcept { return m_size; }
 
   void CheckSector(const BYTE* sector, ULONG lba);
-  /// Number of sectors that were checked.
   ULONG Checked() const noexcept { return m_checked; }
   void Report(Findings* findings) const;
 

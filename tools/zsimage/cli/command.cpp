@@ -16,7 +16,6 @@ constexpr std::size_t kLongExample = 24; ///< Longer names have their words in t
 
 const Command& AsCommand(const CLI::App& app) { return static_cast<const Command&>(app); } // All of them are.
 
-/// Aligns the words of a section.
 std::string SectionText(const Command::Section& section) {
   std::size_t width = 0;
   for (const Command::Entry& entry : section.entries) {
@@ -30,7 +29,7 @@ std::string SectionText(const Command::Section& section) {
   return text;
 }
 
-/// The help as CLI11 has it, with the sections of a command in place of a footer.
+/// The help as CLI11 has it, with the sections of a command before the footer.
 class HelpFormatter : public CLI::Formatter {
 public:
   HelpFormatter() {

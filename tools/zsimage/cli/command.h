@@ -26,7 +26,6 @@ public:
 
   Command(const std::string& name, const std::string& words);
 
-  /// Adds a command below this one.
   Command& Add(const std::string& name, const std::string& words);
   void AddSection(const std::string& heading, std::vector<Entry> entries);
   void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
@@ -35,7 +34,6 @@ public:
   void AddImage(std::string* path);
   /// Adds the argument SHEET in its place.
   void AddSheet(std::string* path);
-  /// Adds the argument IMAGE, which may be given several times.
   void AddImages(std::vector<std::string>* paths);
   /// Adds an option or argument that names a file or folder, and refuses the empty name of an unset variable in a
   /// script.
@@ -62,7 +60,6 @@ private:
   const bool* m_json = nullptr;
 };
 
-/// Whether an option needs a value.
 inline bool HasValue(const CLI::Option& option) { return !option.get_type_name().empty(); }
 /// Returns the names of an option, dashes included, the long one last.
 std::vector<std::string> NamesOf(const CLI::Option& option);

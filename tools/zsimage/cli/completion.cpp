@@ -1,5 +1,7 @@
 #include "cli/generated_texts.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 namespace {
@@ -123,7 +125,9 @@ std::string ZshOption(const CLI::Option& option) {
 }
 
 std::string ZshFunctionName(const Command& command) {
-  return "_" + CLI::detail::find_and_replace(command.FullName(), " ", "_");
+  std::string name = "_" + command.FullName();
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
 }
 
 std::string ZshFunction(const Command& command) {

@@ -1,13 +1,15 @@
 #include "cli/generated_texts.h"
 
+#include <cctype>
+
 #include <fmt/format.h>
 
-#include <cctype>
+#include "platform/text.h"
 
 namespace {
 
 /// Escapes what roff would interpret.
-std::string Plain(std::string_view text) {
+std::string Escaped(std::string_view text) {
   std::string escaped;
   for (const char c : text) {
     const bool startsLine = escaped.empty() || escaped.back() == '\n';
@@ -19,19 +21,12 @@ std::string Plain(std::string_view text) {
   return escaped;
 }
 
-std::string Bold(std::string_view text) { return "\\fB" + Plain(text) + "\\fR"; }
-std::string Italic(std::string_view text) { return "\\fI" + Plain(text) + "\\fR"; }
+std::string Bold(std::string_view text) { return "\\fB" + Escaped(text) + "\\fR"; }
+std::string Italic(std::string_view text) { return "\\fI" + Escaped(text) + "\\fR"; }
 
 /// Returns a term, which is roff text, and its explanation.
 std::string Definition(std::string_view term, std::string_view words) {
-  return fmt::format(".TP\n{}\n{}\n", term, Plain(words));
-}
-
-std::string Upper(std::string text) {
-  for (char& c : text) {
-    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  }
-  return text;
+  return fmt::format(".TP\n{}\n{}\n", term, Escaped(words));
 }
 
 std::string ArgumentNames(const Command& command) {
@@ -76,9 +71,9 @@ std::string Commands(const Command& parent) {
   std::string text;
   for (const Command* command : parent.Commands()) {
     if (command->Commands().empty()) {
-      text +=
-          fmt::format(".SS {}\n{}.\n.PP\n{} [{}]{}\n{}", Plain(command->FullName()), Plain(command->get_description()),
-                      Bold(command->FullName()), Italic("options"), ArgumentNames(*command), Options(*command));
+      text += fmt::format(".SS {}\n{}.\n.PP\n{} [{}]{}\n{}", Escaped(command->FullName()),
+                          Escaped(command->get_description()), Bold(command->FullName()), Italic("options"),
+                          ArgumentNames(*command), Options(*command));
       for (const Command::Section& section : command->Sections()) {
         text += fmt::format(".PP\n{}\n{}", Italic(section.heading), Entries(section));
       }
@@ -100,10 +95,10 @@ std::string ManualPage(const Command& tool) {
       ".\\\" Rendered from the tree of commands.\n"
       ".TH {} 1 " ZSIMAGE_VERSION_DATE " \"ImageFile " ZSIMAGE_VERSION "\" \"User Commands\"\n"
       ".SH NAME\n{} \\- {}\n.SH SYNOPSIS\n{} {} [{}] {}\n.SH DESCRIPTION\n{}\n.SH OPTIONS\n{}.SH COMMANDS\n{}",
-      Upper(name), name, Plain(summary), Bold(name), Italic("command"), Italic("options"), Italic("arguments"),
-      Plain(std::string_view(words).substr(end + 3)), Options(tool), Commands(tool));
+      platform::Upper(name), name, Escaped(summary), Bold(name), Italic("command"), Italic("options"),
+      Italic("arguments"), Escaped(std::string_view(words).substr(end + 3)), Options(tool), Commands(tool));
   for (const Command::Section& section : tool.Sections()) {
-    page += fmt::format(".SH {}\n{}", Upper(section.heading), Entries(section));
+    page += fmt::format(".SH {}\n{}", platform::Upper(section.heading), Entries(section));
   }
   return page;
 }

@@ -4,8 +4,7 @@
 
 #include "checks/pack_file.h"
 #include "commands/commands.h"
-#include "commands/record_json.h"
-#include "commands/record_page.h"
+#include "commands/record.h"
 #include "files/output_file.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
@@ -50,7 +49,7 @@ int RunDecode(const DecodeOptions& options) {
       Note(finding.words);
     }
   }
-  return FaultsIn(file.findings) == 0 ? 0 : kExitFailure;
+  return file.findings.Faults() == 0 ? 0 : kExitFailure;
 }
 
 int RunEncode(const EncodeOptions& options) {

@@ -39,46 +39,43 @@ void PrintReportJson(const std::string& path, const DiscReport& report, bool isL
             {"mode", track.mode},
             {"sectors", track.sectors},
             {"looked", track.checked},
-            {"good", FaultsIn(track.findings) == 0},
+            {"good", track.findings.Faults() == 0},
             {"findings", FindingsToJson(track.findings)}});
     }
   });
 }
 
-/// The lines of the page. Findings with the same words share one.
-class FindingLines {
-public:
-  void Add(const std::string& place, const Findings& findings) {
-    for (const Finding& finding : findings) {
-      const auto [known, isNew] = m_indexes.emplace(finding.words, m_lines.size());
-      if (isNew) {
-        m_lines.push_back({place, &finding, 0});
-      } else {
-        ++m_lines[known->second].others;
-      }
-    }
-  }
-
-  std::string Render() const {
-    std::string page;
-    for (const auto& [place, finding, others] : m_lines) {
-      page += fmt::format("  {}  {}{}: {}\n",
-                          finding->isFault ? Coloured("fault", Colour::Red) : Coloured("note", Colour::Yellow) + " ",
-                          place, others == 0 ? "" : " and " + Counted(others, "other"), finding->words);
-    }
-    return page;
-  }
-
-private:
+/// Returns a line for each finding. Findings with the same words share one.
+std::string RenderFindings(const DiscReport& report) {
   struct Line {
-    std::string place; ///< Of the first finding.
+    std::string subject; ///< Of the first finding.
     const Finding* finding;
     unsigned others;
   };
-
-  std::vector<Line> m_lines;
-  std::map<std::string, std::size_t> m_indexes; ///< Of lines, by their words.
-};
+  std::vector<Line> lines;
+  std::map<std::string, std::size_t> indexes; // Of lines, by their words.
+  const auto add = [&](const std::string& subject, const Findings& findings) {
+    for (const Finding& finding : findings) {
+      const auto [known, isNew] = indexes.emplace(finding.words, lines.size());
+      if (isNew) {
+        lines.push_back({subject, &finding, 0});
+      } else {
+        ++lines[known->second].others;
+      }
+    }
+  };
+  add("disc", report.findings);
+  for (const TrackReport& track : report.tracks) {
+    add(fmt::format("session {}, track {}", track.session, track.number), track.findings);
+  }
+  std::string page;
+  for (const auto& [subject, finding, others] : lines) {
+    page += fmt::format("  {}  {}{}: {}\n",
+                        finding->isFault ? Coloured("fault", Colour::Red) : Coloured("note", Colour::Yellow) + " ",
+                        subject, others == 0 ? "" : " and " + Counted(others, "other"), finding->words);
+  }
+  return page;
+}
 
 /// Says how many sectors were checked, and how to check all.
 std::string Extent(const DiscReport& report) {
@@ -102,27 +99,22 @@ TextTable::Cell Verdict(bool isGood) {
 void PrintTracks(const DiscReport& report) {
   TextTable table({">Session", ">Track", "Mode", ">Sectors", ">Checked", "Verdict"}, {});
   table.Print([&](const TextTable::RowSink& sink) {
-    if (FaultsIn(report.findings) != 0) {
+    if (report.findings.Faults() != 0) {
       const std::string none;
       sink({none, std::string("disc"), none, none, none, Verdict(false)});
     }
     for (const TrackReport& track : report.tracks) {
       sink({std::to_string(track.session), std::to_string(track.number), track.mode, std::to_string(track.sectors),
-            track.canBeChecked ? std::to_string(track.checked) : "-", Verdict(FaultsIn(track.findings) == 0)});
+            track.canBeChecked ? std::to_string(track.checked) : "-", Verdict(track.findings.Faults() == 0)});
     }
   });
 }
 
 void PrintReport(const std::string& path, const DiscReport& report) {
-  FindingLines lines;
-  lines.Add("disc", report.findings);
-  for (const TrackReport& track : report.tracks) {
-    lines.Add(fmt::format("session {}, track {}", track.session, track.number), track.findings);
-  }
   const std::size_t faults = report.Faults();
   Print(fmt::format("{}: {}, {}\n{}", Coloured(TerminalText(path), Colour::Bold),
                     faults == 0 ? Coloured("good", Colour::Green) : Coloured(Counted(faults, "fault"), Colour::Red),
-                    Extent(report), lines.Render()));
+                    Extent(report), RenderFindings(report)));
   if (!report.tracks.empty()) {
     Print("\n");
     PrintTracks(report);

@@ -40,8 +40,8 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
   return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
 }
 
-/// Makes the record state what the new description will: tracks numbered by their index, CD-Text or none, and the block
-/// size of a new data file, which has no sub-channel.
+/// Changes the record to what the new description will state: tracks numbered by their index, CD-Text or none, and the
+/// block size of a new data file, which has no sub-channel.
 void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
   for (unsigned session = 1; session <= sessions; ++session) {
     ZSCUESHEET& sheet = image->Session(session);
@@ -56,12 +56,12 @@ void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool wit
 }
 
 /// @throws Failure if the data file that is asked for cannot belong to the description.
-void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, const DataFilePlan& plan) {
+void RequireFittingData(const ConvertOptions& options, const DataFilePlan& plan) {
   const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
   if (!obstacle.empty() && (options.withData || !options.dataFile.empty())) {
     throw Failure(options.path, obstacle, ZSE_FAILED);
   }
-  if (options.withData && kind == DescriptionKind::TocFile && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
+  if (options.withData && !IsSheet(options.output) && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
     throw Failure(
         options.output,
         fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
@@ -84,7 +84,6 @@ void RequireFittingData(const ConvertOptions& options, DescriptionKind kind, con
   }
 }
 
-/// Prints where the description finds its sectors.
 void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, const std::string& dataFile) {
   const std::string output = TerminalText(options.output);
   const std::string expected = TerminalText(SpelledOnDisk(dataFile));
@@ -115,8 +114,8 @@ void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
   const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
-  const bool isSheet = HasExtension(options.output, ".CUE");
-  const auto stale = isSheet ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
+  const auto stale = IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force)
+                                             : std::vector<std::string>();
   std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFiles(path); });
   OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
   if (!companion.empty()) {
@@ -131,21 +130,20 @@ void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions
 
 int RunConvert(const ConvertOptions& options) {
   const Host host;
-  const DescriptionKind kind = KindOfDescription(options.output);
+  const bool isSheet = IsSheet(options.output);
   ImageRecord image(host, options.path);
   image.RefuseOwnFiles(options.output);
   RequireWritable(options.output, options.force);
   if (options.withData) {
     image.RequireDataFile();
   }
-  const bool isSheet = kind == DescriptionKind::CueSheet;
   const std::string packs = CollectPacks(host, image, options);
   const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
   const DataFilePlan plan = PlanDataFile(image, sessions);
-  RequireFittingData(options, kind, plan);
-  const std::vector<std::string> losses = FindLosses(image, kind, sessions, options.withData);
+  RequireFittingData(options, plan);
+  const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
   PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
-  const Description description = RenderDescription(host, &image, kind, options.output, sessions, packs);
+  const Description description = RenderDescription(host, &image, options.output, sessions, packs);
   try {
     WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
   } catch (const Failure& failure) {

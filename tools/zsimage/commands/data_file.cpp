@@ -36,7 +36,7 @@ std::string FindSizeConflict(const ImageRecord& image, unsigned sessions) {
   return "";
 }
 
-/// Lays the tracks of an image out one after the other.
+/// Lays out the tracks of an image in their order.
 class Layout {
 public:
   Layout(const ImageRecord& image, DataFilePlan* plan)

@@ -11,7 +11,6 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "files/scratch_folder.h"
-#include "image/partial_image.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -39,7 +38,7 @@ void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions,
   const ImageRecord read(host, copy);
   const auto isSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
     return left.dwLBA == right.dwLBA && ModeClass(left.Mode) == ModeClass(right.Mode) &&
-           (left.BlockSize == right.BlockSize || !HasExtension(path, ".CUE"));
+           (left.BlockSize == right.BlockSize || !IsSheet(path));
   };
   for (unsigned session = 1; session <= sessions; ++session) {
     const auto expected = Tracks(image.Session(session));
@@ -57,27 +56,24 @@ void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions,
 
 } // namespace
 
-DescriptionKind KindOfDescription(const std::string& path) {
+bool IsSheet(const std::string& path) {
   if (FileName(path).find_first_of("\"\r\n") != std::string::npos) {
     throw Failure(path, "a description cannot contain a name with a double quote or a line break; give another name",
                   E_INVALIDARG);
   }
-  if (HasExtension(path, ".CUE")) {
-    return DescriptionKind::CueSheet;
+  if (!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI")) {
+    throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
   }
-  if (HasExtension(path, ".ZSI")) {
-    return DescriptionKind::TocFile;
-  }
-  throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
+  return HasExtension(path, ".CUE");
 }
 
 std::string CompanionOf(const std::string& path) {
   return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
 }
 
-Description RenderDescription(const Host& host, ImageRecord* image, DescriptionKind kind, const std::string& path,
-                              unsigned sessions, const std::string& packs) {
-  const bool isSheet = kind == DescriptionKind::CueSheet;
+Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
+                              const std::string& packs) {
+  const bool isSheet = IsSheet(path);
   image->Info().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
   // The content depends on the name of the file and not on its folder.
   const ScratchFolder scratch;
@@ -113,9 +109,8 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
   return stale;
 }
 
-std::vector<std::string> FindLosses(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData) {
+std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {
   const zsimagefileinfo& info = image.Info();
-  const bool isSheet = kind == DescriptionKind::CueSheet;
   const LONG blockSize = info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
   std::vector<std::string> losses;
   if (sessions < info.nSessions) {

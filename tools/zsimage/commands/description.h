@@ -7,11 +7,9 @@
 
 #include "image/image_record.h"
 
-enum class DescriptionKind { CueSheet, TocFile };
-
-/// Returns the kind of description that a path has, by its extension. @throws Failure for another extension, and for a
-/// name that a description cannot contain.
-DescriptionKind KindOfDescription(const std::string& path);
+/// Whether a path is that of a CUE sheet, and not that of a TOC file. @throws Failure for the extension of neither, and
+/// for a name that a description cannot contain.
+bool IsSheet(const std::string& path);
 
 struct Description {
   std::string content;
@@ -22,8 +20,8 @@ struct Description {
 /// of the record.
 /// @param path Where the description will be. @param packs Bytes of CD-Text packs, which only a TOC file contains.
 /// @throws Failure if it does not describe the same tracks.
-Description RenderDescription(const Host& host, ImageRecord* image, DescriptionKind kind, const std::string& path,
-                              unsigned sessions, const std::string& packs);
+Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
+                              const std::string& packs);
 
 /// Returns the path of the CD-Text companion that a sheet names.
 std::string CompanionOf(const std::string& path);
@@ -34,4 +32,4 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
 
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
 /// @param withData Whether a data file is written as well.
-std::vector<std::string> FindLosses(const ImageRecord& image, DescriptionKind kind, unsigned sessions, bool withData);
+std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData);

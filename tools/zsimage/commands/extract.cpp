@@ -9,7 +9,7 @@
 #include "commands/track_files.h"
 #include "files/output_file.h"
 #include "image/disc_words.h"
-#include "image/partial_image.h"
+#include "image/explain.h"
 #include "image/sector_run.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
@@ -29,7 +29,6 @@ struct ExtractOptions {
   bool force = false;
 };
 
-/// One track and the file that it is saved to.
 struct Job {
   unsigned session; ///< From 1, as the track.
   unsigned track;
@@ -39,7 +38,6 @@ struct Job {
   SoundTags tags;
 };
 
-/// Lists the track that is asked for, or all.
 std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
   const TrackFormat format = TrackFormatOf(options.format.empty() ? options.output : options.format);

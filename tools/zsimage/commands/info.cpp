@@ -1,6 +1,5 @@
 #include "commands/commands.h"
-#include "commands/record_json.h"
-#include "commands/record_page.h"
+#include "commands/record.h"
 #include "output/report.h"
 #include "output/standard_output.h"
 

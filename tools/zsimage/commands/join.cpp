@@ -9,7 +9,6 @@
 #include "files/paths.h"
 #include "files/scratch_folder.h"
 #include "image/disc_words.h"
-#include "image/partial_image.h"
 #include "join/album_data.h"
 #include "output/failure.h"
 #include "output/json.h"
@@ -137,7 +136,7 @@ void PrintResult(const JoinOptions& options, const Album& album, const NewImage&
 }
 
 int RunJoin(const JoinOptions& options) {
-  if (KindOfDescription(options.output) != DescriptionKind::CueSheet) {
+  if (!IsSheet(options.output)) {
     throw Failure(options.output, "a joined image is described by a .cue file; give a name with this extension",
                   E_INVALIDARG);
   }

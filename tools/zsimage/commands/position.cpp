@@ -18,7 +18,6 @@ struct PositionOptions {
   bool json = false;
 };
 
-/// A sector of the disc in the data file.
 struct FoundSector {
   unsigned session; ///< From 1, as the track.
   unsigned track;

@@ -1,6 +1,5 @@
-#include "commands/record_json.h"
+#include "commands/record.h"
 
-#include "image/host.h"
 #include "output/json.h"
 #include "output/terminal_text.h"
 #include "platform/safearray.h"
@@ -57,7 +56,6 @@ Json IndexesToJson(const ZSTRACK& track) {
   return indexes;
 }
 
-/// Appends the texts that discs and tracks have.
 template <class Record> void AddTexts(const Record& record, Json* json) {
   json->update({{"bstrTitle", Text(record.bstrTitle)},
                 {"bstrComposer", Text(record.bstrComposer)},

@@ -1,11 +1,10 @@
-#include "commands/record_page.h"
+#include "commands/record.h"
 
 #include <fmt/format.h>
 
 #include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
-#include "image/partial_image.h"
 #include "image/sheet_lines.h"
 #include "output/standard_output.h"
 #include "output/text_table.h"

@@ -13,7 +13,6 @@
 
 namespace {
 
-/// Returns the path of the library that this program uses.
 std::string LibraryPath() {
   Dl_info library{};
   const bool isFound = ::dladdr(reinterpret_cast<void*>(&DllRegisterServer), &library) != 0;
@@ -35,7 +34,9 @@ std::string ExplainUnusable(const std::string& registry, HRESULT result) {
 }
 
 /// Changes the registry. A lock file that this creates is removed if the change fails.
-void ChangeRegistration(HRESULT (*change)(), const std::string& registry) {
+/// @param words What other programs do then, with the library and the registry in braces.
+int ChangeRegistration(HRESULT (*change)(), const char* words) {
+  const std::string registry = RegistryPath();
   if (registry.empty()) {
     throw Failure("", "there is no folder for the registry: neither HOME nor XDG_DATA_HOME is set", E_FAIL);
   }
@@ -47,21 +48,7 @@ void ChangeRegistration(HRESULT (*change)(), const std::string& registry) {
     std::filesystem::remove(lock, ignored);
   }
   Check(result, registry, ExplainUnusable(registry, result));
-}
-
-int RunRegister() {
-  const std::string registry = RegistryPath();
-  ChangeRegistration(DllRegisterServer, registry);
-  Print(fmt::format("Other programs now find {}: it is registered in {}.\n", TerminalText(LibraryPath()),
-                    TerminalText(registry)));
-  return 0;
-}
-
-int RunUnregister() {
-  const std::string registry = RegistryPath();
-  ChangeRegistration(DllUnregisterServer, registry);
-  Print(fmt::format("Other programs no longer find {}: it is removed from {}.\n", TerminalText(LibraryPath()),
-                    TerminalText(registry)));
+  Print(fmt::format(fmt::runtime(words), TerminalText(LibraryPath()), TerminalText(registry)));
   return 0;
 }
 
@@ -70,11 +57,14 @@ int RunUnregister() {
 void AddRegister(Command* tool) {
   Command& command = tool->Add("register", "Let other programs of this user find the image library");
   command.AddExamples({{"zsimage register", "Programs can now create its objects by class."}});
-  command.OnRun(RunRegister);
+  command.OnRun(
+      [] { return ChangeRegistration(DllRegisterServer, "Other programs now find {}: it is registered in {}.\n"); });
 }
 
 void AddUnregister(Command* tool) {
   Command& command = tool->Add("unregister", "Undo register");
   command.AddExamples({{"zsimage unregister", "Programs no longer find it."}});
-  command.OnRun(RunUnregister);
+  command.OnRun([] {
+    return ChangeRegistration(DllUnregisterServer, "Other programs no longer find {}: it is removed from {}.\n");
+  });
 }

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "files/paths.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -38,29 +39,22 @@ std::string ReadStandardInput(UHYPER limit) {
 
 } // namespace
 
-std::optional<struct stat> StatusOf(const std::string& path) {
-  std::string resolved;
-  struct stat status {};
-  if (!ResolveFilePath(path, &resolved) || stat(resolved.c_str(), &status) != 0) {
-    return std::nullopt;
-  }
-  return status;
+std::filesystem::file_status StatusOf(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::status(SpelledOnDisk(path), ignored);
 }
 
 std::optional<UHYPER> FileSize(const std::string& path) {
-  const auto status = StatusOf(path);
-  if (status && S_ISREG(status->st_mode)) {
-    return static_cast<UHYPER>(status->st_size);
-  }
-  UHYPER size = 0;
-  const bool isDevice = status && S_ISBLK(status->st_mode) && GetFileSize(OpenShared(path).Get(), &size);
-  return isDevice ? std::optional(size) : std::nullopt;
+  std::error_code error;
+  UHYPER size = std::filesystem::file_size(SpelledOnDisk(path), error); // Only regular files have one.
+  const bool isKnown =
+      !error || (std::filesystem::is_block_file(StatusOf(path)) && GetFileSize(OpenShared(path).Get(), &size));
+  return isKnown ? std::optional(size) : std::nullopt;
 }
 
 bool IsSameFile(const std::string& left, const std::string& right) {
-  const auto first = StatusOf(left);
-  const auto second = StatusOf(right);
-  return first && second && first->st_dev == second->st_dev && first->st_ino == second->st_ino;
+  std::error_code ignored;
+  return std::filesystem::equivalent(SpelledOnDisk(left), SpelledOnDisk(right), ignored);
 }
 
 std::string ReadContent(const std::string& path, UHYPER limit) {

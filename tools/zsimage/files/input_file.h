@@ -2,15 +2,13 @@
 /// Files that the tool reads. Paths are found as the platform layer finds them (platform/file_lookup.h).
 #pragma once
 
-#include <sys/stat.h>
-
+#include <filesystem>
 #include <optional>
 #include <string>
 
 #include "platform/base_types.h"
 
-/// Returns what the system knows about a file; none if there is no such file.
-std::optional<struct stat> StatusOf(const std::string& path);
+std::filesystem::file_status StatusOf(const std::string& path);
 
 /// Returns the bytes of a regular file or block device; none for everything else.
 std::optional<UHYPER> FileSize(const std::string& path);

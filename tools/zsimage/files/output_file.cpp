@@ -4,24 +4,71 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <utility>
 
+#include <fmt/format.h>
+
+#include "files/input_file.h"
 #include "files/paths.h"
-#include "files/write_failure.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
+#include "output/terminal_text.h"
 #include "platform/files.h"
 #include "platform/text.h"
 
 namespace {
 
+/// Returns the number that GetLastError has for a value of errno.
+DWORD SystemError(int error) {
+  static constexpr std::pair<int, DWORD> kErrors[] = {
+      {0, ERROR_SUCCESS},           {ENOENT, ERROR_FILE_NOT_FOUND}, {EACCES, ERROR_ACCESS_DENIED},
+      {EPERM, ERROR_ACCESS_DENIED}, {EROFS, ERROR_WRITE_PROTECT},   {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+      {ENOSPC, ERROR_DISK_FULL},    {EDQUOT, ERROR_DISK_FULL},      {EFBIG, ERROR_FILE_TOO_LARGE},
+      {EIO, ERROR_IO_DEVICE}};
+  const auto* known =
+      std::find_if(std::begin(kErrors), std::end(kErrors), [&](const auto& entry) { return entry.first == error; });
+  return known == std::end(kErrors) ? ERROR_GEN_FAILURE : known->second;
+}
+
+/// Explains why a file could not be created or filled, by what is at the path: missing folder, no permission, full
+/// disk.
+/// @param written Bytes that are in the file. @param size Bytes that it should have.
+Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, UHYPER size = 0) {
+  const auto target = StatusOf(path);
+  if (error == ERROR_FILENAME_EXCED_RANGE) { // No call can look at a path with such a name.
+    return {path, "the name is too long; give a shorter one", error};
+  }
+  if (!std::filesystem::is_directory(StatusOf(FolderOf(path)))) {
+    return {path, "its folder does not exist", ERROR_PATH_NOT_FOUND};
+  }
+  if (std::filesystem::is_directory(target) || path.find_last_of(kPathSeparators) + 1 == path.size()) {
+    return {path, "this is a folder; give the name of a file", ERROR_ACCESS_DENIED};
+  }
+  if (std::filesystem::is_socket(target)) {
+    return {path, "this is not a file, device or pipe", ERROR_ACCESS_DENIED};
+  }
+  if (!std::filesystem::exists(target) && error == ERROR_FILE_NOT_FOUND) {
+    return {path, "it cannot be created: it is a link to a missing file, or the folder allows no new files",
+            ERROR_PATH_NOT_FOUND};
+  }
+  if (error == ERROR_ACCESS_DENIED) {
+    const bool isProtected = std::filesystem::exists(target) && access(path.c_str(), W_OK) != 0;
+    return {path, isProtected ? "the file is write-protected" : "the folder is write-protected", error};
+  }
+  const HRESULT code = error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
+  return {path, fmt::format("{}: {} of {} were written", CodeWords(code), ReadableSize(written), ReadableSize(size)),
+          code};
+}
+
 [[noreturn]] void ThrowExists(const std::string& path) {
   throw Failure(path, "the file exists; --force replaces it", kFileExists);
 }
 
-/// What a path leads to.
 struct Target {
   std::string path; ///< Of the file that is created or replaced; empty for a device or a pipe.
   bool exists = false;
@@ -50,8 +97,8 @@ Target FindTarget(const std::string& path, bool force) {
   return target.path != path && std::filesystem::exists(target.path) ? FindTarget(target.path, force) : target;
 }
 
-/// Gives a new file the owner and permissions of the file that it will replace, as far as the user may set them, or the
-/// permissions of new files.
+/// Sets the owner and permissions of a new file: those of the file that it will replace, if the user may set them, or
+/// those of new files.
 void CopyPermissions(const Target& target, const std::string& hidden) {
   const mode_t mask = umask(0);
   umask(mask);

@@ -19,8 +19,6 @@ class OutputFile {
 public:
   /// @param size Bytes that the file will have, for messages. @throws Failure as RequireWritable does.
   OutputFile(const std::string& path, UHYPER size, bool force);
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
   /// @throws Failure if not everything can be written, or the user has cancelled the command.

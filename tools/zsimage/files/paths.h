@@ -5,18 +5,38 @@
 #include <string>
 #include <string_view>
 
-/// Whether a path ends with an extension, dot included, in any case.
-bool HasExtension(std::string_view path, std::string_view extension);
+#include "platform/file_lookup.h"
+#include "platform/paths.h"
+#include "platform/text.h"
 
-/// Returns the folder of a path; "." if it names none.
-std::string FolderOf(const std::string& path);
+/// Whether a path ends with an extension, dot included, in any case.
+inline bool HasExtension(std::string_view path, std::string_view extension) {
+  return path.size() >= extension.size() && lstrcmpiA(path.substr(path.size() - extension.size()), extension) == 0;
+}
+
 /// Returns what follows the folder.
-std::string FileName(const std::string& path);
+inline std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
 
 /// Returns a path with another name after its folder.
-std::string Beside(const std::string& path, std::string_view name);
+inline std::string Beside(const std::string& path, std::string_view name) {
+  return path.substr(0, PathFindFileNameA(path)).append(name);
+}
+
+/// Returns the folder of a path; "." if it names none.
+inline std::string FolderOf(const std::string& path) {
+  const std::string folder = Beside(path, "");
+  return folder.empty() ? "." : folder;
+}
+
 /// Returns a path with another extension, dot included.
-std::string WithExtension(std::string path, std::string_view extension);
+inline std::string WithExtension(std::string path, std::string_view extension) {
+  PathRenameExtensionA(&path, extension);
+  return path;
+}
 
 /// Returns a path as the disk spells it; unchanged if there is no such file.
-std::string SpelledOnDisk(const std::string& path);
+inline std::string SpelledOnDisk(const std::string& path) {
+  std::string found = path;
+  ResolveFilePath(path, &found);
+  return found;
+}

@@ -1,17 +1,30 @@
 /// @file
-/// A temporary folder.
+/// Temporary folders.
 #pragma once
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+
+#include "output/failure.h"
 
 /// A new folder in TMPDIR, removed with its content.
 class ScratchFolder {
 public:
   /// @throws Failure if it cannot be created.
-  ScratchFolder();
+  ScratchFolder() {
+    std::error_code ignored;
+    m_path = std::filesystem::temp_directory_path(ignored).string() + "/zsimage-XXXXXX";
+    if (mkdtemp(m_path.data()) == nullptr) {
+      throw Failure(m_path, "a temporary folder cannot be created; set TMPDIR to a writable folder", E_FAIL);
+    }
+  }
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
-  ~ScratchFolder();
+  ~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
 
   std::string Path(const std::string& name) const { return m_path + "/" + name; }
 

@@ -6,7 +6,6 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/partial_image.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
@@ -23,13 +22,13 @@ std::string ExplainClosed(const std::string& path) {
     return "the path is empty";
   }
   const auto status = StatusOf(path);
-  if (!status) {
+  if (!std::filesystem::exists(status)) {
     return "no such file";
   }
-  if (S_ISDIR(status->st_mode)) {
+  if (std::filesystem::is_directory(status)) {
     return std::string("this is a folder; ") + kReadable;
   }
-  if (!S_ISREG(status->st_mode) && !S_ISBLK(status->st_mode)) {
+  if (!std::filesystem::is_regular_file(status) && !std::filesystem::is_block_file(status)) {
     return "this is neither a file nor a block device";
   }
   return "the file cannot be opened for reading; look at its permissions";
@@ -138,4 +137,28 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
 std::string SoundFileType(const std::string& path) {
   const std::string start = ReadBytes(path, 0, 4);
   return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
+}
+
+std::string OddSizeWords(const Host& host, const std::string& path) {
+  zsimagefileinfo info{};
+  if (ReadPartialImage(host, path, &info) != S_OK) {
+    return "no size of sectors is known";
+  }
+  const UHYPER size = FileSize(Narrow(info.bstrImageBinaryFile)).value_or(0);
+  UHYPER over = 0;
+  UINT blockSize = 0;
+  VisitTracks(info, 0, std::nullopt, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
+    blockSize = std::max(extent.blockSize, 1U);
+    over = (size > extent.begin ? size - extent.begin : size) % blockSize;
+  });
+  host.Images().FreeImageFileInfo(&info);
+  const std::string words = over == 0 ? "its size fits no single kind of sectors"
+                                      : fmt::format("{} {} over after whole sectors of {} bytes", Counted(over, "byte"),
+                                                    over == 1 ? "is" : "are", blockSize);
+  return words + "; 'zsimage extract --partial' saves the whole sectors";
+}
+
+std::string SizelessWords(const Host& host, const ImageRecord& image) {
+  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_ISO ? OddSizeWords(host, image.Path())
+                                                         : "the description gives its sectors no size";
 }

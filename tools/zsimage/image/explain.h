@@ -1,10 +1,10 @@
 /// @file
-/// Why an image does not open, in words that help.
+/// Why an image does not open or has no sectors, in words that help.
 #pragma once
 
 #include <string>
 
-#include "image/host.h"
+#include "image/image_record.h"
 
 /// Says what is wrong with an image for which GetImageFileInfo returned `result`, and what to do. Looks at the path and
 /// the files that belong to it. UTF-8, without the path itself.
@@ -12,3 +12,9 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
 
 /// Returns the kind of a sound file by its first bytes: RIFF, FORM or fLaC. Empty for any other file.
 std::string SoundFileType(const std::string& path);
+
+/// Says how many bytes follow the last whole sector of a data file that ends inside a sector, and what to do.
+std::string OddSizeWords(const Host& host, const std::string& path);
+
+/// Says why the sectors of an image have no size.
+std::string SizelessWords(const Host& host, const ImageRecord& image);

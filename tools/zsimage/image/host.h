@@ -9,7 +9,6 @@
 #include "cuesheet/cue_sheet_interface.h"
 #include "imagefile/image_file_interface.h"
 
-/// The two objects of the component.
 class Host {
 public:
   /// @throws Failure if the component is missing.
@@ -23,7 +22,6 @@ private:
   ComPtr<IZSCueSheet> m_sheets;
 };
 
-/// Frees a sheet.
 struct SheetFree {
   IZSCueSheet* sheets;
   void operator()(ZSCUESHEET* sheet) const { sheets->FreeZSCueSheet(sheet, VARIANT_TRUE); }
@@ -33,10 +31,8 @@ using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
 /// Returns a sheet with a number of empty tracks.
 UniqueSheet CreateSheet(const Host& host, unsigned tracks);
 
-/// Returns the tracks of a sheet.
 inline std::span<ZSTRACK> Tracks(const ZSCUESHEET& sheet) { return {sheet.pZSTracks, sheet.nTracks}; }
 
-/// Whether a track or a disc has a text.
 template <class Record> bool HasText(const Record& record) {
   return record.bstrTitle != nullptr || record.bstrPerformer != nullptr || record.bstrSongwriter != nullptr ||
          record.bstrComposer != nullptr || record.bstrArranger != nullptr || record.bstrMessage != nullptr ||

@@ -1,15 +1,31 @@
 #include "image/image_record.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <fmt/format.h>
 
 #include "files/input_file.h"
+#include "files/output_file.h"
 #include "files/paths.h"
+#include "files/scratch_folder.h"
 #include "image/explain.h"
-#include "image/partial_image.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
+
+namespace {
+
+constexpr UHYPER kLargestSheet = 256U << 20;
+
+/// Returns the TRACK line for an ISO image: raw sectors begin with a synchronization pattern (ECMA-130), and have their
+/// mode in byte 15.
+std::string TrackLineOfIso(const std::string& path) {
+  const std::string start = ReadBytes(path, 0, 16);
+  const bool isRaw = start.size() == 16 && start.starts_with(std::string_view("\0\xFF\xFF\xFF", 4));
+  return fmt::format("TRACK 01 MODE{}/{}\nINDEX 01 00:00:00\n", isRaw && start[15] == 2 ? 2 : 1, isRaw ? 2352 : 2048);
+}
+
+} // namespace
 
 ImageRecord::ImageRecord(const Host& host, const std::string& path, bool partial)
     : m_images(host.Images()), m_path(path), m_info{} {
@@ -73,12 +89,11 @@ void ImageRecord::RequireDataFile() const {
   if (DataSize()) {
     return;
   }
-  if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD) {
-    throw Failure(WithExtension(m_path, ".img"), "no such data file; put it beside the description", ZSE_FILENOTFOUND);
-  }
-  throw Failure(DataFile(),
-                IsSameFile(DataFile(), m_path) ? "the description names itself as its data file and holds no sectors"
-                                               : "no such data file; put it beside the description",
+  const bool isCcd = m_info.ZSImageFormat == ZSIMAGEFORMAT_CCD;
+  const bool namesItself = !isCcd && IsSameFile(DataFile(), m_path);
+  throw Failure(isCcd ? WithExtension(m_path, ".img") : DataFile(),
+                namesItself ? "the description names itself as its data file and has no sectors"
+                            : "no such data file; put it beside the description",
                 ZSE_FILENOTFOUND);
 }
 
@@ -93,4 +108,35 @@ void ImageRecord::RefuseOwnFiles(const std::string& output) const {
   if (std::any_of(own.begin(), own.end(), [&](const std::string& file) { return IsSameFile(file, output); })) {
     throw Failure(output, "this file belongs to the image; give another name", E_INVALIDARG);
   }
+}
+
+std::string DataFileOfSheet(const Host& host, const std::string& path) {
+  BSTR named = nullptr;
+  host.Sheets().GetBinaryFile(Wide(path).get(), &named);
+  const std::string found = Narrow(UniqueBstr(named).get());
+  return found == Beside(path, "") ? "" : SpelledOnDisk(found);
+}
+
+HRESULT ReadPartialImage(const Host& host, const std::string& path, zsimagefileinfo* info) {
+  const bool isSheet = HasExtension(path, ".CUE");
+  const std::string dataFile = isSheet ? DataFileOfSheet(host, path) : path;
+  const std::optional<UHYPER> size = FileSize(dataFile);
+  if (!size || (!isSheet && !HasExtension(path, ".ISO"))) {
+    return ZSE_BADIMAGE;
+  }
+  // A copy of the sheet, with a data file of a size that the component accepts. The first FILE line names it.
+  const ScratchFolder scratch;
+  WriteContent(scratch.Path("IMAGE.CUE"),
+               "FILE \"SECTORS.BIN\" BINARY\n" + (isSheet ? ReadContent(path, kLargestSheet) : TrackLineOfIso(path)),
+               false);
+  WriteContent(scratch.Path("SECTORS.BIN"), "", false);
+  constexpr UHYPER kStep = ZSFILEBLOCKSIZE_2048;
+  std::filesystem::resize_file(scratch.Path("SECTORS.BIN"), (*size + kStep - 1) / kStep * kStep);
+  const HRESULT result = host.Images().GetImageFileInfo(Wide(scratch.Path("IMAGE.CUE")).get(), info);
+  if (result == S_OK) {
+    SysFreeString(info->bstrImageBinaryFile);
+    info->bstrImageBinaryFile = Wide(dataFile).release();
+    info->ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ISO;
+  }
+  return result;
 }

@@ -9,7 +9,6 @@
 #include "image/host.h"
 #include "image/track_extent.h"
 
-/// Owns the record of an image.
 class ImageRecord {
 public:
   /// @param path Narrow text. @param partial Whether the data file may end inside a sector.
@@ -52,3 +51,11 @@ private:
   zsimagefileinfo m_info;
   mutable std::string m_dataFile; ///< Empty until DataFile is called.
 };
+
+/// Returns the path of the data file that a sheet names: empty for an empty name, and the sheet itself if no line names
+/// one.
+std::string DataFileOfSheet(const Host& host, const std::string& path);
+
+/// Reads a sheet or an ISO image whose data file ends inside a sector, which the component refuses or reads as an image
+/// without sectors. The last track may end after the data file. @return the component's result.
+HRESULT ReadPartialImage(const Host& host, const std::string& path, zsimagefileinfo* info);

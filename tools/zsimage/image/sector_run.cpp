@@ -53,7 +53,7 @@ ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
   if (run.sectors == 0) {
     return 0;
   }
-  // The last sector is there if the bytes that are taken from it are.
+  // The last sector is present if the file has those of its bytes that are read.
   const UHYPER lead = run.begin + run.dataOffset;
   if (lead < run.begin || size < lead || size - lead < run.dataSize) {
     return run.sectors;

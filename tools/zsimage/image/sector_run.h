@@ -8,13 +8,13 @@
 #include "image/host.h"
 #include "output/progress_bar.h"
 
-/// Sectors of one size that follow each other in the data file, and the bytes that are taken from each.
+/// Sectors of one size that follow each other in the data file, and the bytes that are read from each.
 struct SectorRun {
   UHYPER begin; ///< Byte of the first sector.
   ULONG sectors;
   UINT blockSize;  ///< Bytes from one sector to the next.
   UINT dataOffset; ///< Bytes at the start of each sector that are left out.
-  UINT dataSize;   ///< Bytes that are taken from each sector.
+  UINT dataSize;   ///< Bytes that are read from each sector.
 
   UHYPER Bytes() const noexcept { return UHYPER{sectors} * dataSize; }
 };

@@ -31,7 +31,8 @@ public:
     }
     m_sector = isFirst ? 0 : StartOf(sheet.pZSTracks[0]);
     m_blockSize = BlockSize(sheet.pZSTracks[0]);
-    // The offsets of a Media Descriptor image hold where the sizes before a track say too little.
+    // Media Descriptor images state offsets, which are needed if the sizes before a track do not determine its
+    // position.
     const bool hasOffsets = m_info.ZSImageFormat == ZSIMAGEFORMAT_MDS && (!isFirst || !HasOneBlockSize(sheet));
     for (const ZSTRACK& track : Tracks(sheet)) {
       TrackExtent extent = ExtentOf(track);

@@ -10,7 +10,6 @@
 
 #include <fmt/format.h>
 
-#include "files/write_failure.h"
 #include "image/raw_sector.h"
 #include "output/failure.h"
 #include "output/progress_bar.h"
@@ -34,7 +33,7 @@ public:
     }
     m_descriptor = open(file.path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_descriptor == -1 || lseek(m_descriptor, static_cast<off_t>(offset), SEEK_SET) == -1) {
-      throw Failure(file.path, "the file cannot be opened for reading", SystemError(errno));
+      throw Failure(file.path, "the file cannot be opened for reading", ZSE_CANNOTOPENIMAGE);
     }
   }
   FileBytes(const FileBytes&) = delete;
@@ -57,7 +56,7 @@ public:
         throw Failure(m_file.path, "the file has become shorter", ERROR_HANDLE_EOF);
       }
       if (count == -1 && errno != EINTR) {
-        throw Failure(m_file.path, "the file cannot be read", SystemError(errno));
+        throw Failure(m_file.path, "the file cannot be read", ERROR_IO_DEVICE);
       }
       done += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }

@@ -55,7 +55,6 @@ constexpr KnownCode kKnownCodes[] = {
     {CodeOf(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system reported an error"},
 };
 
-/// Returns null for a code without an entry.
 const KnownCode* FindCode(HRESULT code) {
   const auto* known = std::find_if(std::begin(kKnownCodes), std::end(kKnownCodes),
                                    [&](const KnownCode& entry) { return entry.code == code; });

@@ -47,8 +47,8 @@ std::string ProgressBar::Line(std::size_t columns, double seconds) const {
     sizes += ReadableSize(static_cast<UHYPER>(static_cast<double>(m_done) / seconds)) + "/s";
   }
   std::string line = fmt::format("{}  {}", m_label, percent);
-  line += line.size() + sizes.size() <= columns ? sizes : "";
   constexpr std::size_t kFrame = 3; // Brackets and a blank.
+  line += line.size() + sizes.size() + kFrame < columns ? sizes : "";
   if (line.size() + kFrame < columns) {
     const std::size_t width = std::min(kBarColumns, columns - line.size() - kFrame);
     const std::string bar(static_cast<std::size_t>(share * static_cast<double>(width)), '=');

@@ -16,7 +16,6 @@ public:
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar();
 
-  /// Adds bytes that have been processed.
   void Advance(UHYPER bytes);
 
 private:

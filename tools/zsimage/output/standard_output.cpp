@@ -42,8 +42,7 @@ void WriteStandardOutput(const BYTE* data, std::size_t size) {
 void FlushStandardOutput() {
   if (std::fflush(stdout) != 0) {
     ThrowWriteFailure(errno);
-  }
-  if (std::ferror(stdout) != 0) {
+  } else if (std::ferror(stdout) != 0) {
     ThrowWriteFailure(0);
   }
 }

@@ -1,5 +1,5 @@
 /// @file
-/// A disc as stretches that follow each other from the inside to the outside, and their places in a picture.
+/// A disc as stretches that follow each other from the inside to the outside, and their coordinates in a picture.
 #pragma once
 
 #include <string>

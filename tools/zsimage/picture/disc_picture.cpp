@@ -87,7 +87,6 @@ private:
     return fmt::format("stretch track {}{}", ClassOf(TrackOf(stretch).Mode), stretch.track % 2 == 0 ? "" : " even");
   }
 
-  /// Describes a stretch, its times and its size, in lines.
   std::string Describe(const DiscStretch& stretch) const {
     const std::string session = m_info.nSessions > 1 ? fmt::format("Session {}, ", stretch.session + 1) : "";
     if (stretch.kind == Kind::LeadIn || stretch.kind == Kind::LeadOut) {
@@ -155,7 +154,6 @@ private:
     m_content += svg::Text(kFactsLeft, y, classes, text, kWidth - kMargin - kFactsLeft);
   }
 
-  /// Returns the sectors of all tracks and pregaps.
   std::int64_t Sectors() const {
     std::int64_t sectors = 0;
     for (const DiscStretch& stretch : m_stretches) {

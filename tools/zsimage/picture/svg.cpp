@@ -112,13 +112,31 @@ double FontSize(std::string_view classes) {
   return size * weight;
 }
 
-/// Returns the attributes of an element.
 std::string Attributes(std::string_view classes) {
   std::string attributes = fmt::format(" class=\"{}\"", classes);
   for (const auto& entry : kClasses) {
     attributes += HasClass(classes, entry.name) ? entry.attributes : "";
   }
   return attributes;
+}
+
+/// Returns text with its end replaced by an ellipsis if it is wider than `room`.
+std::string Fitting(std::string_view utf8, std::string_view classes, double room) {
+  if (TextWidth(utf8, classes) <= room) {
+    return std::string(utf8);
+  }
+  const double fontSize = FontSize(classes);
+  double width = fontSize; // Of the ellipsis.
+  std::size_t end = 0;
+  while (end < utf8.size()) {
+    const std::string_view character = CharacterAt(utf8, end);
+    width += CharacterWidth(character) * fontSize;
+    if (width > room) {
+      break;
+    }
+    end += character.size();
+  }
+  return end == 0 ? "" : std::string(utf8.substr(0, end)) + "\u2026";
 }
 
 } // namespace
@@ -157,24 +175,6 @@ std::string Text(double x, double y, std::string_view classes, std::string_view 
   const std::string shown = Fitting(utf8, classes, room);
   return fmt::format("<text x=\"{}\" y=\"{}\"{}>{}{}</text>\n", Rounded(x), Rounded(y), Attributes(classes),
                      shown == utf8 ? "" : Title(utf8), Escaped(shown));
-}
-
-std::string Fitting(std::string_view utf8, std::string_view classes, double room) {
-  if (TextWidth(utf8, classes) <= room) {
-    return std::string(utf8);
-  }
-  const double fontSize = FontSize(classes);
-  double width = fontSize; // Of the ellipsis.
-  std::size_t end = 0;
-  while (end < utf8.size()) {
-    const std::string_view character = CharacterAt(utf8, end);
-    width += CharacterWidth(character) * fontSize;
-    if (width > room) {
-      break;
-    }
-    end += character.size();
-  }
-  return end == 0 ? "" : std::string(utf8.substr(0, end)) + "\u2026";
 }
 
 double TextWidth(std::string_view utf8, std::string_view classes) {

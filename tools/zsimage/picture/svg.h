@@ -25,8 +25,6 @@ std::string Line(double x, double y, double width, double height);
 /// Returns text that is cut to fit into `room`. The whole text is shown while the pointer is on it.
 std::string Text(double x, double y, std::string_view classes, std::string_view utf8, double room);
 
-/// Returns the text with its end replaced by an ellipsis, if it is wider than `room`.
-std::string Fitting(std::string_view utf8, std::string_view classes, double room);
 /// Estimates the width of text in a sans-serif font, rather too wide than too narrow.
 double TextWidth(std::string_view utf8, std::string_view classes);
 
