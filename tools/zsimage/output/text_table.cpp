@@ -31,7 +31,7 @@ void TextTable::Measure(const Row& row) {
 
 /// Narrows the columns that can be cut, always the widest of them, until a row is one line.
 void TextTable::FitTerminal() {
-  constexpr std::size_t kNarrowest = 12;
+  constexpr std::size_t kNarrowest = 4;
   std::size_t width = 0;
   for (const Column& column : m_columns) {
     width += column.isShown ? column.width + kMargin.size() : 0;
