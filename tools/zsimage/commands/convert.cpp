@@ -114,8 +114,8 @@ void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
   const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
-  const auto stale = IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force)
-                                             : std::vector<std::string>();
+  const auto stale =
+      IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
   std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFiles(path); });
   OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
   if (!companion.empty()) {

@@ -76,18 +76,19 @@ void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRAC
                   E_INVALIDARG);
   }
   if (job.format == TrackFormat::UserData && isAudio) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin",
-                              job.track),
-                  E_INVALIDARG);
+    throw Failure(
+        image.Path(),
+        fmt::format("track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin",
+                    job.track),
+        E_INVALIDARG);
   }
 }
 
 /// Returns the block size that a job needs if none is asked for; 0 for whole sectors.
 UINT BlockSizeOf(const Job& job, UINT asked) {
-  return IsSound(job.format)                                        ? UINT{ZSFILEBLOCKSIZE_2352}
+  return IsSound(job.format)                                 ? UINT{ZSFILEBLOCKSIZE_2352}
          : job.format == TrackFormat::UserData && asked == 0 ? UINT{ZSFILEBLOCKSIZE_2048}
-                                                                    : asked;
+                                                             : asked;
 }
 
 /// Returns the sectors of a track and the bytes of them that are asked for. @throws Failure if they have no such bytes.
@@ -237,12 +238,13 @@ void AddExtract(Command* tool) {
   auto* all = command.AddName("--all", &options->folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
   command
-      .add_option("--format", options->format,
-                  "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
-                  "(default: by the extension of -o; bin with --all)")
+      .add_option(
+          "--format", options->format,
+          "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
+          "(default: by the extension of -o; bin with --all)")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember(std::vector<std::string>(std::begin(kTrackFormats), std::end(kTrackFormats)))
-                  .description(""));
+      ->check(
+          CLI::IsMember(std::vector<std::string>(std::begin(kTrackFormats), std::end(kTrackFormats))).description(""));
   command.add_flag("--swap", options->swap, "Swap the two bytes of each sample, for sources in the other order");
   command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
   command.AddForce(&options->force);

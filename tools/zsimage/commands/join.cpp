@@ -65,15 +65,12 @@ std::string Verify(const Host& host, const std::string& path, const ZSCUESHEET& 
   };
   const auto other = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSame);
   if (other.first != expected.end() || other.second != found.end()) {
-    throw Failure(path,
-                  fmt::format("track {} is read back with another position, length or mode", other.first->TNO),
+    throw Failure(path, fmt::format("track {} is read back with another position, length or mode", other.first->TNO),
                   E_UNEXPECTED);
   }
   UHYPER count = 0;
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    const auto differs = [&](BSTR ZSTRACK::*text) {
-      return Narrow(expected[i].*text) != Narrow(found[i].*text);
-    };
+    const auto differs = [&](BSTR ZSTRACK::*text) { return Narrow(expected[i].*text) != Narrow(found[i].*text); };
     count += differs(&ZSTRACK::bstrTitle) || differs(&ZSTRACK::bstrPerformer) || differs(&ZSTRACK::bstrSongwriter);
   }
   return count == 0 ? "" : fmt::format("CD-Text does not hold all texts of {}", Counted(count, "track"));

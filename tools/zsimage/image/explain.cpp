@@ -73,8 +73,9 @@ std::string ExplainSheet(const Host& host, const std::string& path) {
   if (result == ZSE_BADIMAGE) {
     const std::string name = TerminalText(FileName(dataFile));
     const std::string type = SoundFileType(dataFile);
-    return type.empty() ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(host, path))
-                        : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
+    return type.empty()
+               ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(host, path))
+               : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
   }
   return result == S_OK ? "the sheet has no TRACK line" : std::string(CodeWords(E_OUTOFMEMORY));
 }

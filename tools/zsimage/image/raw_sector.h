@@ -28,8 +28,8 @@ inline constexpr std::size_t kSubHeaderBytes = 4; ///< Of one copy.
 inline constexpr std::size_t kEdc = 2064;
 inline constexpr std::size_t kParity = 2076;
 
-inline constexpr std::size_t kSubMode = 2;  ///< In the sub-header.
-inline constexpr BYTE kForm2Bit = 0x20;     ///< Of the sub-mode.
+inline constexpr std::size_t kSubMode = 2; ///< In the sub-header.
+inline constexpr BYTE kForm2Bit = 0x20;    ///< Of the sub-mode.
 
 } // namespace raw_sector
 

@@ -58,9 +58,8 @@ std::vector<MisreadLine> FindMisreadLines(const std::string& sheet) {
   VisitSheetLines(sheet, [&](const SheetLine& line) {
     const auto* const own = std::find(kFirstText, std::end(kKeywords), line.keyword);
     const std::string text = own == std::end(kKeywords) ? "" : platform::Upper(line.rest);
-    const auto* const found = std::find_if(std::begin(kKeywords), own, [&](const char* keyword) {
-      return text.find(keyword) != std::string::npos;
-    });
+    const auto* const found = std::find_if(
+        std::begin(kKeywords), own, [&](const char* keyword) { return text.find(keyword) != std::string::npos; });
     if (found != own && !text.empty()) {
       misread.push_back({line.number, line.keyword, *found});
     }
@@ -76,9 +75,10 @@ std::string MisreadWords(const std::string& path) {
 }
 
 std::string MisreadWords(const std::string& path, const MisreadLine& line) {
-  const std::string effect = line.found == "TRACK" || line.found == "FLAGS"    ? "the text is lost"
-                             : line.found == "PREGAP" || line.found == "INDEX" ? "the text is lost, and positions may change"
-                                                                               : "the text goes there";
+  const std::string effect = line.found == "TRACK" || line.found == "FLAGS" ? "the text is lost"
+                             : line.found == "PREGAP" || line.found == "INDEX"
+                                 ? "the text is lost, and positions may change"
+                                 : "the text goes there";
   return fmt::format("line {}: the text of this {} line contains {}, so it is read as {} line, and {}; put the text "
                      "into a .cdt file, or {} keeps it",
                      line.number, line.keyword, line.found,

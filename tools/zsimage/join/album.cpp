@@ -21,8 +21,8 @@ constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is rea
 /// its folders.
 std::string FindFile(const std::string& sheet, const std::string& name) {
   std::string found;
-  for (const std::string& path : {name.starts_with('/') ? name : Beside(sheet, name),
-                                  Beside(sheet, name.substr(name.find_last_of("/\\") + 1))}) {
+  for (const std::string& path :
+       {name.starts_with('/') ? name : Beside(sheet, name), Beside(sheet, name.substr(name.find_last_of("/\\") + 1))}) {
     if (ResolveFilePath(path, &found)) {
       return found;
     }
@@ -39,8 +39,7 @@ AlbumFile OpenFile(const std::string& sheet, const SheetOfFiles::File& named) {
   }
   const std::optional<UHYPER> size = FileSize(path);
   if (!size) {
-    throw Failure(path, fmt::format("this is no file; line {} of the sheet names it", named.line),
-                  ZSE_CANNOTOPENIMAGE);
+    throw Failure(path, fmt::format("this is no file; line {} of the sheet names it", named.line), ZSE_CANNOTOPENIMAGE);
   }
   const bool isSound = !named.isRaw || !SoundFileType(path).empty();
   return {path, isSound, named.isSwapped && !isSound, isSound ? SoundReader(path).Bytes() : *size};
@@ -99,10 +98,10 @@ private:
 
   void StartTrack(std::size_t index) {
     if (m_position > kLastStart) {
-      throw Failure(m_path,
-                    fmt::format("track {} would begin after 89:59:74, the last time that is read from a sheet",
-                                index + 1),
-                    ZSE_FAILED);
+      throw Failure(
+          m_path,
+          fmt::format("track {} would begin after 89:59:74, the last time that is read from a sheet", index + 1),
+          ZSE_FAILED);
     }
     m_tracks[index].dwLBA = static_cast<ULONG>(m_position);
     m_tracks[index].Pregap = static_cast<LONG>(m_position - m_pregapStart);
@@ -110,9 +109,10 @@ private:
 
   void EndTrack(std::size_t index) {
     if (m_position == m_tracks[index].dwLBA) {
-      throw Failure(m_path, fmt::format("track {} has no sectors: its file is empty, or the next index is at the "
-                                        "same position",
-                                        index + 1),
+      throw Failure(m_path,
+                    fmt::format("track {} has no sectors: its file is empty, or the next index is at the "
+                                "same position",
+                                index + 1),
                     ZSE_FAILED);
     }
     AddSilence(index, m_sheet.gaps[index].after);
@@ -166,8 +166,8 @@ private:
                     ZSE_FAILED);
     }
     if (over != 0) {
-      m_album.notes.push_back(
-          fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"), TerminalText(source.path)));
+      m_album.notes.push_back(fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"),
+                                          TerminalText(source.path)));
     }
     AddPiece({mark.track, &source, m_offset, bytes, size, static_cast<ULONG>(sectors)});
   }

@@ -22,9 +22,9 @@ inline constexpr std::size_t kNoTrack = SIZE_MAX; ///< Of the silence before a t
 struct AlbumPiece {
   std::size_t track;     ///< Index of the track that they belong to, or kNoTrack.
   const AlbumFile* file; ///< Null for silence.
-  UHYPER offset;     ///< In the bytes of the file.
-  UHYPER bytes;      ///< In the file. If they are not whole sectors, silence follows.
-  UINT storedSize;   ///< Bytes of one sector in the file.
+  UHYPER offset;         ///< In the bytes of the file.
+  UHYPER bytes;          ///< In the file. If they are not whole sectors, silence follows.
+  UINT storedSize;       ///< Bytes of one sector in the file.
   ULONG sectors;
 };
 

@@ -214,9 +214,7 @@ private:
   }
 
   /// Whether the last track has an index, and whether that is its INDEX 01.
-  bool HasMark() const {
-    return !m_sheet.marks.empty() && m_sheet.marks.back().track + 1 == m_sheet.gaps.size();
-  }
+  bool HasMark() const { return !m_sheet.marks.empty() && m_sheet.marks.back().track + 1 == m_sheet.gaps.size(); }
   bool HasStart() const { return HasMark() && !m_sheet.marks.back().isPregap; }
 
   void RequireIndex() const {
@@ -233,10 +231,10 @@ private:
     for (std::size_t file = 0; file < m_sheet.files.size(); ++file) {
       const auto isIn = [&](const SheetOfFiles::Mark& mark) { return mark.file == file; };
       if (std::none_of(m_sheet.marks.begin(), m_sheet.marks.end(), isIn)) {
-        throw Failure(m_path,
-                      fmt::format("line {}, FILE: no INDEX line is in this file; remove the line",
-                                  m_sheet.files[file].line),
-                      ZSE_BADIMAGE);
+        throw Failure(
+            m_path,
+            fmt::format("line {}, FILE: no INDEX line is in this file; remove the line", m_sheet.files[file].line),
+            ZSE_BADIMAGE);
       }
     }
   }

@@ -38,13 +38,19 @@ UHYPER ClaimedBytes(const std::string& path) {
 
 std::string BitsWords(int format) {
   switch (format & SF_FORMAT_SUBMASK) {
-  case SF_FORMAT_PCM_16: return "16 bits";
-  case SF_FORMAT_PCM_24: return "24 bits";
-  case SF_FORMAT_PCM_32: return "32 bits";
+  case SF_FORMAT_PCM_16:
+    return "16 bits";
+  case SF_FORMAT_PCM_24:
+    return "24 bits";
+  case SF_FORMAT_PCM_32:
+    return "32 bits";
   case SF_FORMAT_PCM_S8:
-  case SF_FORMAT_PCM_U8: return "8 bits";
-  case SF_FORMAT_FLOAT: return "32 bits of floating point";
-  default: return "compressed or unusual samples";
+  case SF_FORMAT_PCM_U8:
+    return "8 bits";
+  case SF_FORMAT_FLOAT:
+    return "32 bits of floating point";
+  default:
+    return "compressed or unusual samples";
   }
 }
 
@@ -84,10 +90,11 @@ SoundReader::SoundReader(const std::string& path) : m_path(path) {
                   ZSE_BADIMAGE);
   }
   if (!HasSamplesOfDisc(info)) {
-    throw Failure(path,
-                  fmt::format("its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first",
-                              Describe(info)),
-                  ZSE_BADIMAGE);
+    throw Failure(
+        path,
+        fmt::format("its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first",
+                    Describe(info)),
+        ZSE_BADIMAGE);
   }
   if (const UHYPER claimed = ClaimedBytes(path); claimed > *size) {
     throw Failure(path, fmt::format("it is cut off: its header states {} bytes, and the file has {}", claimed, *size),

@@ -5,7 +5,8 @@
 namespace {
 
 [[noreturn]] void ThrowMissing(const std::string& path) {
-  throw Failure(path, "this zsimage is built without libsndfile, so it neither reads nor writes sound files", E_NOTIMPL);
+  throw Failure(path, "this zsimage is built without libsndfile, so it neither reads nor writes sound files",
+                E_NOTIMPL);
 }
 
 } // namespace
