@@ -19,7 +19,7 @@ genisoimage -quiet -o plain.iso files
 "$build/bench/make_disc" "$images" plain.iso
 rm -r files
 
-# Each line: name|command, whose output goes to $out.
+# Each line is "name|command". The command writes to $out.
 raw='dd bs=64K|dd if=data.bin of=$out bs=64K status=none
 cp|cp data.bin $out
 zsimage, raw|$zsimage extract data.cue --session 1 --track 1 -o $out'
@@ -37,7 +37,8 @@ iso-info|iso-info plain.iso'
 
 clean() { [ "$out" = /dev/null ] || rm -f "$out"*; }
 
-milliseconds() {
+# Prints the time of a command in units of 10 microseconds.
+measure() {
   local start=$EPOCHREALTIME
   eval "$1" </dev/null >/dev/null 2>&1 || true
   local end=$EPOCHREALTIME
@@ -45,13 +46,13 @@ milliseconds() {
 }
 
 # Prints the median of each command of a list, in milliseconds, and its ratio to the first.
-series() {
+compare() {
   local title=$1 list=$2 round name command
   declare -A times=()
   for ((round = 0; round < rounds; ++round)); do
     while IFS='|' read -r name command; do
       clean
-      times[$name]+="$(milliseconds "$command") "
+      times[$name]+="$(measure "$command") "
     done < <(shuf <<<"$list")
   done
   clean
@@ -69,20 +70,20 @@ series() {
 grep -m1 'model name' /proc/cpuinfo | sed 's/.*: //'
 echo "$(nproc) cores, $(awk '/MemTotal/ { print int($2 / 1048576) }' /proc/meminfo) GiB, $megabytes MB, $rounds rounds"
 out=/dev/null
-series "raw to /dev/null" "$(grep -v '^cp' <<<"$raw")"
-series "cooked to /dev/null" "$(grep -E '^(large|zsimage)' <<<"$cooked")"
+compare "raw to /dev/null" "$(grep -v '^cp' <<<"$raw")"
+compare "cooked to /dev/null" "$(grep -E '^(large|zsimage)' <<<"$cooked")"
 out=$images/out
-series "raw to tmpfs" "$raw"
-series "cooked to tmpfs" "$cooked"
+compare "raw to tmpfs" "$raw"
+compare "cooked to tmpfs" "$cooked"
 out=$on_disk/out
-series "raw to disk" "$raw"
-series "cooked to disk" "$cooked"
+compare "raw to disk" "$raw"
+compare "cooked to disk" "$cooked"
 out=/dev/null
-series "show an image, whole process" "$opening"
+compare "show an image, whole process" "$opening"
 echo
 printf '%-44s %10s %10s %8s\n' "in one process, medians" "ours, us" "theirs, us" "ratio"
-"$build/bench/beside_libcue" "$images"
-"$build/bench/beside_libcdio" "$images"
+"$build/bench/compare_libcue" "$images"
+"$build/bench/compare_libcdio" "$images"
 
 # The parts are cut last, since they take as much memory as the image.
 split -d -b $((2352 * 80000)) data.bin part.
@@ -91,4 +92,4 @@ for part in part.*; do
   printf 'FILE "%s" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n' "$part"
 done >parts.cue
 out=$on_disk/OUT
-series "join files to disk" "$joining"
+compare "join files to disk" "$joining"

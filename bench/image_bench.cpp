@@ -1,4 +1,4 @@
-// Images opened, copied and freed, by format and number of tracks or sessions.
+// Opens, copies and frees images, by format and number of tracks or sessions.
 
 #include "support/allocations.h"
 #include "support/discs.h"
@@ -14,7 +14,7 @@ void OpenImage(benchmark::State& state, const std::string& extension, bool sessi
   for ([[maybe_unused]] auto _ : state) {
     zsimagefileinfo info;
     if (images->GetImageFileInfo(path.get(), &info) != S_OK) {
-      state.SkipWithError("the image does not read");
+      state.SkipWithError("cannot read the image");
     }
     images->FreeImageFileInfo(&info);
   }

@@ -1,4 +1,4 @@
-// Tracks read through streams, by kind of sector and size of read, beside plain reads of the same bytes.
+// Reads tracks through streams, by kind of sector and size of read, and the same bytes with plain reads.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,11 +12,11 @@ namespace {
 
 constexpr std::int64_t kSectors = 32 * 1024; ///< About 75 MB of raw sectors.
 
-/// How a track is read: its mode, the bytes of a sector in the file, and those taken.
-struct Cut {
+/// How a track is read.
+struct Geometry {
   ZSMODETYPE mode;
-  int stride;
-  UINT take;
+  int stride;     ///< Bytes of a sector in the file.
+  UINT dataBlock; ///< Bytes of a sector in the stream; 0 for all.
 };
 
 std::string MakeFile(const ScratchFolder& folder, std::int64_t sectors, int stride) {
@@ -25,23 +25,24 @@ std::string MakeFile(const ScratchFolder& folder, std::int64_t sectors, int stri
   return path;
 }
 
-/// Reads by the first argument, of a track of as many sectors as the second.
-void ReadStream(benchmark::State& state, Cut cut) {
+/// First argument: bytes of each read. Second argument: sectors of the track.
+void ReadStream(benchmark::State& state, Geometry geometry) {
   const ScratchFolder folder;
   const std::int64_t sectors = state.range(1);
-  const UniqueBstr path = Wide(MakeFile(folder, sectors, cut.stride));
+  const UniqueBstr path = Wide(MakeFile(folder, sectors, geometry.stride));
   zsimagefileinfo info{};
   ZSTRACK track{};
   track.TNO = 1;
   track.dwEndLBA = static_cast<ULONG>(sectors);
-  track.Mode = cut.mode;
-  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(cut.stride);
+  track.Mode = geometry.mode;
+  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(geometry.stride);
   const ComPtr<IZSCueSheet> sheets = CueSheets();
   std::vector<char> buffer(static_cast<std::size_t>(state.range(0)));
   long allocations = 0;
   for ([[maybe_unused]] auto _ : state) {
     ComPtr<IStream> stream;
-    sheets->ExtractTrackToStream(path.get(), nullptr, &info, &track, cut.take, nullptr, 0, VARIANT{}, stream.Receive());
+    sheets->ExtractTrackToStream(path.get(), nullptr, &info, &track, geometry.dataBlock, nullptr, 0, VARIANT{},
+                                 stream.Receive());
     const long before = AllocationCount();
     ULONG delivered = 0;
     do {
@@ -49,12 +50,12 @@ void ReadStream(benchmark::State& state, Cut cut) {
     } while (delivered != 0);
     allocations += AllocationCount() - before;
   }
-  state.SetBytesProcessed(state.iterations() * sectors * cut.stride);
+  state.SetBytesProcessed(state.iterations() * sectors * geometry.stride);
   state.SetComplexityN(sectors);
   state.counters["allocations"] = static_cast<double>(allocations);
 }
 
-/// The limit: the same bytes in reads of 150 KB into one buffer.
+/// Reads the bytes of a track in blocks of 150 KB: the lower limit of the time.
 void ReadPlain(benchmark::State& state) {
   const ScratchFolder folder;
   const std::string path = MakeFile(folder, kSectors, 2352);
@@ -79,11 +80,11 @@ void TrackSizes(benchmark::internal::Benchmark* bench) {
 }
 
 BENCHMARK(ReadPlain)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(ReadStream, raw, Cut{ZSMODE_1, 2352, 0})->Apply(ReadSizes);
-BENCHMARK_CAPTURE(ReadStream, mode1_2352_to_2048, Cut{ZSMODE_1, 2352, 2048})->Apply(ReadSizes);
-BENCHMARK_CAPTURE(ReadStream, mode2_2352_to_2048, Cut{ZSMODE_2, 2352, 2048})->Apply(ReadSizes);
-BENCHMARK_CAPTURE(ReadStream, audio_2448_to_2352, Cut{ZSMODE_AUDIO, 2448, 2352})->Apply(ReadSizes);
-BENCHMARK_CAPTURE(ReadStream, raw_by_track, Cut{ZSMODE_1, 2352, 0})->Apply(TrackSizes);
-BENCHMARK_CAPTURE(ReadStream, cooked_by_track, Cut{ZSMODE_1, 2352, 2048})->Apply(TrackSizes);
+BENCHMARK_CAPTURE(ReadStream, raw, Geometry{ZSMODE_1, 2352, 0})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, mode1_2352_to_2048, Geometry{ZSMODE_1, 2352, 2048})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, mode2_2352_to_2048, Geometry{ZSMODE_2, 2352, 2048})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, audio_2448_to_2352, Geometry{ZSMODE_AUDIO, 2448, 2352})->Apply(ReadSizes);
+BENCHMARK_CAPTURE(ReadStream, raw_by_track, Geometry{ZSMODE_1, 2352, 0})->Apply(TrackSizes);
+BENCHMARK_CAPTURE(ReadStream, cooked_by_track, Geometry{ZSMODE_1, 2352, 2048})->Apply(TrackSizes);
 
 } // namespace

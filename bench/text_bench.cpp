@@ -1,4 +1,4 @@
-// Sheets, CD-Text, profiles and the settings text, by size.
+// Parses sheets, CD-Text, profiles and settings, and encodes CD-Text, by size.
 
 #include <vector>
 
@@ -23,7 +23,7 @@ void ParseSheet(benchmark::State& state) {
     ZSCUESHEET* sheet = nullptr;
     sheets->AllocCueSheet(&sheet);
     if (sheets->AnalyzeCueSheet(path.get(), sheet) != S_OK) {
-      state.SkipWithError("the sheet does not read");
+      state.SkipWithError("cannot read the sheet");
     }
     sheets->FreeZSCueSheet(sheet, VARIANT_TRUE);
   }
@@ -31,7 +31,7 @@ void ParseSheet(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 
-void EncodeText(benchmark::State& state) {
+void EncodeCDText(benchmark::State& state) {
   const ScratchFolder folder;
   Disc disc(MakeDisc(folder, "cue", 1, static_cast<int>(state.range(0))));
   disc.Info()->pZSCueSheet[0]->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
@@ -47,8 +47,8 @@ void EncodeText(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 
-/// Packs of titles, as many as asked for; the texts begin anew with each block of 256.
-std::vector<BYTE> Packs(std::size_t count) {
+/// Returns packs with one title each. Their sequence numbers start over after 256 packs.
+std::vector<BYTE> TitlePacks(std::size_t count) {
   std::vector<BYTE> packs(count * kPackSize, 'x');
   for (std::size_t i = 0; i < count; ++i) {
     BYTE* pack = packs.data() + i * kPackSize;
@@ -61,19 +61,19 @@ std::vector<BYTE> Packs(std::size_t count) {
   return packs;
 }
 
-void ScanText(benchmark::State& state) {
-  const std::vector<BYTE> packs = Packs(static_cast<std::size_t>(state.range(0)));
+void ScanCDText(benchmark::State& state) {
+  const std::vector<BYTE> packs = TitlePacks(static_cast<std::size_t>(state.range(0)));
   std::vector<BYTE> work;
   const AllocationReport report(&state);
   for ([[maybe_unused]] auto _ : state) {
-    work = packs; // The scan changes them.
+    work = packs; // The scan changes its input.
     benchmark::DoNotOptimize(ScanPacks(work.data(), work.size(), 99));
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(packs.size()));
   state.SetComplexityN(state.range(0));
 }
 
-void LookUpProfile(benchmark::State& state) {
+void FindProfileKey(benchmark::State& state) {
   const ScratchFolder folder;
   std::string text = "[Section]\r\n";
   for (std::int64_t i = 0; i < state.range(0); ++i) {
@@ -110,10 +110,10 @@ void LoadSettings(benchmark::State& state) {
   state.SetComplexityN(state.range(0));
 }
 
-BENCHMARK(ParseSheet)->Arg(20)->Arg(200)->Arg(2000)->Arg(20000)->Arg(99)->Complexity(); // Five lines a track.
-BENCHMARK(EncodeText)->Arg(1)->Arg(10)->Arg(99)->Complexity();
-BENCHMARK(ScanText)->RangeMultiplier(10)->Range(10, 100000)->Complexity();
-BENCHMARK(LookUpProfile)->RangeMultiplier(10)->Range(10, 100000)->Complexity();
+BENCHMARK(ParseSheet)->Arg(20)->Arg(200)->Arg(2000)->Arg(20000)->Arg(99)->Complexity(); // Each track has five lines.
+BENCHMARK(EncodeCDText)->Arg(1)->Arg(10)->Arg(99)->Complexity();
+BENCHMARK(ScanCDText)->RangeMultiplier(10)->Range(10, 100000)->Complexity();
+BENCHMARK(FindProfileKey)->RangeMultiplier(10)->Range(10, 100000)->Complexity();
 BENCHMARK(LoadSettings)->RangeMultiplier(10)->Range(10, 100000)->Complexity();
 
 } // namespace

@@ -9,7 +9,7 @@ component=(platform foundation disc cdtext cuesheet toc readers imagefile imagef
 tool=(output files sound image checks picture join cli commands .)
 failed=0
 
-# Prints each include of the project's own headers below the given folders: "file header".
+# Prints "file header" for each include of a header of the project in some folders.
 includes() { grep -rE '^#include "[a-z_]+/' --include='*.h' --include='*.cpp' "$@" | sed -E 's/:.*"([^"]+)".*/ \1/'; }
 
 # Prints the position of a folder in a list of layers; -1 if it is none of them.

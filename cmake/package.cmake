@@ -1,13 +1,13 @@
-# What a consumer finds an installed ImageFile by, and the Debian packages.
+# CMake and pkg-config files by which programs find an installed ImageFile, and the Debian packages.
 include(CMakePackageConfigHelpers)
-# The headers are C++20, whatever a consumer's own default is.
+# The headers need C++20, also in programs that are C++17 by default.
 target_compile_features(ImageFilePlatform PUBLIC cxx_std_20)
 set(CONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ImageFile)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ImageFileConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(EXPORT ImageFileTargets NAMESPACE ImageFile:: FILE ImageFileConfig.cmake DESTINATION ${CONFIG_FOLDER}
         COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/ImageFileConfigVersion.cmake DESTINATION ${CONFIG_FOLDER} COMPONENT development)
-# The files may be moved as a whole, so they count from where they stand.
+# The installed tree may be moved, so paths are relative to the .pc file.
 file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 foreach(name imagefile imagefile-platform)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
@@ -19,7 +19,7 @@ set(CPACK_PACKAGE_NAME imagefile)
 set(CPACK_PACKAGE_CONTACT "The ImageFile developers <imagefile@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# Whatever the mask of the user who builds.
+# Does not depend on the umask of the user who builds.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
     WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_ALL libraries development tools)
@@ -29,7 +29,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-# By these, packages of programs that link the libraries find out what they depend on.
+# Packages of programs that link the libraries derive their dependencies from these files.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
@@ -38,7 +38,7 @@ set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME ${LIBRARY_PACKAGE})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "Descriptions of disc images, shared libraries
 Turns an image of a disc (ISO, CUE, NRG, CCD, MDS, ZSI) into a description of its
-sessions, tracks and text, hands out tracks, and writes sheets and text back.")
+sessions, tracks and text, extracts tracks, and writes sheets and CD-Text.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libimagefile-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
@@ -47,7 +47,7 @@ Headers, CMake package and pkg-config files for programs that use libimagefile."
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zsimage)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DEPENDS libraries)
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows, converts and takes apart disc images
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows and converts disc images, and extracts tracks
 A command-line tool that shows what is on an image of a disc, saves its tracks and
 converts between descriptions.")
 include(CPack)

@@ -1,4 +1,4 @@
-// CloneCD descriptions: the input is the description.
+// CloneCD descriptions. The input is the description.
 #include "support/harness.h"
 
 FUZZ(input) {

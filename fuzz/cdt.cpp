@@ -1,26 +1,26 @@
-// CD-Text packs: the input is a number of tracks, then the content of a .CDT file.
+// CD-Text packs. The input is one byte with the number of tracks, then the content of a .CDT file.
 #include "support/harness.h"
 
 namespace {
 
-constexpr UINT kMostTracks = 128;
+constexpr UINT kTrackLimit = 128;
 
-/// Reads packs from the companion of a path.
+/// Reads the packs of the .CDT file.
 void ReadFromFile(fuzz::Run* run, ZSCUESHEET* sheet) {
   const HRESULT result = run->Sheets().AnalyzeCDText(fuzz::Wide(fuzz::PathOf("DISC.CUE")).get(), sheet);
-  fuzz::Require(result == S_OK, "packs are read from a companion");
+  fuzz::Require(result == S_OK, "packs are read from the .CDT file");
   fuzz::RequireSheet(*sheet);
 }
 
-/// Packs that were made of what was read come to rest: what they cannot tell is lost soon.
-void CheckPacking(fuzz::Run* run, const ZSCUESHEET& read) {
-  constexpr int kMostRounds = 256;
+/// Encodes and decodes a sheet until the packs no longer change: what packs cannot hold is lost within a few rounds.
+void CheckEncoding(fuzz::Run* run, const ZSCUESHEET& read) {
+  constexpr int kRoundLimit = 256;
   ZSCUESHEET source = read;
   fuzz::Sheet last(run);
   fuzz::Require(run->Sheets().Clone(&source, last.Receive()) == S_OK, "a sheet can be copied");
   std::string before;
-  for (int round = 0; round < kMostRounds; ++round) {
-    std::optional<std::string> packs = fuzz::Packs(run, last.Get(), false);
+  for (int round = 0; round < kRoundLimit; ++round) {
+    std::optional<std::string> packs = fuzz::EncodePacks(run, last.Get(), false);
     if (!packs || *packs == before) {
       return;
     }
@@ -31,14 +31,14 @@ void CheckPacking(fuzz::Run* run, const ZSCUESHEET& read) {
     fuzz::RequireSheet(*next);
     std::swap(*last, *next);
   }
-  fuzz::Require(false, "packing and reading comes to rest");
+  fuzz::Require(false, "encoding and decoding settles");
 }
 
 } // namespace
 
 FUZZ(input) {
   fuzz::Run run(input.size());
-  const UINT tracks = input.empty() ? 0 : static_cast<BYTE>(input.front()) % kMostTracks;
+  const UINT tracks = input.empty() ? 0 : static_cast<BYTE>(input.front()) % kTrackLimit;
   std::string packs(input.substr(input.empty() ? 0 : 1));
   run.Files().Add("DISC.CDT", packs);
   fuzz::Sheet fromFile(&run, tracks);
@@ -47,7 +47,7 @@ FUZZ(input) {
   run.Sheets().AnalyzeCDTextFromData(reinterpret_cast<BYTE*>(packs.data()), static_cast<UINT>(packs.size()),
                                      fromMemory.Get());
   fuzz::RequireCopy(*fromFile, *fromMemory);
-  CheckPacking(&run, *fromMemory);
-  ReadFromFile(&run, fromFile.Get()); // Again, over the texts that are there.
+  CheckEncoding(&run, *fromMemory);
+  ReadFromFile(&run, fromFile.Get()); // Replaces the texts by the same ones.
   fuzz::RequireCopy(*fromFile, *fromMemory);
 }

@@ -1,5 +1,5 @@
-// CUE sheets. The input is the sheet up to its first zero byte; then 4 bytes of the data file's size, 24 of its first
-// sector, and the rest from sector 16 on.
+// CUE sheets. The input is the sheet up to the first zero byte, then parts of its data file: 4 bytes with the size, the
+// first 24 bytes, and the bytes from the user data of sector 16 on.
 #include <algorithm>
 
 #include "foundation/byte_view.h"
@@ -10,14 +10,14 @@ FUZZ(input) {
   fuzz::Run run(input.size());
   const std::string_view sheet = input.substr(0, input.find('\0'));
   const std::string_view rest = input.substr(std::min(sheet.size() + 1, input.size()));
-  std::uint32_t size = 0;
-  ByteView(rest.data(), rest.size()).Little32(0, &size);
+  BlockView head;
+  ByteView(rest).Block(0, 4, &head);
   std::string data(rest.substr(std::min<std::size_t>(4, rest.size()), 24));
   if (rest.size() > 28) {
     data.resize(kSectorSixteen);
     data += rest.substr(28);
   }
   run.Files().Add("DISC.CUE", sheet);
-  run.Files().Add("DISC.BIN", data, size);
+  run.Files().Add("DISC.BIN", data, head.Little32(0));
   fuzz::CheckImage(&run, "DISC.CUE");
 }

@@ -1,5 +1,5 @@
-// The CD-Text encoder on made-up records. The input is one byte of flags, the number of tracks and a language; then
-// the texts of the disc and, behind its mode, those of each track, each ended by a zero byte.
+// The CD-Text encoder. The input is a record: one byte each with flags, the number of tracks and the language, the
+// texts of the disc, then for each track one byte with its mode, its texts and its ISRC. Each text ends in a zero byte.
 #include <algorithm>
 #include <array>
 
@@ -10,19 +10,19 @@
 
 namespace {
 
-constexpr UINT kMostTracks = 128;
+constexpr UINT kTrackLimit = 128;
 
-/// Takes the parts of an input from its front.
+/// Reads the fields of an input in order. Fields after its end are zero or empty.
 class Input {
 public:
   explicit Input(std::string_view bytes) noexcept : m_rest(bytes) {}
 
-  BYTE Byte() noexcept {
+  BYTE ReadByte() noexcept {
     const BYTE byte = m_rest.empty() ? BYTE{0} : static_cast<BYTE>(m_rest.front());
     m_rest.remove_prefix(std::min<std::size_t>(1, m_rest.size()));
     return byte;
   }
-  BSTR Text() {
+  BSTR ReadText() {
     const std::string_view text = m_rest.substr(0, m_rest.find('\0'));
     m_rest.remove_prefix(std::min(text.size() + 1, m_rest.size()));
     return NewBstr(text);
@@ -34,46 +34,46 @@ private:
 
 template <class TextRecord> void FillTexts(Input* input, TextRecord* record) {
   for (const TextField field : kTextFields) {
-    StoreText(record, field, input->Text());
+    StoreText(record, field, input->ReadText());
   }
 }
 
 void FillSheet(Input* input, ZSCUESHEET* sheet) {
   FillTexts(input, &sheet->ZSCDTEXT);
   for (UINT i = 0; i < sheet->nTracks; ++i) {
-    sheet->pZSTracks[i].Mode = static_cast<ZSMODETYPE>(input->Byte() % 8);
+    sheet->pZSTracks[i].Mode = static_cast<ZSMODETYPE>(input->ReadByte() % 8);
     FillTexts(input, &sheet->pZSTracks[i]);
-    sheet->pZSTracks[i].bstrISRC = input->Text();
+    sheet->pZSTracks[i].bstrISRC = input->ReadText();
   }
 }
 
 void CheckPacks(std::string_view packs) {
-  fuzz::Require(packs.size() % kPackSize == 1 && packs.back() == 0, "a zero byte stands behind whole packs");
+  fuzz::Require(packs.size() % kPackSize == 1 && packs.back() == 0, "whole packs and a zero byte are returned");
   fuzz::Require(packs.size() / kPackSize <= kPacksOfBlock, "a block has at most 256 packs");
   for (std::size_t i = 0; i < packs.size() / kPackSize; ++i) {
     const auto* pack = reinterpret_cast<const BYTE*>(packs.data()) + i * kPackSize;
     fuzz::Require(pack[2] == i, "packs are numbered");
     fuzz::Require(CrcCDText(pack, kPackSize - 2) == (pack[kPackSize - 2] << 8 | pack[kPackSize - 1]),
-                  "packs are checked");
+                  "packs have their check bytes");
   }
 }
 
-/// The symbols of the sub-channel hold the packs, which begin anew to fill the last group.
+/// Checks that the symbols of the sub-channel hold the packs, which start over to fill the last group.
 void CheckSymbols(std::string_view symbols, std::string_view packs) {
   const std::size_t count = packs.size() / kPackSize;
-  fuzz::Require(symbols.size() % kGroupSymbols == 0, "symbols come in whole groups");
+  fuzz::Require(symbols.size() % kGroupSymbols == 0, "the last group of symbols is full");
   for (std::size_t i = 0; i < symbols.size() * 6 / 8; ++i) {
     const std::size_t bit = i * 8;
     const unsigned high = static_cast<BYTE>(symbols[bit / 6]);
     const unsigned low = static_cast<BYTE>(symbols[bit / 6 + 1]);
     fuzz::Require(high < 64 && low < 64, "a symbol has six bits");
     const auto byte = static_cast<BYTE>((high << 6 | low) >> (4 - bit % 6));
-    const std::size_t place = i / kPackSize % count * kPackSize + i % kPackSize;
-    fuzz::Require(byte == static_cast<BYTE>(packs[place]), "symbols hold the packs");
+    const std::size_t offset = i / kPackSize % count * kPackSize + i % kPackSize;
+    fuzz::Require(byte == static_cast<BYTE>(packs[offset]), "symbols hold the packs");
   }
 }
 
-/// Whether a type of text can be read back as it stands: all tracks are audio and have one, and none is cut.
+/// Returns whether the texts of a field can be read back: all tracks are audio and have a text, and no text is cut.
 bool IsWhole(const ZSCUESHEET& sheet, TextField field) {
   const auto fits = [](BSTR text) {
     const std::string narrow = NarrowText(text);
@@ -84,17 +84,17 @@ bool IsWhole(const ZSCUESHEET& sheet, TextField field) {
     const ZSTRACK& track = sheet.pZSTracks[i];
     whole = whole && track.Mode == ZSMODE_AUDIO && fits(TextOf(track, field));
   }
-  return whole && field != TextField::Genre; // A genre is one text for all.
+  return whole && field != TextField::Genre; // The disc and its tracks share one genre.
 }
 
 void CheckReadBack(fuzz::Run* run, const ZSCUESHEET& sheet, std::string packs) {
-  constexpr std::size_t kNothingLeftOut = (kPacksOfBlock - 25) * kPackSize;
+  constexpr std::size_t kNothingDropped = (kPacksOfBlock - 25) * kPackSize;
   fuzz::Sheet read(run, sheet.nTracks);
   run->Sheets().AnalyzeCDTextFromData(reinterpret_cast<BYTE*>(packs.data()), static_cast<UINT>(packs.size()),
                                       read.Get());
   fuzz::RequireSheet(*read);
   for (const TextField field : kTextFields) {
-    if (packs.size() > kNothingLeftOut || !IsWhole(sheet, field)) {
+    if (packs.size() > kNothingDropped || !IsWhole(sheet, field)) {
       continue;
     }
     const auto same = [field](const auto& left, const auto& right) {
@@ -112,13 +112,13 @@ void CheckReadBack(fuzz::Run* run, const ZSCUESHEET& sheet, std::string packs) {
 FUZZ(bytes) {
   fuzz::Run run(bytes.size());
   Input input(bytes);
-  const BYTE flags = input.Byte();
-  fuzz::Sheet sheet(&run, input.Byte() % kMostTracks);
+  const BYTE flags = input.ReadByte();
+  fuzz::Sheet sheet(&run, input.ReadByte() % kTrackLimit);
   sheet->ZSCDTEXT.CDTextPresent = (flags & 1) != 0 ? VARIANT_FALSE : VARIANT_TRUE;
-  sheet->ZSCDTEXT.Language = static_cast<zscdtextlang>(input.Byte());
+  sheet->ZSCDTEXT.Language = static_cast<zscdtextlang>(input.ReadByte());
   FillSheet(&input, sheet.Get());
-  const std::optional<std::string> packs = fuzz::Packs(&run, sheet.Get(), false);
-  const std::optional<std::string> symbols = fuzz::Packs(&run, sheet.Get(), true);
+  const std::optional<std::string> packs = fuzz::EncodePacks(&run, sheet.Get(), false);
+  const std::optional<std::string> symbols = fuzz::EncodePacks(&run, sheet.Get(), true);
   if (packs && symbols) {
     CheckPacks(*packs);
     CheckSymbols(*symbols, *packs);

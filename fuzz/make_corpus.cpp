@@ -1,4 +1,4 @@
-// Makes the seeds of all fuzzers: whole inputs of each kind, and inputs with one fault that are named for it. A run
+// Makes the seeds of all fuzzers: whole inputs of each kind, and inputs that are named for their one fault. Each run
 // makes the same files byte for byte.
 #include <filesystem>
 #include <fstream>
@@ -22,10 +22,9 @@ constexpr PlannedTrack kAudio{ZSMODE_AUDIO, 20, 0, 2352};
 constexpr PlannedTrack kAudioWithPregap{ZSMODE_AUDIO, 12, 8, 2352};
 constexpr PlannedTrack kData{ZSMODE_1, 20, 0, 2352};
 constexpr PlannedTrack kXa{ZSMODE_2, 20, 0, 2352};
-
 constexpr PlannedTrack kWithSubChannel{ZSMODE_1, 20, 0, 2448};
 
-constexpr ULONG kWraps = 0xFFFFFFFF;
+constexpr ULONG kMaxNumber = 0xFFFFFFFF; // One more, and the sum wraps.
 
 struct NamedDisc {
   std::string name;
@@ -66,7 +65,7 @@ private:
   std::filesystem::path m_folder;
 };
 
-/// A text of two titles and a performer in packs, behind them the zero byte of a .CDT file.
+/// Returns the packs of an album of two tracks, and the zero byte that ends a .CDT file.
 std::string AlbumPacks() {
   fuzz::Run run(0);
   fuzz::Sheet sheet(&run, 2);
@@ -77,10 +76,10 @@ std::string AlbumPacks() {
   sheet->pZSTracks[0].bstrTitle = NewBstr("Pattern in Thirty-One");
   sheet->pZSTracks[1].bstrTitle = NewBstr("Caf\xE9 at Sector Twenty");
   sheet->pZSTracks[1].bstrISRC = NewBstr("USRC17607839");
-  return *fuzz::Packs(&run, sheet.Get(), false);
+  return *fuzz::EncodePacks(&run, sheet.Get(), false);
 }
 
-/// A pack of a type, its text cut or filled up with zeros.
+/// Returns a pack, its text cut or padded with zeros to 12 bytes.
 std::string Pack(unsigned type, unsigned track, const std::string& text, unsigned block = 0) {
   return TextOf(ByteWriter().Byte(type).Byte(track).Byte(0).Byte(block).Text(text, 12).Zeros(2).Get());
 }
@@ -97,7 +96,7 @@ std::string Repeated(const std::string& text, int count) {
 
 const std::string kFileLine = "FILE \"DISC.BIN\" BINARY\r\n";
 
-/// A sheet with the size and the first sector of its data file.
+/// Returns a sheet, then the size, the first 24 bytes and the volume descriptor of its data file.
 std::string Cue(const std::string& sheet, ULONG size = 40 * 2352, const std::string& system = "CD-RTOS CD-BRIDGE") {
   return sheet + '\0' +
          TextOf(ByteWriter()
@@ -221,14 +220,12 @@ NrgBuilder OneTrack() {
       .SessionInfo(1);
 }
 
-/// The chunks of an image of a disc, without its sectors.
+/// Returns an image of a disc without its sectors: chunks and footer.
 std::vector<BYTE> ChunksOf(const DiscPlan& disc) {
   const std::vector<BYTE> image = NrgImage(disc);
-  UHYPER position = 0;
-  ByteView(std::span<const BYTE>(image)).Big64(image.size() - 8, &position);
+  const UHYPER position = BlockView(image).Big64(image.size() - 8);
   std::vector<BYTE> chunks(image.begin() + static_cast<std::ptrdiff_t>(position), image.end() - 8);
-  const std::vector<BYTE> place = ByteWriter().Big64(0).Get();
-  chunks.insert(chunks.end(), place.begin(), place.end());
+  chunks.insert(chunks.end(), 8, BYTE{0}); // The chunks are at offset 0.
   return chunks;
 }
 
@@ -248,10 +245,11 @@ void AddNrgImages(const Corpus& corpus) {
       {"index-before-bound-index-255",
        NrgBuilder().Cues({{0, 1, 0, 0}, {0, 1, 255, 5}, {0, 1, 1, 9}, {0, 0xAA, 1, 9}})},
       {"index-before-bound-last-record", OneTrack().DiscAtOnce(1, 255, {{7, 2352, ""}})},
-      {"index-before-bound-many-tracks", NrgBuilder().SessionInfo(kWraps).TracksAtOnce({{7, 0, 2352}})},
-      {"sum-wraps-chunk-length", NrgBuilder().Chunk("JUNK", ByteWriter().Zeros(4).Text("CUEX", 4).Big32(kWraps).Get())},
-      {"sum-wraps-tracks-of-sessions", OneTrack().SessionInfo(kWraps).Cues(cues).Cues(cues)},
-      {"sum-wraps-length", NrgBuilder().TracksAtOnce({{7, kWraps, ~UHYPER{0}}}).SessionInfo(1)},
+      {"index-before-bound-many-tracks", NrgBuilder().SessionInfo(kMaxNumber).TracksAtOnce({{7, 0, 2352}})},
+      {"sum-wraps-chunk-length",
+       NrgBuilder().Chunk("JUNK", ByteWriter().Zeros(4).Text("CUEX", 4).Big32(kMaxNumber).Get())},
+      {"sum-wraps-tracks-of-sessions", OneTrack().SessionInfo(kMaxNumber).Cues(cues).Cues(cues)},
+      {"sum-wraps-length", NrgBuilder().TracksAtOnce({{7, kMaxNumber, ~UHYPER{0}}}).SessionInfo(1)},
       {"sum-wraps-positions", NrgBuilder().Cues({{0, 1, 0, 0x7FFFFFFF}, {0, 1, 1, -1}, {0, 0xAA, 1, 1}})},
       {"zero-size-sectors", NrgBuilder().Cues(cues).DiscAtOnce(1, 1, {{0, 0, ""}})},
       {"zero-size-chunks", NrgBuilder().Cues({}).DiscAtOnce(1, 0, {}).Chunk("CDTX", {})},
@@ -311,7 +309,7 @@ void AddCcdDescriptions(const Corpus& corpus) {
 
 // ---- MDS
 
-MdsBuilder Changed(void (*change)(MdsBuilder*)) {
+MdsBuilder ChangedAudio(void (*change)(MdsBuilder*)) {
   MdsBuilder description = MdsOf(Discs()[0].plan);
   change(&description);
   return description;
@@ -330,11 +328,11 @@ void AddMdsDescriptions(const Corpus& corpus) {
       {"index-before-bound-point", [](MdsBuilder* mds) { mds->blocks[3].point = 99; }},
       {"index-before-bound-last-track", [](MdsBuilder* mds) { mds->lastTracks[0] = 0; }},
       {"index-before-bound-sessions", [](MdsBuilder* mds) { mds->lastTracks.resize(255, 255); }},
-      {"sum-wraps-lengths-place", [](MdsBuilder* mds) { mds->lengthsMoved = kWraps - 600; }},
+      {"sum-wraps-lengths-offset", [](MdsBuilder* mds) { mds->lengthsMoved = kMaxNumber - 600; }},
       {"sum-wraps-track-end",
        [](MdsBuilder* mds) {
-         mds->blocks[3].length = kWraps;
-         mds->blocks[3].lba = kWraps;
+         mds->blocks[3].length = kMaxNumber;
+         mds->blocks[3].lba = kMaxNumber;
        }},
       {"sum-wraps-position", [](MdsBuilder* mds) { mds->blocks[3].position = ~UHYPER{0}; }},
       {"zero-size-sectors", [](MdsBuilder* mds) { mds->blocks[3].size = 0; }},
@@ -358,7 +356,7 @@ void AddMdsDescriptions(const Corpus& corpus) {
       {"assertion-version", [](MdsBuilder* mds) { mds->minor = 9; }},
   };
   for (const auto& test : cases) {
-    corpus.Add("mds", test.name, Changed(test.change).Build());
+    corpus.Add("mds", test.name, ChangedAudio(test.change).Build());
   }
   corpus.Add("mds", "zero-size", std::string());
   corpus.Add("mds", "assertion-header-alone", std::string("MEDIA DESCRIPTOR\1\3", 18));
@@ -480,7 +478,7 @@ void AddSettingPaths(const Corpus& corpus) {
 
 // ---- the stream
 
-/// Numbers of a stream's head; see the harness.
+/// Head of an input of the fuzzer `stream`.
 struct StreamHead {
   ULONG stride = 2352;
   ULONG dataBlock = 2048;
@@ -489,14 +487,14 @@ struct StreamHead {
   ULONG lba = 2;
   ULONG end = 12;
   UHYPER seekBegin = 0;
-  unsigned meddling = 1;
+  unsigned reaction = 1;
   std::string plan;
 };
 
 std::string Stream(const StreamHead& head, const std::vector<ULONG>& sizes) {
   ByteWriter bytes;
   bytes.Little16(head.stride).Little16(head.dataBlock).Little16(head.subCount).Little16(head.fileSize);
-  bytes.Little32(head.lba).Little32(head.end).Little64(head.seekBegin).Byte(head.meddling);
+  bytes.Little32(head.lba).Little32(head.end).Little64(head.seekBegin).Byte(head.reaction);
   bytes.Byte(static_cast<unsigned>(head.plan.size())).Bytes(BytesOf(head.plan));
   for (const ULONG size : sizes) {
     bytes.Little16(size);
@@ -511,13 +509,13 @@ void AddStreams(const Corpus& corpus) {
   } cases[] = {
       {"parts-of-sectors", {}},
       {"whole-sectors", {.dataBlock = 0, .subCount = 0}},
-      {"behind-the-start", {.seekBegin = 300}},
+      {"seek-begin", {.seekBegin = 300}},
       {"failing-reads", {.plan = std::string("\0\1\2\1\5\0\1", 7)}},
       {"short-reads", {.plan = "\7\7\7\7\7\2\2\7\7\7"}},
-      {"unwatched", {.meddling = 0}},
-      {"shrinking", {.meddling = 2}},
-      {"no-buffer", {.meddling = 3}},
-      {"cancelled", {.meddling = 4}},
+      {"unwatched", {.reaction = 0}},
+      {"shrinking", {.reaction = 2}},
+      {"no-buffer", {.reaction = 3}},
+      {"cancelled", {.reaction = 4}},
       {"index-before-bound-file-end", {.fileSize = 5000, .end = 0xFFFFFFFF}},
       {"sum-wraps-start", {.seekBegin = ~UHYPER{0} - 2}},
       {"sum-wraps-position", {.lba = 0xFFFFFFFE, .end = 0xFFFFFFFF, .seekBegin = UHYPER{1} << 62}},
@@ -536,12 +534,13 @@ void AddStreams(const Corpus& corpus) {
 
 void AddFolder(const Corpus& corpus, const std::string& name, const std::string& description,
                const std::string& content, const std::string& sectors) {
-  constexpr ULONG kPlace = 16 * 2352 + 24;
+  constexpr ULONG kDescriptorOffset = 16 * 2352 + 24;
   std::string input;
   fuzz::AppendFile(description, content, 0, 0, &input);
   if (!sectors.empty()) {
-    const std::string image = std::string(kPlace, '\0') + TextOf(VolumeDescriptor("CD-RTOS CD-BRIDGE")).substr(0, 64);
-    fuzz::AppendFile(sectors, image, 60 * 2352, kPlace, &input);
+    const std::string image =
+        std::string(kDescriptorOffset, '\0') + TextOf(VolumeDescriptor("CD-RTOS CD-BRIDGE")).substr(0, 64);
+    fuzz::AppendFile(sectors, image, 60 * 2352, kDescriptorOffset, &input);
   }
   fuzz::AppendFile("DISC.CDT", AlbumPacks(), 0, 0, &input);
   fuzz::AppendFile("DISC.SUB", "S", 0, 0, &input);

@@ -1,4 +1,4 @@
-// Media Descriptor descriptions: the input is the description.
+// Media Descriptor descriptions. The input is the description.
 #include "support/harness.h"
 
 FUZZ(input) {

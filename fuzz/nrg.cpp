@@ -1,4 +1,4 @@
-// Nero images: the input is the file.
+// Nero images. The input is the file.
 #include "support/harness.h"
 
 FUZZ(input) {

@@ -1,5 +1,6 @@
-// The stream of a track: any geometry, any read sizes, failing and short reads of the file, and callbacks that meddle.
-// The input is a head of numbers, a plan for the reads of the file (support/memory_files.h), and the sizes to read.
+// The stream of a track: any geometry, any read sizes, failing and short reads of the file, and callbacks that change
+// or cancel reads. The input is a head of numbers, a plan for the reads of the file (support/memory_files.h), and the
+// sizes to read.
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -9,8 +10,8 @@
 
 namespace {
 
-/// What a callback does to each step.
-enum class Meddling : BYTE { None, Watch, Shrink, NoBuffer, Cancel, Count };
+/// What a callback does before each read.
+enum class Reaction : BYTE { None, Watch, Shrink, NoBuffer, Cancel, Count };
 
 struct Head {
   std::uint16_t stride = 0;
@@ -20,26 +21,26 @@ struct Head {
   ULONG lba = 0;
   ULONG end = 0;
   UHYPER seekBegin = 0;
-  BYTE meddling = 0;
+  BYTE reaction = 0;
   BYTE planned = 0;
 };
 constexpr std::size_t kHeadSize = 26;
 
 Head ReadHead(const ByteView& input) {
-  Head head;
-  input.Little16(0, &head.stride);
-  input.Little16(2, &head.dataBlock);
-  input.Little16(4, &head.subCount);
-  input.Little16(6, &head.fileSize);
-  input.Little32(8, &head.lba);
-  input.Little32(12, &head.end);
-  input.Little64(16, &head.seekBegin);
-  input.Byte(24, &head.meddling);
-  input.Byte(25, &head.planned);
-  return head;
+  BlockView block;
+  input.Block(0, input.Size(), &block);
+  return {.stride = block.Little16(0),
+          .dataBlock = block.Little16(2),
+          .subCount = block.Little16(4),
+          .fileSize = block.Little16(6),
+          .lba = block.Little32(8),
+          .end = block.Little32(12),
+          .seekBegin = block.Little64(16),
+          .reaction = block.Byte(24),
+          .planned = block.Byte(25)};
 }
 
-/// The file's bytes follow from their places.
+/// Returns the content of a file, in which each byte depends on its offset.
 std::string Pattern(std::size_t size) {
   static const std::string longest = [] {
     std::string bytes(0x10000, '\0');
@@ -51,74 +52,69 @@ std::string Pattern(std::size_t size) {
   return longest.substr(0, size);
 }
 
-/// What a stream must deliver, taken straight from the file.
+/// Returns the bytes that a stream must deliver, computed from the content of the file.
 std::string Expected(const Head& head, ULONG end, const std::string& file) {
   std::string data;
   const UINT block = head.dataBlock == 0 ? head.stride : head.dataBlock;
   const UHYPER start = head.seekBegin + UHYPER{head.lba} * head.stride + (block == head.stride ? 0 : head.subCount);
   const UHYPER sectors = end > head.lba ? end - head.lba : 0;
   for (UHYPER i = 0; i < sectors && head.stride != 0; ++i) {
-    const UHYPER at = start + i * head.stride;
-    if (at < start || at >= file.size()) {
+    const UHYPER offset = start + i * head.stride;
+    if (offset < start || offset >= file.size()) {
       break;
     }
-    data += file.substr(static_cast<std::size_t>(at), block);
+    data += file.substr(static_cast<std::size_t>(offset), block);
   }
   return data;
 }
 
-/// Counts the steps of a stream and meddles with them.
+/// A callback that checks the progress of a stream and reacts to each read.
 struct Watcher {
-  Meddling meddling = Meddling::None;
-  UINT begun = 0;
-  UINT ended = 0;
+  Reaction reaction = Reaction::None;
   UHYPER read = 0;
 
   static LONG Call(UINT kind, ZSSTREAMPROGRESS* progress, ULONG number, VARIANT user) {
-    fuzz::Require(kind == 4 && number == 77 && user.vt == VT_I8, "a callback gets the caller's values");
+    fuzz::Require(kind == 4 && number == 77 && user.vt == VT_I8, "a callback receives the caller's values");
     auto* self = reinterpret_cast<Watcher*>(static_cast<std::intptr_t>(user.llVal));
-    self->Take(progress);
+    self->CheckStep(progress);
     return 0;
   }
-  void Take(ZSSTREAMPROGRESS* progress) {
-    begun += progress->nMessage == ZSSTREAM_BEGIN ? 1 : 0;
-    ended += progress->nMessage == ZSSTREAM_END ? 1 : 0;
+  void CheckStep(ZSSTREAMPROGRESS* progress) {
     read += progress->nMessage == ZSSTREAM_AFTERREAD ? progress->nSize : 0;
     fuzz::Require(progress->nMessage != ZSSTREAM_AFTERREAD || progress->qwDone == read, "progress is the sum of reads");
     if (progress->nMessage != ZSSTREAM_BEFOREREAD) {
       return;
     }
     const UINT size = progress->nSize;
-    progress->nSize = meddling == Meddling::Shrink ? size / 2 : size;
-    progress->pBuffer = meddling == Meddling::NoBuffer ? nullptr : progress->pBuffer;
-    progress->fCancel = meddling == Meddling::Cancel ? 1 : 0;
+    progress->nSize = reaction == Reaction::Shrink ? size / 2 : size;
+    progress->pBuffer = reaction == Reaction::NoBuffer ? nullptr : progress->pBuffer;
+    progress->fCancel = reaction == Reaction::Cancel ? 1 : 0;
   }
 };
 
-/// Reads by the sizes of the input, over and over, until nothing more comes.
+/// Reads in the sizes of the input, which repeat, until three reads in a row deliver nothing.
 std::string ReadAll(IStream* stream, const ByteView& sizes) {
-  constexpr int kMostReads = 100;
+  constexpr int kReadLimit = 100;
   std::string data;
-  UHYPER at = 0;
+  UHYPER offset = 0;
   int idle = 0;
-  for (int i = 0; i < kMostReads && idle < 3; ++i, at += 2) {
-    std::uint16_t size = 0x2700;
-    if (!sizes.Little16(at, &size)) {
-      at = 0;
-    }
-    size %= 0x2800; // More than four sectors.
+  for (int i = 0; i < kReadLimit && idle < 3; ++i, offset += 2) {
+    BlockView number;
+    const bool isLast = !sizes.Block(offset, 2, &number);
+    offset = isLast ? 0 : offset;
+    const ULONG size = isLast ? 0x2700 : number.Little16(0) % 0x2800U; // Up to more than four sectors.
     std::vector<BYTE> buffer(size);
     ULONG delivered = 0;
     const HRESULT result = stream->Read(buffer.data(), size, &delivered);
-    fuzz::Require(delivered <= size, "no more is delivered than asked for");
-    fuzz::Require(result != S_OK || delivered == size, "all came when the answer is 0");
+    fuzz::Require(delivered <= size, "no more is delivered than requested");
+    fuzz::Require(result != S_OK || delivered == size, "a read that succeeds is complete");
     data.append(reinterpret_cast<const char*>(buffer.data()), delivered);
     idle = delivered == 0 ? idle + 1 : 0;
   }
   return data;
 }
 
-/// Opens the stream that an input asks for; null when there is none.
+/// Opens the stream of an input. Returns null if that fails.
 ComPtr<IStream> OpenStream(fuzz::Run* run, const Head& head, Watcher* watcher) {
   zsimagefileinfo info{};
   info.nSubCount = head.subCount;
@@ -131,15 +127,15 @@ ComPtr<IStream> OpenStream(fuzz::Run* run, const Head& head, Watcher* watcher) {
   user.vt = VT_I8;
   user.llVal = reinterpret_cast<std::intptr_t>(watcher);
   ComPtr<IStream> stream;
-  const bool watched = watcher->meddling != Meddling::None;
+  const bool watched = watcher->reaction != Reaction::None;
   const HRESULT opened = run->Sheets().ExtractTrackToStream(
       fuzz::Wide(fuzz::PathOf("DISC.BIN")).get(), fuzz::Wide("label").get(), &info, &track, head.dataBlock,
       watched ? reinterpret_cast<LONG*>(&Watcher::Call) : nullptr, 77, user, stream.Receive());
-  fuzz::Require((opened == S_OK) == static_cast<bool>(stream), "a stream is there when the answer is 0");
+  fuzz::Require((opened == S_OK) == static_cast<bool>(stream), "a stream is returned exactly on success");
   return stream;
 }
 
-/// A track as a file holds what its stream delivers.
+/// Checks that a track that is extracted to a file has the bytes of the track.
 void CheckFile(fuzz::Run* run, const Head& head, const std::string& content) {
   Watcher watcher;
   const ComPtr<IStream> stream = OpenStream(run, head, &watcher);
@@ -157,19 +153,19 @@ FUZZ(input) {
   const std::string content = Pattern(head.fileSize);
   run.Files().Add("DISC.BIN", content);
   Watcher watcher;
-  watcher.meddling = static_cast<Meddling>(head.meddling % static_cast<BYTE>(Meddling::Count));
+  watcher.reaction = static_cast<Reaction>(head.reaction % static_cast<BYTE>(Reaction::Count));
   const ComPtr<IStream> stream = OpenStream(&run, head, &watcher);
   if (!stream) {
     return;
   }
-  if (watcher.meddling == Meddling::None) {
+  if (watcher.reaction == Reaction::None) {
     CheckFile(&run, head, content);
   }
   run.Files().PlanReads(std::string(input.substr(std::min(kHeadSize, input.size()), head.planned)));
   const std::string data = ReadAll(stream.Get(), view.Part(kHeadSize + head.planned, 0x400));
-  // What a failed read brings does not count, so that a stream may go on behind its track then.
+  // The bytes of a failed read are not counted, so that the stream may then continue after its track.
   const ULONG end = run.Files().ReadsFailed() ? ~ULONG{0} : head.end;
-  if (watcher.meddling <= Meddling::Watch) {
-    fuzz::Require(Expected(head, end, content).starts_with(data), "the track's own bytes are delivered, in order");
+  if (watcher.reaction <= Reaction::Watch) {
+    fuzz::Require(Expected(head, end, content).starts_with(data), "the bytes of the track are delivered in order");
   }
 }

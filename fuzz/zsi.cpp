@@ -1,4 +1,4 @@
-// Native TOC files: the input is the file.
+// Native TOC files. The input is the file.
 #include "support/harness.h"
 
 FUZZ(input) {

@@ -1,4 +1,4 @@
-// Makes one small image of each kind that the formats come in, with a line on what it shows.
+// Makes one small image of each kind, and the file CONTENTS with a line about each.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -39,11 +39,11 @@ template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid) {
   CLSID clsid{};
   ComPtr<I> object;
   Check(CLSIDFromProgID(progId, &clsid), "finding a class");
-  Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()), "making an object");
+  Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()), "creating an object");
   return object;
 }
 
-/// The folder of the samples, and the list of what each one shows.
+/// The folder of the samples, and the text of CONTENTS.
 class Samples {
 public:
   explicit Samples(std::filesystem::path folder) : m_folder(std::move(folder)) {
@@ -63,7 +63,7 @@ public:
     Write(name, std::string_view(reinterpret_cast<const char*>(content.data()), content.size()));
   }
 
-  void Tell(const std::string& name, const std::string& what) { m_contents += name + ": " + what + "\n"; }
+  void AddToContents(const std::string& name, const std::string& what) { m_contents += name + ": " + what + "\n"; }
   void WriteContents() const { Write("CONTENTS", m_contents); }
 
 private:
@@ -71,11 +71,11 @@ private:
   std::string m_contents;
 };
 
-/// The CD-Text of an album of two tracks, as packs.
+/// Returns the CD-Text packs of an album of two tracks, and the zero byte that ends a companion file.
 std::vector<BYTE> AlbumPacks() {
   const ComPtr<IZSCueSheet> service = Create<IZSCueSheet>(kProgIdCueSheet, IID_IZSCueSheet);
   ZSCUESHEET* sheet = nullptr;
-  Check(service->AllocCueSheet(&sheet), "making a sheet");
+  Check(service->AllocCueSheet(&sheet), "creating a sheet");
   sheet->nTracks = 2;
   sheet->pZSTracks = AllocateCleared<ZSTRACK>(2);
   sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE;
@@ -96,15 +96,15 @@ std::vector<BYTE> AlbumPacks() {
   return {data, data + length};
 }
 
-/// Packs without the zero byte behind them that a companion file has.
-std::vector<BYTE> BarePacks(std::vector<BYTE> packs) {
+/// Removes the zero byte that ends the packs of a companion file.
+std::vector<BYTE> WithoutEndByte(std::vector<BYTE> packs) {
   packs.pop_back();
   return packs;
 }
 
 void MakeIso(Samples* samples) {
   samples->Write("plain.iso", DiscSectors({{{{ZSMODE_1, 24, 0, 2048}}}}));
-  samples->Tell("plain.iso", "user data alone, with a volume descriptor in sector 16");
+  samples->AddToContents("plain.iso", "user data alone, with a volume descriptor in sector 16");
 }
 
 void MakeCueSheets(Samples* samples) {
@@ -114,7 +114,8 @@ void MakeCueSheets(Samples* samples) {
                               "  TRACK 02 AUDIO\r\n    FLAGS DCP PRE\r\n    ISRC DEA012600001\r\n"
                               "    INDEX 00 00:00:20\r\n    INDEX 01 00:00:28\r\n"
                               "  TRACK 03 AUDIO\r\n    INDEX 01 00:00:40\r\n    INDEX 02 00:00:50\r\n");
-  samples->Tell("mixed.cue", "data before audio, a pregap, an index 2, flags, codes, a file name in another case");
+  samples->AddToContents("mixed.cue",
+                         "data before audio, a pregap, an index 2, flags, codes, a file name in another case");
 
   samples->Write("album.bin", DiscSectors({{{kAudio, kAudio}}}));
   samples->Write("album.cdt", AlbumPacks());
@@ -122,24 +123,24 @@ void MakeCueSheets(Samples* samples) {
   samples->Write("album.cue", "CDTEXTFILE \"ALBUM.CDT\"\r\nFILE \"ALBUM.BIN\" BINARY\r\n"
                               "  TRACK 01 AUDIO\r\n    INDEX 01 00:00:00\r\n"
                               "  TRACK 02 AUDIO\r\n    INDEX 01 00:00:20\r\n");
-  samples->Tell("album.cue", "audio with a CD-Text companion and a sub-channel file");
+  samples->AddToContents("album.cue", "audio with a CD-Text companion and a sub-channel file");
 
   samples->Write("bridge.bin", DiscSectors({{{kRawXa, kRawXa}}, "CD-RTOS CD-BRIDGE"}));
   samples->Write("bridge.cue", "FILE \"BRIDGE.BIN\" BINARY\r\n  TRACK 01 MODE2/2352\r\n    INDEX 01 00:00:00\r\n"
                                "  TRACK 02 MODE2/2352\r\n    INDEX 01 00:00:20\r\n");
-  samples->Tell("bridge.cue", "a CD-Bridge disc, such as a Video CD");
+  samples->AddToContents("bridge.cue", "a CD-Bridge disc, such as a Video CD");
 }
 
 void MakeNero(Samples* samples) {
   samples->Write("cdplus.nrg", NrgImage({{{kAudio, kAudioWithPregap}, {kRawXa}}}));
-  samples->Tell("cdplus.nrg", "an audio session, then a data session (CD Plus), disc at once");
+  samples->AddToContents("cdplus.nrg", "an audio session, then a data session (CD Plus), disc at once");
 
   NrgBuilder tracks;
   tracks.Sectors(DiscSectors({{{{ZSMODE_1, 20, 0, 2048}, kAudio}}}));
   tracks.TracksAtOnce({{0, 0, UHYPER{20} * 2048}, {7, 20, UHYPER{20} * 2352}}).SessionInfo(2);
-  tracks.Chunk("CDTX", BarePacks(AlbumPacks()));
+  tracks.Chunk("CDTX", WithoutEndByte(AlbumPacks()));
   samples->Write("tao.nrg", tracks.Build(NrgFooter::Short));
-  samples->Tell("tao.nrg", "track at once with CD-Text and the older footer");
+  samples->AddToContents("tao.nrg", "track at once with CD-Text and the older footer");
 }
 
 void MakeCloneCd(Samples* samples) {
@@ -147,40 +148,40 @@ void MakeCloneCd(Samples* samples) {
   samples->Write("sessions.ccd", CcdText(disc));
   samples->Write("sessions.img", DiscSectors(disc));
   samples->Write("sessions.sub", std::vector<BYTE>(std::size_t{80} * 96));
-  samples->Tell("sessions.ccd", "three sessions with a sub-channel file");
+  samples->AddToContents("sessions.ccd", "three sessions with a sub-channel file");
 }
 
 void MakeMediaDescriptor(Samples* samples) {
   const DiscPlan disc{{{{ZSMODE_1, 20, 0, 2448}, {ZSMODE_AUDIO, 20, 4, 2448}}}};
   samples->Write("inline.mds", MdsOf(disc).Build());
   samples->Write("inline.mdf", DiscSectors(disc));
-  samples->Tell("inline.mds", "a mixed CD whose sectors carry their sub-channel");
+  samples->AddToContents("inline.mds", "a mixed CD whose sectors carry their sub-channel");
 
   samples->Write("dvd.mds", MdsOfDvd(32).Build());
   samples->Write("dvd.mdf", DiscSectors({{{{ZSMODE_1, 32, 0, 2048}}}}));
-  samples->Tell("dvd.mds", "a DVD");
+  samples->AddToContents("dvd.mds", "a DVD");
 }
 
 void MakeBlindWrite(Samples* samples) {
   samples->Write("refused.bwt", BwtFile(3));
-  samples->Tell("refused.bwt", "a description that is known and refused");
+  samples->AddToContents("refused.bwt", "a description that is known and refused");
 }
 
-/// The album once more, described by the component's own writer.
+/// Writes the album as a native TOC file.
 void MakeNative(Samples* samples) {
   const ComPtr<IZSImageFile> service = Create<IZSImageFile>(kProgIdImageFile, IID_IZSImageFile);
   zsimagefileinfo info{};
   Check(service->GetImageFileInfo(Wide(samples->Path("album.cue")).get(), &info), "reading the album");
   info.ZSImageFormat = ZSIMAGEFORMAT_ZSI;
-  info.lMask = 0; // The native file has no sub-channel beside it.
-  std::vector<BYTE> packs = BarePacks(AlbumPacks());
+  info.lMask = 0; // The native image has no sub-channel file.
+  std::vector<BYTE> packs = WithoutEndByte(AlbumPacks());
   const HRESULT result =
       service->CreateTOCFile(Wide(samples->Path("native.zsi")).get(), &info, nullptr, 0,
                              reinterpret_cast<zsmmccdtext*>(packs.data()), static_cast<UINT>(packs.size()));
   service->FreeImageFileInfo(&info);
   Check(result, "writing the native file");
   samples->Write("native.bin", DiscSectors({{{kAudio, kAudio}}}));
-  samples->Tell("native.zsi", "the component's own description, with CD-Text");
+  samples->AddToContents("native.zsi", "the component's own description, with CD-Text");
 }
 
 } // namespace

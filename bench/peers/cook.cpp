@@ -1,5 +1,5 @@
-// The practical limit of cooking: 2048 bytes out of each raw sector of 2352, with large reads and writes and nothing
-// else. Usage: cook IN OUT
+// Copies 2048 bytes of each raw sector of 2352 with large reads and writes: the practical limit of such a copy.
+// Usage: cook IN OUT
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,11 +21,11 @@ int main(int argc, char** argv) {
   std::vector<char> raw(kSectors * kRaw);
   std::vector<char> user(kSectors * kUser);
   for (;;) {
-    const ssize_t came = ::read(in, raw.data(), raw.size());
-    if (came <= 0) {
-      return came == 0 && ::close(out) == 0 ? 0 : 1;
+    const ssize_t bytesRead = ::read(in, raw.data(), raw.size());
+    if (bytesRead <= 0) {
+      return bytesRead == 0 && ::close(out) == 0 ? 0 : 1;
     }
-    const std::size_t sectors = static_cast<std::size_t>(came) / kRaw;
+    const std::size_t sectors = static_cast<std::size_t>(bytesRead) / kRaw;
     for (std::size_t i = 0; i < sectors; ++i) {
       std::memcpy(user.data() + i * kUser, raw.data() + i * kRaw + kUserStart, kUser);
     }

@@ -1,8 +1,8 @@
-// Makes the images that programs are compared on. Usage: make_disc FOLDER ISO
+// Makes the images for bench/compare.sh. Usage: make_disc FOLDER ISO
 //
 //   data.cue, data.bin     the ISO image as one raw mode 1 track
-//   album.cue, album.bin   99 audio tracks with their text
-//   album.nrg              30 audio tracks; libcdio stops the program for chunks of more than 4096 bytes
+//   album.cue, album.bin   99 audio tracks with texts
+//   album.nrg              30 audio tracks; libcdio aborts on chunks of more than 4096 bytes
 
 #include <fstream>
 

@@ -1,13 +1,13 @@
 /// @file
-/// Counts what a benchmark allocates, in task memory and by operator new.
+/// Counts the allocations of a benchmark, of task memory and by operator new.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
-/// Blocks taken since the program began.
+/// Returns the number of allocations since the start of the program.
 long AllocationCount() noexcept;
 
-/// Reports the blocks taken by each iteration from here to its end as the counter "allocations".
+/// Reports the allocations of each iteration, from construction to destruction, as the counter "allocations".
 class AllocationReport {
 public:
   explicit AllocationReport(benchmark::State* state) noexcept : m_state(state), m_before(AllocationCount()) {}

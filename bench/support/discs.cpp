@@ -100,7 +100,7 @@ template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid) {
   ComPtr<I> object;
   if (FAILED(CLSIDFromProgID(progId, &clsid)) ||
       FAILED(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()))) {
-    throw std::runtime_error("cannot make an object of the component");
+    throw std::runtime_error("cannot create an object of the component");
   }
   return object;
 }

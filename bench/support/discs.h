@@ -1,5 +1,5 @@
 /// @file
-/// Images of any number of tracks and sessions in every format, in a folder that goes with the program.
+/// Images of any number of tracks and sessions in every format, in a folder that is removed at the end.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 #include "imagefile/image_file_interface.h"
 #include "platform/bstr.h"
 
-/// A folder that is removed at the end.
+/// A temporary folder. The destructor removes it.
 class ScratchFolder {
 public:
   ScratchFolder();
@@ -25,14 +25,14 @@ private:
 
 void WriteFile(const std::string& path, std::string_view content);
 
-/// A sheet for `tracks` tracks of 20 sectors, with titles, performers and codes.
+/// Returns a sheet for `tracks` tracks of 20 sectors, with titles, performers and codes.
 std::string CueText(const std::string& dataFile, int tracks);
 
-/// Makes an image in the format of the extension ("cue", "nrg", "ccd", "mds", "zsi") and gives its path. Each session
-/// begins with a data track, the others are audio.
+/// Makes an image in the format of an extension ("iso", "cue", "nrg", "ccd", "mds", "zsi") and returns its path. Each
+/// session begins with a data track; its other tracks are audio.
 std::string MakeDisc(const ScratchFolder& folder, const std::string& extension, int sessions, int tracksOfSession);
 
-/// Objects of the component.
+/// Creates an object of the component.
 template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid);
 extern template ComPtr<IZSImageFile> Create(const OLECHAR* progId, REFIID iid);
 extern template ComPtr<IZSCueSheet> Create(const OLECHAR* progId, REFIID iid);
@@ -41,7 +41,7 @@ inline ComPtr<IZSCueSheet> CueSheets() { return Create<IZSCueSheet>(kProgIdCueSh
 
 UniqueBstr Wide(const std::string& text);
 
-/// The record of an image, read at construction. Throws std::runtime_error for one that does not read.
+/// The record of an image, read at construction. Throws std::runtime_error if it cannot be read.
 class Disc {
 public:
   explicit Disc(const std::string& path);

@@ -24,10 +24,10 @@ double Microseconds(const std::function<void()>& step) {
 
 void CompareRounds(const char* what, int rounds, const std::function<void()>& ours,
                    const std::function<void()>& theirs) {
-  std::mt19937 chance(1);
+  std::mt19937 random(1);
   std::vector<double> times[2];
   for (int i = 0; i < rounds; ++i) {
-    const std::size_t first = chance() % 2;
+    const std::size_t first = random() % 2;
     for (const std::size_t which : {first, 1 - first}) {
       times[which].push_back(Microseconds(which == 0 ? ours : theirs));
     }

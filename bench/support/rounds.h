@@ -1,13 +1,13 @@
 /// @file
-/// Two ways to do one thing, timed in rounds of one process.
+/// Timing of two alternatives in rounds of one process.
 #pragma once
 
 #include <functional>
 
-/// Does both `rounds` times, each round in an order of chance, and prints a line: what, the median of each in
-/// microseconds, and theirs / ours.
+/// Runs both alternatives `rounds` times, each round in random order. Prints `what`, the two medians in microseconds
+/// and the ratio theirs / ours.
 void CompareRounds(const char* what, int rounds, const std::function<void()>& ours,
                    const std::function<void()>& theirs);
 
-/// Ends the program with a message.
+/// Ends the program with exit status 1 and a message.
 [[noreturn]] void EndWith(const char* message);

@@ -1,5 +1,5 @@
-/* Lists a disc image, and saves one of its tracks, in C: a program that knows ImageFile by the layout of its records
-   and the order of its operations alone. Any language that can call a function by its address can do the same.
+/* Lists a disc image and saves one of its tracks, in C. The program uses no header of ImageFile, only the layout of its
+   records and the order of its operations. Any language that calls functions by address can do the same.
 
      cc slot_host.c $(pkg-config --cflags --libs imagefile-platform) -o slot_host
      slot_host IMAGE [TRACK FILE] */
@@ -24,7 +24,7 @@ int32_t CoCreateInstance(const Guid* clsid, void* outer, uint32_t context, const
 char16_t* SysAllocString(const char16_t* text);
 void SysFreeString(char16_t* text);
 
-/* Records are packed on one byte. What this program does not read is room. */
+/* Records are packed on one byte. Fields that this program does not read are arrays of bytes. */
 #pragma pack(push, 1)
 typedef struct {
   uint32_t number;
@@ -75,7 +75,7 @@ _Static_assert(sizeof(Track) == 97 + 9 * (sizeof(void*) - 4), "layout of a track
 _Static_assert(sizeof(Sheet) == 50 + 9 * (sizeof(void*) - 4), "layout of a session");
 _Static_assert(sizeof(Disc) == 448 + 100 * (sizeof(void*) - 4), "layout of an image");
 
-/* An object begins with the address of its table of slots. The slots between those named here are skipped. */
+/* An object begins with the address of its table of slots. */
 typedef void (*Slot)(void);
 
 typedef struct ImageFile {
@@ -119,12 +119,12 @@ static void* Create(const char16_t* progId, const Guid* iid) {
     result = CoCreateInstance(&clsid, NULL, 1, iid, &object);
   }
   if (result < 0) {
-    fprintf(stderr, "slot_host: making an object; is the library registered?: 0x%08X\n", (unsigned)result);
+    fprintf(stderr, "slot_host: creating an object (is the library registered?): 0x%08X\n", (unsigned)result);
   }
   return object;
 }
 
-/* UTF-8 text as a wide string, which the caller frees. Null when it is none. */
+/* Converts UTF-8 to a wide string that the caller frees. Null if the text is not valid. */
 static char16_t* Wide(const char* text) {
   const char* end = text + strlen(text) + 1;
   char16_t* units = calloc((size_t)(end - text), sizeof(char16_t));
@@ -159,10 +159,10 @@ static void List(const Disc* disc) {
   }
 }
 
-/* Copies a stream of `length` bytes to a new file. A stream of a truncated image ends early without an error. */
+/* Copies a stream of `length` bytes to a new file. The stream of a truncated image ends early without an error. */
 static int CopyStream(Stream* stream, uint64_t length, const char* path) {
   static uint8_t buffer[64 * 1024];
-  FILE* file = fopen(path, "wbx"); /* Never over a file that exists: it may be the image. */
+  FILE* file = fopen(path, "wbx"); /* Replaces no existing file, which may be the image. */
   if (file == NULL) {
     perror(path);
     return EXIT_FAILURE;
@@ -221,7 +221,7 @@ static int Save(Disc* disc, uint32_t number, const char* path) {
 static int Show(ImageFile* images, char** arguments, int save) {
   char16_t* path = Wide(arguments[0]);
   if (path == NULL) {
-    fprintf(stderr, "slot_host: %s: the name is no UTF-8\n", arguments[0]);
+    fprintf(stderr, "slot_host: %s: the name is not UTF-8\n", arguments[0]);
     return EXIT_FAILURE;
   }
   Disc disc; /* getImageFileInfo clears it first. */

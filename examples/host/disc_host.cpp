@@ -1,5 +1,5 @@
-// Lists a disc image, and saves one of its tracks: a program that knows ImageFile by its headers and by the names of
-// its classes. `zsimage register` makes them known to it.
+// Lists a disc image and saves one of its tracks. The program uses the headers of ImageFile and finds its classes by
+// name, after `zsimage register`.
 //
 //   disc_host IMAGE [TRACK FILE]
 
@@ -28,7 +28,7 @@ int Fail(const char* what, HRESULT result) {
   return EXIT_FAILURE;
 }
 
-/// A record that is freed on every way out.
+/// The record of an image. The destructor frees what it owns.
 class Disc {
 public:
   explicit Disc(IZSImageFile* images) : m_images(images) {}
@@ -54,13 +54,13 @@ void List(const zsimagefileinfo& info) {
   }
 }
 
-/// How far a track has come.
+/// The bytes of a track, and those that were read.
 struct Transfer {
   UHYPER total = 0;
   UHYPER done = 0;
 };
 
-/// Runs inside each Read of the stream. `user` is the value that Save passes.
+/// Is called in each Read of the stream. `user` is the value that Save passes.
 LONG ShowProgress(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT user) {
   *reinterpret_cast<Transfer*>(static_cast<std::uintptr_t>(user.ullVal)) = {progress->qwTotal, progress->qwDone};
   if (progress->nMessage == ZSSTREAM_AFTERREAD && progress->qwTotal != 0) {
@@ -71,9 +71,9 @@ LONG ShowProgress(UINT, ZSSTREAMPROGRESS* progress, ULONG, VARIANT user) {
   return 0;
 }
 
-/// Copies a stream to a new file. ExtractStreamToFile does so in one call, but tells of no failure.
+/// Copies a stream to a new file. ExtractStreamToFile does this in one call, but reports no failure.
 int Copy(IStream* stream, const Transfer& transfer, const char* path) {
-  std::FILE* file = std::fopen(path, "wbx"); // Never over a file that exists: it may be the image.
+  std::FILE* file = std::fopen(path, "wbx"); // Replaces no existing file, which may be the image.
   if (file == nullptr) {
     std::perror(path);
     return EXIT_FAILURE;
@@ -104,7 +104,7 @@ int Save(zsimagefileinfo* info, UINT number, const char* path) {
   ComPtr<IZSCueSheet> sheets;
   HRESULT result = Create(kProgIdCueSheet, IID_IZSCueSheet, &sheets);
   if (FAILED(result)) {
-    return Fail("making the cue sheet service", result);
+    return Fail("creating the cue sheet service", result);
   }
   Transfer transfer;
   VARIANT user{};
@@ -128,7 +128,7 @@ int main(int argc, char** argv) {
   ComPtr<IZSImageFile> images;
   HRESULT result = Create(kProgIdImageFile, IID_IZSImageFile, &images);
   if (FAILED(result)) {
-    return Fail("making the image file service; is the library registered?", result);
+    return Fail("creating the image file service; is the library registered?", result);
   }
   const UniqueBstr path(SysAllocString(MultiByteToWideChar(argv[1]).c_str()));
   Disc disc(images.Get());

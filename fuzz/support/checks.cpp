@@ -114,7 +114,7 @@ void RequireSheet(const ZSCUESHEET& sheet) noexcept {
     RequireTrack(sheet.pZSTracks[i]);
   }
   const VARIANT_BOOL present = sheet.ZSCDTEXT.CDTextPresent;
-  Require(present == VARIANT_TRUE || present == VARIANT_FALSE, "CDTextPresent is a truth value");
+  Require(present == VARIANT_TRUE || present == VARIANT_FALSE, "CDTextPresent is a VARIANT_BOOL");
   RequireTexts(sheet.ZSCDTEXT);
   RequireText(sheet.ZSCDTEXT.bstrMCN);
 }

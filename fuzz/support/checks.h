@@ -1,5 +1,5 @@
 /// @file
-/// What must hold of records, whatever a file says.
+/// Checks of records that hold for any input.
 #pragma once
 
 #include "disc/records.h"
@@ -7,16 +7,16 @@
 
 namespace fuzz {
 
-/// A string is null, or has text that is well-formed UTF-16 with its length in front and a zero unit behind.
+/// Requires that a string is null, or is well-formed UTF-16 that is not empty and ends in a zero unit.
 void RequireText(BSTR text) noexcept;
 
-/// A sheet's tables have the sizes that their counts say, and its texts are texts.
+/// Requires that the tables of a sheet have the sizes of their counts, and that its texts are well-formed.
 void RequireSheet(const ZSCUESHEET& sheet) noexcept;
 
-/// A record is complete when `result` is 0, and else all zero.
+/// Requires that a record is complete if `result` is 0, and all zero otherwise.
 void RequireRecord(const zsimagefileinfo& info, HRESULT result) noexcept;
 
-/// Another record tells the same as this one and shares no memory with it.
+/// Requires that a copy has the same values as its source and shares no memory with it.
 void RequireCopy(const zsimagefileinfo& source, const zsimagefileinfo& copy) noexcept;
 void RequireCopy(const ZSCUESHEET& source, const ZSCUESHEET& copy) noexcept;
 

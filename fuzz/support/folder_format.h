@@ -1,8 +1,12 @@
 /// @file
-/// A folder of files as one input.
+/// A folder of files as one input. Numbers are little-endian.
 ///
-/// Each file begins with one byte for its name, four for the size that it is given at least, four for the place of its
-/// first byte, and two for the number of bytes that follow; numbers are little-endian.
+///     bytes  field of each file
+///     1      index of the name in kNames, modulo their number
+///     4      size of a file of sectors, if that is more than its bytes
+///     4      offset of the first stored byte in a file of sectors; zeros before it are not stored
+///     2      number of stored bytes
+///     n      stored bytes
 #pragma once
 
 #include <string>
@@ -13,7 +17,6 @@
 
 namespace fuzz {
 
-/// The names of files, by their byte, which counts through them again and again.
 inline constexpr std::string_view kNames[] = {"DISC.CUE", "DISC.NRG", "DISC.CCD", "DISC.MDS", "DISC.ZSI",
                                               "DISC.ISO", "DISC.BWT", "DISC.B5T", "DISC.BIN", "DISC.CDT",
                                               "DISC.SUB", "DISC.IMG", "DISC.MDF", "DISC.CDG", "disc.bin"};
@@ -24,10 +27,10 @@ struct FolderFile {
   UHYPER size = 0; ///< At least the size of `bytes`.
 };
 
-/// The files of an input, as far as it goes. Sizes and places are bounded where their memory would count.
-std::vector<FolderFile> CutFolder(std::string_view input);
+/// Returns the files of an input. Bounds the offsets, since the zeros before them need memory.
+std::vector<FolderFile> ParseFolder(std::string_view input);
 
-/// The bytes of one file at the end of an input. The bytes before `place` are left out and must be zero.
-void AppendFile(std::string_view name, std::string_view bytes, ULONG size, ULONG place, std::string* input);
+/// Appends a file to an input. The bytes before `offset` are not stored and must be zero.
+void AppendFile(std::string_view name, std::string_view bytes, ULONG size, ULONG offset, std::string* input);
 
 } // namespace fuzz

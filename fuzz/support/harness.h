@@ -1,5 +1,5 @@
 /// @file
-/// The frame of a harness.
+/// Entry point of a fuzzer.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 #include "support/checks.h"
 #include "support/run.h"
 
-/// Begins the body that runs for each input, of which it gets the bytes.
+/// Opens the function that runs for each input. `input` names its parameter, a view of the bytes.
 #define FUZZ(input)                                                                                                    \
   static void FuzzOne(std::string_view input);                                                                         \
   extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {                                  \

@@ -9,9 +9,9 @@
 namespace fuzz {
 namespace {
 
-constexpr int kMostRounds = 32;
+constexpr int kRoundLimit = 32;
 
-/// A copy must tell the same, also when each track has its file pieces.
+/// Checks copies of a record, also after its tracks have file pieces.
 void CheckCopies(Run* run, zsimagefileinfo* info) {
   Record copy(run);
   Require(run->Images().Clone(info, &*copy) == S_OK, "a record can be copied");
@@ -29,7 +29,7 @@ void CheckCopies(Run* run, zsimagefileinfo* info) {
   }
 }
 
-/// A value that holds copies of a session's tracks, as hosts make them.
+/// Returns an array of records with copies of the tracks of a session, as hosts pass it.
 VARIANT TracksOf(const ZSCUESHEET& sheet) {
   ComPtr<ITypeLib> library;
   ComPtr<ITypeInfo> type;
@@ -54,19 +54,20 @@ void CheckMerging(Run* run, const ZSCUESHEET& first, const ZSCUESHEET& second) {
   VARIANT source = TracksOf(second);
   const HRESULT result = run->Sheets().MergeTracks(&source, &destination);
   const bool merged = first.nTracks != 0;
-  Require(result == (merged ? S_OK : E_INVALIDARG), "tracks are merged behind others");
-  Require(source.vt == (merged ? VT_EMPTY : VT_ARRAY), "what was merged is taken away");
-  Require(destination.parray->rgsabound[0].cElements == first.nTracks + (merged ? second.nTracks : 0), "none is lost");
+  Require(result == (merged ? S_OK : E_INVALIDARG), "tracks are merged if there is a track before them");
+  Require(source.vt == (merged ? VT_EMPTY : VT_ARRAY), "a merged array is emptied");
+  Require(destination.parray->rgsabound[0].cElements == first.nTracks + (merged ? second.nTracks : 0),
+          "no track is lost");
   VariantClear(&source);
   VariantClear(&destination);
 }
 
-void CheckNumbers(Run* run, zsimagefileinfo* info) {
+void CheckIdentifiersAndPositions(Run* run, zsimagefileinfo* info) {
   const ULONG first = info->dwDiscID;
   const ULONG second = info->dwDiscID2;
   run->Images().CalculateDiscID(info);
   Require(info->ZSImageFormat == ZSIMAGEFORMAT_ISO || (info->dwDiscID == first && info->dwDiscID2 == second),
-          "identifiers follow from the record");
+          "identifiers depend on the record alone");
   for (const ULONG lba : {0U, 16U, 11400U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
     UHYPER seek = 0;
     UHYPER length = 0;
@@ -75,14 +76,14 @@ void CheckNumbers(Run* run, zsimagefileinfo* info) {
   }
 }
 
-/// Writes a record in a format, and gives the text of the file.
-std::string Written(Run* run, zsimagefileinfo* info, zsimgformat format, const std::string& name) {
+/// Writes a record in a format. Returns the text of the file.
+std::string Write(Run* run, zsimagefileinfo* info, zsimgformat format, const std::string& name) {
   std::optional<std::string> packs;
   if (format == ZSIMAGEFORMAT_ZSI) {
-    packs = Packs(run, info->pZSCueSheet[0], false);
+    packs = EncodePacks(run, info->pZSCueSheet[0], false);
   }
   if (packs) {
-    packs->pop_back(); // The zero byte behind the packs.
+    packs->pop_back(); // The zero byte after the packs.
   }
   info->ZSImageFormat = format;
   auto* data = packs ? reinterpret_cast<zsmmccdtext*>(packs->data()) : nullptr;
@@ -92,7 +93,7 @@ std::string Written(Run* run, zsimagefileinfo* info, zsimgformat format, const s
   return run->Files().Find(PathOf(name))->bytes;
 }
 
-/// What a format loses is lost after some rounds of writing and reading, and then nothing changes any more.
+/// Writes and reads a record until the file no longer changes: what the format cannot hold is lost within a few rounds.
 void CheckWriting(Run* run, zsimagefileinfo* info, zsimgformat format, const std::string& name) {
   if (info->nSessions == 0) {
     return;
@@ -102,15 +103,15 @@ void CheckWriting(Run* run, zsimagefileinfo* info, zsimgformat format, const std
   }
   Record copy(run);
   Require(run->Images().Clone(info, &*copy) == S_OK, "a record can be copied");
-  std::string before = Written(run, &*copy, format, name);
-  for (int round = 0; round < kMostRounds && copy.Read(name) == S_OK && copy->nSessions != 0; ++round) {
-    std::string after = Written(run, &*copy, format, name);
+  std::string before = Write(run, &*copy, format, name);
+  for (int round = 0; round < kRoundLimit && copy.Read(name) == S_OK && copy->nSessions != 0; ++round) {
+    std::string after = Write(run, &*copy, format, name);
     if (after == before) {
       return;
     }
     before = std::move(after);
   }
-  Require(copy->nSessions == 0, "writing and reading comes to rest");
+  Require(copy->nSessions == 0, "writing and reading settles");
 }
 
 } // namespace
@@ -122,12 +123,12 @@ HRESULT CheckImage(Run* run, std::string_view name) {
     return result;
   }
   CheckCopies(run, &*record);
-  CheckNumbers(run, &*record);
+  CheckIdentifiersAndPositions(run, &*record);
   if (record->nSessions != 0) {
     CheckMerging(run, *record->pZSCueSheet[0], *record->pZSCueSheet[record->nSessions - 1]);
   }
   for (std::size_t i = 0; i < record->nSessions; ++i) {
-    Packs(run, record->pZSCueSheet[i], true);
+    EncodePacks(run, record->pZSCueSheet[i], true);
   }
   CheckWriting(run, &*record, ZSIMAGEFORMAT_CUE, "OUT.CUE");
   CheckWriting(run, &*record, ZSIMAGEFORMAT_ZSI, "OUT.ZSI");

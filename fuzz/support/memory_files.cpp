@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kMaxPath = 4095;
-constexpr int kFirstDescriptor = 1 << 20; // Those below are the system's, from before.
+constexpr int kFirstDescriptor = 1 << 20; // Lower descriptors belong to the system.
 
 int Fail(int error) noexcept {
   errno = error;
@@ -69,47 +69,39 @@ std::shared_ptr<MemoryFile> MemoryFiles::Find(std::string_view path) const {
   return nullptr;
 }
 
-UHYPER MemoryFiles::Bytes() const {
-  UHYPER bytes = 0;
-  for (const auto& [name, file] : m_files) {
-    bytes += file->bytes.size();
-  }
-  return bytes;
-}
-
 void MemoryFiles::PlanReads(std::string plan) {
   m_plan = std::move(plan);
   m_planned = 0;
   m_readsFailed = false;
 }
 
-MemoryFiles::Place MemoryFiles::Look(std::string_view path) const {
+MemoryFiles::Entry MemoryFiles::LookUp(std::string_view path) const {
   constexpr std::string_view kFolderName = "disc";
-  Place place;
+  Entry entry;
   const std::vector<std::string_view> parts = Components(path);
   const bool tooLong = path.size() > kMaxPath || std::any_of(parts.begin(), parts.end(), [](std::string_view part) {
                          return part.size() > kMaxName;
                        });
   errno = tooLong ? ENAMETOOLONG : ENOENT;
   if (tooLong || path.empty()) {
-    return place;
+    return entry;
   }
   if (parts.empty() || (parts.size() == 1 && parts[0] == kFolderName)) {
-    place.exists = place.folder = true;
+    entry.exists = entry.folder = true;
   } else if (parts.size() == 2 && parts[0] == kFolderName) {
-    place.name = parts[1];
-    place.exists = m_files.find(parts[1]) != m_files.end();
+    entry.name = parts[1];
+    entry.exists = m_files.find(parts[1]) != m_files.end();
   } else if (parts.size() > 2 && parts[0] == kFolderName && m_files.find(parts[1]) != m_files.end()) {
     errno = ENOTDIR;
   }
-  return place;
+  return entry;
 }
 
 std::shared_ptr<MemoryFiles::OpenFile>& MemoryFiles::Slot(int descriptor) noexcept {
-  const auto place = static_cast<std::size_t>(descriptor - kFirstDescriptor);
-  const bool open = descriptor >= kFirstDescriptor && place < m_descriptors.size() && m_descriptors[place] != nullptr;
+  const auto index = static_cast<std::size_t>(descriptor - kFirstDescriptor);
+  const bool open = descriptor >= kFirstDescriptor && index < m_descriptors.size() && m_descriptors[index] != nullptr;
   Require(open, "only open descriptors are used");
-  return m_descriptors[place];
+  return m_descriptors[index];
 }
 
 MemoryFiles::OpenFile* MemoryFiles::Get(int descriptor) noexcept { return Slot(descriptor).get(); }
@@ -121,17 +113,17 @@ int MemoryFiles::NewDescriptor(std::shared_ptr<OpenFile> file) {
 }
 
 int MemoryFiles::Open(const char* path, int flags, mode_t /*mode*/) noexcept {
-  const Place place = Look(path);
-  if (place.folder) {
+  const Entry entry = LookUp(path);
+  if (entry.folder) {
     return Fail((flags & O_ACCMODE) == O_RDONLY ? EACCES : EISDIR);
   }
-  if (!place.exists && ((flags & O_CREAT) == 0 || place.name.empty())) {
+  if (!entry.exists && ((flags & O_CREAT) == 0 || entry.name.empty())) {
     return -1;
   }
-  if (!place.exists) {
-    Add(place.name, std::string_view());
+  if (!entry.exists) {
+    Add(entry.name, std::string_view());
   }
-  return NewDescriptor(std::make_shared<OpenFile>(OpenFile{m_files.find(place.name)->second, 0}));
+  return NewDescriptor(std::make_shared<OpenFile>(OpenFile{m_files.find(entry.name)->second, 0}));
 }
 
 int MemoryFiles::Close(int descriptor) noexcept {
@@ -215,8 +207,8 @@ int MemoryFiles::Truncate(int descriptor, off_t size) noexcept {
 int MemoryFiles::Rename(const char* /*from*/, const char* /*to*/) noexcept { return Fail(EROFS); }
 
 int MemoryFiles::Unlink(const char* path) noexcept {
-  const Place place = Look(path);
-  return place.exists && !place.folder && m_files.erase(place.name) != 0 ? 0 : -1;
+  const Entry entry = LookUp(path);
+  return entry.exists && !entry.folder && m_files.erase(entry.name) != 0 ? 0 : -1;
 }
 
 int MemoryFiles::MakeFolder(const char* /*path*/, mode_t /*mode*/) noexcept { return Fail(EROFS); }
@@ -229,19 +221,19 @@ int MemoryFiles::Status(int descriptor, struct stat* status) noexcept {
 }
 
 int MemoryFiles::PathStatus(const char* path, struct stat* status) noexcept {
-  const Place place = Look(path);
-  if (!place.exists) {
+  const Entry entry = LookUp(path);
+  if (!entry.exists) {
     return -1;
   }
   *status = {};
-  status->st_mode = place.folder ? S_IFDIR : S_IFREG;
-  status->st_size = place.folder ? 0 : static_cast<off_t>(m_files.find(place.name)->second->size);
+  status->st_mode = entry.folder ? S_IFDIR : S_IFREG;
+  status->st_size = entry.folder ? 0 : static_cast<off_t>(m_files.find(entry.name)->second->size);
   return 0;
 }
 
 int MemoryFiles::ListFolder(const char* path, std::vector<std::string>* names) noexcept {
   const std::vector<std::string_view> parts = Components(path);
-  if (!Look(path).folder) {
+  if (!LookUp(path).folder) {
     return -1;
   }
   if (parts.empty()) {

@@ -1,5 +1,5 @@
 /// @file
-/// A file system in memory below the platform layer, so that an input costs no system call.
+/// A file system in memory below the platform layer: an input needs no system call.
 #pragma once
 
 #include <map>
@@ -13,33 +13,30 @@
 
 namespace fuzz {
 
-/// The one folder, which is not the current one.
+/// Path of the only folder. It is not the current folder.
 inline constexpr std::string_view kFolder = "/disc/";
 
-/// The bytes of a file. Behind `bytes` it has zeros up to `size`, which take no memory.
+/// Content of a file: `bytes`, then zeros up to `size`, which need no memory.
 struct MemoryFile {
   std::string bytes;
   UHYPER size = 0;
 };
 
-/// Serves files of the one folder. Everything else is missing. Folders cannot be made, and names not be changed.
+/// File operations on the files of one folder. Nothing else exists. Folders cannot be created, files not be renamed.
 class MemoryFiles final : public FileOperations {
 public:
-  /// Drops all files. None may be open.
+  /// Removes all files. None may be open.
   void Clear();
   void Add(std::string_view name, std::string_view bytes, UHYPER size = 0);
   void Add(std::string_view name, std::shared_ptr<MemoryFile> file);
-  /// The file of a path, without regard to the case of ASCII letters; null when there is none.
+  /// Returns the file of a path, ignoring the case of ASCII letters; null if there is none.
   std::shared_ptr<MemoryFile> Find(std::string_view path) const;
-  /// The bytes of all files.
-  UHYPER Bytes() const;
 
-  /// Each read takes the next byte of the plan: 1 fails it, 2 interrupts it, a higher one is the most bytes that
-  /// come. Reads behind the end of the plan bring all, and so does 0.
+  /// Plans the results of reads, one byte for each: 0 is a full read, 1 a failure, 2 an interruption, more the maximum
+  /// of bytes. Reads after the end of the plan are full.
   void PlanReads(std::string plan);
-  /// Whether some read was made to fail.
+  /// Returns whether a read has failed as planned.
   bool ReadsFailed() const noexcept { return m_readsFailed; }
-  int OpenDescriptors() const noexcept { return m_open; }
 
   int Open(const char* path, int flags, mode_t mode) noexcept override;
   int Close(int descriptor) noexcept override;
@@ -59,19 +56,19 @@ public:
   int ListFolder(const char* path, std::vector<std::string>* names) noexcept override;
 
 private:
-  /// What descriptors share that were duplicated from each other.
+  /// State that duplicated descriptors share.
   struct OpenFile {
     std::shared_ptr<MemoryFile> file;
     off_t position = 0;
   };
-  /// What a path leads to. A name may be missing in the folder.
-  struct Place {
+  /// Result of a lookup. A file that does not exist has a name, too.
+  struct Entry {
     bool exists = false;
     bool folder = false;
     std::string name; ///< Empty outside the folder.
   };
 
-  Place Look(std::string_view path) const;
+  Entry LookUp(std::string_view path) const;
   std::shared_ptr<OpenFile>& Slot(int descriptor) noexcept;
   OpenFile* Get(int descriptor) noexcept;
   int NewDescriptor(std::shared_ptr<OpenFile> file);

@@ -1,10 +1,10 @@
 /// @file
-/// How a check of the fuzzers fails.
+/// Failure of a check.
 #pragma once
 
 namespace fuzz {
 
-/// Ends the program with a message when something does not hold that must.
+/// Aborts the program with a message unless a condition holds.
 void Require(bool holds, const char* what) noexcept;
 
 } // namespace fuzz

@@ -14,7 +14,7 @@
 #include "support/checks.h"
 #include "support/counting_environment.h"
 
-/// Options of AddressSanitizer: short stacks of allocations and few blocks kept after release, for speed.
+/// Options of AddressSanitizer, for speed: short stacks of allocations, and few blocks that are kept after release.
 extern "C" const char* __asan_default_options() { return "malloc_context_size=6:quarantine_size_mb=16"; }
 
 namespace fuzz {
@@ -42,12 +42,12 @@ public:
   void Show(std::string_view /*text*/, std::string_view /*caption*/, UINT /*type*/) noexcept override {}
 };
 
-/// Replaces the environment once, for good.
-MemoryFiles& Environment() {
+/// Replaces the environment of the process on the first call.
+MemoryFiles& ReplaceEnvironment() {
   static MemoryFiles files;
   static SilentMessages messages;
   static const bool replaced = [] {
-    ::setenv("IMAGEFILE_REGISTRY", "/disc/none.reg", 1); // What the user has registered plays no part.
+    ::setenv("IMAGEFILE_REGISTRY", "/disc/none.reg", 1); // The user's registry is not used.
     ProcessEnvironment().allocator = &TestAllocator();
     ProcessEnvironment().files = &files;
     SetMessageHandler(&messages);
@@ -63,14 +63,14 @@ template <class I> ComPtr<I> Create(const OLECHAR* progId, REFIID iid) {
   ComPtr<I> object;
   CLSIDFromProgID(progId, &clsid);
   CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid());
-  Require(static_cast<bool>(object), "objects can be made");
+  Require(static_cast<bool>(object), "objects can be created");
   return object;
 }
 
 } // namespace
 
 Run::Run(std::size_t inputSize)
-    : m_files(Environment()), m_inputSize(inputSize), m_blocks(TestAllocator().Live()),
+    : m_files(ReplaceEnvironment()), m_inputSize(inputSize), m_blocks(TestAllocator().Live()),
       m_objects(Module().LockCount()) {
   m_files.Clear();
   g_heap = 0;
@@ -82,7 +82,7 @@ Run::Run(std::size_t inputSize)
 Run::~Run() {
   m_images.Reset();
   m_sheets.Reset();
-  Require(g_heapPeak <= kHeapBase + 2 * m_inputSize, "memory stays below 64 MiB and twice the input");
+  Require(g_heapPeak <= kHeapBase + 2 * m_inputSize, "memory stays below 64 MiB plus twice the input");
   m_files.Clear();
   Require(TestAllocator().Live() == m_blocks, "no task memory is left");
   Require(Module().LockCount() == m_objects, "no object is left");
@@ -111,13 +111,12 @@ UniqueBstr Wide(std::string_view narrow) { return UniqueBstr(NewBstr(narrow)); }
 
 std::string PathOf(std::string_view name) { return std::string(kFolder) += name; }
 
-std::optional<std::string> Packs(Run* run, ZSCUESHEET* sheet, bool withSubChannel) {
+std::optional<std::string> EncodePacks(Run* run, ZSCUESHEET* sheet, bool asSubChannel) {
   BYTE* data = nullptr;
   LONG length = 0;
-  const HRESULT result =
-      run->Sheets().EncodeCDText(sheet, withSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
+  const HRESULT result = run->Sheets().EncodeCDText(sheet, asSubChannel ? VARIANT_TRUE : VARIANT_FALSE, &data, &length);
   const TaskMemory<BYTE> owned(data);
-  Require(result == (sheet->ZSCDTEXT.CDTextPresent == 0 ? S_FALSE : S_OK), "text is encoded when it is there");
+  Require(result == (sheet->ZSCDTEXT.CDTextPresent == 0 ? S_FALSE : S_OK), "text is encoded if it is present");
   if (result != S_OK) {
     return std::nullopt;
   }
@@ -126,10 +125,10 @@ std::optional<std::string> Packs(Run* run, ZSCUESHEET* sheet, bool withSubChanne
 
 std::shared_ptr<MemoryFile> SectorFile() {
   static const std::shared_ptr<MemoryFile> file = [] {
-    constexpr std::size_t kPlaces[] = {16 * 2048, 16 * 2336 + 8, 16 * 2352 + 24, 16 * 2448 + 24};
+    constexpr std::size_t kOffsets[] = {16 * 2048, 16 * 2336 + 8, 16 * 2352 + 24, 16 * 2448 + 24};
     auto made = std::make_shared<MemoryFile>();
-    for (const std::size_t place : kPlaces) {
-      made->bytes.resize(place);
+    for (const std::size_t offset : kOffsets) {
+      made->bytes.resize(offset);
       made->bytes += std::string("\x01"
                                  "CD001\x01\0CD-RTOS CD-BRIDGE",
                                  25);

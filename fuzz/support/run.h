@@ -1,5 +1,5 @@
 /// @file
-/// One input at work: files in memory, the component's services, and what must hold when all is over.
+/// The run of one input: files in memory, the services of the component, and checks at the end.
 #pragma once
 
 #include <optional>
@@ -13,8 +13,8 @@
 
 namespace fuzz {
 
-/// Puts the platform layer on files in memory while it lives. At its end no task memory, no open file and no object
-/// may be left, and the heap must never have held more than 64 MiB and twice the input.
+/// Environment of one input. The platform layer uses files in memory. The destructor requires that no task memory, open
+/// file or object is left, and that the heap never held more than 64 MiB plus twice the input.
 class Run {
 public:
   explicit Run(std::size_t inputSize);
@@ -35,7 +35,7 @@ private:
   ComPtr<IZSCueSheet> m_sheets;
 };
 
-/// A record that empties itself.
+/// A record that is freed at the end of its scope.
 class Record {
 public:
   explicit Record(Run* run) noexcept : m_run(run) {}
@@ -43,7 +43,7 @@ public:
   Record& operator=(const Record&) = delete;
   ~Record() { m_run->Images().FreeImageFileInfo(&m_info); }
 
-  /// Reads a file of the folder and checks what came of it.
+  /// Reads a file of the folder and checks the record.
   HRESULT Read(std::string_view name);
 
   zsimagefileinfo& operator*() noexcept { return m_info; }
@@ -54,7 +54,7 @@ private:
   zsimagefileinfo m_info{};
 };
 
-/// A sheet that frees itself.
+/// A sheet that is freed at the end of its scope.
 class Sheet {
 public:
   explicit Sheet(Run* run) noexcept : m_run(run) {}
@@ -74,18 +74,18 @@ private:
 };
 
 UniqueBstr Wide(std::string_view narrow);
-/// The path of a name in the folder.
+/// Returns the path of a file in the folder.
 std::string PathOf(std::string_view name);
 
-/// The CD-Text packs of a sheet, in either form; none when it has no CD-Text.
-std::optional<std::string> Packs(Run* run, ZSCUESHEET* sheet, bool withSubChannel);
+/// Encodes the CD-Text of a sheet as packs or as sub-channel symbols. Empty if the sheet has no CD-Text.
+std::optional<std::string> EncodePacks(Run* run, ZSCUESHEET* sheet, bool asSubChannel);
 
-/// Reads an image and puts its record to every use: copies, identifiers, positions, packs, and files in the formats
-/// that are written.
+/// Reads an image and checks every use of its record: copies, identifiers, positions, packs, and written files. Returns
+/// the result of reading.
 HRESULT CheckImage(Run* run, std::string_view name);
 
-/// A file of sectors for descriptions that name one: zeros, but for volume descriptors of a bridge disc where sectors
-/// of several sizes have theirs.
+/// Returns a file of sectors: zeros, and volume descriptors of a bridge disc at the offsets that they have with sectors
+/// of several sizes.
 std::shared_ptr<MemoryFile> SectorFile();
 
 } // namespace fuzz

@@ -4,10 +4,10 @@
 
 namespace {
 
-/// Fields that begin with their length, each with its distance to the next item.
-void AddFields(std::initializer_list<unsigned> distances, unsigned length, ByteWriter* file) {
-  for (const unsigned distance : distances) {
-    file->Byte(length).Zeros(length + distance - 1);
+/// Appends fields that begin with their length. After each field follow as many zeros as its gap.
+void AddFields(std::initializer_list<unsigned> gaps, unsigned length, ByteWriter* file) {
+  for (const unsigned gap : gaps) {
+    file->Byte(length).Zeros(length + gap - 1);
   }
 }
 

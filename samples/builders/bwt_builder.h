@@ -1,11 +1,11 @@
 /// @file
-/// BlindWrite descriptions, as far as their layout is known.
+/// BlindWrite descriptions, with the known fields of their layout.
 #pragma once
 
 #include <vector>
 
 #include "platform/base_types.h"
 
-/// A description of some track records, of which the last one says so.
+/// Returns a description with a number of track records. The last record is marked as the last.
 /// @param fieldLength Bytes of each counted field.
 std::vector<BYTE> BwtFile(int records, unsigned fieldLength = 3);

@@ -1,5 +1,5 @@
 /// @file
-/// Bytes of a file, written one field after the other.
+/// Writer of the bytes of a file, field by field.
 #pragma once
 
 #include <string_view>
@@ -7,7 +7,7 @@
 
 #include "platform/base_types.h"
 
-/// Collects fields at the end of a run of bytes.
+/// Appends fields to its bytes. Each function returns the writer, so that calls can be chained.
 class ByteWriter {
 public:
   ByteWriter& Byte(unsigned value) { return Big(value, 1); }
@@ -21,7 +21,7 @@ public:
     m_bytes.resize(m_bytes.size() + count);
     return *this;
   }
-  /// Text in a field of `width` bytes, with zeros behind it.
+  /// Appends a text of `width` bytes, cut or padded with zeros.
   ByteWriter& Text(std::string_view text, std::size_t width) {
     for (std::size_t i = 0; i < width; ++i) {
       m_bytes.push_back(i < text.size() ? static_cast<BYTE>(text[i]) : BYTE{0});
@@ -32,7 +32,7 @@ public:
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
     return *this;
   }
-  /// Zeros up to a size.
+  /// Appends zeros up to a size of all bytes.
   ByteWriter& PadTo(std::size_t size) { return Zeros(size > Size() ? size - Size() : 0); }
 
   std::size_t Size() const { return m_bytes.size(); }

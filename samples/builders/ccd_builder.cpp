@@ -16,7 +16,7 @@ std::string Hex(unsigned number) {
   return text;
 }
 
-/// Writes the entries of the table of contents, which are counted through the disc.
+/// Writes the entries of the table of contents, whose numbers count through all sessions.
 class EntryWriter {
 public:
   explicit EntryWriter(std::ostream* text) : m_text(text) {}
@@ -38,19 +38,19 @@ ULONG LeadOutOf(const std::vector<PlacedTrack>& tracks, UINT session) {
   return end;
 }
 
-struct KeyPlace {
-  std::size_t line = std::string::npos;       ///< Where the key's line begins.
-  std::size_t sectionEnd = std::string::npos; ///< Behind the section's heading.
+struct KeyOffsets {
+  std::size_t line = std::string::npos; ///< Start of the key's line; npos if the key is missing.
+  std::size_t section = 0;              ///< Start of the section's first line.
 };
 
-KeyPlace FindKey(const std::string& text, const std::string& section, const std::string& key) {
-  KeyPlace place;
-  place.sectionEnd = text.find("[" + section + "]\r\n") + section.size() + 4;
-  const std::size_t found = text.find("\n" + key + "=", place.sectionEnd - 1);
-  if (found < text.find('[', place.sectionEnd)) {
-    place.line = found + 1;
+KeyOffsets FindKey(const std::string& text, const std::string& section, const std::string& key) {
+  KeyOffsets offsets;
+  offsets.section = text.find("[" + section + "]\r\n") + section.size() + 4;
+  const std::size_t found = text.find("\n" + key + "=", offsets.section - 1);
+  if (found < text.find('[', offsets.section)) {
+    offsets.line = found + 1;
   }
-  return place;
+  return offsets;
 }
 
 } // namespace
@@ -82,14 +82,14 @@ std::string CcdText(const DiscPlan& disc) {
 std::string WithValue(const std::string& text, const std::string& section, const std::string& key,
                       const std::string& value) {
   std::string changed = WithoutKey(text, section, key);
-  return changed.insert(FindKey(changed, section, key).sectionEnd, key + "=" + value + "\r\n");
+  return changed.insert(FindKey(changed, section, key).section, key + "=" + value + "\r\n");
 }
 
 std::string WithoutKey(const std::string& text, const std::string& section, const std::string& key) {
   std::string changed = text;
-  const KeyPlace place = FindKey(text, section, key);
-  if (place.line != std::string::npos) {
-    changed.erase(place.line, text.find('\n', place.line) + 1 - place.line);
+  const KeyOffsets offsets = FindKey(text, section, key);
+  if (offsets.line != std::string::npos) {
+    changed.erase(offsets.line, text.find('\n', offsets.line) + 1 - offsets.line);
   }
   return changed;
 }

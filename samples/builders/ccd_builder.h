@@ -7,15 +7,15 @@
 
 #include "builders/sectors.h"
 
-/// A description of a disc, as text. Its image is DiscSectors of the same disc; all sectors have 2352 bytes.
+/// Returns the description of a disc. Its image file is DiscSectors of the same disc, with sectors of 2352 bytes.
 std::string CcdText(const DiscPlan& disc);
 
-/// The same text with another value of a key, which is added to its section when it is not there.
+/// Returns a description in which a key has another value. A missing key is added to its section.
 std::string WithValue(const std::string& text, const std::string& section, const std::string& key,
                       const std::string& value);
 
-/// The same text without a key.
+/// Returns a description without a key.
 std::string WithoutKey(const std::string& text, const std::string& section, const std::string& key);
 
-/// The same text with CD-Text packs of 18 bytes, check bytes left out as the format does.
+/// Returns a description with CD-Text packs of 18 bytes. The format omits their 2 check bytes.
 std::string WithPacks(const std::string& text, const std::vector<BYTE>& packs);

@@ -10,8 +10,8 @@ constexpr unsigned kDvd = 0x10;
 
 bool IsTrack(const MdsBlock& block) { return block.point > 0 && block.point < 100; }
 
-/// The length of a track that is not its session's first counts from the end of the one before.
-MdsBlock TrackBlock(const PlacedTrack& track, bool first) {
+/// Returns the block of a track. The length of a track includes its pregap, except for the first of a session.
+MdsBlock TrackBlock(const PlacedTrack& track, bool isFirst) {
   MdsBlock block;
   block.point = track.number;
   block.mode = track.mode == ZSMODE_AUDIO ? 0xA9 : track.mode == ZSMODE_1 ? 0xAA : 0xAC;
@@ -20,7 +20,7 @@ MdsBlock TrackBlock(const PlacedTrack& track, bool first) {
   block.lba = track.start;
   block.position = track.position;
   block.pregap = track.pregap;
-  block.length = track.sectors + (first ? 0 : track.pregap);
+  block.length = track.sectors + (isFirst ? 0 : track.pregap);
   return block;
 }
 
@@ -43,9 +43,10 @@ std::vector<BYTE> MdsBuilder::Build() const {
   const std::size_t lengthsStart = file.Size() + blocks.size() * kTrackBlockSize;
   for (const MdsBlock& block : blocks) {
     const bool hasLengths = IsTrack(block) && medium != kDvd;
-    const ULONG at = hasLengths ? static_cast<ULONG>(lengthsStart + lengths.Size()) + lengthsMoved : block.length;
+    const ULONG offsetOrLength =
+        hasLengths ? static_cast<ULONG>(lengthsStart + lengths.Size()) + lengthsMoved : block.length;
     file.Byte(block.mode).Zeros(1).Byte(block.control).Zeros(1).Byte(block.point).Zeros(5).Byte(block.format).Zeros(1);
-    file.Little32(at).Little16(block.size).Zeros(18).Little32(block.lba).Little64(block.position).Zeros(32);
+    file.Little32(offsetOrLength).Little16(block.size).Zeros(18).Little32(block.lba).Little64(block.position).Zeros(32);
     if (hasLengths) {
       lengths.Little32(block.pregap).Little32(block.length);
     }

@@ -7,33 +7,33 @@
 
 #include "builders/sectors.h"
 
-/// One track block.
+/// A track block and its length block.
 struct MdsBlock {
   unsigned point = 1;
   unsigned mode = 0xA9; ///< 0xA9 audio, 0xAA mode 1, 0xAC mode 2.
   unsigned control = 0; ///< 0x04 for data.
-  unsigned format = 0;  ///< Of the session, in the block that opens one.
+  unsigned format = 0;  ///< Format of the session, in its first block.
   ULONG size = 2352;
   ULONG lba = 0;
   UHYPER position = 0;
-  ULONG pregap = 0; ///< Of the length block.
-  ULONG length = 0; ///< Sectors; in the block itself on a DVD, else in the length block.
+  ULONG pregap = 0; ///< Sectors, in the length block.
+  ULONG length = 0; ///< Sectors, in the length block; in the track block on a DVD.
 };
 
-/// A description, field by field; each test changes one.
+/// The fields of a description. Tests change them one by one.
 struct MdsBuilder {
   std::string signature = "MEDIA DESCRIPTOR";
   unsigned major = 1;
   unsigned minor = 3;
-  unsigned medium = 0; ///< 0x10 is a DVD.
+  unsigned medium = 0; ///< 0 for a CD, 0x10 for a DVD.
   std::vector<unsigned> lastTracks;
   std::vector<MdsBlock> blocks;
   ULONG lengthsMoved = 0; ///< Added to the position of each length block.
 
-  /// The description: header, session blocks, track blocks, length blocks.
+  /// Returns the description: header, session blocks, track blocks, length blocks.
   std::vector<BYTE> Build() const;
 };
 
-/// A CD description of a disc, or the description of a DVD. Its .MDF file is DiscSectors of the same disc.
+/// Returns the description of a CD or of a DVD with one track. Its .MDF file is DiscSectors of the same disc.
 MdsBuilder MdsOf(const DiscPlan& disc);
 MdsBuilder MdsOfDvd(ULONG sectors);

@@ -31,7 +31,7 @@ struct NrgPiece {
   UHYPER bytes = 0;
 };
 
-/// Puts an image together: sectors first, then chunks in the order of the calls.
+/// Builds an image: its sectors, then chunks in the order of the calls.
 class NrgBuilder {
 public:
   NrgBuilder& Sectors(const std::vector<BYTE>& sectors);
@@ -42,11 +42,11 @@ public:
   NrgBuilder& SessionInfo(ULONG tracks);
   NrgBuilder& Chunk(const std::string& tag, const std::vector<BYTE>& payload);
 
-  /// Where the chunks begin.
+  /// Returns the offset of the first chunk.
   UHYPER BlockPosition() const { return m_sectors.size(); }
-  /// The image, its chunks ended by "END!" and the footer.
+  /// Returns the image: sectors, chunks, the chunk "END!" and the footer.
   std::vector<BYTE> Build(NrgFooter footer = NrgFooter::Long) const;
-  /// The same with any position in the footer.
+  /// Returns the image with another offset of the chunks in the footer.
   std::vector<BYTE> Build(NrgFooter footer, UHYPER blockPosition) const;
 
 private:
@@ -54,5 +54,5 @@ private:
   std::vector<BYTE> m_chunks;
 };
 
-/// A disc-at-once image of a disc, with the pause of 150 sectors before its first.
+/// Returns a disc-at-once image of a disc. It begins with the 150 sectors of the pause before track 1.
 std::vector<BYTE> NrgImage(const DiscPlan& disc);

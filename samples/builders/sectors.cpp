@@ -14,8 +14,8 @@ ULONG GapBefore(std::size_t session) { return session == 0 ? 0 : session == 1 ? 
 
 } // namespace
 
-BYTE PatternByte(ULONG lba, std::size_t place) {
-  return static_cast<BYTE>(lba * 31 + (lba >> 8) + place * 7 + (place >> 8) + 1);
+BYTE PatternByte(ULONG lba, std::size_t offset) {
+  return static_cast<BYTE>(lba * 31 + (lba >> 8) + offset * 7 + (offset >> 8) + 1);
 }
 
 std::vector<BYTE> UserData(ULONG lba, std::size_t size) {
@@ -45,13 +45,13 @@ std::vector<BYTE> Sector(ZSMODETYPE mode, ULONG size, ULONG lba, const std::vect
     sector.Byte(Bcd(MinutesOf(time))).Byte(Bcd(SecondsOf(time))).Byte(Bcd(FramesOf(time)));
     sector.Byte(mode == ZSMODE_1 ? 1 : 2);
   }
-  const std::size_t checkedFrom = hasSubHeader ? sector.Size() : 0;
+  const std::size_t checkedStart = hasSubHeader ? sector.Size() : 0;
   if (hasSubHeader) {
     sector.Big32(0x00000800).Big32(0x00000800); // The XA sub-header of form 1 data, twice.
   }
   sector.Bytes(userData);
   if (hasHeader || hasSubHeader) {
-    sector.Little32(ErrorDetectionCode(sector.Get().data() + checkedFrom, sector.Size() - checkedFrom));
+    sector.Little32(ErrorDetectionCode(sector.Get().data() + checkedStart, sector.Size() - checkedStart));
   }
   sector.PadTo(size);
   return sector.Get();

@@ -7,8 +7,8 @@
 
 #include "platform/base_types.h"
 
-/// The bytes of one block, not owned. ByteView::Block makes a view only if the block is whole, so its fields are read
-/// by their offsets without further checks. A field outside of the block reads as 0 or as empty text.
+/// The bytes of one block, not owned. ByteView::Block checks once that the block is whole, so its fields are read by
+/// their offsets without further checks. A field that is not wholly inside the block reads as 0 or as empty text.
 class BlockView {
 public:
   BlockView() = default;
@@ -22,30 +22,31 @@ public:
   ULONG Big32(std::size_t offset) const noexcept { return static_cast<ULONG>(Big(offset, 4)); }
   UHYPER Big64(std::size_t offset) const noexcept { return Big(offset, 8); }
 
-  /// Text of a field, up to its first zero byte.
+  /// Returns the text of a field, up to its first zero byte.
   std::string_view Text(std::size_t offset, std::size_t width) const noexcept {
-    if (!Holds(offset, width)) {
-      return {};
-    }
-    const std::string_view field(reinterpret_cast<const char*>(m_bytes.data()) + offset, width);
-    return field.substr(0, field.find('\0'));
+    const std::span<const BYTE> bytes = Field(offset, width);
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return text.substr(0, text.find('\0'));
   }
 
 private:
-  bool Holds(std::size_t offset, std::size_t width) const noexcept {
-    return offset <= m_bytes.size() && width <= m_bytes.size() - offset;
+  std::span<const BYTE> Field(std::size_t offset, std::size_t width) const noexcept {
+    const bool inside = offset <= m_bytes.size() && width <= m_bytes.size() - offset;
+    return inside ? m_bytes.subspan(offset, width) : std::span<const BYTE>();
   }
   UHYPER Big(std::size_t offset, std::size_t width) const noexcept {
     UHYPER number = 0;
-    for (std::size_t i = 0; Holds(offset, width) && i < width; ++i) {
-      number = number << 8 | m_bytes[offset + i];
+    for (const BYTE byte : Field(offset, width)) {
+      number = number << 8 | byte;
     }
     return number;
   }
   UHYPER Little(std::size_t offset, std::size_t width) const noexcept {
     UHYPER number = 0;
-    for (std::size_t i = 0; Holds(offset, width) && i < width; ++i) {
-      number |= UHYPER{m_bytes[offset + i]} << (8 * i);
+    int shift = 0;
+    for (const BYTE byte : Field(offset, width)) {
+      number |= UHYPER{byte} << shift;
+      shift += 8;
     }
     return number;
   }

@@ -1,17 +1,15 @@
 /// @file
-/// The one way from bytes of a file to numbers: every access tests the bounds and says false outside them.
+/// Bytes of a file at offsets that the file itself may claim. Every access checks the bounds.
 #pragma once
 
-#include <bit>
-#include <cstring>
+#include <algorithm>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "foundation/block_view.h"
 
-/// A stretch of bytes, not owned. Offsets may have any value: an access that does not lie wholly inside is
-/// refused, with the target unchanged.
+/// A range of bytes, not owned. An access at any offset is safe. One that is not wholly inside the range fails and
+/// leaves its target unchanged.
 class ByteView {
 public:
   ByteView() = default;
@@ -22,73 +20,36 @@ public:
   std::size_t Size() const noexcept { return m_bytes.size(); }
   const BYTE* Data() const noexcept { return m_bytes.data(); }
 
-  /// Whether `count` bytes stand at `offset`.
-  bool Holds(UHYPER offset, UHYPER count) const noexcept {
-    return offset <= m_bytes.size() && count <= m_bytes.size() - offset;
-  }
-
-  bool Byte(UHYPER offset, BYTE* value) const noexcept { return Number<std::endian::little>(offset, value); }
-  bool Little16(UHYPER offset, std::uint16_t* value) const noexcept {
-    return Number<std::endian::little>(offset, value);
-  }
-  bool Little32(UHYPER offset, std::uint32_t* value) const noexcept {
-    return Number<std::endian::little>(offset, value);
-  }
-  bool Little64(UHYPER offset, std::uint64_t* value) const noexcept {
-    return Number<std::endian::little>(offset, value);
-  }
-  bool Big16(UHYPER offset, std::uint16_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
-  bool Big32(UHYPER offset, std::uint32_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
-  bool Big64(UHYPER offset, std::uint64_t* value) const noexcept { return Number<std::endian::big>(offset, value); }
-
-  /// Finds the block of `size` bytes at `offset`. False, with `*block` unchanged, if it is not wholly inside.
+  /// Finds the block of `size` bytes at `offset`.
   bool Block(UHYPER offset, std::size_t size, BlockView* block) const noexcept {
-    if (!Holds(offset, size)) {
+    const ByteView part = Part(offset, size);
+    if (part.Size() != size) {
       return false;
     }
-    *block = BlockView(m_bytes.subspan(static_cast<std::size_t>(offset), size));
+    *block = BlockView(part.m_bytes);
     return true;
   }
 
-  /// Whether exactly this text stands at `offset`.
+  bool Byte(UHYPER offset, BYTE* value) const noexcept {
+    BlockView block;
+    const bool inside = Block(offset, 1, &block);
+    *value = inside ? block.Byte(0) : *value;
+    return inside;
+  }
+
+  /// Returns whether exactly this text is at `offset`.
   bool HasText(UHYPER offset, std::string_view text) const noexcept {
-    return Holds(offset, text.size()) && std::memcmp(At(offset), text.data(), text.size()) == 0;
+    const ByteView part = Part(offset, text.size());
+    return std::equal(part.m_bytes.begin(), part.m_bytes.end(), text.begin(), text.end(),
+                      [](BYTE byte, char letter) { return byte == static_cast<BYTE>(letter); });
   }
 
-  /// Text of a fixed field, up to its first zero byte. Empty where the field does not lie wholly inside.
-  std::string_view Text(UHYPER offset, std::size_t width) const noexcept {
-    if (!Holds(offset, width)) {
-      return {};
-    }
-    const std::string_view field(reinterpret_cast<const char*>(At(offset)), width);
-    return field.substr(0, field.find('\0'));
-  }
-
-  /// The part from `offset` on, at most `count` bytes of it; empty behind the end.
+  /// Returns the part from `offset` on: at most `count` bytes, none after the end.
   ByteView Part(UHYPER offset, UHYPER count) const noexcept {
-    if (offset >= m_bytes.size()) {
-      return {};
-    }
-    const auto start = static_cast<std::size_t>(offset);
-    const std::size_t rest = m_bytes.size() - start;
-    return ByteView(m_bytes.subspan(start, count < rest ? static_cast<std::size_t>(count) : rest));
+    const auto start = static_cast<std::size_t>(std::min<UHYPER>(offset, m_bytes.size()));
+    return ByteView(m_bytes.subspan(start, static_cast<std::size_t>(std::min<UHYPER>(count, m_bytes.size() - start))));
   }
 
 private:
-  const BYTE* At(UHYPER offset) const noexcept { return m_bytes.data() + static_cast<std::size_t>(offset); }
-
-  template <std::endian Order, class T> bool Number(UHYPER offset, T* value) const noexcept {
-    if (!Holds(offset, sizeof(T))) {
-      return false;
-    }
-    T number = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-      const std::size_t place = Order == std::endian::big ? i : sizeof(T) - 1 - i;
-      number = static_cast<T>((UHYPER{number} << 8) | At(offset)[place]);
-    }
-    *value = number;
-    return true;
-  }
-
   std::span<const BYTE> m_bytes;
 };

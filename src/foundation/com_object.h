@@ -1,5 +1,5 @@
 /// @file
-/// The common part of all objects: counted references, aggregation, and the module's lock count.
+/// The base of all objects: counts references, supports aggregation and keeps the library loaded.
 #pragma once
 
 #include <atomic>
@@ -8,23 +8,22 @@
 #include "foundation/module.h"
 #include "platform/unknown.h"
 
-/// An object of the one interface `I`, plain or as a part of an outer object. It keeps the module locked while
-/// it lives and goes away with its last reference. Created by CreateObject only.
+/// An object with the single interface `I`, plain or aggregated. CreateObject creates it; releasing its last reference
+/// deletes it.
 template <class I> class CountedObject : public I {
 public:
   CountedObject(const CountedObject&) = delete;
   CountedObject& operator=(const CountedObject&) = delete;
 
-  // The identity is the outer object's, where there is one.
+  // An aggregated object has the identity and the references of its outer object.
   HRESULT QueryInterface(REFIID iid, void** object) final { return m_outer->QueryInterface(iid, object); }
   ULONG AddRef() final { return m_outer->AddRef(); }
   ULONG Release() final { return m_outer->Release(); }
 
-  /// Called once after construction; a failure ends the creation. A reference taken and given back meanwhile
-  /// does not destroy the object.
+  /// Completes the construction. A failure ends the creation.
   virtual HRESULT FinalConstruct() { return S_OK; }
 
-  /// The object's own references, whatever its outer object does.
+  /// Returns the object's own IUnknown, which does not delegate to the outer object.
   IUnknown* Inner() noexcept { return &m_inner; }
 
 protected:
@@ -49,7 +48,6 @@ private:
         AddRef();
         return S_OK;
       }
-      // Calls are never carried to another thread, so there is no marshaler behind IMarshal.
       if (iid != m_iid) {
         return E_NOINTERFACE;
       }
@@ -61,7 +59,7 @@ private:
     ULONG Release() override {
       const ULONG left = --m_references;
       if (left == 0) {
-        ++m_references; // What the destructor lends out must not destroy the object again.
+        ++m_references; // The destructor may add and release references.
         delete m_owner;
       }
       return left;
@@ -77,9 +75,9 @@ private:
   IUnknown* m_outer;
 };
 
-/// Makes an object of class `T`, whose constructor takes the outer object, and asks it for an interface.
-/// @return CLASS_E_NOAGGREGATION when an outer object asks for other than IUnknown; E_POINTER for a null
-/// `object`; E_OUTOFMEMORY; what FinalConstruct or the query answer.
+/// Creates an object of class `T`, whose constructor has the outer object as its parameter, and queries its interface.
+/// @return CLASS_E_NOAGGREGATION if `iid` is not IUnknown although there is an outer object; E_POINTER for a null
+/// `object`; E_OUTOFMEMORY; the code of FinalConstruct or of the query.
 template <class T> HRESULT CreateObject(IUnknown* outer, REFIID iid, void** object) noexcept {
   if (object == nullptr) {
     return E_POINTER;
@@ -88,11 +86,11 @@ template <class T> HRESULT CreateObject(IUnknown* outer, REFIID iid, void** obje
   if (outer != nullptr && iid != IID_IUnknown) {
     return CLASS_E_NOAGGREGATION;
   }
-  T* made = new (std::nothrow) T(outer);
-  if (made == nullptr) {
+  T* created = new (std::nothrow) T(outer);
+  if (created == nullptr) {
     return E_OUTOFMEMORY;
   }
-  const ComPtr<IUnknown> creation(made->Inner()); // Holds the object until another reference does.
-  const HRESULT result = made->FinalConstruct();
-  return FAILED(result) ? result : creation->QueryInterface(iid, object);
+  const ComPtr<IUnknown> first(created->Inner()); // Keeps the object until the query has its own reference.
+  const HRESULT result = created->FinalConstruct();
+  return FAILED(result) ? result : first->QueryInterface(iid, object);
 }

@@ -15,18 +15,18 @@ bool CZSFile::OpenForReading(const std::string& path) noexcept {
 }
 
 bool CZSFile::Read(void* buffer, DWORD count) noexcept {
-  DWORD done = 0;
-  return ReadCount(buffer, count, &done);
+  DWORD bytesRead = 0;
+  return ReadCount(buffer, count, &bytesRead);
 }
 
-bool CZSFile::ReadCount(void* buffer, DWORD count, DWORD* done) noexcept {
-  *done = 0;
-  return count == 0 || (ReadFile(m_file.Get(), buffer, count, done) && *done == count);
+bool CZSFile::ReadCount(void* buffer, DWORD count, DWORD* bytesRead) noexcept {
+  *bytesRead = 0;
+  return count == 0 || (ReadFile(m_file.Get(), buffer, count, bytesRead) && *bytesRead == count);
 }
 
 bool CZSFile::Write(const void* buffer, DWORD count) noexcept {
-  DWORD done = 0;
-  return count == 0 || (WriteFile(m_file.Get(), buffer, count, &done) && done == count);
+  DWORD bytesWritten = 0;
+  return count == 0 || (WriteFile(m_file.Get(), buffer, count, &bytesWritten) && bytesWritten == count);
 }
 
 UHYPER CZSFile::Seek64(std::int64_t distance, DWORD origin) noexcept {
@@ -40,8 +40,8 @@ bool CZSFindFile::FindFile(const std::string& path) noexcept {
     return false;
   }
   try {
-    const bool pattern = path.find_first_of("*?") != std::string::npos;
-    m_path = pattern ? path : path.substr(0, PathFindFileNameA(path)) + m_file.name;
+    const bool isPattern = path.find_first_of("*?") != std::string::npos;
+    m_path = isPattern ? path : path.substr(0, PathFindFileNameA(path)) + m_file.name;
     return true;
   } catch (const std::bad_alloc&) {
     Close();

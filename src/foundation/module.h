@@ -1,12 +1,12 @@
 /// @file
-/// The module: what the whole library shares.
+/// The lock count of the library.
 #pragma once
 
 #include <atomic>
 
 #include "platform/base_types.h"
 
-/// Counts what keeps the library in memory: each live object and each lock of a host.
+/// Counts what keeps the library loaded: live objects, references to factories, and locks of hosts.
 class ModuleLocks {
 public:
   void Lock() noexcept { ++m_locks; }
@@ -17,5 +17,8 @@ private:
   std::atomic<LONG> m_locks{0};
 };
 
-/// The one module of the library.
-ModuleLocks& Module() noexcept;
+/// Returns the count of this library.
+inline ModuleLocks& Module() noexcept {
+  static constinit ModuleLocks locks;
+  return locks;
+}

@@ -35,9 +35,9 @@ void ReplaceFileName(std::string* path, std::string_view name) {
 }
 
 bool HasExtension(std::string_view path, std::string_view extension) {
-  std::string_view own = path.substr(PathFindExtensionA(path));
-  if (!own.empty() && (extension.empty() || extension.front() != '.')) {
-    own.remove_prefix(1);
+  std::string_view found = path.substr(PathFindExtensionA(path));
+  if (!found.empty() && !extension.starts_with('.')) {
+    found.remove_prefix(1);
   }
-  return lstrcmpiA(own, extension) == 0;
+  return lstrcmpiA(found, extension) == 0;
 }

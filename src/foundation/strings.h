@@ -1,5 +1,5 @@
 /// @file
-/// From the wide strings of the interfaces to narrow text and back.
+/// Conversion between the wide strings of the interfaces and narrow text.
 #pragma once
 
 #include <string>
@@ -7,18 +7,18 @@
 
 #include "platform/bstr.h"
 
-/// Narrow text of a string, up to its first zero unit.
+/// Converts a string to narrow text, up to its first zero.
 std::string NarrowText(BSTR text);
 
-/// A new string of narrow text, up to its first zero byte, that the caller frees; null for empty text. Throws
-/// std::bad_alloc.
+/// Converts narrow text, up to its first zero, to a new string that the caller frees. Null for empty text.
+/// @throws std::bad_alloc.
 BSTR NewBstr(std::string_view narrow);
 
-/// The same, cut to at most so many wide units, between two characters.
+/// Does the same with at most `limit` wide units. Cuts between two characters.
 BSTR NewBstr(std::string_view narrow, std::size_t limit);
 
-/// A copy of a string that the caller frees; null for null. Throws std::bad_alloc.
+/// Copies a string. The caller frees the copy. Null for null. @throws std::bad_alloc.
 BSTR CopyBstr(BSTR text);
 
-/// The longest start of the text that has at most `limit` bytes and ends between two characters.
+/// Returns the longest start of the text that has at most `limit` bytes and ends between two characters.
 std::string_view CutAtCharacter(std::string_view narrow, std::size_t limit);

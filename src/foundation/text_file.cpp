@@ -9,7 +9,7 @@ bool TextFile::Open(const std::string& path) noexcept {
 }
 
 bool TextFile::Rewind() noexcept {
-  if (m_whole && m_ended) { // A short file is read once.
+  if (m_holdsStart && m_holdsEnd) { // A short file is read once.
     m_next = 0;
     return true;
   }
@@ -17,35 +17,35 @@ bool TextFile::Rewind() noexcept {
   return m_file.Seek64(0, FILE_BEGIN) == 0;
 }
 
-/// Reads on behind what is left of the buffer.
+void TextFile::Clear() noexcept {
+  m_next = m_end = 0;
+  m_holdsStart = true;
+  m_holdsEnd = false;
+}
+
+/// Drops the lines that were returned and fills the rest of the buffer.
 void TextFile::Fill() noexcept {
+  m_holdsStart = m_holdsStart && m_next == 0;
   std::memmove(m_buffer.data(), m_buffer.data() + m_next, m_end - m_next);
-  m_whole = m_whole && m_next == 0;
   m_end -= m_next;
   m_next = 0;
-  DWORD came = 0;
-  m_ended = !m_file.ReadCount(m_buffer.data() + m_end, static_cast<DWORD>(m_buffer.size() - m_end), &came);
-  m_zeros = m_zeros || std::memchr(m_buffer.data() + m_end, '\0', came) != nullptr;
-  m_end += came;
+  DWORD bytesRead = 0;
+  m_holdsEnd = !m_file.ReadCount(m_buffer.data() + m_end, static_cast<DWORD>(m_buffer.size() - m_end), &bytesRead);
+  m_end += bytesRead;
 }
 
 bool TextFile::NextLine(std::string_view* line) noexcept {
-  if (m_end - m_next < kLineLimit && !m_ended) {
+  if (m_end - m_next < kLineLimit && !m_holdsEnd) {
     Fill();
   }
-  const char* start = m_buffer.data() + m_next;
-  const std::size_t limit = std::min(m_end - m_next, kLineLimit);
-  std::size_t length = limit;
-  if (const void* end = std::memchr(start, '\n', limit); end != nullptr) {
-    length = static_cast<std::size_t>(static_cast<const char*>(end) - start);
-    m_next += length + 1;
-    length -= length != 0 && start[length - 1] == '\r' ? 1 : 0;
-  } else {
-    m_next += limit;
+  std::string_view text(m_buffer.data() + m_next, std::min(m_end - m_next, kLineLimit));
+  const bool isLine = !text.empty();
+  const std::size_t end = text.find('\n');
+  m_next += end == std::string_view::npos ? text.size() : end + 1;
+  if (end != std::string_view::npos) {
+    text = text.substr(0, end);
+    text.remove_suffix(text.ends_with('\r') ? 1 : 0);
   }
-  *line = std::string_view(start, length);
-  if (m_zeros) {
-    *line = line->substr(0, line->find('\0'));
-  }
-  return limit != 0;
+  *line = text.substr(0, text.find('\0'));
+  return isLine;
 }

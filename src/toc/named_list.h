@@ -6,43 +6,36 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
-/// Owns elements in order and finds the first of each name, as NameOf(element) gives it. Only a long list has an
-/// index for that: with one for every list, a text of many small nodes would take several times the memory.
-template <class Element> class NamedList {
+/// Elements in order of insertion, each with a name, which is its member `kName`. Only a long list has an index: one
+/// for every list would multiply the memory of a text of many small nodes.
+template <class Element, std::string Element::*kName> class NamedList {
 public:
-  /// Appends an element. It stays where it is as long as it lives, and so must its name.
+  /// Appends an element. Its address never changes, and its name must not.
   template <class... Arguments> Element* Append(Arguments&&... arguments) {
     Element* added = &m_elements.emplace_back(std::forward<Arguments>(arguments)...);
     if (m_index != nullptr) {
-      m_index->try_emplace(NameOf(*added), added);
+      m_index->try_emplace(added->*kName, added);
     } else if (m_elements.size() > kLongestWithoutIndex) {
       m_index = std::make_unique<Index>();
       for (Element& element : m_elements) {
-        m_index->try_emplace(NameOf(element), &element);
+        m_index->try_emplace(element.*kName, &element);
       }
     }
     return added;
   }
 
-  /// Null when there is no element of that name.
-  Element* Find(std::string_view name) {
-    if (m_index != nullptr) {
-      const auto found = m_index->find(name);
-      return found == m_index->end() ? nullptr : found->second;
-    }
-    const auto found = std::find_if(m_elements.begin(), m_elements.end(),
-                                    [name](const Element& element) { return NameOf(element) == name; });
-    return found == m_elements.end() ? nullptr : &*found;
-  }
-  const Element* Find(std::string_view name) const { return const_cast<NamedList*>(this)->Find(name); }
+  /// Returns the first element with a name, or null.
+  Element* Find(std::string_view name) { return FindIn(m_elements, m_index.get(), name); }
+  const Element* Find(std::string_view name) const { return FindIn(m_elements, m_index.get(), name); }
 
   const std::list<Element>& Elements() const noexcept { return m_elements; }
 
-  /// Hands all elements over; the list is empty then.
-  std::list<Element> TakeAll() noexcept {
+  /// Moves all elements out. The list is empty afterwards.
+  std::list<Element> ReleaseAll() noexcept {
     m_index.reset();
     return std::exchange(m_elements, {});
   }
@@ -50,6 +43,16 @@ public:
 private:
   using Index = std::map<std::string_view, Element*>;
   static constexpr std::size_t kLongestWithoutIndex = 16;
+
+  template <class List>
+  static auto FindIn(List& elements, const Index* index, std::string_view name) -> decltype(&elements.front()) {
+    if (index != nullptr) {
+      const auto found = index->find(name);
+      return found == index->end() ? nullptr : found->second;
+    }
+    const auto found = std::ranges::find(elements, name, kName);
+    return found == elements.end() ? nullptr : &*found;
+  }
 
   std::list<Element> m_elements;
   std::unique_ptr<Index> m_index;

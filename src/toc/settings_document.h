@@ -1,60 +1,63 @@
 /// @file
 /// A settings document: a tree of named values, addressed by paths, with its text form.
 ///
-/// A path is a text of names separated by ":", such as "ROOT:NODE:KEY". The last part is the key of a value,
-/// the others are names of nodes, the first of them the root's. A path of fewer than two parts addresses nothing:
-/// writing changes nothing, reading finds nothing.
+/// A path consists of names separated by ":", such as "ROOT:NODE:KEY". The last is the key of a value, the others are
+/// names of nodes, the first of them the root's. A path of fewer than two names addresses nothing: a write changes
+/// nothing, a read finds nothing.
 ///
 /// In the text form each node is a pair of tags on lines of their own, with its values before its child nodes and
-/// three blanks of indent for each level. Nothing is escaped: a "<" in a value does not survive.
+/// three blanks of indent for each level. Nothing is escaped: a value with a "<" is not read back.
 #pragma once
 
-#include <optional>
+#include <concepts>
 #include <ostream>
+#include <span>
 #include <string>
-#include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "toc/tree_builder.h"
 
-/// The number at the start of a text: white space, one sign, decimal digits; what follows is ignored. Numbers
-/// beyond 64 bits come out as the nearest that 64 bits hold. None when there is no digit.
-std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept;
-
 class CZSSettingsDocument : public CZSTagParser {
 public:
-  /// The parts of a path. Null, an empty text and one without ":" have none; a ":" at the end adds none.
+  /// Returns the names of a path. Null, an empty text and one without ":" have none; a ":" at the end adds none.
   static std::vector<std::string> SplitPath(const char* path);
 
-  /// Stores a value as text. Nodes that are missing are made; a root of another name is renamed. @return true.
+  /// Stores a value as text. Creates missing nodes; a root of another name is renamed. @return true.
   bool SetValue(const char* path, const std::string& value);
-  bool SetValue(const char* path, const char* value);
-  bool SetValue(const char* path, LONG value);
-  bool SetValue(const char* path, USHORT value);
-  bool SetValue(const char* path, ULONG value);
+  template <std::integral Number> bool SetValue(const char* path, Number value) {
+    return SetValue(path, std::to_string(value));
+  }
 
-  /// Delivers the text of a value. @return false, with the default delivered, when there is no such value.
-  bool GetValue(const char* path, std::string* value, const std::string& missing) const;
-  /// Delivers a value as a number. @return false, with the default delivered, also when the text does not begin
-  /// with a number of signed 32 bits.
-  bool GetValue(const char* path, LONG* value, LONG missing) const;
+  /// Reads a value as text or as a number (LONG), like GetValue of its node. @return false, with `*value` set to
+  /// `missing`, also if there is no such node.
+  template <class Value>
+  bool GetValue(const char* path, Value* value, const std::type_identity_t<Value>& missing) const {
+    const std::vector<std::string> names = SplitPath(path);
+    const CZSSettingsNode* node = names.size() < 2 ? nullptr : FindNode(std::span(names).first(names.size() - 1));
+    if (node == nullptr) {
+      *value = missing;
+      return false;
+    }
+    return node->GetValue(names.back(), value, missing);
+  }
 
-  /// The node that a path of node names alone leads to; null when there is none.
-  const CZSSettingsNode* FindNode(const char* path) const;
+  /// Returns the node of a path without a key, or null.
+  const CZSSettingsNode* FindNode(const char* path) const { return FindNode(SplitPath(path)); }
 
-  void Clear() noexcept { m_builder.Clear(); }
+  void Clear() noexcept { m_builder = {}; }
   const CZSSettingsNode& Root() const noexcept { return m_builder.Root(); }
 
-  /// Writes the text form, with a line feed at the end of each line.
+  /// Writes the text form, with a line feed at the end of each line. Uses stack for each level of the tree.
   void WriteText(std::ostream& stream) const;
-  /// Replaces a file by the text form, with CR LF at the end of each line. Failures are not told.
+  /// Replaces a file by the text form, with CR LF at the end of each line. Does not report failures.
   void Save(const std::string& path) const;
-  /// Replaces the tree by that of a file, with either kind of line end. A file that does not open leaves the tree
-  /// as it was; this is not told, nor is any other failure.
+  /// Replaces the tree by that of a file with either kind of line ends. A file that cannot be read leaves the tree
+  /// unchanged. Does not report failures.
   void Load(const std::string& path);
 
 private:
-  const CZSSettingsNode* FindNode(const std::vector<std::string>& parts, std::size_t names) const;
+  const CZSSettingsNode* FindNode(std::span<const std::string> names) const;
 
   CZSTreeBuilder m_builder;
 };

@@ -1,23 +1,48 @@
 #include "toc/settings_node.h"
 
-#include <utility>
-#include <vector>
+#include <algorithm>
+#include <limits>
 
-CZSSettingsNode::CZSSettingsNode(const CZSSettingsNode& other) : CZSSettingsNode() {
-  std::vector<std::pair<const CZSSettingsNode*, CZSSettingsNode*>> pending{{&other, this}};
-  while (!pending.empty()) {
-    const auto [source, copy] = pending.back();
-    pending.pop_back();
-    copy->name = source->name;
-    copy->attributes = source->attributes;
-    copy->parent = source->parent;
-    for (const CZSSettingsEntry& entry : source->Entries()) {
-      copy->m_entries.Append(entry);
-    }
-    for (const CZSSettingsNode& child : source->Children()) {
-      pending.emplace_back(&child, copy->AppendChild(child.name, child.attributes));
-    }
+#include "platform/digits.h"
+
+std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
+  while (!text.empty() && platform::IsBlank(text.front())) {
+    text.remove_prefix(1);
   }
+  const bool negative = platform::ParseSign(&text);
+  const platform::Digits digits = platform::ParseDigits(&text, 10);
+  if (!digits.found) {
+    return std::nullopt;
+  }
+  constexpr std::uint64_t kMax = std::numeric_limits<std::int64_t>::max();
+  const auto number = static_cast<std::int64_t>(digits.overflows ? kMax : std::min(digits.value, kMax));
+  return negative ? -number : number;
+}
+
+// Moves the children of each node into one list before the node is destroyed, so that destructors do not nest.
+CZSSettingsNode::~CZSSettingsNode() {
+  std::list<CZSSettingsNode> nodes = m_children.ReleaseAll();
+  while (!nodes.empty()) {
+    nodes.splice(nodes.end(), nodes.front().m_children.ReleaseAll());
+    nodes.pop_front();
+  }
+}
+
+bool CZSSettingsNode::GetValue(std::string_view key, std::string* value, const std::string& missing) const {
+  const CZSSettingsEntry* entry = m_entries.Find(key);
+  *value = entry == nullptr ? missing : entry->value;
+  return entry != nullptr;
+}
+
+bool CZSSettingsNode::GetValue(std::string_view key, LONG* value, LONG missing) const {
+  *value = missing;
+  const CZSSettingsEntry* entry = m_entries.Find(key);
+  const std::optional<std::int64_t> number = entry == nullptr ? std::nullopt : LeadingNumber(entry->value);
+  if (!number || *number < std::numeric_limits<LONG>::min() || *number > std::numeric_limits<LONG>::max()) {
+    return false;
+  }
+  *value = static_cast<LONG>(*number);
+  return true;
 }
 
 void CZSSettingsNode::SetEntry(std::string_view key, std::string_view value, std::string_view entryAttributes) {
@@ -27,26 +52,5 @@ void CZSSettingsNode::SetEntry(std::string_view key, std::string_view value, std
   } else {
     entry->value = value;
     entry->attributes = entryAttributes;
-  }
-}
-
-CZSSettingsNode* CZSSettingsNode::AppendChild(std::string_view childName, std::string_view childAttributes) {
-  return m_children.Append(childName, childAttributes, this);
-}
-
-void CZSSettingsNode::Clear() noexcept {
-  DropChildren();
-  m_entries.TakeAll();
-  name.clear();
-  attributes.clear();
-  parent = nullptr;
-}
-
-// Each node hands its children up before it goes, so that no destructor meets a node that has any left.
-void CZSSettingsNode::DropChildren() noexcept {
-  std::list<CZSSettingsNode> dropped = m_children.TakeAll();
-  while (!dropped.empty()) {
-    dropped.splice(dropped.end(), dropped.front().m_children.TakeAll());
-    dropped.pop_front();
   }
 }

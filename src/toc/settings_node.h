@@ -1,64 +1,65 @@
 /// @file
-/// The nodes of a settings document: named values and named child nodes.
+/// Nodes of a settings document: named values and named child nodes.
 ///
-/// Names, keys and values are strings of bytes of any content and length, compared byte for byte.
+/// Names, keys and values are byte strings of any content and length. They are compared byte for byte.
 #pragma once
 
+#include <cstdint>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/base_types.h"
 #include "toc/named_list.h"
 
-/// One named value.
+/// Returns the number at the start of a text, after white space and one sign. Numbers of more than 64 bits become the
+/// nearest that 64 bits hold. Empty if there is no digit.
+std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept;
+
+/// A named value.
 struct CZSSettingsEntry {
   std::string key;        ///< The name of the value.
   std::string value;      ///< The value as text.
-  std::string attributes; ///< Raw attribute text of the tag that it was read from; empty when it was set.
+  std::string attributes; ///< Raw attribute text of the tag that it was read from; empty if it was set.
 };
 
-inline std::string_view NameOf(const CZSSettingsEntry& entry) noexcept { return entry.key; }
-
-/// One node. It owns its entries and children and finds both by name. Neither
-/// copying nor destruction goes deeper into the stack than one node, however deep the tree.
+/// A node of the tree, which owns its entries and children. Its destructor uses the same stack for any depth.
 class CZSSettingsNode {
 public:
   CZSSettingsNode() = default;
   CZSSettingsNode(std::string_view nodeName, std::string_view nodeAttributes, CZSSettingsNode* parentNode)
       : name(nodeName), attributes(nodeAttributes), parent(parentNode) {}
-  /// A deep copy. The copy and all nodes below it keep the parent links of their originals.
-  CZSSettingsNode(const CZSSettingsNode& other);
-  CZSSettingsNode& operator=(const CZSSettingsNode&) = delete;
-  ~CZSSettingsNode() { DropChildren(); }
+  CZSSettingsNode(CZSSettingsNode&&) = default;
+  CZSSettingsNode& operator=(CZSSettingsNode&&) = default;
+  ~CZSSettingsNode();
 
-  /// The entry of a key; null when there is none.
-  const CZSSettingsEntry* FindEntry(std::string_view key) const { return m_entries.Find(key); }
-  /// Gives the entry of a key a value, at its place, or appends an entry.
+  /// Reads the text of an entry. @return false, with `*value` set to `missing`, if there is no entry of that key.
+  bool GetValue(std::string_view key, std::string* value, const std::string& missing) const;
+  /// Reads an entry as a number. @return false, with `*value` set to `missing`, also if the text does not start with a
+  /// number of signed 32 bits.
+  bool GetValue(std::string_view key, LONG* value, LONG missing) const;
+  /// Replaces the value of an entry, which keeps its position, or appends an entry.
   void SetEntry(std::string_view key, std::string_view value, std::string_view entryAttributes);
 
-  /// The first child of a name; null when there is none.
+  /// Returns the first child of a name, or null.
   const CZSSettingsNode* FindChild(std::string_view childName) const { return m_children.Find(childName); }
   CZSSettingsNode* FindChild(std::string_view childName) { return m_children.Find(childName); }
-  /// Appends a child, also when there is one of that name. It stays where it is as long as it lives.
-  CZSSettingsNode* AppendChild(std::string_view childName, std::string_view childAttributes);
+  /// Appends a child, also if there is one of that name. Its address does not change.
+  CZSSettingsNode* AppendChild(std::string_view childName, std::string_view childAttributes) {
+    return m_children.Append(childName, childAttributes, this);
+  }
 
-  /// Makes the node what it was when it was new.
-  void Clear() noexcept;
-
-  /// In the order of first assignment; a key stands at most once.
+  /// Returns the entries in order of first assignment, each key once.
   const std::list<CZSSettingsEntry>& Entries() const noexcept { return m_entries.Elements(); }
-  /// In the order of creation; names need not be unique.
+  /// Returns the children in order of creation. Names need not be unique.
   const std::list<CZSSettingsNode>& Children() const noexcept { return m_children.Elements(); }
 
   std::string name;                  ///< Must not change once the node is a child.
   std::string attributes;            ///< Raw attribute text of the tag that the node was read from.
-  CZSSettingsNode* parent = nullptr; ///< The enclosing node; followed only while a text is being read.
+  CZSSettingsNode* parent = nullptr; ///< The enclosing node. Used only while a text is read.
 
 private:
-  void DropChildren() noexcept;
-
-  NamedList<CZSSettingsEntry> m_entries;
-  NamedList<CZSSettingsNode> m_children;
+  NamedList<CZSSettingsEntry, &CZSSettingsEntry::key> m_entries;
+  NamedList<CZSSettingsNode, &CZSSettingsNode::name> m_children;
 };
-
-inline std::string_view NameOf(const CZSSettingsNode& node) noexcept { return node.name; }

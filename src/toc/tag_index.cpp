@@ -1,10 +1,31 @@
+// How tags pair, shown on a text of ten characters:
+//
+//     offset  0123456789
+//     text    <b><b></b>      one element name: "b"
+//
+// The text is read backward, from each ">" to the "<" that starts its tag, and each name keeps a stack of the closing
+// tags that are not paired yet:
+//
+//     ">" at 9   "b", then "/" and "<": a closing tag of "b". Its offset 6 goes on the stack of "b".
+//     ">" at 5   The tag at 3 opens an element "b": its closing tag is the top of the stack, 6.
+//                "b", then "<": a plain opening tag of "b". It removes 6 from the stack.
+//     ">" at 2   The tag at 0 opens an element "b". The stack is empty: the element has no closing tag.
+//
+// A name may contain "<" and end like another name, so that one ">" may end a tag of several names. The names are
+// sorted by their reversed text, and each character that is read narrows the range of names that still match.
 #include "toc/tag_index.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <map>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace {
+
+/// Offsets of the closing tags of each element name that are not paired yet, by the reversed name.
+using ClosingTags = std::map<std::string, std::vector<ULONG>>;
+using ElementName = ClosingTags::value_type;
 
 TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexcept {
   TextTag tag;
@@ -18,54 +39,26 @@ TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexc
   return tag;
 }
 
-/// The order of names by their last characters first.
-bool EndsBefore(std::string_view left, std::string_view right) noexcept {
-  const auto below = [](char l, char r) { return static_cast<unsigned char>(l) < static_cast<unsigned char>(r); };
-  return std::lexicographical_compare(left.rbegin(), left.rend(), right.rbegin(), right.rend(), below);
-}
-
-constexpr std::size_t kEndLength = 8;
-
-/// The last characters of a name as a number, the very last on top and zeros before the first, which tells the order of
-/// most names.
-std::uint64_t EndOf(std::string_view name) noexcept {
-  std::uint64_t end = 0;
-  for (std::size_t i = 1; i <= kEndLength; ++i) {
-    end = end << 8 | (i <= name.size() ? static_cast<unsigned char>(name[name.size() - i]) : 0);
-  }
-  return end;
-}
-
-/// An opening tag, to be put in that order.
-struct OpeningTag {
-  std::uint64_t nameEnd;
-  ULONG nameSize;
-  ULONG place;
-};
-
-/// Narrows names in that order to those that have `c` at a place counted from the end.
-template <class Names> Names NamesWith(Names names, std::size_t fromEnd, char c) {
-  const auto at = [fromEnd](const auto& name) {
-    return fromEnd < name.text.size() ? static_cast<unsigned char>(name.text[name.text.size() - 1 - fromEnd]) : -1;
+/// Returns the names that have a character at an index. The names must be sorted and agree before that index.
+std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std::size_t index, char wanted) {
+  const auto characterOf = [index](const ElementName* name) {
+    return index < name->first.size() ? static_cast<unsigned char>(name->first[index]) : -1;
   };
-  const int wanted = static_cast<unsigned char>(c);
-  const auto from = std::partition_point(names.begin(), names.end(), [&](const auto& n) { return at(n) < wanted; });
-  const auto to = std::partition_point(from, names.end(), [&](const auto& n) { return at(n) == wanted; });
-  return Names(from, to);
+  const int character = static_cast<unsigned char>(wanted);
+  const auto first = std::ranges::lower_bound(names, character, {}, characterOf);
+  return {first, std::ranges::upper_bound(first, names.end(), character, {}, characterOf)};
 }
 
-/// Takes the opening and closing tags that end at the end of a stretch into account, for all names at once: the
-/// stretch, which ends before a ">", is read backwards as long as some name ends like it.
-template <class Name> void TakeTags(std::string_view stretch, std::size_t offset, std::span<Name> names) {
-  for (std::size_t i = stretch.size(); i > 0 && !names.empty(); --i) {
-    const std::size_t length = stretch.size() - i;
-    const char before = stretch[i - 1];
-    if (names.front().text.size() == length) {
-      std::vector<ULONG>* closings = &names.front().closings;
-      if (before == '/' && i > 1 && stretch[i - 2] == '<') {
-        closings->push_back(static_cast<ULONG>(offset + i - 2));
-      } else if (before == '<' && !closings->empty()) {
-        closings->pop_back();
+/// Counts the opening and closing tags of all names in the text before a ">", which starts at an offset.
+void CountTags(std::string_view text, std::size_t offset, std::span<ElementName* const> names) {
+  for (std::size_t i = text.size(); i > 0 && !names.empty(); --i) {
+    const std::size_t length = text.size() - i;
+    const char before = text[i - 1];
+    if (auto& [name, closings] = *names.front(); name.size() == length) {
+      if (before == '/' && i > 1 && text[i - 2] == '<') {
+        closings.push_back(static_cast<ULONG>(offset + i - 2));
+      } else if (before == '<' && !closings.empty()) {
+        closings.pop_back();
       }
     }
     names = NamesWith(names, length, before);
@@ -84,9 +77,8 @@ TagIndex::TagIndex(std::string_view text) : m_text(text) {
   PairTags();
 }
 
-const TextTag* TagIndex::FirstFrom(std::size_t position) const noexcept {
-  const auto found = std::partition_point(m_tags.begin(), m_tags.end(),
-                                          [position](const TextTag& tag) { return tag.start < position; });
+const TextTag* TagIndex::FirstFrom(std::size_t offset) const noexcept {
+  const auto found = std::ranges::lower_bound(m_tags, offset, {}, &TextTag::start);
   return found == m_tags.end() ? nullptr : &*found;
 }
 
@@ -102,44 +94,24 @@ void TagIndex::CollectTags() {
   }
 }
 
-/// Makes the sorted list of different names and tells for each tag the place of its own; kNoName for tags that need
-/// none.
-std::vector<ULONG> TagIndex::CollectNames(std::vector<Name>* names) {
-  const auto opens = [](const TextTag& tag) { return tag.OpensElement(); };
-  std::vector<OpeningTag> tags;
-  tags.reserve(static_cast<std::size_t>(std::count_if(m_tags.begin(), m_tags.end(), opens)));
+void TagIndex::PairTags() {
+  ClosingTags closings;
+  std::vector<ElementName*> nameOfTag(m_tags.size());
   for (std::size_t i = 0; i < m_tags.size(); ++i) {
     if (m_tags[i].OpensElement()) {
-      tags.push_back({EndOf(m_tags[i].Name(m_text)), m_tags[i].nameSize, static_cast<ULONG>(i)});
+      const std::string_view name = m_tags[i].Name(m_text);
+      nameOfTag[i] = &*closings.try_emplace({name.rbegin(), name.rend()}).first;
     }
   }
-  std::sort(tags.begin(), tags.end(), [this](const OpeningTag& left, const OpeningTag& right) {
-    if (left.nameEnd != right.nameEnd) {
-      return left.nameEnd < right.nameEnd;
-    }
-    const bool areShort = left.nameSize <= kEndLength && right.nameSize <= kEndLength;
-    return areShort ? left.nameSize < right.nameSize : EndsBefore(NameOf(left.place), NameOf(right.place));
-  });
-  std::vector<ULONG> nameOfTag(m_tags.size(), kNoName);
-  for (const OpeningTag& tag : tags) {
-    const std::string_view name = NameOf(tag.place);
-    if (names->empty() || names->back().text != name) {
-      names->push_back({name, {}});
-    }
-    nameOfTag[tag.place] = static_cast<ULONG>(names->size() - 1);
+  std::vector<ElementName*> names;
+  for (ElementName& name : closings) {
+    names.push_back(&name);
   }
-  return nameOfTag;
-}
-
-void TagIndex::PairTags() {
-  std::vector<Name> names;
-  const std::vector<ULONG> nameOfTag = CollectNames(&names);
   for (std::size_t i = m_tags.size(); i-- > 0;) {
     TextTag& tag = m_tags[i];
-    if (nameOfTag[i] != kNoName && !names[nameOfTag[i]].closings.empty()) {
-      tag.closeStart = names[nameOfTag[i]].closings.back();
+    if (nameOfTag[i] != nullptr && !nameOfTag[i]->second.empty()) {
+      tag.closeStart = nameOfTag[i]->second.back();
     }
-    // No name holds a ">", so all that ends at this tag's ">" begins behind the one before, at a "<".
-    TakeTags(m_text.substr(tag.start, tag.end - tag.start), tag.start, std::span(names));
+    CountTags(m_text.substr(tag.start, tag.end - tag.start), tag.start, names);
   }
 }

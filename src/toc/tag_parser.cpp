@@ -5,18 +5,12 @@ bool CZSTagScanner::FindNextTag() noexcept {
   if (tag == nullptr || tag->end >= m_end) {
     return false;
   }
-  if (!tag->OpensElement()) {
-    m_tag = tag;
-    m_cursor = tag->end + 1;
-    return true;
-  }
-  if (tag->closeStart == TextTag::kNoClose || tag->CloseEnd() >= m_end) {
+  const bool opens = tag->OpensElement();
+  if (opens && (tag->closeStart == TextTag::kNoClose || tag->CloseEnd() >= m_end)) {
     return false;
   }
   m_tag = tag;
-  const std::string_view span = m_index->Text().substr(0, m_end);
-  const std::size_t next = span.find('<', tag->CloseEnd());
-  m_cursor = next == std::string_view::npos ? tag->CloseEnd() : static_cast<ULONG>(next);
+  m_cursor = opens ? tag->CloseEnd() : tag->end + 1;
   return true;
 }
 
@@ -40,19 +34,19 @@ void CZSTagParser::Walk(const TagIndex& index) {
   while (!levels.empty()) {
     CZSTagScanner& scanner = levels.back();
     if (!scanner.FindNextTag()) {
-      EndWalk(&levels);
+      CloseElements(&levels);
       continue;
     }
     if (scanner.Tag().special) {
       continue;
     }
-    const bool named = !scanner.Name().empty();
+    const std::string name(scanner.Name());
     const std::string_view value = scanner.Value();
     const bool hasTags = value.find('<') != std::string_view::npos;
-    if (hasTags && named) {
-      m_handler->OnStartElement(std::string(scanner.Name()), std::string(scanner.Attributes()));
-    } else if (named) {
-      m_handler->OnValueElement(std::string(scanner.Name()), std::string(value), std::string(scanner.Attributes()));
+    if (hasTags && !name.empty()) {
+      m_handler->OnStartElement(name, std::string(scanner.Attributes()));
+    } else if (!name.empty()) {
+      m_handler->OnValueElement(name, std::string(value), std::string(scanner.Attributes()));
     }
     if (hasTags) {
       levels.push_back(scanner.Inside());
@@ -60,10 +54,9 @@ void CZSTagParser::Walk(const TagIndex& index) {
   }
 }
 
-/// Ends the walk of the innermost element and closes the element. When a tag without a value was the last thing
-/// in it, with nothing before the closing tag, the walk around it ends as well: that is how files of this format
-/// have always been read.
-void CZSTagParser::EndWalk(std::vector<CZSTagScanner>* levels) {
+/// Leaves the innermost level and reports the end of its element. If the last tag of that level has no value and
+/// is directly before the closing tag, the level around it ends, too. See docs/compatibility.md, self-closing tags.
+void CZSTagParser::CloseElements(std::vector<CZSTagScanner>* levels) {
   bool ended = true;
   while (ended) {
     const ULONG stopped = levels->back().Cursor();

@@ -1,9 +1,9 @@
 /// @file
-/// The reader of the text form of settings: finds tags in raw text and tells a handler of elements.
+/// Parser of the text form of settings: finds tags in raw text and reports elements to a handler.
 ///
-/// The text looks like XML and is a dialect of its own. Nothing is refused: text that makes no sense ends the
-/// walk of the level that it stands on, and what was told before stands. References, sections and quotes are not
-/// known, values are not trimmed, and an element whose value holds any "<" counts as one with child tags.
+/// The text looks like XML and is a dialect. Every text is accepted: an opening tag without its closing tag ends the
+/// walk of its level, and the elements that were reported before it stay reported. There are no references, sections
+/// or quotes, values are not trimmed, and an element with any "<" in its value counts as one with child tags.
 #pragma once
 
 #include <string>
@@ -12,47 +12,47 @@
 
 #include "toc/tag_index.h"
 
-/// Receives the elements of a text, in order. The arguments last for the call.
+/// Receives the elements of a text in order.
 class IZSTagHandler {
 public:
-  /// An element that has child tags opens.
+  /// Called where an element with child tags opens.
   virtual void OnStartElement(const std::string& name, const std::string& attributes) = 0;
-  /// An element without child tags, with its text; empty for a self-closing tag.
+  /// Called for an element without child tags. The value of a self-closing tag is empty.
   virtual void OnValueElement(const std::string& name, const std::string& value, const std::string& attributes) = 0;
-  /// An element that has child tags closes.
+  /// Called where an element with child tags closes.
   virtual void OnEndElement(const std::string& name, const std::string& attributes) = 0;
   virtual ~IZSTagHandler() = default;
 };
 
-/// Goes through one span of a text, tag by tag. A span begins at the start of the text or behind a ">". All
-/// positions are those of the whole text.
+/// Finds the tags of one level in a span of a text. A span begins at the start of the text or after a ">". All offsets
+/// are those of the whole text.
 class CZSTagScanner {
 public:
   CZSTagScanner(const TagIndex* index, ULONG start, ULONG end) noexcept : m_index(index), m_cursor(start), m_end(end) {}
 
-  /// Finds the next element, self-closing tag, declaration or comment and moves the cursor behind it. False at
-  /// the end, and at an element whose closing tag is not in the span; the cursor stays then.
+  /// Finds the next element, self-closing tag, declaration or comment and moves the cursor to its end. Returns false,
+  /// with the cursor unchanged, at the end of the span and at an element whose closing tag is not in the span.
   bool FindNextTag() noexcept;
 
-  /// Where the next search starts.
+  /// Returns the offset at which the next search starts.
   ULONG Cursor() const noexcept { return m_cursor; }
-  /// The tag that was found last; there must be one.
+  /// Returns the tag that was found last. There must be one.
   const TextTag& Tag() const noexcept { return *m_tag; }
   std::string_view Name() const noexcept { return m_tag->Name(m_index->Text()); }
   std::string_view Attributes() const noexcept { return m_tag->Attributes(m_index->Text()); }
-  /// The text between its opening and closing tag; empty for a self-closing tag.
+  /// Returns the text between the opening and the closing tag; empty for a self-closing tag.
   std::string_view Value() const noexcept;
-  /// A scanner of its value.
+  /// Returns a scanner of the value.
   CZSTagScanner Inside() const noexcept { return {m_index, m_tag->end + 1, m_tag->closeStart}; }
 
 private:
   const TagIndex* m_index;
   ULONG m_cursor;
-  ULONG m_end; ///< Behind the last character of the span.
+  ULONG m_end; ///< Offset of the end of the span.
   const TextTag* m_tag = nullptr;
 };
 
-/// Tells a handler of the elements of a text.
+/// Reports the elements of a text to a handler.
 class CZSTagParser {
 public:
   CZSTagParser() = default;
@@ -60,16 +60,16 @@ public:
   CZSTagParser& operator=(const CZSTagParser&) = delete;
   virtual ~CZSTagParser() = default;
 
-  /// Goes through `length` bytes of text. Nesting is limited by memory alone.
-  /// @return false, with nothing done, for null text, a length below 1, or without a handler; else true.
+  /// Parses a text. The depth of its elements is limited by memory alone.
+  /// @return false, with nothing reported, for null text, a length below 1, or without a handler.
   bool Parse(const char* text, LONG length);
 
-  /// The receiver, not owned.
+  /// Sets the receiver, which is not owned.
   void SetHandler(IZSTagHandler* handler) noexcept { m_handler = handler; }
 
 private:
   void Walk(const TagIndex& index);
-  void EndWalk(std::vector<CZSTagScanner>* levels);
+  void CloseElements(std::vector<CZSTagScanner>* levels);
 
   IZSTagHandler* m_handler = nullptr;
 };

@@ -1,11 +1,11 @@
 #include "toc/toc_reader.h"
 
 #include <algorithm>
+#include <charconv>
 #include <new>
 #include <vector>
 
 #include "cdtext/decoder.h"
-#include "cuesheet/cue_sheet.h"
 #include "cuesheet/unique_sheet.h"
 #include "disc/classify.h"
 #include "disc/disc_id.h"
@@ -19,39 +19,37 @@
 
 namespace {
 
-std::string TextAt(const CZSSettingsDocument& document, const char* path) {
+/// Returns the text of a path in a document, or of a key in a node; empty if it is missing.
+template <class Source> std::string TextOf(const Source& source, const char* name) {
   std::string text;
-  document.GetValue(path, &text, {});
+  source.GetValue(name, &text, {});
   return text;
 }
 
-LONG NumberAt(const CZSSettingsDocument& document, const char* path) {
+/// Returns the number of a path or a key; 0 if it is missing or malformed.
+template <class Source> LONG NumberOf(const Source& source, const char* name) {
   LONG number = 0;
-  document.GetValue(path, &number, 0);
+  source.GetValue(name, &number, 0);
   return number;
 }
 
-/// Whether a sub-channel file is there: under its plain name, or beside the TOC file.
-bool FindSubFile(const std::string& path, const std::string& name) {
-  if (name.empty()) {
-    return false;
-  }
-  CZSFindFile find;
+/// Returns whether a sub-channel file exists, in the current folder or beside the TOC file.
+bool SubFileExists(const std::string& path, const std::string& name) {
   std::string beside = path;
   ReplaceFileName(&beside, name);
-  return find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered();
+  CZSFindFile find;
+  return !name.empty() && (find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered());
 }
 
-void ReadTop(const CZSSettingsDocument& document, const std::string& path, const std::string& binaryFile,
-             zsimagefileinfo* info) {
-  if (!TextAt(document, toc::kCdgFile).empty()) {
+void ReadImageFields(const CZSSettingsDocument& document, const std::string& path, zsimagefileinfo* info) {
+  if (!TextOf(document, toc::kCdgFile).empty()) {
     info->lMask |= ZSIMAGEMASK_CDG;
   }
-  if (FindSubFile(path, TextAt(document, toc::kSubFile))) {
+  if (SubFileExists(path, TextOf(document, toc::kSubFile))) {
     info->lMask |= ZSIMAGEMASK_SUBCHANNEL;
   }
   std::string sectorFile = path;
-  ReplaceFileName(&sectorFile, binaryFile);
+  ReplaceFileName(&sectorFile, TextOf(document, toc::kBinaryFile));
   info->bstrImageBinaryFile = NewBstr(sectorFile);
   info->dwSeekEnd64 = kToEndOfFile;
   info->ZSImageFormat = ZSIMAGEFORMAT_ZSI;
@@ -59,69 +57,50 @@ void ReadTop(const CZSSettingsDocument& document, const std::string& path, const
   info->dwSeekBegin64 = 0;
 }
 
-bool ModeOf(std::string name, ZSMODETYPE* mode) {
+bool ReadTrack(const CZSSettingsNode& node, ZSCUESHEET* sheet, ZSTRACK* track) {
+  std::string name = TextOf(node, toc::kMode);
   CharUpperA(&name);
-  if (name == toc::kModeAudio) {
-    *mode = ZSMODE_AUDIO;
-  } else if (name == toc::kMode1) {
-    *mode = ZSMODE_1;
-  } else if (name == toc::kMode2) {
-    *mode = ZSMODE_2;
-  } else {
+  const auto* known = std::ranges::find(toc::kModes, name, &toc::Mode::name);
+  if (known == std::end(toc::kModes)) {
     return false;
   }
-  return true;
-}
-
-bool ReadTrack(const CZSSettingsDocument& document, const std::string& node, ZSCUESHEET* sheet, ZSTRACK* track) {
-  const auto number = [&](const char* key) { return NumberAt(document, toc::KeyPath(node, key).c_str()); };
-  const auto text = [&](const char* key) { return TextAt(document, toc::KeyPath(node, key).c_str()); };
-  ZSMODETYPE mode{};
-  if (!ModeOf(text(toc::kMode), &mode)) {
-    return false;
-  }
-  SetMode(sheet, track, mode);
+  SetMode(sheet, track, known->mode);
   SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
-  track->Flags = number(toc::kFlags);
-  track->bstrISRC = NewBstr(text(toc::kIsrc));
-  track->Pregap = number(toc::kPregap);
-  track->dwLBA = static_cast<ULONG>(number(toc::kBeginData));
-  track->dwEndLBA = static_cast<ULONG>(number(toc::kEndData));
-  track->Postgap = number(toc::kPostgap);
+  track->Flags = NumberOf(node, toc::kFlags);
+  track->bstrISRC = NewBstr(TextOf(node, toc::kIsrc));
+  track->Pregap = NumberOf(node, toc::kPregap);
+  track->dwLBA = static_cast<ULONG>(NumberOf(node, toc::kBeginData));
+  track->dwEndLBA = static_cast<ULONG>(NumberOf(node, toc::kEndData));
+  track->Postgap = NumberOf(node, toc::kPostgap);
   return true;
 }
 
-/// The number of tracks of a session; 0 also for a number that the session's nodes do not bear out, since that
-/// session cannot be read and no memory need be taken for it.
-UINT TrackCount(const CZSSettingsDocument& document, const std::string& session) {
-  const LONG count = NumberAt(document, toc::KeyPath(session, toc::kTracks).c_str());
-  const CZSSettingsNode* node = document.FindNode(session.c_str());
-  if (node == nullptr || count < 0) {
-    return 0;
-  }
+/// Returns the number of tracks of a session; 0 if it has fewer track nodes, which bounds the memory for tracks.
+UINT TrackCount(const CZSSettingsNode& session) {
+  const LONG count = NumberOf(session, toc::kTracks);
   const auto isTrack = [](const CZSSettingsNode& child) { return child.name.starts_with(toc::kTrackNode); };
-  const std::list<CZSSettingsNode>& nodes = node->Children();
-  return count > std::count_if(nodes.begin(), nodes.end(), isTrack) ? 0 : static_cast<UINT>(count);
+  return count < 0 || count > std::ranges::count_if(session.Children(), isTrack) ? 0 : static_cast<UINT>(count);
 }
 
-HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsDocument& document, LONG number, zsimagefileinfo* info) {
+HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsNode* session, const std::string& catalog,
+                    zsimagefileinfo* info) {
   UniqueSheet sheet = NewSheet(service);
   if (!sheet) {
     return ZSE_OUTOFRESOURCES;
   }
-  const std::string session = toc::SessionPath(number);
-  const UINT tracks = TrackCount(document, session);
+  const UINT tracks = session == nullptr ? 0 : TrackCount(*session);
   if (tracks == 0) {
     return ZSE_FAILED;
   }
   if (!AllocateTracks(sheet.get(), tracks)) {
     return E_OUTOFMEMORY;
   }
-  sheet->ZSCDTEXT.bstrMCN = NewBstr(TextAt(document, toc::kCatalog));
-  for (UINT i = 0; i < tracks; ++i) {
-    ZSTRACK* track = &sheet->pZSTracks[i];
-    track->TNO = i + 1;
-    if (!ReadTrack(document, toc::TrackPath(session, static_cast<LONG>(i + 1)), sheet.get(), track)) {
+  sheet->ZSCDTEXT.bstrMCN = NewBstr(catalog);
+  for (UINT number = 1; number <= tracks; ++number) {
+    const CZSSettingsNode* node = session->FindChild(toc::TrackNode(static_cast<LONG>(number)));
+    ZSTRACK* track = &sheet->pZSTracks[number - 1];
+    track->TNO = number;
+    if (node == nullptr || !ReadTrack(*node, sheet.get(), track)) {
       return ZSE_FAILED;
     }
   }
@@ -129,54 +108,45 @@ HRESULT ReadSession(IZSCueSheet* service, const CZSSettingsDocument& document, L
 }
 
 HRESULT ReadSessions(IZSCueSheet* service, const CZSSettingsDocument& document, zsimagefileinfo* info) {
-  const LONG count = NumberAt(document, toc::kSessionCount);
+  const LONG count = NumberOf(document, toc::kSessionCount);
   if (count > static_cast<LONG>(kMaxSessions)) {
     return ZSE_OUTOFRESOURCES;
   }
-  for (LONG number = 1; number <= count; ++number) {
-    const HRESULT result = ReadSession(service, document, number, info);
-    if (FAILED(result)) {
-      return result;
-    }
+  const std::string catalog = TextOf(document, toc::kCatalog);
+  const CZSSettingsNode* sessions = document.FindNode(toc::kSessions); // Not null if there is a count.
+  HRESULT result = S_OK;
+  for (LONG number = 1; number <= count && result == S_OK; ++number) {
+    result = ReadSession(service, sessions->FindChild(toc::SessionNode(number)), catalog, info);
   }
-  return S_OK;
+  return result;
 }
 
-/// The number that a pair of characters begins with; 0 when it begins with none.
-BYTE PairValue(char first, char second) noexcept {
-  const int high = platform::HexDigit(first);
-  const int low = platform::HexDigit(second);
-  if (high < 0) {
-    return 0;
-  }
-  return static_cast<BYTE>(low < 0 ? high : high * 16 + low);
-}
-
-/// Appends one pack in hexadecimal. False for a text that is empty or too long for a pack.
+/// Appends a pack from its hexadecimal text. A pair of characters that is no number counts as 0. Returns false for a
+/// text that is empty or too long for a pack.
 bool AppendPack(std::string text, std::vector<BYTE>* packs) {
   const bool empty = text.empty();
   std::erase(text, ' ');
   if (empty || text.size() > 2 * kPackSize) {
     return false;
   }
-  std::size_t place = packs->size();
-  packs->resize(place + kPackSize);
+  const std::size_t start = packs->size();
+  packs->resize(start + kPackSize);
   for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-    (*packs)[place++] = PairValue(text[i], text[i + 1]);
+    std::from_chars(&text[i], &text[i] + 2, (*packs)[start + i / 2], 16);
   }
   return true;
 }
 
 void ReadCDText(const CZSSettingsDocument& document, zsimagefileinfo* info) {
-  const LONG count = NumberAt(document, toc::kPackCount);
-  const LONG length = NumberAt(document, toc::kPackBytes);
+  const LONG count = NumberOf(document, toc::kPackCount);
+  const LONG length = NumberOf(document, toc::kPackBytes);
   if (count <= 0 || length <= 0 || info->nSessions == 0) {
     return;
   }
-  // The packs that are there take the memory, not the numbers that the file gives for them.
-  std::vector<BYTE> packs;
-  for (LONG i = 0; i < count; ++i) {
-    if (!AppendPack(TextAt(document, toc::PackPath(static_cast<ULONG>(i) + 1).c_str()), &packs)) {
+  const CZSSettingsNode* node = document.FindNode(toc::kPacks); // Not null: it has the count.
+  std::vector<BYTE> packs; // Grows with the packs of the file: its numbers may be false.
+  for (ULONG number = 1; number <= static_cast<ULONG>(count); ++number) {
+    if (!AppendPack(TextOf(*node, toc::PackKey(number).c_str()), &packs)) {
       return;
     }
   }
@@ -187,10 +157,31 @@ void ReadCDText(const CZSSettingsDocument& document, zsimagefileinfo* info) {
   }
 }
 
+HRESULT ReadTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
+  CZSSettingsDocument document;
+  document.Load(path);
+  if (LeadingNumber(TextOf(document, toc::kVersion)).value_or(0) > toc::kFormatVersion) {
+    return ZSE_TOCVERSION;
+  }
+  if (TextOf(document, toc::kBinaryFile).empty()) {
+    return ZSE_FAILED;
+  }
+  ReadImageFields(document, path, info);
+  const HRESULT result = ReadSessions(service, document, info);
+  if (FAILED(result)) {
+    return result;
+  }
+  try {
+    ReadCDText(document, info);
+  } catch (const std::bad_alloc&) { // The image is complete without its texts.
+  }
+  return S_OK;
+}
+
 } // namespace
 
-HRESULT OpenTOCImage(IZSCueSheet* /*service*/, const std::string& path, zsimagefileinfo* info) {
-  const HRESULT result = ReadTOCImage(path, info);
+HRESULT OpenTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) {
+  const HRESULT result = ReadTOCImage(service, path, info);
   if (FAILED(result)) {
     return result;
   }
@@ -198,32 +189,5 @@ HRESULT OpenTOCImage(IZSCueSheet* /*service*/, const std::string& path, zsimagef
     return ZSE_BADIMAGE;
   }
   ComputeDiscIDs(info);
-  return S_OK;
-}
-
-HRESULT ReadTOCImage(const std::string& path, zsimagefileinfo* info) {
-  ComPtr<IZSCueSheet> service;
-  const HRESULT created = CreateCueSheetService(nullptr, IID_IZSCueSheet, service.ReceiveVoid());
-  if (FAILED(created)) {
-    return created == E_NOINTERFACE ? ZSE_FAILED : ZSE_OUTOFRESOURCES;
-  }
-  CZSSettingsDocument document;
-  document.Load(path);
-  if (LeadingNumber(TextAt(document, toc::kVersion)).value_or(0) > toc::kFormatVersion) {
-    return ZSE_TOCVERSION;
-  }
-  const std::string binaryFile = TextAt(document, toc::kBinaryFile);
-  if (binaryFile.empty()) {
-    return ZSE_FAILED;
-  }
-  ReadTop(document, path, binaryFile, info);
-  const HRESULT result = ReadSessions(service.Get(), document, info);
-  if (FAILED(result)) {
-    return result;
-  }
-  try {
-    ReadCDText(document, info);
-  } catch (const std::bad_alloc&) { // Costs the texts, not the image.
-  }
   return S_OK;
 }

@@ -1,21 +1,18 @@
 /// @file
-/// The reader of native TOC files.
+/// Reader of native TOC files.
 ///
-/// The file is trusted: a number that is missing or malformed is 0 without a word. Only the version, the name of
-/// the sector file, the counts and the modes of tracks are tested. The block size is 2352 whatever the file says.
+/// The file is trusted: a number that is missing or malformed is 0. Only the version, the name of the sector file, the
+/// counts and the modes of tracks are checked. The block size is 2352 whatever the file says.
 #pragma once
 
 #include <string>
 
 #include "cuesheet/cue_sheet_interface.h"
 
-/// Reads a native TOC file, classifies the image and computes its identifiers. An image of audio tracks alone is
-/// read without its sector file. Path and record as for every reader (readers/readers.h).
+/// Reads a native TOC file, classifies the image and computes its identifiers. An image of audio tracks alone is read
+/// without its sector file; CD-Text that cannot be decoded is left out. Arguments as for every reader
+/// (readers/readers.h).
 /// @return ZSE_FAILED for a file that is no TOC file, has a session without tracks, more tracks than the session
 /// describes, or a track of unknown mode; ZSE_TOCVERSION; ZSE_OUTOFRESOURCES, also for more than 99 sessions;
-/// ZSE_BADIMAGE when the sector file is needed and cannot be read; E_OUTOFMEMORY.
+/// ZSE_BADIMAGE if the sector file is needed and cannot be read; E_OUTOFMEMORY.
 HRESULT OpenTOCImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
-
-/// The first step of OpenTOCImage: the file into the record, by a cue sheet service of its own. CD-Text that cannot be
-/// decoded is left out.
-HRESULT ReadTOCImage(const std::string& path, zsimagefileinfo* info);

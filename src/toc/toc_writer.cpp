@@ -16,7 +16,7 @@ namespace {
 
 constexpr LONG kSubchannelBytes = 96;
 
-bool HasItsSessions(const zsimagefileinfo& info) noexcept {
+bool HasAllSheets(const zsimagefileinfo& info) noexcept {
   if (info.pZSCueSheet[0] == nullptr || info.nSessions > kMaxSessions) {
     return false;
   }
@@ -29,49 +29,50 @@ bool HasItsSessions(const zsimagefileinfo& info) noexcept {
   return true;
 }
 
+/// Returns the path of a companion of a TOC file.
 std::string CompanionPath(std::string path, std::string_view extension) {
   CharUpperA(&path);
   RenameExtension(&path, extension);
   return path;
 }
 
-std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
-
-const char* ModeName(ZSMODETYPE mode) noexcept {
-  if (mode == ZSMODE_AUDIO) {
-    return toc::kModeAudio;
-  }
-  if (mode == ZSMODE_1) {
-    return toc::kMode1;
-  }
-  return IsMode2(mode) ? toc::kMode2 : "";
+std::string CompanionName(const std::string& path, std::string_view extension) {
+  const std::string companion = CompanionPath(path, extension);
+  return companion.substr(PathFindFileNameA(companion));
 }
 
-void DescribeTop(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
+std::string ModeName(ZSMODETYPE mode) {
+  for (const toc::Mode& known : toc::kModes) {
+    if (known.mode == (IsMode2(mode) ? ZSMODE_2 : mode)) {
+      return std::string(known.name);
+    }
+  }
+  return {};
+}
+
+void AddImage(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
   const bool subchannel = (info.lMask & ZSIMAGEMASK_SUBCHANNEL) != 0;
-  document->SetValue(toc::kVersion, std::to_string(toc::kFormatVersion));
+  document->SetValue(toc::kVersion, toc::kFormatVersion);
   document->SetValue(toc::kBlockSize, static_cast<LONG>(info.ZSBlockSize));
-  document->SetValue(toc::kDataScrambled, LONG{0});
-  document->SetValue(toc::kSubchannelSize, subchannel ? kSubchannelBytes : LONG{0});
-  document->SetValue(toc::kBinaryFile, FileName(CompanionPath(path, ".BIN")));
+  document->SetValue(toc::kDataScrambled, 0);
+  document->SetValue(toc::kSubchannelSize, subchannel ? kSubchannelBytes : 0);
+  document->SetValue(toc::kBinaryFile, CompanionName(path, ".BIN"));
   if (subchannel) {
-    document->SetValue(toc::kSubFile, FileName(CompanionPath(path, ".SUB")));
+    document->SetValue(toc::kSubFile, CompanionName(path, ".SUB"));
   }
   if ((info.lMask & ZSIMAGEMASK_CDG) != 0) {
-    document->SetValue(toc::kCdgFile, FileName(CompanionPath(path, ".CDG")));
+    document->SetValue(toc::kCdgFile, CompanionName(path, ".CDG"));
   }
   const std::string catalog = NarrowText(info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN);
   if (!catalog.empty()) {
     document->SetValue(toc::kCatalog, catalog);
   }
-  document->SetValue(toc::kSessionCount, USHORT{info.nSessions});
+  document->SetValue(toc::kSessionCount, info.nSessions);
 }
 
-void DescribeTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDocument* document) {
-  const auto set = [&](const char* key, const auto& value) {
-    document->SetValue(toc::KeyPath(node, key).c_str(), value);
-  };
-  set(toc::kMode, std::string(ModeName(track.Mode)));
+void AddTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDocument* document) {
+  const auto set = [&](const char* key, const auto& value) { document->SetValue((node + ":" + key).c_str(), value); };
+  set(toc::kMode, ModeName(track.Mode));
   set(toc::kFlags, LONG{track.Flags});
   const std::string isrc = NarrowText(track.bstrISRC);
   if (!isrc.empty()) {
@@ -83,16 +84,16 @@ void DescribeTrack(const std::string& node, const ZSTRACK& track, CZSSettingsDoc
   set(toc::kPostgap, LONG{track.Postgap});
 }
 
-void DescribeSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* document) {
-  const std::string session = toc::SessionPath(number);
-  document->SetValue(toc::KeyPath(session, toc::kTracks).c_str(), ULONG{sheet.nTracks});
+void AddSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* document) {
+  const std::string session = std::string(toc::kSessions) + ":" + toc::SessionNode(number);
+  document->SetValue((session + ":" + toc::kTracks).c_str(), ULONG{sheet.nTracks});
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
-    DescribeTrack(toc::TrackPath(session, static_cast<LONG>(track.TNO)), track, document);
+    AddTrack(session + ":" + toc::TrackNode(static_cast<LONG>(track.TNO)), track, document);
   }
 }
 
-/// Two digits and a blank for each byte.
+/// Returns two digits and a blank for each byte.
 std::string Hexadecimal(ByteView bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
@@ -103,31 +104,30 @@ std::string Hexadecimal(ByteView bytes) {
   return text;
 }
 
-void DescribeCDText(ByteView packs, CZSSettingsDocument* document) {
-  const auto length = static_cast<ULONG>(packs.Size());
-  const auto width = static_cast<ULONG>(kPackSize);
-  const ULONG count = length / width + (length % width != 0 ? 1 : 0);
+void AddCDText(ByteView packs, CZSSettingsDocument* document) {
+  const std::size_t count = packs.Size() / kPackSize + (packs.Size() % kPackSize != 0 ? 1 : 0);
   document->SetValue(toc::kPackCount, count);
-  document->SetValue(toc::kPackBytes, length);
-  for (ULONG i = 0; i < count; ++i) {
-    document->SetValue(toc::PackPath(i + 1).c_str(), Hexadecimal(packs.Part(UHYPER{i} * kPackSize, kPackSize)));
+  document->SetValue(toc::kPackBytes, packs.Size());
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string path = std::string(toc::kPacks) + ":" + toc::PackKey(static_cast<ULONG>(i + 1));
+    document->SetValue(path.c_str(), Hexadecimal(packs.Part(i * kPackSize, kPackSize)));
   }
 }
 
 } // namespace
 
 HRESULT CreateTOCImage(const std::string& path, zsimagefileinfo* info, zsmmccdtext* pCDText, UINT nLength) {
-  if (!HasItsSessions(*info)) {
+  if (!HasAllSheets(*info)) {
     return ZSE_FAILED;
   }
   const bool cdText = pCDText != nullptr && nLength != 0;
   CZSSettingsDocument document;
-  DescribeTop(path, *info, &document);
+  AddImage(path, *info, &document);
   for (LONG i = 0; i < info->nSessions; ++i) {
-    DescribeSession(i + 1, *info->pZSCueSheet[i], &document);
+    AddSession(i + 1, *info->pZSCueSheet[i], &document);
   }
   if (cdText) {
-    DescribeCDText(ByteView(pCDText, nLength), &document);
+    AddCDText(ByteView(pCDText, nLength), &document);
   }
   const BSTR binaryFile = NewBstr(CompanionPath(path, ".BIN"));
   SysFreeString(info->bstrImageBinaryFile);

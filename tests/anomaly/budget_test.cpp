@@ -1,4 +1,4 @@
-// Files made to cost much: what is read of them takes memory within a bound, and work in proportion to their size.
+// Files that are expensive to read. The memory must stay below a bound, and the work must grow with the file's size.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -7,41 +7,39 @@
 #include "builders/byte_writer.h"
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
+#include "readers/reader_checks.h"
 #include "support/faulty_files.h"
 #include "support/long_text.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
 
 namespace {
 
 constexpr long kMebibyte = 1024 * 1024;
 
-using Maker = std::function<std::string(std::size_t count)>;
+using Content = std::function<std::string(std::size_t count)>;
 
-Maker Repeated(const std::string& head, const std::string& piece, const std::string& more = "",
-               const std::string& tail = "") {
-  return [=](std::size_t count) { return head + Times(count, piece) + Times(count, more) + tail; };
+/// A head, `count` times a piece, `count` times a second piece, and a tail.
+Content Repeated(const std::string& head, const std::string& piece, const std::string& second = "",
+                 const std::string& tail = "") {
+  return [=](std::size_t count) { return head + Times(count, piece) + Times(count, second) + tail; };
 }
 
 const std::string kCue = "FILE \"A.BIN\" BINARY\n";
 const std::string kTrack = kCue + "TRACK 1 AUDIO\n";
 const std::string kCcd = "[Disc]\nSessions=1\n";
 
-/// The start of a native file of one session that gives numbers of sessions and tracks.
+/// The start of a native file that states numbers of sessions and of tracks.
 std::string Zsi(const std::string& sessions, const std::string& tracks) {
   return "<ZENTORASCRIBE><TOC><BINARYFILE>A.BIN</BINARYFILE><SESSIONS><COUNT>" + sessions +
          "</COUNT><SESSION-01><TRACKS>" + tracks +
          "</TRACKS><TRACK-01><MODE>AUDIO</MODE> </TRACK-01> </SESSION-01> </SESSIONS> </TOC> ";
 }
 
-std::string Text(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
-
 std::string NrgOfTracks(std::size_t records, ULONG count) {
-  return Text(NrgBuilder().SessionInfo(count).TracksAtOnce(std::vector<NrgPiece>(records)).Build());
+  return AsText(NrgBuilder().SessionInfo(count).TracksAtOnce(std::vector<NrgPiece>(records)).Build());
 }
 
-/// Blocks that open one session after the other, or tracks whose lengths all stand in the same place.
-Maker MdsOfBlocks(unsigned point) {
+/// `count` track blocks with the same point.
+Content MdsOfBlocks(unsigned point) {
   return [=](std::size_t count) {
     MdsBuilder description;
     description.lastTracks.assign(255, 255);
@@ -49,15 +47,15 @@ Maker MdsOfBlocks(unsigned point) {
     for (MdsBlock& block : description.blocks) {
       block.point = point;
     }
-    return Text(description.Build());
+    return AsText(description.Build());
   };
 }
 
 struct HostileFile {
   const char* what;
-  std::string name; ///< Its extension says who reads it.
+  std::string name;
   std::size_t count;
-  Maker make;
+  Content content;
 };
 
 const HostileFile kHostileFiles[] = {
@@ -65,47 +63,47 @@ const HostileFile kHostileFiles[] = {
     {"tracks of a sheet", "a.cue", 100'000, Repeated(kCue, "TRACK 1 AUDIO\n")},
     {"indexes of a track", "a.cue", 50'000, Repeated(kTrack, "INDEX 1 1:1:1\n")},
     {"titles of a track", "a.cue", 100'000, Repeated(kTrack, "TITLE a\n")},
-    {"one line without end", "a.cue", 1'000'000, Repeated(kCue, "F")},
-    {"packs of a companion", "a.cdt", 100'000, Repeated("", std::string("\x80\0\0\0text\0text\0\0\0\0\0", 18))},
+    {"one long line", "a.cue", 1'000'000, Repeated(kCue, "F")},
+    {"packs of a companion file", "a.cdt", 100'000, Repeated("", std::string("\x80\0\0\0text\0text\0\0\0\0\0", 18))},
     {"keys of a section", "a.ccd", 1'000'000, Repeated(kCcd, "k#=1\n")},
     {"the same key", "a.ccd", 50'000, Repeated(kCcd, "key=1\n")},
-    {"headings", "a.ccd", 200'000, Repeated(kCcd, "[a]\n")},
+    {"sections", "a.ccd", 200'000, Repeated(kCcd, "[a]\n")},
     {"tracks of a description", "a.ccd", 20'000,
      Repeated(kCcd, "[ENTRY #]\nPoint=1\nSession=1\nPLBA=1\n", "[TRACK @]\nMODE=0\nINDEX 1=1\n")},
-    {"as many packs as a number holds", "a.ccd", 100,
+    {"2147483647 packs", "a.ccd", 100,
      Repeated(kCcd + "CDTextLength=2147483647\n[CDText]\nEntries=2147483647\n", "Entry #=80\n")},
-    {"chunks that count tracks", "a.nrg", 50'000,
+    {"track counts", "a.nrg", 50'000,
      Repeated("", std::string("SINF\0\0\0\4\0\0\0\1", 12), "", std::string("END!\0\0\0\0NERO\0\0\0\0", 16))},
-    {"sessions of 2^31 tracks", "a.nrg", 1'000, [](std::size_t n) { return NrgOfTracks(n, 0x80000000); }},
+    {"2147483648 tracks", "a.nrg", 1'000, [](std::size_t n) { return NrgOfTracks(n, 0x80000000); }},
     {"tracks at once", "a.nrg", 100'000, [](std::size_t n) { return NrgOfTracks(n, static_cast<ULONG>(n)); }},
-    {"sessions one in the other", "a.mds", 20'000, MdsOfBlocks(0xA0)},
+    {"sessions that are not closed", "a.mds", 20'000, MdsOfBlocks(0xA0)},
     {"the same track", "a.mds", 20'000, MdsOfBlocks(1)},
-    {"counted fields", "a.bwt", 20'000, [](std::size_t n) { return Text(BwtFile(static_cast<int>(n), 0)); }},
-    {"tags in tags", "a.zsi", 100'000, Repeated("", "<a>", "</a>")},
-    {"tags that never close", "a.zsi", 300'000, Repeated("", "<a>")},
-    {"tags side by side", "a.zsi", 100'000, Repeated("<a>", "<#/>", "", " </a>")},
+    {"track records", "a.bwt", 20'000, [](std::size_t n) { return AsText(BwtFile(static_cast<int>(n), 0)); }},
+    {"nested tags", "a.zsi", 100'000, Repeated("", "<a>", "</a>")},
+    {"tags without an end", "a.zsi", 300'000, Repeated("", "<a>")},
+    {"sibling tags", "a.zsi", 100'000, Repeated("<a>", "<#/>", "", " </a>")},
     {"empty nodes", "a.zsi", 100'000, Repeated("<a>", "<b><</b>", "", " </a>")},
-    {"sessions without number", "a.zsi", 100, Repeated(Zsi("2147483647", "1"), " ", "", "</ZENTORASCRIBE>")},
-    {"tracks without number", "a.zsi", 100, Repeated(Zsi("1", "2147483647"), " ", "", "</ZENTORASCRIBE>")},
-    {"packs without number", "a.zsi", 100,
+    {"2147483647 sessions", "a.zsi", 100, Repeated(Zsi("2147483647", "1"), " ", "", "</ZENTORASCRIBE>")},
+    {"2147483647 tracks", "a.zsi", 100, Repeated(Zsi("1", "2147483647"), " ", "", "</ZENTORASCRIBE>")},
+    {"2147483647 entries", "a.zsi", 100,
      Repeated(Zsi("1", "1") + "<CDTEXT><ENTRIES>2147483647</ENTRIES><LENGTH>2147483647</LENGTH>",
               "<ENTRY-#>80</ENTRY-1>", "", " </CDTEXT> </ZENTORASCRIBE>")},
 };
 
 struct Cost {
-  long size = 0; ///< Bytes of the file.
-  long peak = 0; ///< Most bytes of memory at once.
-  long work = 0; ///< Bytes asked for, and calls of the file layer.
+  long size = 0; ///< Of the file, in bytes.
+  long peak = 0; ///< Most bytes of memory held at once.
+  long work = 0; ///< Bytes allocated in all, plus the number of file calls.
 };
 
-Cost CostOf(const HostileFile& file, std::size_t count) {
+Cost MeasureReading(const HostileFile& file, std::size_t count) {
   const TemporaryFolder folder;
   for (const char* companion : {"A.BIN", "a.img", "a.mdf"}) {
     folder.WriteSparse(companion, 2352 * 20);
   }
-  folder.Write("a.cue", kTrack + "INDEX 1 0:0:0\n");
-  const std::string written = folder.Write(file.name, file.make(count));
-  const UniqueBstr path = Wide(file.name.ends_with("cdt") ? folder.Path("a.cue") : written); // Of a companion.
+  folder.Write("a.cue", kTrack + "INDEX 1 0:0:0\n"); // A .cdt file is the companion of this sheet.
+  const std::string written = folder.Write(file.name, file.content(count));
+  const UniqueBstr path = Wide(file.name.ends_with("cdt") ? folder.Path("a.cue") : written);
   Cost cost;
   cost.size = static_cast<long>(std::filesystem::file_size(written));
   const ComPtr<IZSImageFile> service = NewImageFileService();
@@ -124,13 +122,13 @@ Cost CostOf(const HostileFile& file, std::size_t count) {
   return cost;
 }
 
-TEST(Budgets, HoldForHostileFiles) {
+TEST(Budgets, HostileFilesNeedBoundedMemoryAndLinearWork) {
   for (const HostileFile& file : kHostileFiles) {
     SCOPED_TRACE(file.name + ", " + file.what);
-    const Cost quarter = CostOf(file, file.count / 4);
-    const Cost whole = CostOf(file, file.count);
+    const Cost quarter = MeasureReading(file, file.count / 4);
+    const Cost whole = MeasureReading(file, file.count);
     EXPECT_LE(whole.peak, 64 * kMebibyte + 2 * whole.size);
-    EXPECT_LE(whole.work, 5 * quarter.work + kMebibyte) << "not linear";
+    EXPECT_LE(whole.work, 5 * quarter.work + kMebibyte);
   }
 }
 

@@ -1,4 +1,4 @@
-// Every allocation and every call of the file layer fails in turn, in every operation; and all run at once.
+// Every operation while each of its allocations and file calls fails in turn, and on several threads at once.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Calls with each file of a folder whose name begins with a stem.
-template <class Call> void ForFiles(const fs::path& folder, const std::string& stem, Call call) {
+/// Calls a function with each file of a folder whose name begins with `stem`.
+template <class Call> void ForEachFile(const fs::path& folder, const std::string& stem, Call call) {
   for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
     if (entry.path().filename().string().starts_with(stem)) {
       call(entry.path());
@@ -25,7 +25,7 @@ template <class Call> void ForFiles(const fs::path& folder, const std::string& s
   }
 }
 
-/// Reads an image, and its first track where it is one.
+/// Returns the operations that read an image and, if it is not refused, its first track.
 std::vector<Operation> Readings(const std::string& path) {
   std::vector<Operation> readings = {ReadingImage(path)};
   if (!path.ends_with(".bwt")) {
@@ -34,26 +34,24 @@ std::vector<Operation> Readings(const std::string& path) {
   return readings;
 }
 
-/// Works on samples that operations may write to and files may vanish from.
+/// Copies the samples to a folder of its own, which the tests may change.
 class Failures : public testing::Test {
 protected:
   void SetUp() override { Restore(""); }
   void TearDown() override {
-    std::cout << m_points << " failure points\n"; // For docs/testing.md.
+    std::cout << m_points << " failure points\n";
     EXPECT_GT(m_points, 0);
   }
   void Restore(const std::string& stem) const {
-    ForFiles(SAMPLE_IMAGES, stem, [this](const fs::path& file) {
+    ForEachFile(SAMPLE_IMAGES, stem, [this](const fs::path& file) {
       fs::copy_file(file, m_folder.Path(file.filename().string()), fs::copy_options::overwrite_existing);
     });
   }
   void SweepAll(FaultPoints* points, std::initializer_list<Failure> failures) {
     std::vector<Operation> operations = OtherOperations(m_folder.Path("album.cue"));
     for (const std::string& image : kSampleImages) {
-      operations.push_back(ReadingImage(m_folder.Path(image)));
-    }
-    for (const char* image : {"plain.iso", "album.cue", "bridge.cue", "tao.nrg", "inline.mds"}) {
-      operations.push_back(ReadingTrack(m_folder.Path(image)));
+      const std::vector<Operation> readings = Readings(m_folder.Path(image));
+      operations.insert(operations.end(), readings.begin(), readings.end());
     }
     for (const Operation& operation : operations) {
       for (const Failure failure : failures) {
@@ -66,18 +64,18 @@ protected:
   long m_points = 0;
 };
 
-TEST_F(Failures, OfMemoryEndInACode) { SweepAll(&Memory().faults, {Failure::Once, Failure::AndAfter}); }
+TEST_F(Failures, EveryAllocation) { SweepAll(&Memory().faults, {Failure::Once, Failure::AndAfter}); }
 
-TEST_F(Failures, OfFilesEndInACode) {
+TEST_F(Failures, EveryFileCall) {
   for (const int error : {EIO, ENOENT}) {
     FaultyFiles files([=] { return error; });
     SweepAll(&files.points, {Failure::Once, Failure::AndAfter});
   }
 }
 
-/// A description that cannot be read in full must not become a smaller disc, nor a companion be passed over that cannot
-/// be looked up. The type of the disc may differ: a sector that cannot be read bears no mark.
-TEST_F(Failures, OfDevicesNeverShrinkADisc) {
+/// A description that cannot be read to its end must not become a smaller disc, and a companion that cannot be looked
+/// up must not be ignored. The type of the disc may differ: it depends on a sector that cannot be read.
+TEST_F(Failures, DeviceErrorNeverShrinksADisc) {
   std::string native = m_folder.Read("native.zsi");
   m_folder.Write("native.zsi", native.insert(native.find("<SESSIONS>"), "<SUBFILE>native.sub</SUBFILE>"));
   m_folder.Write("native.sub", "");
@@ -86,24 +84,24 @@ TEST_F(Failures, OfDevicesNeverShrinkADisc) {
     const Operation reading = ReadingImage(m_folder.Path(image));
     for (const bool andAfter : {false, true}) {
       FaultyFiles files([] { return EIO; });
-      const std::string whole = std::regex_replace(Perform(reading, &files.points).told, type, "");
+      const std::string undisturbed = std::regex_replace(Perform(reading, &files.points).delivered, type, "");
       for (long point = 1; point == 1 || files.points.Reached(); ++point, ++m_points) {
         const Outcome outcome = Perform(reading, &files.points, point, andAfter);
-        EXPECT_TRUE(outcome.result != S_OK || std::regex_replace(outcome.told, type, "") == whole)
-            << image << " at " << point << ": " << outcome.told;
+        EXPECT_TRUE(outcome.result != S_OK || std::regex_replace(outcome.delivered, type, "") == undisturbed)
+            << image << " at " << point << ": " << outcome.delivered;
       }
     }
   }
 }
 
-/// Calls that a signal interrupts, while reads and writes move less than was asked for.
-TEST_F(Failures, ThatAreNoneChangeNothing) {
+/// A signal interrupts each call in turn, and reads and writes transfer at most 2000 bytes.
+TEST_F(Failures, InterruptedAndShortCallsChangeNothing) {
   FaultyFiles files([] { return EINTR; }, 2000);
   SweepAll(&files.points, {Failure::Harmless});
 }
 
-/// At each call of the file layer somebody else removes, empties, cuts or overwrites the files of the image.
-TEST_F(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
+/// At each file call in turn, another program removes, empties, cuts, extends or overwrites the files of the image.
+TEST_F(Failures, FilesMayChangeWhileRead) {
   void (*const kChanges[])(const fs::path&) = {
       [](const fs::path& file) { fs::remove(file); },
       [](const fs::path& file) { fs::resize_file(file, 0); },
@@ -115,7 +113,7 @@ TEST_F(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
     const std::string stem = image.substr(0, image.find('.') + 1);
     for (const auto change : kChanges) {
       FaultyFiles files([&, change] {
-        ForFiles(m_folder.Path(""), stem, change);
+        ForEachFile(m_folder.Path(""), stem, change);
         return 0;
       });
       const auto restore = [&] { Restore(stem); };
@@ -126,13 +124,13 @@ TEST_F(Failures, OfImagesThatChangeUnderTheReaderEndInACode) {
   }
 }
 
-/// Objects of their own on threads of their own, on the same files, and references to one object.
-TEST(Threads, ReadAndExtractTheSameImagesAtOnce) {
+/// Each thread reads with its own objects, from the same files, and shares references to one object with the others.
+TEST(Threads, ReadTheSameImagesAtOnce) {
   FaultPoints none;
   std::vector<std::pair<Operation, std::string>> expected;
   for (const std::string& image : kSampleImages) {
     for (const Operation& reading : Readings(SAMPLE_IMAGES "/" + image)) {
-      expected.emplace_back(reading, Perform(reading, &none).told);
+      expected.emplace_back(reading, Perform(reading, &none).delivered);
     }
   }
   const ComPtr<IZSImageFile> shared = NewImageFileService();
@@ -140,8 +138,8 @@ TEST(Threads, ReadAndExtractTheSameImagesAtOnce) {
   for (std::size_t thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&, thread] {
       for (std::size_t i = 0; i < 3 * expected.size(); ++i) {
-        const auto& [reading, told] = expected[(i + 5 * thread) % expected.size()];
-        EXPECT_TRUE(told == Perform(reading, &none).told) << reading.image;
+        const auto& [reading, delivered] = expected[(i + 5 * thread) % expected.size()];
+        EXPECT_TRUE(delivered == Perform(reading, &none).delivered) << reading.image;
         for (int round = 0; round < 50; ++round) {
           ComPtr<IUnknown> identity;
           EXPECT_EQ(S_OK, shared->QueryInterface(IID_IUnknown, identity.ReceiveVoid()));

@@ -1,5 +1,5 @@
 /// @file
-/// The public operations of the component, each on valid input and ready to be disturbed.
+/// The public operations of the component on valid input, run while memory or files fail.
 #pragma once
 
 #include <functional>
@@ -11,11 +11,11 @@
 
 struct Scene;
 
-/// One call on an image.
+/// A call on an image.
 struct Operation {
   std::string name;
-  std::vector<HRESULT> failures; ///< Result codes that it may end with; S_OK when it may go on with less.
-  HRESULT (*call)(Scene& scene); ///< Takes all that it needs from the scene, and delivers into it.
+  std::vector<HRESULT> failures; ///< Results that it may return if a point fails; S_OK if it may then deliver less.
+  HRESULT (*call)(Scene& scene); ///< Reads its arguments from the scene and delivers into it.
   std::string image = {};
 };
 
@@ -23,32 +23,33 @@ struct Operation {
 Operation ReadingImage(const std::string& path);
 /// Opens the first track of an image as a stream, with a value for its callback, and reads it to the end.
 Operation ReadingTrack(const std::string& path);
-/// All other operations, on an album of two tracks with CD-Text; they also write beside it.
+/// All other operations, on an album of two tracks with CD-Text. They also write files beside it.
 std::vector<Operation> OtherOperations(const std::string& path);
 
 /// The names of the sample images: one of each kind and form of each format.
 extern const std::vector<std::string> kSampleImages;
 
-/// How an operation ended.
+/// The end of an operation.
 struct Outcome {
   HRESULT result = 0;
-  std::string told; ///< All that it delivered, as text; on a failure what came before it.
+  std::string delivered; ///< As text. A failure may deliver the start of a stream and nothing else.
+
+  bool operator==(const Outcome&) const = default;
 };
 
-/// Prepares the scene, makes the call with a point that fails, as FaultPoints::Start, expects that a failure delivered
-/// nothing, and leaves nothing behind.
+/// Runs an operation on a new scene. Arguments as for FaultPoints::Start.
 Outcome Perform(const Operation& operation, FaultPoints* points, long failAt = 0, bool andAfter = false);
 
-/// What may come of a failure.
+/// What fails in a run.
 enum class Failure {
-  Once,     ///< One point fails: a documented result, and what was delivered by then.
-  AndAfter, ///< All points behind it fail as well.
-  Harmless, ///< One point meets what changes nothing.
+  Once,     ///< One point.
+  AndAfter, ///< One point and all that follow it.
+  Harmless, ///< One point, in a way that must change nothing.
 };
 
-/// Runs an operation again and again, with the first, second, third... of its points failing, until it passes without
-/// meeting the failure. Expects that nothing is left behind.
+/// Runs an operation with its first, second, third... point failing, until a run does not reach the point. Expects that
+/// each outcome is allowed and that a run releases all it holds.
 /// @param before Called before each run.
-/// @return How many points failed.
+/// @return The number of points.
 long Sweep(
     const Operation& operation, FaultPoints* points, Failure failure, const std::function<void()>& before = [] {});

@@ -11,7 +11,7 @@ namespace {
 constexpr char kAlbum[] = SAMPLE_IMAGES "/album.cue"; // Two tracks with text.
 constexpr char kMixed[] = SAMPLE_IMAGES "/mixed.cue"; // Three tracks with codes, a pregap, flags and indexes.
 
-/// The one piece of a track: name, positions, mode and place.
+/// Returns the piece of a track: file name, positions, mode and offset.
 std::string Piece(const ZSTRACK& track) {
   if (track.varFiles.vt != VT_ARRAY || track.varFiles.parray->rgsabound[0].cElements != 1) {
     return "none";
@@ -22,7 +22,7 @@ std::string Piece(const ZSTRACK& track) {
   return Narrow(piece.bstrFileName) + testing::PrintToString(numbers);
 }
 
-TEST(SheetRecords, CopiesOfTextAndOfSheetsAreWholeAndTheirOwn) {
+TEST(SheetRecords, CopiesOwnAllTheirTexts) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   const ImageRecord album(kAlbum);
   auto mixed = std::make_unique<ImageRecord>(kMixed);
@@ -36,12 +36,12 @@ TEST(SheetRecords, CopiesOfTextAndOfSheetsAreWholeAndTheirOwn) {
   EXPECT_EQ(S_OK, service->CopyCDText(&album.Sheet(), sheet));
   EXPECT_EQ(expected, Texts(*sheet));
   EXPECT_EQ(S_OK, service->CopyCDText(sheet, sheet));
-  EXPECT_EQ(expected, Texts(*sheet)) << "a sheet onto itself";
-  EXPECT_EQ(S_OK, service->CopyCDText(sheet, &album.Sheet())) << "more tracks than there are";
+  EXPECT_EQ(expected, Texts(*sheet)) << "copied to itself";
+  EXPECT_EQ(S_OK, service->CopyCDText(sheet, &album.Sheet())) << "more tracks than the destination has";
 
   EXPECT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &sheet->ZSCDTEXT));
-  EXPECT_EQ(expected, Texts(*sheet)) << "a text onto itself";
-  ::ZSCDTEXT text = sheet->ZSCDTEXT; // A copy as bytes, whose texts become its own.
+  EXPECT_EQ(expected, Texts(*sheet)) << "copied to itself";
+  ::ZSCDTEXT text = sheet->ZSCDTEXT; // A copy of the pointers, which CloneCDText replaces.
   EXPECT_EQ(S_OK, service->CloneCDText(&sheet->ZSCDTEXT, &text));
   EXPECT_EQ(S_OK, service->FreeZSCDText(&text));
   EXPECT_TRUE(text.bstrTitle == nullptr);
@@ -60,11 +60,11 @@ TEST(SheetRecords, CopiesOfTextAndOfSheetsAreWholeAndTheirOwn) {
   ASSERT_EQ(S_OK, service->Clone(sheet, &copy));
   const auto source = values(*sheet);
   mixed.reset();
-  EXPECT_EQ(source, values(*copy)) << "which it outlives";
+  EXPECT_EQ(source, values(*copy)) << "the copy outlives its source";
   EXPECT_EQ(S_OK, service->FreeZSCueSheet(copy, VARIANT_TRUE));
 }
 
-TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
+TEST(SheetRecords, EachTrackIsOnePieceOfTheImage) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   const ImageRecord image(kMixed);
   ZSCUESHEET* sheet = &image.Sheet();
@@ -76,12 +76,12 @@ TEST(SheetRecords, PiecesNameTheImageOnceForEachTrack) {
   EXPECT_EQ("音.bin{ 0, 20, 1, 0 }", Piece(sheet->pZSTracks[0]));
   EXPECT_EQ("音.bin{ 28, 40, 0, 18446744073709551615 }", Piece(sheet->pZSTracks[1]));
 
-  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet, 1)) << "1 is not true, so that the sheet is left";
+  EXPECT_EQ(S_OK, service->FreeZSCueSheet(sheet, 1)) << "1 is not VARIANT_TRUE: the sheet itself stays";
   EXPECT_EQ(3U, UINT{sheet->nTracks});
-  sheet->nTracks = 0; // What the tracks owned is gone.
+  sheet->nTracks = 0; // FreeZSCueSheet has freed what the tracks owned.
 }
 
-TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
+TEST(SheetRecords, MergeAppendsTracksOrChangesNothing) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   const ImageRecord image(kMixed);
   ZSCUESHEET* sheet = &image.Sheet();
@@ -96,7 +96,7 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
     EXPECT_EQ(DISP_E_ARRAYISLOCKED, service->MergeTracks(&source, &destination));
     VARIANT& files = access.Elements<ZSTRACK>()[2].varFiles;
     VariantClear(&files);
-    files.vt = VT_UI8; // A value that is no list must not be read as one.
+    files.vt = VT_UI8; // A number, which must not be read as a pointer to a list.
     files.ullVal = 0xFFFFFFF0;
   }
   EXPECT_EQ(E_INVALIDARG, service->MergeTracks(&nothing, &destination));
@@ -129,7 +129,7 @@ TEST(SheetRecords, MergeMovesTracksBehindTheLastOrChangesNothing) {
   VariantClear(&empty);
 }
 
-TEST(SheetRecords, OperationsWantTheirArguments) {
+TEST(SheetRecords, NullArgumentsAreRefused) {
   const ComPtr<IZSCueSheet> s = NewCueSheetService();
   const TestSheet sheet;
   ::ZSCDTEXT* text = &sheet->ZSCDTEXT;
@@ -155,7 +155,7 @@ TEST(SheetRecords, OperationsWantTheirArguments) {
                 s->EncodeCDText(nullptr, VARIANT_FALSE, &data, &length),
                 s->EncodeCDText(sheet.Get(), VARIANT_FALSE, nullptr, &length),
                 s->EncodeCDText(sheet.Get(), VARIANT_FALSE, &data, nullptr));
-  EXPECT_EQ(nullptr, stream) << "no stream on a failure";
+  EXPECT_EQ(nullptr, stream) << "a failure returns no stream";
   EXPECT_EQ(ZSE_CANNOTOPENIMAGE, s->AnalyzeCueSheet(nullptr, sheet.Get()));
   EXPECT_EQ(E_NOTIMPL, s->Dummy(nullptr, nullptr));
 }

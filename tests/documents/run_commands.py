@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Holds the documents to what they say, in a scratch folder with an installed package: run_commands.py BUILD
+"""Tests the documents in a scratch folder with an installed package: run_commands.py BUILD
 
 - A fenced `sh` block is a list of commands, each of which must succeed.
-- A `console` block has commands behind "$ ", and what each prints. A line "..." stands for any lines.
-- A command with "# exit status N" behind it must end with N.
-- A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file; commands behind it compile it. Any
-  other `cpp` block stands in the sources as it is here.
-- `./dev COMMAND` is not run: the command must be one of those that ./dev lists, and CONTRIBUTING.md must tell of all.
-- Links and paths of the project must lead somewhere.
+- A `console` block has commands after "$ " and the output of each. A line "..." matches any lines.
+- A command with the comment "# exit status N" must end with N.
+- A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file, which later commands compile. Any
+  other `cpp` block must be a part of the sources.
+- `./dev COMMAND` is not run. The command must be one that ./dev lists, and CONTRIBUTING.md must mention each of these.
+- Links and paths of the project must exist.
 """
 import os
 import re
@@ -19,7 +19,7 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
 FOLDERS = "bench|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
-# The images that the documents call disc.*, and the samples that they are.
+# Names of images in the documents, and the samples that are copied there.
 DISC = {"disc.cue": "album.cue", "disc.bin": "album.bin", "disc.cdt": "album.cdt", "disc.nrg": "cdplus.nrg",
         "disc.mds": "inline.mds", "disc.mdf": "inline.mdf", "disc.ccd": "sessions.ccd", "disc.img": "sessions.img"}
 
@@ -40,8 +40,8 @@ def install(build, prefix):
                 LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"))
 
 
-def fill(work):
-    """Puts in place what the documents speak of."""
+def copy_images(work):
+    """Copies the images that the documents mention to the working folder."""
     samples = shutil.copytree(PROJECT / "samples/images", work / "samples/images")
     for name, sample in DISC.items():
         shutil.copy(samples / sample, work / name)
@@ -50,53 +50,53 @@ def fill(work):
 
 
 def commands(language, block):
-    """Place of each command in a block, the command, and what it prints: None where the block does not say."""
+    """Yields line, command and output of each command of a block. The output is None if the block has none."""
     pattern = {"sh": r"^()(.+)\n", "console": r"^()\$ (.*)\n((?:(?!\$ ).*\n)*)"}.get(language, "(?!)")
     for found in re.finditer(pattern, block, re.M):
         yield block.count("\n", 0, found.start()), found[2], found[3] if language == "console" else None
 
 
-def prints(expected, found):
+def matches(expected, output):
     pattern = ".*".join(re.escape(part) for part in re.split(r"^\.\.\.$", expected.rstrip(), flags=re.M))
-    return re.fullmatch(pattern, found.rstrip(), re.S)
+    return re.fullmatch(pattern, output.rstrip(), re.S)
 
 
 def faults_of(document, known, sources, work, environment):
-    """Line and words of each thing that a document says in vain."""
+    """Yields line and message of each fault of a document."""
     text = document.read_text()
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
         first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
         elif block[1] == "cpp" and block[2] not in sources:
-            yield first, "this stands in no source"
-        for place, command, expected in commands(block[1], block[2]):
+            yield first, "this block is in no source file"
+        for line, command, expected in commands(block[1], block[2]):
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
-                yield first + place, f"./dev has no command {word}"
+                yield first + line, f"./dev has no command {word}"
             result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
                                     stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             status = re.search(r"# exit status (\d+)|$", command)[1]
-            if result.returncode != int(status or 0) or (expected is not None and not prints(expected, result.stdout)):
-                yield first + place, f"'{command}' ends with {result.returncode} and prints\n{result.stdout}"
+            if result.returncode != int(status or 0) or (expected is not None and not matches(expected, result.stdout)):
+                yield first + line, f"'{command}' ends with {result.returncode} and prints\n{result.stdout}"
     for link in re.finditer(r"\]\(([^)#:]+)(?:#[^)]*)?\)|`((?:%s)/[^`\s]*)`" % FOLDERS, text):
         if not ((document.parent / link[1]).exists() if link[1] else any(PROJECT.glob(link[2].rstrip("/")))):
-            yield text.count("\n", 0, link.start()) + 1, f"there is no {link[1] or link[2]}"
+            yield text.count("\n", 0, link.start()) + 1, f"{link[1] or link[2]} does not exist"
 
 
 def main(build):
     known = set(re.findall(r"^  ([a-z][a-z-]*)", output_of("./dev", "help"), re.M))
-    told = (PROJECT / "CONTRIBUTING.md").read_text()
-    faults = [f"CONTRIBUTING.md does not tell of ./dev {command}" for command in sorted(known)
-              if not re.search(rf"\./dev {command}\b(?!-)", told)]
+    guide = (PROJECT / "CONTRIBUTING.md").read_text()
+    faults = [f"CONTRIBUTING.md does not mention ./dev {command}" for command in sorted(known)
+              if not re.search(rf"\./dev {command}\b(?!-)", guide)]
     sources = "".join(path.read_text() for path in files("*.h", "*.cpp"))
     with tempfile.TemporaryDirectory() as scratch:
         environment = install(build, Path(scratch) / "prefix")
         for document in files("*.md"):
             name = document.relative_to(PROJECT).as_posix()
             work = Path(scratch) / name.replace("/", "-")
-            fill(work)
+            copy_images(work)
             faults += [f"{name}:{line}: {words}" for line, words in faults_of(document, known, sources, work, environment)]
-    print("\n".join(faults) or "documents: all hold what they say")
+    print("\n".join(faults) or "documents: no faults")
     return 1 if faults else 0
 
 

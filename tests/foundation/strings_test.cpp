@@ -7,29 +7,29 @@
 
 namespace {
 
-TEST(Strings, NewTextEndsAtAZeroAndBetweenCharacters) {
-  const std::string smile = "\xF0\x9F\x98\x80"; // Two units.
+TEST(Strings, NewBstrEndsAtAZeroAndBetweenCharacters) {
+  const std::string pair = "\xF0\x9F\x98\x80"; // One character of two wide units.
   const std::tuple<std::string, std::size_t, std::string> kCases[] = {{std::string("AB\0C", 4), 4, "AB"},
                                                                       {std::string("\0C", 2), 2, "(null)"},
                                                                       {"ABC", 2, "AB"},
-                                                                      {"AB" + smile, 3, "AB"},
-                                                                      {"AB" + smile, 4, "AB" + smile},
-                                                                      {smile, 1, "(null)"}};
+                                                                      {"AB" + pair, 3, "AB"},
+                                                                      {"AB" + pair, 4, "AB" + pair},
+                                                                      {pair, 1, "(null)"}};
   for (const auto& [narrow, limit, expected] : kCases) {
     EXPECT_EQ(expected, Narrow(UniqueBstr(NewBstr(narrow, limit)).get())) << limit;
   }
 }
 
-TEST(File, ReadsAndWritesExactly) {
+TEST(File, ReadsAndWritesAllOrFails) {
   const TemporaryFolder folder;
   CZSFile file;
   ASSERT_TRUE(file.OpenForReading(folder.Write("a.bin", "0123")));
   char bytes[4] = {};
   EXPECT_EQ(2U, file.Seek64(-2, FILE_END));
-  EXPECT_FALSE(file.Read(bytes, 3)) << "fewer came";
-  EXPECT_FALSE(file.Read(bytes, 1)) << "none came";
+  EXPECT_FALSE(file.Read(bytes, 3)) << "two are left";
+  EXPECT_FALSE(file.Read(bytes, 1)) << "none is left";
   EXPECT_EQ(kSeekFailed, file.Seek64(-1, FILE_BEGIN));
-  EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "nothing needs no file";
+  EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "no file is needed";
   EXPECT_FALSE(file.Write(bytes, 1)) << "open for reading";
   ASSERT_TRUE(file.Open(folder.Path("b.bin"), GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
   EXPECT_TRUE(file.Write(bytes, 4));

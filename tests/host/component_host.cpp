@@ -1,6 +1,12 @@
 /// @file
-/// A program that links the platform library alone, and knows the component by the registry. It takes its steps from
-/// the command line and prints a line for each.
+/// A host that links the platform library alone and finds the component in the registry. Its arguments are steps, and
+/// it prints a line for each:
+///
+///     call LIBRARY FUNCTION   loads a library and calls an entry point without arguments
+///     create CLASS            creates an object of a class, by its name or identifier
+///     read IMAGE              frees a record after the library that filled it was unloaded
+///     free                    frees unused libraries and says whether the component is still loaded
+///     threads                 creates objects in many threads while libraries are freed
 
 #include <dlfcn.h>
 
@@ -23,14 +29,12 @@ namespace {
 
 void Print(const char* step, HRESULT result) { std::printf("%s 0x%08X\n", step, static_cast<unsigned>(result)); }
 
-/// Loads a library by its path and calls one of its entry points.
 void Call(const char* path, const char* name) {
   void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   Print(name, reinterpret_cast<HRESULT (*)()>(dlsym(library, name))());
   dlclose(library);
 }
 
-/// Makes an object of a class, given by its name or its identifier.
 template <class I> HRESULT Create(const std::string& name, REFIID iid, ComPtr<I>* object) {
   CLSID clsid{};
   const bool isIdentifier = GUIDFromString(name, &clsid);
@@ -45,8 +49,6 @@ void FreeLibraries() {
   std::printf("free %s\n", text.find("/libImageFile.so") == std::string::npos ? "gone" : "loaded");
 }
 
-/// Reads an image and gives its tracks file pieces; the library goes while the record stands, and comes back to free
-/// it.
 void Read(const std::string& path) {
   const UniqueBstr name(SysAllocString(MultiByteToWideChar(path).c_str()));
   zsimagefileinfo info{};
@@ -64,33 +66,32 @@ void Read(const std::string& path) {
   Print("empty", images->FreeImageFileInfo(&info));
 }
 
-/// Many threads make and release objects while the main thread frees libraries over and over.
 void RunThreads() {
   constexpr int kThreads = 4;
   constexpr int kRounds = 100;
-  std::barrier line(kThreads + 1);
-  std::atomic<int> made{0};
+  std::barrier gate(kThreads + 1);
+  std::atomic<int> created{0};
   std::vector<std::jthread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < kRounds; ++round) {
-        line.arrive_and_wait();
+        gate.arrive_and_wait();
         ComPtr<IZSImageFile> images;
         const HRESULT result = Create("ZSImageFile.ZSImageFile", IID_IZSImageFile, &images);
         if (FAILED(result)) {
           Print("thread", result);
         }
-        ++made;
-        line.arrive_and_wait(); // No object is released while libraries are freed.
+        ++created;
+        gate.arrive_and_wait(); // The last release of an object must not run while libraries are freed.
       }
     });
   }
   for (int round = 1; round <= kRounds; ++round) {
-    line.arrive_and_wait();
-    while (made < kThreads * round) {
+    gate.arrive_and_wait();
+    while (created < kThreads * round) {
       CoFreeUnusedLibraries();
     }
-    line.arrive_and_wait();
+    gate.arrive_and_wait();
   }
   threads.clear();
   std::puts("threads done");

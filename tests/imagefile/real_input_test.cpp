@@ -1,4 +1,4 @@
-// Images from independent makers. A test that lacks its maker is skipped.
+// Images from independent programs. A test is skipped if its program is not installed.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(RealInput, IsoFromGenisoimage) {
+TEST(RealInput, GenisoimageIso) {
   const TemporaryFolder folder;
   folder.Write("tree/file", std::string(300000, 'x'));
   const ToolResult made = RunShell("cd '" + folder.Path("") + "' && genisoimage -quiet -r -o real.iso tree");
@@ -22,7 +22,7 @@ TEST(RealInput, IsoFromGenisoimage) {
   EXPECT_EQ(0, RunTool(folder, "check real.iso").status);
 }
 
-TEST(RealInput, VideoCdFromVcdimager) {
+TEST(RealInput, VcdimagerVideoCd) {
   const TemporaryFolder folder;
   folder.Write("clip.mpg", MpegStream(300));
   const ToolResult made =

@@ -8,7 +8,6 @@
 #include "foundation/module.h"
 #include "imagefile/server/diagnostics.h"
 #include "imagefile/server/exports.h"
-#include "imagefile/server/registrar.h"
 #include "imagefile/server/registration.h"
 #include "platform/registry.h"
 #include "support/environment_variable.h"
@@ -18,8 +17,8 @@
 
 namespace {
 
-/// Runs steps in a program that knows the component by the registry alone. The component is $LIBRARY.
-std::string Host(const TemporaryFolder& folder, const std::string& steps) {
+/// Runs steps in component_host. In the steps, $LIBRARY is the path of the component.
+std::string RunHost(const TemporaryFolder& folder, const std::string& steps) {
   const ToolResult result = RunShell("LIBRARY='" COMPONENT_LIBRARY "' && cd '" + folder.Path("") + "' && exec " +
                                      ZSIMAGE_EMULATOR " '" COMPONENT_HOST "' " + steps);
   EXPECT_EQ(0, result.status) << result.err;
@@ -30,15 +29,67 @@ class Server : public testing::Test {
 protected:
   void WriteRegistry(const std::string& keys) const { folder.Write("registry.reg", "ImageFile Registry 1\n" + keys); }
 
-  /// The registry on one line.
-  std::string Registry() const { return std::regex_replace(folder.Read("registry.reg"), std::regex("\n+"), " "); }
+  /// Returns the registry with one line for each key. Names below HKEY_CLASSES_ROOT lack that root.
+  std::string Registry() const {
+    const std::string text = std::regex_replace(folder.Read("registry.reg"), std::regex(R"(HKEY_CLASSES_ROOT\\)"), "");
+    return std::regex_replace(std::regex_replace(text, std::regex("\n(?![\n[])"), " "), std::regex("\n+"), "\n");
+  }
 
   const TemporaryFolder folder;
   const EnvironmentVariable path{"IMAGEFILE_REGISTRY", folder.Path("registry.reg")};
   const EnvironmentVariable runtime{"XDG_RUNTIME_DIR", folder.Path("")};
 };
 
-TEST_F(Server, IsFoundByOtherProcessesWhileRegistered) {
+/// The registry of the test below with the library registered.
+constexpr const char* kRegistered = R"(ImageFile Registry 1
+[HKEY_CLASSES_ROOT]
+[CLSID]
+[CLSID\{00000000-0000-0000-0000-000000000001}] @="Another class"
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}] @="Zentora Scribe ImageFile Class"
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\InprocServer32] @="LIBRARY" "ThreadingModel"="Apartment"
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\ProgID] @="ZSImageFile.ZSImageFile.1"
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\Programmable]
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\TypeLib] @="{473D376B-F22A-4B8D-AD03-C6882F715D4B}"
+[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\VersionIndependentProgID] @="ZSImageFile.ZSImageFile"
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}] @="Zentora Scribe CueSheet Class"
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\InprocServer32] @="LIBRARY" "ThreadingModel"="Apartment"
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\ProgID] @="ZSImageFile.ZSCueSheet.1"
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\Programmable]
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\TypeLib] @="{473D376B-F22A-4B8D-AD03-C6882F715D4B}"
+[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\VersionIndependentProgID] @="ZSImageFile.ZSCueSheet"
+[TypeLib]
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}]
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0] @="Zentora ImageFile"
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\0]
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\0\PLATFORM] @="LIBRARY\\1"
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\FLAGS] @="0"
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\HELPDIR] @="FOLDER"
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}]
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0] @="zs.tlb"
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\0]
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\0\PLATFORM] @="LIBRARY\\2"
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\FLAGS] @="0"
+[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\HELPDIR] @="FOLDER"
+[ZSImageFile.ZSCueSheet] @="Zentora Scribe CueSheet Class"
+[ZSImageFile.ZSCueSheet\CLSID] @="{CD37B6EB-D22C-4F42-8C01-89B078739430}"
+[ZSImageFile.ZSCueSheet\CurVer] @="ZSImageFile.ZSCueSheet.1"
+[ZSImageFile.ZSCueSheet.1] @="Zentora Scribe CueSheet Class"
+[ZSImageFile.ZSCueSheet.1\CLSID] @="{CD37B6EB-D22C-4F42-8C01-89B078739430}"
+[ZSImageFile.ZSImageFile] @="Zentora Scribe ImageFile Class"
+[ZSImageFile.ZSImageFile\CLSID] @="{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"
+[ZSImageFile.ZSImageFile\CurVer] @="ZSImageFile.ZSImageFile.1"
+[ZSImageFile.ZSImageFile.1] @="Zentora Scribe ImageFile Class"
+[ZSImageFile.ZSImageFile.1\CLSID] @="{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"
+[HKEY_CURRENT_USER] "Mine"=dword:00000001 )";
+
+std::string Registered() {
+  const std::filesystem::path library = COMPONENT_LIBRARY;
+  std::string text = std::regex_replace(kRegistered, std::regex("LIBRARY"), library.string());
+  text = std::regex_replace(text, std::regex("FOLDER"), library.parent_path().string());
+  return std::regex_replace(text, std::regex("PLATFORM"), sizeof(void*) == 8 ? "posix64" : "posix32");
+}
+
+TEST_F(Server, OtherProcessesFindItWhileRegistered) {
   const std::string steps = "create ZSImageFile.ZSImageFile create zsimagefile.zscuesheet "
                             "create ZSImageFile.ZSCueSheet.1 create {AE7CB71D-5121-409C-AEA7-4A9EACB3C354}";
   const std::string unknown = "create 0x800401F3\ncreate 0x800401F3\ncreate 0x800401F3\ncreate 0x80040154\n";
@@ -46,61 +97,38 @@ TEST_F(Server, IsFoundByOtherProcessesWhileRegistered) {
                 "[HKEY_CLASSES_ROOT\\CLSID\\{00000000-0000-0000-0000-000000000001}]\n@=\"Another class\"\n"
                 "[HKEY_CLASSES_ROOT\\TypeLib]\n[HKEY_CURRENT_USER]\n\"Mine\"=dword:00000001\n");
   const std::string before = Registry();
-  EXPECT_EQ(unknown, Host(folder, steps));
-  EXPECT_EQ("DllRegisterServer 0x00000000\n", Host(folder, "call $LIBRARY DllRegisterServer"));
-  EXPECT_EQ("create 0x00000000\ncreate 0x00000000\ncreate 0x00000000\ncreate 0x00000000\n", Host(folder, steps));
+  EXPECT_EQ(unknown, RunHost(folder, steps));
+  EXPECT_EQ("DllRegisterServer 0x00000000\n", RunHost(folder, "call $LIBRARY DllRegisterServer"));
+  EXPECT_EQ("create 0x00000000\ncreate 0x00000000\ncreate 0x00000000\ncreate 0x00000000\n", RunHost(folder, steps));
 
-  const std::string registered = Registry();
-  const auto expect = [&](const std::string& key, const std::string& text, const std::string& more = "") {
-    const std::string entry = "[HKEY_CLASSES_ROOT\\" + key + "] " + (text.empty() ? "[" : "@=\"" + text + "\" " + more);
-    EXPECT_NE(std::string::npos, registered.find(entry)) << entry << registered;
-  };
-  const std::tuple<std::string, std::string, std::string> kClasses[] = {
-      {"ZSImageFile.ZSImageFile", "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "Zentora Scribe ImageFile Class"},
-      {"ZSImageFile.ZSCueSheet", "{CD37B6EB-D22C-4F42-8C01-89B078739430}", "Zentora Scribe CueSheet Class"}};
-  for (const auto& [name, id, text] : kClasses) {
-    for (const std::string& key : {name, name + ".1", "CLSID\\" + id}) {
-      expect(key, text);
-    }
-    expect(name + "\\CLSID", id);
-    expect(name + ".1\\CLSID", id);
-    expect(name + "\\CurVer", name + ".1");
-    expect("CLSID\\" + id + "\\ProgID", name + ".1");
-    expect("CLSID\\" + id + "\\VersionIndependentProgID", name);
-    expect("CLSID\\" + id + "\\Programmable", "");
-    expect("CLSID\\" + id + "\\InprocServer32", COMPONENT_LIBRARY, "\"ThreadingModel\"=\"Apartment\"");
-    expect("CLSID\\" + id + "\\TypeLib", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}");
-  }
-  expect("TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\1.0", "Zentora ImageFile");
-  expect("TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}\\1.0", "zs.tlb");
-
-  // Twice each way is as good as once, and it does not matter how the library was named to be loaded.
+  EXPECT_EQ(Registered(), Registry());
+  // A second call changes nothing, also if the library was loaded by a relative path.
   std::filesystem::create_directory_symlink(std::filesystem::path(COMPONENT_LIBRARY).parent_path(), folder.Path("lib"));
-  EXPECT_EQ("DllRegisterServer 0x00000000\n", Host(folder, "call ./lib/${LIBRARY##*/} DllRegisterServer"));
-  EXPECT_EQ(registered, Registry());
+  EXPECT_EQ("DllRegisterServer 0x00000000\n", RunHost(folder, "call ./lib/${LIBRARY##*/} DllRegisterServer"));
+  EXPECT_EQ(Registered(), Registry());
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ("DllUnregisterServer 0x00000000\n", Host(folder, "call $LIBRARY DllUnregisterServer"));
+    EXPECT_EQ("DllUnregisterServer 0x00000000\n", RunHost(folder, "call $LIBRARY DllUnregisterServer"));
     EXPECT_EQ(before, Registry());
   }
-  EXPECT_EQ(unknown, Host(folder, steps));
+  EXPECT_EQ(unknown, RunHost(folder, steps));
 }
 
-TEST_F(Server, ServesARecordThatOutlivesTheLibrary) {
+TEST_F(Server, RecordsOutliveTheLibrary) {
   folder.WriteSparse("disc.iso", 20 * 2048);
   EXPECT_EQ("DllRegisterServer 0x00000000\nread 0x00000000\nprepare 0x00000000\nfree loaded\nfree gone\n"
             "again 0x00000000\nempty 0x00000000\n",
-            Host(folder, "call $LIBRARY DllRegisterServer read disc.iso"));
+            RunHost(folder, "call $LIBRARY DllRegisterServer read disc.iso"));
   ComPtr<ITypeLib> own;
   EXPECT_EQ(S_OK, LoadRegTypeLib(kComponentTypeLibrary, 1, 0, 0, own.Receive())) << "known without the registry";
   EXPECT_EQ(TYPE_E_LIBNOTREGISTERED, LoadRegTypeLib(kComponentTypeLibrary, 1, 1, 0, own.Receive()));
 }
 
-TEST_F(Server, TellsWhyALibraryCannotServe) {
+TEST_F(Server, CreationReportsWhyTheLibraryFails) {
   const std::string component = COMPONENT_LIBRARY;
   const std::string libraries = component.substr(0, component.rfind('/'));
   const std::tuple<std::string, const char*> kCases[] = {
       {folder.Path("missing.so"), "create 0x800401F8\n"},
-      {"libm.so.6", "create 0x800401F8\n"}, // Never searched for.
+      {"libm.so.6", "create 0x800401F8\n"}, // Not searched for in the folders of the system.
       {folder.Path("registry.reg"), "create 0x800401F8\n"},
       {libraries + "/libImageFilePlatform.so", "create 0x800401F9\n"},
       {component, "create 0x80040111\n"},
@@ -109,64 +137,55 @@ TEST_F(Server, TellsWhyALibraryCannotServe) {
     WriteRegistry("[HKEY_CLASSES_ROOT\\A\\CLSID]\n@=\"{00000000-0000-0000-0000-000000000001}\"\n"
                   "[HKEY_CLASSES_ROOT\\CLSID\\{00000000-0000-0000-0000-000000000001}\\InprocServer32]\n@=\"" +
                   library + "\"\n");
-    EXPECT_EQ(answer, Host(folder, "create A")) << library;
+    EXPECT_EQ(answer, RunHost(folder, "create A")) << library;
   }
 }
 
-TEST_F(Server, StopsAtTheStepThatFailsAndLeavesWhatWentBefore) {
+TEST_F(Server, RegistrationStopsAtTheStepThatFails) {
   const char* kSteps[] = {"TypeLib\\{B85DA793-2DE6-49AC-844D-52512C140A0A}", "ZSImageFile.ZSImageFile",
                           "ZSImageFile.ZSCueSheet", "TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}"};
-  std::set<std::string> seen; // Which steps had left their keys.
+  std::set<std::string> seen; // For each step whether its keys are there.
   for (long point = 0; seen.count("++++") == 0 && point < 1000; ++point) {
     WriteRegistry("");
     FaultyFiles files([] { return EACCES; });
     files.points.Start(std::max(1L, point), point != 0);
-    const HRESULT result = RunRegistration(RegistrarMode::Register);
+    const HRESULT result = DllRegisterServer();
     files.points.Stop();
-    // Where the first call alone fails, that costs the shared type library, which nobody looks at.
+    // If only the first call fails, so does the shared type library, whose failure is ignored.
     EXPECT_EQ(point == 0 ? S_OK : HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), result) << point;
     std::string keys;
     for (const char* key : kSteps) {
-      keys += Registry().find(std::string("[HKEY_CLASSES_ROOT\\") + key + "] ") == std::string::npos ? '-' : '+';
+      keys += Registry().find('[' + std::string(key) + ']') == std::string::npos ? '-' : '+';
     }
     seen.insert(keys);
   }
   EXPECT_EQ((std::set<std::string>{"-+++", "----", "+---", "++--", "+++-", "++++"}), seen);
 }
 
-TEST_F(Server, RunsScriptsBothWays) {
-  const ScriptNames names = {{"MODULE", "/a 'b'%.so"}, {"KEY", "K"}};
-  constexpr const char* kScript = "HKCU { NoRemove Kept { val A = s 'it''s' NoRemove val B = s '%MODULE%' }\n"
-                                  " %KEY% = s plain { Sub } ForceRemove 'Whole Key' { 'val' = s '100%%' } }";
-  WriteRegistry("[HKEY_CURRENT_USER\\K\\Other]\n[HKEY_CURRENT_USER\\Whole Key\\Old]\n");
-  EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Register));
-  const std::string head = "ImageFile Registry 1 [HKEY_CLASSES_ROOT] [HKEY_CURRENT_USER] [HKEY_CURRENT_USER\\K] "
-                           "@=\"plain\" [HKEY_CURRENT_USER\\K\\Other] ";
-  EXPECT_EQ(head + "[HKEY_CURRENT_USER\\K\\Sub] [HKEY_CURRENT_USER\\Kept] \"A\"=\"it's\" \"B\"=\"/a 'b'%.so\" "
-                   "[HKEY_CURRENT_USER\\Whole Key] [HKEY_CURRENT_USER\\Whole Key\\val] @=\"100%\" ",
+TEST_F(Server, UnregistrationKeepsKeysOfOthers) {
+  WriteRegistry("[HKEY_CLASSES_ROOT\\ZSImageFile.ZSCueSheet\\CurVer\\Other]\n"
+                "[HKEY_CLASSES_ROOT\\ZSImageFile.ZSImageFile\\Other]\n"
+                "[HKEY_CLASSES_ROOT\\TypeLib\\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\\2.0]\n"
+                "[HKEY_CLASSES_ROOT\\CLSID\\{CD37B6EB-D22C-4F42-8C01-89B078739430}\\Old]\n");
+  EXPECT_EQ(S_OK, DllRegisterServer());
+  EXPECT_EQ(std::string::npos, Registry().find("\\Old]")) << "registration empties the key of a class";
+  EXPECT_EQ(S_OK, DllUnregisterServer());
+  EXPECT_EQ(R"(ImageFile Registry 1
+[HKEY_CLASSES_ROOT]
+[CLSID]
+[TypeLib]
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}]
+[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\2.0]
+[ZSImageFile.ZSCueSheet] @="Zentora Scribe CueSheet Class"
+[ZSImageFile.ZSCueSheet\CurVer] @="ZSImageFile.ZSCueSheet.1"
+[ZSImageFile.ZSCueSheet\CurVer\Other]
+[ZSImageFile.ZSImageFile] @="Zentora Scribe ImageFile Class"
+[ZSImageFile.ZSImageFile\Other]
+[HKEY_CURRENT_USER] )",
             Registry());
-  EXPECT_EQ(S_OK, RunRegistrationScript(kScript, names, RegistrarMode::Unregister));
-  EXPECT_EQ(head + "[HKEY_CURRENT_USER\\Kept] \"B\"=\"/a 'b'%.so\" ", Registry());
 }
 
-/// So many blocks of a script in each other.
-std::string Nested(std::size_t depth) { return depth == 0 ? "" : "{ a " + Nested(depth - 1) + "} "; }
-
-TEST_F(Server, RefusesMalformedScripts) {
-  const auto run = [](const std::string& script) { return RunRegistrationScript(script, {}, RegistrarMode::Register); };
-  for (const char* keys : {"", "a = }", "a = s }", "a = s { }", "a = d 1 }", "val a }", "'a }", "%NAME% }", "a% }",
-                           "a { b }", "a { val }", "a } }", "'' }", "a\\b }", "NoRemove }"}) {
-    EXPECT_EQ(E_INVALIDARG, run(std::string("HKCR { ") + keys)) << keys;
-  }
-  EXPECT_EQ(E_INVALIDARG, run("HKCR"));
-  EXPECT_EQ(E_INVALIDARG, run("HKLM { a }"));
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_NAME), run("HKCU { Good { '" + std::string(256, 'a') + "' } }"));
-  EXPECT_EQ(E_INVALIDARG, run("HKCU " + Nested(33)));
-  EXPECT_EQ("", folder.Read("registry.reg"));
-  EXPECT_EQ(S_OK, run("HKCU " + Nested(32)));
-}
-
-TEST_F(Server, ReadsTheLevelOfDiagnostics) {
+TEST_F(Server, DiagnosticsReadsLevelAndCreatesMutex) {
   const std::tuple<std::string, LONG> kCases[] = {{"", -1},
                                                   {"\"DebugLevel\"=dword:00000003\n", 3},
                                                   {"\"debuglevel\"=dword:fffffffe\n", -2},
@@ -175,19 +194,19 @@ TEST_F(Server, ReadsTheLevelOfDiagnostics) {
   for (const auto& [values, level] : kCases) {
     WriteRegistry("[HKEY_CURRENT_USER\\Software\\Zentora\\Zentora Scribe\\MMC]\n" + values);
     const Diagnostics diagnostics;
-    EXPECT_EQ(level, diagnostics.Level()) << values;
-    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.Mutex());
+    EXPECT_EQ(level, diagnostics.level) << values;
+    EXPECT_NE(INVALID_HANDLE_VALUE, diagnostics.mutex.Get());
   }
   Memory().faults.Start(1, true);
   const Diagnostics withoutMemory;
   Memory().faults.Stop();
   const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
   const Diagnostics withoutFolder;
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.Mutex());
-  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.Mutex());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.mutex.Get());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.mutex.Get());
 }
 
-TEST(ServerClasses, MakePlainAndAggregatedObjects) {
+TEST(ClassFactory, CreatesPlainAndAggregatedObjects) {
   ComPtr<IClassFactory> factory;
   EXPECT_EQ(E_POINTER, DllGetClassObject(CLSID_ZSCueSheet, IID_IClassFactory, nullptr));
   EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, DllGetClassObject(GUID{}, IID_IClassFactory, factory.ReceiveVoid()));
@@ -200,16 +219,16 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   EXPECT_EQ(factory.Get(), same.Get());
 
   same.Reset();
-  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "with a factory in use";
+  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "while a factory is in use";
   factory->LockServer(1);
   EXPECT_EQ(2, Module().LockCount());
   factory->Release();
-  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "while it is locked";
+  EXPECT_EQ(S_FALSE, DllCanUnloadNow()) << "while locked";
   factory->LockServer(0);
   EXPECT_EQ(S_OK, DllCanUnloadNow());
   factory->AddRef();
 
-  ComPtr<IUnknown> outer; // An object that takes another one in.
+  ComPtr<IUnknown> outer; // Aggregates `inner`.
   ComPtr<IUnknown> inner;
   ASSERT_EQ(S_OK, factory->CreateInstance(nullptr, IID_IUnknown, outer.ReceiveVoid()));
   void* object = &outer;
@@ -218,7 +237,7 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   ASSERT_EQ(S_OK, factory->CreateInstance(outer.Get(), IID_IUnknown, inner.ReceiveVoid()));
   factory.Reset();
   {
-    ComPtr<IZSCueSheet> sheets; // Its identity and its references are those of the outer object.
+    ComPtr<IZSCueSheet> sheets; // Has the identity and the references of the outer object.
     ASSERT_EQ(S_OK, inner->QueryInterface(IID_IZSCueSheet, sheets.ReceiveVoid()));
     EXPECT_EQ(3U, outer->AddRef());
     EXPECT_EQ(2U, outer->Release());
@@ -229,15 +248,15 @@ TEST(ServerClasses, MakePlainAndAggregatedObjects) {
   }
   EXPECT_EQ(2, Module().LockCount());
   inner.Reset();
-  EXPECT_EQ(0U, outer.Detach()->Release()) << "nothing else holds it";
+  EXPECT_EQ(0U, outer.Detach()->Release()) << "no other references";
   EXPECT_EQ(S_OK, DllCanUnloadNow());
 }
 
-TEST(Threads, CreateObjectsWhileLibrariesAreLoadedAndFreed) {
+TEST(Threads, ObjectsAreCreatedWhileLibrariesAreFreed) {
   const TemporaryFolder folder;
   const EnvironmentVariable path("IMAGEFILE_REGISTRY", folder.Path("registry.reg"));
   EXPECT_EQ("DllRegisterServer 0x00000000\nthreads done\nfree gone\nDllCanUnloadNow 0x00000000\n",
-            Host(folder, "call $LIBRARY DllRegisterServer threads free call $LIBRARY DllCanUnloadNow"));
+            RunHost(folder, "call $LIBRARY DllRegisterServer threads free call $LIBRARY DllCanUnloadNow"));
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Proves the suite: plants small faults in src/, one at a time, and tells which of them no test sees.
+"""Plants small faults in src/, one at a time, and reports which of them no test catches.
 
 Usage: mutate.py [COUNT] [--only PATH]... [--seed N] [--workers N]
 
-Faults are drawn by a hash with a fixed seed, so that a run can be repeated: comparisons turned, operators exchanged,
-numbers one too high, sums one short, error codes turned into success, statements dropped. Each is built in a copy of
-the tree under build/mutation; one that does not compile does not count. Fails where less than nine tenths are caught.
+A fault exchanges an operator, adds 1 to a number, drops a "+ 1", turns an error code into success or drops a statement.
+A hash with a fixed seed chooses the faults, so that a run can be repeated. Each fault is built in a copy of the tree
+under build/mutation; one that does not compile is not counted. Fails if the tests catch less than nine tenths.
 """
 
 import argparse
@@ -14,14 +14,14 @@ import queue
 import re
 import subprocess
 import sys
-import threading
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 SCRATCH = ROOT / "build" / "mutation"
 TIMEOUT = 120  # Seconds; a fault that makes the suite hang is caught.
 
-# Slow sweeps run when the rest has seen nothing.
+# Slow tests, which run after the others have passed.
 SLOW = "Failures.*:Budgets.*"
 
 EXCHANGES = [
@@ -30,22 +30,22 @@ EXCHANGES = [
     (r"\b(E|ZSE)_[A-Z_]+\b", "S_OK"), (r"\btrue\b", "false"), (r"\bfalse\b", "true"),
 ]
 NUMBER = re.compile(r"(?<![\w.'\"])(0x[0-9A-Fa-f]+|0|[1-9]\d*)(?=[UL]*(?![\w.'\"]))")
-# A call or an assignment that stands alone on its line; a declaration, a jump or a part of something longer does not.
+# A call or an assignment on a line of its own, but no declaration, jump or part of a longer statement.
 STATEMENT = re.compile(r"^\s+(?!return|break|continue|throw|using|case|default|goto|else|delete|static|const|auto|co_)"
                        r"(?:[\w:>.\[\]*()-]+(?:\([^;]*\))|[\w:>.\[\]*()-]+ [|&+-]?= [^;]+|\+\+[\w.]+);\s*$")
-# What shows in no run: checks of the compiler, templates, and declarations.
+# Lines in which a fault has no effect at run time.
 LEFT_OUT = re.compile(r"^\s*(#|//|/\*|\*|static_assert|template|using |class |struct |enum |case .*:$)|= 0;|= delete|= default|operator")
 
 
 def code_of(line):
-    """The line without comment and with its texts blanked, so that columns stay."""
+    """Returns a line with its literals and comments blanked. Columns do not change."""
     line = re.sub(r'"(?:\\.|[^"\\])*"', lambda m: '"' + "_" * (len(m[0]) - 2) + '"', line)
     line = re.sub(r"'(?:\\.|[^'\\])+'", lambda m: "'" + "_" * (len(m[0]) - 2) + "'", line)
     return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
 
 
 def faults_of(path):
-    """Every fault that can be planted in a file, as (path, line's index, its text with the fault)."""
+    """Returns every fault that a file can have, as (path, index of the line, text of the line with the fault)."""
     faults = []
     lines = path.read_text().split("\n")
     for index, line in enumerate(lines):
@@ -62,8 +62,8 @@ def faults_of(path):
     return faults
 
 
-def draw(paths, count, seed):
-    """The faults whose hashes come first, at most one for each line: a change of the code leaves most of them."""
+def choose(paths, count, seed):
+    """Returns the faults with the lowest hashes, at most one a line. Most of them stay when the code changes."""
     def order(fault):
         path, index, text = fault
         return hashlib.sha256(f"{seed} {path.relative_to(ROOT)} {text.strip()}".encode()).digest()
@@ -86,7 +86,7 @@ class Worker:
         self.folder.mkdir(parents=True, exist_ok=True)
         subprocess.run(["rsync", "-rlp", "--checksum", "--files-from=-", f"{ROOT}/", f"{self.folder}/"],
                        input=tree, text=True, check=True)
-        # Optimised little, and without a guard that would catch a fault before a test does: what a test sees, counts.
+        # Without sanitizers and hardening, which would catch a fault before a test does.
         subprocess.run(["cmake", "-S", self.folder, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS=-O1 -g0", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"],
                        check=True, capture_output=True)
@@ -100,7 +100,7 @@ class Worker:
         return built.returncode == 0
 
     def run_suite(self):
-        """The first test that fails, or nothing."""
+        """Returns the first test that fails, or None."""
         for choice in (f"-{SLOW}", SLOW):
             try:
                 run = subprocess.run([self.build / "tests" / "imagefile_tests", "--gtest_fail_fast", "--gtest_brief=1",
@@ -114,7 +114,7 @@ class Worker:
         return None
 
     def try_fault(self, fault):
-        """'no build', 'survived', or what caught the fault."""
+        """Returns 'no build', 'survived', or what caught the fault."""
         path, index, text = fault
         copy = self.folder / path.relative_to(ROOT)
         whole = path.read_text()
@@ -138,33 +138,27 @@ def main():
     paths = sorted(path for path in (ROOT / "src").rglob("*") if path.suffix in (".cpp", ".h"))
     if options.only:
         paths = [path for path in paths if any(str(path.relative_to(ROOT)).startswith(only) for only in options.only)]
-    waiting = queue.Queue()
-    for fault in draw(paths, options.count, options.seed):
-        waiting.put(fault)
-    results, lock = [], threading.Lock()
+    free = queue.Queue()
+    for number in range(options.workers):
+        free.put(Worker(number))
 
-    def work(worker):
-        while True:
-            try:
-                fault = waiting.get_nowait()
-            except queue.Empty:
-                return
+    def try_fault(fault):
+        path, index, text = fault
+        worker = free.get()
+        try:
             verdict = worker.try_fault(fault)
-            path, index, text = fault
-            with lock:
-                results.append(verdict)
-                before = path.read_text().split("\n")[index].strip()
-                print(f"{verdict}: {path.relative_to(ROOT)}:{index + 1}: {before} -> {text.strip()}", flush=True)
+        finally:
+            free.put(worker)
+        before = path.read_text().split("\n")[index].strip()
+        print(f"{verdict}: {path.relative_to(ROOT)}:{index + 1}: {before} -> {text.strip()}", flush=True)
+        return verdict
 
-    threads = [threading.Thread(target=work, args=(worker,)) for worker in map(Worker, range(options.workers))]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    counted = [verdict for verdict in results if verdict != "no build"]
-    survived = counted.count("survived")
-    print(f"mutants: {len(counted)} built, {len(counted) - survived} caught, {survived} survived")
-    return 0 if survived * 10 <= len(counted) else 1
+    with ThreadPoolExecutor(options.workers) as pool:
+        results = list(pool.map(try_fault, choose(paths, options.count, options.seed)))
+    built = [verdict for verdict in results if verdict != "no build"]
+    survived = built.count("survived")
+    print(f"mutants: {len(built)} built, {len(built) - survived} caught, {survived} survived")
+    return 0 if survived * 10 <= len(built) else 1
 
 
 if __name__ == "__main__":

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Installs a build and uses it as strangers do: its headers alone, a CMake project, a C program by pkg-config, and the
-# Debian packages. Usage: package_test.sh BUILD
+# Installs a build and tests each header alone, a CMake project, a C program that uses pkg-config, and the Debian
+# packages. Usage: package_test.sh BUILD
 set -euo pipefail
 build=$(realpath "$1")
 project=$(realpath "$(dirname "$0")/../..")
 image=$project/samples/images/album.cue
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-export IMAGEFILE_REGISTRY=$work/registry.reg # Hosts register the library for nobody else.
+export IMAGEFILE_REGISTRY=$work/registry.reg # Registers the library for this test only.
 
 fail() {
   echo "package_test: $*" >&2
@@ -19,7 +19,7 @@ PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name imagefile.pc)")
 export PKG_CONFIG_PATH
 warnings=(-Wall -Wextra -Wconversion -Wshadow -Werror)
 
-echo "-- each header alone, and a C++ host by its CMake package, with two compilers"
+echo "-- each header alone, and a C++ host that uses the CMake package, with two compilers"
 read -ra flags <<<"$(pkg-config --cflags imagefile)"
 for compiler in g++ clang++; do
   find "$work/prefix/include/imagefile" -name '*.h' | xargs -I HEADER \
@@ -29,12 +29,12 @@ for compiler in g++ clang++; do
   cmake --build "$work/$compiler" >/dev/null
 done
 
-echo "-- a C host by pkg-config"
+echo "-- a C host that uses pkg-config"
 read -ra flags <<<"$(pkg-config --cflags --libs imagefile-platform)"
 cc -std=c11 "${warnings[@]}" "$project/examples/c-host/slot_host.c" "${flags[@]}" \
   -Wl,-rpath,"$(pkg-config --variable=libdir imagefile-platform)" -o "$work/slot_host"
 
-echo "-- hosts find the library while it is registered, and agree with the tool"
+echo "-- hosts work while the library is registered, and write the same bytes as the tool"
 zsimage=$work/prefix/bin/zsimage
 for host in "$work"/{g++/disc_host,clang++/disc_host,slot_host}; do
   "$zsimage" register >/dev/null
@@ -52,16 +52,16 @@ cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >/dev/null
 root=$work/root
 mkdir -p "$root"/var/lib/dpkg/{info,updates} "$work/bin"
 touch "$root/var/lib/dpkg/status"
-# The packages tell the loader of their libraries. This machine's loader has no need to know, nor may everybody tell it.
-printf '#!/bin/sh\necho told >>"%s"\n' "$work/loader" >"$work/bin/ldconfig"
+# The packages run ldconfig. This one records the call, because the real one needs root and changes the machine.
+printf '#!/bin/sh\necho called >>"%s"\n' "$work/loader" >"$work/bin/ldconfig"
 chmod +x "$work/bin/ldconfig"
-# The scratch root has none of the system's own libraries; what the packages need of each other is checked.
+# The scratch root has no system libraries, so these are ignored. Dependencies between the packages are checked.
 into_root() {
   PATH="$work/bin:$PATH:/usr/sbin:/sbin" dpkg --root="$root" --force-not-root --force-script-chrootless --log=/dev/null \
     --ignore-depends=libc6,libgcc-s1,libstdc++6 "$@" >/dev/null
 }
 into_root --install "$work"/packages/*.deb
-[ -s "$work/loader" ] || fail "the loader is not told of the libraries"
+[ -s "$work/loader" ] || fail "the packages do not run ldconfig"
 "$root/usr/bin/zsimage" info "$image" >/dev/null
 compgen -G "$root/usr/share/man/man1/zsimage.1*" >/dev/null || fail "no manual page"
 read -ra names <<<"$(dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${Package} ')"

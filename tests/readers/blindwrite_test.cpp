@@ -4,24 +4,23 @@
 
 namespace {
 
-TEST(BlindWrite, RefusesEveryDescription) {
+TEST(BlindWrite, DescriptionsAreRefused) {
   const TemporaryFolder folder;
-  for (const char* name : {"a.bwt", "a.b5t"}) {
-    EXPECT_EQ("ZSE_BADIMAGE", Outcome(folder.Write(name, BwtFile(3))));
-  }
+  EXPECT_EQ("ZSE_BADIMAGE", ReadSummary(folder.Write("a.bwt", BwtFile(3))));
+  EXPECT_EQ("ZSE_BADIMAGE", ReadSummary(folder.Write("a.b5t", BwtFile(3))));
 }
 
-TEST(BlindWrite, WalksToTheLastRecordAsFarAsTheFileGoes) {
+TEST(BlindWrite, RecordsEndAfterTheLengthOfTheLastField) {
   for (const unsigned length : {0U, 3U, 255U}) {
     for (const int records : {1, 2, 5}) {
       std::vector<BYTE> file = BwtFile(records, length);
-      const std::size_t whole = file.size();
-      const std::size_t lastField = whole - length - 4; // Its length byte must be there; what it counts, need not.
-      file.resize(whole + 500, 0xA2);                   // Behind the last record nothing is looked at.
+      const std::size_t end = file.size();
+      const std::size_t lastField = end - length - 4; // Its length byte is needed, its bytes are not.
+      file.resize(end + 500, 0xA2);                   // Bytes after the last record are not read.
       for (std::size_t size = 0; size <= file.size(); ++size) {
-        UHYPER end = 1;
-        EXPECT_EQ(size > lastField, FindBwtRecordsEnd(ByteView(file.data(), size), &end)) << size;
-        EXPECT_EQ(size > lastField ? whole : 1, end) << size;
+        UHYPER found = 1;
+        EXPECT_EQ(size > lastField, FindBwtRecordsEnd(ByteView(file.data(), size), &found)) << size;
+        EXPECT_EQ(size > lastField ? end : 1, found) << size;
       }
     }
   }

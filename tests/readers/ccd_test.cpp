@@ -7,9 +7,9 @@
 namespace {
 
 const std::string kText = CcdText(kThreeTracks);
-const std::string kWhole = "1: 0-20, 2: 23-48 pregap 3 | 1: 11298-11318";
+const std::string kSummary = "1: 0-20, 2: 23-48 pregap 3 | 1: 11298-11318";
 
-/// The description with texts for the disc and for the tracks of the first session.
+/// Returns the description with titles for the disc and for both tracks of the first session.
 std::string TextWithPacks() {
   ByteWriter packs;
   packs.Byte(0x80).Zeros(3).Text("ALBUM", 6).Text("FIRST", 6).Zeros(2);
@@ -17,31 +17,42 @@ std::string TextWithPacks() {
   return WithPacks(kText, packs.Get());
 }
 
-TEST(Ccd, JudgesEachValue) {
+struct Case {
+  const char* section;
+  const char* key;
+  const char* value; ///< Null removes the key.
+  std::string summary = kSummary;
+};
+
+/// Reads a description with one change a case.
+void ExpectSummaries(const std::vector<Case>& cases, const std::string& text = kText) {
   const TemporaryFolder folder;
-  const struct {
-    const char* section;
-    const char* key;
-    const char* value; ///< Null takes the key away.
-    std::string outcome = kWhole;
-  } cases[] = {
+  for (const auto& [section, key, value, summary] : cases) {
+    SCOPED_TRACE(std::string(section) + "/" + key + "=" + (value == nullptr ? "(none)" : value));
+    EXPECT_EQ(summary, ReadSummary(folder.Write("a.ccd", value == nullptr ? WithoutKey(text, section, key)
+                                                                          : WithValue(text, section, key, value))));
+  }
+}
+
+TEST(Ccd, EachValueYieldsItsRecordOrError) {
+  ExpectSummaries({
       {"Disc", "Sessions", nullptr, "ZSE_BADIMAGE"},
       {"Disc", "Sessions", "1", "ZSE_BADIMAGE"},
-      {"Disc", "Sessions", "99", kWhole + " of 99 sessions"},
+      {"Disc", "Sessions", "99", kSummary + " of 99 sessions"},
       {"Disc", "Sessions", "100", "ZSE_OUTOFRESOURCES"},
       {"Entry 2", "Session", "0", "ZSE_BADIMAGE"},
       {"Entry 2", "Session", "100", "ZSE_BADIMAGE"},
       {"Entry 2", "Session", "99"},
       {"Entry 2", "PLBA", "500", "1: 0-20, 2: 23-500 pregap 3 | 1: 11298-11318"},
       {"Entry 3", "Session", "0", "ZSE_BADIMAGE"},
-      {"Entry 3", "PLBA", "7", "1: 7-20, 2: 23-48 pregap 3 | 1: 11298-11318"}, // Counts for an index 1 of 0.
+      {"Entry 3", "PLBA", "7", "1: 7-20, 2: 23-48 pregap 3 | 1: 11298-11318"}, // Used if index 1 is 0.
       {"Entry 3", "Point", nullptr, "ZSE_BADIMAGE"},                           // The first session stays empty.
       {"Entry 3", "Point", "-5"},
       {"Entry 3", "Point", "99"},
-      {"Entry 4", "Point", "100", "1: 0-48 | 1: 23-11318 pregap 3"}, // No track, so that the sections move up.
-      // Without a lead-out between them, the last track of a session ends where the next one begins.
+      {"Entry 4", "Point", "100", "1: 0-48 | 1: 23-11318 pregap 3"}, // Not a track: the next one has its section.
+      // Without a lead-out between sessions, a track ends where the next session begins.
       {"Entry 7", "Point", "0xB0", "1: 0-20, 2: 23-11298 pregap 3 | 1: 11298-48"},
-      {"Entry 8", "Point", nullptr, "1: 0-20, 2: 23-48 pregap 3 of 2 sessions"}, // A gap ends the entries.
+      {"Entry 8", "Point", nullptr, "1: 0-20, 2: 23-48 pregap 3 of 2 sessions"}, // Entries end at the first gap.
       {"TRACK 1", "INDEX 0", "-2147483648", "1: 0-20 pregap -2147483648, 2: 23-48 pregap 3 | 1: 11298-11318"},
       {"TRACK 1", "INDEX 1", ""},
       {"TRACK 2", "INDEX 0", nullptr, "1: 0-23, 2: 23-48 | 1: 11298-11318"},
@@ -50,62 +61,50 @@ TEST(Ccd, JudgesEachValue) {
       {"TRACK 1", "MODE", "1", "1: 0-20 mode 1, 2: 23-48 pregap 3 | 1: 11298-11318"},
       {"TRACK 3", "MODE", "2", "1: 0-20, 2: 23-48 pregap 3 | XA 1: 11298-11318 mode 4"},
       {"TRACK 1", "MODE", "3", "ZSE_BADIMAGE"},
-      {"TRACK 3", "FLAGS", " DCP 4CHPRE", kWhole + " flags 7"},
-      {"TRACK 3", "ISRC", "USRC17607839", kWhole + " ISRC USRC17607839"},
-  };
-  for (const auto& [section, key, value, outcome] : cases) {
-    SCOPED_TRACE(std::string(section) + "/" + key + "=" + (value == nullptr ? "(none)" : value));
-    EXPECT_EQ(outcome, Outcome(folder.Write("a.ccd", value == nullptr ? WithoutKey(kText, section, key)
-                                                                      : WithValue(kText, section, key, value))));
-  }
-  EXPECT_EQ("", Outcome(folder.Write("a.ccd", "[Disc]\nSessions=0\n")));
-  EXPECT_EQ("ZSE_BADIMAGE", Outcome(folder.Write("a.ccd", WithValue(WithValue(kText, "Disc", "Sessions", "99"),
-                                                                    "Entry 3", "Session", "100"))));
+      {"TRACK 3", "FLAGS", " DCP 4CHPRE", kSummary + " flags 7"},
+      {"TRACK 3", "ISRC", "USRC17607839", kSummary + " ISRC USRC17607839"},
+  });
+  const TemporaryFolder folder;
+  EXPECT_EQ("", ReadSummary(folder.Write("a.ccd", "[Disc]\nSessions=0\n")));
+  EXPECT_EQ("ZSE_BADIMAGE", ReadSummary(folder.Write("a.ccd", WithValue(WithValue(kText, "Disc", "Sessions", "99"),
+                                                                        "Entry 3", "Session", "100"))));
   folder.Write("a.sub", "");
-  EXPECT_EQ(kWhole + " mask 4", Outcome(folder.Write("a.ccd", kText)));
+  EXPECT_EQ(kSummary + " mask 4", ReadSummary(folder.Write("a.ccd", kText)));
 }
 
-/// What a description with packs comes to.
-std::string WithTitles(const std::string& album, const std::string& first, const std::string& second) {
+/// Returns the summary of the description with texts.
+std::string SummaryWith(const std::string& album, const std::string& first, const std::string& second) {
   return "1: 0-20" + first + ", 2: 23-48 pregap 3" + second + album + " | 1: 11298-11318 mask 1";
 }
 
-TEST(Ccd, DecodesPacksWrittenInHexadecimal) {
-  const TemporaryFolder folder;
-  const std::string all = WithTitles(" album ALBUM", " title FIRST", " title SECOND");
-  const std::string firstPack = WithTitles(" album ALBUM", " title FIRST", "");
-  const struct {
-    const char* section;
-    const char* key;
-    const char* value;
-    std::string outcome;
-  } cases[] = {
-      {"CDText", "Entries", "2", all},
-      {"CDText", "Entries", "1", firstPack},
-      {"CDText", "Entries", "2048", all}, // Writing stops at the block's end.
-      {"CDText", "Entries", "2049", kWhole},
-      {"CDText", "Entries", "-2", kWhole},
-      {"Disc", "CDTextLength", "20", firstPack},
-      {"Disc", "CDTextLength", "17", kWhole},
-      {"Disc", "CDTextLength", "-36", kWhole},
-      {"Disc", "CDTextLength", "36864", all},
-      {"Disc", "CDTextLength", "36865", kWhole},
-      {"CDText", "Entry 1", "80 02 00 00 41 62 xx 64", WithTitles(" album ALBUM", " title FIRST", " title Ab")},
-      {"CDText", "Entry 1", "80  2 00 00 41 142", WithTitles(" album ALBUM", " title FIRST", " title AB")},
-  };
-  for (const auto& [section, key, value, outcome] : cases) {
-    SCOPED_TRACE(std::string(key) + "=" + value);
-    EXPECT_EQ(outcome, Outcome(folder.Write("a.ccd", WithValue(TextWithPacks(), section, key, value))));
-  }
+TEST(Ccd, PacksInHexadecimalBecomeTexts) {
+  const std::string all = SummaryWith(" album ALBUM", " title FIRST", " title SECOND");
+  const std::string firstPack = SummaryWith(" album ALBUM", " title FIRST", "");
+  ExpectSummaries(
+      {
+          {"CDText", "Entries", "2", all},
+          {"CDText", "Entries", "1", firstPack},
+          {"CDText", "Entries", "2048", all}, // More entries than the length has room for.
+          {"CDText", "Entries", "2049", kSummary},
+          {"CDText", "Entries", "-2", kSummary},
+          {"Disc", "CDTextLength", "20", firstPack},
+          {"Disc", "CDTextLength", "17", kSummary},
+          {"Disc", "CDTextLength", "-36", kSummary},
+          {"Disc", "CDTextLength", "36864", all},
+          {"Disc", "CDTextLength", "36865", kSummary},
+          {"CDText", "Entry 1", "80 02 00 00 41 62 xx 64", SummaryWith(" album ALBUM", " title FIRST", " title Ab")},
+          {"CDText", "Entry 1", "80  2 00 00 41 142", SummaryWith(" album ALBUM", " title FIRST", " title AB")},
+      },
+      TextWithPacks());
 }
 
-TEST(Ccd, LackOfMemoryForTextsCostsTheTextsAlone) {
+TEST(Ccd, OutOfMemoryForTextsDropsOnlyTheTexts) {
   const TemporaryFolder folder;
-  const std::vector<std::string> outcomes = ReadWithoutMemory(folder.Write("a.ccd", TextWithPacks()), "1: 0-20");
-  EXPECT_GE(std::count(outcomes.begin(), outcomes.end(), kWhole),
-            3); // Of the packs as text, as bytes, and their table.
+  const auto summaries = ReadWithFailingAllocations(folder.Write("a.ccd", TextWithPacks()), "1: 0-20");
+  // The text of a pack, its bytes, the table of texts.
+  EXPECT_GE(std::count(summaries.begin(), summaries.end(), kSummary), 3);
 }
 
-TEST(Ccd, SurvivesEveryCut) { ExpectNoCutHurts("a.ccd", TextWithPacks()); }
+TEST(Ccd, EveryTruncationIsSafe) { ReadTruncations("a.ccd", TextWithPacks()); }
 
 } // namespace

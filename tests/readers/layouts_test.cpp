@@ -1,4 +1,4 @@
-// Discs of every layout through every format: classification, and the bytes of the tracks.
+// The same discs in every format that describes sessions: classification and the bytes of the tracks.
 
 #include "builders/ccd_builder.h"
 #include "builders/mds_builder.h"
@@ -18,12 +18,12 @@ const PlannedTrack kMode1{ZSMODE_1, 24, 0, 2352};
 const PlannedTrack kMode2{ZSMODE_2, 24, 0, 2352};
 
 const Layout kLayouts[] = {
-    {"audio", {{{kAudio, kAudioBehindPregap}}}, ZSTYPEPROJECT_CDAUDIO, 0},
+    {"audio", {{{kAudio, kAudioAfterPregap}}}, ZSTYPEPROJECT_CDAUDIO, 0},
     {"data of mode 1", {{{kMode1}}}, ZSTYPEPROJECT_DATA, 16},
     {"data of mode 2", {{{kMode2}}}, ZSTYPEPROJECT_DATA, 24},
-    {"mixed", {{{kMode1, kAudioBehindPregap, kAudio}}}, ZSTYPEPROJECT_MIXED, 16},
+    {"mixed", {{{kMode1, kAudioAfterPregap, kAudio}}}, ZSTYPEPROJECT_MIXED, 16},
     {"audio in two sessions", {{{kAudio}, {kAudio}}}, ZSTYPEPROJECT_CDAUDIO, 0},
-    {"CD Plus", {{{kAudio, kAudioBehindPregap}, {kMode2}}}, ZSTYPEPROJECT_CDPLUS, 24},
+    {"CD Plus", {{{kAudio, kAudioAfterPregap}, {kMode2}}}, ZSTYPEPROJECT_CDPLUS, 24},
     {"mixed, then data", {{{kMode1, kAudio}, {kMode1}}}, ZSTYPEPROJECT_MIXED, 16},
     {"data in two sessions", {{{kMode1}, {kMode1}}}, ZSTYPEPROJECT_DATAMULTISESSION, 16},
     {"three sessions", {{{kAudio}, {kMode2}, {kAudio}}}, ZSTYPEPROJECT_DATAMULTISESSION, 24},
@@ -38,8 +38,8 @@ const struct {
                 {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
                 {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
 
-/// What the service extracts of a track.
-std::string Extracted(const TemporaryFolder& folder, ImageRecord& record, ZSTRACK* track) {
+/// Returns the sectors of a track as the service extracts them.
+std::string ExtractTrack(const TemporaryFolder& folder, ImageRecord& record, ZSTRACK* track) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   ComPtr<IStream> stream;
   EXPECT_EQ(S_OK, service->ExtractTrackToStream(record->bstrImageBinaryFile, nullptr, &*record, track, 0, nullptr, 0,
@@ -48,7 +48,7 @@ std::string Extracted(const TemporaryFolder& folder, ImageRecord& record, ZSTRAC
   return folder.Read("track");
 }
 
-TEST(Layouts, AreKnownInEveryFormat) {
+TEST(Layouts, EveryFormatDescribesTheSameDisc) {
   const TemporaryFolder folder;
   for (const Layout& layout : kLayouts) {
     const std::vector<BYTE> sectors = DiscSectors(layout.disc);
@@ -63,8 +63,8 @@ TEST(Layouts, AreKnownInEveryFormat) {
       ASSERT_EQ(S_OK, record.Result());
       EXPECT_EQ(format, zsimgformat{record->ZSImageFormat});
       EXPECT_EQ(folder.Path(sectorFile), Narrow(record->bstrImageBinaryFile));
-      const bool nero = format == ZSIMAGEFORMAT_NRG; // Its chunks stand behind the sectors.
-      EXPECT_EQ(nero ? 150 * 2352 + sectors.size() : ~UHYPER{0}, UHYPER{record->dwSeekEnd64});
+      const UHYPER end = format == ZSIMAGEFORMAT_NRG ? 150 * 2352 + sectors.size() : ~UHYPER{0}; // Chunks follow.
+      EXPECT_EQ(end, UHYPER{record->dwSeekEnd64});
       EXPECT_EQ(layout.type, ::ZSTYPEPROJECT{record->ZSTYPEPROJECT});
       EXPECT_EQ(layout.subCount, record->nSubCount);
       EXPECT_EQ(2352, int{record->ZSBlockSize});
@@ -73,9 +73,9 @@ TEST(Layouts, AreKnownInEveryFormat) {
       EXPECT_NE(0U, ULONG{record->dwDiscID});
       for (const PlacedTrack& placed : PlaceTracks(layout.disc)) {
         if (placed.session == 0) {
-          const std::string whole = AsText(TrackSectors(layout.disc, placed));
-          EXPECT_TRUE(whole.substr(placed.pregap * placed.size) ==
-                      Extracted(folder, record, &record.Track(placed.number - 1)))
+          const std::string withPregap = AsText(TrackSectors(layout.disc, placed));
+          EXPECT_TRUE(withPregap.substr(placed.pregap * placed.size) ==
+                      ExtractTrack(folder, record, &record.Track(placed.number - 1)))
               << placed.number;
         }
       }

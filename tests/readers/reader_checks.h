@@ -1,5 +1,5 @@
 /// @file
-/// What comes of reading an image, as one line of text, so that tables of tests can state it.
+/// Summaries of records, one line of text each, so that tables of tests can state what a reader returns.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,90 +12,92 @@
 #include "support/temporary_folder.h"
 
 inline const PlannedTrack kAudio{ZSMODE_AUDIO, 20, 0, 2352};
-inline const PlannedTrack kAudioBehindPregap{ZSMODE_AUDIO, 25, 3, 2352};
-/// Two audio tracks, then a session of one.
-inline const DiscPlan kThreeTracks{{{kAudio, kAudioBehindPregap}, {kAudio}}};
+inline const PlannedTrack kAudioAfterPregap{ZSMODE_AUDIO, 25, 3, 2352};
+/// A session of two audio tracks and a session of one.
+inline const DiscPlan kThreeTracks{{{kAudio, kAudioAfterPregap}, {kAudio}}};
 
-/// A text of a record behind its name; nothing for null.
-inline std::string Named(const char* name, BSTR text) { return text == nullptr ? "" : name + Narrow(text); }
+inline std::string AsText(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
 
-/// A track without what is as usual: "2: 23-48" is one of audio in sectors of 2352 bytes, without any pregap.
-inline std::string Brief(const ZSTRACK& track) {
+/// Returns a label and a text of a record, or nothing for null.
+inline std::string Labelled(const char* label, BSTR text) { return text == nullptr ? "" : label + Narrow(text); }
+
+/// Summarizes a track without the fields that have their usual value: "2: 23-48" is an audio track in sectors of 2352
+/// bytes without a pregap.
+inline std::string Summarize(const ZSTRACK& track) {
   std::string line = Describe(track) + " ";
   for (const std::string usual : {" pregap 0 ", " mode 0 ", " size 2352/2352 ", " flags 0 ", " index  ", " at 0 "}) {
-    if (const std::size_t place = line.find(usual); place != std::string::npos) {
-      line.replace(place, usual.size(), " ");
+    if (const std::size_t offset = line.find(usual); offset != std::string::npos) {
+      line.replace(offset, usual.size(), " ");
     }
   }
   line.pop_back();
   line += track.Postgap == 0 ? "" : " postgap " + std::to_string(LONG{track.Postgap});
-  return line + Named(" ISRC ", track.bstrISRC) + Named(" title ", track.bstrTitle);
+  return line + Labelled(" ISRC ", track.bstrISRC) + Labelled(" title ", track.bstrTitle);
 }
 
-/// What a record holds: "1: 0-20, 2: 23-48 | 1: 11298-11318" are two tracks, then a session of one; on what else is
-/// not as usual, words before the tracks or behind them.
-inline std::string Brief(ImageRecord& record) {
+/// Summarizes a record: "1: 0-20, 2: 23-48 | 1: 11298-11318" is a session of two tracks and a session of one. Fields of
+/// the session or the disc are shown if they differ from their usual value.
+inline std::string Summarize(ImageRecord& record) {
   std::string text;
-  std::size_t shown = 0;
+  std::size_t sessionsShown = 0;
   for (std::size_t session = 0; session < record->nSessions; ++session) {
     const ZSCUESHEET& sheet = record.Sheet(session);
     for (UINT i = 0; i < sheet.nTracks; ++i) {
-      text += i != 0 ? ", " : shown++ != 0 ? " | " : "";
+      text += i != 0 ? ", " : sessionsShown++ != 0 ? " | " : "";
       text += i != 0 || sheet.ZSSESSIONFORMAT == 0 ? "" : "XA ";
-      text += Brief(sheet.pZSTracks[i]);
+      text += Summarize(sheet.pZSTracks[i]);
       EXPECT_EQ(sheet.pZSTracks[i].nCountIndex != 0, sheet.pZSTracks[i].pdwIndex != nullptr);
     }
-    text += Named(" MCN ", sheet.ZSCDTEXT.bstrMCN) + Named(" album ", sheet.ZSCDTEXT.bstrTitle);
+    text += Labelled(" MCN ", sheet.ZSCDTEXT.bstrMCN) + Labelled(" album ", sheet.ZSCDTEXT.bstrTitle);
   }
-  text += shown == record->nSessions ? "" : " of " + std::to_string(record->nSessions) + " sessions";
+  text += sessionsShown == record->nSessions ? "" : " of " + std::to_string(record->nSessions) + " sessions";
   text += record->lMask == 0 ? "" : " mask " + std::to_string(LONG{record->lMask});
   return text + (record->dwSeekBegin64 == 0 ? "" : " from " + std::to_string(UHYPER{record->dwSeekBegin64}));
 }
 
-inline const std::map<HRESULT, const char*> kResultNames = {{ZSE_FAILED, "ZSE_FAILED"},
-                                                            {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND"},
-                                                            {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES"},
-                                                            {ZSE_BADIMAGE, "ZSE_BADIMAGE"},
-                                                            {ZSE_TOCVERSION, "ZSE_TOCVERSION"}};
-
-/// The record of a file, or the name of the result code; the record is all zero then.
-inline std::string Outcome(const std::string& path) {
+/// Reads an image. Returns the summary of its record, or the name of the result code after a failure, which must leave
+/// the record all zero.
+inline std::string ReadSummary(const std::string& path) {
+  static const std::map<HRESULT, const char*> kResultNames = {{ZSE_FAILED, "ZSE_FAILED"},
+                                                              {ZSE_FILENOTFOUND, "ZSE_FILENOTFOUND"},
+                                                              {ZSE_OUTOFRESOURCES, "ZSE_OUTOFRESOURCES"},
+                                                              {ZSE_BADIMAGE, "ZSE_BADIMAGE"},
+                                                              {ZSE_TOCVERSION, "ZSE_TOCVERSION"}};
   ImageRecord record(path);
   EXPECT_EQ(record.Result() != S_OK, IsAllZero(*record));
-  return record.Result() == S_OK ? Brief(record) : kResultNames.at(record.Result());
+  return record.Result() == S_OK ? Summarize(record) : kResultNames.at(record.Result());
 }
 
-/// Reads a file while one allocation after the other fails. A record that comes all the same begins as stated.
-inline std::vector<std::string> ReadWithoutMemory(const std::string& path, const std::string& begin) {
+/// Reads an image once for each of its allocations, which fails. Returns the summaries of the runs that still succeed;
+/// each must begin with `start`.
+inline std::vector<std::string> ReadWithFailingAllocations(const std::string& path, const std::string& start) {
   const UniqueBstr name = Wide(path);
   const ComPtr<IZSImageFile> service = NewImageFileService();
-  std::vector<std::string> outcomes;
+  std::vector<std::string> summaries;
   FaultPoints& points = Memory().faults;
-  for (long number = 1; number == 1 || points.Reached(); ++number) {
+  for (long point = 1; point == 1 || points.Reached(); ++point) {
     ImageRecord record;
-    points.Start(number);
+    points.Start(point);
     const HRESULT result = service->GetImageFileInfo(name.get(), &*record);
     points.Stop();
-    EXPECT_EQ(result != S_OK, IsAllZero(*record)) << number;
+    EXPECT_EQ(result != S_OK, IsAllZero(*record)) << point;
     if (result == S_OK) {
-      outcomes.push_back(Brief(record));
-      EXPECT_TRUE(outcomes.back().starts_with(begin)) << outcomes.back();
+      summaries.push_back(Summarize(record));
+      EXPECT_TRUE(summaries.back().starts_with(start)) << summaries.back();
     }
   }
-  return outcomes;
+  return summaries;
 }
 
-/// Reads a file under a name, with each of its lengths and an ending behind each: whatever comes, and of the whole a
-/// record.
-inline void ExpectNoCutHurts(const std::string& name, const std::string& content, const std::string& ending = "") {
+/// Reads a file cut to each of its lengths, with `ending` appended each time. Each run must return a whole record or an
+/// all-zero one; the whole file must be read.
+inline void ReadTruncations(const std::string& name, const std::string& content, const std::string& ending = "") {
   const TemporaryFolder folder;
   folder.Write("a.mdf", "");
-  std::string outcome;
+  std::string summary;
   for (std::size_t size = 0; size <= content.size(); ++size) {
     SCOPED_TRACE(size);
-    outcome = Outcome(folder.Write(name, content.substr(0, size) + ending));
+    summary = ReadSummary(folder.Write(name, content.substr(0, size) + ending));
   }
-  EXPECT_FALSE(outcome.starts_with("ZSE_")) << outcome;
+  EXPECT_FALSE(summary.starts_with("ZSE_")) << summary;
 }
-
-inline std::string AsText(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }

@@ -9,9 +9,9 @@
 
 namespace {
 
-constinit TestMemory g_memory; // Before any constructor allocates.
+constinit TestMemory g_memory; // Exists before the first constructor allocates.
 
-void Took(void* block) noexcept {
+void CountAllocation(void* block) noexcept {
   if (block == nullptr) {
     return;
   }
@@ -24,28 +24,28 @@ void Took(void* block) noexcept {
   }
 }
 
-void Gives(void* block) noexcept {
+void CountFree(void* block) noexcept {
   if (block != nullptr) {
     --g_memory.blocks;
     g_memory.bytes -= static_cast<long>(::malloc_usable_size(block));
   }
 }
 
-void* TakeNew(std::size_t size) noexcept {
+void* AllocateCounted(std::size_t size) noexcept {
   void* block = g_memory.faults.Fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
-  Took(block);
+  CountAllocation(block);
   return block;
 }
 
-void FreeNew(void* block) noexcept {
-  Gives(block);
+void FreeCounted(void* block) noexcept {
+  CountFree(block);
   std::free(block);
 }
 
 } // namespace
 
 void* operator new(std::size_t size) {
-  void* block = TakeNew(size);
+  void* block = AllocateCounted(size);
   if (block == nullptr) {
     throw std::bad_alloc();
   }
@@ -54,19 +54,19 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept {
   void* block = g_memory.faults.Fails() ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
-  Took(block);
+  CountAllocation(block);
   return block;
 }
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return TakeNew(size); }
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return TakeNew(size); }
-void operator delete(void* block) noexcept { FreeNew(block); }
-void operator delete[](void* block) noexcept { FreeNew(block); }
-void operator delete(void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
-void operator delete(void* block, std::align_val_t /*alignment*/) noexcept { FreeNew(block); }
-void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { FreeNew(block); }
-void operator delete[](void* block, std::size_t /*size*/) noexcept { FreeNew(block); }
-void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { FreeNew(block); }
-void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept { FreeNew(block); }
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return AllocateCounted(size); }
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return AllocateCounted(size); }
+void operator delete(void* block) noexcept { FreeCounted(block); }
+void operator delete[](void* block) noexcept { FreeCounted(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { FreeCounted(block); }
+void operator delete(void* block, std::align_val_t /*alignment*/) noexcept { FreeCounted(block); }
+void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { FreeCounted(block); }
+void operator delete[](void* block, std::size_t /*size*/) noexcept { FreeCounted(block); }
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { FreeCounted(block); }
+void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept { FreeCounted(block); }
 
 void FaultPoints::Start(long failAt, bool andAfter) noexcept {
   m_count = 0;
@@ -86,7 +86,7 @@ bool FaultPoints::Fails() noexcept {
 TestMemory& Memory() noexcept { return g_memory; }
 
 void* CountingAllocator::Allocate(std::size_t size) noexcept {
-  void* block = TakeNew(size);
+  void* block = AllocateCounted(size);
   m_live += block != nullptr ? 1 : 0;
   return block;
 }
@@ -97,14 +97,14 @@ void* CountingAllocator::Reallocate(void* block, std::size_t size) noexcept {
   if (grown != nullptr) {
     --g_memory.blocks;
     g_memory.bytes -= before;
-    Took(grown);
+    CountAllocation(grown);
   }
   return grown;
 }
 
 void CountingAllocator::Free(void* block) noexcept {
   --m_live;
-  FreeNew(block);
+  FreeCounted(block);
 }
 
 CountingAllocator& TestAllocator() noexcept {

@@ -1,20 +1,19 @@
 /// @file
-/// Counts what the component takes from the system and fails chosen calls.
+/// Memory and descriptors of the process: counted, and refused at chosen points.
 #pragma once
 
 #include <atomic>
 
 #include "platform/environment.h"
 
-/// The points of an operation at which it can fail: counts them and fails chosen ones. Nothing is counted outside of
-/// an operation, so that tests may do what they like before and after it.
+/// Counts the points at which an operation can fail, and fails chosen ones. Between Stop and Start nothing is counted.
 class FaultPoints {
 public:
-  /// Starts an operation of which point number `failAt`, from 1, fails and, with `andAfter`, all that follow. A
-  /// number of 0 fails nothing.
+  /// Starts an operation. Its point number `failAt`, from 1, fails and, with `andAfter`, so do all later ones. 0 fails
+  /// none.
   void Start(long failAt = 0, bool andAfter = false) noexcept;
   void Stop() noexcept { m_running = false; }
-  /// Whether the point that is passed now must fail.
+  /// Counts one point. Returns whether it must fail.
   bool Fails() noexcept;
 
   bool Running() const noexcept { return m_running; }
@@ -28,32 +27,32 @@ private:
   std::atomic<bool> m_andAfter{false};
 };
 
-/// All memory of the process: that of `operator new`, which this program replaces, and task memory.
+/// All memory of the process: that of `operator new`, which the test program replaces, and task memory.
 struct TestMemory {
   FaultPoints faults;
-  std::atomic<long> blocks{0}; ///< That live.
+  std::atomic<long> blocks{0}; ///< Allocated now.
   std::atomic<long> bytes{0};
-  std::atomic<long> peak{0};  ///< Most bytes at once; set it to `bytes` to start over.
-  std::atomic<long> asked{0}; ///< Bytes of all requests so far.
+  std::atomic<long> peak{0};  ///< Highest value of `bytes`. Set it to `bytes` to start over.
+  std::atomic<long> asked{0}; ///< Sum of all allocations.
 };
 TestMemory& Memory() noexcept;
 
-/// Task memory, counted as memory of the process.
+/// Allocates task memory and counts it in TestMemory.
 class CountingAllocator final : public Allocator {
 public:
   void* Allocate(std::size_t size) noexcept override;
   void* Reallocate(void* block, std::size_t size) noexcept override;
   void Free(void* block) noexcept override;
 
-  /// Blocks of task memory that live.
+  /// Returns the number of allocated blocks.
   long Live() const noexcept { return m_live; }
 
 private:
   std::atomic<long> m_live{0};
 };
 
-/// The allocator that all tests run under.
+/// Returns the allocator of all tests.
 CountingAllocator& TestAllocator() noexcept;
 
-/// Descriptors that this process has open.
+/// Returns the number of descriptors that this process has open.
 int OpenDescriptors();

@@ -1,5 +1,5 @@
 /// @file
-/// Variables of the environment, for this process and those it starts.
+/// Variables of the environment of this process and of those that it starts.
 #pragma once
 
 #include <stdlib.h>
@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-/// Has a value while it lives, and then what it had before.
+/// Sets a variable. The destructor restores the former state.
 class EnvironmentVariable {
 public:
   EnvironmentVariable(const char* name, const std::string& value) : m_name(name) {

@@ -1,5 +1,5 @@
 /// @file
-/// The system calls of the file layer under a test's control.
+/// System calls of the file layer that fail on request.
 #pragma once
 
 #include <algorithm>
@@ -8,15 +8,15 @@
 
 #include "support/counting_environment.h"
 
-/// Stands in for the system's own calls while it lives, and passes them on. Each call is a point that can fail. Tests
-/// that want to see single calls derive from it.
+/// Replaces the system calls while it exists and forwards them. Each call is a point that can fail. Tests that watch
+/// single calls derive from it.
 class FaultyFiles : public FileOperations {
 public:
-  /// @param trouble What happens at a point that fails. With an answer of 0 the call then goes on as ever; else it
-  /// fails with that number in `errno`. @param most Bytes that a read or write moves at most, while points count.
+  /// @param onFailure Called at a point that fails. The call then fails with the returned number in `errno`; for 0 it
+  /// succeeds. @param limit Most bytes of a read or write while points are counted.
   explicit FaultyFiles(
-      std::function<int()> trouble = [] { return EIO; }, std::size_t most = SIZE_MAX)
-      : m_trouble(std::move(trouble)), m_most(most), m_next(ProcessEnvironment().files) {
+      std::function<int()> onFailure = [] { return EIO; }, std::size_t limit = SIZE_MAX)
+      : m_onFailure(std::move(onFailure)), m_limit(limit), m_next(ProcessEnvironment().files) {
     ProcessEnvironment().files = this;
   }
   FaultyFiles(const FaultyFiles&) = delete;
@@ -30,10 +30,10 @@ public:
   }
   int Duplicate(int file) noexcept override { return Fails() ? -1 : m_next->Duplicate(file); }
   ssize_t Read(int file, void* buffer, std::size_t count) noexcept override {
-    return Fails() ? -1 : m_next->Read(file, buffer, std::min(count, Most()));
+    return Fails() ? -1 : m_next->Read(file, buffer, std::min(count, Limit()));
   }
   ssize_t Write(int file, const void* buffer, std::size_t count) noexcept override {
-    return Fails() ? -1 : m_next->Write(file, buffer, std::min(count, Most()));
+    return Fails() ? -1 : m_next->Write(file, buffer, std::min(count, Limit()));
   }
   off_t Seek(int file, off_t distance, int origin) noexcept override {
     return Fails() ? -1 : m_next->Seek(file, distance, origin);
@@ -54,7 +54,7 @@ public:
   int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {
     return Fails() ? -1 : m_next->ListFolder(path, names);
   }
-  // A descriptor is gone whatever its closing answers.
+  // The descriptor is closed even if the call fails.
   int Close(int file) noexcept override {
     const int result = m_next->Close(file);
     return Fails() ? -1 : result;
@@ -65,12 +65,12 @@ private:
     if (!points.Fails()) {
       return false;
     }
-    errno = m_trouble();
+    errno = m_onFailure();
     return errno != 0;
   }
-  std::size_t Most() const noexcept { return points.Running() ? m_most : SIZE_MAX; }
+  std::size_t Limit() const noexcept { return points.Running() ? m_limit : SIZE_MAX; }
 
-  std::function<int()> m_trouble;
-  std::size_t m_most;
+  std::function<int()> m_onFailure;
+  std::size_t m_limit;
   FileOperations* m_next;
 };

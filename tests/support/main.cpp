@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Fails each test that leaves memory, files or objects behind.
+/// Fails each test that leaks memory, files or objects.
 class LeakListener final : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo& /*test*/) override {
     m_blocks = TestAllocator().Live();
@@ -30,7 +30,7 @@ class LeakListener final : public testing::EmptyTestEventListener {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  ::setenv("IMAGEFILE_REGISTRY", "/proc/none/registry.reg", 1); // What the user has registered plays no part.
+  ::setenv("IMAGEFILE_REGISTRY", "/proc/none/registry.reg", 1); // Tests must not see the user's own registry.
   ProcessEnvironment().allocator = &TestAllocator();
   testing::UnitTest::GetInstance()->listeners().Append(new LeakListener);
   return RUN_ALL_TESTS();

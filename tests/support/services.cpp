@@ -76,7 +76,7 @@ VARIANT TracksOf(const ZSCUESHEET& sheet) {
 }
 
 std::vector<std::string> Texts(const ZSCUESHEET& sheet) {
-  const auto line = [](BSTR code, const auto& record) {
+  const auto show = [](BSTR code, const auto& record) {
     std::string texts = code == nullptr ? "-" : Narrow(code);
     for (const TextField field : kTextFields) {
       const BSTR text = TextOf(record, field);
@@ -84,9 +84,9 @@ std::vector<std::string> Texts(const ZSCUESHEET& sheet) {
     }
     return texts;
   };
-  std::vector<std::string> lines{line(sheet.ZSCDTEXT.bstrMCN, sheet.ZSCDTEXT)};
+  std::vector<std::string> lines{show(sheet.ZSCDTEXT.bstrMCN, sheet.ZSCDTEXT)};
   for (UINT i = 0; i < sheet.nTracks; ++i) {
-    lines.push_back(line(sheet.pZSTracks[i].bstrISRC, sheet.pZSTracks[i]));
+    lines.push_back(show(sheet.pZSTracks[i].bstrISRC, sheet.pZSTracks[i]));
   }
   return lines;
 }

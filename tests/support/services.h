@@ -1,5 +1,5 @@
 /// @file
-/// Objects of the component, and records that empty themselves.
+/// Objects of the component, records with owners, and texts that show records.
 #pragma once
 
 #include <memory>
@@ -11,7 +11,7 @@
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
 
-/// Makes an object as any host makes it.
+/// Creates an object as a host does, by the name of its class.
 template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* object) {
   CLSID clsid{};
   const HRESULT found = CLSIDFromProgID(progId, &clsid);
@@ -20,15 +20,15 @@ template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* 
 ComPtr<IZSCueSheet> NewCueSheetService();
 ComPtr<IZSImageFile> NewImageFileService();
 
-/// What the records of a type own.
+/// Returns the description of a record type.
 ComPtr<IRecordInfo> Description(REFGUID record);
 
-/// A path or text as a string that frees itself.
+/// Converts narrow text.
 UniqueBstr Wide(std::string_view narrow);
-/// A record's string as narrow text; "(null)" for null.
+/// Converts a string of a record. Null becomes "(null)".
 std::string Narrow(BSTR text);
 
-/// A record read from an image.
+/// The record of an image. The destructor frees what it owns.
 class ImageRecord {
 public:
   ImageRecord() = default;
@@ -49,34 +49,34 @@ private:
   HRESULT m_result = E_UNEXPECTED;
 };
 
-/// A sheet made by the service, freed with all it owns.
+/// A sheet that the service allocated. The destructor frees it with all that it owns.
 class TestSheet {
 public:
   TestSheet();
   ZSCUESHEET* Get() const noexcept { return m_sheet.get(); }
   ZSCUESHEET* operator->() const noexcept { return m_sheet.get(); }
   ZSTRACK& Track(std::size_t index) const { return m_sheet->pZSTracks[index]; }
-  /// Hands the sheet to another owner.
+  /// Transfers the sheet to another owner.
   ZSCUESHEET* Release() noexcept { return m_sheet.release(); }
 
 private:
   UniqueSheet m_sheet;
 };
 
-/// Adds one track at the end of a sheet. The table moves: no pointer into it stays valid.
+/// Appends a track to a sheet. Pointers to its other tracks become invalid.
 ZSTRACK* AppendTrack(ZSCUESHEET* sheet, ULONG begin, ULONG end, LONG pregap, ULONG blockSize);
 
-/// A value with an array of independent copies of a sheet's tracks, for VariantClear to free.
+/// Copies the tracks of a sheet to an array, which VariantClear frees.
 VARIANT TracksOf(const ZSCUESHEET& sheet);
 
-/// Whether all bytes of a record are zero.
+/// Returns whether all bytes of a record are zero.
 bool IsAllZero(const zsimagefileinfo& info) noexcept;
 
-/// One line that shows all plain fields of a track, so that tables of tests can state them:
+/// Shows all plain fields of a track in one line:
 /// "1: 0-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0".
 std::string Describe(const ZSTRACK& track);
-/// All texts of a sheet, in a line for the disc and one for each track: its code and its texts in the order of
-/// kTextFields, "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".
+/// Shows all texts of a sheet, in one line for the disc and one for each track: the code, then the texts in the order
+/// of kTextFields, "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".
 std::vector<std::string> Texts(const ZSCUESHEET& sheet);
-/// The lines of all tracks of a sheet.
+/// Shows the tracks of a sheet, one line each.
 std::vector<std::string> Describe(const ZSCUESHEET& sheet);

@@ -1,5 +1,5 @@
 /// @file
-/// Files of one test.
+/// A folder for the files of one test.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 
 #include "platform/base_types.h"
 
-/// A new empty folder that goes away with all it holds.
+/// A new empty folder. The destructor removes it with its contents.
 class TemporaryFolder {
 public:
   TemporaryFolder();
@@ -17,15 +17,15 @@ public:
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder();
 
-  /// The path of a name in the folder.
+  /// Returns the path of a file in the folder.
   std::string Path(std::string_view name) const { return (m_folder / name).string(); }
 
-  /// Writes a file, with folders above it, and gives its path.
+  /// Writes a file and creates the folders above it. Returns its path.
   std::string Write(std::string_view name, std::string_view content) const;
   std::string Write(std::string_view name, const std::vector<BYTE>& content) const;
-  /// A sparse file of zeros.
+  /// Does the same with a sparse file of zeros.
   std::string WriteSparse(std::string_view name, UHYPER size) const;
-  /// The bytes of a file.
+  /// Returns the bytes of a file; empty if there is none.
   std::string Read(std::string_view name) const;
 
 private:

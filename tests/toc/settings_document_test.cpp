@@ -16,8 +16,8 @@ std::string TextOf(const CZSSettingsDocument& document) {
   return stream.str().substr(kDeclaration.size());
 }
 
-TEST(SettingsDocument, ValuesStandAtTheirPaths) {
-  const std::string nothing = "<>\n</>\n"; // Fewer than two parts address nothing.
+TEST(SettingsDocument, PathsAddressValues) {
+  const std::string nothing = "<>\n</>\n"; // A path of fewer than two names addresses nothing.
   const std::pair<const char*, std::string> cases[] = {
       {nullptr, nothing},
       {"A", nothing},
@@ -37,7 +37,7 @@ TEST(SettingsDocument, ValuesStandAtTheirPaths) {
   }
 }
 
-TEST(SettingsDocument, KeepsTheOrderOfAssignment) {
+TEST(SettingsDocument, KeepsOrderOfAssignment) {
   CZSSettingsDocument document;
   for (const char* path : {"A:B:K1", "A:C:K2", "A:B:K3", "A:K4", "A:B:K1:", "A:C"}) {
     EXPECT_TRUE(document.SetValue(path, path));
@@ -45,17 +45,22 @@ TEST(SettingsDocument, KeepsTheOrderOfAssignment) {
   EXPECT_EQ(TextOf(document), "<A>\n   <K4>A:K4</K4>\n   <C>A:C</C>\n"
                               "   <B>\n      <K1>A:B:K1:</K1>\n      <K3>A:B:K3</K3>\n   </B>\n"
                               "   <C>\n      <K2>A:C:K2</K2>\n   </C>\n</A>\n");
-  // Another root name renames the root and searches nothing below it.
+}
+
+TEST(SettingsDocument, SetterRenamesRootWithoutSearchingIt) {
+  CZSSettingsDocument document;
+  document.SetValue("A:K4", "4");
+  document.SetValue("A:B:K3", "3");
   document.SetValue("R:B:K5", "5");
   std::string value;
   EXPECT_FALSE(document.GetValue("A:K4", &value, "none"));
   EXPECT_EQ(value, "none");
   EXPECT_TRUE(document.GetValue("R:B:K3", &value, ""));
-  EXPECT_FALSE(document.GetValue("R:B:K5", &value, "")); // The first B is the old one.
-  EXPECT_EQ(document.Root().Children().size(), 3U);
+  EXPECT_FALSE(document.GetValue("R:B:K5", &value, "")); // The first B has no K5.
+  EXPECT_EQ(document.Root().Children().size(), 2U);
 }
 
-TEST(SettingsDocument, ReadsNumbers) {
+TEST(SettingsDocument, ParsesLeadingNumbers) {
   constexpr LONG kNone = -9;
   const std::pair<const char*, LONG> cases[] = {
       {"12abc", 12}, {"", kNone}, {" \t\r\n\v\f7", 7},   {"+-5", kNone},
@@ -69,7 +74,7 @@ TEST(SettingsDocument, ReadsNumbers) {
   }
 }
 
-TEST(SettingsDocument, FilesHaveCarriageReturns) {
+TEST(SettingsDocument, FilesEndLinesInCarriageReturnAndLineFeed) {
   const TemporaryFolder folder;
   CZSSettingsDocument document;
   document.SetValue("R:K", "V & > ");
@@ -83,7 +88,7 @@ TEST(SettingsDocument, FilesHaveCarriageReturns) {
   EXPECT_EQ(TextOf(read), TextOf(document));
 }
 
-TEST(SettingsDocument, ReadsWhateverThereIs) {
+TEST(SettingsDocument, LoadsAnyText) {
   const std::pair<const char*, const char*> cases[] = {
       {"<?xml ?> plain", "<>\n</>\n"},
       {"<K>top values have no node</K>", "<>\n</>\n"},
@@ -99,13 +104,13 @@ TEST(SettingsDocument, ReadsWhateverThereIs) {
     document.Load(folder.Write("a", text));
     EXPECT_EQ(TextOf(document), expected) << text;
   }
-  EXPECT_EQ(document.Root().FindEntry("K")->attributes, "x");
+  EXPECT_EQ(document.Root().Entries().front().attributes, "x");
   EXPECT_EQ(document.Root().Children().front().parent, &document.Root());
   std::string value;
   EXPECT_TRUE(document.GetValue("S:N:M", &value, ""));
-  EXPECT_EQ(value, "1"); // Of the first of that name.
+  EXPECT_EQ(value, "1"); // The first N is read.
 
-  // Failures are not told.
+  // A missing file and a missing folder are not reported.
   document.Load(folder.Path("missing"));
   EXPECT_EQ(TextOf(document), cases[2].second);
   document.Save(folder.Path("missing/folder"));

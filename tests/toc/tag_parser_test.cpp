@@ -33,7 +33,7 @@ Events EventsOf(const std::string& text) {
   return recorder.events;
 }
 
-TEST(TagParser, TellsTheElements) {
+TEST(TagParser, ReportsElements) {
   const struct {
     const char* text;
     Events events;
@@ -42,15 +42,15 @@ TEST(TagParser, TellsTheElements) {
       {"<a>1</a>\r\n<b> 2 </b>", {"value a||1", "value b|| 2 "}},
       {"<a x=\"1\" y><b z/></a>", {"start a|x=\"1\" y", "value b|z/|", "end a|x=\"1\" y"}},
       {"<a><a>1</a></a><a>2</a>", {"start a|", "value a||1", "end a|", "value a||2"}},
-      {"<a><a x>1</a></a>", {"start a|", "end a|"}}, // The one with attributes does not count.
+      {"<a><a x>1</a></a>", {"start a|", "end a|"}}, // The tag with attributes is not counted.
       {"<a>1 < 2</a>", {"start a|", "end a|"}},
       {"<a>&lt; > \"</a>", {"value a||&lt; > \""}},
       {"<a><!-- <b> --><b>1</b></a>", {"start a|", "value b||1", "end a|"}},
       {"<a><![CDATA[x]]><b>1</b></a><c></c>", {"start a|", "end a|", "value c||"}},
       {"<><b>1</b></>", {"value b||1"}},
       {"<a>1</a ></A>", {}},
-      {"<a>1</ba><x/a></a><b>2</b>", {"start a|", "end a|", "value b||2"}}, // A name is all of a tag,
-      {"<a><<a></a><b>1</b></a>", {"start a|", "end a|"}},                  // but a tag may begin inside of another.
+      {"<a>1</ba><x/a></a><b>2</b>", {"start a|", "end a|", "value b||2"}}, // Neither "</ba>" nor "<x/a>" closes "a".
+      {"<a><<a></a><b>1</b></a>", {"start a|", "end a|"}},                  // "<<a>" contains the opening tag "<a>".
       {"<ba><a>1</a></ba>", {"start ba|", "value a||1", "end ba|"}},
       {"<xLETTERS>1</xLETTERS><yLETTERS>2</yLETTERS><xLETTERS>3</xLETTERS>",
        {"value xLETTERS||1", "value yLETTERS||2", "value xLETTERS||3"}},
@@ -63,8 +63,8 @@ TEST(TagParser, TellsTheElements) {
   }
 }
 
-/// On these texts plain searches, made for each tag anew, take time that grows with the square of the size.
-TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
+/// A search that starts over for each tag needs quadratic time on these texts.
+TEST(TagParser, ParsesHostileTextsInLinearTimeAndBoundedStack) {
   constexpr std::size_t kCount = 20000;
   std::string growing, closed;
   for (std::size_t i = 1; i < 1000; ++i) {
@@ -82,8 +82,6 @@ TEST(TagParser, ReadsHostileTextsInLinearTimeAndBoundedStack) {
     CZSTagParser parser;
     parser.SetHandler(&builder);
     EXPECT_TRUE(parser.Parse(text.data(), static_cast<LONG>(text.size())));
-    const CZSSettingsNode copy(builder.Root());
-    EXPECT_EQ(copy.Children().size(), builder.Root().Children().size());
     EXPECT_GT(begin + 5 * CLOCKS_PER_SEC, std::clock()) << text.substr(0, 40);
   }
 }

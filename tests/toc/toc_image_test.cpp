@@ -9,7 +9,7 @@ namespace {
 
 constexpr BYTE kPacks[20] = {0x80, 0, 0, 0, 'A', 'L', 'B', 'U', 'M', 0, 0, 0, 0, 0, 0, 0, 0xE9, 0x68, 0x81, 0};
 
-/// A file with all the keys that there are; lines of files end in CR LF.
+/// A file with every key, with plain line feeds instead of CR LF.
 const std::string kAlbum = R"(<?xml version="1.0" encoding="ISO-8859-1" ?>
 <ZENTORASCRIBE>
    <TOC>
@@ -57,9 +57,9 @@ const std::string kFirst = "1: 4-15000 pregap 3 flags 2 postgap 5 ISRC USRC17607
 const std::string kTracks = kFirst + ", 2: 15000-30000 MCN 0123456789012";
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-  const std::size_t place = text.find(from);
-  EXPECT_NE(place, std::string::npos) << from;
-  return place == std::string::npos ? text : text.replace(place, from.size(), to);
+  const std::size_t offset = text.find(from);
+  EXPECT_NE(offset, std::string::npos) << from;
+  return offset == std::string::npos ? text : text.replace(offset, from.size(), to);
 }
 
 HRESULT Create(const std::string& path, ImageRecord* record, UINT packBytes = 0) {
@@ -67,8 +67,8 @@ HRESULT Create(const std::string& path, ImageRecord* record, UINT packBytes = 0)
   return CreateTOCImage(path, &**record, reinterpret_cast<zsmmccdtext*>(packs.data()), packBytes);
 }
 
-/// The text of a file that was written, with plain line feeds.
-std::string Written(const TemporaryFolder& folder, const std::string& name) {
+/// Returns the text of a written file with plain line feeds.
+std::string ReadWithLineFeeds(const TemporaryFolder& folder, const std::string& name) {
   std::string text = folder.Read(name);
   const std::ptrdiff_t lines = std::count(text.begin(), text.end(), '\n');
   EXPECT_EQ(lines, static_cast<std::ptrdiff_t>(std::erase(text, '\r')));
@@ -80,7 +80,7 @@ protected:
   TemporaryFolder m_folder;
 };
 
-TEST_F(TocImage, ComesBackByteForByte) {
+TEST_F(TocImage, RewrittenFileIsIdentical) {
   const std::string texts[] = {
       kAlbum,
       Replaced(kAlbum, "PREGAP>3", "PREGAP>-2147483648"),
@@ -89,28 +89,28 @@ TEST_F(TocImage, ComesBackByteForByte) {
       Replaced(kAlbum, "AUDIO", "MODE1"),
       Replaced(kAlbum, "AUDIO", "MODE2"),
   };
-  m_folder.Write("ALBUM.BIN", "sectors are looked at, but need not be there");
+  m_folder.Write("ALBUM.BIN", "no sector is complete");
   m_folder.Write("ALBUM.SUB", "");
   for (const std::string& text : texts) {
-    const TemporaryFolder made;
+    const TemporaryFolder output;
     ImageRecord record(m_folder.Write("Album.zsi", text));
     EXPECT_EQ(Narrow(record->bstrImageBinaryFile), m_folder.Path("ALBUM.BIN"));
     EXPECT_TRUE(record->ZSImageFormat == ZSIMAGEFORMAT_ZSI && record->ZSTYPEPROJECT != 0);
     EXPECT_TRUE(record->dwSeekEnd64 == ~UHYPER{0} && record->dwDiscID != 0);
     record->lMask = record->lMask & ~ZSIMAGEMASK_CDTEXT;
-    EXPECT_EQ(Create(made.Path("Album.zsi"), &record, sizeof(kPacks)), S_OK);
-    EXPECT_EQ(Written(made, "Album.zsi"), text);
+    EXPECT_EQ(Create(output.Path("Album.zsi"), &record, sizeof(kPacks)), S_OK);
+    EXPECT_EQ(ReadWithLineFeeds(output, "Album.zsi"), text);
     EXPECT_EQ(LONG{record->lMask}, 7);
     EXPECT_TRUE(Narrow(record->bstrImageBinaryFile).ends_with("/ALBUM.BIN"));
   }
 }
 
-TEST_F(TocImage, NeedsItsSessionsAndSurvivesAFolderThatIsMissing) {
+TEST_F(TocImage, WriterNeedsOneTo99Sheets) {
   ImageRecord record;
   EXPECT_EQ(Create(m_folder.Path("new.zsi"), &record, sizeof(kPacks)), ZSE_FAILED);
   EXPECT_TRUE(IsAllZero(*record));
   record.Read(m_folder.Write("a.zsi", kAlbum));
-  EXPECT_EQ(Create(m_folder.Path("missing/a.zsi"), &record), S_OK);
+  EXPECT_EQ(Create(m_folder.Path("missing/a.zsi"), &record), S_OK); // A missing folder is not reported.
   record->nSessions = 2;
   EXPECT_EQ(Create(m_folder.Path("new.zsi"), &record), ZSE_FAILED);
   std::fill(std::begin(record->pZSCueSheet) + 1, std::end(record->pZSCueSheet), &record.Sheet());
@@ -126,13 +126,13 @@ TEST_F(TocImage, NeedsItsSessionsAndSurvivesAFolderThatIsMissing) {
   EXPECT_FALSE(std::filesystem::exists(m_folder.Path("new.zsi")));
 }
 
-TEST_F(TocImage, WritesNumbersAndNamesAsTheyCome) {
+TEST_F(TocImage, WriterKeepsUnusualNumbersAndNames) {
   ImageRecord record(m_folder.Write("a.zsi", kAlbum));
   record->lMask = 0;
   record.Track(0).TNO = 100;
   record.Track(0).Mode = static_cast<ZSMODETYPE>(2);
   Create(m_folder.Path("no extension"), &record, 18);
-  const std::string text = Written(m_folder, "no extension");
+  const std::string text = ReadWithLineFeeds(m_folder, "no extension");
   for (const char* part :
        {"<SUBCHANNEL-SIZE>0</SUBCHANNEL-SIZE>\n      <BINARYFILE>NO EXTENSION.BIN</BINARYFILE>\n      <CATALOG>",
         "<TRACK-100>\n               <MODE></MODE>", "<ENTRIES>1</ENTRIES>\n      <LENGTH>18</LENGTH>"}) {
@@ -141,7 +141,7 @@ TEST_F(TocImage, WritesNumbersAndNamesAsTheyCome) {
   EXPECT_EQ(LONG{record->lMask}, ZSIMAGEMASK_CDTEXT);
 }
 
-TEST_F(TocImage, AnswersForEachKindOfDamage) {
+TEST_F(TocImage, ReportsEachKindOfDamage) {
   const std::string whole = kTracks + " album ALBUM mask 3";
   const std::string noTexts = kTracks + " mask 2";
   const std::string firstPack = "80 00 00 00 41 4C 42 55 4D 00 00 00 00 00 00 00 E9 68 ";
@@ -164,8 +164,8 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
       {"BEGIN-DATA>4", "BEGIN-DATA>4294967295", "1: 0-" + whole.substr(5)}, // More than a LONG holds.
       {"AUDIO", "audio", whole},
       {"AUDIO", "MODE3", "ZSE_FAILED"},
-      {"AUDIO", "MODE1", "ZSE_BADIMAGE"}, // A data track, and its sectors are not there.
-      // Bad packs cost the texts alone.
+      {"AUDIO", "MODE1", "ZSE_BADIMAGE"}, // A data track needs the sector file.
+      // With bad packs only the texts are lost.
       {firstPack, "800000004 14c42554d00000000000000E968", whole},
       {firstPack, "80000000414c42554d00000000000000E9680", noTexts}, // 37 digits.
       {firstPack, "8000000041zz4", kTracks + " album A mask 3"},
@@ -178,14 +178,16 @@ TEST_F(TocImage, AnswersForEachKindOfDamage) {
       {"LENGTH>20", "LENGTH>-20", noTexts},
   };
   for (const auto& [from, to, outcome] : cases) {
-    EXPECT_EQ(Outcome(m_folder.Write("a.zsi", Replaced(kAlbum, from, to))), outcome) << from << " -> " << to;
+    EXPECT_EQ(ReadSummary(m_folder.Write("a.zsi", Replaced(kAlbum, from, to))), outcome) << from << " -> " << to;
   }
   for (std::size_t length = 0; length <= kAlbum.size(); ++length) {
-    const std::string outcome = Outcome(m_folder.Write("a.zsi", kAlbum.substr(0, length)));
+    const std::string outcome = ReadSummary(m_folder.Write("a.zsi", kAlbum.substr(0, length)));
     EXPECT_EQ(outcome, length + 1 < kAlbum.size() ? "ZSE_FAILED" : whole) << length;
   }
 }
 
-TEST_F(TocImage, LackOfMemoryCostsAllOrTheTextsAlone) { ReadWithoutMemory(m_folder.Write("a.zsi", kAlbum), kTracks); }
+TEST_F(TocImage, OutOfMemoryFailsOrLosesOnlyTheTexts) {
+  ReadWithFailingAllocations(m_folder.Write("a.zsi", kAlbum), kTracks);
+}
 
 } // namespace

@@ -6,44 +6,42 @@
 
 namespace {
 
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-TEST(CommandLine, ExplainsEveryCommandWithExamplesAndInTheManual) {
+TEST(CommandLine, EveryCommandHasExamplesAndAManual) {
   const std::string manual = RunShell(kTool + "generate man").out;
   std::istringstream names(RunShell(kTool + "--help | sed -n '/^Commands:/,$ s/^  \\([a-z]*\\) .*/\\1/p'").out);
   int count = 0;
   for (std::string name; names >> name; ++count) {
     const std::string help = RunShell(kTool + name + " --help").out;
     EXPECT_TRUE(Contains(help, "Examples:\n  zsimage " + name) || Contains(help, "\nCommands:\n")) << help;
-    EXPECT_TRUE(Contains(manual, ".SS zsimage " + name)) << name;
+    EXPECT_PRED2(Contains, manual, ".SS zsimage " + name);
   }
   EXPECT_LE(7, count);
-  EXPECT_TRUE(Contains(manual, "\n.SH EXIT STATUS\n")) << manual;
-  EXPECT_TRUE(Contains(RunShell(kTool + "--version").out, "zsimage "));
-  EXPECT_TRUE(Contains(RunShell(kTool + "map --help").out, "- for SVG on standard output (required)\n"));
+  EXPECT_PRED2(Contains, manual, "\n.SH EXIT STATUS\n");
+  EXPECT_PRED2(Contains, RunShell(kTool + "--version").out, "zsimage ");
+  EXPECT_PRED2(Contains, RunShell(kTool + "map --help").out, "- for SVG on standard output (required)\n");
   EXPECT_FALSE(Contains(RunShell(kTool + "info --help").out, "(required)"));
 }
 
-TEST(CommandLine, TellsUsageFromFailure) {
+TEST(CommandLine, UsageErrorsExitWithTwo) {
   for (const char* wrong : {"", "info", "position x.cue many", "extract x.cue", "extract x.cue --all ''", "unknown"}) {
     EXPECT_EQ(2, RunShell(kTool + wrong).status) << wrong;
   }
 }
 
-TEST(CommandLine, CompletesInZsh) {
-  EXPECT_TRUE(Contains(RunShell(kTool + "generate zsh").out,
-                       "\n    '(-o --output)'{-o+,--output=}'[Picture to write\\: .svg or .html, - for SVG on standard "
-                       "output]:FILE:_files' \\\n    '(-f --force)'{-f,--force}'[Replace existing files]' \\\n    "
-                       "':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n"));
+TEST(CommandLine, ZshCompletesOptionsAndImages) {
+  EXPECT_PRED2(Contains, RunShell(kTool + "generate zsh").out,
+               "\n    '(-o --output)'{-o+,--output=}'[Picture to write\\: .svg or .html, - for SVG on standard "
+               "output]:FILE:_files' \\\n    '(-f --force)'{-f,--force}'[Replace existing files]' \\\n    "
+               "':IMAGE:_files -g \"(#i)*.(iso|cue|nrg|ccd|mds|zsi)\"' \\\n");
 }
 
-TEST(CommandLine, CompletesInBash) {
+TEST(CommandLine, BashCompletesCommandsAndFiles) {
   const TemporaryFolder folder;
   folder.Write("complete", RunShell(kTool + "generate bash").out);
   for (const char* name : {"my disc.CUE", "a.iso", "notes.txt", "new/x"}) {
     folder.Write(std::string("files/") + name, "");
   }
-  // The words of the line, for the shell.
+  // The words of the command line, as the shell reads them.
   const std::tuple<std::string, const char*> kCases[] = {
       {"zsimage ex", "extract\n"},
       {"zsimage info ''", "a.iso\nmy disc.CUE\nnew\n"},
@@ -63,7 +61,7 @@ TEST(CommandLine, CompletesInBash) {
   }
 }
 
-TEST(CommandLine, ShowsColoursOnATerminalThatHasThem) {
+TEST(CommandLine, OnlyColourTerminalsGetColours) {
   const TemporaryFolder folder;
   folder.WriteSparse("disc.iso", 2048);
   const auto isColoured = [&](const char* terminal, const char* noColour) {

@@ -26,7 +26,7 @@ protected:
   json Json(const std::string& arguments) const { return json::parse(RunTool(folder, arguments).out); }
 };
 
-TEST_F(InfoTool, GivesTheWholeRecordAsJson) {
+TEST_F(InfoTool, JsonHoldsTheWholeRecord) {
   const json record = Json("info --json disc.cue");
   const json& sheet = record["pZSCueSheet"][0];
   const json& second = sheet["pZSTracks"][1];
@@ -46,17 +46,17 @@ TEST_F(InfoTool, GivesTheWholeRecordAsJson) {
   EXPECT_TRUE(second["varFiles"].is_null());
 }
 
-TEST_F(InfoTool, ShowsAPageForAPerson) {
+TEST_F(InfoTool, PageShowsDiscAndTracks) {
   const std::string page = Run("info disc.cue");
   for (const char* part : {"audio CD", "CUE sheet", "data.BIN (63.5 MB)", "0D016802", "1234567890123", "?[31MRED",
                            "GR\u00D6\u00DFE", "00:02:00       0  03:00:00    13500", "DCP PRE", "DEABC0700001",
                            "03:04:00   13650  02:58:00    13350     150"}) {
-    EXPECT_NE(std::string::npos, page.find(part)) << part << " in\n" << page;
+    EXPECT_PRED2(Contains, page, part);
   }
-  EXPECT_EQ(std::string::npos, page.find("Performer")) << "no track has one";
+  EXPECT_FALSE(Contains(page, "Performer")) << "no track has one";
 }
 
-TEST_F(InfoTool, ShowsTheTextOfTheTrackBeforeForATab) {
+TEST_F(InfoTool, TabRepeatsTheTextBefore) {
   folder.Write("tab.cue", "TITLE \"Album\"\nPERFORMER \"Band\"\nFILE \"data.bin\" BINARY\n"
                           "TRACK 01 AUDIO\nTITLE \"One\"\nPERFORMER \"\t\"\nINDEX 01 00:00:00\n"
                           "TRACK 02 AUDIO\nTITLE \"\t\"\nPERFORMER \"Guest\"\nINDEX 01 01:00:00\n"
@@ -68,11 +68,13 @@ TEST_F(InfoTool, ShowsTheTextOfTheTrackBeforeForATab) {
   EXPECT_EQ("\t", Json("info --json tab.cue")["pZSCueSheet"][0]["pZSTracks"][2]["bstrTitle"]);
 }
 
-TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
-  folder.Write("lost.cue", "FILE \"Gone.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
-  folder.Write("far.cue", "FILE \"sub/x.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
-  folder.Write("odd.cue", "FILE \"bare.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
-  folder.Write("sound.cue", "FILE \"sound.flac\" WAVE\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+TEST_F(InfoTool, FailuresSayWhatToDo) {
+  for (const auto& [name, file] : {std::pair("lost.cue", "Gone.bin\" BINARY"),
+                                   {"far.cue", "sub/x.bin\" BINARY"},
+                                   {"odd.cue", "bare.bin\" BINARY"},
+                                   {"sound.cue", "sound.flac\" WAVE"}}) {
+    folder.Write(name, std::string("FILE \"") + file + "\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+  }
   folder.Write("sound.flac", "fLaC, and so on");
   folder.Write("many.ccd", "[Disc]\nSessions=100\n");
   MdsBuilder mode0 = MdsOfDvd(1);
@@ -103,14 +105,14 @@ TEST_F(InfoTool, SaysWhatIsWrongAndWhatToDo) {
     const json failure = json::parse(result.out);
     EXPECT_EQ(json({{"image", name}, {"result", code}, {"code", number}, {"words", failure["words"]}}), failure);
     for (const std::string& part : {name, code, words, failure["words"].get<std::string>()}) {
-      EXPECT_NE(std::string::npos, result.err.find(part)) << part << " in " << result.err;
+      EXPECT_PRED2(Contains, result.err, part);
     }
     EXPECT_EQ(1, std::count(result.err.begin(), result.err.end(), '\n')) << result.err;
   }
   EXPECT_EQ("", RunTool(folder, "info missing.iso").out);
 }
 
-TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
+TEST_F(InfoTool, OneFailureDoesNotStopTheRest) {
   folder.WriteSparse("disc.iso", 181 * 2048);
   ToolResult result = RunTool(folder, "info --json disc.cue missing.iso disc.iso");
   EXPECT_EQ(1, result.status);
@@ -122,7 +124,7 @@ TEST_F(InfoTool, ShowsSeveralImagesAndReportsTheRest) {
   EXPECT_TRUE(records[2]["pZSCueSheet"][0]["pZSTracks"][0]["pdwIndex"].is_null());
 }
 
-TEST_F(InfoTool, FindsPositions) {
+TEST_F(InfoTool, PositionsAreFound) {
   EXPECT_EQ(json({{"pSeek64", 31752000},
                   {"pLength64", 31046400},
                   {"session", 1},
@@ -138,10 +140,10 @@ TEST_F(InfoTool, FindsPositions) {
   for (const char* format : {"", "--json "}) {
     const ToolResult none = RunTool(folder, std::string("position disc.cue 99999 ") + format);
     EXPECT_EQ(1, none.status);
-    EXPECT_NE(std::string::npos, none.err.find("sector 99999 (22:15:24) is in no track")) << none.err;
+    EXPECT_PRED2(Contains, none.err, "sector 99999 (22:15:24) is in no track");
     EXPECT_TRUE(none.out.empty() || json::parse(none.out)["byte"].is_null()) << none.out;
   }
-  // Nothing can be walked over in an image without sessions, or with one that has no tracks.
+  // Images without a session, or with a session without tracks, are refused.
   const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
   for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {
     folder.Write("empty.ccd", "[Disc]\nSessions=" + sessions);

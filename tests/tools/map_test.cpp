@@ -2,12 +2,13 @@
 #include <set>
 
 #include "builders/nrg_builder.h"
+#include "support/long_text.h"
 #include "tools/tool_run.h"
 
 namespace {
 
-/// Tells what a browser makes of a picture: counts, the width of each track, and texts that touch each other or stick
-/// out of the picture.
+/// A script that measures a picture in a browser: counts, the width of each track, and texts that touch each other or
+/// leave the picture.
 constexpr const char* kMeasure = R"(<script>
   const all = (q) => [...document.querySelectorAll(q)];
   const frame = document.querySelector('.back').getBoundingClientRect();
@@ -37,9 +38,10 @@ protected:
         .out;
   }
 
-  /// What the browser saw of an image: tracks on the line and on the disc, rows, leads, texts in tracks, entries
-  /// of the legend, names of sessions, the outermost radius, bad texts, shares.
-  std::string See(const std::string& image) {
+  /// Draws an image and returns what the browser measures: tracks on the line and on the disc, rows, leads, texts in
+  /// tracks, entries of the legend, names of sessions, the outermost radius, bad texts, and the width of each track in
+  /// percent.
+  std::string Measure(const std::string& image) {
     Run("map -f -o map.html " + image);
     folder.Write("measured.html", folder.Read("map.html") + kMeasure);
     document = Render("measured.html");
@@ -47,16 +49,16 @@ protected:
     return document.substr(begin, document.find('"', begin) - begin);
   }
 
-  /// Writes a sheet with tracks of so many seconds, all with one title.
-  std::string Sheet(const std::vector<unsigned>& seconds, const std::string& title) {
+  /// Writes a sheet with tracks of these lengths in seconds, all with one title, and returns its name.
+  std::string WriteSheet(const std::vector<unsigned>& seconds, const std::string& title) {
     const std::string texts = "TITLE \"" + title + "\"\nPERFORMER \"" + title + "\"\n";
     std::string sheet = texts + "FILE \"disc.bin\" BINARY\n";
-    unsigned at = 0;
-    for (std::size_t i = 0; i < seconds.size(); at += seconds[i++]) {
-      sheet += "TRACK " + std::to_string(i + 1) + " AUDIO\n" + texts + "INDEX 01 " + std::to_string(at / 60) + ":" +
-               std::to_string(at % 60) + ":00\n";
+    unsigned start = 0;
+    for (std::size_t i = 0; i < seconds.size(); start += seconds[i++]) {
+      sheet += "TRACK " + std::to_string(i + 1) + " AUDIO\n" + texts + "INDEX 01 " + std::to_string(start / 60) + ":" +
+               std::to_string(start % 60) + ":00\n";
     }
-    folder.WriteSparse("disc.bin", UHYPER{at} * 75 * 2352);
+    folder.WriteSparse("disc.bin", UHYPER{start} * 75 * 2352);
     folder.Write("disc.cue", sheet);
     return "disc.cue";
   }
@@ -64,36 +66,32 @@ protected:
   std::string document;
 };
 
-TEST_F(MapTool, DrawsTracksToScaleInABrowser) {
-  EXPECT_EQ("3 3 3 4 6 2 0 146 0 15 31 46", See(Sheet({600, 1200, 1800}, "A <B> & 'C'")));
-  EXPECT_NE(std::string::npos, document.find("A &lt;B&gt; &amp; 'C'")) << document;
+TEST_F(MapTool, TracksAreDrawnToScale) {
+  EXPECT_EQ("3 3 3 4 6 2 0 146 0 15 31 46", Measure(WriteSheet({600, 1200, 1800}, "A <B> & 'C'")));
+  EXPECT_PRED2(Contains, document, "A &lt;B&gt; &amp; 'C'");
   const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}}, {{ZSMODE_2, 25}}}};
   folder.Write("disc.nrg", NrgImage(sessions));
-  EXPECT_EQ("4 4 4 12 4 5 6 146 0 25 16 20 20", See("disc.nrg"));
+  EXPECT_EQ("4 4 4 12 4 5 6 146 0 25 16 20 20", Measure("disc.nrg"));
 }
 
-TEST_F(MapTool, KeepsTextsInTheirPlaces) {
-  std::string wide;
-  for (int i = 0; i < 20; ++i) {
-    wide += "\u97F3\u697D";
+TEST_F(MapTool, TextsDoNotTouch) {
+  for (const std::string& title : {std::string(84, 'W'), std::string("I"), Times(20, "\u97F3\u697D")}) {
+    EXPECT_EQ("99 99 99 4 0 2 0 146 0", Measure(WriteSheet(std::vector<unsigned>(99, 40), title))) << title;
   }
-  for (const std::string& title : {std::string(84, 'W'), std::string("I"), wide}) {
-    EXPECT_EQ("99 99 99 4 0 2 0 146 0", See(Sheet(std::vector<unsigned>(99, 40), title))) << title;
-  }
-  EXPECT_NE(std::string::npos, document.find("\u697D\u2026")) << document;
-  EXPECT_EQ("2 2 2 4 2 2 0 146 0 0 92", See(Sheet({1, 4000}, "Short and long")));
+  EXPECT_PRED2(Contains, document, "\u697D\u2026");
+  EXPECT_EQ("2 2 2 4 2 2 0 146 0 0 92", Measure(WriteSheet({1, 4000}, "Short and long")));
 }
 
-TEST_F(MapTool, WritesAnSvgThatStandsAlone) {
-  Sheet({5}, "\x01\xEF\xBF\xBF & more");
+TEST_F(MapTool, SvgIsWellFormed) {
+  WriteSheet({5}, "\x01\xEF\xBF\xBF & more");
   Run("map disc.cue -o disc.svg");
   const std::string seen = Render("disc.svg");
-  EXPECT_NE(std::string::npos, seen.find("?? &amp; MORE")) << seen;
-  EXPECT_EQ(std::string::npos, seen.find("parsererror")) << seen;
+  EXPECT_PRED2(Contains, seen, "?? &amp; MORE");
+  EXPECT_FALSE(Contains(seen, "parsererror")) << seen;
   EXPECT_EQ(1, RunTool(folder, "map disc.cue -o disc.png").status);
 }
 
-TEST(MapPicture, HasItsColoursWhereStyleSheetsHaveNoVariables) {
+TEST(MapPicture, ColoursNeedNoStyleVariables) {
   const TemporaryFolder folder;
   RunTool(folder, "map '" SAMPLE_IMAGES "/cdplus.nrg' -o disc.svg");
   const ToolResult drawn = RunShell("rsvg-convert -f svg '" + folder.Path("disc.svg") + "'");

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Runs every command that writes where it must fail, and compares the folder before and after: nothing_lost.py ZSIMAGE...
+"""Makes every command that writes fail, and compares the folder before and after: nothing_lost.py ZSIMAGE...
 
-Nothing that was there may be lost or changed, and of a new file or set of files all is there or nothing. The commands
-meet targets that exist, that are write-protected or folders, a full disk, and signals at three moments.
+No old file may be lost or changed, and a new file or set of files is written whole or not at all. Commands fail because
+targets exist, are folders or are write-protected, because the disk is full, and because of signals.
 """
 import contextlib
 import os
@@ -14,7 +14,7 @@ import tempfile
 import time
 from pathlib import Path
 
-# What each command writes, with its arguments. Sets are written whole or not at all.
+# The files that each command writes.
 COMMANDS = {
     "extract disc.cue --track 2 -o out/track": ["track"],
     "extract disc.cue --all out": ["session-1-track-01.bin", "session-1-track-02.bin"],
@@ -29,29 +29,41 @@ LONG_COMMANDS = {
     "extract long.cue --all out": ["session-1-track-01.bin"],
     "convert long.cue out/new.cue --with-data": ["NEW.BIN", "new.cue"],
 }
-LONG = 2352 << 24  # Bytes of a sparse image that no machine copies before a signal arrives.
+LONG = 2352 << 24  # Bytes of a sparse image, too many to copy before a signal arrives.
 faults = 0
 
 
+def start(command, limit=None, prefix=()):
+    """Starts a command that may write files of up to `limit` bytes."""
+    limits = None if limit is None else lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+    return subprocess.Popen([*prefix, *ZSIMAGE, *command.split()], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                            text=True, preexec_fn=limits)
+
+
+def finish(process):
+    """Waits for a command. Returns its status and messages."""
+    return process.wait(), process.stderr.read()
+
+
 def run(command, **options):
-    return subprocess.run(ZSIMAGE + command.split(), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **options)
+    return finish(start(command, **options))
 
 
-def content(folder="out"):
-    """Each file and folder with its permissions and its bytes."""
+def content():
+    """Returns permissions and bytes of each file and folder."""
     return {str(path): (path.lstat().st_mode, path.read_bytes() if path.is_file() else b"")
-            for path in [Path(folder), *Path(folder).rglob("*")]}
+            for path in [Path("out"), *Path("out").rglob("*")]}
 
 
 def expect(what, command, holds, result):
     global faults
     if not holds:
         faults += 1
-        print(f"{what}: {command}\n  ended with {result.returncode}: {result.stderr}  the folder has {sorted(content())}")
+        print(f"{what}: {command}\n  ended with {result[0]}: {result[1]}  the folder has {sorted(content())}")
 
 
 def fill(names, mode=0o640):
-    """An empty folder but for old files of these names."""
+    """Empties the folder and writes old files with these names. Returns the content."""
     os.chmod("out", 0o755)
     for path in Path("out").iterdir():
         path.rmdir() if path.is_dir() else path.unlink()
@@ -62,11 +74,11 @@ def fill(names, mode=0o640):
 
 
 def expect_kept(what, command, before, result, status=1):
-    expect(what, command, result.returncode == status and "zsimage: " in result.stderr and content() == before, result)
+    expect(what, command, result[0] == status and "zsimage: " in result[1] and content() == before, result)
 
 
 def replaced(fresh):
-    """What --force makes of old files: new bytes, old permissions."""
+    """Returns the content after --force: new bytes with the old permissions."""
     return {path: (mode if path == "out" else mode & ~0o777 | 0o640, data) for path, (mode, data) in fresh.items()}
 
 
@@ -79,7 +91,7 @@ def try_existing(command, names, fresh):
     expect_kept("a folder", command, content(), run(command + " --force"))
     fill(names)
     result = run(command + " --force")
-    expect("--force", command, result.returncode == 0 and content() == replaced(fresh), result)
+    expect("--force", command, result[0] == 0 and content() == replaced(fresh), result)
 
 
 def try_stale_text(command):
@@ -90,73 +102,65 @@ def try_stale_text(command):
 
 
 def try_write_protected(command, names):
-    # Root may write anywhere, unless it gives its rights away, which not every container lets it.
-    without = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
+    # Root may write anywhere unless it drops its capabilities, which some containers do not allow.
+    unprivileged = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
     fill(names, 0o440)
-    if subprocess.call(" ".join(without) + f" test -w out/{names[0]}", shell=True) != 1:
+    if subprocess.call(" ".join(unprivileged) + f" test -w out/{names[0]}", shell=True) != 1:
         print("skipped: files that root may not write")
         return
     for folder in (0o755, 0o555):
         os.chmod("out", folder)
         before = content()
-        result = subprocess.run(without + ZSIMAGE + (command + " --force").split(), stdout=subprocess.DEVNULL,
-                                stderr=subprocess.PIPE, text=True)
-        expect_kept("write-protected", command, before, result)
+        expect_kept("write-protected", command, before, run(command + " --force", prefix=unprivileged))
 
 
 def try_full_disk(command, names, fresh):
     size = max(len(data) for _, data in fresh.values())
     for limit in (0, 1, size // 3, size - 1):
         before = fill(names)
-        limits = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-        result = run(command + " --force", preexec_fn=limits)
+        result = run(command + " --force", limit=limit)
         if "--all" in command:  # Whole tracks are kept.
             before = {path: old if content()[path] == old else replaced(fresh)[path] for path, old in before.items()}
         expect_kept(f"no file above {limit} bytes", command, before, result)
     if subprocess.call("mount -t tmpfs -o size=68k tmpfs out 2>/dev/null", shell=True) != 0:
-        return  # Not every machine lets one mount; the limits above stand in.
+        return  # Mounting is not allowed here. The limits above test nearly the same.
     try:
         fill(names)
         with open("out/filling", "wb", buffering=0) as filling, contextlib.suppress(OSError):
             while filling.write(bytes(4096)):
                 pass
         before = content()
-        result = run(command + " --force")
-        expect_kept("a full disk", command, before, result)
+        expect_kept("a full disk", command, before, run(command + " --force"))
     finally:
         subprocess.check_call(["umount", "out"])
 
 
 def try_registry():
-    """The registry is changed and not replaced, so it needs no --force; what it cannot read it leaves alone."""
+    """The registry file is changed in place without --force. A file that is no registry is kept."""
     os.environ["IMAGEFILE_REGISTRY"] = "out/registry.reg"
     before = fill(["registry.reg"])
     expect_kept("no registry file", "register", before, run("register"))
     fill([])
-    expect("a new registry", "register", run("register").returncode == 0, run("register"))
+    result = run("register")
+    expect("a new registry", "register", result[0] == 0, result)
     before = content()
     for limit in (0, 1, 100):
-        limits = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-        expect_kept(f"no file above {limit} bytes", "unregister", before, run("unregister", preexec_fn=limits))
+        expect_kept(f"no file above {limit} bytes", "unregister", before, run("unregister", limit=limit))
 
 
 def try_signals(command, names, fresh):
-    """At any time: the old files or the new ones."""
+    """After a signal at any time, the folder has the old files or the new ones."""
     for delay in (0.01, 0.03, 0.05):
-        before = fill(names)
-        process = subprocess.Popen(ZSIMAGE + (command + " --force").split(), stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.PIPE, text=True)
+        before, process = fill(names), start(command + " --force")
         time.sleep(delay)
         process.terminate()
-        process.returncode, process.stderr = process.wait(), process.stderr.read()
-        expect(f"SIGTERM after {delay} s", command, content() in (before, replaced(fresh)), process)
+        result = finish(process)
+        expect(f"SIGTERM after {delay} s", command, content() in (before, replaced(fresh)), result)
 
 
 def try_signals_while_writing(command, names):
     for number, written in ((signal.SIGINT, 0), (signal.SIGTERM, 1 << 20), (signal.SIGHUP, 32 << 20)):
-        before = fill(names)
-        process = subprocess.Popen(ZSIMAGE + (command + " --force").split(), stdout=subprocess.DEVNULL,
-                                   stderr=subprocess.PIPE, text=True)
+        before, process = fill(names), start(command + " --force")
         deadline = time.monotonic() + 20
         while not any(path.stat().st_size >= written for path in Path("out").glob(".zsimage-*")):
             if process.poll() is not None or time.monotonic() > deadline:
@@ -164,8 +168,7 @@ def try_signals_while_writing(command, names):
                 break
             time.sleep(0.001)
         process.send_signal(number)
-        process.returncode, process.stderr = process.wait(), process.stderr.read()
-        expect_kept(f"{number.name} after {written} bytes", command, before, process, 130)
+        expect_kept(f"{number.name} after {written} bytes", command, before, finish(process), 130)
 
 
 def main():
@@ -179,7 +182,7 @@ def main():
         fill([])
         result = run(command)
         fresh = content()
-        expect("a new file", command, result.returncode == 0 and sorted(fresh) == ["out", *(f"out/{n}" for n in names)], result)
+        expect("a new file", command, result[0] == 0 and sorted(fresh) == ["out", *(f"out/{n}" for n in names)], result)
         try_existing(command, names, fresh)
         try_full_disk(command, names, fresh)
         if "--all" not in command:

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The shell becomes the tool, so that a signal that ends the tool is told.
+/// The tool replaces the shell, so that a signal that ends it is seen.
 std::string CommandIn(const TemporaryFolder& folder, const std::string& arguments) {
   return "cd '" + folder.Path("") + "' && exec " + kTool + arguments;
 }

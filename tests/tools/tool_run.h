@@ -8,9 +8,9 @@
 
 #include "support/temporary_folder.h"
 
-/// What a run left behind.
+/// Exit status and output of a run.
 struct ToolResult {
-  int status; ///< Exit status; -1 when a signal ended it, 127 when the program is not installed.
+  int status; ///< -1 if a signal ended it, 127 if the program is not installed.
   std::string out;
   std::string err;
 };
@@ -18,24 +18,32 @@ struct ToolResult {
 /// `zsimage` as a word of the shell.
 inline const std::string kTool = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' ";
 
-/// Runs a command of the shell and waits for it.
+/// Runs a shell command and waits for it.
 ToolResult RunShell(const std::string& command);
 
-/// Runs `zsimage` in a folder, with arguments as the shell takes them.
+/// Runs `zsimage` in a folder, with arguments as the shell reads them.
 ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);
 
-/// Runs it on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.
+/// Runs `zsimage` on a terminal, sends Ctrl-C once the terminal shows `marker`, and waits. `out` is all that was shown.
 ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker,
                          unsigned columns = 80);
 
-/// Tests of `zsimage` in a folder of their own.
+/// Whether a text contains a part. Use it with EXPECT_PRED2, which prints both.
+inline bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+/// Tests of `zsimage`, each with its own folder.
 class ToolTest : public testing::Test {
 protected:
-  /// Runs it, expects success, and gives what it printed.
+  /// Runs `zsimage`, expects success, and returns its output.
   std::string Run(const std::string& arguments) const {
     const ToolResult result = RunTool(folder, arguments);
     EXPECT_EQ(0, result.status) << arguments << '\n' << result.err;
     return result.out;
+  }
+  /// Expects a part in the output or the messages of `zsimage`.
+  void ExpectShown(const std::string& arguments, const std::string& part) const {
+    const ToolResult result = RunTool(folder, arguments);
+    EXPECT_PRED2(Contains, result.out + result.err, part) << arguments;
   }
 
   const TemporaryFolder folder;

@@ -14,7 +14,7 @@ namespace {
 
 std::string Text(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
 
-/// The bytes of a track from index 1 on.
+/// Returns the bytes of a track from index 1 on.
 std::string ProperSectors(const DiscPlan& disc, std::size_t track) {
   const PlacedTrack placed = PlaceTracks(disc)[track];
   return Text(TrackSectors(disc, placed)).substr(std::size_t{placed.pregap} * placed.size);
@@ -28,7 +28,7 @@ protected:
                              "TRACK 01 AUDIO\nTITLE \"One\"\nINDEX 01 00:00:00\n"
                              "TRACK 02 AUDIO\nTITLE \"Two\"\nFLAGS DCP\nISRC DEABC0700002\n"
                              "INDEX 00 00:00:40\nINDEX 01 00:00:50\n");
-    // The same, with silence between the tracks that is not in the file.
+    // The same, with silence between the tracks that the file does not contain.
     folder.Write("gap.cue", "FILE \"disc.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
                             "TRACK 02 AUDIO\nPREGAP 00:00:07\nINDEX 01 00:00:50\n");
   }
@@ -45,7 +45,7 @@ protected:
   const std::string whole = Text(DiscSectors(audio));
 };
 
-TEST_F(TransferTool, ExtractsTracksByteForByte) {
+TEST_F(TransferTool, TracksAreExtractedByteForByte) {
   const std::string first = ProperSectors(audio, 0);
   const std::string second = ProperSectors(audio, 1);
   EXPECT_TRUE(first == Extract("disc.cue --track 1"));
@@ -57,8 +57,8 @@ TEST_F(TransferTool, ExtractsTracksByteForByte) {
   EXPECT_TRUE(second == folder.Read("new/all/session-1-track-02.bin"));
 }
 
-TEST_F(TransferTool, CutsSectorsByTheTracksOwnMode) {
-  // The record's own offset fits the last data track alone.
+TEST_F(TransferTool, BlocksFollowTheModeOfTheTrack) {
+  // The offset of the record fits the last data track only.
   const DiscPlan disc{{{{ZSMODE_1, 20}, {ZSMODE_AUDIO, 5}, {ZSMODE_2, 20}}}};
   folder.Write("disc.nrg", NrgImage(disc));
   for (const ULONG size : {2048U, 2336U}) {
@@ -68,7 +68,7 @@ TEST_F(TransferTool, CutsSectorsByTheTracksOwnMode) {
   }
 }
 
-TEST_F(TransferTool, FindsTracksThatTheDiscHasElsewhere) {
+TEST_F(TransferTool, TracksOfEverySessionAreExtracted) {
   const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}, {ZSMODE_1, 20, 4}}}};
   const DiscPlan mixed{{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15, 6}, {ZSMODE_AUDIO, 8}}}};
   folder.Write("disc.nrg", NrgImage(sessions));
@@ -76,7 +76,7 @@ TEST_F(TransferTool, FindsTracksThatTheDiscHasElsewhere) {
   folder.Write("disc.mdf", DiscSectors(sessions));
   folder.Write("mixed.nrg", NrgImage(mixed));
   Run("convert disc.nrg disc.zsi --with-data");
-  EXPECT_NE(std::string::npos, RunTool(folder, "convert disc.nrg first.cue").err.find("the other 1 of the image"));
+  ExpectShown("convert disc.nrg first.cue", "the other 1 of the image");
   for (const std::string image : {"mixed.nrg", "disc.nrg", "disc.zsi"}) {
     const DiscPlan& disc = image == "mixed.nrg" ? mixed : sessions;
     for (const PlacedTrack& track : PlaceTracks(disc)) {
@@ -89,7 +89,7 @@ TEST_F(TransferTool, FindsTracksThatTheDiscHasElsewhere) {
   EXPECT_TRUE(ProperSectors(sessions, 2) == Extract("disc.mds --session 2 --track 1"));
 }
 
-TEST_F(TransferTool, ReportsWhatWentWrong) {
+TEST_F(TransferTool, FailuresNameCodeAndCause) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_symlink("no/x", folder.Path("link"));
   folder.Write("disc.cdt", "");
@@ -146,15 +146,15 @@ TEST_F(TransferTool, ReportsWhatWentWrong) {
   for (const auto& [arguments, code, words] : kCases) {
     const ToolResult result = RunTool(folder, arguments);
     EXPECT_EQ(1, result.status) << arguments;
-    EXPECT_NE(std::string::npos, result.err.find(code)) << arguments << '\n' << result.err;
-    EXPECT_NE(std::string::npos, result.err.find(words)) << arguments << '\n' << result.err;
+    EXPECT_PRED2(Contains, result.err, code) << arguments;
+    EXPECT_PRED2(Contains, result.err, words) << arguments;
   }
-  EXPECT_EQ(before, names()) << "nothing half may remain";
+  EXPECT_EQ(before, names()) << "a failure leaves no file";
   EXPECT_TRUE(whole == folder.Read("disc.bin"));
-  EXPECT_EQ("TWO", FirstSession("disc.cue")["pZSTracks"][1]["bstrTitle"]) << "the image must have survived";
+  EXPECT_EQ("TWO", FirstSession("disc.cue")["pZSTracks"][1]["bstrTitle"]) << "a failure keeps the image";
 }
 
-TEST_F(TransferTool, FollowsLinksAndWritesPipesDirectly) {
+TEST_F(TransferTool, LinksAndPipesAreWrittenThrough) {
   const std::string first = ProperSectors(audio, 0);
   folder.Write("real/track", "old");
   std::filesystem::create_symlink("real/track", folder.Path("link"));
@@ -167,7 +167,7 @@ TEST_F(TransferTool, FollowsLinksAndWritesPipesDirectly) {
   EXPECT_TRUE(first == RunShell("mkfifo '" + pipe + "' && (timeout 20 cat '" + pipe + "' & " + kTool + "extract '" +
                                 folder.Path("disc.cue") + "' --track 1 -o '" + pipe + "' >&2; wait)")
                            .out);
-  // Of several tracks the whole ones are kept, and one session can be taken alone.
+  // Whole tracks are kept if another fails, and one session can be extracted alone.
   folder.Write("short.mds", MdsOf(audio).Build());
   folder.Write("short.mdf", std::string(55 * 2352, 'x'));
   EXPECT_EQ(1, RunTool(folder, "extract short.mds --all all").status);
@@ -178,26 +178,26 @@ TEST_F(TransferTool, FollowsLinksAndWritesPipesDirectly) {
             RunShell("cd '" + folder.Path("all") + "' && find . -type f | sort").out);
 }
 
-TEST_F(TransferTool, FitsTheProgressToTheTerminalAndCancels) {
+TEST_F(TransferTool, ProgressFitsTheTerminal) {
   folder.WriteSparse("big.iso", UHYPER{32} << 30);
   for (const unsigned columns : {1U, 2U, 10U, 20U, 40U, 60U, 79U, 80U, 200U}) {
     const ToolResult result = InterruptTool(folder, "extract big.iso --track 1 -o out", "\033[K", columns);
     const std::size_t end = result.out.find("\033[K");
-    EXPECT_LE(end, columns) << "the carriage return and less than a line\n" << result.out;
+    EXPECT_LE(end, columns) << "a carriage return and less than a line\n" << result.out;
     EXPECT_TRUE(columns < 5 || result.out.find('%') < end) << result.out;
     EXPECT_TRUE(columns < 40 || result.out.find(']') < end) << result.out;
     EXPECT_EQ(130, result.status);
-    EXPECT_NE(std::string::npos, result.out.find("cancelled")) << result.out;
+    EXPECT_PRED2(Contains, result.out, "cancelled");
   }
   EXPECT_FALSE(std::filesystem::exists(folder.Path("out")));
 }
 
-TEST_F(TransferTool, ConvertsToASheet) {
-  EXPECT_NE(std::string::npos, Run("convert disc.cue new.cue").find("NEW.BIN; no such file yet"));
+TEST_F(TransferTool, SheetsAreConverted) {
+  EXPECT_PRED2(Contains, Run("convert disc.cue new.cue"), "NEW.BIN; no such file yet");
   EXPECT_EQ("", RunTool(folder, "convert disc.cue new.cue --with-data --force").err);
   EXPECT_TRUE(whole == folder.Read("NEW.BIN"));
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"], FirstSession("new.cue")["pZSTracks"]);
-  // A PREGAP line becomes silence in the new file; the sub-channel behind each sector stays behind.
+  // A PREGAP line becomes silence in the new file. The sub-channel after each sector is left out.
   Run("convert gap.cue silent.cue --with-data");
   const std::string silence(7 * 2352, '\0');
   EXPECT_TRUE(whole.substr(0, 50 * 2352) + silence + whole.substr(50 * 2352) == folder.Read("SILENT.BIN"));
@@ -208,21 +208,19 @@ TEST_F(TransferTool, ConvertsToASheet) {
   EXPECT_TRUE(Text(DiscSectors({{{{ZSMODE_1, 26}}}})) == folder.Read("NARROW.BIN"));
 }
 
-TEST_F(TransferTool, DescribesAnExistingDataFile) {
-  const auto says = [&](const std::string& arguments, const std::string& words) {
-    const ToolResult result = RunTool(folder, "convert disc.cue -f --no-cdtext " + arguments);
-    EXPECT_NE(std::string::npos, (result.out + result.err).find(words)) << result.out << result.err;
-  };
-  says("raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
+TEST_F(TransferTool, ExistingDataFileIsDescribed) {
+  const std::string command = "convert disc.cue -f --no-cdtext ";
+  ExpectShown(command + "raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
   folder.Write("raw.bin", whole);
-  says("raw.cue --data-file raw.bin", "expects its data file as raw.bin, which exists");
-  says("raw.cue", "expects its data file as raw.bin, which exists");
+  ExpectShown(command + "raw.cue --data-file raw.bin", "expects its data file as raw.bin, which exists");
+  ExpectShown(command + "raw.cue", "expects its data file as raw.bin, which exists");
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
   folder.Write("raw.bin", whole + "x");
-  says("raw.cue", "raw.bin does not have the size that the description needs; it belongs to another image");
+  ExpectShown(command + "raw.cue",
+              "raw.bin does not have the size that the description needs; it belongs to another image");
 }
 
-TEST_F(TransferTool, NotesWhatAConversionLoses) {
+TEST_F(TransferTool, LossesAreNoted) {
   folder.Write("many.cue", "FILE \"disc.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\nINDEX 02 00:00:20\n"
                            "TRACK 02 MODE1/2352\nINDEX 00 00:00:40\nINDEX 01 00:00:50\n");
   folder.Write("many.sub", "");
@@ -243,17 +241,17 @@ TEST_F(TransferTool, NotesWhatAConversionLoses) {
   }
 }
 
-TEST_F(TransferTool, PutsTextIntoATocFile) {
+TEST_F(TransferTool, TocFileHoldsText) {
   Run("convert disc.cue text.zsi");
   EXPECT_EQ("TWO", FirstSession("text.zsi")["pZSTracks"][1]["bstrTitle"]);
   Run("convert disc.cue text.zsi --no-cdtext -f");
-  EXPECT_EQ(std::string::npos, folder.Read("text.zsi").find("CDTEXT"));
+  EXPECT_FALSE(Contains(folder.Read("text.zsi"), "CDTEXT"));
   folder.Write("packs", std::string("\x80\0\0\0X\0\0\0\0\0\0\0\0\0\0\0\1\2\3", 19));
   Run("convert disc.cue text.zsi --cdtext packs -f");
-  EXPECT_NE(std::string::npos, folder.Read("text.zsi").find("<ENTRY-2>03 </ENTRY-2>"));
+  EXPECT_PRED2(Contains, folder.Read("text.zsi"), "<ENTRY-2>03 </ENTRY-2>");
 }
 
-TEST_F(TransferTool, JudgesPacks) {
+TEST_F(TransferTool, DamagedPacksNeedForce) {
   Run("cdtext encode disc.cue -o good");
   Run("cdtext encode disc.cue -o spread --subchannel");
   const std::string good = folder.Read("good");
@@ -261,7 +259,7 @@ TEST_F(TransferTool, JudgesPacks) {
   folder.Write("over", good + "12345");
   folder.Write("wrong", good.substr(0, 17) + "x" + good.substr(18));
   folder.Write("none", "no pack");
-  const std::tuple<const char*, std::string> kCases[] = {
+  const std::pair<std::string, std::string> kCases[] = {
       {"good", ""},
       {"plain", ""},
       {"spread", ""},
@@ -272,11 +270,11 @@ TEST_F(TransferTool, JudgesPacks) {
     for (const std::string command :
          {"cdtext decode ", "convert disc.cue x.zsi -f --cdtext ", "convert disc.cue y.zsi --cdtext "}) {
       const ToolResult result = RunTool(folder, command + name);
-      const bool isGood = words.empty() || command.find("-f") != std::string::npos;
+      const bool isGood = words.empty() || Contains(command, "-f");
       EXPECT_EQ(isGood ? 0 : 1, result.status) << command << name << result.err;
-      EXPECT_TRUE(isGood || result.err.find(words) != std::string::npos) << result.err;
-      EXPECT_EQ(command[1] == 'd' && *name != 'n', result.out.find("\n      2  TWO\n") != std::string::npos)
-          << result.out;
+      EXPECT_TRUE(isGood || Contains(result.err, words)) << result.err;
+      const bool showsText = command == "cdtext decode " && name != "none";
+      EXPECT_EQ(showsText, Contains(result.out, "\n      2  TWO\n")) << result.out;
       std::filesystem::remove(folder.Path("y.zsi"));
     }
   }
@@ -284,28 +282,28 @@ TEST_F(TransferTool, JudgesPacks) {
   EXPECT_EQ(4U, json::parse(Run("cdtext decode good --json --tracks 4"))["nTracks"]);
 }
 
-TEST_F(TransferTool, SaysWhyTheRegistryCannotBeMade) {
+TEST_F(TransferTool, RegistryFailuresNameTheCause) {
   folder.Write("file", "");
   for (const auto& [path, words] : {std::pair("/proc/none/registry", "/proc/none cannot be created: no such file"),
                                     std::pair("file/registry", "no such folder"), std::pair(".", "this is a folder")}) {
     const ToolResult result =
         RunShell("cd '" + folder.Path("") + "' && IMAGEFILE_REGISTRY=" + path + " " + kTool + "register");
     EXPECT_EQ(1, result.status);
-    EXPECT_NE(std::string::npos, result.err.find(words)) << result.err;
+    EXPECT_PRED2(Contains, result.err, words);
   }
   EXPECT_FALSE(std::filesystem::exists(folder.Path("..lock")));
 }
 
-TEST_F(TransferTool, DecodesAndEncodesText) {
+TEST_F(TransferTool, TextIsEncodedAndDecoded) {
   const std::string packs = Run("cdtext encode disc.cue -o -");
   EXPECT_EQ(1U, packs.size() % 18);
-  Run("cdtext encode disc.cue -o packs.raw"); // Any name will do.
+  Run("cdtext encode disc.cue -o packs.raw"); // Any name is allowed.
   EXPECT_EQ(packs, folder.Read("packs.raw"));
   const json sheet = json::parse(Run("cdtext decode packs.raw --tracks 2 --json"));
   EXPECT_EQ(true, sheet["ZSCDTEXT"]["CDTextPresent"]);
   EXPECT_EQ("ALBUM", sheet["ZSCDTEXT"]["bstrTitle"]);
   EXPECT_EQ("TWO", sheet["pZSTracks"][1]["bstrTitle"]);
-  EXPECT_NE(std::string::npos, Run("cdtext decode - --tracks 2 < packs.raw").find("2  TWO"));
+  EXPECT_PRED2(Contains, Run("cdtext decode - --tracks 2 < packs.raw"), "2  TWO");
   Run("cdtext encode disc.cue -o sub --subchannel");
   EXPECT_EQ(0U, folder.Read("sub").size() % 96);
   EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}, {"words", "gone.cdt: no such file"}}),

@@ -1,25 +1,26 @@
 /// @file
-/// The entry points of the library, and all that it exports.
+/// The entry points of the library. It exports nothing else.
 #pragma once
 
 #include "platform/unknown.h"
 
 extern "C" {
 
-/// The interface asked for on the factory of a class. A factory is made at the first request and lives as long as the
-/// library. @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE, E_NOINTERFACE.
+/// Queries the factory of a class for an interface. Factories live as long as the library.
+/// @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE for an unknown class; E_NOINTERFACE.
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) noexcept;
 
-/// Whether the library may be unloaded: 0 when no object lives, no host holds a factory and none has locked the
-/// library, else 1.
+/// Returns 0 if the library may be unloaded: no object exists, no host has a factory, and none has locked the library.
+/// Otherwise 1.
 HRESULT DllCanUnloadNow() noexcept;
 
 /// Writes the library's classes and type libraries into the registry of the current user (platform/registry.h), so
-/// that other programs find them. The path written is the one that the library was loaded from.
-/// @return The code of the first step that fails; what went before it stays.
+/// that other programs find them, with the path that the library was loaded from. The steps are the type library of the
+/// records, whose failure is ignored, the two classes, and the component's own type library.
+/// @return The code of the first step that fails. The steps before it keep their entries.
 HRESULT DllRegisterServer() noexcept;
 
-/// Removes what DllRegisterServer wrote. Nothing to remove is no failure.
-/// @return The code of the first step that fails; what went before it stays.
+/// Removes what DllRegisterServer wrote. Missing entries are no failure.
+/// @return As DllRegisterServer.
 HRESULT DllUnregisterServer() noexcept;
 }

@@ -1,9 +1,8 @@
 /// @file
-/// The classes that the library offers, and their factories.
+/// The factories of the classes that the library offers.
 #pragma once
 
 #include "platform/unknown.h"
 
-/// The interface asked for on the factory of a class. A factory is made at the first request and lives as long as
-/// the library. @return E_POINTER for a null `factory`, CLASS_E_CLASSNOTAVAILABLE for an unknown class.
+/// Finds the factory of a class. See DllGetClassObject (imagefile/server/exports.h), which is the same.
 HRESULT GetClassFactory(REFCLSID clsid, REFIID iid, void** factory) noexcept;

@@ -1,26 +1,13 @@
 #include "imagefile/server/diagnostics.h"
 
-#include <new>
-
 #include "platform/named_mutex.h"
 #include "platform/registry.h"
 
 namespace {
 
-constexpr const char* kMutex = "ZSModuleTrace";
-constexpr const char* kKey = "Software\\Zentora\\Zentora Scribe\\MMC";
-
-HANDLE MakeMutex() noexcept {
-  try {
-    return CreateMutexA(kMutex);
-  } catch (const std::bad_alloc&) {
-    return INVALID_HANDLE_VALUE;
-  }
-}
-
 LONG ReadLevel() noexcept {
   HKEY key{};
-  if (RegOpenKeyExA(HKEY_CURRENT_USER, kKey, 0, KEY_READ, &key) != ERROR_SUCCESS) {
+  if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Zentora\\Zentora Scribe\\MMC", 0, KEY_READ, &key) != ERROR_SUCCESS) {
     return -1;
   }
   DWORD type = 0;
@@ -33,4 +20,4 @@ LONG ReadLevel() noexcept {
 
 } // namespace
 
-Diagnostics::Diagnostics() noexcept : m_mutex(MakeMutex()), m_level(ReadLevel()) {}
+Diagnostics::Diagnostics() noexcept : level(ReadLevel()), mutex(CreateMutexA("ZSModuleTrace")) {}

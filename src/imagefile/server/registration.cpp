@@ -1,85 +1,153 @@
 #include "imagefile/server/registration.h"
 
 #include <dlfcn.h>
-#include <stdlib.h>
 
-#include <memory>
+#include <filesystem>
+#include <vector>
 
+#include "cuesheet/cue_sheet_interface.h"
 #include "disc/record_descriptions.h"
-#include "imagefile/server/class_factories.h"
-#include "imagefile/server/scripts.h"
+#include "imagefile/image_file_interface.h"
 #include "platform/guard.h"
+#include "platform/registry.h"
 #include "platform/system_calls.h"
 
 namespace {
 
 constexpr const char* kPlatform = sizeof(void*) == 8 ? "posix64" : "posix32";
 
-struct FreeText {
-  void operator()(char* text) const noexcept { ::free(text); }
+/// One value of a key.
+struct Entry {
+  std::string key;   ///< Path below HKEY_CLASSES_ROOT.
+  std::string value; ///< Name of the value; empty for the value without a name.
+  std::string text;  ///< If empty, the key is created without a value.
 };
 
-/// The absolute form of a folder. Links in a path that is absolute already stay: they may outlive what they lead to.
-HRESULT MakeAbsolute(std::string* folder) {
-  if (!folder->empty() && folder->front() == '/') {
+/// Entries that are written or removed in one change of the registry.
+struct Table {
+  std::string ownKey;         ///< Replaced and removed with all that is below it.
+  std::vector<Entry> entries; ///< A key precedes the keys below it. Keys outside of `ownKey` may be shared.
+};
+
+Table ClassTable(const std::string& name, REFCLSID clsid, const std::string& description, const std::string& module) {
+  const std::string id = StringFromGUID(clsid);
+  const std::string key = "CLSID\\" + id;
+  const std::string versioned = name + ".1";
+  return {key,
+          {{versioned, "", description},
+           {versioned + "\\CLSID", "", id},
+           {name, "", description},
+           {name + "\\CLSID", "", id},
+           {name + "\\CurVer", "", versioned},
+           {key, "", description},
+           {key + "\\ProgID", "", versioned},
+           {key + "\\VersionIndependentProgID", "", name},
+           {key + "\\Programmable", "", ""},
+           {key + "\\InprocServer32", "", module},
+           {key + "\\InprocServer32", "ThreadingModel", "Apartment"},
+           {key + "\\TypeLib", "", StringFromGUID(kComponentTypeLibrary)}}};
+}
+
+/// @param number Of the type library among those of this library.
+Table TypeLibraryTable(const std::string& name, REFGUID library, const std::string& number,
+                       const std::filesystem::path& module) {
+  const std::string key = "TypeLib\\" + StringFromGUID(library);
+  const std::string version = key + "\\1.0";
+  return {version,
+          {{key, "", ""},
+           {version, "", name},
+           {version + "\\0\\" + kPlatform, "", module.string() + '\\' + number},
+           {version + "\\FLAGS", "", "0"},
+           {version + "\\HELPDIR", "", module.parent_path().string()}}};
+}
+
+/// Removes a key with all that is below it.
+void RemoveKey(const std::string& path, RegistryKey* root) {
+  const std::size_t separator = path.rfind('\\');
+  RegistryKey* parent = separator == std::string::npos ? root : root->Find(path.substr(0, separator));
+  if (parent != nullptr) {
+    parent->Remove(path.substr(separator + 1)); // The whole path if there is no separator: npos + 1 is 0.
+  }
+}
+
+void WriteTable(const Table& table, RegistryKey* root) {
+  RemoveKey(table.ownKey, root);
+  for (const Entry& entry : table.entries) {
+    RegistryKey* key = root->Create(entry.key);
+    if (!entry.text.empty()) {
+      key->SetText(entry.value, entry.text);
+    }
+  }
+}
+
+/// Keeps keys below which others have keys.
+void RemoveTable(const Table& table, RegistryKey* root) {
+  RemoveKey(table.ownKey, root);
+  for (auto entry = table.entries.rbegin(); entry != table.entries.rend(); ++entry) {
+    const RegistryKey* key = root->Find(entry->key);
+    if (key != nullptr && key->keys.empty()) {
+      RemoveKey(entry->key, root);
+    }
+  }
+}
+
+using TableChange = void (*)(const Table& table, RegistryKey* root);
+
+HRESULT ChangeTable(const Table& table, TableChange change) noexcept {
+  return Guarded([&] {
+    const DWORD error = ChangeRegistry([&](RegistryKey* registry) -> DWORD {
+      change(table, registry->Create("HKEY_CLASSES_ROOT"));
+      return ERROR_SUCCESS;
+    });
+    return HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
+  });
+}
+
+/// Finds the absolute path of this library. A path that is absolute already keeps its links: their targets may change.
+HRESULT LocateModule(std::filesystem::path* module) {
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&WriteRegistration), &info) == 0 || info.dli_fname == nullptr) {
+    return E_UNEXPECTED;
+  }
+  *module = info.dli_fname;
+  if (module->is_absolute()) {
     return S_OK;
   }
-  const std::unique_ptr<char, FreeText> absolute(::realpath(("./" + *folder).c_str(), nullptr));
-  if (!absolute) {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::canonical("." / module->parent_path(), error);
+  if (error) {
+    errno = error.value();
     platform::KeepSystemError();
     return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError()));
   }
-  *folder = absolute.get();
+  *module = folder / module->filename();
   return S_OK;
 }
 
-/// Where this library lies, as it was loaded.
-HRESULT LocateModule(ScriptNames* names) {
-  Dl_info module{};
-  if (::dladdr(reinterpret_cast<void*>(&RunRegistration), &module) == 0 || module.dli_fname == nullptr) {
-    return E_UNEXPECTED;
-  }
-  const std::string path = module.dli_fname;
-  const std::size_t slash = path.rfind('/');
-  const bool bare = slash == std::string::npos;
-  std::string folder = bare ? std::string() : path.substr(0, slash + 1);
-  const HRESULT result = MakeAbsolute(&folder);
-  if (FAILED(result)) {
-    return result;
-  }
-  if (folder.size() > 1 && folder.back() == '/') {
-    folder.pop_back();
-  }
-  (*names)["MODULE"] = (folder == "/" ? folder : folder + '/') + (bare ? path : path.substr(slash + 1));
-  (*names)["FOLDER"] = folder;
-  return S_OK;
-}
-
-/// One type library: `resource` is its number among those of this library.
-HRESULT RunTypeLibrary(ScriptNames names, REFGUID library, const char* name, const char* resource, RegistrarMode mode) {
-  names["LIBRARY"] = StringFromGUID(library);
-  names["NAME"] = name;
-  names["RESOURCE"] = resource;
-  names["PLATFORM"] = kPlatform;
-  return RunRegistrationScript(kTypeLibraryScript, names, mode);
-}
-
-} // namespace
-
-HRESULT RunRegistration(RegistrarMode mode) noexcept {
+HRESULT ChangeTables(TableChange change) noexcept {
   return Guarded([&] {
-    ScriptNames names;
-    const HRESULT located = LocateModule(&names);
-    if (FAILED(located)) {
-      return located;
+    std::filesystem::path module;
+    HRESULT result = LocateModule(&module);
+    if (FAILED(result)) {
+      return result;
     }
-    RunTypeLibrary(names, kSharedTypeLibrary, "zs.tlb", "2", mode);
-    for (const std::string_view script : {kImageFileScript, kCueSheetScript}) {
-      const HRESULT result = RunRegistrationScript(script, names, mode);
+    ChangeTable(TypeLibraryTable("zs.tlb", kSharedTypeLibrary, "2", module), change);
+    const Table tables[] = {
+        ClassTable("ZSImageFile.ZSImageFile", CLSID_ZSImageFile, "Zentora Scribe ImageFile Class", module),
+        ClassTable("ZSImageFile.ZSCueSheet", CLSID_ZSCueSheet, "Zentora Scribe CueSheet Class", module),
+        TypeLibraryTable("Zentora ImageFile", kComponentTypeLibrary, "1", module)};
+    for (const Table& table : tables) {
+      result = ChangeTable(table, change);
       if (FAILED(result)) {
         return result;
       }
     }
-    return RunTypeLibrary(names, kComponentTypeLibrary, "Zentora ImageFile", "1", mode);
+    return S_OK;
   });
 }
+
+} // namespace
+
+HRESULT WriteRegistration() noexcept { return ChangeTables(WriteTable); }
+
+HRESULT RemoveRegistration() noexcept { return ChangeTables(RemoveTable); }

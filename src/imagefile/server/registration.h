@@ -1,16 +1,17 @@
 /// @file
-/// The library's entries in the registry.
+/// The library's entries in the registry: two classes and two type libraries, each one atomic change.
 #pragma once
 
-#include "imagefile/server/registrar.h"
 #include "platform/guid.h"
+#include "platform/result_codes.h"
 
-/// The component's own type library, version 1.0: its two classes. The records stand in the shared one
+/// The component's own type library, version 1.0: its two classes. The records are in the shared type library
 /// (disc/record_descriptions.h).
 inline constexpr GUID kComponentTypeLibrary{
     0x473D376B, 0xF22A, 0x4B8D, {0xAD, 0x03, 0xC6, 0x88, 0x2F, 0x71, 0x5D, 0x4B}};
 
-/// Writes the entries of both type libraries and both classes, or removes them. A failure of the shared type library,
-/// which comes first, has no effect; after it, the first step that fails ends it.
-/// @return The code of that step; what went before it stays.
-HRESULT RunRegistration(RegistrarMode mode) noexcept;
+/// Writes the entries. See DllRegisterServer (imagefile/server/exports.h), which is the same.
+HRESULT WriteRegistration() noexcept;
+
+/// Removes the entries. Keys below which others have keys remain.
+HRESULT RemoveRegistration() noexcept;

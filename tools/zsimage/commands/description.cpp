@@ -20,8 +20,9 @@ namespace {
 constexpr UHYPER kLargestDescription = 256U << 20;
 
 /// Writes the description to a path. Whether that succeeded shows in the file.
-void Write(const Host& host, ImageRecord* image, const std::string& path, std::string packs) {
-  auto* text = packs.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(packs.data());
+void Write(const Host& host, ImageRecord* image, const std::string& path, const std::string& packs) {
+  std::string bytes = packs; // The component reads them through a pointer that is not const.
+  auto* text = bytes.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(bytes.data());
   const HRESULT result =
       host.Images().CreateTOCFile(Wide(path).get(), &image->Info(), nullptr, 0, text, static_cast<UINT>(packs.size()));
   Check(result == E_FAIL ? S_OK : result, image->Path(),

@@ -12,9 +12,7 @@
 class ScratchFolder {
 public:
   /// @throws Failure if it cannot be created.
-  ScratchFolder() {
-    std::error_code ignored;
-    m_path = std::filesystem::temp_directory_path(ignored).string() + "/zsimage-XXXXXX";
+  ScratchFolder() : m_path(Pattern()) {
     if (mkdtemp(m_path.data()) == nullptr) {
       throw Failure(m_path, "a temporary folder cannot be created; set TMPDIR to a writable folder", E_FAIL);
     }
@@ -29,5 +27,10 @@ public:
   std::string Path(const std::string& name) const { return m_path + "/" + name; }
 
 private:
+  static std::string Pattern() {
+    std::error_code ignored;
+    return std::filesystem::temp_directory_path(ignored).string() + "/zsimage-XXXXXX";
+  }
+
   std::string m_path;
 };

@@ -1,5 +1,5 @@
-// The component beside libcdio, and a stream beside plain reads.
-// Usage: beside_libcdio FOLDER, a folder that make_disc filled.
+// Compares the component with libcdio, and a stream with plain reads.
+// Usage: compare_libcdio FOLDER, a folder that make_disc filled.
 
 #include <cdio/cdio.h>
 #include <cdio/logging.h>
@@ -16,7 +16,7 @@ namespace {
 void OpenWithLibrary(const std::string& path, driver_id_t driver) {
   CdIo_t* disc = cdio_open(path.c_str(), driver);
   if (disc == nullptr || cdio_get_num_tracks(disc) < 30) {
-    EndWith("libcdio does not read the album");
+    EndWith("libcdio cannot read the album");
   }
   cdio_destroy(disc);
 }
@@ -24,7 +24,7 @@ void OpenWithLibrary(const std::string& path, driver_id_t driver) {
 void OpenWithComponent(IZSImageFile* images, BSTR path) {
   zsimagefileinfo info{};
   if (images->GetImageFileInfo(path, &info) != S_OK || info.pZSCueSheet[0]->nTracks < 30) {
-    EndWith("the album does not read");
+    EndWith("cannot read the album");
   }
   images->FreeImageFileInfo(&info);
 }
@@ -36,7 +36,7 @@ void CompareOpening(const char* what, const std::string& path, driver_id_t drive
       what, 201, [&] { OpenWithComponent(images.Get(), name.get()); }, [&] { OpenWithLibrary(path, driver); });
 }
 
-/// A cooked stream beside plain reads of the same raw bytes.
+/// Compares a cooked stream with plain reads of the same raw bytes.
 void CompareStream(const std::string& folder) {
   const UniqueBstr path = Wide(folder + "data.bin");
   Disc disc(folder + "data.cue");

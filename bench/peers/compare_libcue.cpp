@@ -1,5 +1,5 @@
-// The component beside libcue on the same sheet. Both libraries of disc images have a function of one name, so this
-// is a program of its own. Usage: beside_libcue FOLDER, a folder that make_disc filled.
+// Compares the component with libcue on the same sheet. This is a program of its own: libcue and libcdio define a
+// function of the same name. Usage: compare_libcue FOLDER, a folder that make_disc filled.
 
 #include <cstdio>
 #include <fstream>
@@ -16,37 +16,37 @@ extern "C" {
 
 namespace {
 
-void Analyze(IZSCueSheet* sheets, BSTR name) {
+void ReadWithComponent(IZSCueSheet* sheets, BSTR name) {
   ZSCUESHEET* sheet = nullptr;
   sheets->AllocCueSheet(&sheet);
   if (sheets->AnalyzeCueSheet(name, sheet) != S_OK || sheet->nTracks != 99) {
-    EndWith("the sheet does not read");
+    EndWith("cannot read the sheet");
   }
   sheets->FreeZSCueSheet(sheet, VARIANT_TRUE);
 }
 
-void Finish(Cd* disc) {
+void CheckAndFree(Cd* disc) {
   if (disc == nullptr || cd_get_ntrack(disc) != 99) {
-    EndWith("libcue does not read the sheet");
+    EndWith("libcue cannot read the sheet");
   }
   cd_delete(disc);
 }
 
-/// The files that lie beside a sheet are looked for and into as well, which libcue does not do.
+/// The component also looks up and opens the files beside the sheet; libcue does not.
 void CompareFiles(const std::string& path) {
   const ComPtr<IZSCueSheet> sheets = CueSheets();
   const UniqueBstr name = Wide(path);
   CompareRounds(
-      "sheet of 99 tracks, from disk (libcue)", 201, [&] { Analyze(sheets.Get(), name.get()); },
+      "sheet of 99 tracks, from disk (libcue)", 201, [&] { ReadWithComponent(sheets.Get(), name.get()); },
       [&] {
         FILE* file = std::fopen(path.c_str(), "r");
         Cd* disc = cue_parse_file(file);
         std::fclose(file);
-        Finish(disc);
+        CheckAndFree(disc);
       });
 }
 
-/// The same text without any call of the system on either side.
+/// Neither library makes a system call.
 void CompareTexts(const std::string& path) {
   std::ifstream file(path);
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
@@ -58,8 +58,8 @@ void CompareTexts(const std::string& path) {
   FileOperations*& files = ProcessEnvironment().files;
   FileOperations* const before = std::exchange(files, &memory);
   CompareRounds(
-      "sheet of 99 tracks, in memory (libcue)", 201, [&] { Analyze(sheets.Get(), name.get()); },
-      [&] { Finish(cue_parse_string(text.c_str())); });
+      "sheet of 99 tracks, in memory (libcue)", 201, [&] { ReadWithComponent(sheets.Get(), name.get()); },
+      [&] { CheckAndFree(cue_parse_string(text.c_str())); });
   files = before;
 }
 

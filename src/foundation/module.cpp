@@ -1,6 +1,0 @@
-#include "foundation/module.h"
-
-ModuleLocks& Module() noexcept {
-  static ModuleLocks module;
-  return module;
-}
