@@ -68,19 +68,13 @@ std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& option
 
 /// @throws Failure for data as sound and for sound as data.
 void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
-  const bool isAudio = track.Mode == ZSMODE_AUDIO;
-  if (IsSound(job.format) && !isAudio) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
-                              job.track, ModeWords(track.Mode)),
-                  E_INVALIDARG);
+  if (IsSound(job.format) && track.Mode != ZSMODE_AUDIO) {
+    Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
+         job.track, ModeWords(track.Mode));
   }
-  if (job.format == TrackFormat::UserData && isAudio) {
-    throw Failure(
-        image.Path(),
-        fmt::format("track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin",
-                    job.track),
-        E_INVALIDARG);
+  if (job.format == TrackFormat::UserData && track.Mode == ZSMODE_AUDIO) {
+    Fail(image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
   }
 }
 

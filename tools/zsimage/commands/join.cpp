@@ -54,74 +54,69 @@ NewImage DescribeImage(const Host& host, ZSCUESHEET* record, const std::string& 
   return image;
 }
 
-/// Reads the new image and compares it with what should be in it. @return what its texts lack; empty if nothing.
-std::string Verify(const Host& host, const std::string& path, const ZSCUESHEET& record) {
+/// Reads the new image and compares it with what should be in it. Notes texts that are missing.
+void Verify(const Host& host, const std::string& path, SheetOfFiles* sheet) {
   const ImageRecord image(host, path);
-  const auto expected = Tracks(record);
+  const auto expected = Tracks(*sheet->record);
   const auto found = Tracks(image.Session(1));
   const auto isSame = [](const ZSTRACK& left, const ZSTRACK& right) {
     return left.dwLBA == right.dwLBA && left.dwEndLBA == right.dwEndLBA && left.Pregap == right.Pregap &&
            left.Mode == right.Mode && left.BlockSize == right.BlockSize;
   };
-  const auto other = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSame);
-  if (other.first != expected.end() || other.second != found.end()) {
-    throw Failure(path, fmt::format("track {} is read back with another position, length or mode", other.first->TNO),
-                  E_UNEXPECTED);
+  if (!std::equal(expected.begin(), expected.end(), found.begin(), found.end(), isSame)) {
+    Fail(path, E_UNEXPECTED, "a track is read back with another position, length or mode");
   }
-  UHYPER count = 0;
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    const auto differs = [&](BSTR ZSTRACK::*text) { return Narrow(expected[i].*text) != Narrow(found[i].*text); };
-    count += differs(&ZSTRACK::bstrTitle) || differs(&ZSTRACK::bstrPerformer) || differs(&ZSTRACK::bstrSongwriter);
+  const auto hasTexts = [](const ZSTRACK& left, const ZSTRACK& right) {
+    return Narrow(left.bstrTitle) == Narrow(right.bstrTitle) &&
+           Narrow(left.bstrPerformer) == Narrow(right.bstrPerformer);
+  };
+  if (!std::equal(expected.begin(), expected.end(), found.begin(), hasTexts)) {
+    sheet->notes.insert(
+        "CD-Text does not hold all texts: those of data tracks, and what exceeds its size, are left out");
   }
-  return count == 0 ? "" : fmt::format("CD-Text does not hold all texts of {}", Counted(count, "track"));
 }
 
-/// Writes all files and reads them back. @return what the texts lack, as Verify does.
-std::string WriteImage(const Host& host, const JoinOptions& options, const Album& album, const ZSCUESHEET& record,
-                       const NewImage& image) {
+/// Writes all files and reads them back.
+void WriteImage(const Host& host, const JoinOptions& options, const Album& album, SheetOfFiles* sheet,
+                const NewImage& image) {
   std::vector<std::unique_ptr<OutputFile>> files;
   const auto create = [&](const std::string& path, UHYPER size) {
     RefuseInputs(options.path, album, path);
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
   const auto stale = FindStaleTexts(options.output, image.textFile, options.force);
-  for (const std::string& path : stale) {
-    RefuseInputs(options.path, album, path);
-  }
+  std::for_each(stale.begin(), stale.end(), [&](const auto& path) { RefuseInputs(options.path, album, path); });
   OutputFile* data = create(image.dataFile, album.Bytes());
   if (!image.packs.empty()) {
     create(image.textFile, image.packs.size())->Write(image.packs);
   }
   create(options.output, image.sheetText.size())->Write(image.sheetText);
-  WriteAlbum(album, record, data);
+  WriteAlbum(album, *sheet->record, data);
   PublishAll(files, stale);
   try {
-    return Verify(host, options.output, record);
+    Verify(host, options.output, sheet);
   } catch (...) {
     std::for_each(files.rbegin(), files.rend(), [](const auto& file) { file->Withdraw(); });
     throw;
   }
 }
 
-void PrintResultJson(const JoinOptions& options, const Album& album, const ZSCUESHEET& record, const NewImage& image) {
+void PrintResultJson(const JoinOptions& options, const Album& album, const SheetOfFiles& sheet, const NewImage& image) {
   Json tracks = Json::array();
-  for (const ZSTRACK& track : Tracks(record)) {
+  for (const ZSTRACK& track : Tracks(*sheet.record)) {
     tracks.push_back({{"track", UINT{track.TNO}},
                       {"mode", ModeWords(track.Mode)},
                       {"start", ULONG{track.dwLBA}},
                       {"sectors", track.dwEndLBA - track.dwLBA},
-                      {"pregap", LONG{track.Pregap}},
-                      {"title", TerminalText(track.bstrTitle)},
-                      {"performer", TerminalText(track.bstrPerformer)}});
+                      {"pregap", LONG{track.Pregap}}});
   }
   PrintJson({{"sheet", TerminalText(options.output)},
              {"data", TerminalText(image.dataFile)},
              {"cdtext", image.packs.empty() ? Json(nullptr) : Json(TerminalText(image.textFile))},
              {"bytes", album.Bytes()},
              {"blockSize", album.blockSize},
-             {"sectors", album.sectors},
              {"tracks", std::move(tracks)},
-             {"notes", album.notes}});
+             {"notes", sheet.notes}});
 }
 
 void PrintResult(const JoinOptions& options, const Album& album, const NewImage& image) {
@@ -134,31 +129,20 @@ void PrintResult(const JoinOptions& options, const Album& album, const NewImage&
 
 int RunJoin(const JoinOptions& options) {
   if (!IsSheet(options.output)) {
-    throw Failure(options.output, "a joined image is described by a .cue file; give a name with this extension",
-                  E_INVALIDARG);
+    Fail(options.output, E_INVALIDARG, "a joined image is described by a .cue file; give a name with this extension");
   }
   const Host host;
   SheetOfFiles sheet = ReadSheetOfFiles(host, options.path);
-  Album album = PlanAlbum(options.path, options.pad, &sheet);
+  const Album album = PlanAlbum(options.path, options.pad, &sheet);
   RefuseInputs(options.path, album, options.output);
   RequireWritable(options.output, options.force);
   const NewImage image = DescribeImage(host, sheet.record.get(), options.output);
-  try {
-    const std::string loss = WriteImage(host, options, album, *sheet.record, image);
-    if (!loss.empty()) {
-      album.notes.push_back(loss);
-    }
-  } catch (const Failure& failure) {
-    if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
-      throw;
-    }
-    throw Failure(failure.File(), failure.Words() + "; nothing of the new image has been saved", failure.Code());
-  }
-  for (const std::string& note : album.notes) {
+  WriteImage(host, options, album, &sheet, image);
+  for (const std::string& note : sheet.notes) {
     Note(note);
   }
   if (options.json) {
-    PrintResultJson(options, album, *sheet.record, image);
+    PrintResultJson(options, album, sheet, image);
   } else {
     PrintResult(options, album, image);
   }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/explain.h"
@@ -17,29 +15,17 @@ namespace {
 constexpr UHYPER kMostSectors = 449700; ///< 99:56:00, the last time that a sector can have.
 constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is read from a sheet.
 
-/// Returns the path of a file that a sheet names: beside the sheet or, if it has the path of another machine, without
-/// its folders.
-std::string FindFile(const std::string& sheet, const std::string& name) {
-  std::string found;
-  for (const std::string& path :
-       {name.starts_with('/') ? name : Beside(sheet, name), Beside(sheet, name.substr(name.find_last_of("/\\") + 1))}) {
-    if (ResolveFilePath(path, &found)) {
-      return found;
-    }
-  }
-  return "";
-}
-
+/// Opens a file that a sheet names: beside the sheet or, if the name is a path of another machine, without its folders.
 AlbumFile OpenFile(const std::string& sheet, const SheetOfFiles::File& named) {
-  const std::string path = FindFile(sheet, named.name);
-  if (path.empty()) {
-    throw Failure(Beside(sheet, named.name),
-                  fmt::format("no such file, in any case; line {} of the sheet names it", named.line),
-                  ZSE_FILENOTFOUND);
+  const std::string& name = named.name;
+  std::string path = name.starts_with('/') ? name : Beside(sheet, name);
+  if (!ResolveFilePath(path, &path) &&
+      !ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path)) {
+    Fail(path, ZSE_FILENOTFOUND, "no such file, in any case; line {} of the sheet names it", named.line);
   }
   const std::optional<UHYPER> size = FileSize(path);
   if (!size) {
-    throw Failure(path, fmt::format("this is no file; line {} of the sheet names it", named.line), ZSE_CANNOTOPENIMAGE);
+    Fail(path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", named.line);
   }
   const bool isSound = !named.isRaw || !SoundFileType(path).empty();
   return {path, isSound, named.isSwapped && !isSound, isSound ? SoundReader(path).Bytes() : *size};
@@ -59,27 +45,26 @@ public:
     }
     EndTrack(m_tracks.size() - 1);
     if (m_position > kMostSectors) {
-      throw Failure(m_path, "the album is longer than 99:56:00, and no sheet can state later times", ZSE_FAILED);
+      Fail(m_path, ZSE_FAILED, "the album is longer than 99:56:00, and no sheet can state later times");
     }
     m_album.sectors = static_cast<ULONG>(m_position);
-    DropPregaps();
     ChooseBlockSize();
-    AddNotes();
     return std::move(m_album);
   }
 
 private:
+  using Mark = SheetOfFiles::Mark;
+
   /// Places an index, and the sectors of its file that follow.
   void PlaceMark(std::size_t index) {
-    const SheetOfFiles::Mark& mark = m_sheet.marks[index];
-    const SheetOfFiles::Mark* previous = index == 0 ? nullptr : &mark - 1;
-    const SheetOfFiles::Mark* next = index + 1 == m_sheet.marks.size() ? nullptr : &mark + 1;
-    const bool startsTrack = previous == nullptr || previous->track != mark.track;
+    const Mark& mark = m_sheet.marks[index];
+    const Mark* previous = index == 0 ? nullptr : &mark - 1;
+    const Mark* next = index + 1 == m_sheet.marks.size() ? nullptr : &mark + 1;
     if (previous == nullptr || previous->file != mark.file) {
       m_offset = 0;
       AddSectors(mark.track, mark, mark.sector); // Such as a hidden track before the first.
     }
-    if (startsTrack) {
+    if (previous == nullptr || previous->track != mark.track) {
       if (previous != nullptr) {
         EndTrack(previous->track);
       }
@@ -96,24 +81,27 @@ private:
     }
   }
 
+  /// Sheets cannot state the pregap of the first track or of a data track: it counts to the track before.
   void StartTrack(std::size_t index) {
     if (m_position > kLastStart) {
-      throw Failure(
-          m_path,
-          fmt::format("track {} would begin after 89:59:74, the last time that is read from a sheet", index + 1),
-          ZSE_FAILED);
+      Fail(m_path, ZSE_FAILED, "track {} would begin after 89:59:74, the last time that is read from a sheet",
+           index + 1);
     }
-    m_tracks[index].dwLBA = static_cast<ULONG>(m_position);
-    m_tracks[index].Pregap = static_cast<LONG>(m_position - m_pregapStart);
+    ZSTRACK& track = m_tracks[index];
+    track.dwLBA = static_cast<ULONG>(m_position);
+    track.Pregap = static_cast<LONG>(m_position - m_pregapStart);
+    if (track.Pregap != 0 && (index == 0 || track.Mode != ZSMODE_AUDIO)) {
+      track.Pregap = 0;
+      m_tracks[index == 0 ? 0 : index - 1].dwEndLBA = track.dwLBA;
+      m_sheet.notes.insert("the pregap of the first track, or of a data track, is not marked in the new sheet; its "
+                           "sectors are in the file");
+    }
   }
 
   void EndTrack(std::size_t index) {
     if (m_position == m_tracks[index].dwLBA) {
-      throw Failure(m_path,
-                    fmt::format("track {} has no sectors: its file is empty, or the next index is at the "
-                                "same position",
-                                index + 1),
-                    ZSE_FAILED);
+      Fail(m_path, ZSE_FAILED, "track {} has no sectors: its file is empty, or the next index has the same position",
+           index + 1);
     }
     AddSilence(index, m_sheet.gaps[index].after);
     m_tracks[index].dwEndLBA = static_cast<ULONG>(m_position);
@@ -126,111 +114,71 @@ private:
     }
   }
 
-  UINT StoredSize(std::size_t track, const AlbumFile& file) const {
-    if (file.isSound && m_tracks[track].Mode != ZSMODE_AUDIO) {
-      throw Failure(file.path, fmt::format("this is a sound file, and the sheet describes track {} as data", track + 1),
-                    ZSE_FAILED);
-    }
-    return static_cast<UINT>(m_tracks[track].BlockSize);
-  }
-
-  /// Adds the sectors of a track before an index. They must be in the file.
-  void AddSectors(std::size_t track, const SheetOfFiles::Mark& index, ULONG sectors) {
+  /// Adds the sectors of a track before an index, which must be in the file.
+  void AddSectors(std::size_t track, const Mark& index, ULONG sectors) {
     const AlbumFile& source = m_album.files[index.file];
-    const UINT size = StoredSize(track, source);
-    const UHYPER bytes = UHYPER{sectors} * size;
+    const UHYPER bytes = UHYPER{sectors} * static_cast<UINT>(m_tracks[track].BlockSize);
     if (bytes > source.bytes - m_offset) {
-      throw Failure(source.path,
-                    fmt::format("the file ends before sector {}, where the sheet has index {} of track {}",
-                                index.sector, index.isPregap ? 0 : 1, index.track + 1),
-                    ERROR_HANDLE_EOF);
+      Fail(source.path, ERROR_HANDLE_EOF, "the file ends before sector {}, where the sheet has index {} of track {}",
+           index.sector, index.isPregap ? 0 : 1, index.track + 1);
     }
-    AddPiece({track, &source, m_offset, bytes, size, sectors});
+    AddPiece(track, source, bytes, sectors);
   }
 
   /// Adds all sectors to the end of the file.
-  void AddRest(const SheetOfFiles::Mark& mark, const SheetOfFiles::Mark* next) {
+  void AddRest(const Mark& mark, const Mark* next) {
     const AlbumFile& source = m_album.files[mark.file];
-    const UINT size = StoredSize(mark.track, source);
+    const auto size = static_cast<UINT>(m_tracks[mark.track].BlockSize);
     const UHYPER bytes = source.bytes - m_offset;
-    const auto over = static_cast<UINT>(bytes % size);
-    const UHYPER sectors = bytes / size + (over == 0 ? 0 : 1);
-    if (sectors > kMostSectors) {
-      throw Failure(source.path, "the file is longer than any disc", ZSE_FAILED);
+    const UHYPER over = bytes % size;
+    if (bytes / size >= kMostSectors) {
+      Fail(source.path, ZSE_FAILED, "the file is longer than any disc");
     }
     if (over != 0 && next != nullptr && !m_pad) {
-      throw Failure(source.path,
-                    fmt::format("{}track {} ends inside a sector, {} of {} bytes, and track {} follows; --pad fills "
-                                "the sector with silence",
-                                mark.isPregap ? "the pregap of " : "", mark.track + 1, over, size, next->track + 1),
-                    ZSE_FAILED);
+      Fail(source.path, ZSE_FAILED,
+           "{}track {} ends inside a sector, {} of {} bytes, and track {} follows; --pad fills the sector with silence",
+           mark.isPregap ? "the pregap of " : "", mark.track + 1, over, size, next->track + 1);
     }
     if (over != 0) {
-      m_album.notes.push_back(fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"),
-                                          TerminalText(source.path)));
+      m_sheet.notes.insert(fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"),
+                                       TerminalText(source.path)));
     }
-    AddPiece({mark.track, &source, m_offset, bytes, size, static_cast<ULONG>(sectors)});
+    AddPiece(mark.track, source, bytes, static_cast<ULONG>(bytes / size + (over == 0 ? 0 : 1)));
   }
 
-  void AddPiece(const AlbumPiece& piece) {
-    if (piece.sectors != 0) {
-      m_album.pieces.push_back(piece);
-      m_offset += piece.bytes;
-      m_position += piece.sectors;
+  void AddPiece(std::size_t track, const AlbumFile& source, UHYPER bytes, ULONG sectors) {
+    if (source.isSound && m_tracks[track].Mode != ZSMODE_AUDIO) {
+      Fail(source.path, ZSE_FAILED, "this is a sound file, and the sheet describes track {} as data", track + 1);
+    }
+    if (sectors != 0) {
+      m_album.pieces.push_back(
+          {track, &source, m_offset, bytes, static_cast<UINT>(m_tracks[track].BlockSize), sectors});
+      m_offset += bytes;
+      m_position += sectors;
     }
   }
 
-  /// Keeps the size that all tracks have, or takes raw sectors, which all tracks can have.
+  /// Keeps the size of sectors that all tracks have, or makes raw sectors of those that differ.
   void ChooseBlockSize() {
-    const LONG first = m_tracks[0].BlockSize;
-    const auto isFirst = [&](const ZSTRACK& track) { return track.BlockSize == first; };
-    const bool isUniform = std::all_of(m_tracks.begin(), m_tracks.end(), isFirst);
-    m_album.blockSize = static_cast<UINT>(isUniform ? first : LONG{ZSFILEBLOCKSIZE_2352});
-    unsigned widened = 0;
+    const ZSFILEBLOCKSIZECUE first = m_tracks[0].BlockSize;
+    const bool isUniform =
+        std::all_of(m_tracks.begin(), m_tracks.end(), [&](const ZSTRACK& track) { return track.BlockSize == first; });
+    const ZSFILEBLOCKSIZECUE size = isUniform ? first : ZSFILEBLOCKSIZE_2352;
     for (ZSTRACK& track : m_tracks) {
       if (track.Mode == ZSMODE_2 && track.BlockSize == ZSFILEBLOCKSIZE_2048 && !isUniform) {
-        throw Failure(m_path,
-                      fmt::format("track {} has mode 2 sectors without sub-headers, so raw sectors cannot be made of "
-                                  "them; the tracks cannot be in one file",
-                                  track.TNO),
-                      ZSE_FAILED);
+        Fail(m_path, ZSE_FAILED,
+             "track {} has mode 2 sectors without sub-headers, which cannot be widened to the size of the other tracks",
+             UINT{track.TNO});
       }
-      widened += track.BlockSize == static_cast<LONG>(m_album.blockSize) ? 0 : 1;
-      track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(m_album.blockSize);
-      track.ImageBlockSize = track.BlockSize;
-    }
-    if (widened != 0) {
-      m_album.notes.push_back(fmt::format("the sectors of {} are widened to 2352 bytes, since the tracks have "
-                                          "different sizes: headers and codes are computed",
-                                          Counted(widened, "data track")));
-    }
-  }
-
-  /// Removes pregaps that sheets cannot state: their sectors count to the track before.
-  void DropPregaps() {
-    bool isDropped = false;
-    for (std::size_t i = 0; i < m_tracks.size(); ++i) {
-      if (m_tracks[i].Pregap != 0 && (i == 0 || m_tracks[i].Mode != ZSMODE_AUDIO)) {
-        m_tracks[i].Pregap = 0;
-        if (i != 0) {
-          m_tracks[i - 1].dwEndLBA = m_tracks[i].dwLBA;
-        }
-        isDropped = true;
+      if (track.BlockSize != size) {
+        m_sheet.notes.insert(fmt::format("the sectors of track {} are widened to 2352 bytes, since the tracks have "
+                                         "different sizes: headers and codes are computed",
+                                         UINT{track.TNO}));
       }
+      track.BlockSize = size;
+      track.ImageBlockSize = size;
     }
-    if (isDropped) {
-      m_album.notes.emplace_back("the pregap of the first track, or of a data track, is not marked in the new sheet; "
-                                 "its sectors are in the file");
-    }
-  }
-
-  void AddNotes() {
-    if (m_sheet.hasMoreIndexes) {
-      m_album.notes.emplace_back("indexes above 1 are left out");
-    }
-    if (m_sheet.hasSessions) {
-      m_album.notes.emplace_back("the sheet has several sessions, and the new one has all tracks in one");
-    }
+    m_album.blockSize = static_cast<UINT>(size);
   }
 
   const std::string& m_path;

@@ -33,12 +33,12 @@ struct Album {
   std::vector<AlbumPiece> pieces;
   UINT blockSize = 0; ///< Bytes of one sector in the data file.
   ULONG sectors = 0;
-  std::vector<std::string> notes; ///< What the user should know, as sentences without a full stop.
 
   UHYPER Bytes() const noexcept { return UHYPER{sectors} * blockSize; }
 };
 
-/// Plans the data file, and completes the record of the sheet: positions, lengths, pregaps and sizes of sectors.
+/// Plans the data file, and completes the record of the sheet (positions, lengths, pregaps, sizes of sectors) and its
+/// notes.
 /// @param path The sheet. @param pad Whether files that end inside a sector are filled up with silence.
 /// @throws Failure if a file is missing or has another form than it should, or tracks cannot be in one file.
 Album PlanAlbum(const std::string& path, bool pad, SheetOfFiles* sheet);

@@ -8,8 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "image/raw_sector.h"
 #include "output/failure.h"
 #include "output/progress_bar.h"
@@ -128,11 +126,10 @@ private:
       return;
     }
     if (!std::equal(stored, stored + kSubHeaderBytes, stored + kSubHeaderBytes)) {
-      throw Failure(piece.file->path,
-                    fmt::format("track {} has sectors of 2336 bytes without sub-headers (the first is sector {} of the "
-                                "disc), so their form is unknown and they cannot be widened to 2352",
-                                piece.track + 1, position),
-                    ZSE_FAILED);
+      Fail(piece.file->path, ZSE_FAILED,
+           "track {} has sectors of 2336 bytes without sub-headers, which cannot be widened to the size of the other "
+           "tracks",
+           piece.track + 1);
     }
     std::copy_n(stored, piece.storedSize, raw + kSubHeader);
     WriteHeader(static_cast<LONG>(position), 2, raw);

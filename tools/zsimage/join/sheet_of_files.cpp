@@ -4,12 +4,10 @@
 #include <charconv>
 #include <iterator>
 #include <memory>
-#include <optional>
 
 #include <fmt/format.h>
 #include <libcue.h>
 
-#include "disc/msf.h"
 #include "files/input_file.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
@@ -21,23 +19,21 @@ namespace {
 constexpr unsigned kMostTracks = 99;
 constexpr std::size_t kLongestText = 1000; ///< Bytes that libcue is given of a text; CD-Text has 254.
 constexpr std::size_t kCatalogueDigits = 13;
+constexpr ULONG kLargestNumber = 9999; ///< Of a line, so that sums of times do not wrap.
 
-/// Types of TRACK lines, and what libcue and the record call them. CD-I is mode 2.
+/// Types of TRACK lines, what libcue calls them, and what the record has for them.
 constexpr struct {
   const char* type;
-  const char* forLibcue;
   TrackMode parsed;
   ZSMODETYPE mode;
   ZSFILEBLOCKSIZECUE blockSize;
 } kTypes[] = {
-    {"AUDIO", "AUDIO", MODE_AUDIO, ZSMODE_AUDIO, ZSFILEBLOCKSIZE_2352},
-    {"MODE1/2048", "MODE1/2048", MODE_MODE1, ZSMODE_1, ZSFILEBLOCKSIZE_2048},
-    {"MODE1/2352", "MODE1/2352", MODE_MODE1_RAW, ZSMODE_1, ZSFILEBLOCKSIZE_2352},
-    {"MODE2/2048", "MODE2/2048", MODE_MODE2_FORM1, ZSMODE_2, ZSFILEBLOCKSIZE_2048},
-    {"MODE2/2336", "MODE2/2336", MODE_MODE2, ZSMODE_2, ZSFILEBLOCKSIZE_2336},
-    {"MODE2/2352", "MODE2/2352", MODE_MODE2_RAW, ZSMODE_2, ZSFILEBLOCKSIZE_2352},
-    {"CDI/2336", "MODE2/2336", MODE_MODE2, ZSMODE_2, ZSFILEBLOCKSIZE_2336},
-    {"CDI/2352", "MODE2/2352", MODE_MODE2_RAW, ZSMODE_2, ZSFILEBLOCKSIZE_2352},
+    {"AUDIO", MODE_AUDIO, ZSMODE_AUDIO, ZSFILEBLOCKSIZE_2352},
+    {"MODE1/2048", MODE_MODE1, ZSMODE_1, ZSFILEBLOCKSIZE_2048},
+    {"MODE1/2352", MODE_MODE1_RAW, ZSMODE_1, ZSFILEBLOCKSIZE_2352},
+    {"MODE2/2048", MODE_MODE2_FORM1, ZSMODE_2, ZSFILEBLOCKSIZE_2048},
+    {"MODE2/2336", MODE_MODE2, ZSMODE_2, ZSFILEBLOCKSIZE_2336},
+    {"MODE2/2352", MODE_MODE2_RAW, ZSMODE_2, ZSFILEBLOCKSIZE_2352},
 };
 
 constexpr struct {
@@ -68,25 +64,9 @@ std::string Guarded(std::string text, bool isBack) {
   return text;
 }
 
-/// Returns the numbers of a text like "01 10:20:30"; none if it has another count of them or other characters.
-std::optional<std::vector<ULONG>> Numbers(std::string_view text, std::size_t count) {
-  std::vector<ULONG> numbers;
-  while (!text.empty()) {
-    ULONG number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc{} || number > 9999) {
-      return std::nullopt;
-    }
-    numbers.push_back(number);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    text.remove_prefix(std::min(text.find_first_not_of(": \t"), text.size()));
-  }
-  return numbers.size() == count ? std::optional(numbers) : std::nullopt;
-}
-
 /// Reads a sheet. libcue parses tracks, texts and codes. It accepts little of what programs write, loses the catalogue
 /// number, and mixes up the files of pregaps that are at the end of the file before. So it is given a sheet of one file
-/// in the form that it accepts, and files, gaps and the catalogue number are read here.
+/// in the form that it accepts, and files, positions and the catalogue number are read here.
 class SheetReader {
 public:
   SheetReader(const Host& host, const std::string& path) : m_host(host), m_path(path) {}
@@ -94,15 +74,18 @@ public:
   SheetOfFiles Read() {
     const std::string text = ReadContent(m_path, kLargestSheetOfFiles);
     if (text.find('\0') != std::string::npos) {
-      throw Failure(m_path, "this is not a text in UTF-8 or Windows-1252; save the sheet in one of these",
-                    ZSE_BADIMAGE);
+      Fail(m_path, ZSE_BADIMAGE, "this is not a text in UTF-8 or Windows-1252; save the sheet in one of these");
     }
     VisitSheetLines(text, [this](const SheetLine& line) { ReadLine(line); });
-    RequireComplete();
+    RequireIndexes();
+    if (!HasStart()) {
+      Fail(m_path, ZSE_BADIMAGE, "{}",
+           m_sheet.gaps.empty() ? "the sheet has no TRACK line" : "the last track has no INDEX 01 line");
+    }
     m_sheet.record = CreateSheet(m_host, static_cast<unsigned>(m_sheet.gaps.size()));
     const std::unique_ptr<Cd, CdDelete> parsed(cue_parse_string(m_forLibcue.c_str()));
     if (parsed == nullptr || cd_get_ntrack(parsed.get()) != static_cast<int>(m_sheet.gaps.size())) {
-      throw Failure(m_path, "libcue cannot parse the sheet", ZSE_BADIMAGE);
+      Fail(m_path, ZSE_BADIMAGE, "libcue cannot parse the sheet");
     }
     FillRecord(parsed.get());
     m_host.Sheets().AnalyzeCDText(Wide(m_path).get(), m_sheet.record.get()); // There need not be such a file.
@@ -110,8 +93,10 @@ public:
   }
 
 private:
-  [[noreturn]] void ThrowAt(const SheetLine& line, std::string_view words) const {
-    throw Failure(m_path, fmt::format("line {}, {}: {}", line.number, line.keyword, words), ZSE_BADIMAGE);
+  template <class... T>
+  [[noreturn]] void FailAt(const SheetLine& line, fmt::format_string<T...> words, T&&... values) const {
+    Fail(m_path, ZSE_BADIMAGE, "line {}, {}: {}", line.number, line.keyword,
+         fmt::format(words, std::forward<T>(values)...));
   }
 
   /// Lines of other keywords, comments among them, say nothing about the disc.
@@ -125,117 +110,115 @@ private:
     } else if (keyword == "INDEX") {
       ReadIndex(line);
     } else if (keyword == "PREGAP" || keyword == "POSTGAP") {
-      ReadGap(line);
+      const ULONG sectors = NumbersOf(line, 3).back();
+      SheetOfFiles::Gaps& gaps = m_sheet.gaps.back();
+      (keyword == "PREGAP" ? gaps.before : gaps.after) = sectors;
     } else if (keyword == "CATALOG") {
       m_catalogue = line.Text().substr(0, kCatalogueDigits);
     } else if (keyword == "FLAGS" && !m_sheet.gaps.empty()) {
       ReadFlags(line);
-    } else if (keyword == "ISRC" && !m_sheet.gaps.empty()) {
-      m_forLibcue += fmt::format("ISRC \"{}\"\n", Guarded(line.Text(), false));
-    } else if (keyword == "REM" && platform::Upper(line.rest).starts_with("SESSION")) {
-      m_sheet.hasSessions = m_sheet.hasSessions || !line.rest.ends_with("01");
-    } else if (std::any_of(std::begin(kTexts), std::end(kTexts), isText)) {
+    } else if (keyword == "REM" && platform::Upper(line.rest).starts_with("SESSION") && !line.rest.ends_with("01")) {
+      m_sheet.notes.insert("the sheet has several sessions, and the new one has all tracks in one");
+    } else if (std::any_of(std::begin(kTexts), std::end(kTexts), isText) ||
+               (keyword == "ISRC" && !m_sheet.gaps.empty())) {
       m_forLibcue += fmt::format("{} \"{}\"\n", keyword, Guarded(line.Text().substr(0, kLongestText), false));
     }
   }
 
   void ReadFlags(const SheetLine& line) {
-    const std::string words = platform::Upper(line.rest);
-    std::string known;
+    const std::string words = " " + platform::Upper(line.rest);
     for (const char* flag : {" DCP", " PRE", " 4CH"}) {
-      known += (" " + words).find(flag) == std::string::npos ? "" : flag;
+      m_forLibcue += words.find(flag) == std::string::npos ? "" : fmt::format("FLAGS{}\n", flag);
     }
-    m_forLibcue += known.empty() ? "" : "FLAGS" + known + "\n";
   }
 
   /// A FILE line before each track may name the same file again.
   void ReadFile(const SheetLine& line) {
     const std::string type = line.LastWord();
-    const bool isSwapped = type == "MOTOROLA";
     std::string name = line.Text();
     if (name == line.rest) { // Without quotes.
       name = platform::Trim(name.substr(0, name.size() - type.size()));
     }
     if (name.empty()) {
-      ThrowAt(line, "the line names no file");
+      FailAt(line, "the line names no file");
     }
     if (m_sheet.files.empty() || m_sheet.files.back().name != name) {
-      m_sheet.files.push_back({name, isSwapped || type == "BINARY", isSwapped, line.number});
+      RequireIndexes();
+      m_sheet.files.push_back({name, type == "BINARY" || type == "MOTOROLA", type == "MOTOROLA", line.number});
     }
   }
 
   void ReadTrack(const SheetLine& line) {
     const std::string type = line.LastWord();
-    const auto* const known =
-        std::find_if(std::begin(kTypes), std::end(kTypes), [&](const auto& entry) { return type == entry.type; });
-    if (known == std::end(kTypes)) {
-      ThrowAt(line, fmt::format("tracks of type {} cannot be joined; known are AUDIO, MODE1/2048, MODE1/2352, "
-                                "MODE2/2048, MODE2/2336, MODE2/2352",
-                                TerminalText(type)));
+    if (std::none_of(std::begin(kTypes), std::end(kTypes), [&](const auto& entry) { return type == entry.type; })) {
+      FailAt(line,
+             "tracks of type {} cannot be joined; known are AUDIO, MODE1/2048, MODE1/2352, MODE2/2048, MODE2/2336, "
+             "MODE2/2352",
+             TerminalText(type));
     }
-    RequireIndex();
+    if (!m_sheet.gaps.empty() && !HasStart()) {
+      FailAt(line, "the track before it has no INDEX 01 line");
+    }
     if (m_sheet.gaps.size() == kMostTracks) {
-      ThrowAt(line, "a disc has 99 tracks at most");
+      FailAt(line, "a disc has 99 tracks at most");
     }
+    m_forLibcue += m_sheet.gaps.empty() ? "FILE \"DATA\" BINARY\n" : "";
     m_sheet.gaps.emplace_back();
-    m_forLibcue += m_sheet.gaps.size() == 1 ? "FILE \"DATA\" BINARY\n" : "";
-    m_forLibcue += fmt::format("TRACK {:02} {}\n", m_sheet.gaps.size(), known->forLibcue);
+    m_forLibcue += fmt::format("TRACK {:02} {}\n", m_sheet.gaps.size(), type);
   }
 
   void ReadIndex(const SheetLine& line) {
-    const auto numbers = Numbers(line.rest, 4);
-    if (!numbers || m_sheet.gaps.empty() || m_sheet.files.empty()) {
-      ThrowAt(line, numbers ? "no TRACK and FILE line is before it" : "this is not a number and a time, MM:SS:FF");
-    }
-    const ULONG number = (*numbers)[0];
-    if (number > 1) {
-      m_sheet.hasMoreIndexes = true;
+    const std::vector<ULONG> numbers = NumbersOf(line, 4);
+    const bool isPregap = numbers[0] == 0;
+    if (numbers[0] > 1) {
+      m_sheet.notes.insert("indexes above 1 are left out");
       return;
     }
-    if (HasStart() || (number == 0 && HasMark())) {
-      ThrowAt(line, "the track has this index already, or one after it");
+    if (m_sheet.files.empty() || HasStart() || (isPregap && HasMark())) {
+      FailAt(line, "{}",
+             m_sheet.files.empty() ? "no FILE line is before it" : "the track has this index already, or one after it");
     }
-    const ULONG sector = ((*numbers)[1] * 60 + (*numbers)[2]) * 75 + (*numbers)[3];
     const std::size_t file = m_sheet.files.size() - 1;
-    if (!m_sheet.marks.empty() && m_sheet.marks.back().file == file && m_sheet.marks.back().sector > sector) {
-      ThrowAt(line, "the position is before that of the index before it");
+    if (!m_sheet.marks.empty() && m_sheet.marks.back().file == file && m_sheet.marks.back().sector > numbers.back()) {
+      FailAt(line, "the position is before that of the index before it");
     }
-    m_sheet.marks.push_back({m_sheet.gaps.size() - 1, number == 0, file, sector});
-    m_forLibcue += fmt::format("INDEX {:02} {:02}:{:02}:{:02}\n", number, (*numbers)[1], (*numbers)[2], (*numbers)[3]);
+    m_sheet.marks.push_back({m_sheet.gaps.size() - 1, isPregap, file, numbers.back()});
   }
 
-  void ReadGap(const SheetLine& line) {
-    const auto numbers = Numbers(line.rest, 3);
-    if (!numbers || m_sheet.gaps.empty()) {
-      ThrowAt(line, numbers ? "no TRACK line is before it" : "this is not a time, MM:SS:FF");
+  /// Returns the numbers of a line of a track, which end in a time, and the sectors of that time.
+  std::vector<ULONG> NumbersOf(const SheetLine& line, std::size_t count) const {
+    std::vector<ULONG> numbers;
+    std::string_view left = line.rest;
+    while (!left.empty() && numbers.size() <= count) {
+      ULONG number = kLargestNumber + 1;
+      const char* end = std::from_chars(left.data(), left.data() + left.size(), number).ptr;
+      if (number > kLargestNumber) {
+        break;
+      }
+      numbers.push_back(number);
+      left.remove_prefix(static_cast<std::size_t>(end - left.data()));
+      left.remove_prefix(std::min(left.find_first_not_of(": \t"), left.size()));
     }
-    SheetOfFiles::Gaps& gaps = m_sheet.gaps.back();
-    (line.keyword == "PREGAP" ? gaps.before : gaps.after) = ((*numbers)[0] * 60 + (*numbers)[1]) * 75 + (*numbers)[2];
+    if (numbers.size() != count || !left.empty()) {
+      FailAt(line, "the line should be {} {}MM:SS:FF", line.keyword, count == 4 ? "NN " : "");
+    }
+    if (m_sheet.gaps.empty()) {
+      FailAt(line, "no TRACK line is before it");
+    }
+    numbers.push_back((numbers[count - 3] * 60 + numbers[count - 2]) * 75 + numbers[count - 1]);
+    return numbers;
   }
 
   /// Whether the last track has an index, and whether that is its INDEX 01.
   bool HasMark() const { return !m_sheet.marks.empty() && m_sheet.marks.back().track + 1 == m_sheet.gaps.size(); }
   bool HasStart() const { return HasMark() && !m_sheet.marks.back().isPregap; }
 
-  void RequireIndex() const {
-    if (!m_sheet.gaps.empty() && !HasStart()) {
-      throw Failure(m_path, fmt::format("track {} has no INDEX 01 line", m_sheet.gaps.size()), ZSE_BADIMAGE);
-    }
-  }
-
-  void RequireComplete() const {
-    if (m_sheet.gaps.empty()) {
-      throw Failure(m_path, "the sheet has no TRACK line", ZSE_BADIMAGE);
-    }
-    RequireIndex();
-    for (std::size_t file = 0; file < m_sheet.files.size(); ++file) {
-      const auto isIn = [&](const SheetOfFiles::Mark& mark) { return mark.file == file; };
-      if (std::none_of(m_sheet.marks.begin(), m_sheet.marks.end(), isIn)) {
-        throw Failure(
-            m_path,
-            fmt::format("line {}, FILE: no INDEX line is in this file; remove the line", m_sheet.files[file].line),
-            ZSE_BADIMAGE);
-      }
+  /// @throws Failure if the last file or track has no index.
+  void RequireIndexes() const {
+    const std::size_t files = m_sheet.marks.empty() ? 0 : m_sheet.marks.back().file + 1;
+    if (files < m_sheet.files.size()) {
+      Fail(m_path, ZSE_BADIMAGE, "line {}, FILE: no INDEX line is in this file; remove the line",
+           m_sheet.files.back().line);
     }
   }
 

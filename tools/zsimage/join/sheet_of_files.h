@@ -2,6 +2,7 @@
 /// CUE sheets of any number of files, parsed by libcue.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,11 +30,10 @@ struct SheetOfFiles {
   };
 
   std::vector<File> files;
-  std::vector<Mark> marks; ///< In the order of the sheet: of each track INDEX 00, if it has one, and INDEX 01.
-  std::vector<Gaps> gaps;  ///< Of each track.
-  bool hasMoreIndexes = false;
-  bool hasSessions = false;
-  UniqueSheet record; ///< Texts, codes, flags, modes and sizes of sectors. Positions are not in it.
+  std::vector<Mark> marks;     ///< In the order of the sheet: of each track INDEX 00, if it has one, and INDEX 01.
+  std::vector<Gaps> gaps;      ///< Of each track.
+  std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.
+  UniqueSheet record;          ///< Texts, codes, flags, modes and sizes of sectors. Positions are not in it.
 };
 
 /// Reads a sheet. Texts of a .cdt file beside it replace its own, as in any sheet.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -36,27 +37,14 @@ UHYPER ClaimedBytes(const std::string& path) {
   return size >= kOpenEnd ? 0 : size + 8;
 }
 
-std::string BitsWords(int format) {
-  switch (format & SF_FORMAT_SUBMASK) {
-  case SF_FORMAT_PCM_16:
-    return "16 bits";
-  case SF_FORMAT_PCM_24:
-    return "24 bits";
-  case SF_FORMAT_PCM_32:
-    return "32 bits";
-  case SF_FORMAT_PCM_S8:
-  case SF_FORMAT_PCM_U8:
-    return "8 bits";
-  case SF_FORMAT_FLOAT:
-    return "32 bits of floating point";
-  default:
-    return "compressed or unusual samples";
-  }
-}
+/// By the numbers of libsndfile, from SF_FORMAT_PCM_S8 on.
+constexpr const char* kSamples[] = {"8 bits", "16 bits", "24 bits", "32 bits", "8 bits", "32 bits of floating point"};
 
 /// Says what a sound file holds: "48 kHz, 24 bits, stereo".
 std::string Describe(const SF_INFO& info) {
-  return fmt::format("{:g} kHz, {}, {}", info.samplerate / 1000.0, BitsWords(info.format),
+  const auto kind = static_cast<std::size_t>(info.format & SF_FORMAT_SUBMASK);
+  return fmt::format("{:g} kHz, {}, {}", info.samplerate / 1000.0,
+                     kind - 1 < std::size(kSamples) ? kSamples[kind - 1] : "compressed",
                      info.channels == 1   ? "mono"
                      : info.channels == 2 ? "stereo"
                                           : Counted(static_cast<UHYPER>(info.channels), "channel"));
@@ -68,10 +56,7 @@ bool IsReadableType(int format) {
          type == SF_FORMAT_FLAC;
 }
 
-bool HasSamplesOfDisc(const SF_INFO& info) {
-  return info.samplerate == kRate && info.channels == kChannels &&
-         (info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_16;
-}
+constexpr const char* kTooShort = "the sound file is damaged: it has fewer samples than its header states";
 
 } // namespace
 
@@ -81,24 +66,19 @@ SoundReader::SoundReader(const std::string& path) : m_path(path) {
   const std::optional<UHYPER> size = FileSize(path); // Opening a pipe would wait for its writer.
   const int descriptor = size ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
   if (descriptor == -1) {
-    throw Failure(path, "the file cannot be opened for reading", ZSE_CANNOTOPENIMAGE);
+    Fail(path, ZSE_CANNOTOPENIMAGE, "the file cannot be opened for reading");
   }
   SF_INFO info{};
   m_file.reset(sf_open_fd(descriptor, SFM_READ, &info, SF_TRUE));
   if (m_file == nullptr || !IsReadableType(info.format)) {
-    throw Failure(path, "this is no WAVE, AIFF or FLAC file, or it is damaged; convert it to one of these",
-                  ZSE_BADIMAGE);
+    Fail(path, ZSE_BADIMAGE, "this is no WAVE, AIFF or FLAC file, or it is damaged; convert it to one of these");
   }
-  if (!HasSamplesOfDisc(info)) {
-    throw Failure(
-        path,
-        fmt::format("its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first",
-                    Describe(info)),
-        ZSE_BADIMAGE);
+  if (info.samplerate != kRate || info.channels != kChannels || (info.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16) {
+    Fail(path, ZSE_BADIMAGE,
+         "its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first", Describe(info));
   }
   if (const UHYPER claimed = ClaimedBytes(path); claimed > *size) {
-    throw Failure(path, fmt::format("it is cut off: its header states {} bytes, and the file has {}", claimed, *size),
-                  ERROR_HANDLE_EOF);
+    Fail(path, ERROR_HANDLE_EOF, "it is cut off: its header states {} bytes, and the file has {}", claimed, *size);
   }
   m_bytes = static_cast<UHYPER>(std::max<sf_count_t>(info.frames, 0)) * kFrameBytes;
 }
@@ -106,7 +86,7 @@ SoundReader::SoundReader(const std::string& path) : m_path(path) {
 void SoundReader::Seek(UHYPER offset) {
   const auto frame = static_cast<sf_count_t>(offset / kFrameBytes);
   if (sf_seek(m_file.get(), frame, SEEK_SET) != frame) {
-    throw Failure(m_path, "the sound file is damaged: it has fewer samples than its header states", ERROR_HANDLE_EOF);
+    throw Failure(m_path, kTooShort, ERROR_HANDLE_EOF);
   }
 }
 
@@ -114,7 +94,7 @@ void SoundReader::Read(BYTE* data, std::size_t size) {
   std::vector<short> samples(size / sizeof(short));
   const auto frames = static_cast<sf_count_t>(size / kFrameBytes);
   if (sf_readf_short(m_file.get(), samples.data(), frames) != frames) {
-    throw Failure(m_path, "the sound file is damaged: it has fewer samples than its header states", ERROR_HANDLE_EOF);
+    throw Failure(m_path, kTooShort, ERROR_HANDLE_EOF);
   }
   for (const short sample : samples) {
     *data++ = static_cast<BYTE>(sample);
@@ -186,7 +166,7 @@ void SoundWriter::ThrowFailure() const {
   if (m_stream->failure) {
     std::rethrow_exception(m_stream->failure);
   }
-  throw Failure(m_path, fmt::format("the sound file cannot be written: {}", sf_strerror(m_file.get())), E_FAIL);
+  Fail(m_path, E_FAIL, "the sound file cannot be written: {}", sf_strerror(m_file.get()));
 }
 
 void SoundWriter::Write(const BYTE* data, std::size_t size) {
