@@ -208,7 +208,7 @@ class Join(Case):
             (file("a.bin") + track(1, "AUDIO", "PREGAP 9999:59:74", "INDEX 01 00:00:00"), ["89:59:74"], {"a_bin": one}),
             (file("a.bin") + track(1, "AUDIO", "INDEX 01 99999999999999999999:00:00"), ["line 3"], {"a_bin": one}),
             (file("a.bin") + "".join(map(track, range(1, 101))), ["99 tracks"], {"a_bin": one}),
-            (file("a.bin") + track(1, "AUDIO", "TITLE X"), ["no INDEX 01"], {"a_bin": one}),
+            (file("a.bin") + track(1, "AUDIO", "TITLE X"), ["no INDEX line"], {"a_bin": one}),
             ("".join(file(str(i)) for i in range(30000)), ["line 1, FILE: no INDEX line"], {}),
             ("".join(file(str(i)) for i in range(90000)), ["too large"], {}),
             ("FILE\0", ["Windows-1252"], {}),

@@ -183,6 +183,7 @@ private:
       FailAt(line, "the position is before that of the index before it");
     }
     m_sheet.marks.push_back({m_sheet.gaps.size() - 1, isPregap, file, numbers.back()});
+    m_forLibcue += fmt::format("INDEX {:02} {:02}:{:02}:{:02}\n", numbers[0], numbers[1], numbers[2], numbers[3]);
   }
 
   /// Returns the numbers of a line of a track, which end in a time, and the sectors of that time.
