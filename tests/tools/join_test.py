@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Joins albums, saves tracks as sound files, and compares both with what other programs make: join_test.py ZSIMAGE..."""
+"""Joins albums, saves tracks as sound files, and compares both with what other programs make: join_test.py ZSIMAGE."""
 import contextlib
 import json
 import os
@@ -7,6 +7,7 @@ import pty
 import resource
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
@@ -14,7 +15,7 @@ import time
 import unittest
 from pathlib import Path
 
-ZSIMAGE = [os.path.abspath(sys.argv[-1]) if i == len(sys.argv) - 1 else word for i, word in enumerate(sys.argv)][1:]
+ZSIMAGE = [os.path.abspath(sys.argv[1])]
 SECTOR = 2352
 SYNC = bytes([0] + [255] * 10 + [0])
 TOOLS = all(map(shutil.which, ["sox", "flac", "metaflac", "cueprint", "cuebreakpoints", "cd-info"]))
@@ -35,11 +36,9 @@ def noise(sectors, seed=1, size=SECTOR):
 
 
 def wave(data, rate=44100, bits=16, channels=2):
-    form = (b"\1\0" + channels.to_bytes(2, "little") + rate.to_bytes(4, "little") +
-            (rate * channels * bits // 8).to_bytes(4, "little") + (channels * bits // 8).to_bytes(2, "little") +
-            bits.to_bytes(2, "little"))
-    rest = b"WAVEfmt \x10\0\0\0" + form + b"data" + len(data).to_bytes(4, "little") + data
-    return b"RIFF" + len(rest).to_bytes(4, "little") + rest
+    size = channels * bits // 8
+    form = struct.pack("<4sIHHIIHH4sI", b"fmt ", 16, 1, channels, rate, rate * size, size, bits, b"data", len(data))
+    return struct.pack("<4sI4s", b"RIFF", 4 + len(form) + len(data), b"WAVE") + form + data
 
 
 def track(number, kind="AUDIO", *lines):
@@ -50,20 +49,13 @@ def file(name, kind="BINARY"):
     return f'FILE "{name}" {kind}\n'
 
 
-def exponents():
-    """Powers of the primitive element of GF(2^8) with x^8 + x^4 + x^3 + x^2 + 1 (ECMA-130, annex A)."""
-    value, powers = 1, []
-    for _ in range(255):
-        powers.append(value)
-        value = value << 1 ^ (0x11D if value & 0x80 else 0)
-    return powers
-
-
-POWERS = exponents()
-
-
 def times(left, right):
-    return POWERS[(POWERS.index(left) + POWERS.index(right)) % 255] if left and right else 0
+    """Multiplies in GF(2^8) with x^8 + x^4 + x^3 + x^2 + 1 (ECMA-130, annex A), a bit at a time."""
+    product = 0
+    while right:
+        product ^= left if right & 1 else 0
+        left, right = left << 1 ^ (0x11D if left & 0x80 else 0), right >> 1
+    return product
 
 
 def remainder(word):
@@ -90,8 +82,7 @@ def has_good_codes(sector):
     vectors = [[2 * (43 * row + column) + plane for row in range(26)] for column in range(43) for plane in (0, 1)]
     vectors += [[2 * ((44 * i + 43 * row) % 1118) + plane for i in range(43)] +
                 [2 * (1118 + row) + plane, 2 * (1144 + row) + plane] for row in range(26) for plane in (0, 1)]
-    return edc(sector[:2064]) == sector[2064:2068] and all(
-        remainder([words[i] for i in vector]) == [0, 0] for vector in vectors)
+    return edc(sector[:2064]) == sector[2064:2068] and not any(any(remainder([words[i] for i in v])) for v in vectors)
 
 
 class Case(unittest.TestCase):
@@ -217,13 +208,6 @@ class Join(Case):
                 self.write(sheet, **files)
                 self.expect_refusal(*words)
 
-    def test_damaged_sound_file(self):
-        Path("a.wav").write_bytes(wave(noise(400)))
-        if TOOLS:
-            output_of("flac", "-s", "a.wav")
-            self.write(file("a.flac", "WAVE") + track(1), a_flac=Path("a.flac").read_bytes()[:-3000])
-            self.expect_refusal("a.flac", "damaged")
-
     def test_inputs_are_kept(self):
         data = noise(2)
         self.write(file("in.bin") + track(1), in_bin=data)
@@ -255,6 +239,8 @@ class Join(Case):
             output_of("sox", "-n", "-r", "44100", "-b", "16", "-c", "2", f"t{i}.{kind}", "synth", str(4 + i), "sine", "440")
         self.write("".join(file(f"T{i}.{kind}", "WAVE") + track(i + 1) for i, kind in enumerate(["wav", "aiff", "flac"])))
         joined = self.join()[1]
+        self.write(file("cut.flac") + track(1), cut_flac=Path("t2.flac").read_bytes()[:-3000])
+        self.expect_refusal("cut.flac", "damaged", options=["--force"])
         self.assertTrue(joined == output_of("sox", "t0.wav", "t1.aiff", "t2.flac", "-t", "raw", "-L", "-"))
         self.assertEqual(output_of("cueprint", "-d", "%N", "out.cue"), b"3")
         self.assertEqual(output_of("cuebreakpoints", "out.cue").split(), [b"0:04.00", b"0:09.00"])
