@@ -16,7 +16,7 @@ namespace {
 /// In the order in which the component looks for them.
 constexpr const char* kKeywords[] = {"CATALOG",   "TRACK",      "ISRC",     "FLAGS",    "PREGAP", "INDEX",   "TITLE",
                                      "PERFORMER", "SONGWRITER", "ARRANGER", "COMPOSER", "GENRE",  "MESSAGE", "COMMENT"};
-const auto* const kFirstText = std::find(std::begin(kKeywords), std::end(kKeywords), std::string_view("TITLE"));
+constexpr std::size_t kFirstText = 6; ///< Index of TITLE; all from there on are texts.
 
 /// Returns a command line that a shell understands, unless the path has quotes of its own.
 std::string JoinCommand(const std::string& path) {
@@ -56,12 +56,16 @@ void VisitSheetLines(const std::string& sheet, const std::function<void(const Sh
 std::vector<MisreadLine> FindMisreadLines(const std::string& sheet) {
   std::vector<MisreadLine> misread;
   VisitSheetLines(sheet, [&](const SheetLine& line) {
-    const auto* const own = std::find(kFirstText, std::end(kKeywords), line.keyword);
-    const std::string text = own == std::end(kKeywords) ? "" : platform::Upper(line.rest);
-    const auto* const found = std::find_if(
-        std::begin(kKeywords), own, [&](const char* keyword) { return text.find(keyword) != std::string::npos; });
-    if (found != own && !text.empty()) {
-      misread.push_back({line.number, line.keyword, *found});
+    const bool isText = std::count(std::begin(kKeywords) + kFirstText, std::end(kKeywords), line.keyword) != 0;
+    const std::string text = isText ? platform::Upper(line.rest) : "";
+    for (const std::string_view keyword : kKeywords) {
+      if (!isText || keyword == line.keyword) {
+        return;
+      }
+      if (text.find(keyword) != std::string::npos) {
+        misread.push_back({line.number, line.keyword, std::string(keyword)});
+        return;
+      }
     }
   });
   return misread;
