@@ -22,7 +22,7 @@ set(CPACK_STRIP_FILES ON)
 # Does not depend on the umask of the user who builds.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
     WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL libraries development tools)
+set(CPACK_COMPONENTS_ALL libraries development tools python)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -50,4 +50,12 @@ set(CPACK_COMPONENT_TOOLS_DEPENDS libraries)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows and converts disc images, and extracts tracks
 A command-line tool that shows what is on an image of a disc, saves its tracks and
 converts between descriptions.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-imagefile)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11)")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/bindings/python/prerm)
+set(CPACK_COMPONENT_PYTHON_DEPENDS libraries)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "Descriptions of disc images, Python package
+Reads images of discs in Python: sessions, tracks, texts and the data of tracks.")
 include(CPack)

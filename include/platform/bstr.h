@@ -1,6 +1,11 @@
 /// @file
-/// BSTR: wide strings that carry their length in bytes in the 32 bits before the first unit, and a zero unit
-/// behind the last one. They live in task memory. Null is the empty string for every function here.
+/// BSTR: wide strings in task memory with their length.
+///
+///     -4 (4 bytes)      Length in bytes
+///     0  (n bytes)      Text, where the BSTR points
+///     n  (2 bytes)      Zero
+///
+/// All functions accept null as the empty string.
 #pragma once
 
 #include <memory>
@@ -10,35 +15,35 @@
 
 extern "C" {
 
-/// A copy of zero-terminated text. Null for null text, or when there is no memory.
+/// Copies zero-terminated text. Returns null for null, or if out of memory.
 BSTR SysAllocString(const OLECHAR* text) noexcept;
 
-/// A string of `length` units, copied from `text`, or cleared when `text` is null.
+/// Returns a string of `length` units: a copy of `text`, or zeros if `text` is null. Null if out of memory.
 BSTR SysAllocStringLen(const OLECHAR* text, UINT length) noexcept;
 
-/// A string of `length` bytes, copied from `bytes`, or cleared when `bytes` is null.
+/// Returns a string of `length` bytes: a copy of `bytes`, or zeros if `bytes` is null. Null if out of memory.
 BSTR SysAllocStringByteLen(const char* bytes, UINT length) noexcept;
 
-/// Frees a string. Null is accepted.
+/// Frees a string.
 void SysFreeString(BSTR text) noexcept;
 
-/// Length in units, without the zero behind.
+/// Returns the length in units, without the final zero.
 UINT SysStringLen(BSTR text) noexcept;
 
-/// Length in bytes, without the zero behind.
+/// Returns the length in bytes, without the final zero.
 UINT SysStringByteLen(BSTR text) noexcept;
 }
 
 /// Frees with SysFreeString.
 struct BstrFree {
-  /// Null is accepted.
+  /// Accepts null.
   void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
 };
 
 /// Owns one BSTR.
 using UniqueBstr = std::unique_ptr<OLECHAR, BstrFree>;
 
-/// The units of a string, without the zero behind.
+/// Returns the units of a string, without the final zero.
 inline std::u16string_view BstrView(BSTR text) noexcept {
   return text == nullptr ? std::u16string_view() : std::u16string_view(text, SysStringLen(text));
 }

@@ -1,46 +1,48 @@
 /// @file
-/// Objects by class: first the classes that the libraries of this process offer, then those of the registry, whose
-/// libraries are loaded when they are needed.
+/// Objects by class. Classes that libraries of this process have registered come first, then those of the registry
+/// (platform/registry.h), whose libraries are loaded on demand.
 ///
-/// Below `HKEY_CLASSES_ROOT` of the registry (platform/registry.h), `ProgID\CLSID` has a class's identifier, and
-/// `CLSID\{identifier}\InprocServer32` the absolute path of its library, which exports `DllGetClassObject`.
+///     HKEY_CLASSES_ROOT\ProgID\CLSID                         Identifier of the class
+///     HKEY_CLASSES_ROOT\CLSID\{identifier}\InprocServer32    Absolute path of its library
+///
+/// The library exports `DllGetClassObject`.
 #pragma once
 
 #include "platform/unknown.h"
 
-inline constexpr DWORD CLSCTX_INPROC_SERVER = 1; ///< Objects in this process, the only ones that are offered.
-inline constexpr DWORD CLSCTX_ALL = 23;          ///< Wherever they live; CLSCTX_INPROC_SERVER is among its bits.
+inline constexpr DWORD CLSCTX_INPROC_SERVER = 1; ///< Objects in this process. No others exist.
+inline constexpr DWORD CLSCTX_ALL = 23;          ///< Objects in any process; includes CLSCTX_INPROC_SERVER.
 
-/// Gives a class's factory, in the manner of a library's own entry point `DllGetClassObject`.
+/// Returns the factory of a class, as the entry point `DllGetClassObject` of a library does.
 using GetClassObjectFunction = HRESULT (*)(REFCLSID clsid, REFIID iid, void** factory);
 
-/// One class that a library of this process offers.
+/// A class that a library of this process registers.
 struct ProcessClass {
   CLSID clsid;                           ///< The class.
-  const OLECHAR* progId;                 ///< Its name. One with a version suffix takes an entry of its own.
-  GetClassObjectFunction getClassObject; ///< Gives its factory.
+  const OLECHAR* progId;                 ///< Its name. A name with a version suffix needs an entry of its own.
+  GetClassObjectFunction getClassObject; ///< Returns its factory.
   ProcessClass* next;                    ///< Used by the platform layer; null before registration.
 };
 
-/// Makes a class known to this process until it is revoked. The entry must live that long.
+/// Registers a class in this process. The entry must exist until it is revoked.
 void RegisterProcessClass(ProcessClass* entry) noexcept;
-/// Takes a class back. Without effect for one that is not registered.
+/// Revokes a class. Does nothing for a class that is not registered.
 void RevokeProcessClass(ProcessClass* entry) noexcept;
 
 extern "C" {
 
-/// The class of a ProgID, compared without regard to case.
-/// @return CO_E_CLASSSTRING when no class has that name, with `*clsid` cleared; REGDB_E_READREGDB when the registry
-/// cannot be read; E_INVALIDARG for null; E_OUTOFMEMORY.
+/// Finds the class of a ProgID, without regard to case.
+/// @return CO_E_CLASSSTRING, with `*clsid` cleared, if no class has that name; REGDB_E_READREGDB if the registry cannot
+/// be read; E_INVALIDARG for null; E_OUTOFMEMORY.
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept;
 
-/// Makes an object of a class. `context` must have CLSCTX_INPROC_SERVER set.
-/// @return REGDB_E_CLASSNOTREG for an unknown class, E_POINTER for a null `object`; REGDB_E_READREGDB when the
-/// registry cannot be read, CO_E_DLLNOTFOUND when the class's library does not load, CO_E_ERRORINDLL when it exports
-/// no `DllGetClassObject`; E_OUTOFMEMORY; or what the factory returns.
+/// Creates an object of a class. `context` must include CLSCTX_INPROC_SERVER.
+/// @return REGDB_E_CLASSNOTREG for an unknown class; E_POINTER if `object` is null; REGDB_E_READREGDB if the registry
+/// cannot be read; CO_E_DLLNOTFOUND if the library of the class does not load; CO_E_ERRORINDLL if it does not export
+/// `DllGetClassObject`; E_OUTOFMEMORY; otherwise the result of the factory.
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept;
 
-/// Unloads the libraries that CoCreateInstance loaded and whose `DllCanUnloadNow` answers 0. Other threads may make
-/// objects meanwhile. None may still be inside the call that released the last object or factory of a library.
+/// Unloads each library that CoCreateInstance has loaded and whose `DllCanUnloadNow` returns 0. Other threads may
+/// create objects meanwhile. No thread may be inside the call that releases the last object or factory of a library.
 void CoFreeUnusedLibraries() noexcept;
 }

@@ -1,9 +1,9 @@
 /// @file
-/// From a path as a description spells it to the file on disk.
+/// Look-up of paths on disk.
 ///
-/// A path is looked for in UTF-8 first, then by its bytes as they are. If neither names a file, `\` is read as `/`, and
-/// each component is looked for in its folder: the same characters in another encoding, then the same letters in any
-/// case. Of several names that match, the first in byte order is taken.
+/// A path is looked up in UTF-8 first, then by its bytes as they are. If neither names a file, `\` is read as `/`, and
+/// each component is looked up in its folder: the same characters in another encoding, then the same letters in any
+/// case. If several names match, the first in byte order is used.
 ///
 /// Functions that fail leave the reason for GetLastError.
 #pragma once
@@ -12,20 +12,20 @@
 
 #include "platform/base_types.h"
 
-/// Finds the file or folder that a path leads to. @return false, with `*resolved` unchanged, if there is none.
+/// Finds a file or folder. `*resolved` receives its path on disk. @return false, with `*resolved` unchanged, if there
+/// is none.
 bool ResolveFilePath(const std::string& path, std::string* resolved) noexcept;
 
-/// Whether a path leads to a file or folder.
+/// Returns whether a path leads to a file or folder.
 bool PathFileExistsA(const std::string& path) noexcept;
 
 /// A file or folder that was found.
 struct FoundFile {
-  bool isFolder = false; ///< Whether it is a folder.
-  UHYPER size = 0;       ///< Bytes of a file; 0 for a folder, and for a block device that does not open.
-  std::string name;      ///< Name without folder, as spelled on disk.
+  UHYPER size = 0;  ///< Bytes of a file; 0 for a folder, and for a block device that does not open.
+  std::string name; ///< Name without folder, as spelled on disk.
 };
 
-/// Finds a file or folder by its path or, if no file has that very name, by a pattern with `*` and `?` in the last
-/// component. Of several matches of a pattern, the first in byte order is taken.
+/// Finds a file or folder by its path. If there is none, the last component is a pattern: `*` matches any
+/// characters and `?` one. Of several matches, the first in byte order is used.
 /// @return false, with `*found` unchanged, if there is none.
 bool FindFirstFileA(const std::string& pattern, FoundFile* found) noexcept;

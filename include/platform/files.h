@@ -1,8 +1,8 @@
 /// @file
 /// Files by handle: open, read, write, seek and size over POSIX.
 ///
-/// Paths lead to files as platform/file_lookup.h says; a new file gets its name in UTF-8. Only regular files and block
-/// devices open for reading. A folder or a FIFO does not open, and no open ever waits.
+/// Paths are looked up as platform/file_lookup.h says; the name of a new file is written in UTF-8. Only regular files
+/// and block devices open for reading. Opening a folder or a FIFO fails, and no open ever waits.
 ///
 /// Functions that fail leave the reason for GetLastError.
 #pragma once
@@ -20,20 +20,20 @@ inline constexpr DWORD GENERIC_READ = 0x80000000U;  ///< Access to read.
 inline constexpr DWORD GENERIC_WRITE = 0x40000000U; ///< Access to write.
 
 /// @name Sharing
-/// A regular file that is open for writing without sharing cannot be opened for reading, nor for writing without
-/// sharing, and the other way round, in any process. File systems without locks cannot enforce this.
+/// While a regular file is open for writing without sharing, no process can open it for reading, or for writing without
+/// sharing; and the reverse. Nothing is enforced on file systems without locks.
 /// @{
-inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< Excludes readers and other writers that do not share.
-inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Shares. A reader shares whatever the value.
+inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< Excludes readers, and writers that do not share.
+inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Shares. Readers always share.
 inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< The same.
 /// @}
 
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Creates the file, or empties the one that exists.
-inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails if there is no file.
+inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails if the file does not exist.
 
-inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< The attributes of every file.
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< The only attributes.
 
-inline constexpr DWORD FILE_BEGIN = 0;   ///< Distances count from the start of the file.
+inline constexpr DWORD FILE_BEGIN = 0;   ///< From the start of the file.
 inline constexpr DWORD FILE_CURRENT = 1; ///< From the current position.
 inline constexpr DWORD FILE_END = 2;     ///< From the end of the file.
 
@@ -46,20 +46,20 @@ bool CloseHandle(HANDLE file) noexcept;
 /// Returns a second handle of the same open file. Both share one position.
 HANDLE DuplicateHandle(HANDLE file) noexcept;
 
-/// Reads until `count` bytes were read or the file ends, which is no failure. `*done` receives the number of bytes
-/// read, also if a failure follows them.
+/// Reads until `count` bytes are read or the file ends, which is no failure. `*done` receives the number of bytes that
+/// were read, also on failure.
 bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept;
 
-/// Writes all bytes, or fails. `*done` receives the number of bytes written.
+/// Writes all bytes, or fails. `*done` receives the number of bytes that were written, also on failure.
 bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept;
 
 /// Moves the position. `*position`, which may be null, receives the new one.
 bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWORD origin) noexcept;
 
-/// Size in bytes. That of a block device is the position of its end.
+/// Stores the size in bytes in `*size`. For a block device it is the position of its end.
 bool GetFileSize(HANDLE file, UHYPER* size) noexcept;
 
-/// Reads a file from its position to its end. A file that shrinks meanwhile yields the bytes that are left.
+/// Reads a file from its position to its end. If the file shrinks meanwhile, `*bytes` has fewer bytes.
 /// @param file The open file. @param limit Most bytes that are read. @param bytes Receives them; empty on failure.
 /// @return false, with ERROR_FILE_TOO_LARGE, if more than `limit` bytes or 4 GiB are left.
 bool ReadToEnd(HANDLE file, UHYPER limit, std::string* bytes) noexcept;
@@ -71,17 +71,17 @@ bool ReadWholeFile(const std::string& path, UHYPER limit, std::string* bytes) no
 class UniqueHandle {
 public:
   UniqueHandle() = default;
-  /// Takes over an open file, or INVALID_HANDLE_VALUE.
+  /// Owns an open file, or INVALID_HANDLE_VALUE.
   explicit UniqueHandle(HANDLE file) noexcept : m_file(file) {}
   UniqueHandle(const UniqueHandle&) = delete;
   UniqueHandle& operator=(const UniqueHandle&) = delete;
   ~UniqueHandle() { Reset(); }
 
-  /// The file, which stays owned.
+  /// Returns the file, which remains owned by this object.
   HANDLE Get() const noexcept { return m_file; }
   /// Whether a file is open.
   explicit operator bool() const noexcept { return m_file != INVALID_HANDLE_VALUE; }
-  /// Closes the file and takes over another.
+  /// Closes the file and owns another.
   void Reset(HANDLE file = INVALID_HANDLE_VALUE) noexcept {
     if (m_file != INVALID_HANDLE_VALUE) {
       CloseHandle(m_file);

@@ -7,7 +7,7 @@
 
 #include "platform/base_types.h"
 
-/// A 128-bit identifier in its usual four parts.
+/// A 128-bit identifier.
 struct GUID {
   std::uint32_t Data1; ///< First group of the text form.
   std::uint16_t Data2; ///< Second group.
@@ -19,14 +19,14 @@ struct GUID {
 };
 static_assert(sizeof(GUID) == 16);
 
-using CLSID = GUID;           ///< Of a class.
-using IID = GUID;             ///< Of an interface.
+using CLSID = GUID;           ///< Identifies a class.
+using IID = GUID;             ///< Identifies an interface.
 using REFGUID = const GUID&;  ///< As an argument.
 using REFCLSID = const GUID&; ///< As an argument.
 using REFIID = const GUID&;   ///< As an argument.
 
-/// The text form with braces, upper case: "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}".
+/// Returns the text form in upper case: "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}".
 std::string StringFromGUID(REFGUID guid);
 
-/// Reads the text form, in either case. False, with `guid` unchanged, for any other text.
+/// Parses the text form, in either case. @return false, with `*guid` unchanged, for any other text.
 bool GUIDFromString(std::string_view text, GUID* guid) noexcept;

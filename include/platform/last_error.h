@@ -5,7 +5,7 @@
 #include "platform/base_types.h"
 
 /// @name System errors
-/// Values of GetLastError. HRESULT_FROM_WIN32 makes result codes of them.
+/// Values of GetLastError. HRESULT_FROM_WIN32 converts them to result codes.
 /// @{
 inline constexpr DWORD ERROR_SUCCESS = 0;                  ///< No error.
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;           ///< The path names no file.
@@ -28,7 +28,7 @@ inline constexpr DWORD ERROR_IO_DEVICE = 1117;             ///< The device faile
 inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921; ///< Links in the path lead in a circle.
 /// @}
 
-/// Reason of this thread's last failure. Success does not reset it.
+/// Returns the reason of this thread's last failure. Success does not reset it.
 DWORD GetLastError() noexcept;
 /// Sets the reason, which may be ERROR_SUCCESS.
 void SetLastError(DWORD error) noexcept;

@@ -6,9 +6,9 @@
 
 #include "platform/base_types.h"
 
-inline constexpr UINT MB_ICONSTOP = 0x10; ///< With the icon of an error.
+inline constexpr UINT MB_ICONSTOP = 0x10; ///< Shows the icon of an error.
 
-/// Shows messages in the way of a host.
+/// Shows messages to the user. Implemented by a host.
 class MessageHandler {
 public:
   virtual ~MessageHandler() = default;
@@ -17,8 +17,9 @@ public:
   virtual void Show(std::string_view text, std::string_view caption, UINT type) noexcept = 0;
 };
 
-/// Installs the handler of the process, not owned; null restores the default. @return The handler before.
+/// Installs the handler of the process, which remains owned by the caller. Null restores the default.
+/// @return The previous handler.
 MessageHandler* SetMessageHandler(MessageHandler* handler) noexcept;
 
-/// Passes a message to the handler. Without one it becomes a line on standard error, and nothing waits.
+/// Shows a message with the handler. Without a handler, writes a line to standard error and does not wait.
 void MessageBoxA(std::string_view text, std::string_view caption, UINT type) noexcept;

@@ -7,21 +7,21 @@
 
 #include "platform/base_types.h"
 
-/// Both kinds of separator.
+/// The separators.
 inline constexpr std::string_view kPathSeparators = "/\\";
 
-/// Where the extension begins, its dot included; the length of the path when it has none. A dot that has a blank
-/// behind it begins no extension.
+/// Returns the offset of the extension, which begins with its dot; the length of the path if it has none. An extension
+/// contains no space.
 std::size_t PathFindExtensionA(std::string_view path) noexcept;
 
 /// Replaces the extension, dot included, or adds it to a path that has none.
 void PathRenameExtensionA(std::string* path, std::string_view extension);
 
-/// Cuts the last component and the separator before it. A path of one component becomes empty; the root stays.
+/// Removes the last component and the separator before it. A path of one component becomes empty; the root is kept.
 void PathRemoveFileSpecA(std::string* path);
 
-/// Adds a component behind one separator. Separators at the start of `more` are dropped.
+/// Appends a component after one separator. Separators at the start of `more` are dropped.
 void PathAppendA(std::string* path, std::string_view more);
 
-/// Where the last component begins. A separator at the very end belongs to it.
+/// Returns the offset of the last component. A separator at the end of the path belongs to it.
 std::size_t PathFindFileNameA(std::string_view path) noexcept;

@@ -1,5 +1,5 @@
 /// @file
-/// SAFEARRAY: arrays of records that carry their bounds and the description of their elements.
+/// SAFEARRAY: arrays of records with their bounds and the description of their elements.
 #pragma once
 
 #include <memory>
@@ -11,20 +11,20 @@ using VARTYPE = std::uint16_t; ///< Type of a value or an element: one of the VT
 /// Bounds of one dimension.
 struct SAFEARRAYBOUND {
   ULONG cElements; ///< Number of elements.
-  LONG lLbound;    ///< Index of the first.
+  LONG lLbound;    ///< Index of the first element.
 };
 
 /// Features of an array.
-inline constexpr USHORT FADF_FIXEDSIZE = 0x0010; ///< May not be resized.
+inline constexpr USHORT FADF_FIXEDSIZE = 0x0010; ///< Cannot be resized.
 inline constexpr USHORT FADF_RECORD = 0x0020;    ///< Elements are records with a description.
 
-/// The head of an array. Made by SafeArrayCreateEx only; hosts read it and change nothing but `fFeatures`.
+/// The head of an array, which SafeArrayCreateEx allocates. Hosts change `fFeatures` only.
 struct SAFEARRAY {
-  USHORT cDims;                ///< Dimensions; 1 for every array made here.
+  USHORT cDims;                ///< Number of dimensions; always 1.
   USHORT fFeatures;            ///< FADF_ bits.
   ULONG cbElements;            ///< Bytes of one element.
-  ULONG cLocks;                ///< Accesses that have not ended.
-  void* pvData;                ///< The elements, back to back.
+  ULONG cLocks;                ///< Number of accesses that have not ended.
+  void* pvData;                ///< The elements.
   SAFEARRAYBOUND rgsabound[1]; ///< One for each dimension.
 };
 
@@ -32,53 +32,51 @@ inline constexpr VARTYPE VT_RECORD = 36; ///< Records with a description.
 
 extern "C" {
 
-/// Makes an array of cleared records. Only VT_RECORD with a description (as `extra`) and one dimension is
-/// offered. Null on any other request, or when there is no memory.
+/// Creates an array of cleared records. Null unless `type` is VT_RECORD, `extra` describes the records and there is one
+/// dimension; null if out of memory.
 SAFEARRAY* SafeArrayCreateEx(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND* bounds, IRecordInfo* extra) noexcept;
 
-/// Changes the size of the last dimension. New elements are cleared; elements that go are freed first.
-/// @return E_INVALIDARG for null arguments or a fixed-size array, DISP_E_ARRAYISLOCKED, E_OUTOFMEMORY.
+/// Changes the number of elements. New elements are cleared; what removed elements own is freed.
+/// @return E_INVALIDARG for null or an array of fixed size, DISP_E_ARRAYISLOCKED, E_OUTOFMEMORY.
 HRESULT SafeArrayRedim(SAFEARRAY* array, const SAFEARRAYBOUND* bound) noexcept;
 
-/// Number of dimensions; 0 for null.
+/// Returns the number of dimensions; 0 for null.
 UINT SafeArrayGetDim(const SAFEARRAY* array) noexcept;
 
-/// Gives the elements and locks the array against resizing and destruction. @return E_INVALIDARG for null.
+/// Stores the address of the elements in `*data` and locks the array against resizing and destruction.
+/// @return E_INVALIDARG for null.
 HRESULT SafeArrayAccessData(SAFEARRAY* array, void** data) noexcept;
 
-/// Ends an access. @return E_INVALIDARG for null, E_UNEXPECTED when no access runs.
+/// Ends an access. @return E_INVALIDARG for null, E_UNEXPECTED if there is none to end.
 HRESULT SafeArrayUnaccessData(SAFEARRAY* array) noexcept;
 
-/// A deep copy. `*copy` is null on failure. @return E_INVALIDARG for null arguments, E_OUTOFMEMORY.
+/// Copies an array deeply. `*copy` is null on failure. @return E_INVALIDARG for null, E_OUTOFMEMORY.
 HRESULT SafeArrayCopy(SAFEARRAY* array, SAFEARRAY** copy) noexcept;
 
-/// Frees the array with all that its elements own. Null is accepted. @return DISP_E_ARRAYISLOCKED.
+/// Frees an array and what its elements own. Accepts null. @return DISP_E_ARRAYISLOCKED.
 HRESULT SafeArrayDestroy(SAFEARRAY* array) noexcept;
 
-/// The description of the elements, with a reference that the caller owns. @return E_INVALIDARG without one.
+/// Returns the description of the elements, with a reference that the caller owns. @return E_INVALIDARG for null.
 HRESULT SafeArrayGetRecordInfo(SAFEARRAY* array, IRecordInfo** record) noexcept;
 }
 
-/// Ends the access that it began, on every way out.
+/// Accesses the elements of an array while it exists.
 class SafeArrayAccess {
 public:
-  /// Begins an access. Null is accepted and gives a failure.
+  /// Begins the access. Fails for null.
   explicit SafeArrayAccess(SAFEARRAY* array) noexcept : m_array(array), m_result(SafeArrayAccessData(array, &m_data)) {}
   SafeArrayAccess(const SafeArrayAccess&) = delete;
   SafeArrayAccess& operator=(const SafeArrayAccess&) = delete;
-  ~SafeArrayAccess() { End(); }
-
-  /// Whether the access runs: 0, or why not.
-  HRESULT Result() const noexcept { return m_result; }
-  /// The elements; null without access. `T` is the caller's promise.
-  template <class T> T* Elements() const noexcept { return static_cast<T*>(m_data); }
-  /// Ends the access early. Harmless without one.
-  void End() noexcept {
+  ~SafeArrayAccess() {
     if (SUCCEEDED(m_result)) {
       SafeArrayUnaccessData(m_array);
-      m_result = E_UNEXPECTED;
     }
   }
+
+  /// The result of SafeArrayAccessData.
+  HRESULT Result() const noexcept { return m_result; }
+  /// The elements, which the caller knows to be of type `T`; null if the access failed.
+  template <class T> T* Elements() const noexcept { return static_cast<T*>(m_data); }
 
 private:
   SAFEARRAY* m_array;
@@ -88,7 +86,7 @@ private:
 
 /// Frees with SafeArrayDestroy.
 struct SafeArrayFree {
-  /// Null is accepted.
+  /// Accepts null.
   void operator()(SAFEARRAY* array) const noexcept { SafeArrayDestroy(array); }
 };
 /// Owns one array.

@@ -1,7 +1,6 @@
 /// @file
-/// Task memory: the one allocator of records, tables, strings and arrays that cross an interface.
-///
-/// Whoever holds such a block may free it, whichever library made it.
+/// Task memory: the allocator of all records, tables, strings and arrays that cross an interface. A block may be freed
+/// by another library than the one that allocated it.
 #pragma once
 
 #include <cstddef>
@@ -9,33 +8,31 @@
 
 extern "C" {
 
-/// A block of `size` bytes, not cleared, aligned for any type. Null when there is no memory.
-/// A size of 0 gives a block that holds nothing.
+/// Allocates `size` bytes, which are not cleared and aligned for any type. Null if out of memory. A block of 0 bytes is
+/// not null.
 void* CoTaskMemAlloc(std::size_t size) noexcept;
 
-/// Grows or shrinks a block; null as `block` makes a new one. On null the old block stands unchanged.
-/// A size of 0 frees the block and gives null.
+/// Resizes a block. Allocates one if `block` is null. Returns null if out of memory, with the old block unchanged. A
+/// size of 0 frees the block and returns null.
 void* CoTaskMemRealloc(void* block, std::size_t size) noexcept;
 
-/// Frees a block. Null is accepted.
+/// Frees a block. Accepts null.
 void CoTaskMemFree(void* block) noexcept;
 }
 
 /// Frees with CoTaskMemFree.
 struct TaskMemoryFree {
-  /// Null is accepted.
+  /// Accepts null.
   void operator()(void* block) const noexcept { CoTaskMemFree(block); }
 };
 
-/// Owns one block of task memory.
+/// Owns a block of task memory.
 template <class T> using TaskMemory = std::unique_ptr<T, TaskMemoryFree>;
 
-/// A cleared table of `count` elements, or null when there is no memory or the size does not fit the machine.
-template <class T> T* AllocateCleared(std::size_t count) noexcept;
-
-/// The same for elements of `width` bytes.
+/// Returns `count` cleared elements of `width` bytes; null if out of memory or if the size does not fit the machine.
 void* AllocateClearedBytes(std::size_t count, std::size_t width) noexcept;
 
+/// Returns a cleared table of `count` elements, as AllocateClearedBytes.
 template <class T> T* AllocateCleared(std::size_t count) noexcept {
   return static_cast<T*>(AllocateClearedBytes(count, sizeof(T)));
 }

@@ -1,11 +1,11 @@
 /// @file
 /// Narrow and wide text, and the code page between them.
 ///
-/// Narrow text holds two encodings at once. Bytes that form valid UTF-8 are UTF-8; any other byte of 0x80 and
-/// above is one character of Windows-1252. So names of any file system and texts of either encoding can be
-/// read. On the way to narrow text a character of Windows-1252 becomes its one byte, as the 8-bit formats want
-/// it, unless that byte and what follows would read back as something else; then, and for every other
-/// character, it becomes UTF-8. Wide to narrow to wide is the identity for all well-formed text.
+/// Narrow text mixes two encodings, so that names of any file system and texts in either encoding can be read. Bytes
+/// that form valid UTF-8 are UTF-8; any other byte of 0x80 and above is one character of Windows-1252. A character of
+/// Windows-1252 is written as its one byte, which 8-bit formats such as CD-Text need, unless that byte and the bytes
+/// after it would read back as UTF-8. All other characters are written in UTF-8. Wide to narrow to wide is the identity
+/// for all well-formed text.
 #pragma once
 
 #include <string>
@@ -13,40 +13,40 @@
 
 #include "platform/base_types.h"
 
-/// Wide text as narrow text. A lone surrogate becomes '?'.
+/// Converts wide text to narrow text. A lone surrogate becomes '?'.
 std::string WideCharToMultiByte(std::u16string_view wide);
 
-/// Narrow text as wide text. Every byte sequence can be read.
+/// Converts narrow text to wide text. Every sequence of bytes is valid.
 std::u16string MultiByteToWideChar(std::string_view narrow);
 
-/// Whether all bytes are below 0x80: then narrow text, UTF-8 and wide text have the same numbers.
+/// Returns whether all bytes are below 0x80. Such text is the same in narrow text, UTF-8 and wide text.
 bool IsAscii(std::string_view narrow) noexcept;
 
-/// Narrow text as UTF-8, which is how file systems and terminals want to see it.
+/// Converts narrow text to UTF-8, the encoding of file systems and terminals.
 std::string NarrowToUtf8(std::string_view narrow);
 
-/// Upper-cases the text in place, character by character, in all scripts that have simple cases. The result is
-/// narrow text again and may have another length in bytes.
+/// Converts narrow text to upper case, character by character, in the Latin, Greek, Cyrillic and Armenian scripts. Its
+/// length in bytes can change.
 void CharUpperA(std::string* narrow);
 
-/// One wide unit in upper case.
+/// Returns a wide unit in upper case.
 char16_t UpperUnit(char16_t unit) noexcept;
 
-/// Compares without regard to case: below 0, 0, above 0 as in `strcmp`.
+/// Compares without regard to case. Returns a number below 0, 0 or above 0, as `strcmp`.
 int lstrcmpiA(std::string_view left, std::string_view right);
 
 namespace platform {
 
-/// Space, tab and the line ends, the vertical ones included.
+/// Returns whether a character is a space, tab, line end, vertical tab or form feed.
 constexpr bool IsBlank(char c) noexcept { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }
 
-/// Value of a hexadecimal digit in either case; -1 for any other character.
+/// Returns the value of a hexadecimal digit in either case; -1 for any other character.
 int HexDigit(char c) noexcept;
 
-/// A copy in upper case (CharUpperA).
+/// Returns a copy in upper case, as CharUpperA.
 std::string Upper(std::string_view narrow);
 
-/// The text without the blanks around it.
+/// Returns the text without the blanks around it.
 std::string_view Trim(std::string_view narrow) noexcept;
 
 } // namespace platform

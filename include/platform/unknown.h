@@ -1,58 +1,59 @@
 /// @file
 /// Objects with counted references, the class factory and the byte stream.
 ///
-/// An interface is an abstract class without a virtual destructor: its virtual operations stand in the order of
-/// the binary contract, and an object goes away only by `Release`. No operation lets an exception out.
+/// An interface is an abstract class whose virtual operations are in the order of the binary contract. It has no
+/// virtual destructor: objects are destroyed by `Release` only. No operation throws.
 #pragma once
 
 #include "platform/base_types.h"
 #include "platform/guid.h"
 #include "platform/result_codes.h"
 
-/// Of IUnknown.
+/// Identifies IUnknown.
 inline constexpr IID IID_IUnknown{0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// Of IClassFactory.
+/// Identifies IClassFactory.
 inline constexpr IID IID_IClassFactory{0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// No object here has it.
+/// Identifies IMarshal, which no object has.
 inline constexpr IID IID_IMarshal{0x00000003, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// Of IStream.
+/// Identifies IStream.
 inline constexpr IID IID_IStream{0x0000000C, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// Of ISequentialStream; the stream of a track does not answer to it.
+/// Identifies ISequentialStream, which QueryInterface of a stream refuses.
 inline constexpr IID IID_ISequentialStream{0x0C733A30, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0, 0xAA, 0, 0x44, 0x77, 0x3D}};
 
-/// What every object has.
+/// The interface of every object.
 struct IUnknown {
-  /// Sets `*object` to the interface asked for, with one reference that the caller owns.
-  /// @return 0; E_NOINTERFACE with `*object` null; E_POINTER when `object` is null.
+  /// Returns an interface of the object, with a reference that the caller owns.
+  /// @return 0; E_NOINTERFACE, with `*object` null; E_POINTER if `object` is null.
   virtual HRESULT QueryInterface(REFIID iid, void** object) = 0;
-  /// Takes one more reference. @return The new count, for diagnosis only.
+  /// Adds a reference. @return The new count, for diagnosis only.
   virtual ULONG AddRef() = 0;
-  /// Gives one reference back; at 0 the object goes away. @return The new count, for diagnosis only.
+  /// Removes a reference; the last one destroys the object. @return The new count, for diagnosis only.
   virtual ULONG Release() = 0;
 
 protected:
   ~IUnknown() = default;
 };
 
-/// Makes the objects of one class.
+/// Creates objects of one class.
 struct IClassFactory : IUnknown {
-  /// Makes an object. `outer` is null, or the object that aggregates the new one; then only IUnknown may be
-  /// asked for, else CLASS_E_NOAGGREGATION is the answer.
+  /// Creates an object. `outer` is null, or the object that aggregates the new one. Then `iid` must be that of
+  /// IUnknown.
+  /// @return CLASS_E_NOAGGREGATION if it is not; E_OUTOFMEMORY; otherwise as QueryInterface.
   virtual HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) = 0;
-  /// Keeps the library in memory while not 0, or lets it go again.
+  /// Keeps the library loaded if `lock` is not 0. Each such call needs a later one with 0.
   virtual HRESULT LockServer(std::int32_t lock) = 0;
 
 protected:
   ~IClassFactory() = default;
 };
 
-/// Bytes in their order.
+/// A sequence of bytes.
 struct ISequentialStream : IUnknown {
-  /// Delivers at most `count` bytes. `*delivered`, where given, receives their number.
-  /// @return 0 when all came, 1 when fewer came or the end is reached, an error otherwise.
+  /// Reads at most `count` bytes. `*delivered` receives their number, unless `delivered` is null.
+  /// @return S_OK if all bytes were read, S_FALSE if fewer were read, otherwise an error.
   virtual HRESULT Read(void* buffer, ULONG count, ULONG* delivered) = 0;
-  /// Takes at most `count` bytes; `*taken`, where given, receives their number.
-  virtual HRESULT Write(const void* buffer, ULONG count, ULONG* taken) = 0;
+  /// Writes at most `count` bytes. `*written` receives their number, unless `written` is null.
+  virtual HRESULT Write(const void* buffer, ULONG count, ULONG* written) = 0;
 
 protected:
   ~ISequentialStream() = default;
@@ -60,27 +61,27 @@ protected:
 
 struct STATSTG;
 
-/// A stream that may also be moved in, cut and copied. The stream of a track (IZSCueSheet::ExtractTrackToStream)
-/// offers Read alone; everything else answers E_NOTIMPL and leaves its arguments as they came.
+/// A stream with a position. The stream of a track (IZSCueSheet::ExtractTrackToStream) implements Read only: all other
+/// operations return E_NOTIMPL and leave their arguments unchanged.
 struct IStream : ISequentialStream {
-  /// Moves the position. @param distance Bytes. @param origin 0 from the start, 1 from here, 2 from the end.
+  /// Moves the position. @param distance Bytes. @param origin 0: from the start, 1: from the position, 2: from the end.
   /// @param position Receives the new position; may be null.
   virtual HRESULT Seek(std::int64_t distance, DWORD origin, UHYPER* position) = 0;
-  /// Cuts or grows to `size` bytes.
+  /// Changes the size to `size` bytes.
   virtual HRESULT SetSize(UHYPER size) = 0;
-  /// Copies `count` bytes from here to another stream; tells how many were read and written.
+  /// Copies `count` bytes from the position to another stream and returns the numbers of bytes read and written.
   virtual HRESULT CopyTo(IStream* target, UHYPER count, UHYPER* read, UHYPER* written) = 0;
-  /// Makes what was written last.
+  /// Commits what was written.
   virtual HRESULT Commit(DWORD flags) = 0;
-  /// Drops what was written since Commit.
+  /// Discards what was written since Commit.
   virtual HRESULT Revert() = 0;
-  /// Keeps others out of `count` bytes.
+  /// Locks `count` bytes.
   virtual HRESULT LockRegion(UHYPER offset, UHYPER count, DWORD type) = 0;
-  /// Lets them in again.
+  /// Unlocks `count` bytes.
   virtual HRESULT UnlockRegion(UHYPER offset, UHYPER count, DWORD type) = 0;
-  /// Tells size and name.
+  /// Returns size and name.
   virtual HRESULT Stat(STATSTG* status, DWORD flags) = 0;
-  /// A second position in the same bytes.
+  /// Returns a stream of the same bytes with a position of its own.
   virtual HRESULT Clone(IStream** copy) = 0;
 
 protected:
@@ -91,27 +92,27 @@ protected:
 template <class I> class ComPtr {
 public:
   ComPtr() = default;
-  /// Takes over a reference that the caller owns.
+  /// Owns a reference that the caller owned.
   explicit ComPtr(I* owned) noexcept : m_object(owned) {}
   ComPtr(const ComPtr&) = delete;
   ComPtr& operator=(const ComPtr&) = delete;
-  /// Takes over the reference of another pointer, which becomes null.
+  /// Owns the reference of another pointer, which becomes null.
   ComPtr(ComPtr&& other) noexcept : m_object(other.Detach()) {}
-  /// The same; what was held is released.
+  /// The same. The object owned before is released.
   ComPtr& operator=(ComPtr&& other) noexcept {
     Reset(other.Detach());
     return *this;
   }
   ~ComPtr() { Reset(); }
 
-  /// The object, or null. The reference stays here.
+  /// Returns the object, or null. The reference remains owned by this pointer.
   I* Get() const noexcept { return m_object; }
-  /// The object, which must be there.
+  /// Accesses the object, which must not be null.
   I* operator->() const noexcept { return m_object; }
-  /// Whether an object is held.
+  /// Whether the pointer owns a reference.
   explicit operator bool() const noexcept { return m_object != nullptr; }
 
-  /// Releases what was held and takes over a reference, or null.
+  /// Releases the object and owns another reference, or null.
   void Reset(I* owned = nullptr) noexcept {
     I* old = m_object;
     m_object = owned;
@@ -119,18 +120,18 @@ public:
       old->Release();
     }
   }
-  /// Gives the reference to the caller.
+  /// Returns the reference, which the caller owns from now on.
   I* Detach() noexcept {
     I* object = m_object;
     m_object = nullptr;
     return object;
   }
-  /// Where an operation stores its result; what was held is released first.
+  /// Releases the object and returns the address where an operation stores a reference.
   I** Receive() noexcept {
     Reset();
     return &m_object;
   }
-  /// The same for operations that deliver any interface.
+  /// The same, for operations that return any interface.
   void** ReceiveVoid() noexcept { return reinterpret_cast<void**>(Receive()); }
 
 private:

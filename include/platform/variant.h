@@ -1,5 +1,5 @@
 /// @file
-/// VARIANT: a tagged value of 16 bytes, packed on one byte so that it may stand anywhere in a packed record.
+/// VARIANT: a tagged value of 16 bytes, packed so that it can be a field of a packed record.
 #pragma once
 
 #include "platform/safearray.h"
@@ -8,7 +8,7 @@
 /// The comment names the member of the union that holds the value.
 /// @{
 inline constexpr VARTYPE VT_EMPTY = 0;    ///< No value.
-inline constexpr VARTYPE VT_NULL = 1;     ///< A value that says: nothing.
+inline constexpr VARTYPE VT_NULL = 1;     ///< A value that means: nothing.
 inline constexpr VARTYPE VT_I2 = 2;       ///< `iVal`.
 inline constexpr VARTYPE VT_I4 = 3;       ///< `lVal`.
 inline constexpr VARTYPE VT_R4 = 4;       ///< `fltVal`.
@@ -28,12 +28,12 @@ inline constexpr VARTYPE VT_UI8 = 21;     ///< `ullVal`.
 inline constexpr VARTYPE VT_INT = 22;     ///< `lVal`.
 inline constexpr VARTYPE VT_UINT = 23;    ///< `ulVal`.
 /// @}
-/// Marks an array; alone, with no element type, it marks the file pieces of a track.
+/// Flag of arrays. Without an element type, the value is an array of the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
-/// Marks a pointer to a value that somebody else owns.
+/// Flag of pointers to a value with another owner.
 inline constexpr VARTYPE VT_BYREF = 0x4000;
 
-/// Whether a value of this type owns an array.
+/// Returns whether a value of a type owns an array.
 constexpr bool OwnsArray(VARTYPE type) noexcept { return (type & (VT_ARRAY | VT_BYREF)) == VT_ARRAY; }
 
 #pragma pack(push, 1)
@@ -66,16 +66,14 @@ static_assert(sizeof(VARIANT) == 16 && alignof(VARIANT) == 1);
 
 extern "C" {
 
-/// Makes new memory the empty value.
+/// Makes new memory an empty value.
 void VariantInit(VARIANT* value) noexcept;
 
-/// Frees what the value owns and makes it empty.
-/// @return DISP_E_BADVARTYPE for a type not in the list above (VT_DISPATCH, VT_VARIANT, VT_DECIMAL and records are
-/// not), with the value unchanged; DISP_E_ARRAYISLOCKED.
+/// Frees what the value owns and makes it empty. On failure it is unchanged.
+/// @return DISP_E_BADVARTYPE for a type that is not listed above; DISP_E_ARRAYISLOCKED.
 HRESULT VariantClear(VARIANT* value) noexcept;
 
-/// Clears `target`, then makes it a deep copy of `source`. If clearing fails, `target` is as VariantClear leaves it;
-/// on any other failure it is empty.
-/// @return What VariantClear returns; DISP_E_BADVARTYPE for a source of a type not in the list; E_OUTOFMEMORY.
+/// Clears `target`, then makes it a deep copy of `source`. If clearing fails, `target` is unchanged; on any other
+/// failure it is empty. @return As VariantClear, for either value; E_OUTOFMEMORY.
 HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept;
 }

@@ -1,5 +1,5 @@
 /// @file
-/// Writes small pieces to a file in whole blocks.
+/// Writer of small pieces to a file in whole blocks.
 ///
 /// File systems store a block that is written with one call in one piece, and the kernel copies faster if bytes have
 /// the same offset in a page of the buffer and of the file. With blocks of 4 and pieces of up to 3 bytes, the buffer is
@@ -20,7 +20,7 @@ class alignas(4096) BlockWriter {
 public:
   static constexpr ULONG kFree = 65535; ///< Bytes that are always free.
 
-  /// Free space of at least kFree bytes.
+  /// Returns free space of at least kFree bytes.
   BYTE* Free() noexcept { return m_bytes + m_end; }
 
   /// Appends the first bytes of the free space.
@@ -34,7 +34,7 @@ public:
     }
   }
 
-  /// Writes what is left.
+  /// Writes the remaining bytes.
   void Finish(CZSFile* target) noexcept { Write(target, m_end - m_begin); }
 
 private:
@@ -45,8 +45,8 @@ private:
     m_begin += count;
   }
 
-  // Cleared, so that a stream that delivers less than it says writes zeros and no memory of the process.
+  // Zeroed: if a stream delivers fewer bytes than it reports, zeros are written instead of memory of the process.
   BYTE m_bytes[4 * kBlock] = {};
-  ULONG m_begin = 0; ///< Of the bytes that were not written yet, at the start of a block.
-  ULONG m_end = 0;
+  ULONG m_begin = 0; ///< Index of the first byte that is not written yet.
+  ULONG m_end = 0;   ///< Index of the first free byte.
 };

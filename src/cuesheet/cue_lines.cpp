@@ -51,7 +51,7 @@ struct CueLines::Keyword {
   TextField field;
 };
 
-/// In the order in which they are looked for. See "keywords" in docs/compatibility.md.
+/// The keywords, in search order. See "keywords" in docs/compatibility.md.
 constexpr CueLines::Keyword CueLines::kKeywords[] = {
     {"CATALOG", &CueLines::ApplyCatalog, {}},
     {"TRACK", &CueLines::ApplyTrack, {}},
@@ -72,7 +72,7 @@ constexpr CueLines::Keyword CueLines::kKeywords[] = {
 bool IsTrackLine(std::string_view line) noexcept { return LineScanner(line).WordIs("TRACK"); }
 
 void CueLines::Apply(std::string_view line) {
-  for (const Keyword& keyword : kKeywords) { // The first of the table decides, not the first of the line.
+  for (const Keyword& keyword : kKeywords) { // The order of the table decides, not that of the line.
     const std::size_t position = line.find(keyword.word);
     if (position == std::string_view::npos) {
       continue;
@@ -190,8 +190,8 @@ void CueLines::ApplyIndex(std::string_view line) {
   }
 }
 
-/// Applies INDEX 00. `dwLBA` has its position until the line of index 1. The first track has no pregap in the file, so
-/// its line is ignored.
+/// Applies INDEX 00. Its position is in `dwLBA` until the line of index 1. The line is ignored for the first track,
+/// which has no pregap in the file.
 void CueLines::BeginPregap(LONG position) noexcept {
   if (m_number <= 1) {
     return;
@@ -222,7 +222,7 @@ void CueLines::BeginTrack(LONG position) noexcept {
   track->dwReserved64 = m_byteOffset;
 }
 
-/// Ends the track before where the pregap of this track begins. The first index above 0 does so.
+/// Ends the previous track where the pregap of this track begins. Only the first index above 0 has an effect.
 void CueLines::EndTrackBefore(LONG position) noexcept {
   if (m_number <= 1) {
     return;

@@ -1,5 +1,5 @@
 /// @file
-/// The lines of a CUE sheet and what each does to the tracks of the sheet.
+/// Parser of the lines of a CUE sheet, which applies each line to the tracks of the sheet.
 #pragma once
 
 #include <string_view>
@@ -7,15 +7,15 @@
 #include "cuesheet/line_scanner.h"
 #include "disc/record_text.h"
 
-/// Whether the first word of a line, in any case, is TRACK: such a line counts as one track. CueLines finds keywords
-/// anywhere in a line, so that a word in a FILE line is no track.
+/// Returns whether the first word of a line, in any case, is TRACK. Only such lines are counted as tracks: CueLines
+/// finds keywords anywhere in a line, also in a file name.
 bool IsTrackLine(std::string_view line) noexcept;
 
 /// Applies the lines of one sheet, in order. A line for a track that the table lacks changes nothing. A number that
-/// does not scan keeps its value from an earlier line.
+/// cannot be scanned keeps its value from an earlier line.
 class CueLines {
 public:
-  /// `sheet` has its table of cleared tracks.
+  /// `sheet` must have its table of tracks, all cleared.
   explicit CueLines(ZSCUESHEET* sheet) noexcept : m_sheet(sheet) {}
 
   /// Applies a line in upper case.
@@ -47,13 +47,13 @@ private:
   void BeginTrack(LONG position) noexcept;
   void EndTrackBefore(LONG position) noexcept;
 
-  /// The track of the last TRACK line; null if the table lacks it.
+  /// Returns the track of the last TRACK line; null if the table lacks it.
   ZSTRACK* Current() const noexcept;
 
   ZSCUESHEET* m_sheet;
-  LONG m_number = 0;       ///< Of the last TRACK line; 0 before the first.
-  LONG m_index = 0;        ///< Of the last INDEX line.
-  Time m_time;             ///< Of the last PREGAP or INDEX line.
+  LONG m_number = 0;       ///< Number of the last TRACK line; 0 before the first.
+  LONG m_index = 0;        ///< Number of the last INDEX line.
+  Time m_time;             ///< Time of the last PREGAP or INDEX line.
   ULONG m_pregapSum = 0;   ///< Frames of all PREGAP lines so far.
   UHYPER m_byteOffset = 0; ///< Bytes of the tracks that have ended.
 };

@@ -16,7 +16,7 @@ constexpr BYTE kSubModeForm2 = 0x20;       // Bit of the XA sub-mode.
 constexpr LONG kDescriptorOffset = 0x8000; // Sector 16 of 2048 bytes, the first volume descriptor of ECMA-119.
 constexpr DWORD kDescriptorStart = 50;
 
-/// What a data file is, by its size and its first bytes.
+/// Layout of a data file, by its size and its first bytes.
 struct DataFile {
   UHYPER size = 0;
   ULONG sectorSize = 0;
@@ -24,7 +24,7 @@ struct DataFile {
   ZSMODETYPE mode = ZSMODE_1;
 };
 
-/// Finds the name between the quotes of a FILE line, which may be empty. False for any other line.
+/// Finds the name, perhaps empty, between the quotes of a FILE line. Returns false for any other line.
 bool NameOfFileLine(std::string_view line, std::string* name) {
   constexpr std::string_view kFile = "FILE \"";
   const std::size_t keyword = line.find(kFile);
@@ -40,7 +40,7 @@ bool NameOfFileLine(std::string_view line, std::string* name) {
   return true;
 }
 
-/// Finds the first file that a sheet names, in upper case. False if it names none.
+/// Finds the first file that a sheet names, in upper case. Returns false if it names none.
 bool FindFileLine(TextFile* sheet, std::string* name) {
   std::string_view line;
   while (sheet->NextLine(&line)) {
@@ -64,8 +64,8 @@ ZSMODETYPE ModeOfRawFile(const std::string& path) noexcept {
   return bytesRead == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
 }
 
-/// Whether a file whose size fits no kind of sector has a volume descriptor or does not open.
-bool HasDescriptorOrDoesNotOpen(const std::string& path) noexcept {
+/// Returns whether a file, whose size fits no kind of sector, has a volume descriptor or cannot be opened.
+bool HasDescriptorOrCannotOpen(const std::string& path) noexcept {
   CZSFile file;
   if (!file.OpenForReading(path)) {
     return true;
@@ -90,7 +90,7 @@ HRESULT MeasureFile(const std::string& path, DataFile* data) {
     data->sectorSize = 2336;
     data->mode = ZSMODE_2_FORM1;
   } else {
-    return HasDescriptorOrDoesNotOpen(find.Path()) ? S_OK : ZSE_BADIMAGE;
+    return HasDescriptorOrCannotOpen(find.Path()) ? S_OK : ZSE_BADIMAGE;
   }
   data->sectorCount = static_cast<ULONG>(data->size / data->sectorSize);
   return S_OK;
@@ -127,17 +127,17 @@ bool OpenSheet(TextFile* sheet, std::string* path) {
   return true;
 }
 
-/// Counts the TRACK lines of the whole sheet. False if it cannot be read again.
+/// Counts the TRACK lines of the whole sheet. Returns false if it cannot be read.
 bool CountTracks(TextFile* text, UINT* count) {
   std::string_view line;
   const bool rewound = text->Rewind();
   while (rewound && text->NextLine(&line)) {
     *count += IsTrackLine(line) ? 1 : 0;
   }
-  return rewound;
+  return rewound && !text->Failed();
 }
 
-/// Ends the last track where the data file ends: the bytes that the other tracks leave, in sectors of the last one.
+/// Ends the last track at the end of the data file: its sectors are the bytes that the other tracks do not use.
 void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   if (sheet->nTracks == 0) {
     return;
@@ -173,6 +173,9 @@ HRESULT FillFromText(TextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
     CharUpperA(&upper);
     lines.Apply(upper);
   }
+  if (text->Failed()) {
+    return ZSE_FILENOTFOUND;
+  }
   CloseLastTrack(fileSize, sheet);
   return S_OK;
 }
@@ -190,6 +193,9 @@ HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet) {
   std::string dataFile = path;
   TextFile text;
   const bool isSheet = OpenSheet(&text, &dataFile);
+  if (text.Failed()) {
+    return ZSE_FILENOTFOUND;
+  }
   DataFile data;
   const HRESULT measured = MeasureFile(isSheet ? dataFile : path, &data);
   if (measured != S_OK) {

@@ -1,9 +1,9 @@
 /// @file
-/// CUE text and plain sector files into the tracks of a sheet.
+/// Parser of CUE text and of plain sector files, which become the tracks of a sheet.
 ///
-/// Each line is put into upper case, and keywords are found anywhere in it, in a fixed order. Positions count sectors
-/// from the start of the data file. Only the first FILE line counts: a sheet of several files is read as if all tracks
-/// were in the first.
+/// Each line is converted to upper case, and keywords are found anywhere in it, in a fixed order. Positions count
+/// sectors from the start of the data file. Only the first FILE line counts: a sheet of several files is read as if all
+/// tracks were in the first.
 #pragma once
 
 #include <array>
@@ -17,11 +17,11 @@ inline constexpr std::size_t kRawSectorStart = 96;
 
 /// Replaces the path of a sheet by that of the data file that it names, in upper case. A name with a backslash, or with
 /// a slash at its start, is the path; any other is in the folder of the sheet.
-/// @return false if no file is named; the path is unchanged then if it is a sheet that opens, else empty.
+/// @return false if no file is named. The path is then empty, or unchanged if it is a sheet that can be opened.
 bool ResolveBinaryFile(std::string* path);
 
 /// Fills an empty sheet from a path. Its fields are not freed. CD-Text companions are not read.
-/// @return 0; ZSE_FILENOTFOUND if the sheet does not open; ZSE_CANNOTOPENIMAGE if the data file is missing;
+/// @return 0; ZSE_FILENOTFOUND if the sheet cannot be read; ZSE_CANNOTOPENIMAGE if the data file is missing;
 /// ZSE_BADIMAGE if its size fits no kind of sector and it has no volume descriptor; ZSE_OUTOFRESOURCES.
 HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet);
 

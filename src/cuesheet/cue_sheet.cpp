@@ -101,7 +101,7 @@ public:
   }
 
   HRESULT ExtractStreamToFile(IStream* stream, BSTR file) override {
-    return Guarded([&] { return PumpStream(stream, file); });
+    return Guarded([&] { return CopyStreamToFile(stream, file); });
   }
 
   HRESULT MergeTracks(VARIANT* source, VARIANT* destination) override {
@@ -190,7 +190,7 @@ public:
 
 private:
   ComPtr<IRecordInfo> m_fileDescription;
-  ComPtr<IRecordInfo> m_trackDescription; ///< Held for arrays of tracks that hosts make.
+  ComPtr<IRecordInfo> m_trackDescription; ///< Kept for arrays of tracks that hosts create.
 };
 
 } // namespace

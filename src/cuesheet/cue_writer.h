@@ -1,5 +1,5 @@
 /// @file
-/// A session as CUE text.
+/// Writer of a session as CUE text.
 #pragma once
 
 #include <string>

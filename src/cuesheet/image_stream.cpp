@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr UINT kCallbackKind = 4; // First argument of every call back.
+constexpr UINT kCallbackKind = 4; // First argument of every callback.
 
 } // namespace
 
@@ -74,7 +74,7 @@ HRESULT CZSImageStream::ReadStep(void* buffer, UINT count, UINT* done) {
   const auto offered = static_cast<UINT>(std::min<UHYPER>(count, m_remaining));
   Report(ZSSTREAM_BEFOREREAD, buffer, offered);
   UINT wanted = m_progress.nSize;
-  if (wanted <= offered) { // A callback that asks for more gets what lies behind the track.
+  if (wanted <= offered) { // A callback that requests more receives the bytes after the track.
     wanted = static_cast<UINT>(std::min<UHYPER>(wanted, m_length - std::min(m_length, m_position)));
   }
   const bool read = ReadData(static_cast<BYTE*>(m_progress.pBuffer), wanted, done);
@@ -99,17 +99,17 @@ bool CZSImageStream::ReadData(BYTE* buffer, UINT count, UINT* done) noexcept {
   if (count == 0) {
     return true;
   }
-  if (buffer == nullptr) { // Only a callback can have set it so.
+  if (buffer == nullptr) { // Only a callback can have set it to null.
     SetLastError(ERROR_INVALID_PARAMETER);
     return false;
   }
   if (m_dataBlock != m_stride) {
     return ReadSectors(buffer, count, done);
   }
-  return ReadFile(m_file.Get(), buffer, count, done); // The file is where the last read ended.
+  return ReadFile(m_file.Get(), buffer, count, done); // The file position is where the last read ended.
 }
 
-/// Reads data blocks that lie a stride apart: from what was read ahead or, where that fails, block by block.
+/// Reads data blocks, one in each stride: from the bytes that were read ahead or, if that fails, block by block.
 bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept {
   while (*done < count) {
     *done += CopyAhead(m_position + *done, buffer + *done, count - *done);
@@ -125,39 +125,39 @@ bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept 
       continue;
     }
     const UINT part = std::min(wanted, m_dataBlock - static_cast<UINT>(position % m_dataBlock));
-    UINT came = 0;
-    if (!ReadAt(position, buffer + *done, part, &came)) {
+    UINT bytesRead = 0;
+    if (!ReadAt(position, buffer + *done, part, &bytesRead)) {
       return false;
     }
-    *done += came;
-    if (came < part) {
+    *done += bytesRead;
+    if (bytesRead < part) {
       break;
     }
   }
   return true;
 }
 
-/// Reads sectors ahead, from a position of the stream to the end of the track or of what is wanted. If the call fails,
-/// the whole blocks before the failure are kept. False if there are none.
+/// Reads sectors ahead, from a position of the stream to the end of the track, or of the wanted bytes if that is later.
+/// If the call fails, keeps the whole blocks before the failure. Returns false if there are none.
 bool CZSImageStream::ReadAhead(UHYPER position, UINT wanted) noexcept {
   m_aheadSize = 0;
-  if (m_stride > kAheadBytes / 2) { // Mostly gaps.
+  if (m_stride > kAheadBytes / 2) { // The buffer would hold mostly gaps.
     return false;
   }
   m_aheadStart = OffsetOf(position);
   const UHYPER end = OffsetOf(std::max(m_length, position + wanted) - 1) + 1;
   const auto size = static_cast<UINT>(std::min<UHYPER>(kAheadBytes, end - m_aheadStart));
-  UINT came = 0;
-  if (ReadAt(position, m_ahead.data(), size, &came)) {
-    m_aheadSize = came;
+  UINT bytesRead = 0;
+  if (ReadAt(position, m_ahead.data(), size, &bytesRead)) {
+    m_aheadSize = bytesRead;
     return true;
   }
   const auto first = m_dataBlock - static_cast<UINT>(position % m_dataBlock);
-  m_aheadSize = came < first ? 0 : first + (came - first) / m_stride * m_stride;
+  m_aheadSize = bytesRead < first ? 0 : first + (bytesRead - first) / m_stride * m_stride;
   return m_aheadSize != 0;
 }
 
-/// Copies data blocks from what was read ahead, without the gaps. Returns the number of bytes.
+/// Copies data blocks, without the gaps, from the bytes that were read ahead. Returns the number of bytes.
 UINT CZSImageStream::CopyAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept {
   const UHYPER offset = OffsetOf(position);
   if (offset < m_aheadStart) {
@@ -165,23 +165,23 @@ UINT CZSImageStream::CopyAhead(UHYPER position, BYTE* buffer, UINT count) const 
   }
   UINT done = 0;
   UINT left = m_dataBlock - static_cast<UINT>(position % m_dataBlock);
-  for (UHYPER at = offset - m_aheadStart; at < m_aheadSize && done < count;) {
-    const UINT part = std::min({left, m_aheadSize - static_cast<UINT>(at), count - done});
-    std::memcpy(buffer + done, m_ahead.data() + at, part);
+  for (UHYPER i = offset - m_aheadStart; i < m_aheadSize && done < count;) {
+    const UINT part = std::min({left, m_aheadSize - static_cast<UINT>(i), count - done});
+    std::memcpy(buffer + done, m_ahead.data() + i, part);
     done += part;
-    at += left + m_stride - m_dataBlock;
+    i += left + m_stride - m_dataBlock;
     left = m_dataBlock;
   }
   return done;
 }
 
-/// Reads bytes of the file from a position of the stream on.
+/// Reads bytes of the file, starting at a position of the stream.
 bool CZSImageStream::ReadAt(UHYPER position, void* buffer, UINT count, UINT* done) noexcept {
   return SetFilePointerEx(m_file.Get(), static_cast<std::int64_t>(OffsetOf(position)), nullptr, FILE_BEGIN) &&
          ReadFile(m_file.Get(), buffer, count, done);
 }
 
-/// Byte position in the file of a position in the stream.
+/// Returns the offset in the file of a position in the stream.
 UHYPER CZSImageStream::OffsetOf(UHYPER position) const noexcept {
   return m_start + position / m_dataBlock * m_stride + position % m_dataBlock;
 }

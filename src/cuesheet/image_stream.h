@@ -9,30 +9,30 @@
 #include "foundation/com_object.h"
 #include "platform/files.h"
 
-/// A stream that reads a stretch of an image file forward and may take only a part of each sector. It offers
-/// Read alone, to one reader at a time, and reports each step to a callback. Nothing is allocated while reading.
+/// A stream that reads a part of an image file forward, by whole sectors or by a part of each sector. It implements
+/// Read alone, for one reader at a time, and reports each step to a callback. Reading allocates nothing.
 ///
-/// The count of delivered bytes says where each read of the file begins, so that a file that was short or failed can be
-/// read on later. Where only a part of each sector is taken, many sectors are read ahead with one system call, up to
-/// the end of the track. If that call fails, all before the bad sector is delivered.
+/// The number of delivered bytes determines where each read of the file starts, so that reading can continue after a
+/// short or failed read. If only a part of each sector is read, one system call reads many sectors ahead, up to the end
+/// of the track. If it fails, the data before the bad sector is delivered.
 class CZSImageStream final : public CountedObject<IStream> {
 public:
   explicit CZSImageStream(IUnknown* outer) noexcept : CountedObject(outer, IID_IStream) {}
   ~CZSImageStream() override { VariantClear(&m_user); }
 
-  /// Gets the stream ready; called once. It keeps a handle of its own and a copy of `user`.
-  /// @param start Byte position of the first byte to deliver. @param length Bytes to deliver.
-  /// @return false when the handle cannot be duplicated or `start` is no position in a file.
+  /// Prepares the stream. Must be called once. The stream keeps its own handle and a copy of `user`.
+  /// @param start Offset in the file of the first byte to deliver. @param length Bytes to deliver.
+  /// @return false if the handle cannot be duplicated or `start` is too large for an offset.
   bool InitStream(HANDLE file, std::string name, UHYPER start, UHYPER length, ZSStreamCallback callback,
                   ULONG userParam, const VARIANT& user);
-  /// @param dataBlock Bytes to take from each sector, at most `stride`. @param stride Bytes from one sector to the
+  /// @param dataBlock Bytes to read of each sector, at most `stride`. @param stride Bytes from one sector to the
   /// next. `start` is the position of the first data byte of a sector.
   void SetSectors(UINT dataBlock, UINT stride) noexcept;
 
   HRESULT Read(void* buffer, ULONG count, ULONG* delivered) override;
 
   // A track can only be read, and only forward.
-  HRESULT Write(const void* /*buffer*/, ULONG /*count*/, ULONG* /*taken*/) override { return E_NOTIMPL; }
+  HRESULT Write(const void* /*buffer*/, ULONG /*count*/, ULONG* /*written*/) override { return E_NOTIMPL; }
   HRESULT Seek(std::int64_t /*distance*/, DWORD /*origin*/, UHYPER* /*position*/) override { return E_NOTIMPL; }
   HRESULT SetSize(UHYPER /*size*/) override { return E_NOTIMPL; }
   HRESULT CopyTo(IStream* /*target*/, UHYPER /*count*/, UHYPER* /*read*/, UHYPER* /*written*/) override {
@@ -46,7 +46,7 @@ public:
   HRESULT Clone(IStream** /*copy*/) override { return E_NOTIMPL; }
 
 private:
-  /// Bytes that one system call reads ahead. Larger ones gain nothing, as they leave the processor's cache.
+  /// Bytes that one system call reads ahead. More is not faster, since it does not fit in the processor's cache.
   static constexpr UINT kAheadBytes = 384 * 1024;
   static constexpr UINT kDefaultSector = 2048;
 
@@ -62,7 +62,7 @@ private:
   UHYPER OffsetOf(UHYPER position) const noexcept;
 
   UniqueHandle m_file;
-  UHYPER m_start = 0;     ///< Byte position in the file of the first data byte.
+  UHYPER m_start = 0;     ///< Offset in the file of the first data byte.
   UHYPER m_length = 0;    ///< Bytes of the stream.
   UHYPER m_position = 0;  ///< Bytes delivered so far, also by reads that failed later.
   UHYPER m_remaining = 0; ///< Bytes still to deliver. A read that fails does not count.
@@ -74,7 +74,7 @@ private:
   VARIANT m_user{};
   bool m_firstRead = true;
   ZSSTREAMPROGRESS m_progress{};
-  UHYPER m_aheadStart = 0;                           ///< Byte position in the file of what was read ahead.
-  UINT m_aheadSize = 0;                              ///< Bytes of it.
+  UHYPER m_aheadStart = 0;                           ///< Offset in the file of the bytes that were read ahead.
+  UINT m_aheadSize = 0;                              ///< Number of these bytes.
   alignas(64) std::array<BYTE, kAheadBytes> m_ahead; ///< At a cache line, where the kernel copies faster.
 };

@@ -1,5 +1,5 @@
 /// @file
-/// Words and numbers of one line, by the rules of formatted input.
+/// Scanner of the words and numbers of a line, by the rules of scanf.
 #pragma once
 
 #include <string_view>
@@ -13,7 +13,7 @@ public:
 
   /// Returns the next word, up to a blank; empty at the end of the line.
   std::string_view Word() noexcept;
-  /// Whether the next word, in any case, is this one, given in upper case. Skips blanks and nothing else.
+  /// Returns whether the next word, in any case, is `upper`. Skips blanks, but not the word.
   bool WordIs(std::string_view upper) noexcept;
   /// Reads a decimal number with an optional sign, after any blanks. Larger numbers wrap to 32 bits.
   /// @return false, with `*number` unchanged, if there is none.

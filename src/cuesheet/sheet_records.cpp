@@ -81,7 +81,7 @@ SAFEARRAY* MakePieces(const std::string& file, const ZSTRACK& track, bool first,
   return list.release();
 }
 
-/// Whether an array has one dimension and elements of the size of a track.
+/// Returns whether an array has one dimension and elements of the size of a track.
 bool HoldsTracks(const SAFEARRAY* array) noexcept {
   return array != nullptr && SafeArrayGetDim(array) == 1 && array->cbElements == sizeof(ZSTRACK);
 }

@@ -1,13 +1,12 @@
 /// @file
-/// The life of session records: copies, release, file pieces and merging. These are the bodies of operations of
-/// IZSCueSheet.
+/// Copying, freeing and merging of session records, and their file pieces: implementation of operations of IZSCueSheet.
 #pragma once
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "platform/record_info.h"
 
-/// Returns a new sheet that owns a deep copy of everything. Throws std::bad_alloc. An index table or a list of pieces
-/// without memory for its copy is left out.
+/// Returns a new sheet that owns a deep copy of everything. Throws std::bad_alloc. If there is no memory
+/// for the copy of an index table or of a list of pieces, the copy lacks it.
 ZSCUESHEET* CloneSheet(const ZSCUESHEET& source);
 
 /// Copies presence, language and texts into an empty ZSCDTEXT. Throws std::bad_alloc.

@@ -22,7 +22,7 @@ struct DataSpan {
   UINT stride;
 };
 
-/// Locates the data of a track. False for numbers that no file and no stream can have.
+/// Locates the data of a track. Returns false for numbers that no file or stream can have.
 bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData, DataSpan* span) noexcept {
   const ULONG stride = BytesOf(track.BlockSize);
   const UINT dataBlock = nBlockSizeData == 0 ? stride : nBlockSizeData;
@@ -67,7 +67,7 @@ HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, co
   return S_OK;
 }
 
-HRESULT PumpStream(IStream* stream, BSTR file) {
+HRESULT CopyStreamToFile(IStream* stream, BSTR file) {
   const std::string path = NarrowText(file);
   if (stream == nullptr || path.empty()) {
     return E_INVALIDARG;
@@ -84,6 +84,6 @@ HRESULT PumpStream(IStream* stream, BSTR file) {
       writer->Finish(&target);
       return S_OK;
     }
-    writer->Append(&target, std::min(delivered, BlockWriter::kFree)); // A foreign stream may return any count.
+    writer->Append(&target, std::min(delivered, BlockWriter::kFree)); // A host's stream may return any count.
   }
 }

@@ -1,5 +1,5 @@
 /// @file
-/// A track of an image as a stream, and a stream as a file.
+/// Extraction of a track to a stream, and of a stream to a file.
 #pragma once
 
 #include "cuesheet/cue_sheet_interface.h"
@@ -12,4 +12,4 @@ HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, co
 /// Copies all bytes of a stream to a new file, until a read delivers none. Failures of reads and writes are ignored.
 /// @return E_INVALIDARG for a null stream or an empty path; else 0, also if the file cannot be created. Throws
 /// std::bad_alloc.
-HRESULT PumpStream(IStream* stream, BSTR file);
+HRESULT CopyStreamToFile(IStream* stream, BSTR file);

@@ -1,5 +1,5 @@
 /// @file
-/// The owner of a sheet that is in no record yet.
+/// Owner of a sheet that does not belong to a record yet.
 #pragma once
 
 #include <memory>
@@ -13,7 +13,7 @@ struct SheetDeleter {
 };
 using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetDeleter>;
 
-/// Makes an empty sheet. Null if out of memory.
+/// Returns an empty sheet, or null if out of memory.
 inline UniqueSheet NewSheet(IZSCueSheet* service) noexcept {
   ZSCUESHEET* sheet = nullptr;
   service->AllocCueSheet(&sheet);

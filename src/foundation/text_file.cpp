@@ -5,6 +5,7 @@
 
 bool TextFile::Open(const std::string& path) noexcept {
   Clear();
+  m_failed = false;
   return m_file.OpenForReading(path);
 }
 
@@ -29,8 +30,10 @@ void TextFile::Fill() noexcept {
   std::memmove(m_buffer.data(), m_buffer.data() + m_next, m_end - m_next);
   m_end -= m_next;
   m_next = 0;
+  const auto room = static_cast<DWORD>(m_buffer.size() - m_end);
   DWORD bytesRead = 0;
-  m_holdsEnd = !m_file.ReadCount(m_buffer.data() + m_end, static_cast<DWORD>(m_buffer.size() - m_end), &bytesRead);
+  m_failed = !ReadFile(m_file.Handle(), m_buffer.data() + m_end, room, &bytesRead) || m_failed;
+  m_holdsEnd = bytesRead < room;
   m_end += bytesRead;
 }
 

@@ -20,6 +20,8 @@ public:
   /// Finds the next line, without its end and cut at its first zero byte. It is valid until the next call. False at the
   /// end of the file or after a failed read.
   bool NextLine(std::string_view* line) noexcept;
+  /// Whether a read has failed since Open: the lines may lack some.
+  bool Failed() const noexcept { return m_failed; }
 
 private:
   void Clear() noexcept;
@@ -31,4 +33,5 @@ private:
   std::size_t m_end = 0;    ///< Bytes that the buffer holds.
   bool m_holdsStart = true; ///< The buffer begins with the first byte of the file.
   bool m_holdsEnd = false;  ///< No bytes follow those in the buffer.
+  bool m_failed = false;
 };

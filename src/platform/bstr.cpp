@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t kPrefix = sizeof(std::uint64_t); // Keeps the text aligned; the length stands at its end.
+constexpr std::size_t kPrefix = sizeof(std::uint64_t); // Keeps the text aligned. The length is in its last 32 bits.
 
 BSTR Allocate(const void* bytes, std::size_t length) noexcept {
   if (length > UINT32_MAX || length > SIZE_MAX - kPrefix - sizeof(OLECHAR)) {

@@ -1,59 +1,107 @@
 #include "platform/class_objects.h"
 
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
 #include <string_view>
+#include <vector>
 
 #include "platform/guard.h"
-#include "platform/loaded_libraries.h"
+#include "platform/never_destroyed.h"
 #include "platform/process_list.h"
 #include "platform/registry.h"
 #include "platform/text.h"
 
 namespace {
 
-/// The classes of the process.
-platform::ProcessList<ProcessClass>& Classes() noexcept {
-  static platform::ProcessList<ProcessClass> list;
-  return list;
-}
+constinit platform::ProcessList<ProcessClass> g_classes;
 
 bool EqualNames(std::u16string_view left, std::u16string_view right) noexcept {
-  if (left.size() != right.size()) {
-    return false;
+  return std::ranges::equal(left, right, {}, UpperUnit, UpperUnit);
+}
+
+/// Closes a handle of dlopen.
+struct CloseLibrary {
+  void operator()(void* handle) const noexcept { ::dlclose(handle); }
+};
+using Library = std::unique_ptr<void, CloseLibrary>;
+
+template <class Function> Function FindFunction(const Library& library, const char* name) noexcept {
+  return reinterpret_cast<Function>(::dlsym(library.get(), name));
+}
+
+bool IsUnused(const Library& library) noexcept {
+  const auto canUnload = FindFunction<HRESULT (*)()>(library, "DllCanUnloadNow");
+  return canUnload != nullptr && canUnload() == S_OK;
+}
+
+/// The libraries that were loaded for their classes.
+struct LibraryTable {
+  std::mutex lock;
+  std::vector<Library> libraries; ///< Without duplicates.
+  int uses = 0;                   ///< Number of LibraryUse objects.
+};
+
+LibraryTable& Libraries() noexcept {
+  static platform::NeverDestroyed<LibraryTable> table;
+  return table.Get();
+}
+
+/// Keeps libraries loaded while it exists: before there is an object, nothing else does.
+class LibraryUse {
+public:
+  LibraryUse() noexcept { Add(1); }
+  LibraryUse(const LibraryUse&) = delete;
+  LibraryUse& operator=(const LibraryUse&) = delete;
+  ~LibraryUse() { Add(-1); }
+
+private:
+  static void Add(int count) noexcept {
+    const std::lock_guard guard(Libraries().lock);
+    Libraries().uses += count;
   }
-  for (std::size_t i = 0; i < left.size(); ++i) {
-    if (UpperUnit(left[i]) != UpperUnit(right[i])) {
-      return false;
-    }
+};
+
+/// Loads a library, unless it is loaded, and returns its entry point.
+/// @param path Absolute path: the dynamic linker could find another library for a name.
+HRESULT LoadClassLibrary(const std::string& path, GetClassObjectFunction* getClassObject) {
+  if (!path.starts_with('/')) {
+    return CO_E_DLLNOTFOUND;
   }
-  return true;
+  // Not under the lock, as a library runs code of its own while it is loaded.
+  Library library(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!library) {
+    return CO_E_DLLNOTFOUND;
+  }
+  const auto function = FindFunction<GetClassObjectFunction>(library, "DllGetClassObject");
+  if (function == nullptr) {
+    return CO_E_ERRORINDLL;
+  }
+  LibraryTable& table = Libraries();
+  const std::lock_guard guard(table.lock);
+  if (std::find(table.libraries.begin(), table.libraries.end(), library) == table.libraries.end()) {
+    table.libraries.push_back(std::move(library));
+  }
+  *getClassObject = function;
+  return S_OK;
 }
 
-GetClassObjectFunction FindClass(REFCLSID clsid) noexcept {
-  GetClassObjectFunction found = nullptr;
-  Classes().With([&](const ProcessClass& entry) { return entry.clsid == clsid; },
-                 [&](const ProcessClass& entry) { found = entry.getClassObject; });
-  return found;
-}
-
-bool FindProgId(std::u16string_view progId, CLSID* clsid) noexcept {
-  return Classes().With([&](const ProcessClass& entry) { return EqualNames(entry.progId, progId); },
-                        [&](const ProcessClass& entry) { *clsid = entry.clsid; });
-}
-
-/// The text without a name of a key below HKEY_CLASSES_ROOT; empty when there is none.
-HRESULT RegisteredText(const std::string& path, std::string* text) {
+/// Reads the value without a name of a key below HKEY_CLASSES_ROOT; empty if there is none.
+HRESULT ReadClassValue(const std::string& path, std::string* text) {
   RegistryKey registry;
   if (ReadRegistry(&registry) != 0) {
     return REGDB_E_READREGDB;
   }
-  const RegistryKey* key = registry.Find("HKEY_CLASSES_ROOT\\" + path);
+  RegistryKey* key = registry.Find("HKEY_CLASSES_ROOT\\" + path);
   *text = key == nullptr ? std::string() : key->Text("");
   return S_OK;
 }
 
-HRESULT RegisteredClass(const std::string& progId, CLSID* clsid) {
+HRESULT FindRegisteredClass(const std::string& progId, CLSID* clsid) {
   std::string identifier;
-  const HRESULT result = RegisteredText(progId + "\\CLSID", &identifier);
+  const HRESULT result = ReadClassValue(progId + "\\CLSID", &identifier);
   if (FAILED(result)) {
     return result;
   }
@@ -62,29 +110,31 @@ HRESULT RegisteredClass(const std::string& progId, CLSID* clsid) {
 
 HRESULT LoadRegisteredClass(REFCLSID clsid, GetClassObjectFunction* getClassObject) {
   std::string library;
-  const HRESULT result = RegisteredText("CLSID\\" + StringFromGUID(clsid) + "\\InprocServer32", &library);
+  const HRESULT result = ReadClassValue("CLSID\\" + StringFromGUID(clsid) + "\\InprocServer32", &library);
   if (FAILED(result)) {
     return result;
   }
-  return library.empty() ? REGDB_E_CLASSNOTREG : platform::LoadClassLibrary(library, getClassObject);
+  return library.empty() ? REGDB_E_CLASSNOTREG : LoadClassLibrary(library, getClassObject);
 }
 
 } // namespace
 
-void RegisterProcessClass(ProcessClass* entry) noexcept { Classes().Add(entry); }
-void RevokeProcessClass(ProcessClass* entry) noexcept { Classes().Remove(entry); }
+void RegisterProcessClass(ProcessClass* entry) noexcept { g_classes.Add(entry); }
+void RevokeProcessClass(ProcessClass* entry) noexcept { g_classes.Remove(entry); }
 
 HRESULT CLSIDFromProgID(const OLECHAR* progId, CLSID* clsid) noexcept {
   if (progId == nullptr || clsid == nullptr) {
     return E_INVALIDARG;
   }
   *clsid = CLSID{};
-  if (FindProgId(progId, clsid)) {
+  ProcessClass found{};
+  if (g_classes.Find([&](const ProcessClass& entry) { return EqualNames(entry.progId, progId); }, &found)) {
+    *clsid = found.clsid;
     return S_OK;
   }
   return Guarded([&] {
     const std::string name = WideCharToMultiByte(progId);
-    return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : RegisteredClass(name, clsid);
+    return name.empty() || name.find('\\') != std::string::npos ? CO_E_CLASSSTRING : FindRegisteredClass(name, clsid);
   });
 }
 
@@ -96,17 +146,23 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
   if ((context & CLSCTX_INPROC_SERVER) == 0) {
     return REGDB_E_CLASSNOTREG;
   }
-  const platform::LibraryUse use; // Its factory may not go before there is an object.
-  GetClassObjectFunction getClassObject = FindClass(clsid);
-  if (getClassObject == nullptr) {
-    const HRESULT result = Guarded([&] { return LoadRegisteredClass(clsid, &getClassObject); });
-    if (FAILED(result)) {
-      return result;
-    }
+  const LibraryUse use;
+  ProcessClass found{};
+  HRESULT result = S_OK;
+  if (!g_classes.Find([&](const ProcessClass& entry) { return entry.clsid == clsid; }, &found)) {
+    result = Guarded([&] { return LoadRegisteredClass(clsid, &found.getClassObject); });
   }
   ComPtr<IClassFactory> factory;
-  const HRESULT result = getClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
+  if (SUCCEEDED(result)) {
+    result = found.getClassObject(clsid, IID_IClassFactory, factory.ReceiveVoid());
+  }
   return FAILED(result) ? result : factory->CreateInstance(outer, iid, object);
 }
 
-void CoFreeUnusedLibraries() noexcept { platform::FreeUnusedLibraries(); }
+void CoFreeUnusedLibraries() noexcept {
+  LibraryTable& table = Libraries();
+  const std::lock_guard guard(table.lock); // Until they are unloaded, so that no class of theirs is found meanwhile.
+  if (table.uses == 0) {
+    std::erase_if(table.libraries, IsUnused);
+  }
+}

@@ -1,5 +1,5 @@
 /// @file
-/// The one parser of numbers in text.
+/// Parser of numbers in text.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace platform {
 
 /// Digits that were parsed.
 struct Digits {
-  bool found = false;      ///< Whether there was any.
+  bool found = false;      ///< Whether there were any.
   bool overflows = false;  ///< Whether the number has more than 64 bits.
   std::uint64_t value = 0; ///< The number, modulo 2^64.
 };

@@ -56,7 +56,7 @@ public:
     }
     int error = 0;
     try {
-      errno = 0; // Which tells the end from a failure.
+      errno = 0; // readdir sets it on failure only, and returns null at the end as well.
       for (const dirent* entry = ::readdir(folder); entry != nullptr; entry = ::readdir(folder)) {
         const std::string_view name = entry->d_name;
         if (name != "." && name != "..") {

@@ -1,9 +1,9 @@
 /// @file
-/// The seam below the platform layer: where memory comes from and how the system is called.
+/// The allocator and the file operations of the platform layer.
 ///
-/// All memory that the layer allocates for its callers and all system calls of its file functions go through the two
-/// objects of the environment. Tests replace them to count calls, to make the k-th call fail, or to serve files from
-/// memory. Replace them only while no other thread is inside the layer.
+/// All memory that the layer allocates for its callers and all system calls of its file functions go through these two
+/// objects. Tests replace them to count calls, to make the k-th call fail, or to serve files from memory. Replace them
+/// only while no other thread is inside the layer.
 #pragma once
 
 #include <sys/stat.h>
@@ -13,20 +13,20 @@
 #include <string>
 #include <vector>
 
-/// Source of all task memory, and with it of strings and arrays. Null means that no memory could be had.
+/// Allocates all task memory, and with it strings and arrays. Functions return null if out of memory.
 class Allocator {
 public:
   virtual ~Allocator() = default;
-  /// A block of `size` bytes, aligned for any type.
+  /// Allocates `size` bytes, aligned for any type.
   virtual void* Allocate(std::size_t size) noexcept = 0;
-  /// As `realloc`: on null the old block stands unchanged.
+  /// As `realloc`: if it returns null, the old block is unchanged.
   virtual void* Reallocate(void* block, std::size_t size) noexcept = 0;
-  /// Null is accepted.
+  /// Accepts null.
   virtual void Free(void* block) noexcept = 0;
 };
 
-/// The system calls of the file layer, one to one. Each answers -1 and sets `errno` on failure, and may fail
-/// with EINTR or move fewer bytes than asked for wherever the system call may.
+/// The system calls of the file functions. Each returns -1 and sets `errno` on failure. As the system calls, they can
+/// fail with EINTR, and read or write fewer bytes than requested.
 class FileOperations {
 public:
   virtual ~FileOperations() = default;
@@ -46,11 +46,11 @@ public:
   virtual int Truncate(int descriptor, off_t size) noexcept = 0;
   /// As `flock`.
   virtual int Lock(int descriptor, int operation) noexcept = 0;
-  /// Makes reads and writes of a descriptor wait that was opened with O_NONBLOCK.
+  /// Clears O_NONBLOCK of a descriptor, so that reads and writes wait.
   virtual int SetBlocking(int descriptor) noexcept = 0;
-  /// Returns when all that was written has reached the medium; for a folder, when its names have.
+  /// As `fsync`. For a folder, waits until its names are on the disk.
   virtual int Sync(int descriptor) noexcept = 0;
-  /// Puts a file in the place of another in one step.
+  /// As `rename`: replaces a file in one step.
   virtual int Rename(const char* from, const char* to) noexcept = 0;
   /// As `unlink`.
   virtual int Unlink(const char* path) noexcept = 0;
@@ -58,17 +58,17 @@ public:
   virtual int MakeFolder(const char* path, mode_t mode) noexcept = 0;
   /// As `fstat`.
   virtual int Status(int descriptor, struct stat* status) noexcept = 0;
-  /// As `stat`: links are followed.
+  /// As `stat`.
   virtual int PathStatus(const char* path, struct stat* status) noexcept = 0;
-  /// The names in a folder, in no order, without "." and "..".
+  /// Appends the names in a folder, in no order, without "." and "..".
   virtual int ListFolder(const char* path, std::vector<std::string>* names) noexcept = 0;
 };
 
-/// What the layer currently works with, never null.
+/// The objects in use, never null.
 struct Environment {
-  Allocator* allocator;  ///< Source of task memory.
-  FileOperations* files; ///< Way to the file system.
+  Allocator* allocator;  ///< Allocates task memory.
+  FileOperations* files; ///< Calls the file system.
 };
 
-/// The one environment of the process. At the start it holds the system's own allocator and calls.
+/// Returns the environment of the process, which has the allocator and the calls of the system at first.
 Environment& ProcessEnvironment() noexcept;

@@ -18,7 +18,7 @@ bool Exists(const std::string& path, struct stat* status) noexcept {
   return Uninterrupted([&] { return Files().PathStatus(path.c_str(), status); }) == 0;
 }
 
-/// Returns the names in a folder, in no order. If there are none, `errno` says why.
+/// Returns the names in a folder, in no order. `errno` is the reason if the folder cannot be read, otherwise ENOENT.
 std::vector<std::string> NamesIn(const std::string& folder) {
   std::vector<std::string> names;
   const int listed = Uninterrupted([&] {
@@ -28,7 +28,7 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   if (listed != 0) {
     names.clear();
   }
-  if (listed == 0 || errno == EACCES) { // A folder that may not be listed has no name in another case.
+  if (listed == 0 || errno == EACCES) { // Other spellings cannot be found without read permission.
     errno = ENOENT;
   }
   return names;
@@ -37,22 +37,19 @@ std::vector<std::string> NamesIn(const std::string& folder) {
 /// Returns the name that a folder has for a component: the same characters in another encoding, else in any case.
 /// Empty, with `errno` set, if there is none.
 std::string FindName(const std::string& folder, const std::string& component) {
-  const std::u16string wanted = MultiByteToWideChar(component);
-  std::string exact;
-  std::string caseless;
-  for (const std::string& name : NamesIn(folder)) {
-    if (lstrcmpiA(name, component) != 0) {
-      continue;
-    }
-    std::string& found = MultiByteToWideChar(name) == wanted ? exact : caseless;
-    if (found.empty() || name < found) {
-      found = name;
+  std::vector<std::string> names = NamesIn(folder);
+  std::erase_if(names, [&](const std::string& name) { return lstrcmpiA(name, component) != 0; });
+  std::sort(names.begin(), names.end());
+  const std::u16string characters = MultiByteToWideChar(component);
+  for (const std::string& name : names) {
+    if (MultiByteToWideChar(name) == characters) {
+      return name;
     }
   }
-  return exact.empty() ? caseless : exact;
+  return names.empty() ? std::string() : names.front();
 }
 
-/// Looks below a folder for a path in UTF-8, as most programs write names, then by its bytes as they are.
+/// Looks for a path below a folder in UTF-8, then by its bytes as they are.
 bool FindAsSpelled(const std::string& folder, const std::string& path, std::string* found, struct stat* status) {
   const std::string utf8 = NarrowToUtf8(path);
   for (const std::string& spelling : {folder + utf8, folder + path}) {
@@ -67,7 +64,7 @@ bool FindAsSpelled(const std::string& folder, const std::string& path, std::stri
   return false;
 }
 
-/// Appends one component to a folder that is on disk. False if the folder has no such name.
+/// Appends a component to the path of a folder on disk. Returns false if the folder has no such name.
 bool Descend(const std::string& component, std::string* found, struct stat* status) {
   if (FindAsSpelled(*found, component, found, status)) {
     return true;
@@ -85,7 +82,7 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
   std::size_t position = 0;
-  // In most cases only the last name is spelled differently.
+  // Usually only the last name is spelled differently.
   if (const std::size_t last = path.rfind('/');
       last != std::string::npos && FindAsSpelled("", path.substr(0, last + 1), &found, status)) {
     position = last + 1;
@@ -106,7 +103,7 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
     return false;
   }
   *resolved = found;
-  return found.back() != '/' || Exists(found, status); // Only a folder may end so.
+  return found.back() != '/' || Exists(found, status); // Only a folder may end with a separator.
 }
 
 } // namespace
@@ -136,17 +133,14 @@ std::string PathOfNewFile(const std::string& path) {
 }
 
 std::string FirstMatch(const std::string& folder, const std::string& pattern) {
-  std::string wanted = pattern == "*.*" ? "*" : pattern; // Names without a dot match this pattern as well.
-  for (std::size_t at = wanted.find('['); at != std::string::npos; at = wanted.find('[', at + 3)) {
-    wanted.replace(at, 1, "[[]"); // Brackets are no wildcards here.
+  std::string wanted = pattern == "*.*" ? "*" : pattern; // Also matches names without a dot.
+  for (std::size_t i = wanted.find('['); i != std::string::npos; i = wanted.find('[', i + 3)) {
+    wanted.replace(i, 1, "[[]"); // A bracket matches itself only.
   }
-  std::string first;
-  for (const std::string& name : NamesIn(folder)) {
-    if (::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) == 0 && (first.empty() || name < first)) {
-      first = name;
-    }
-  }
-  return first;
+  std::vector<std::string> names = NamesIn(folder);
+  std::erase_if(names,
+                [&](const std::string& name) { return ::fnmatch(wanted.c_str(), name.c_str(), FNM_NOESCAPE) != 0; });
+  return names.empty() ? std::string() : *std::min_element(names.begin(), names.end());
 }
 
 } // namespace platform

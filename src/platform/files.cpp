@@ -20,7 +20,7 @@ namespace {
 using platform::Files;
 using platform::Uninterrupted;
 
-constexpr mode_t kNewFileMode = 0666; // As the user's mask allows.
+constexpr mode_t kNewFileMode = 0666; // Reduced by the umask of the user.
 
 bool Fail(DWORD error) noexcept {
   SetLastError(error);
@@ -32,9 +32,12 @@ bool FailWithErrno() noexcept {
   return false;
 }
 
+/// Makes a system call. If it fails, its error is the last error.
+template <class Call> bool Succeeds(Call call) noexcept { return Uninterrupted(call) != -1 || FailWithErrno(); }
+
 int Descriptor(HANDLE file) noexcept { return static_cast<int>(file); }
 
-/// Opens without waiting, whatever the path names.
+/// Opens a path without waiting: opening a FIFO could block.
 int OpenDescriptor(const std::string& path, int flags) noexcept {
   return Uninterrupted(
       [&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNewFileMode); });
@@ -69,30 +72,30 @@ int OpenForWriting(const std::string& path, DWORD disposition) {
   return OpenDescriptor(platform::PathOfNewFile(path), O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0));
 }
 
-/// Locks an open file. Fails at once if another descriptor has a lock that excludes this one. Some network file
-/// systems have no locks; their files are used without.
+/// Locks an open file. Fails if another open file has a lock that excludes this one. On file systems without locks the
+/// file is used without.
 bool Lock(int descriptor, int operation) noexcept {
   return Uninterrupted([&] { return Files().Lock(descriptor, operation | LOCK_NB); }) != -1 || errno == ENOLCK ||
          errno == EOPNOTSUPP || FailWithErrno();
 }
 
-/// Data come from what can be read at any position; they may also go to a device.
+/// Files to read must have positions. Files to write may also be character devices.
 bool IsAllowedKind(mode_t mode, bool write) noexcept {
   return S_ISREG(mode) || S_ISBLK(mode) || (write && S_ISCHR(mode));
 }
 
-/// Checks that an open file is of an allowed kind, locks it and empties it if asked to.
+/// Checks that an open file is of an allowed kind, locks it, and empties it for CREATE_ALWAYS.
 bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noexcept {
   struct stat status {};
   const bool write = access == GENERIC_WRITE;
-  if (Uninterrupted([&] { return Files().Status(descriptor, &status); }) == -1) {
-    return FailWithErrno();
+  if (!Succeeds([&] { return Files().Status(descriptor, &status); })) {
+    return false;
   }
   if (!IsAllowedKind(status.st_mode, write)) {
     return Fail(ERROR_ACCESS_DENIED);
   }
   if (write && S_ISCHR(status.st_mode)) {
-    return Uninterrupted([&] { return Files().SetBlocking(descriptor); }) != -1 || FailWithErrno();
+    return Succeeds([&] { return Files().SetBlocking(descriptor); });
   }
   if (!S_ISREG(status.st_mode)) {
     return true;
@@ -103,11 +106,8 @@ bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noe
   if (sharing == FILE_SHARE_NONE && !Lock(descriptor, LOCK_EX)) {
     return false;
   }
-  if (disposition == CREATE_ALWAYS && status.st_size != 0 &&
-      Uninterrupted([&] { return Files().Truncate(descriptor, 0); }) == -1) {
-    return FailWithErrno();
-  }
-  return true;
+  const bool isEmptied = disposition == CREATE_ALWAYS && status.st_size != 0;
+  return !isEmptied || Succeeds([&] { return Files().Truncate(descriptor, 0); });
 }
 
 HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition) {
@@ -130,7 +130,7 @@ HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposit
   return HANDLE{descriptor};
 }
 
-/// Size of a file on disk; 0 for a folder, and for a block device that does not open.
+/// Returns the size of a file; 0 for a folder, and for a block device that does not open.
 UHYPER SizeOnDisk(const std::string& path, const struct stat& status) noexcept {
   if (!S_ISBLK(status.st_mode)) {
     return S_ISDIR(status.st_mode) ? UHYPER{0} : static_cast<UHYPER>(status.st_size);
@@ -155,7 +155,7 @@ bool Find(const std::string& pattern, FoundFile* found) {
       return false;
     }
   }
-  *found = {S_ISDIR(status.st_mode), SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
+  *found = {SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
   return true;
 }
 
@@ -172,7 +172,7 @@ HANDLE CreateFileA(const std::string& path, DWORD access, DWORD sharing, DWORD d
 }
 
 bool CloseHandle(HANDLE file) noexcept {
-  // Not repeated when interrupted: the descriptor is gone by then.
+  // Not repeated after EINTR: the descriptor is closed already.
   return Files().Close(Descriptor(file)) == 0 || errno == EINTR || FailWithErrno();
 }
 
@@ -187,15 +187,15 @@ HANDLE DuplicateHandle(HANDLE file) noexcept {
 bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept {
   *done = 0;
   while (*done < count) {
-    const ssize_t came = Uninterrupted(
+    const ssize_t bytesRead = Uninterrupted(
         [&] { return Files().Read(Descriptor(file), static_cast<BYTE*>(buffer) + *done, count - *done); });
-    if (came == -1) {
+    if (bytesRead == -1) {
       return FailWithErrno();
     }
-    if (came == 0) {
+    if (bytesRead == 0) {
       break;
     }
-    *done += static_cast<DWORD>(came);
+    *done += static_cast<DWORD>(bytesRead);
   }
   return true;
 }
@@ -203,15 +203,15 @@ bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept {
 bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept {
   *done = 0;
   while (*done < count) {
-    const ssize_t went = Uninterrupted(
+    const ssize_t bytesWritten = Uninterrupted(
         [&] { return Files().Write(Descriptor(file), static_cast<const BYTE*>(buffer) + *done, count - *done); });
-    if (went == -1) {
+    if (bytesWritten == -1) {
       return FailWithErrno();
     }
-    if (went == 0) {
+    if (bytesWritten == 0) {
       return Fail(ERROR_DISK_FULL);
     }
-    *done += static_cast<DWORD>(went);
+    *done += static_cast<DWORD>(bytesWritten);
   }
   return true;
 }
@@ -222,21 +222,21 @@ bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWOR
     return Fail(ERROR_INVALID_PARAMETER);
   }
   constexpr int kOrigins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-  const off_t reached =
+  const off_t offset =
       Uninterrupted([&] { return Files().Seek(Descriptor(file), static_cast<off_t>(distance), kOrigins[origin]); });
-  if (reached == -1) {
+  if (offset == -1) {
     return errno == EINVAL ? Fail(ERROR_NEGATIVE_SEEK) : FailWithErrno();
   }
   if (position != nullptr) {
-    *position = static_cast<UHYPER>(reached);
+    *position = static_cast<UHYPER>(offset);
   }
   return true;
 }
 
 bool GetFileSize(HANDLE file, UHYPER* size) noexcept {
   struct stat status {};
-  if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
-    return FailWithErrno();
+  if (!Succeeds([&] { return Files().Status(Descriptor(file), &status); })) {
+    return false;
   }
   *size = static_cast<UHYPER>(status.st_size);
   UHYPER position = 0;

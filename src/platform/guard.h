@@ -1,12 +1,12 @@
 /// @file
-/// The border that no exception crosses.
+/// Conversion of exceptions to result codes.
 #pragma once
 
 #include <new>
 
 #include "platform/result_codes.h"
 
-/// Runs the body of an interface operation and turns what it throws into a result code.
+/// Calls the body of an operation that must not throw and returns its result, or the result code of its exception.
 template <class Work> HRESULT Guarded(Work work) noexcept {
   try {
     return work();

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "platform/text.h"
+#include "platform/digits.h"
 
 namespace {
 
@@ -26,30 +26,19 @@ bool GUIDFromString(std::string_view text, GUID* guid) noexcept {
   if (text.size() != kShape.size()) {
     return false;
   }
-  std::array<BYTE, sizeof(GUID)> bytes{};
-  std::size_t digits = 0;
   for (std::size_t i = 0; i < kShape.size(); ++i) {
-    if (kShape[i] != 'x') {
-      if (text[i] != kShape[i]) {
-        return false;
-      }
-      continue;
-    }
-    const int digit = platform::HexDigit(text[i]);
-    if (digit < 0) {
+    if (kShape[i] == 'x' ? platform::HexDigit(text[i]) < 0 : text[i] != kShape[i]) {
       return false;
     }
-    BYTE& byte = bytes[digits++ / 2];
-    byte = static_cast<BYTE>((byte << 4) | digit);
   }
-  GUID read{};
-  read.Data1 = (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) | (std::uint32_t{bytes[2]} << 8) |
-               std::uint32_t{bytes[3]};
-  read.Data2 = static_cast<std::uint16_t>((bytes[4] << 8) | bytes[5]);
-  read.Data3 = static_cast<std::uint16_t>((bytes[6] << 8) | bytes[7]);
-  for (std::size_t i = 0; i < 8; ++i) {
-    read.Data4[i] = bytes[8 + i];
+  const auto number = [&](std::size_t offset, std::size_t digits) {
+    std::string_view group = text.substr(offset, digits);
+    return static_cast<std::uint32_t>(platform::ParseDigits(&group, 16).value);
+  };
+  *guid = {number(1, 8), static_cast<std::uint16_t>(number(10, 4)), static_cast<std::uint16_t>(number(15, 4)), {}};
+  constexpr std::size_t kByteOffsets[] = {20, 22, 25, 27, 29, 31, 33, 35};
+  for (std::size_t i = 0; i < std::size(guid->Data4); ++i) {
+    guid->Data4[i] = static_cast<BYTE>(number(kByteOffsets[i], 2));
   }
-  *guid = read;
   return true;
 }

@@ -1,5 +1,5 @@
 /// @file
-/// Objects of the process that last to its very end.
+/// Static objects that are never destroyed.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Holds one object and never destroys it. For statics that the layer needs as long as anybody calls it: a host's own
-/// globals may free memory and release objects after the statics of libraries have been destroyed.
+/// Holds an object and never destroys it. Globals of a host can free memory and release objects after the statics of
+/// libraries have been destroyed.
 template <class T> class NeverDestroyed {
 public:
   NeverDestroyed() noexcept(noexcept(T())) { ::new (static_cast<void*>(m_storage)) T(); }

@@ -1,5 +1,5 @@
 /// @file
-/// Look-up of paths on disk, as platform/file_lookup.h describes it, for the functions that open files.
+/// Look-up of paths on disk (platform/file_lookup.h) for functions that open files.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,18 +8,18 @@
 
 namespace platform {
 
-/// Whether `errno` says that a path names nothing. So does a name that is too long for the system: with `\` read as
-/// `/` it may be several names.
+/// Returns whether `errno` says that a path names nothing. ENAMETOOLONG does as well: if `\` is read as `/`, the name
+/// can be several names.
 bool NamesNothing() noexcept;
 
 /// Finds a path on disk and its status. Throws std::bad_alloc.
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Finds a path in another spelling. `errno` says how the look-up of its own spellings has failed.
+/// Finds a path in another spelling. `errno` is the reason why the look-up as spelled has failed.
 bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Returns where a new file of a path goes: into the folder as found on disk, under its own name in UTF-8. If there is
-/// no such folder, the path stays as it is.
+/// Returns the path on disk of a new file: the folder as found on disk and the name in UTF-8. Returns the path
+/// unchanged if there is no such folder.
 std::string PathOfNewFile(const std::string& path);
 
 /// Returns the first name, in byte order, that a folder has for a pattern with `*` and `?`; empty if none matches.

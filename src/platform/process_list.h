@@ -6,8 +6,9 @@
 
 namespace platform {
 
-/// Entries that their owners provide and link by their field `next`; the newest comes first. Needs no destruction, as
-/// libraries and hosts may revoke their entries while the process ends. Any thread may call.
+/// Entries that their owners provide, linked by their field `next`; the newest is first. For globals: it is constructed
+/// before any code runs and needs no destruction, so that libraries can add entries while they are loaded and remove
+/// them while the process ends. Thread-safe.
 template <class Entry> class ProcessList {
 public:
   void Add(Entry* entry) noexcept {
@@ -16,22 +17,24 @@ public:
     m_first = entry;
   }
 
+  /// Does nothing for an entry that is not in the list.
   void Remove(const Entry* entry) noexcept {
     const std::lock_guard guard(m_lock);
-    for (Entry** link = &m_first; *link != nullptr; link = &(*link)->next) {
-      if (*link == entry) {
-        *link = entry->next;
-        return;
-      }
+    Entry** link = &m_first;
+    while (*link != nullptr && *link != entry) {
+      link = &(*link)->next;
+    }
+    if (*link != nullptr) {
+      *link = entry->next;
     }
   }
 
-  /// Calls `use` with the first entry that fits, which stays in the list that long. False when none fits.
-  template <class Fits, class Use> bool With(Fits fits, Use use) noexcept {
+  /// Copies the first entry that matches. @return false, with `*found` unchanged, if there is none.
+  template <class Predicate> bool Find(Predicate matches, Entry* found) noexcept {
     const std::lock_guard guard(m_lock);
     for (const Entry* entry = m_first; entry != nullptr; entry = entry->next) {
-      if (fits(*entry)) {
-        use(*entry);
+      if (matches(*entry)) {
+        *found = *entry;
         return true;
       }
     }

@@ -1,8 +1,6 @@
 #include "platform/profile.h"
 
 #include <algorithm>
-#include <numeric>
-#include <vector>
 
 #include "platform/digits.h"
 #include "platform/files.h"
@@ -15,39 +13,23 @@ std::string_view DropQuotes(std::string_view value) noexcept {
   return quoted ? value.substr(1, value.size() - 2) : value;
 }
 
-/// The name in a line that begins a section or has a key.
-std::string_view NameOf(std::string_view line) noexcept {
-  return line.front() == '[' ? platform::Trim(line.substr(1, line.find_first_of("]\n", 1) - 1))
-                             : platform::Trim(line.substr(0, line.find('=')));
+bool IsHeading(std::string_view line) noexcept { return line.starts_with('['); }
+
+bool HasKey(std::string_view line) noexcept {
+  return !line.starts_with(';') && line.find('=') != std::string_view::npos;
 }
 
-std::uint32_t HashOf(const std::string& upper) noexcept {
-  return static_cast<std::uint32_t>(std::hash<std::string>()(upper));
+/// Returns the name by which a section is found. No key begins with a bracket.
+std::string SectionName(std::string_view name) { return '[' + platform::Upper(name); }
+
+/// Returns the name of a heading or a key by which its line is found.
+std::string NameOf(std::string_view line) {
+  return IsHeading(line) ? SectionName(platform::Trim(line.substr(1, line.find(']') - 1)))
+                         : platform::Upper(platform::Trim(line.substr(0, line.find('='))));
 }
 
-/// Sorts places by their hashes and then by `isBefore`. Hashes are spread evenly, so that a share of all hashes has few
-/// places: they are put into their shares first, in time that is linear.
-template <class Iterator, class Less> void SortPlaces(Iterator first, Iterator last, Less isBefore) {
-  constexpr std::size_t kOfShare = 8;
-  const std::size_t shares = static_cast<std::size_t>(last - first) / kOfShare;
-  if (shares <= kOfShare) {
-    std::sort(first, last, isBefore);
-    return;
-  }
-  const auto shareOf = [shares](const auto& place) {
-    return static_cast<std::size_t>(std::uint64_t{place.hash} * shares >> 32);
-  };
-  std::vector<std::uint32_t> next(shares + 1); // First where each share begins, then where its next place goes.
-  std::for_each(first, last, [&](const auto& place) { ++next[shareOf(place) + 1]; });
-  std::partial_sum(next.begin(), next.end(), next.begin());
-  const std::vector<std::uint32_t> begins = next;
-  for (std::size_t share = 0; share < shares; ++share) {
-    while (next[share] < begins[share + 1]) {
-      const auto place = first + next[share];
-      std::iter_swap(place, first + next[shareOf(*place)]++);
-    }
-    std::sort(first + begins[share], first + begins[share + 1], isBefore);
-  }
+std::uint32_t HashOf(const std::string& name) noexcept {
+  return static_cast<std::uint32_t>(std::hash<std::string>()(name));
 }
 
 LONG ParseInt(std::string_view text) noexcept {
@@ -61,83 +43,56 @@ LONG ParseInt(std::string_view text) noexcept {
 } // namespace
 
 bool ProfileFile::Load(const std::string& path) {
-  m_sections.clear();
-  m_keys.clear();
+  m_lines.clear();
+  m_headings.clear();
   const bool read = ReadWholeFile(path, kMaxSize, &m_text);
-  Index();
-  Sort();
+  for (std::size_t start = 0; start < m_text.size(); start = std::min(m_text.find('\n', start), m_text.size()) + 1) {
+    const std::string_view line = LineAt(start);
+    const auto offset = static_cast<std::uint32_t>(start);
+    if (IsHeading(line)) {
+      m_headings.push_back(offset);
+    } else if (m_headings.empty() || !HasKey(line)) {
+      continue;
+    }
+    m_lines.push_back({HashOf(NameOf(line)), offset});
+  }
+  std::sort(m_lines.begin(), m_lines.end());
   return read;
 }
 
-void ProfileFile::Index() {
-  for (std::size_t start = 0; start < m_text.size(); start = std::min(m_text.find('\n', start), m_text.size()) + 1) {
-    const std::string_view line = LineAt(start);
-    const bool heading = !line.empty() && line.front() == '[';
-    // Keys before the first section belong to none.
-    const bool key =
-        !line.empty() && line.front() != ';' && !m_sections.empty() && line.find('=') != std::string_view::npos;
-    if (!heading && !key) {
-      continue;
-    }
-    const auto place = static_cast<std::uint32_t>(line.data() - m_text.data());
-    const Place found{HashOf(platform::Upper(NameOf(line))), place};
-    if (heading) {
-      const auto firstKey = static_cast<std::uint32_t>(m_keys.size());
-      m_sections.push_back({found, firstKey, firstKey});
-    } else {
-      m_keys.push_back(found);
-      ++m_sections.back().endKey;
-    }
-  }
-}
-
-void ProfileFile::Sort() {
-  const auto isBefore = [this](const Place& left, const Place& right) { return IsBefore(left, right); };
-  for (const Heading& section : m_sections) {
-    SortPlaces(m_keys.begin() + section.firstKey, m_keys.begin() + section.endKey, isBefore);
-  }
-  SortPlaces(m_sections.begin(), m_sections.end(), isBefore);
-}
-
-std::string_view ProfileFile::LineAt(std::size_t start) const noexcept {
-  const std::string_view rest = std::string_view(m_text).substr(start);
+/// Returns the line at an offset without the blanks around it.
+std::string_view ProfileFile::LineAt(std::size_t offset) const noexcept {
+  const std::string_view rest = std::string_view(m_text).substr(offset);
   return platform::Trim(rest.substr(0, rest.find('\n')));
 }
 
-std::string ProfileFile::UpperNameAt(const Place& place) const {
-  return platform::Upper(NameOf(std::string_view(m_text).substr(place.line)));
-}
-
-bool ProfileFile::IsBefore(const Place& left, const Place& right) const {
-  if (left.hash != right.hash) {
-    return left.hash < right.hash;
+/// Finds the first line of a name from offset `first` up to `end`. Null if there is none.
+const ProfileFile::NamedLine* ProfileFile::FindLine(const std::string& name, std::size_t first, std::size_t end) const {
+  const NamedLine wanted{HashOf(name), static_cast<std::uint32_t>(first)};
+  auto line = std::lower_bound(m_lines.begin(), m_lines.end(), wanted);
+  for (; line != m_lines.end() && line->hash == wanted.hash && line->offset < end; ++line) {
+    if (NameOf(LineAt(line->offset)) == name) {
+      return &*line;
+    }
   }
-  const int order = left.line == right.line ? 0 : UpperNameAt(left).compare(UpperNameAt(right));
-  return order != 0 ? order < 0 : left.line < right.line;
-}
-
-template <class Iterator> Iterator ProfileFile::FindName(Iterator first, Iterator last, std::string_view name) const {
-  const std::string upper = platform::Upper(name);
-  const std::uint32_t hash = HashOf(upper);
-  const Iterator found = std::partition_point(first, last, [&](const Place& place) {
-    return place.hash < hash || (place.hash == hash && UpperNameAt(place) < upper);
-  });
-  return found != last && found->hash == hash && UpperNameAt(*found) == upper ? found : last;
+  return nullptr;
 }
 
 ProfileFile::Section ProfileFile::GetSection(std::string_view name) const {
-  const auto found = FindName(m_sections.begin(), m_sections.end(), name);
-  return found == m_sections.end() ? Section(this, 0, 0) : Section(this, found->firstKey, found->endKey);
+  const NamedLine* heading = FindLine(SectionName(name), 0, m_text.size());
+  if (heading == nullptr) {
+    return Section(this, 0, 0);
+  }
+  const auto next = std::upper_bound(m_headings.begin(), m_headings.end(), heading->offset);
+  return Section(this, heading->offset + 1, next == m_headings.end() ? m_text.size() : *next);
 }
 
 std::optional<std::string_view> ProfileFile::Section::Find(std::string_view key) const {
-  const auto keys = m_profile->m_keys.begin();
-  const auto last = keys + static_cast<std::ptrdiff_t>(m_end);
-  const auto found = m_profile->FindName(keys + static_cast<std::ptrdiff_t>(m_first), last, key);
-  if (found == last) {
+  const NamedLine* found = m_profile->FindLine(platform::Upper(key), m_first, m_end);
+  if (found == nullptr) {
     return std::nullopt;
   }
-  const std::string_view line = m_profile->LineAt(found->line);
+  const std::string_view line = m_profile->LineAt(found->offset);
   return DropQuotes(platform::Trim(line.substr(line.find('=') + 1)));
 }
 

@@ -1,34 +1,40 @@
 /// @file
 /// Initialisation files: sections of keys and values in text.
 ///
-/// Sections and keys match without regard to case. Blanks around names and values are trimmed, a pair of quotes
-/// around a value is dropped, lines that begin with `;` are skipped, and of equal sections and keys the first
-/// wins.
+///     [Section]
+///     Key=value
+///     Quoted="value"
+///     ; comment
+///
+/// Names match without regard to case. Blanks around names and values are dropped, and so is one pair of quotes around
+/// a value. Of equal sections, and of equal keys in a section, the first counts. Keys before the first section are
+/// skipped.
 #pragma once
 
-#include <deque>
+#include <compare>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/base_types.h"
 
-/// One file, read and indexed once. Cost is linear in the file, but for the sorting of names, and a lookup costs
-/// next to nothing; the index holds places in the text, not copies of it.
+/// One file, indexed when it is loaded. Time and memory are linear in its size, but for the sorting of numbers.
 class ProfileFile {
 public:
-  /// The keys of one section, as long as the profile lives.
+  /// The keys of one section. Valid until the profile is loaded again or destroyed.
   class Section {
   public:
-    /// The value of a key; none when it is missing. It lives as long as the profile.
+    /// Returns the value of a key, which is valid as long as the section.
     std::optional<std::string_view> Find(std::string_view key) const;
 
-    /// The value as an integer: an optional sign, then decimal digits, or hexadecimal ones behind 0x, up to the
-    /// first other character. 0 for a value without digits, `missing` when there is no such key. Larger numbers
-    /// wrap to 32 bits.
+    /// Returns the value as an integer: an optional sign, then decimal digits, or hexadecimal digits after 0x, up to
+    /// the first other character. A value without digits is 0. Larger numbers wrap to 32 bits. Returns `missing` if
+    /// there is no such key.
     LONG GetInt(std::string_view key, LONG missing) const;
 
-    /// The value as text, cut to `limit` - 1 bytes as a buffer of `limit` bytes would; empty when missing.
+    /// Returns at most `limit` - 1 bytes of the value: what fits a buffer of `limit` bytes with its final zero. Empty
+    /// if there is no such key.
     std::string GetString(std::string_view key, std::size_t limit) const;
 
   private:
@@ -37,40 +43,32 @@ public:
         : m_profile(profile), m_first(first), m_end(end) {}
 
     const ProfileFile* m_profile;
-    std::size_t m_first; ///< Of its keys.
-    std::size_t m_end;
+    std::size_t m_first; ///< Offset in the text from which its keys follow.
+    std::size_t m_end;   ///< Offset of the next heading, or size of the text.
   };
 
-  /// Most bytes of a file that is read.
+  /// Most bytes of a file.
   static constexpr UHYPER kMaxSize = 0x7FFFFFFF;
 
-  /// Reads a file. Sections of another file may not be used any more.
+  /// Reads a file.
   /// @return false, with the reason for GetLastError, if the file cannot be read; the profile is empty then.
   bool Load(const std::string& path);
 
-  /// A section by name; one without keys when it is missing.
+  /// Returns a section by name; one without keys if there is none.
   Section GetSection(std::string_view name) const;
 
 private:
-  /// A name by the hash of its upper case and by where its line begins in the text. Tables are sorted by hash,
-  /// then by name, then by place, so that the first of equal names is found first.
-  struct Place {
-    std::uint32_t hash;
-    std::uint32_t line;
-  };
-  struct Heading : Place {
-    std::uint32_t firstKey;
-    std::uint32_t endKey;
+  /// A line that has a name.
+  struct NamedLine {
+    std::uint32_t hash;   ///< Of the name.
+    std::uint32_t offset; ///< Of the line in the text.
+    auto operator<=>(const NamedLine&) const = default;
   };
 
-  void Index();
-  void Sort();
-  std::string_view LineAt(std::size_t start) const noexcept;
-  std::string UpperNameAt(const Place& place) const;
-  bool IsBefore(const Place& left, const Place& right) const;
-  template <class Iterator> Iterator FindName(Iterator first, Iterator last, std::string_view name) const;
+  std::string_view LineAt(std::size_t offset) const noexcept;
+  const NamedLine* FindLine(const std::string& name, std::size_t first, std::size_t end) const;
 
   std::string m_text;
-  std::deque<Heading> m_sections;
-  std::deque<Place> m_keys; ///< Section by section.
+  std::vector<NamedLine> m_lines;        ///< Sorted: lines of one name are neighbours, in the order of the text.
+  std::vector<std::uint32_t> m_headings; ///< Offsets of the lines that begin sections, in the order of the text.
 };

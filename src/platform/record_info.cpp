@@ -13,18 +13,18 @@
 
 namespace {
 
-/// References and the two interfaces of an object that offers `I` alone.
-template <class I> class Counted : public I {
+/// Counts the references of an object that has IUnknown and one other interface.
+template <class Interface, const IID& kIid> class Counted : public Interface {
 public:
   HRESULT QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr) {
       return E_POINTER;
     }
     *object = nullptr;
-    if (iid != IID_IUnknown && iid != OwnIid()) {
+    if (iid != IID_IUnknown && iid != kIid) {
       return E_NOINTERFACE;
     }
-    *object = static_cast<I*>(this);
+    *object = static_cast<Interface*>(this);
     AddRef();
     return S_OK;
   }
@@ -39,13 +39,12 @@ public:
 
 protected:
   virtual ~Counted() = default;
-  virtual REFIID OwnIid() const noexcept = 0;
 
 private:
   std::atomic<ULONG> m_references{1};
 };
 
-/// A field of a packed record may stand at any address, so it is moved as bytes.
+/// Reads a field as bytes, as it may have any address in a packed record.
 template <class T> T Load(const void* record, std::size_t offset) noexcept {
   T value{};
   std::memcpy(&value, static_cast<const BYTE*>(record) + offset, sizeof(T));
@@ -56,23 +55,27 @@ template <class T> void Store(void* record, std::size_t offset, T value) noexcep
   std::memcpy(static_cast<BYTE*>(record) + offset, &value, sizeof(T));
 }
 
-void ClearField(const RecordField& field, void* record) noexcept {
-  switch (field.kind) {
-  case RecordFieldKind::String:
+/// Frees what a field owns and leaves its bytes as they are.
+void FreeField(const RecordField& field, const void* record) noexcept {
+  if (field.kind == RecordFieldKind::String) {
     SysFreeString(Load<BSTR>(record, field.offset));
-    Store<BSTR>(record, field.offset, nullptr);
-    break;
-  case RecordFieldKind::Variant: {
+  } else if (field.kind == RecordFieldKind::Table) {
+    CoTaskMemFree(Load<ULONG*>(record, field.offset));
+  } else {
     auto value = Load<VARIANT>(record, field.offset);
     VariantClear(&value);
-    Store(record, field.offset, VARIANT{});
-    break;
   }
-  case RecordFieldKind::Table:
-    CoTaskMemFree(Load<ULONG*>(record, field.offset));
+}
+
+/// Makes a field empty and frees nothing.
+void ResetField(const RecordField& field, void* record) noexcept {
+  if (field.kind == RecordFieldKind::String) {
+    Store<BSTR>(record, field.offset, nullptr);
+  } else if (field.kind == RecordFieldKind::Table) {
     Store<ULONG*>(record, field.offset, nullptr);
     Store<BYTE>(record, field.countOffset, 0);
-    break;
+  } else {
+    Store(record, field.offset, VARIANT{});
   }
 }
 
@@ -99,48 +102,26 @@ HRESULT CopyTable(const RecordField& field, const void* source, void* target) no
   if (table == nullptr) {
     return S_OK;
   }
-  const std::size_t count = Load<BYTE>(source, field.countOffset);
+  const BYTE count = Load<BYTE>(source, field.countOffset);
   auto* copy = AllocateCleared<ULONG>(count);
   if (copy == nullptr) {
     return E_OUTOFMEMORY;
   }
   std::memcpy(copy, table, count * sizeof(ULONG));
   Store(target, field.offset, copy);
-  Store(target, field.countOffset, static_cast<BYTE>(count));
+  Store(target, field.countOffset, count);
   return S_OK;
 }
 
+/// Copies what a field owns to the empty field of another record.
 HRESULT CopyField(const RecordField& field, const void* source, void* target) noexcept {
-  switch (field.kind) {
-  case RecordFieldKind::String:
-    return CopyString(field, source, target);
-  case RecordFieldKind::Variant:
-    return CopyVariant(field, source, target);
-  case RecordFieldKind::Table:
-    return CopyTable(field, source, target);
-  }
-  return E_UNEXPECTED;
+  return field.kind == RecordFieldKind::String  ? CopyString(field, source, target)
+         : field.kind == RecordFieldKind::Table ? CopyTable(field, source, target)
+                                                : CopyVariant(field, source, target);
 }
 
-/// Takes the owning fields of a byte-wise copy away from their owner.
-void ForgetField(const RecordField& field, void* record) noexcept {
-  switch (field.kind) {
-  case RecordFieldKind::String:
-    Store<BSTR>(record, field.offset, nullptr);
-    break;
-  case RecordFieldKind::Variant:
-    Store(record, field.offset, VARIANT{});
-    break;
-  case RecordFieldKind::Table:
-    Store<ULONG*>(record, field.offset, nullptr);
-    Store<BYTE>(record, field.countOffset, 0);
-    break;
-  }
-}
-
-/// Arrays in records hold this, and records outlive the library that filled them. So it has a copy of all that it
-/// needs of the description.
-class RecordInfo final : public Counted<IRecordInfo> {
+/// Holds a copy of a description: arrays refer to it and may outlive the library that describes their records.
+class RecordInfo final : public Counted<IRecordInfo, IID_IRecordInfo> {
 public:
   /// Throws std::bad_alloc.
   explicit RecordInfo(const RecordDescription& description)
@@ -160,7 +141,8 @@ public:
       return E_INVALIDARG;
     }
     for (const RecordField& field : m_fields) {
-      ClearField(field, record);
+      FreeField(field, record);
+      ResetField(field, record);
     }
     return S_OK;
   }
@@ -175,7 +157,7 @@ public:
     RecordClear(target);
     std::memcpy(target, source, m_size);
     for (const RecordField& field : m_fields) {
-      ForgetField(field, target);
+      ResetField(field, target);
     }
     for (const RecordField& field : m_fields) {
       const HRESULT result = CopyField(field, source, target);
@@ -212,9 +194,6 @@ public:
     return S_OK;
   }
 
-protected:
-  REFIID OwnIid() const noexcept override { return IID_IRecordInfo; }
-
 private:
   const GUID m_guid;
   const std::u16string m_name;
@@ -222,19 +201,16 @@ private:
   const std::vector<RecordField> m_fields;
 };
 
-class TypeInfo final : public Counted<ITypeInfo> {
+class TypeInfo final : public Counted<ITypeInfo, IID_ITypeInfo> {
 public:
   explicit TypeInfo(const RecordDescription& description) noexcept : m_description(description) {}
   const RecordDescription* Description() override { return &m_description; }
-
-protected:
-  REFIID OwnIid() const noexcept override { return IID_ITypeInfo; }
 
 private:
   const RecordDescription& m_description;
 };
 
-class TypeLib final : public Counted<ITypeLib> {
+class TypeLib final : public Counted<ITypeLib, IID_ITypeLib> {
 public:
   explicit TypeLib(const TypeLibraryDescription& description) noexcept : m_description(description) {}
 
@@ -252,35 +228,33 @@ public:
     return TYPE_E_ELEMENTNOTFOUND;
   }
 
-protected:
-  REFIID OwnIid() const noexcept override { return IID_ITypeLib; }
-
 private:
-  const TypeLibraryDescription& m_description;
+  const TypeLibraryDescription m_description;
 };
 
-/// The libraries of the process.
-platform::ProcessList<TypeLibraryDescription>& Libraries() noexcept {
-  static platform::ProcessList<TypeLibraryDescription> list;
-  return list;
-}
+constinit platform::ProcessList<TypeLibraryDescription> g_libraries;
 
 } // namespace
 
-void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept { Libraries().Add(library); }
-void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept { Libraries().Remove(library); }
+void RegisterTypeLibrary(TypeLibraryDescription* library) noexcept { g_libraries.Add(library); }
+void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept { g_libraries.Remove(library); }
 
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD /*language*/, ITypeLib** library) noexcept {
   if (library == nullptr) {
     return E_INVALIDARG;
   }
   *library = nullptr;
-  const bool known = Libraries().With(
+  TypeLibraryDescription found{};
+  const bool known = g_libraries.Find(
       [&](const TypeLibraryDescription& entry) {
         return entry.guid == guid && entry.major == major && entry.minor >= minor;
       },
-      [&](const TypeLibraryDescription& entry) { *library = new (std::nothrow) TypeLib(entry); });
-  return *library != nullptr ? S_OK : known ? E_OUTOFMEMORY : TYPE_E_LIBNOTREGISTERED;
+      &found);
+  if (!known) {
+    return TYPE_E_LIBNOTREGISTERED;
+  }
+  *library = new (std::nothrow) TypeLib(found);
+  return *library == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 
 HRESULT GetRecordInfoFromTypeInfo(ITypeInfo* type, IRecordInfo** record) noexcept {

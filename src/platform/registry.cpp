@@ -13,11 +13,10 @@ namespace {
 constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kMaxDepth = 512;
 
-/// Takes the first name off a path.
-std::string_view TakeName(std::string_view* path) noexcept {
-  const std::size_t end = path->find('\\');
-  const std::string_view name = path->substr(0, end);
-  *path = end == std::string_view::npos ? std::string_view() : path->substr(end + 1);
+/// Removes the first name from a path and returns it.
+std::string_view RemoveName(std::string_view* path) noexcept {
+  const std::string_view name = path->substr(0, path->find('\\'));
+  path->remove_prefix(std::min(name.size() + 1, path->size()));
   return name;
 }
 
@@ -27,73 +26,43 @@ bool IsKeyName(std::string_view name) noexcept {
 }
 
 bool IsKeyPath(std::string_view path) noexcept {
-  if (!path.empty() && path.back() == '\\') {
+  if (path.ends_with('\\')) {
     return false;
   }
   std::size_t depth = 0;
   while (!path.empty()) {
-    if (!IsKeyName(TakeName(&path)) || ++depth > kMaxDepth) {
+    if (!IsKeyName(RemoveName(&path)) || ++depth > kMaxDepth) {
       return false;
     }
   }
   return true;
 }
 
-/// A key that a caller has open: a part of a registry that lives as long as any key of it is open.
+/// What an HKEY points to: a copy of the registry and a key in it.
 struct OpenKey {
-  std::shared_ptr<const RegistryKey> registry;
-  const RegistryKey* key = nullptr;
+  RegistryKey registry;
+  RegistryKey* key = nullptr;
 };
 
-OpenKey* Opened(HKEY key) noexcept {
-  return reinterpret_cast<OpenKey*>(key); // NOLINT(performance-no-int-to-ptr): it was made of a pointer.
+OpenKey* OpenKeyOf(HKEY key) noexcept {
+  return reinterpret_cast<OpenKey*>(key); // NOLINT(performance-no-int-to-ptr): the number is a pointer.
 }
 
-const char* RootName(HKEY key) noexcept {
-  return key == HKEY_CLASSES_ROOT ? kClassesRootName : key == HKEY_CURRENT_USER ? kCurrentUserName : nullptr;
-}
-
-/// Finds what a handle and a path name.
-DWORD FindKey(HKEY key, std::string_view path, OpenKey* found) {
-  if (const char* root = RootName(key); root != nullptr) {
-    const auto registry = std::make_shared<RegistryKey>();
-    const DWORD error = ReadRegistry(registry.get());
-    if (error != 0) {
-      return error;
-    }
-    *found = {registry, registry->Find(root)};
-  } else if (key == HKEY{}) {
-    return ERROR_INVALID_HANDLE;
-  } else {
-    *found = *Opened(key);
+DWORD OpenPath(const std::string& path, OpenKey* open) {
+  const DWORD error = ReadRegistry(&open->registry);
+  if (error != ERROR_SUCCESS) {
+    return error;
   }
-  found->key = found->key == nullptr ? nullptr : found->key->Find(path);
-  return found->key == nullptr ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+  open->key = open->registry.Find(path);
+  return open->key == nullptr ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
 }
 
-template <class Work> DWORD WithoutExceptions(Work work) noexcept {
-  try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return ERROR_NOT_ENOUGH_MEMORY;
-  } catch (...) {
-    return ERROR_GEN_FAILURE;
-  }
-}
-
-/// Hands out the data of a value.
-DWORD Deliver(const RegistryValue& value, BYTE* data, DWORD* size) noexcept {
-  const bool text = value.type == REG_SZ;
-  const void* bytes = text ? static_cast<const void*>(value.text.c_str()) : &value.number;
-  const auto length = static_cast<DWORD>(text ? value.text.size() + 1 : sizeof(value.number));
-  if (size == nullptr) {
-    return data == nullptr ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
-  }
+DWORD CopyData(const RegistryValue& value, BYTE* data, DWORD* size) noexcept {
+  const bool isText = value.type == REG_SZ;
+  const void* bytes = isText ? static_cast<const void*>(value.text.c_str()) : &value.number;
+  const auto length = static_cast<DWORD>(isText ? value.text.size() + 1 : sizeof(value.number));
   const bool fits = *size >= length;
   *size = length;
-  if (data == nullptr) {
-    return ERROR_SUCCESS;
-  }
   if (!fits) {
     return ERROR_MORE_DATA;
   }
@@ -103,16 +72,13 @@ DWORD Deliver(const RegistryValue& value, BYTE* data, DWORD* size) noexcept {
 
 } // namespace
 
-RegistryKey* RegistryKey::Find(std::string_view path) const {
-  const RegistryKey* key = this;
-  while (!path.empty()) {
-    const auto child = key->keys.find(platform::Upper(TakeName(&path)));
-    if (child == key->keys.end()) {
-      return nullptr;
-    }
-    key = child->second.get();
+RegistryKey* RegistryKey::Find(std::string_view path) {
+  RegistryKey* key = this;
+  while (key != nullptr && !path.empty()) {
+    const auto child = key->keys.find(platform::Upper(RemoveName(&path)));
+    key = child == key->keys.end() ? nullptr : child->second.get();
   }
-  return const_cast<RegistryKey*>(key);
+  return key;
 }
 
 RegistryKey* RegistryKey::Create(std::string_view path) {
@@ -121,13 +87,13 @@ RegistryKey* RegistryKey::Create(std::string_view path) {
   }
   RegistryKey* key = this;
   while (!path.empty()) {
-    const std::string_view child = TakeName(&path);
-    std::unique_ptr<RegistryKey>& place = key->keys[platform::Upper(child)];
-    if (!place) {
-      place = std::make_unique<RegistryKey>();
-      place->name = child;
+    const std::string_view childName = RemoveName(&path);
+    std::unique_ptr<RegistryKey>& child = key->keys[platform::Upper(childName)];
+    if (!child) {
+      child = std::make_unique<RegistryKey>();
+      child->name = childName;
     }
-    key = place.get();
+    key = child.get();
   }
   return key;
 }
@@ -155,41 +121,37 @@ void RegistryKey::SetNumber(std::string_view valueName, DWORD number) {
 
 void RegistryKey::RemoveValue(std::string_view valueName) { values.erase(platform::Upper(valueName)); }
 
-DWORD RegOpenKeyExA(HKEY key, const char* subKey, DWORD /*options*/, DWORD /*access*/, HKEY* opened) noexcept {
-  if (opened == nullptr) {
-    return ERROR_INVALID_PARAMETER;
+DWORD RegOpenKeyExA(HKEY root, const char* subKey, DWORD /*options*/, DWORD /*access*/, HKEY* opened) noexcept {
+  if (root != HKEY_CLASSES_ROOT && root != HKEY_CURRENT_USER) {
+    return ERROR_INVALID_HANDLE;
   }
-  return WithoutExceptions([&] {
-    auto found = std::make_unique<OpenKey>();
-    const DWORD error = FindKey(key, subKey == nullptr ? "" : subKey, found.get());
+  const char* rootName = root == HKEY_CLASSES_ROOT ? kClassesRootName : kCurrentUserName;
+  try {
+    auto open = std::make_unique<OpenKey>();
+    const DWORD error = OpenPath(rootName + ('\\' + std::string(subKey)), open.get());
     if (error == ERROR_SUCCESS) {
-      *opened = HKEY{reinterpret_cast<std::uintptr_t>(found.release())};
+      *opened = HKEY{reinterpret_cast<std::uintptr_t>(open.release())};
     }
     return error;
-  });
+  } catch (const std::bad_alloc&) {
+    return ERROR_NOT_ENOUGH_MEMORY;
+  }
 }
 
 DWORD RegQueryValueExA(HKEY key, const char* name, DWORD* /*reserved*/, DWORD* type, BYTE* data, DWORD* size) noexcept {
-  return WithoutExceptions([&]() -> DWORD {
-    OpenKey found;
-    const DWORD error = FindKey(key, "", &found);
-    if (error != ERROR_SUCCESS) {
-      return error;
-    }
-    const RegistryValue* value = found.key->FindValue(name == nullptr ? "" : name);
+  try {
+    const RegistryValue* value = OpenKeyOf(key)->key->FindValue(name);
     if (value == nullptr) {
       return ERROR_FILE_NOT_FOUND;
     }
-    if (type != nullptr) {
-      *type = value->type;
-    }
-    return Deliver(*value, data, size);
-  });
+    *type = value->type;
+    return CopyData(*value, data, size);
+  } catch (const std::bad_alloc&) {
+    return ERROR_NOT_ENOUGH_MEMORY;
+  }
 }
 
 DWORD RegCloseKey(HKEY key) noexcept {
-  if (RootName(key) == nullptr) {
-    delete Opened(key);
-  }
+  delete OpenKeyOf(key);
   return ERROR_SUCCESS;
 }

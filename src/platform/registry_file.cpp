@@ -16,8 +16,8 @@ namespace {
 using platform::Files;
 using platform::Uninterrupted;
 
-constexpr off_t kMaxSize = off_t{1} << 20; // No registry comes near it. Two bytes of it can make a key.
-constexpr mode_t kPrivateFile = 0600;      // Who may write here decides which code is loaded.
+constexpr off_t kMaxSize = off_t{1} << 20; // Bounds memory: two bytes of the file can make a key.
+constexpr mode_t kPrivateFile = 0600;      // The file says which code is loaded.
 constexpr mode_t kPrivateFolder = 0700;
 
 DWORD SystemError() noexcept {
@@ -36,7 +36,7 @@ std::string FolderOf(const std::string& path) {
   return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// The text of a file; empty when there is none.
+/// Reads a file. A missing file is an empty text.
 DWORD ReadText(const std::string& path, std::string* text) {
   text->clear();
   const UniqueHandle file(Open(path, O_RDONLY | O_NONBLOCK));
@@ -53,7 +53,7 @@ DWORD ReadText(const std::string& path, std::string* text) {
   return ReadToEnd(file.Get(), kMaxSize, text) ? ERROR_SUCCESS : GetLastError();
 }
 
-/// Writes a file and waits until it is on the medium.
+/// Writes a file and waits until it is on the disk.
 DWORD WriteText(const std::string& path, const std::string& text) {
   const UniqueHandle file(Open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW));
   if (!file) {
@@ -66,27 +66,27 @@ DWORD WriteText(const std::string& path, const std::string& text) {
   return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError() : ERROR_SUCCESS;
 }
 
-/// Puts the text in the place of a file. Whatever fails or stops in between, the old file or the new one stands.
+/// Replaces a file by a text. Whatever fails on the way, the file is the old one or the new one.
 DWORD ReplaceText(const std::string& path, const std::string& text) {
   if (text.size() > static_cast<std::size_t>(kMaxSize)) {
     return ERROR_FILE_TOO_LARGE;
   }
-  const std::string fresh = path + ".new";
-  DWORD error = WriteText(fresh, text);
-  if (error == ERROR_SUCCESS && Uninterrupted([&] { return Files().Rename(fresh.c_str(), path.c_str()); }) == -1) {
+  const std::string newPath = path + ".new";
+  DWORD error = WriteText(newPath, text);
+  if (error == ERROR_SUCCESS && Uninterrupted([&] { return Files().Rename(newPath.c_str(), path.c_str()); }) == -1) {
     error = SystemError();
   }
   if (error != ERROR_SUCCESS) {
-    Files().Unlink(fresh.c_str());
+    Files().Unlink(newPath.c_str());
     return error;
   }
   const UniqueHandle folder(Open(FolderOf(path), O_RDONLY | O_DIRECTORY));
-  const bool kept = folder && Uninterrupted([&] { return Files().Sync(Descriptor(folder)); }) != -1;
-  return kept || errno == EINVAL ? ERROR_SUCCESS : SystemError(); // Some file systems offer no such wait.
+  const bool synced = folder && Uninterrupted([&] { return Files().Sync(Descriptor(folder)); }) != -1;
+  return synced || errno == EINVAL ? ERROR_SUCCESS : SystemError(); // EINVAL: the file system cannot sync folders.
 }
 
-/// Makes the folder of a file, and those above it.
-DWORD MakeFolders(const std::string& path) {
+/// Creates the folder of a file and those above it.
+DWORD CreateFolders(const std::string& path) {
   for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
     const std::string folder = path.substr(0, slash);
     if (Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
@@ -96,8 +96,7 @@ DWORD MakeFolders(const std::string& path) {
   return ERROR_SUCCESS;
 }
 
-/// Keeps other processes and threads from changing the registry. It is given back when the process ends, however
-/// that comes about.
+/// Keeps other processes and threads from changing the registry. The system unlocks it when the process ends.
 class RegistryLock {
 public:
   RegistryLock() = default;
@@ -105,24 +104,22 @@ public:
   RegistryLock& operator=(const RegistryLock&) = delete;
   ~RegistryLock() {
     if (m_file) {
-      Files().Lock(Descriptor(m_file),
-                   LOCK_UN); // Closing alone would not do while a process that was forked has the file.
+      // A forked process may have the file as well. Then closing it would not unlock it.
+      Files().Lock(Descriptor(m_file), LOCK_UN);
     }
   }
 
   DWORD Acquire(const std::string& path) noexcept {
     m_file.Reset(Open(path, O_RDWR | O_CREAT));
-    if (!m_file || Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) == -1) {
-      return SystemError();
-    }
-    return ERROR_SUCCESS;
+    const bool locked = m_file && Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) != -1;
+    return locked ? ERROR_SUCCESS : SystemError();
   }
 
 private:
   UniqueHandle m_file;
 };
 
-/// A missing file is an empty registry.
+/// Reads a registry, which has both roots even if the file is missing.
 DWORD Load(const std::string& path, RegistryKey* registry) {
   std::string text;
   const DWORD error = path.empty() ? ERROR_SUCCESS : ReadText(path, &text);
@@ -134,8 +131,8 @@ DWORD Load(const std::string& path, RegistryKey* registry) {
   return platform::ParseRegistry(text, registry) ? ERROR_SUCCESS : ERROR_BADDB;
 }
 
-/// Does the work of a change, with the lock in hand.
-DWORD Change(const std::string& path, const std::function<DWORD(RegistryKey* registry)>& change) {
+/// Changes the registry, which the caller has locked.
+DWORD ChangeLocked(const std::string& path, const std::function<DWORD(RegistryKey* registry)>& change) {
   RegistryKey registry;
   DWORD error = Load(path, &registry);
   if (error != ERROR_SUCCESS) {
@@ -153,7 +150,7 @@ DWORD Change(const std::string& path, const std::function<DWORD(RegistryKey* reg
 } // namespace
 
 std::string RegistryPath() {
-  // The environment of a program with raised rights is not the user's to choose what code it loads.
+  // secure_getenv: the user of a program with raised rights must not choose the code that it loads.
   if (const char* path = ::secure_getenv("IMAGEFILE_REGISTRY"); path != nullptr && *path != '\0') {
     return path;
   }
@@ -172,10 +169,10 @@ DWORD ChangeRegistry(const std::function<DWORD(RegistryKey* registry)>& change) 
   if (path.empty()) {
     return ERROR_PATH_NOT_FOUND;
   }
-  DWORD error = MakeFolders(path);
+  DWORD error = CreateFolders(path);
   RegistryLock lock;
   if (error == ERROR_SUCCESS) {
     error = lock.Acquire(path + ".lock");
   }
-  return error == ERROR_SUCCESS ? Change(path, change) : error;
+  return error == ERROR_SUCCESS ? ChangeLocked(path, change) : error;
 }

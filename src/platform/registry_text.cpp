@@ -1,100 +1,73 @@
 #include "platform/registry_text.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdio>
+
+#include "platform/digits.h"
 
 namespace {
 
 constexpr std::string_view kHeading = "ImageFile Registry 1";
 constexpr std::string_view kNumberMark = "dword:";
+constexpr std::size_t kNumberDigits = 8;
 
-/// The texts of one line, read from the left.
-class LineReader {
-public:
-  explicit LineReader(std::string_view line) noexcept : m_rest(line) {}
+// Characters that a text has in escaped form: a backslash and the letter at the same index.
+constexpr std::string_view kEscaped = "\n\r\\\"";
+constexpr std::string_view kEscapeLetters = "nr\\\"";
 
-  bool AtEnd() const noexcept { return m_rest.empty(); }
+/// Removes a prefix from a line. Returns false if the line has another start.
+bool RemovePrefix(std::string_view prefix, std::string_view* line) noexcept {
+  const bool found = line->starts_with(prefix);
+  line->remove_prefix(found ? prefix.size() : 0);
+  return found;
+}
 
-  bool Take(std::string_view expected) noexcept {
-    if (m_rest.substr(0, expected.size()) != expected) {
-      return false;
-    }
-    m_rest.remove_prefix(expected.size());
-    return true;
+/// Removes a text in quotes from the start of a line and appends it, unescaped, to `text`.
+bool ParseText(std::string_view* line, std::string* text) {
+  if (!RemovePrefix("\"", line)) {
+    return false;
   }
-
-  /// A text in quotes.
-  bool TakeText(std::string* text) {
-    if (!Take("\"")) {
-      return false;
+  while (!line->empty()) {
+    char c = line->front();
+    line->remove_prefix(1);
+    if (c == '"') {
+      return true;
     }
-    while (!m_rest.empty() && m_rest.front() != '"') {
-      const char c = m_rest.front();
-      m_rest.remove_prefix(1);
-      if (c != '\\') {
-        text->push_back(c);
-      } else if (!TakeEscaped(text)) {
+    if (c == '\\') {
+      const std::size_t index = line->empty() ? std::string_view::npos : kEscapeLetters.find(line->front());
+      if (index == std::string_view::npos) {
         return false;
       }
+      c = kEscaped[index];
+      line->remove_prefix(1);
     }
-    return Take("\"");
+    text->push_back(c);
   }
+  return false;
+}
 
-  /// Eight hexadecimal digits.
-  bool TakeNumber(DWORD* number) noexcept {
-    const char* end = m_rest.data() + m_rest.size();
-    const auto [stop, error] = std::from_chars(m_rest.data(), end, *number, 16);
-    const bool whole = error == std::errc() && stop == end && m_rest.size() == 8;
-    m_rest = {};
-    return whole;
-  }
-
-private:
-  bool TakeEscaped(std::string* text) {
-    if (m_rest.empty()) {
-      return false;
-    }
-    const char c = m_rest.front();
-    m_rest.remove_prefix(1);
-    if (c != '\\' && c != '"' && c != 'n' && c != 'r') {
-      return false;
-    }
-    text->push_back(c == 'n' ? '\n' : c == 'r' ? '\r' : c);
-    return true;
-  }
-
-  std::string_view m_rest;
-};
-
-/// Reads `"Name"=value` or `@=value` into a key.
+/// Parses `"Name"=value` or `@=value` into a key.
 bool ParseValue(std::string_view line, RegistryKey* key) {
-  LineReader reader(line);
   std::string name;
-  if (!reader.Take("@") && !reader.TakeText(&name)) {
+  if (!(RemovePrefix("@", &line) || ParseText(&line, &name)) || !RemovePrefix("=", &line)) {
     return false;
   }
-  if (!reader.Take("=")) {
-    return false;
-  }
-  if (reader.Take(kNumberMark)) {
-    DWORD number = 0;
-    if (!reader.TakeNumber(&number)) {
-      return false;
-    }
-    key->SetNumber(name, number);
-    return true;
+  if (RemovePrefix(kNumberMark, &line)) {
+    const bool complete = line.size() == kNumberDigits;
+    key->SetNumber(name, static_cast<DWORD>(platform::ParseDigits(&line, 16).value));
+    return complete && line.empty();
   }
   std::string text;
-  if (!reader.TakeText(&text) || !reader.AtEnd()) {
+  if (!ParseText(&line, &text) || !line.empty()) {
     return false;
   }
   key->SetText(name, text);
   return true;
 }
 
-/// The key that a line in brackets names, made where it is missing. Null unless it stands below one of the roots.
+/// Finds or creates the key that a line in brackets names. Null unless it is a root or below one.
 RegistryKey* ParseKey(std::string_view line, RegistryKey* registry) {
-  if (line.back() != ']') {
+  if (!line.ends_with(']')) {
     return nullptr;
   }
   const std::string_view path = line.substr(1, line.size() - 2);
@@ -102,33 +75,22 @@ RegistryKey* ParseKey(std::string_view line, RegistryKey* registry) {
   return root == kClassesRootName || root == kCurrentUserName ? registry->Create(path) : nullptr;
 }
 
-std::string_view TakeLine(std::string_view* text) noexcept {
-  const std::size_t end = text->find('\n');
-  std::string_view line = text->substr(0, end);
-  *text = end == std::string_view::npos ? std::string_view() : text->substr(end + 1);
-  if (!line.empty() && line.back() == '\r') {
-    line.remove_suffix(1);
-  }
+/// Removes the first line from a text and returns it without its line end.
+std::string_view RemoveLine(std::string_view* text) noexcept {
+  std::string_view line = text->substr(0, text->find('\n'));
+  text->remove_prefix(std::min(line.size() + 1, text->size()));
+  line.remove_suffix(line.ends_with('\r') ? 1 : 0);
   return line;
 }
 
 void AppendText(std::string_view text, std::string* out) {
   out->push_back('"');
   for (const char c : text) {
-    switch (c) {
-    case '\n':
-      *out += "\\n";
-      break;
-    case '\r':
-      *out += "\\r";
-      break;
-    case '\\':
-    case '"':
+    const std::size_t index = kEscaped.find(c);
+    if (index != std::string_view::npos) {
       out->push_back('\\');
-      [[fallthrough]];
-    default:
-      out->push_back(c);
     }
+    out->push_back(index != std::string_view::npos ? kEscapeLetters[index] : c);
   }
   out->push_back('"');
 }
@@ -143,7 +105,7 @@ void AppendValue(const RegistryValue& value, std::string* out) {
   if (value.type == REG_SZ) {
     AppendText(value.text, out);
   } else {
-    char digits[9];
+    char digits[kNumberDigits + 1];
     static_cast<void>(std::snprintf(digits, sizeof(digits), "%08x", value.number));
     *out += kNumberMark;
     *out += digits;
@@ -165,23 +127,20 @@ void AppendKey(const RegistryKey& key, const std::string& path, std::string* out
 
 bool platform::ParseRegistry(std::string_view text, RegistryKey* registry) {
   if (text.empty()) {
-    return true; // A file that was made and never filled.
+    return true; // A file that was created, but not written.
   }
-  if (TakeLine(&text) != kHeading || text.find('\0') != std::string_view::npos) {
+  if (RemoveLine(&text) != kHeading || text.find('\0') != std::string_view::npos) {
     return false;
   }
   RegistryKey* key = nullptr;
   while (!text.empty()) {
-    const std::string_view line = TakeLine(&text);
-    if (line.empty() || line.front() == ';') {
-      continue;
-    }
-    if (line.front() == '[') {
+    const std::string_view line = RemoveLine(&text);
+    if (line.starts_with('[')) {
       key = ParseKey(line, registry);
-    } else if (key != nullptr && !ParseValue(line, key)) {
-      return false;
-    }
-    if (key == nullptr) {
+      if (key == nullptr) {
+        return false;
+      }
+    } else if (!line.empty() && !line.starts_with(';') && (key == nullptr || !ParseValue(line, key))) {
       return false;
     }
   }

@@ -1,5 +1,5 @@
 /// @file
-/// The registry as text.
+/// The text of the registry's file.
 #pragma once
 
 #include "platform/registry.h"
@@ -9,10 +9,10 @@ inline constexpr const char* kCurrentUserName = "HKEY_CURRENT_USER";
 
 namespace platform {
 
-/// Adds what a text describes to an empty registry. False when the text breaks a rule.
+/// Parses a text into an empty registry. Returns false if the text breaks a rule.
 bool ParseRegistry(std::string_view text, RegistryKey* registry);
 
-/// The text of a registry, in the order of names.
+/// Returns the text of a registry, in the order of names.
 std::string FormatRegistry(const RegistryKey& registry);
 
 } // namespace platform

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The block behind a SAFEARRAY pointer: the description of its elements stands with the public head.
+/// The block that a SAFEARRAY pointer points to: the public head and the description of the elements.
 struct ArrayBlock {
   SAFEARRAY head;
   IRecordInfo* record;
@@ -18,9 +18,9 @@ void* ElementAt(const SAFEARRAY* array, std::size_t index) noexcept {
   return static_cast<BYTE*>(array->pvData) + index * array->cbElements;
 }
 
-/// Frees what the elements from `first` up to `last` own.
-void ClearElements(SAFEARRAY* array, std::size_t first, std::size_t last) noexcept {
-  for (std::size_t i = first; i < last; ++i) {
+/// Frees what the elements from `first` up to `end` own.
+void ClearElements(SAFEARRAY* array, std::size_t first, std::size_t end) noexcept {
+  for (std::size_t i = first; i < end; ++i) {
     BlockOf(array)->record->RecordClear(ElementAt(array, i));
   }
 }

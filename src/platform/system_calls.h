@@ -1,5 +1,5 @@
 /// @file
-/// System calls through the environment, and what their failures become.
+/// System calls through the environment.
 #pragma once
 
 #include <cerrno>
@@ -9,10 +9,10 @@
 
 namespace platform {
 
-/// The file operations in use.
+/// Returns the file operations in use.
 inline FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
-/// Stores the system error of `errno` as this thread's last error.
+/// Sets this thread's last error to that of `errno`.
 void KeepSystemError() noexcept;
 
 /// Repeats a system call while signals interrupt it.

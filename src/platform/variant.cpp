@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Whether a value of this type is its bits and owns nothing.
+/// Returns whether a value of a type owns nothing.
 bool IsPlain(VARTYPE type) noexcept {
   return (type & VT_BYREF) != 0 || type <= VT_DATE || type == VT_ERROR || type == VT_BOOL ||
          (type >= VT_I1 && type <= VT_UINT);

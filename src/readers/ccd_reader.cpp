@@ -29,7 +29,7 @@ constexpr LONG kPointLeadOut = 0xA2;
 constexpr LONG kLastTrackPoint = 99;
 constexpr std::size_t kTextLimit = 254;
 
-// All that the lead-in of a disc can hold: eight blocks of at most 256 packs.
+// The lead-in of a disc holds at most eight blocks of 256 packs.
 constexpr LONG kMaxPacks = 8 * 256;
 constexpr LONG kMaxTextLength = kMaxPacks * LONG{kPackSize};
 constexpr std::size_t kPackBytesInText = 16;
@@ -137,14 +137,14 @@ public:
   }
 
 private:
-  /// The sheet of an entry's session; null if there is no such session.
+  /// Returns the sheet of an entry's session; null if there is no such session.
   ZSCUESHEET* SheetOf(const Entry& entry) const noexcept {
     return entry.session < 1 || entry.session > LONG{m_info->nSessions} ? nullptr
                                                                         : m_info->pZSCueSheet[entry.session - 1];
   }
 
-  /// Allocates the track tables of all sessions in full size: a table that grows track by track would be copied as
-  /// often. False if out of memory.
+  /// Allocates the track tables of all sessions in full size: a table that grows would be copied for each track.
+  /// Returns false if out of memory.
   bool AllocateTables(const std::vector<Entry>& entries) noexcept {
     std::array<UINT, kMaxSessions + 1> counts{};
     for (const Entry& entry : entries) {
@@ -160,7 +160,7 @@ private:
     return true;
   }
 
-  /// The lead-out of a session precedes its tracks and separates them from those of the session before.
+  /// Stores the lead-out of a session. It precedes the tracks and separates them from those of the previous session.
   HRESULT ApplyLeadOut(const Entry& entry) noexcept {
     if (entry.session == 0 || entry.session > LONG{kMaxSessions}) {
       return ZSE_BADIMAGE;
@@ -200,7 +200,7 @@ private:
   ZSTRACK* m_trackBefore = nullptr;
 };
 
-/// Parses the number in a cell of three characters: blanks, then digits, cut to a byte; 0 without digits.
+/// Returns the lowest byte of a number that starts in the three characters at a position; 0 if there is none.
 BYTE ParseHexByte(const std::string& text, std::size_t position) noexcept {
   const std::size_t cellEnd = position + 3;
   while (position < text.size() && position < cellEnd && text[position] == ' ') {
@@ -236,7 +236,7 @@ std::vector<BYTE> ParsePacks(const ProfileFile& profile) {
   return packs;
 }
 
-/// Decodes the packs into the first session. A failure costs the texts alone: the image is complete without them.
+/// Decodes the packs into the first session. After a failure only the texts are missing.
 void DecodeText(const ProfileFile& profile, zsimagefileinfo* info) noexcept {
   if (info->nSessions == 0) {
     return;

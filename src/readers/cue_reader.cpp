@@ -30,8 +30,8 @@ void MarkCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefil
   }
 }
 
-/// Looks at all tracks, and into the data file for the first that is not audio.
-DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
+/// Inspects all tracks, and the data file at the first track that is not audio.
+DiscMarks InspectTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
   DiscMarks marks;
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
@@ -43,7 +43,7 @@ DiscMarks LookAtTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilein
       info->ZSBlockSize = track.ImageBlockSize;
       SetSubCount(info, track);
       UserData sector;
-      ReadSectorSixteen(dataFile, *info, &sector); // The start of a sector that is cut off counts as well.
+      ReadSectorSixteen(dataFile, *info, &sector); // A truncated sector is inspected, too.
       marks.bridge = ShowsBridge(dataFile, sector, *info, sheet, i);
     }
     marks.data = true;
@@ -71,10 +71,14 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (service->AnalyzeCueSheet(sheetPath.get(), made.get()) != S_OK) {
     return ZSE_FAILED;
   }
+  // A failed read looks like a sheet without a FILE line.
+  if (dataPath == path && DataFileOf(service, sheetPath.get()) != path) {
+    return ZSE_FAILED;
+  }
   const ZSCUESHEET& sheet = *made;
   AppendSession(&made, info);
   MarkCompanions(path, sheet, info);
-  info->ZSTYPEPROJECT = FirstSessionType(LookAtTracks(&dataFile, sheet, info), sheet.nTracks);
+  info->ZSTYPEPROJECT = FirstSessionType(InspectTracks(&dataFile, sheet, info), sheet.nTracks);
   if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
     return ZSE_FAILED;
   }

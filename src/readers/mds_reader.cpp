@@ -35,7 +35,7 @@ constexpr std::size_t kSize = 24;
 namespace track_block {
 constexpr std::size_t kMode = 0;           // 8 bits.
 constexpr std::size_t kControl = 2;        // 8 bits, as in the sub-channel Q.
-constexpr std::size_t kPoint = 4;          // 8 bits: what the block is.
+constexpr std::size_t kPoint = 4;          // 8 bits: kind of the block.
 constexpr std::size_t kSessionFormat = 10; // 8 bits, in the block that opens a session.
 constexpr std::size_t kLengthBlock = 12;   // 32 bits, on a CD: offset of the track's length block.
 constexpr std::size_t kDvdSectors = 12;    // 32 bits, on a DVD: sectors of the track.
@@ -58,14 +58,14 @@ constexpr std::size_t kSectors = 4; // 32 bits.
 constexpr std::size_t kSize = 8;
 } // namespace length_block
 
-/// What the header says.
+/// Fields of the header.
 struct Header {
   bool isDvd = false;
   BYTE sessionCount = 0;
   ULONG sessionBlocks = 0; ///< Offset of the first one.
 };
 
-/// Parses the header. Fields that a short file lacks are 0. False for a file that is no description.
+/// Parses the header. Fields that a short file lacks are 0. Returns false if the file is no description.
 bool ParseHeader(const std::string& description, Header* parsed) noexcept {
   std::array<BYTE, header::kSize> bytes{};
   std::copy_n(description.begin(), std::min(description.size(), bytes.size()), bytes.begin());
@@ -90,7 +90,7 @@ std::vector<BYTE> ParseSessionBlocks(const ByteView& description, const Header& 
   return lastTracks;
 }
 
-/// Sets the sector size of a track. Sectors of 2448 bytes carry their sub-channel.
+/// Sets the sector size of a track. Sectors of 2448 bytes contain their sub-channel.
 void ParseSectorSize(const BlockView& block, zsimagefileinfo* info, ZSTRACK* track) noexcept {
   const USHORT size = block.Little16(track_block::kSectorSize);
   SetBlockSize(track, size);
@@ -117,7 +117,7 @@ bool ParseMode(const BlockView& block, ZSTRACK* track) noexcept {
   return true;
 }
 
-/// Builds the sessions of a record from the track blocks, in file order. The point of each block says what it is.
+/// Builds the sessions of a record from the track blocks, in file order. The point of a block is its kind.
 class MdsSessions {
 public:
   MdsSessions(IZSCueSheet* service, const ByteView& description, const Header& header, zsimagefileinfo* info)
@@ -172,7 +172,7 @@ private:
     m_sheet = nullptr;
   }
 
-  /// Number of the current session's last track; 0 for a session without a block.
+  /// Returns the number of the current session's last track; 0 for a session without a block.
   UINT LastTrack() const noexcept { return m_session < m_lastTracks.size() ? m_lastTracks[m_session] : 0; }
 
   HRESULT ParseTrack(const BlockView& block, UINT number) noexcept {
@@ -196,8 +196,8 @@ private:
     return S_OK;
   }
 
-  /// Sets pregap and end of a track of a CD. A track begins where the track before it ends, and its pregap is the
-  /// distance to its LBA; the pregap of the file counts only for a later track without a track before it.
+  /// Sets pregap and end of a track of a CD. A track that is not the first begins where the track before it ends, and
+  /// its pregap is the distance to its LBA. If that track is missing, its pregap is that of the file.
   bool ParseCdLengths(const BlockView& block, ZSTRACK* track) const noexcept {
     BlockView lengths;
     if (!m_description.Block(block.Little32(track_block::kLengthBlock), length_block::kSize, &lengths)) {

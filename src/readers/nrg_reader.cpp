@@ -1,6 +1,6 @@
 /// @file
-/// Nero images: the sectors, a block of tagged chunks that describe the disc, and a footer that says where the block
-/// begins, in one file.
+/// Nero images. One file holds the sectors, a block of tagged chunks that describe the disc, and a footer with the
+/// offset of the block.
 ///
 /// The tables below are the fields that are read, by their offsets. Numbers are big-endian. Track numbers run through
 /// the whole disc.
@@ -104,7 +104,7 @@ bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockOffset) noexcept {
   return view.HasText(footer::kLongTag, "NER5");
 }
 
-/// Loads all from an offset to the end of the file. An offset that makes no sense yields no bytes.
+/// Loads the bytes from an offset to the end of the file; none if the offset is outside or too far from the end.
 bool LoadBlock(CZSFile* file, UHYPER offset, UHYPER fileSize, std::string* block) noexcept {
   if (offset >= fileSize || fileSize - offset > kMaxDescriptionSize) {
     return true;
@@ -116,10 +116,10 @@ bool LoadBlock(CZSFile* file, UHYPER offset, UHYPER fileSize, std::string* block
 struct Chunk {
   ULONG tag = 0;
   UHYPER offset = 0; ///< Of the payload, in the block.
-  ByteView payload;  ///< As far as the block has it.
+  ByteView payload;  ///< Cut at the end of the block.
 };
 
-/// Walks from chunk to chunk.
+/// Iterates over the chunks of a block.
 class ChunkWalk {
 public:
   explicit ChunkWalk(ByteView block) noexcept : m_block(block) {}
@@ -209,8 +209,8 @@ bool ParseCueEntry(const ByteView& entries, UHYPER number, CueEntry* entry) noex
   return true;
 }
 
-/// Stores the position of an index. Index numbers that the file leaves out are absent, and so is an index that has no
-/// sector before the next one. Without memory for it the track lacks the index.
+/// Stores the position of an index. Indexes that the file does not list are absent, and so is an index that has the
+/// same position as the next one. If out of memory, the index is not stored.
 void StoreIndex(ZSTRACK* track, BYTE index, ULONG lba) noexcept {
   const UINT count = track->nCountIndex;
   if (count != 0 && track->pdwIndex[count - 1] == lba) {
@@ -297,7 +297,7 @@ private:
     return S_OK;
   }
 
-  /// Sets the flags of an audio track. Data tracks get none.
+  /// Sets the flags of an audio track. A data track has none.
   static void ApplyControl(BYTE control, ZSTRACK* track) noexcept {
     if ((control & kControlData) == 0) {
       track->Flags |= FlagsOfControl(control);

@@ -1,18 +1,19 @@
 /// @file
 /// The readers of image formats, one source file for each.
 ///
-/// A reader gets a path as narrow text and a record that is all zero. It returns 0 with the record complete. On any
-/// other result, and if an exception leaves the reader, the caller empties the record.
+/// A reader receives a path as narrow text and a record that is all zero. It returns 0 if the record is complete. After
+/// any other result or an exception, the caller frees the content of the record.
 #pragma once
 
 #include <string>
 
 #include "cuesheet/cue_sheet_interface.h"
 
-/// `service` makes the sheets.
+/// `service` creates the sheets.
 using ImageReader = HRESULT (*)(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 
-/// Reads a plain sector file: one session of one track. The disc counts as data without a look, and has no identifier.
+/// Reads a plain sector file: one session of one track. The disc is classified as data without reading it, and has no
+/// identifier.
 /// @return ZSE_OUTOFRESOURCES, ZSE_BADIMAGE.
 HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 

@@ -79,8 +79,16 @@ TEST_F(Failures, DeviceErrorNeverShrinksADisc) {
   std::string native = m_folder.Read("native.zsi");
   m_folder.Write("native.zsi", native.insert(native.find("<SESSIONS>"), "<SUBFILE>native.sub</SUBFILE>"));
   m_folder.Write("native.sub", "");
+  std::string sheet = "FILE \"album.bin\" BINARY\n"; // Longer than the buffer of a text file.
+  for (int i = 1; i <= 20; ++i) {
+    sheet += "TRACK " + std::to_string(i) + " AUDIO\nINDEX 01 00:00:" + std::to_string(i) + "\n";
+    sheet += "REM " + std::string(2000, '-') + "\n";
+  }
+  m_folder.Write("long.cue", sheet);
+  m_folder.Write("long.sub", "");
   const std::regex type("type \\d+");
-  for (const char* image : {"cdplus.nrg", "tao.nrg", "sessions.ccd", "inline.mds", "dvd.mds", "native.zsi"}) {
+  for (const char* image :
+       {"long.cue", "cdplus.nrg", "tao.nrg", "sessions.ccd", "inline.mds", "dvd.mds", "native.zsi"}) {
     const Operation reading = ReadingImage(m_folder.Path(image));
     for (const bool andAfter : {false, true}) {
       FaultyFiles files([] { return EIO; });

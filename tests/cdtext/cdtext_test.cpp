@@ -150,7 +150,7 @@ TEST(CDTextEncoder, SingleTitleIsOnePack) {
   const std::string data = TextSheet().Set(0, "ABC").Encode();
   ASSERT_EQ(73U, data.size());
   EXPECT_EQ("\x80\0\0\0ABC\0\0\0\0\0\0\0\0\0\x0E\x08"s, PackAt(data, 0));
-  // The last sequence number of a block is 0 here, as if the block had no packs. See docs/compatibility.md.
+  // The last sequence number of a block is 0. See "single pack" in docs/compatibility.md.
   EXPECT_EQ("\1\1\0\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\3\0\0\0\0\0\0\0\0\x09\0\0\0\0\0\0\0"s, SizeInfo(data));
   EXPECT_EQ('\0', data.back());
 }

@@ -4,10 +4,14 @@
 - A fenced `sh` block is a list of commands, each of which must succeed.
 - A `console` block has commands after "$ " and the output of each. A line "..." matches any lines.
 - A command with the comment "# exit status N" must end with N.
-- A `cpp` block that begins with the comment "// name.cpp: ..." becomes that file, which later commands compile. Any
-  other `cpp` block must be a part of the sources.
+- A `cpp` or `python` block that begins with the comment "// name.cpp: ..." or "# name.py: ..." becomes that file, which
+  later commands compile or run. Any other of these must be a part of the sources; a `cpp` block may instead be a part of
+  one function: the blocks of a document, in their order, must compile and run, and print what their comments
+  "// prints ..." say.
+- The `pycon` blocks of a document are one session of the interpreter, whose output is compared.
 - `./dev COMMAND` is not run. The command must be one that ./dev lists, and CONTRIBUTING.md must mention each of these.
-- Links and paths of the project must exist.
+- Links and paths of the project must exist, and so must `Suite.Test` in docs/compatibility.md. Keys of that document
+  that comments name must be in it.
 """
 import os
 import re
@@ -18,7 +22,7 @@ import tempfile
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
-FOLDERS = "bench|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
+FOLDERS = "bench|bindings|cmake|docs|examples|fuzz|include|samples|src|tests|tools"
 # Names of images in the documents, and the samples that are copied there.
 DISC = {"disc.cue": "album.cue", "disc.bin": "album.bin", "disc.cdt": "album.cdt", "disc.nrg": "cdplus.nrg",
         "disc.mds": "inline.mds", "disc.mdf": "inline.mdf", "disc.ccd": "sessions.ccd", "disc.img": "sessions.img"}
@@ -36,13 +40,15 @@ def files(*patterns):
 def install(build, prefix):
     output_of("cmake", "--install", build, "--prefix", prefix)
     pkgconfig = next(prefix.rglob("imagefile.pc")).parent
-    return dict(os.environ, PATH=f"{prefix}/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
-                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"))
+    return dict(os.environ, PATH=f"{prefix}/bin:/usr/bin:{os.environ['PATH']}", PKG_CONFIG_PATH=str(pkgconfig),
+                LD_LIBRARY_PATH=str(pkgconfig.parent), IMAGEFILE_REGISTRY=str(prefix / "registry.reg"),
+                PYTHONPATH=str(prefix / "lib/python3/dist-packages"))
 
 
 def copy_images(work):
     """Copies the images that the documents mention to the working folder."""
     samples = shutil.copytree(PROJECT / "samples/images", work / "samples/images")
+    shutil.copytree(PROJECT / "bindings/python", work / "bindings/python")
     for name, sample in DISC.items():
         shutil.copy(samples / sample, work / name)
     (work / "disc.cue").write_text((work / "disc.cue").read_text().replace("ALBUM", "disc"))
@@ -61,26 +67,59 @@ def matches(expected, output):
     return re.fullmatch(pattern, output.rstrip(), re.S)
 
 
+def run(command, work, environment):
+    return subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+
+
+def fault_of_function(body, work, environment):
+    """Returns the output of the body of a C++ function that does not print what its comments say; else nothing."""
+    includes = "#include <array>\n#include <iostream>\n#include \"imagefile/disc_image.h\"\n"
+    (work / "function.cpp").write_text(f"{includes}int main() {{\n{body}}}\n")
+    result = run("c++ -std=c++20 -Wall -Wextra -Wconversion -Wshadow -Werror function.cpp -o function "
+                 "$(pkg-config --cflags --libs imagefile); ./function", work, environment)
+    expected = "\n".join(re.findall(r"^ *// prints (.*)", body, re.M))
+    return "" if result.returncode == 0 and result.stdout.rstrip() == expected else result.stdout or "prints nothing"
+
+
 def faults_of(document, known, sources, work, environment):
     """Yields line and message of each fault of a document."""
-    text = document.read_text()
+    text, body, session = document.read_text(), "", ""
     for block in re.finditer(r"^```(\w*)\n(.*?)^```$", text, re.M | re.S):
-        first, program = text.count("\n", 0, block.start(2)) + 1, re.match(r"// (\w+\.cpp): ", block[2])
+        first = text.count("\n", 0, block.start(2)) + 1
+        program = re.match(r"(?://|#) (\w+\.(?:cpp|py)): ", block[2])
         if program:
             (work / program[1]).write_text(block[2])
         elif block[1] == "cpp" and block[2] not in sources:
+            body += block[2]
+        elif block[1] == "python" and block[2] not in sources:
             yield first, "this block is in no source file"
-        for line, command, expected in commands(block[1], block[2]):
+        session += block[2] + "\n" if block[1] == "pycon" else ""
+        (work / "session").write_text(session)
+        found = [(0, "python3 -m doctest session", None)] if block[1] == "pycon" else commands(block[1], block[2])
+        for line, command, expected in found:
             for word in set(re.findall(r"(?:^|\s)\./dev (\S+)", command)) - known:
                 yield first + line, f"./dev has no command {word}"
-            result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=work, env=environment, text=True,
-                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            result = run(command, work, environment)
             status = re.search(r"# exit status (\d+)|$", command)[1]
             if result.returncode != int(status or 0) or (expected is not None and not matches(expected, result.stdout)):
                 yield first + line, f"'{command}' ends with {result.returncode} and prints\n{result.stdout}"
+    if body and (fault := fault_of_function(body, work, environment)):
+        yield 1, f"the C++ blocks that are in no source file do not run as they say:\n{fault}"
     for link in re.finditer(r"\]\(([^)#:]+)(?:#[^)]*)?\)|`((?:%s)/[^`\s]*)`" % FOLDERS, text):
         if not ((document.parent / link[1]).exists() if link[1] else any(PROJECT.glob(link[2].rstrip("/")))):
             yield text.count("\n", 0, link.start()) + 1, f"{link[1] or link[2]} does not exist"
+
+
+def faults_of_compatibility(sources):
+    """Yields tests that docs/compatibility.md names in vain, and keys that comments name in vain."""
+    text = (PROJECT / "docs/compatibility.md").read_text()
+    tests = {".".join(found) for found in re.findall(r"TEST(?:_F)?\((\w+), (\w+)\)", sources)}
+    for name in sorted(set(re.findall(r"`(\w+\.[A-Z]\w+)`", text)) - tests):
+        yield f"docs/compatibility.md: there is no test {name}"
+    for key in sorted(set(re.findall(r'"([^"]+)" in\s+(?://+ )?docs/compatibility\.md', sources))):
+        if f"| {key} |" not in text:
+            yield f"docs/compatibility.md has no row {key}"
 
 
 def main(build):
@@ -88,7 +127,8 @@ def main(build):
     guide = (PROJECT / "CONTRIBUTING.md").read_text()
     faults = [f"CONTRIBUTING.md does not mention ./dev {command}" for command in sorted(known)
               if not re.search(rf"\./dev {command}\b(?!-)", guide)]
-    sources = "".join(path.read_text() for path in files("*.h", "*.cpp"))
+    sources = "".join(path.read_text() for path in files("*.h", "*.cpp", "*.py"))
+    faults += faults_of_compatibility(sources)
     with tempfile.TemporaryDirectory() as scratch:
         environment = install(build, Path(scratch) / "prefix")
         for document in files("*.md"):

@@ -176,7 +176,7 @@ TEST_F(ImageFile, BadArgumentsAreRefused) {
         service->CalculateDiscID(nullptr), service->GetPositionFromLBA(nullptr, 0, &seek, nullptr)}) {
     EXPECT_EQ(E_INVALIDARG, result);
   }
-  info.nSessions = 1; // Without its sheet. The code is the same for every failure of a copy; see docs/compatibility.md.
+  info.nSessions = 1; // Without its sheet. See "code of copies" in docs/compatibility.md.
   EXPECT_EQ(ZSE_OUTOFRESOURCES, service->Clone(&info, &copy));
   info.nSessions = 100; // More than pZSCueSheet holds.
   EXPECT_EQ(E_INVALIDARG, service->Clone(&info, &copy));

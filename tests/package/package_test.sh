@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build and tests each header alone, a CMake project, a C program that uses pkg-config, and the Debian
-# packages. Usage: package_test.sh BUILD
+# Installs a build and tests each header alone, a CMake project, a C program that uses pkg-config, the Python package, and
+# the Debian packages. Usage: package_test.sh BUILD
 set -euo pipefail
 build=$(realpath "$1")
 project=$(realpath "$(dirname "$0")/../..")
@@ -43,9 +43,22 @@ for host in "$work"/{g++/disc_host,clang++/disc_host,slot_host}; do
   cmp "$work/track" "$work/expected"
   rm "$work/track" "$work/expected"
   "$zsimage" unregister >/dev/null
-  "$host" "$image" >/dev/null 2>"$work/message" && fail "$host reads without registration"
+  status=0
+  "$host" "$image" >/dev/null 2>"$work/message" || status=$?
+  [ $status -eq 1 ] || fail "$host ends with $status without registration"
   grep -q 'registered?' "$work/message" || fail "$host says: $(cat "$work/message")"
 done
+
+read_in_python() {
+  "$1" -c 'import imagefile, sys; print(imagefile.open(sys.argv[1]).tracks[1].title)' "$image" |
+    grep -qx 'Café at Sector Twenty' || fail "the Python package does not read"
+}
+
+echo "-- Python, by pip and without the network"
+cp -r "$project/bindings/python" "$work/python"
+/usr/bin/python3 -m venv --system-site-packages "$work/env"
+"$work/env/bin/pip" install --quiet --no-index --no-build-isolation "$work/python"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir imagefile) read_in_python "$work/env/bin/python"
 
 echo "-- Debian packages"
 cpack --config "$build/CPackConfig.cmake" -B "$work/packages" >/dev/null
@@ -58,11 +71,15 @@ chmod +x "$work/bin/ldconfig"
 # The scratch root has no system libraries, so these are ignored. Dependencies between the packages are checked.
 into_root() {
   PATH="$work/bin:$PATH:/usr/sbin:/sbin" dpkg --root="$root" --force-not-root --force-script-chrootless --log=/dev/null \
-    --ignore-depends=libc6,libgcc-s1,libstdc++6 "$@" >/dev/null
+    --ignore-depends=libc6,libgcc-s1,libstdc++6,python3 "$@" >/dev/null
 }
 into_root --install "$work"/packages/*.deb
 [ -s "$work/loader" ] || fail "the packages do not run ldconfig"
 "$root/usr/bin/zsimage" info "$image" >/dev/null
+modules=$root/usr/lib/python3/dist-packages
+LD_LIBRARY_PATH=$(dirname "$(find "$root/usr" -name libImageFile.so.1)") PYTHONPATH=$modules PYTHONDONTWRITEBYTECODE='' \
+  read_in_python /usr/bin/python3
+[ -d "$modules/imagefile/__pycache__" ] || fail "Python ran another package"
 compgen -G "$root/usr/share/man/man1/zsimage.1*" >/dev/null || fail "no manual page"
 read -ra names <<<"$(dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${Package} ')"
 into_root --purge "${names[@]}"

@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/files.h"
+#include "support/counting_environment.h"
 #include "support/long_text.h"
 #include "support/temporary_folder.h"
 
 namespace {
 
-TEST(Profile, FindsTheFirstOfEqualNamesInAnyCase) {
+TEST(Profile, FirstOfEqualNamesInAnyCaseCounts) {
   const TemporaryFolder folder;
   const std::string path = folder.Write(
       "a.ini", "lost=0\r\n[Disc]\r\n  Title \t=  One two  \r\n;Hidden=1\r\nQuoted=\" kept \"\nSingle='x'\nHalf=\"x\n"
@@ -47,7 +48,18 @@ TEST(Profile, FindsEachOfManyKeys) {
   }
 }
 
-TEST(Profile, ReadsIntegersAsFarAsTheyGo) {
+TEST(Profile, LoadingIsLinearForEqualNames) {
+  const TemporaryFolder folder;
+  const std::string text = "[S]\n" + Times(100'000, "A name that does not fit \xE9=1\n");
+  const std::string path = folder.Write("a.ini", text);
+  const long before = Memory().asked;
+  ProfileFile profile;
+  EXPECT_TRUE(profile.Load(path));
+  EXPECT_EQ(1, profile.GetSection("s").GetInt("A name that does not fit \xC9", -1));
+  EXPECT_LE(Memory().asked - before, 16 * static_cast<long>(text.size()));
+}
+
+TEST(Profile, ParsesIntegersUpToOtherCharacters) {
   const TemporaryFolder folder;
   const std::pair<std::string, LONG> kCases[] = {
       {"162", 162},  {"0xa2", 0xA2}, {"0XA2", 0xA2}, {"-150", -150}, {"+7", 7},        {"-0x10", -16},

@@ -6,23 +6,23 @@
 
 namespace {
 
-TEST(CodePage, HoldsUtf8AndWindows1252InOneText) {
+TEST(NarrowText, MixesUtf8AndWindows1252) {
   const std::tuple<const char*, const char16_t*, const char*> kCases[] = {
-      // Read, and then written.
+      // Narrow text, as wide text, and that as narrow text.
       {"plain", u"plain", "plain"},
       {"caf\xC3\xA9", u"café", "caf\xE9"},                                       // UTF-8
       {"caf\xE9", u"café", "caf\xE9"},                                           // Windows-1252
-      {"\x80 \x9F \xFF", u"€ Ÿ ÿ", "\x80 \x9F \xFF"},                            // its upper controls
-      {"\x81\x8D\x8F\x90\x9D", u"\x81\x8D\x8F\x90\x9D", "\x81\x8D\x8F\x90\x9D"}, // its free places
-      {"\xE9\xC3\xA9", u"éé", "\xE9\xE9"},     // a lead byte without its sequence, then one with it
-      {"\xC3\x83\xA9", u"Ã©", "\xC3\x83\xA9"}, // whose two bytes alone would read as one character
+      {"\x80 \x9F \xFF", u"€ Ÿ ÿ", "\x80 \x9F \xFF"},                            // upper control characters
+      {"\x81\x8D\x8F\x90\x9D", u"\x81\x8D\x8F\x90\x9D", "\x81\x8D\x8F\x90\x9D"}, // its free bytes
+      {"\xE9\xC3\xA9", u"éé", "\xE9\xE9"},                                       // a lead byte alone, then a sequence
+      {"\xC3\x83\xA9", u"Ã©", "\xC3\x83\xA9"}, // would read as one character if both were single bytes
       {"\xE9\xA9", u"é©", "\xE9\xA9"},
-      {"\xC0\xAF", u"À¯", "\xC0\xAF"},                      // over-long forms are no UTF-8
-      {"\xED\xA0\x80", u"í\xA0€", "\xED\xA0\x80"},          // nor are surrogates
-      {"\xF4\x90\x80\x80", u"ô\x90€€", "\xF4\x90\x80\x80"}, // nor numbers above the last plane
+      {"\xC0\xAF", u"À¯", "\xC0\xAF"},                      // over-long forms are not UTF-8
+      {"\xED\xA0\x80", u"í\xA0€", "\xED\xA0\x80"},          // surrogates are not UTF-8
+      {"\xF4\x90\x80\x80", u"ô\x90€€", "\xF4\x90\x80\x80"}, // numbers above 0x10FFFF are not UTF-8
       {"\xF0\x9F\x8E\xB5", u"🎵", "\xF0\x9F\x8E\xB5"},
       {"\xE9\x9F\xB3\xE6\xA5\xBD/", u"音楽/", "\xE9\x9F\xB3\xE6\xA5\xBD/"},
-      {"\xE9\x9F", u"éŸ", "\xE9\x9F"}, // cut off
+      {"\xE9\x9F", u"éŸ", "\xE9\x9F"}, // a sequence that is cut
   };
   for (const auto& [narrow, wide, written] : kCases) {
     EXPECT_EQ(wide, MultiByteToWideChar(narrow)) << narrow;
@@ -32,8 +32,8 @@ TEST(CodePage, HoldsUtf8AndWindows1252InOneText) {
   EXPECT_EQ("a?b", WideCharToMultiByte(std::u16string{u'a', char16_t(0xD800), u'b'}));
 }
 
-TEST(CodePage, WideToNarrowToWideIsTheIdentity) {
-  // Characters that meet each other badly: lead bytes, continuation bytes, controls, borders, other planes.
+TEST(NarrowText, ReturnsTheSameWideText) {
+  // Lead bytes, continuation bytes, control characters, first and last characters of each length.
   constexpr std::u16string_view kPieces[] = {
       u"a",      u"/",      u"\x80",   u"\x81",   u"\x9F",       u"\xA0",   u"\xA9",      u"\xBF",
       u"\xC2",   u"\xC3",   u"\xDF",   u"\xE0",   u"\xE9",       u"\xEF",   u"\xF0",      u"\xF4",
@@ -49,7 +49,7 @@ TEST(CodePage, WideToNarrowToWideIsTheIdentity) {
   }
 }
 
-TEST(UpperCase, IsByCharacter) {
+TEST(UpperCase, ConvertsCharacterByCharacter) {
   const std::pair<const char16_t*, const char16_t*> kCases[] = {
       {u"track.bin", u"TRACK.BIN"}, {u"äöüéÿ÷ß", u"ÄÖÜÉŸ÷ß"},   {u"αβςσώ", u"ΑΒΣΣΏ"}, {u"яёџ", u"ЯЁЏ"},
       {u"āžſı", u"ĀŽSI"},           {u"音楽ａｚ", u"音楽ＡＺ"}, {u"ĸŉ", u"ĸŉ"},       {u"ǆ", u"ǆ"}};

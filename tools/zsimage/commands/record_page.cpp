@@ -81,7 +81,7 @@ std::string Line(std::string_view name, const std::string& value) {
 std::string DiscTexts(const ::ZSCDTEXT& text) {
   std::string lines = Line("Catalogue", TerminalText(text.bstrMCN));
   for (const auto& entry : kTexts) {
-    lines += Line(entry.heading, TerminalText(text.*entry.ofDisc));
+    lines += Line(entry.heading, TerminalText(TextOf(text, entry.ofDisc)));
   }
   return lines;
 }
@@ -179,12 +179,12 @@ void PrintTexts(const ZSCUESHEET& sheet) {
   table.Print([&](const TextTable::RowSink& sink) {
     std::vector<TextColumn> columns;
     for (const auto& entry : kTexts) {
-      columns.emplace_back(sheet.ZSCDTEXT.*entry.ofDisc);
+      columns.emplace_back(TextOf(sheet.ZSCDTEXT, entry.ofDisc));
     }
     for (const ZSTRACK& track : Tracks(sheet)) {
       TextTable::Row row{std::to_string(track.TNO)};
       for (std::size_t i = 0; i < columns.size(); ++i) {
-        row.emplace_back(columns[i].Show(track.*kTexts[i].ofTrack));
+        row.emplace_back(columns[i].Show(TextOf(track, kTexts[i].ofTrack)));
       }
       sink(row);
     }

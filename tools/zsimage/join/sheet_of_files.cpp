@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 #include <memory>
 
@@ -223,17 +224,19 @@ private:
     }
   }
 
-  static void SetText(const char* text, BSTR* field) {
+  /// Sets a text of a record. Records are packed, so a text may have any address.
+  template <class Record> static void SetText(const char* text, Record* record, BSTR Record::*field) {
     if (text != nullptr && *text != '\0') {
-      *field = Wide(Guarded(text, true)).release();
+      const BSTR wide = Wide(Guarded(text, true)).release();
+      std::memcpy(&(record->*field), &wide, sizeof(wide));
     }
   }
 
   void FillRecord(const Cd* parsed) {
     ::ZSCDTEXT& disc = m_sheet.record->ZSCDTEXT;
-    SetText(m_catalogue.c_str(), &disc.bstrMCN);
+    SetText(m_catalogue.c_str(), &disc, &ZSCDTEXT::bstrMCN);
     for (const auto& entry : kTexts) {
-      SetText(cdtext_get(entry.kind, cd_get_cdtext(parsed)), &(disc.*entry.ofDisc));
+      SetText(cdtext_get(entry.kind, cd_get_cdtext(parsed)), &disc, entry.ofDisc);
     }
     int number = 0;
     for (ZSTRACK& track : Tracks(*m_sheet.record)) {
@@ -252,9 +255,9 @@ private:
     track->Flags |= track_is_set_flag(parsed, FLAG_PRE_EMPHASIS) != 0 ? ZSTRACKFLAG_PRE : 0;
     track->Flags |= track_is_set_flag(parsed, FLAG_FOUR_CHANNEL) != 0 ? ZSTRACKFLAG_4CH : 0;
     const Cdtext* texts = track_get_cdtext(parsed);
-    SetText(cdtext_get(PTI_UPC_ISRC, texts), &track->bstrISRC); // Where libcue puts an ISRC in quotes.
+    SetText(cdtext_get(PTI_UPC_ISRC, texts), track, &ZSTRACK::bstrISRC); // Where libcue puts an ISRC in quotes.
     for (const auto& entry : kTexts) {
-      SetText(cdtext_get(entry.kind, texts), &(track->*entry.ofTrack));
+      SetText(cdtext_get(entry.kind, texts), track, entry.ofTrack);
     }
   }
 

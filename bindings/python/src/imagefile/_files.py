@@ -1,0 +1,56 @@
+"""Files: found in any case, and written so that they appear when they are whole."""
+
+import glob
+import io
+import os
+import secrets
+import tempfile
+from collections.abc import Callable
+from typing import Any
+
+from ._errors import E_FAIL, ImageFileError
+from ._library import Object, path_string
+
+
+def on_disk(path: str) -> str:
+    """Returns the file that a path names in any case, as the library finds it; the path itself if there is none."""
+    folder, name = os.path.split(path)
+    pattern = "".join(f"[{char}{char.swapcase()}]" if char.isalpha() else glob.escape(char) for char in name)
+    found = glob.glob(os.path.join(glob.escape(folder), pattern))
+    return path if os.path.exists(path) else min(found, key=os.fsencode, default=path)
+
+
+def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[[int], object] = bool) -> None:
+    """Copies a source to a file that replaces `path` once it is whole. Devices and pipes are written directly."""
+    direct = os.path.exists(path) and not os.path.isfile(path)
+    target = os.path.realpath(path)
+    part = path if direct else os.path.join(os.path.dirname(target), f".imagefile-{secrets.token_hex(8)}")
+    done, buffer = 0, memoryview(bytearray(1 << 20))
+    try:
+        with open(part, "wb" if direct else "xb", buffering=0) as file:
+            while count := source.readinto(buffer):
+                chunk = buffer[:count]
+                while chunk:
+                    chunk = chunk[file.write(chunk) :]
+                progress(done := done + count)
+        if not direct:
+            os.replace(part, target)
+    except OSError as error:
+        error.filename = path if error.filename in (None, part) else error.filename
+        raise
+    finally:
+        if not direct and os.path.exists(part):
+            os.unlink(part)
+
+
+def write_description(path: str, writer: Object, operation: str, *arguments: Any) -> bytes:
+    """Writes what an operation writes, and returns it. It writes to memory, since it does not report failed writes."""
+    with tempfile.TemporaryDirectory() as folder, open(os.memfd_create("description"), "rb") as file:
+        link = os.path.join(folder, os.path.basename(path))
+        os.symlink(f"/proc/self/fd/{file.fileno()}", link)
+        writer.run(path, operation, path_string(link), *arguments)
+        content = file.read()
+    if not content.endswith(b"\n"):
+        raise ImageFileError(E_FAIL, "the description could not be written as a whole", path)
+    write_file(path, io.BytesIO(content))
+    return content

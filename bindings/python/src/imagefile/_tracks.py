@@ -1,0 +1,76 @@
+"""The data of a track: where they are in the data file, and a stream of them."""
+
+import io
+from ctypes import byref, c_char, c_uint32, c_void_p
+from dataclasses import replace
+from typing import Any
+
+from ._contract import RECORDS
+from ._errors import ERROR_HANDLE_EOF, ImageFileError
+from ._library import Object, path_string, service
+from ._model import Format, Mask, Mode, Track
+
+
+def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Track]]) -> list[tuple[Track, ...]]:
+    """Returns the tracks with their `offset`, so far what the description states or 0, and `sectors`. The file leaves
+    out what is between sessions or tracks that were recorded one by one, and the sectors of a PREGAP line."""
+    placed: list[tuple[Track, ...]] = []
+    for tracks in sessions:
+        stated = format is Format.MDS and (bool(placed) or len({track.block_size for track in tracks}) > 1)
+        sector, done = 0, list[Track]()
+        for track in tracks:
+            index = track.indexes[1] if format is Format.CUE and len(track.indexes) > 1 else None
+            first = track.start if index is None else index  # A PREGAP line moves `start` and no index.
+            if Mask.TRACKATONCE in mask or (placed and not done):
+                sector = first - track.pregap  # It directly follows what is before it in the file.
+            byte += (first - sector) * track.block_size
+            done.append(replace(track, offset=(stated and track.offset) or byte, sectors=max(track.end - first, 0)))
+            sector = max(track.end, first) + track.postgap
+            byte += (sector - first) * track.block_size
+        placed.append(tuple(done))
+    return placed
+
+
+def _offset_in_sector(track: Track, size: int) -> int:
+    """Returns where the wanted bytes of a sector begin: 2048 are the user data, after header and sub-header."""
+    raw = track.block_size >= 2352
+    sub_header = track.mode is not Mode.MODE1 and (raw or track.block_size == 2336) and size not in (2336, 2332, 2056)
+    whole = size == track.block_size or (raw and size >= 2352) or track.mode is Mode.AUDIO
+    offset = 0 if whole else (16 if raw else 0) + (8 if sub_header else 0)
+    if size < 1 or offset + size > track.block_size:
+        raise ValueError(f"sectors of {track.block_size} bytes hold no block of {size} bytes from byte {offset} on")
+    return offset
+
+
+class TrackStream(io.RawIOBase):
+    """The data of one track, to be read forward by one thread at a time. `size` is their number of bytes."""
+    _object: Object | None = None
+
+    def __init__(self, data_file: str, track: Track, block_size: int | None) -> None:
+        size = track.block_size if block_size is None else block_size
+        # Records of this one run of sectors: the stream reads its place and its geometry from nothing else.
+        info = RECORDS.zsimagefileinfo(dwSeekBegin64=track.offset, nSubCount=_offset_in_sector(track, size))
+        run, address = RECORDS.ZSTRACK(dwEndLBA=track.sectors, BlockSize=track.block_size), c_void_p()
+        arguments = path_string(data_file), None, byref(info), byref(run), size, None, 0, RECORDS.VARIANT()
+        service("ZSCueSheet").run(data_file, "ExtractTrackToStream", *arguments, byref(address))
+        self._object = Object("IStream", address)
+        self.name, self.size, self._done = data_file, track.sectors * size, 0
+
+    def readable(self) -> bool:
+        return True
+
+    def readinto(self, buffer: Any) -> int:
+        """Reads into a buffer. Returns the number of bytes; raises ImageFileError where the file ends too early."""
+        view, delivered = memoryview(buffer).cast("B"), c_uint32()
+        if self._object is None:
+            raise ValueError("the stream is closed")
+        code = self._object.call("Read", byref((c_char * len(view)).from_buffer(view)), len(view), byref(delivered))
+        if code > 1 or (delivered.value == 0 and view and self._done < self.size):
+            words = f"the track cannot be read as a whole: {self._done} of its {self.size} bytes are there"
+            raise ImageFileError(code if code > 1 else ERROR_HANDLE_EOF, words, self.name)
+        self._done += delivered.value
+        return delivered.value
+
+    def close(self) -> None:
+        self._object = None
+        super().close()

@@ -1,0 +1,301 @@
+// The C++ face, as a program uses it: records and texts, offsets of tracks, data, descriptions, and every failure.
+#include "imagefile/disc_image.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <type_traits>
+
+#include "support/environment_variable.h"
+#include "support/faulty_files.h"
+#include "support/services.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using imagefile::Image;
+
+/// A folder with the samples and with images whose tracks are not in the file where they are on the disc.
+class DiscImage : public testing::Test {
+protected:
+  DiscImage() {
+    fs::copy(SAMPLE_IMAGES, folder.Path(""), fs::copy_options::recursive);
+    folder.Write("pregap.cue", "FILE \"album.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
+                               "TRACK 02 AUDIO\nPREGAP 00:00:10\nINDEX 01 00:00:20\n");
+  }
+  Image Open(const std::string& name) const { return Image(folder.Path(name)); }
+  /// Names of the folder's files, so that a test sees what an operation leaves.
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder.Path(""))) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  const TemporaryFolder folder;
+};
+
+/// Calls, and returns the name and the file of the failure. The text must have both.
+template <class Call> std::string FailureOf(Call call) {
+  try {
+    call();
+  } catch (const imagefile::Error& error) {
+    const std::string text = error.what();
+    EXPECT_NE(text.npos, text.find(" (" + error.Name() + ", " + imagefile::CodeNumber(error.Code()) + ")")) << text;
+    EXPECT_TRUE(text.starts_with(error.Path())) << text;
+    return error.Name() + " " + fs::path(error.Path()).filename().string();
+  }
+  return "none";
+}
+
+TEST_F(DiscImage, ShowsTheRecord) {
+  static_assert(!std::is_copy_constructible_v<Image> && std::is_nothrow_move_assignable_v<Image>);
+  const Image image = Open("mixed.cue");
+  const imagefile::Session& session = image.Sessions()[0];
+  const imagefile::Track& track = session.Tracks()[1];
+  EXPECT_TRUE(image.Format() == imagefile::Format::Cue && image.Kind() == imagefile::Kind::Mixed);
+  EXPECT_FALSE(image.Has(imagefile::Mask::CdText));
+  EXPECT_EQ(ULONG{image.Record().dwDiscID}, image.DiscId());
+  EXPECT_EQ(folder.Path("mixed.bin"), image.DataFile()) << "the sheet has another case";
+  EXPECT_EQ(141120U, image.DataFileBytes());
+  EXPECT_EQ("4006381333931", session.Mcn());
+  EXPECT_TRUE(session.Number() == 1 && session.Format() == imagefile::SessionFormat::CdRom && !session.HasCdText());
+  EXPECT_EQ(std::nullopt, session.Title());
+  EXPECT_EQ(UINT{session.Record().nTracks}, session.Tracks().size());
+  EXPECT_EQ(UINT{track.Record().TNO}, track.Number());
+  EXPECT_TRUE(track.Start() == 28 && track.End() == 40 && track.PregapSectors() == 8 && track.PostgapSectors() == 0);
+  EXPECT_TRUE(track.Mode() == imagefile::Mode::Audio && track.BlockBytes() == 2352 && track.IndexCount() == 2);
+  EXPECT_TRUE(track.Has(imagefile::Flags::PreEmphasis) && !track.Has(imagefile::Flags::FourChannels));
+  EXPECT_TRUE(track.Index(0) == 20 && track.Index(1) == 28 && track.Index(2) == std::nullopt);
+  EXPECT_EQ(-150, Open("cdplus.nrg").Sessions()[0].Tracks()[0].Index(0));
+  EXPECT_EQ("DEA012600001", track.Isrc());
+}
+
+TEST_F(DiscImage, MovesWithItsViewsAndClones) {
+  Image image = Open("album.cue");
+  const imagefile::Track track = image.Sessions()[0].Tracks()[1];
+  Image moved = std::move(image);
+  EXPECT_EQ("Café at Sector Twenty", track.Title());
+  EXPECT_EQ("The Builders", moved.Sessions()[0].Performer());
+  EXPECT_EQ(47040U, moved.Stream(track).SizeBytes());
+  image = moved.Clone();
+  moved = Open("plain.iso");
+  EXPECT_EQ("Café at Sector Twenty", image.Sessions()[0].Tracks()[1].Title());
+  EXPECT_EQ(folder.Path("album.cue"), image.Path());
+  EXPECT_EQ("E_INVALIDARG plain.iso", FailureOf([&] { moved.Stream(image.Sessions()[0].Tracks()[0]); }));
+}
+
+TEST_F(DiscImage, FindsTracksInTheFile) {
+  std::string apart = folder.Read("tao.nrg"); // Its second track moves away on the disc, and stays in the file.
+  folder.Write("apart.nrg", apart.replace(apart.find(std::string("\x07\0\0\0\x14", 5)), 5, "\x07\0\0\0\xaa", 5));
+  std::string stated = folder.Read("inline.mds"); // One sector of 2352 bytes among those of 2448, at a stated offset.
+  stated.replace(stated.find("\x90\x09"), 2, "\x30\x09");
+  folder.Write("sizes.mds", stated);
+  folder.Write("sizes.mdf", folder.Read("inline.mdf"));
+  const std::pair<const char*, const char*> kCases[] = {
+      {"album.cue", "0+20 47040+20"},
+      {"pregap.cue", "0+20 47040+20"},
+      {"mixed.cue", "0+20 65856+12 94080+20"},
+      {"cdplus.nrg", "352800+20 418656+12 446880+20"},
+      {"tao.nrg", "0+20 40960+20"},
+      {"apart.nrg", "0+20 40960+20"},
+      {"sessions.ccd", "0+20 47040+20 94080+20 141120+20"},
+      {"inline.mds", "0+20 58752+20"},
+      {"sizes.mds", "0+20 48960+20"},
+  };
+  for (const auto& [name, expected] : kCases) {
+    std::string found;
+    const Image image = Open(name);
+    for (const imagefile::Session& session : image.Sessions()) {
+      for (const imagefile::Track& track : session.Tracks()) {
+        found += std::to_string(track.OffsetBytes()) + "+" + std::to_string(track.SectorsInFile()) + " ";
+      }
+    }
+    EXPECT_EQ(expected + std::string(" "), found) << name;
+  }
+}
+
+TEST_F(DiscImage, FindsASectorAndWhatACutFileLacks) {
+  const Image image = Open("mixed.cue");
+  const auto pregap = image.PositionOf(27);
+  ASSERT_TRUE(pregap && image.PositionOf(40));
+  EXPECT_TRUE(pregap->track.Number() == 2 && pregap->session.Number() == 1 && pregap->isInPregap);
+  EXPECT_EQ(27U * 2352, pregap->offsetBytes);
+  EXPECT_FALSE(image.PositionOf(40)->isInPregap);
+  EXPECT_TRUE(!image.PositionOf(60) && !image.PositionOf(-1) && !Open("sessions.ccd").PositionOf(20));
+  EXPECT_EQ(105840U, Open("sessions.ccd").PositionOf(11295)->offsetBytes);
+  const imagefile::Track track = image.Sessions()[0].Tracks()[2];
+  EXPECT_EQ(0U, track.MissingSectors(*image.DataFileBytes()));
+  EXPECT_EQ(1U, track.MissingSectors(*image.DataFileBytes() - 1));
+  EXPECT_EQ(20U, track.MissingSectors(0));
+}
+
+TEST_F(DiscImage, ExtractsWhatTheFileHas) {
+  const Image image = Open("mixed.cue");
+  const std::string data = folder.Read("mixed.bin");
+  const auto tracks = image.Sessions()[0].Tracks();
+  std::uint64_t done = 0;
+  folder.Write("track", "old");
+  image.Extract(tracks[1], folder.Path("track"), {.progress = [&](std::uint64_t now, std::uint64_t total) {
+                  EXPECT_EQ(12U * 2352, total);
+                  return done = now, true;
+                }});
+  EXPECT_EQ(12U * 2352, done);
+  EXPECT_EQ(data.substr(28 * 2352, 12 * 2352), folder.Read("track"));
+  image.Extract(tracks[0], folder.Path("user"), {.blockSize = 2048});
+  EXPECT_EQ(data.substr(19 * 2352 + 16, 2048), folder.Read("user").substr(19 * 2048));
+  const Image bridge = Open("bridge.cue"); // Mode 2: the sub-header goes with 2336 bytes, and not with 2048.
+  bridge.Extract(bridge.Sessions()[0].Tracks()[0], folder.Path("long"), {.blockSize = 2336});
+  bridge.Extract(bridge.Sessions()[0].Tracks()[0], folder.Path("user"), {.blockSize = 2048});
+  EXPECT_EQ(folder.Read("bridge.bin").substr(16, 2336), folder.Read("long").substr(0, 2336));
+  EXPECT_EQ(folder.Read("bridge.bin").substr(24, 2048), folder.Read("user").substr(0, 2048));
+}
+
+TEST_F(DiscImage, StreamsForwardWithoutItsImage) {
+  std::optional<Image> image(Open("plain.iso"));
+  imagefile::TrackStream stream = image->Stream(image->Sessions()[0].Tracks()[0]);
+  image.reset();
+  std::string content;
+  std::byte buffer[1000];
+  while (const std::size_t count = stream.Read(buffer)) {
+    content.append(reinterpret_cast<const char*>(buffer), count);
+  }
+  EXPECT_EQ(folder.Read("plain.iso"), content);
+  EXPECT_EQ(stream.SizeBytes(), stream.DoneBytes());
+  EXPECT_EQ(0U, stream.Read({}));
+}
+
+TEST_F(DiscImage, ProgressStopsAndItsExceptionComesOut) {
+  const Image image = Open("album.cue");
+  const imagefile::Track& track = image.Sessions()[0].Tracks()[0];
+  folder.Write("old", "old");
+  const std::vector<std::string> before = Files();
+  const auto stops = [&](const char* name, auto progress) {
+    image.Extract(track, folder.Path(name), {.progress = progress});
+  };
+  for (const char* name : {"old", "new"}) {
+    EXPECT_THROW(stops(name, [](auto, auto) -> bool { throw std::domain_error("mine"); }), std::domain_error);
+    EXPECT_EQ(std::string("E_ABORT ") + name, FailureOf([&] { stops(name, [](auto, auto) { return false; }); }));
+  }
+  EXPECT_EQ(before, Files());
+  EXPECT_EQ("old", folder.Read("old"));
+}
+
+TEST_F(DiscImage, WritesDescriptionsAsTheInterfacesDo) {
+  const Image image = Open("tao.nrg");
+  image.WriteCueSheet(folder.Path("new.cue"));
+  image.WriteTocFile(folder.Path("new.zsi"));
+  EXPECT_EQ(image.EncodeCdText().size(), folder.Read("NEW.CDT").size());
+  ImageRecord record(folder.Path("tao.nrg"));
+  fs::create_directory(folder.Path("raw"));
+  NewCueSheetService()->CreateCueFile(Wide(folder.Path("raw/new.cue")).get(), &record.Sheet());
+  EXPECT_EQ(folder.Read("raw/new.cue"), folder.Read("new.cue"));
+  folder.Write("NEW.BIN", std::string(folder.Read("album.bin")));
+  const Image copy = Open("new.zsi");
+  EXPECT_EQ(image.Sessions()[0].Title(), copy.Sessions()[0].Title());
+  EXPECT_NE(std::nullopt, copy.Sessions()[0].Title());
+  EXPECT_EQ(image.Sessions()[0].Tracks()[1].Start(), copy.Sessions()[0].Tracks()[1].Start());
+  Open("mixed.cue").WriteCueSheet(folder.Path("bare.cue"));
+  EXPECT_FALSE(fs::exists(folder.Path("BARE.CDT"))) << "there are no texts";
+}
+
+TEST_F(DiscImage, EncodesAndDecodesCdText) {
+  const std::vector<std::byte> packs = Open("album.cue").EncodeCdText();
+  const Image texts = imagefile::DecodeCdText(packs, 3);
+  EXPECT_EQ("Made-up Sectors", texts.Sessions()[0].Title());
+  EXPECT_EQ("Café at Sector Twenty", texts.Sessions()[0].Tracks()[1].Title());
+  EXPECT_EQ(std::nullopt, texts.Sessions()[0].Tracks()[2].Title());
+  EXPECT_EQ("Made-up Sectors", texts.Clone().Sessions()[0].Title());
+  EXPECT_TRUE(Open("plain.iso").EncodeCdText().empty());
+  EXPECT_EQ(std::nullopt, imagefile::DecodeCdText({}, 0).Sessions()[0].Title());
+}
+
+TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
+  const Image album = Open("album.cue");
+  const Image plain = Open("plain.iso");
+  const auto extract = [&](const Image& image, const std::string& target, std::uint32_t size = 0) {
+    image.Extract(image.Sessions()[0].Tracks().back(), target, {.blockSize = size});
+  };
+  const auto path = [&](const char* name) { return folder.Path(name); };
+  folder.Write("cut.cue", "FILE \"cut.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+  folder.WriteSparse("cut.bin", 47040);
+  const Image cut = Open("cut.cue");
+  fs::resize_file(path("cut.bin"), 47039);
+  folder.Write("lone.ccd", folder.Read("sessions.ccd"));
+  folder.Write("new.cdt", "");
+  fs::create_symlink("/dev/full", path("full.cue"));
+  fs::create_symlink("/dev/full", path("full.zsi"));
+  fs::create_symlink("none/x", path("link"));
+  const std::vector<std::string> before = Files();
+  const std::pair<const char*, std::function<void()>> kCases[] = {
+      {"ZSE_CANNOTOPENIMAGE none.cue", [&] { Open("none.cue"); }},
+      {"ZSE_BADIMAGE album.bin", [&] { Open("album.bin"); }},
+      {"E_INVALIDARG a", [&] { Image(std::string("a\0b/", 4)); }},
+      {"ZSE_FILENOTFOUND lone.ccd", [&] { extract(Open("lone.ccd"), path("x")); }},
+      {"ERROR_HANDLE_EOF cut.bin", [&] { extract(cut, path("x")); }},
+      {"E_INVALIDARG album.cue", [&] { extract(album, path("x"), 2048); }},
+      {"E_INVALIDARG plain.iso", [&] { extract(plain, path("x"), 2049); }},
+      {"E_INVALIDARG ALBUM.BIN", [&] { extract(album, path("ALBUM.BIN")); }},
+      {"E_INVALIDARG album.cdt", [&] { extract(album, path("album.cdt")); }},
+      {"ERROR_DISK_FULL full", [&] { extract(album, "/dev/full"); }},
+      {"ERROR_DISK_FULL full.cue", [&] { album.WriteCueSheet(path("full.cue")); }},
+      {"ERROR_DISK_FULL full.zsi", [&] { album.WriteTocFile(path("full.zsi")); }},
+      {"ERROR_FILE_NOT_FOUND x", [&] { extract(album, path("none/x")); }},
+      {"ERROR_PATH_NOT_FOUND link", [&] { extract(album, path("link")); }},
+      {"ERROR_ACCESS_DENIED ", [&] { extract(album, path("")); }},
+      {"ERROR_FILE_EXISTS new.cdt", [&] { album.WriteCueSheet(path("new.cue")); }},
+      {"E_INVALIDARG new.zsi", [&] { album.WriteCueSheet(path("new.zsi")); }},
+      {"E_INVALIDARG album.cue", [&] { album.WriteCueSheet(path("album.cue")); }},
+  };
+  for (const auto& [expected, act] : kCases) {
+    EXPECT_EQ(expected, FailureOf(act));
+  }
+  const EnvironmentVariable temporary("TMPDIR", path("none"));
+  EXPECT_EQ("ERROR_PATH_NOT_FOUND x.zsi", FailureOf([&] { album.WriteTocFile(path("x.zsi")); }));
+  EXPECT_EQ(before, Files());
+  EXPECT_TRUE(fs::is_character_file("/dev/full"));
+  EXPECT_STREQ("the operation failed (0x80070001, 0x80070001)", imagefile::Error(MakeResult(0x80070001), "").what());
+}
+
+/// Memory or a call of the file layer fails, at each point in turn: what was there stays, or all is done.
+TEST_F(DiscImage, LosesNothingWhereAnythingFails) {
+  const Image image = Open("album.cue");
+  const std::pair<const char*, std::function<void(const std::string&)>> kWrites[] = {
+      {"out", [&](const std::string& path) { image.Extract(image.Sessions()[0].Tracks()[1], path); }},
+      {"out.cue", [&](const std::string& path) { image.WriteCueSheet(path); }},
+      {"out.zsi", [&](const std::string& path) { image.WriteTocFile(path); }},
+      {"out.cdt", [&](const std::string&) { imagefile::DecodeCdText(Open("tao.nrg").EncodeCdText(), 2); }},
+  };
+  FaultyFiles system([] { return ENOSPC; });
+  for (const auto& [name, write] : kWrites) {
+    write(folder.Path(name));
+    const bool isWritten = fs::exists(folder.Path(name));
+    const std::string whole = isWritten ? folder.Read(name) : "";
+    const std::vector<std::string> after = Files();
+    for (FaultPoints* points : {&system.points, &Memory().faults}) {
+      bool isReached = true;
+      for (long point = 1; isReached; ++point) {
+        if (isWritten) {
+          folder.Write(name, "old");
+        }
+        bool isDone = true;
+        points->Start(point);
+        try {
+          write(folder.Path(name));
+        } catch (const std::exception&) { // An Error, or std::bad_alloc.
+          isDone = false;
+        }
+        points->Stop();
+        isReached = points->Reached();
+        EXPECT_TRUE(!isWritten || folder.Read(name) == (isDone ? whole : "old"))
+            << name << (points == &system.points ? " system " : " memory ") << point;
+        EXPECT_EQ(after, Files()) << name << (points == &system.points ? " system " : " memory ") << point;
+      }
+    }
+  }
+}
+
+} // namespace
