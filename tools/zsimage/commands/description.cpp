@@ -1,6 +1,7 @@
 #include "commands/description.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -90,6 +91,23 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
   WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
   VerifyTracks(host, *image, sessions, copy, path);
   return description;
+}
+
+std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force) {
+  std::vector<std::string> stale;
+  std::error_code ignored;
+  const std::string companion = WithExtension(FileName(path), ".CDT");
+  for (const auto& entry : std::filesystem::directory_iterator(SpelledOnDisk(FolderOf(path)), ignored)) {
+    const std::string name = entry.path().filename().string();
+    if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
+      continue;
+    }
+    stale.push_back(Beside(path, name));
+    if (!force) {
+      throw Failure(stale.back(), "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
+    }
+  }
+  return stale;
 }
 
 std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {

@@ -26,6 +26,10 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
 /// Returns the path of the CD-Text companion that a sheet names.
 std::string CompanionOf(const std::string& path);
 
+/// Finds existing files that a reader would use as the CD-Text of a new sheet, in any case, except its own companion.
+/// @param own Path of the companion; empty for none. @throws Failure if there are any, without `force`.
+std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force);
+
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
 /// @param withData Whether a data file is written as well.
 std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData);

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "disc/result_meanings.h"
 
 /// Exit statuses of the tool.
@@ -38,6 +40,12 @@ private:
   std::string m_words;
   HRESULT m_code;
 };
+
+/// Throws a Failure with formatted words. @param code A result code or the number of a system error.
+template <class Code, class... T>
+[[noreturn]] void Fail(std::string_view file, Code code, fmt::format_string<T...> words, T&&... values) {
+  throw Failure(file, fmt::format(words, std::forward<T>(values)...), code);
+}
 
 /// Throws a Failure for every code but S_OK. S_FALSE means that nothing was done.
 void Check(HRESULT code, std::string_view file, std::string_view words = {});

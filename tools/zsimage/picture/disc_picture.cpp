@@ -72,7 +72,7 @@ private:
 
   /// Returns a text of the disc; empty if the image has none.
   std::string TextOfDisc(BSTR ZSCDTEXT::*field) const {
-    return m_info.nSessions == 0 ? "" : TerminalText(m_info.pZSCueSheet[0]->ZSCDTEXT.*field);
+    return m_info.nSessions == 0 ? "" : TerminalText(TextOf(m_info.pZSCueSheet[0]->ZSCDTEXT, field));
   }
 
   std::string Name() const {
