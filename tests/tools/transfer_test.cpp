@@ -208,6 +208,24 @@ TEST_F(TransferTool, SheetsAreConverted) {
   EXPECT_TRUE(Text(DiscSectors({{{{ZSMODE_1, 26}}}})) == folder.Read("NARROW.BIN"));
 }
 
+TEST_F(TransferTool, CopiesOfSheetsHaveTheirTracks) {
+  folder.Write("long.bin", Text(DiscSectors({{{{ZSMODE_AUDIO, 1000}}}, ""})));
+  const std::string file = "FILE \"long.bin\" BINARY\nTRACK 01 AUDIO\n";
+  folder.Write("first.cue", file + "PREGAP 00:02:00\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nINDEX 00 00:01:00\n"
+                                   "INDEX 01 00:03:00\nTRACK 03 AUDIO\nINDEX 00 00:05:00\nINDEX 01 00:06:00\n");
+  folder.Write("later.cue", file + "INDEX 01 00:00:00\nTRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 00:03:00\n"
+                                   "TRACK 03 AUDIO\nPREGAP 00:01:00\nINDEX 00 00:04:00\nINDEX 01 00:06:00\n");
+  for (const std::string name : {"first", "later"}) {
+    Run("extract -f --all source " + name + ".cue");
+    for (const std::string copy : {"copy.zsi", "copy.cue"}) {
+      Run("convert -f --with-data " + name + ".cue " + copy);
+      Run("extract -f --all copy " + copy);
+      EXPECT_EQ("", RunShell("cd '" + folder.Path("") + "' && diff -r source copy").out) << name << copy;
+      EXPECT_PRED2(Contains, RunTool(folder, "check " + copy).out, "good") << copy;
+    }
+  }
+}
+
 TEST_F(TransferTool, ExistingDataFileIsDescribed) {
   const std::string command = "convert disc.cue -f --no-cdtext ";
   ExpectShown(command + "raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
@@ -232,7 +250,8 @@ TEST_F(TransferTool, LossesAreNoted) {
        "to the track before\n"},
       {"many.cue new.zsi", "the sub-channel data are not copied; the new file expects a .SUB file\n"
                            "1 track: indexes above 1 are left out\n"},
-      {"gap.cue new.zsi", "1 track: the silence of a PREGAP line becomes sectors that count to the track before\n"},
+      {"gap.cue new.zsi", "1 track: the silence of a PREGAP line becomes sectors of the data file, in the pregap of the "
+                          "track\n"},
       {"disc.nrg new.cue", "a CUE sheet has one session; the other 1 of the image are left out\n"},
       {"disc.cue new.zsi", ""}};
   for (const auto& [arguments, losses] : kCases) {

@@ -163,6 +163,7 @@ int RunConvert(const ConvertOptions& options) {
   const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
   const DataFilePlan plan = PlanDataFile(image, sessions);
   RequireFittingData(options, plan);
+  MarkSilence(&image, sessions);
   const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
   PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
   const Description description = RenderDescription(host, &image, options.output, sessions, packs);

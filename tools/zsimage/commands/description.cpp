@@ -31,25 +31,36 @@ void Write(const Host& host, ImageRecord* image, const std::string& path, const 
 /// Returns what a description can say about a mode: audio, mode 1, mode 2.
 int ModeClass(ZSMODETYPE mode) { return (mode & ZSMODE_2) != 0 ? int{ZSMODE_2} : static_cast<int>(mode); }
 
-/// Compares the tracks of the new description with those of the image. The block size of TOC files is always 2352,
-/// which FindLosses reports.
+/// Whether a track is read back as it was described. The block size of TOC files is always 2352, which FindLosses
+/// reports. @param next The track after it in the session; null for the last.
+bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, bool isSheet) {
+  if (track.dwLBA != found.dwLBA || ModeClass(track.Mode) != ModeClass(found.Mode)) {
+    return false;
+  }
+  if (!isSheet) {
+    return track.dwEndLBA == found.dwEndLBA;
+  }
+  // Sectors before the next track that a sheet cannot mark count to this one. The last track ends with the data file.
+  return track.BlockSize == found.BlockSize &&
+         (next == nullptr || (found.dwEndLBA >= track.dwEndLBA && found.dwEndLBA <= next->dwLBA));
+}
+
+/// Compares the tracks of the new description with those of the image.
 void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions, const std::string& copy,
                   const std::string& path) {
   const ImageRecord read(host, copy);
-  const auto isSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
-    return left.dwLBA == right.dwLBA && ModeClass(left.Mode) == ModeClass(right.Mode) &&
-           (left.BlockSize == right.BlockSize || !IsSheet(path));
-  };
   for (unsigned session = 1; session <= sessions; ++session) {
     const auto expected = Tracks(image.Session(session));
     const auto found = Tracks(read.Session(session));
-    const auto other = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSame).first;
-    if (other != expected.end()) {
-      throw Failure(path,
-                    fmt::format("track {} of session {} would be read back with another position, mode or block size; "
-                                "this kind of description cannot state it",
-                                other - expected.begin() + 1, session),
-                    ZSE_FAILED);
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      const ZSTRACK* next = i + 1 < expected.size() ? &expected[i + 1] : nullptr;
+      if (i >= found.size() || !IsKept(expected[i], next, found[i], IsSheet(path))) {
+        throw Failure(path,
+                      fmt::format("track {} of session {} would be read back with another position, length, mode or "
+                                  "block size; this kind of description cannot state it",
+                                  i + 1, session),
+                      ZSE_FAILED);
+      }
     }
   }
 }
@@ -92,6 +103,17 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
   return description;
 }
 
+void MarkSilence(ImageRecord* image, unsigned sessions) {
+  for (const ZSCUESHEET* sheet : image->Sessions(sessions)) {
+    ULONG silence = 0; // Sectors before the end of the track that are not in the file.
+    for (ZSTRACK& track : Tracks(*sheet)) {
+      const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image->Info(), track));
+      track.Pregap += std::max(static_cast<LONG>(silence - before), 0);
+      track.dwEndLBA += silence;
+    }
+  }
+}
+
 std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {
   const zsimagefileinfo& info = image.Info();
   const LONG blockSize = info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
@@ -131,6 +153,6 @@ std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsi
         const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(info, track));
         return silence != before;
       },
-      "the silence of a PREGAP line becomes sectors that count to the track before");
+      "the silence of a PREGAP line becomes sectors of the data file, in the pregap of the track");
   return losses;
 }
