@@ -7,6 +7,7 @@ targets exist, are folders or are write-protected, because the disk is full, and
 import contextlib
 import os
 import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -50,9 +51,9 @@ def run(command, **options):
 
 
 def content():
-    """Returns permissions and bytes of each file and folder."""
+    """Returns permissions and bytes of each file and folder, and of temporary ones."""
     return {str(path): (path.lstat().st_mode, path.read_bytes() if path.is_file() else b"")
-            for path in [Path("out"), *Path("out").rglob("*")]}
+            for path in [Path("out"), *Path("out").rglob("*"), *Path("temporary").rglob("*")]}
 
 
 def expect(what, command, holds, result):
@@ -158,6 +159,19 @@ def try_signals(command, names, fresh):
         expect(f"SIGTERM after {delay} s", command, content() in (before, replaced(fresh)), result)
 
 
+def try_signals_while_rendering(command, names, fresh):
+    """After a signal while there is a temporary folder, it is removed."""
+    for _ in range(5):
+        before, process = fill(names), start(command + " --force")
+        while process.poll() is None and not any(Path("temporary").iterdir()):
+            pass
+        process.send_signal(signal.SIGINT)
+        result = finish(process)
+        expect("SIGINT while rendering", command, content() in (before, replaced(fresh)), result)
+        for folder in Path("temporary").iterdir():
+            shutil.rmtree(folder)
+
+
 def try_signals_while_writing(command, names):
     for number, written in ((signal.SIGINT, 0), (signal.SIGTERM, 1 << 20), (signal.SIGHUP, 32 << 20)):
         before, process = fill(names), start(command + " --force")
@@ -178,6 +192,8 @@ def main():
     Path("long.cue").write_text(sheet.format("long.bin").replace("TITLE", "REM"))
     os.truncate(os.open("long.bin", os.O_CREAT | os.O_WRONLY), LONG)
     os.mkdir("out")
+    os.mkdir("temporary")
+    os.environ["TMPDIR"] = os.path.abspath("temporary")
     for command, names in COMMANDS.items():
         fill([])
         result = run(command)
@@ -187,6 +203,8 @@ def main():
         try_full_disk(command, names, fresh)
         if "--all" not in command:
             try_signals(command, names, fresh)
+        if "convert" in command:
+            try_signals_while_rendering(command, names, fresh)
         try_write_protected(command, names)
     try_registry()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
@@ -197,7 +215,7 @@ def main():
     return 1 if faults else 0
 
 
-ZSIMAGE = sys.argv[1:]
+ZSIMAGE = [*sys.argv[1:-1], os.path.abspath(sys.argv[-1])]
 with tempfile.TemporaryDirectory() as scratch:
     os.chdir(scratch)
     sys.exit(main())
