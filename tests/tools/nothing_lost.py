@@ -115,6 +115,20 @@ def try_write_protected(command, names):
         expect_kept("write-protected", command, before, run(command + " --force", prefix=unprivileged))
 
 
+def try_closed_pipe():
+    """The first lines fill the buffer of standard output while later tracks are extracted."""
+    Path("many.cue").write_text('FILE "disc.bin" BINARY\n' + "".join(
+        f"TRACK {i} AUDIO\nINDEX 01 00:00:{i % 20:02}\n" for i in range(1, 100)))
+    fill([f"session-1-track-{i:02}.bin" for i in range(1, 100)])
+    reader, writer = os.pipe()
+    os.close(reader)
+    process = subprocess.Popen([*ZSIMAGE, "extract", "many.cue", "--all", "out", "-f"], stdout=writer,
+                               stderr=subprocess.PIPE, text=True)
+    os.close(writer)
+    result = finish(process)
+    expect("a closed pipe", "extract --all", not any(Path("out").glob(".*")), result)
+
+
 def try_full_disk(command, names, fresh):
     size = max(len(data) for _, data in fresh.values())
     for limit in (0, 1, size // 3, size - 1):
@@ -207,6 +221,7 @@ def main():
             try_signals_while_rendering(command, names, fresh)
         try_write_protected(command, names)
     try_registry()
+    try_closed_pipe()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
     try_stale_text("convert disc.cue out/new.cue")
     for command, names in LONG_COMMANDS.items():

@@ -99,13 +99,15 @@ void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* r
 void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
   SectorRun run = RunOfTrack(host, image, job, options.blockSize);
   CutRun(image, job, options.partial, &run);
-  OutputFile file(job.target, run.Bytes(), options.force);
-  {
-    ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
-    ReadRun(host, image.DataFile(), run, &progress,
-            [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
+  { // Ends before anything is printed: a closed pipe ends the process, and the file may have hidden files.
+    OutputFile file(job.target, run.Bytes(), options.force);
+    {
+      ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
+      ReadRun(host, image.DataFile(), run, &progress,
+              [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
+    }
+    file.Publish();
   }
-  file.Publish();
   if (!IsStandardOutput(job.target)) {
     Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.track,
                       Counted(run.sectors, "sector"), run.dataSize));
