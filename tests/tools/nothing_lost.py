@@ -129,6 +129,22 @@ def try_closed_pipe():
     expect("a closed pipe", "extract --all", not any(Path("out").glob(".*")), result)
 
 
+def try_file_of_another_user():
+    """In a folder such as /tmp, a file that all may write is replaced by its owner alone."""
+    if os.getuid() != 0:
+        return
+    for path in (".", os.path.dirname(ZSIMAGE[-1])):
+        os.chmod(path, os.stat(path).st_mode | 0o055)
+    fill(["packs"])
+    os.chmod("out", 0o1777)
+    os.chmod("out/packs", 0o666)
+    os.chown("out/packs", 1, 1)
+    before = content()
+    result = run("cdtext encode disc.cue -o out/packs -f", prefix=["setpriv", "--reuid=2", "--clear-groups"])
+    expect_kept("a file of another user", "cdtext encode", before, result)
+    expect("a file of another user", "cdtext encode", "belongs to another user" in result[1], result)
+
+
 def try_full_disk(command, names, fresh):
     size = max(len(data) for _, data in fresh.values())
     for limit in (0, 1, size // 3, size - 1):
@@ -222,6 +238,7 @@ def main():
         try_write_protected(command, names)
     try_registry()
     try_closed_pipe()
+    try_file_of_another_user()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
     try_stale_text("convert disc.cue out/new.cue")
     for command, names in LONG_COMMANDS.items():

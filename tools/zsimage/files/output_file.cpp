@@ -75,6 +75,14 @@ struct Target {
   struct stat status {};
 };
 
+/// Whether a file may be written and not replaced: in a folder such as /tmp, only its owner may (sticky bit, chmod(1)).
+bool IsReplacedByOwnerAlone(const std::string& file, const struct stat& status) {
+  struct stat folder {};
+  const uid_t user = geteuid();
+  return user != 0 && user != status.st_uid && stat(FolderOf(file).c_str(), &folder) == 0 &&
+         (folder.st_mode & S_ISVTX) != 0 && user != folder.st_uid;
+}
+
 /// @throws Failure as RequireWritable does.
 Target FindTarget(const std::string& path, bool force) {
   Target target;
@@ -87,6 +95,12 @@ Target FindTarget(const std::string& path, bool force) {
       throw WriteFailure(path, SystemError(errno));
     }
     target.path = isFile ? std::filesystem::canonical(path).string() : "";
+    if (isFile && IsReplacedByOwnerAlone(target.path, target.status)) {
+      throw Failure(path,
+                    "the file belongs to another user, in a folder where only its owner may replace it; give another "
+                    "name",
+                    ERROR_ACCESS_DENIED);
+    }
     target.exists = true;
     return target;
   }
