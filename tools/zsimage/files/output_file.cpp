@@ -163,7 +163,12 @@ OutputFile::~OutputFile() {
 
 void OutputFile::ThrowIfCancelled() const {
   if (InterruptWatch::Requested()) {
-    throw Failure(IsStandardOutput(m_path) ? kStandardOutput : m_path, "cancelled; nothing has been saved", kCancelled);
+    const bool isDirect = m_hidden.empty() && m_written != 0;
+    throw Failure(
+        IsStandardOutput(m_path) ? kStandardOutput : m_path,
+        isDirect ? fmt::format("cancelled; only {} of {} were written", ReadableSize(m_written), ReadableSize(m_size))
+                 : "cancelled; nothing has been saved",
+        kCancelled);
   }
 }
 
@@ -171,6 +176,7 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   ThrowIfCancelled();
   if (m_descriptor == -1) {
     WriteStandardOutput(data, size);
+    m_written += size;
     return;
   }
   DWORD written = 0;
