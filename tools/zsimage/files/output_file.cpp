@@ -121,6 +121,18 @@ void CopyPermissions(const Target& target, const std::string& hidden) {
   chmod(hidden.c_str(), target.exists ? old.st_mode & 07777U : 0666U & ~mask);
 }
 
+/// Moves a file as rename() does. Fails with EEXIST if a file has appeared at `to`.
+int MoveToFreeName(const std::string& from, const std::string& to) {
+  if (link(from.c_str(), to.c_str()) == 0) {
+    return unlink(from.c_str());
+  }
+  if (errno != EEXIST && access(to.c_str(), F_OK) != 0) { // The file system has no links.
+    return rename(from.c_str(), to.c_str());
+  }
+  errno = EEXIST;
+  return -1;
+}
+
 } // namespace
 
 void RequireWritable(const std::string& path, bool force) {
@@ -192,10 +204,7 @@ void OutputFile::Publish() {
   if (m_hidden.empty()) {
     return;
   }
-  const bool replaces = access(m_target.c_str(), F_OK) == 0;
-  if (replaces && !m_force) {
-    ThrowExists(m_path);
-  }
+  const bool replaces = m_force && access(m_target.c_str(), F_OK) == 0;
   // The system may report only now that the disk is full. Content that replaces a file must be on the disk first.
   bool isGood = !replaces || fsync(m_descriptor) == 0;
   isGood = close(std::exchange(m_descriptor, -1)) == 0 && isGood;
@@ -203,9 +212,12 @@ void OutputFile::Publish() {
     m_old = m_hidden + "-old";
     isGood = link(m_target.c_str(), m_old.c_str()) == 0 || rename(m_target.c_str(), m_old.c_str()) == 0;
   }
-  if (!isGood || rename(m_hidden.c_str(), m_target.c_str()) != 0) {
+  if (!isGood || (m_force ? rename(m_hidden.c_str(), m_target.c_str()) : MoveToFreeName(m_hidden, m_target)) != 0) {
     const int error = errno;
     Withdraw();
+    if (error == EEXIST) {
+      ThrowExists(m_path);
+    }
     throw WriteFailure(m_path, SystemError(error), m_written, m_size);
   }
   m_hidden.clear();
