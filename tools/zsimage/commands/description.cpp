@@ -75,6 +75,11 @@ bool IsSheet(const std::string& path) {
   if (!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI")) {
     throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
   }
+  if (HasExtension(path, ".ZSI") &&
+      path.substr(path.find_last_of('/') + 1).find_first_of("<>\\") != std::string::npos) {
+    throw Failure(path, "a TOC file cannot contain a name with '<', '>' or a backslash; give another name",
+                  E_INVALIDARG);
+  }
   return HasExtension(path, ".CUE");
 }
 
