@@ -30,6 +30,8 @@ LONG_COMMANDS = {
     "extract long.cue --all out": ["session-1-track-01.bin"],
     "convert long.cue out/new.cue --with-data": ["NEW.BIN", "new.cue"],
 }
+# Root may read and write anywhere unless it drops its capabilities, which some containers do not allow.
+UNPRIVILEGED = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
 LONG = 2352 << 24  # Bytes of a sparse image, too many to copy before a signal arrives.
 faults = 0
 
@@ -102,17 +104,28 @@ def try_stale_text(command):
         expect("a stale .cdt", command, content() == before if kept else not Path("out/New.cdt").exists(), result)
 
 
+def try_unreadable_text():
+    """Texts that cannot be read are not left out without a word."""
+    Path("disc.cdt").write_text("packs")
+    os.chmod("disc.cdt", 0)
+    before = fill([])
+    if subprocess.call(" ".join(UNPRIVILEGED) + " test -r disc.cdt", shell=True) == 1:
+        result = run("convert disc.cue out/new.cue", prefix=UNPRIVILEGED)
+        expect_kept("texts that cannot be read", "convert", before, result)
+        result = run("convert disc.cue out/new.cue --no-cdtext", prefix=UNPRIVILEGED)
+        expect("texts that cannot be read", "convert --no-cdtext", result[0] == 0, result)
+    os.unlink("disc.cdt")
+
+
 def try_write_protected(command, names):
-    # Root may write anywhere unless it drops its capabilities, which some containers do not allow.
-    unprivileged = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
     fill(names, 0o440)
-    if subprocess.call(" ".join(unprivileged) + f" test -w out/{names[0]}", shell=True) != 1:
+    if subprocess.call(" ".join(UNPRIVILEGED) + f" test -w out/{names[0]}", shell=True) != 1:
         print("skipped: files that root may not write")
         return
     for folder in (0o755, 0o555):
         os.chmod("out", folder)
         before = content()
-        expect_kept("write-protected", command, before, run(command + " --force", prefix=unprivileged))
+        expect_kept("write-protected", command, before, run(command + " --force", prefix=UNPRIVILEGED))
 
 
 def try_closed_pipe():
@@ -239,6 +252,7 @@ def main():
     try_registry()
     try_closed_pipe()
     try_file_of_another_user()
+    try_unreadable_text()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
     try_stale_text("convert disc.cue out/new.cue")
     for command, names in LONG_COMMANDS.items():

@@ -104,6 +104,10 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
   folder.Write("mixed.nrg", NrgImage({{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15}}}}));
   folder.Write("wide.mds", MdsOf({{{{ZSMODE_1, 20, 0, 2448}, {ZSMODE_AUDIO, 20, 0, 2448}}}}).Build());
   folder.Write("wide.mdf", "");
+  folder.Write("sessions.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
+  std::string volume(49151, '\0');
+  folder.Write("odd.iso", volume.replace(16 * 2048, 6, "\1CD001"));
+  folder.Write("none.ccd", "[Disc]\nSessions=0\n");
   const std::tuple<std::string, const char*, const char*> kCases[] = {
       {"convert disc.cue " + std::string(256, 'n') + ".cue", "ERROR_FILENAME_EXCED_RANGE", "zsimage: nnn"},
       {"extract disc.cue --track 3 -o x", "E_INVALIDARG", "no track 3 in session 1"},
@@ -116,6 +120,8 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 --block-size 2048 -o x", "E_INVALIDARG", "track 1 is audio"},
       {"extract disc.cue --all there", "ERROR_FILE_EXISTS", "session-1-track-02.bin: the file exists; --force"},
+      {"extract wide.mds --all x/y/z", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
+      {"extract disc.cue --all disc.bin/x", "E_FAIL", "disc.bin/x: the folder cannot be created"},
       {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "a link to a missing file"},
@@ -138,6 +144,15 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would be read back with another"},
       {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "read every sector as 2352 bytes"},
       {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 is cut off, 25 sectors missing"},
+      {"convert wide.mds x.zsi --data-file wide.mdf", "ZSE_FAILED", "x.zsi: readers of TOC files"},
+      {"convert sessions.nrg x.cue --data-file sessions.nrg", "ZSE_FAILED",
+       "the sectors of later sessions as well; --with-data writes a file that fits"},
+      {"convert gap.cue x.cue --data-file disc.bin", "ZSE_FAILED", "the silence of gaps and PREGAP lines; --with-data"},
+      {"convert odd.iso x.cue", "ZSE_FAILED",
+       "odd.iso: 2047 bytes are over after whole sectors of 2048 bytes; 'zsimage"},
+      {"convert none.ccd x.cue", "ZSE_FAILED", "it has no tracks in its first session (ZSE"},
+      {"convert disc.cue 'a<b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
+      {"convert disc.cue 'a\\b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
@@ -190,7 +205,7 @@ TEST_F(TransferTool, ProgressFitsTheTerminal) {
     EXPECT_PRED2(Contains, result.out, "cancelled; nothing has been saved");
   }
   EXPECT_PRED2(Contains, InterruptTool(folder, "extract big.iso --track 1 -o - > /dev/null", "\033[K").out,
-               "MB of 34.4 GB were written")
+               " of 34.4 GB were written")
       << "a pipe keeps what it got";
   EXPECT_FALSE(std::filesystem::exists(folder.Path("out")));
 }
@@ -236,6 +251,9 @@ TEST_F(TransferTool, ExistingDataFileIsDescribed) {
   ExpectShown(command + "raw.cue --data-file raw.bin", "expects its data file as raw.bin, which exists");
   ExpectShown(command + "raw.cue", "expects its data file as raw.bin, which exists");
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
+  folder.Write("Dir x/NEW.CDT", "");
+  Run("convert disc.cue 'DIR X/new.cue' --no-cdtext --force");
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("Dir x/NEW.CDT")));
   folder.Write("raw.bin", whole + "x");
   ExpectShown(command + "raw.cue",
               "raw.bin does not have the size that the description needs; it belongs to another image");
