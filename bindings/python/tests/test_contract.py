@@ -12,19 +12,20 @@ PROJECT = Path(__file__).parents[3]
 
 def rows(kind: str) -> list[list[str]]:
     text = (PROJECT / "tests/imagefile/contract.inc").read_text()
-    return [row.split(", ") for row in re.findall(rf"^{kind}\((.*)\)$", text, re.MULTILINE)]
+    return [re.split(r",\s+", row) for row in re.findall(rf"^{kind}\(([^)]*)\)$", text, re.MULTILINE)]
 
 
 def test_operations_are_in_their_order() -> None:
+    slots = {interface: [name.removeprefix("&I::") for name in names] for interface, _, *names in rows("SLOTS")}
     for interface, operations in _contract.OPERATIONS.items():
-        slots = sorted((int(slot), name) for owner, name, slot in rows("SLOT") if owner in ("IUnknown", interface))
-        assert slots[: len(operations.split())] == list(enumerate(operations.split()))
+        names = slots["IUnknown"] + slots[interface]
+        assert names[: len(operations.split())] == operations.split()
 
 
 def test_records_have_their_layout_with_addresses_of_64_and_of_32_bits() -> None:
     for column, address in ((-2, ctypes.c_uint64), (-1, ctypes.c_uint32)):
         records = vars(_contract.records(address))
-        listed = [row for row in rows("SIZE") + rows("PLACE") if row[0] in records and row[0] != "VARIANT"]
+        listed = [row for row in rows("SIZE") + rows("OFFSET") if row[0] in records and row[0] != "VARIANT"]
         assert len(listed) > 40
         for row in listed:
             record = records[row[0]]

@@ -39,7 +39,6 @@ def make_images() -> None:
     """Makes images whose tracks are not in the file where they are on the disc."""
     Path("pregap.cue").write_text('FILE "album.bin" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n'
                                   'TRACK 02 AUDIO\nPREGAP 00:00:10\nINDEX 01 00:00:20\n')
-    Path("twice.cue").write_text(Path("pregap.cue").read_text().replace("TRACK 02", "TRACK 01"))
     imagefile.open("sessions.ccd").to_zsi("postgap.zsi")
     toc = Path("postgap.zsi").read_text().replace("<PREGAP>0", "<PREGAP>1").replace("<POSTGAP>0", "<POSTGAP>2", 1)
     Path("postgap.zsi").write_text(toc)
@@ -71,12 +70,12 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
                 0xFFFFFFFF if index is None else index % 2**32 for index in track.indexes]
             assert all(index is None or index < 2**31 for index in track.indexes)
             for size in {track.block_size, 2048 if track.mode else track.block_size}:
-                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool")
+                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool", "--force")
                 disc.extract(track, Path("own"), size)
                 assert Path("own").read_bytes() == Path("tool").read_bytes() != b""
 
 
-@pytest.mark.parametrize("image", ["album.cue", "mixed.cue", "tao.nrg", "native.zsi", "twice.cue"])
+@pytest.mark.parametrize("image", ["album.cue", "mixed.cue", "cdplus.nrg", "native.zsi"])
 def test_descriptions_and_cdtext_are_the_tool_s(image: str) -> None:
     disc = imagefile.open(image)
     os.mkdir("own"), os.mkdir("tool")

@@ -10,24 +10,19 @@
 
 namespace {
 
-/// A text of discs and tracks. The records are packed, so that a pointer to a member would be read as an aligned one.
-struct TextKind {
+/// The texts of discs and tracks, in the order of the pages.
+constexpr struct {
   const char* heading;
-  BSTR (*ofDisc)(const ::ZSCDTEXT& disc);
-  BSTR (*ofTrack)(const ZSTRACK& track);
-};
-
-template <class Read> constexpr TextKind Kind(const char* heading, Read read) { return {heading, read, read}; }
-
-/// In the order of the pages.
-constexpr TextKind kTexts[] = {
-    Kind("Title", [](const auto& record) { return BSTR{record.bstrTitle}; }),
-    Kind("Performer", [](const auto& record) { return BSTR{record.bstrPerformer}; }),
-    Kind("Songwriter", [](const auto& record) { return BSTR{record.bstrSongwriter}; }),
-    Kind("Composer", [](const auto& record) { return BSTR{record.bstrComposer}; }),
-    Kind("Arranger", [](const auto& record) { return BSTR{record.bstrArranger}; }),
-    Kind("Genre", [](const auto& record) { return BSTR{record.bstrGenre}; }),
-    Kind("Message", [](const auto& record) { return BSTR{record.bstrMessage}; }),
+  BSTR ZSCDTEXT::*ofDisc;
+  BSTR ZSTRACK::*ofTrack;
+} kTexts[] = {
+    {"Title", &ZSCDTEXT::bstrTitle, &ZSTRACK::bstrTitle},
+    {"Performer", &ZSCDTEXT::bstrPerformer, &ZSTRACK::bstrPerformer},
+    {"Songwriter", &ZSCDTEXT::bstrSongwriter, &ZSTRACK::bstrSongwriter},
+    {"Composer", &ZSCDTEXT::bstrComposer, &ZSTRACK::bstrComposer},
+    {"Arranger", &ZSCDTEXT::bstrArranger, &ZSTRACK::bstrArranger},
+    {"Genre", &ZSCDTEXT::bstrGenre, &ZSTRACK::bstrGenre},
+    {"Message", &ZSCDTEXT::bstrMessage, &ZSTRACK::bstrMessage},
 };
 
 struct FlagWord {
@@ -85,7 +80,7 @@ std::string Line(std::string_view name, const std::string& value) {
 std::string DiscTexts(const ::ZSCDTEXT& text) {
   std::string lines = Line("Catalogue", TerminalText(text.bstrMCN));
   for (const auto& entry : kTexts) {
-    lines += Line(entry.heading, TerminalText(entry.ofDisc(text)));
+    lines += Line(entry.heading, TerminalText(TextOf(text, entry.ofDisc)));
   }
   return lines;
 }
@@ -173,12 +168,12 @@ void PrintTexts(const ZSCUESHEET& sheet) {
   table.Print([&](const TextTable::RowSink& sink) {
     std::vector<TextColumn> columns;
     for (const auto& entry : kTexts) {
-      columns.emplace_back(entry.ofDisc(sheet.ZSCDTEXT));
+      columns.emplace_back(TextOf(sheet.ZSCDTEXT, entry.ofDisc));
     }
     for (const ZSTRACK& track : Tracks(sheet)) {
       TextTable::Row row{std::to_string(track.TNO)};
       for (std::size_t i = 0; i < columns.size(); ++i) {
-        row.emplace_back(columns[i].Show(kTexts[i].ofTrack(track)));
+        row.emplace_back(columns[i].Show(TextOf(track, kTexts[i].ofTrack)));
       }
       sink(row);
     }

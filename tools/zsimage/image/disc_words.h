@@ -2,6 +2,7 @@
 /// Values of a record as words and times for people.
 #pragma once
 
+#include <cstring>
 #include <string>
 
 #include "disc/records.h"
@@ -10,6 +11,13 @@
 const char* KindWords(::ZSTYPEPROJECT kind);
 const char* FormatWords(zsimgformat format);
 std::string ModeWords(ZSMODETYPE mode);
+
+/// Returns a text of a record. Records are packed, so a text may have any address.
+template <class Record> BSTR TextOf(const Record& record, BSTR Record::*field) {
+  BSTR text = nullptr;
+  std::memcpy(&text, &(record.*field), sizeof(text));
+  return text;
+}
 
 /// Returns a number of sectors as playing time, "74:30:00". Minutes have as many digits as they need.
 std::string Duration(UHYPER sectors);

@@ -70,11 +70,13 @@ private:
     return m_info.pZSCueSheet[stretch.session]->pZSTracks[stretch.track];
   }
 
-  /// Returns the texts of the disc, which are null if the image has no session.
-  ::ZSCDTEXT TextsOfDisc() const { return m_info.nSessions == 0 ? ::ZSCDTEXT{} : m_info.pZSCueSheet[0]->ZSCDTEXT; }
+  /// Returns a text of the disc; empty if the image has none.
+  std::string TextOfDisc(BSTR ZSCDTEXT::*field) const {
+    return m_info.nSessions == 0 ? "" : TerminalText(TextOf(m_info.pZSCueSheet[0]->ZSCDTEXT, field));
+  }
 
   std::string Name() const {
-    const std::string title = TerminalText(TextsOfDisc().bstrTitle);
+    const std::string title = TextOfDisc(&ZSCDTEXT::bstrTitle);
     return title.empty() ? TerminalText(FileName(m_image.Path())) : title;
   }
 
@@ -131,7 +133,7 @@ private:
     const auto tracks = std::count_if(m_stretches.begin(), m_stretches.end(),
                                       [](const DiscStretch& stretch) { return stretch.kind == Kind::Track; });
     const unsigned sessions = m_info.nSessions;
-    const std::string performer = TerminalText(TextsOfDisc().bstrPerformer);
+    const std::string performer = TextOfDisc(&ZSCDTEXT::bstrPerformer);
     const std::string path = TerminalText(m_image.Path());
     double y = 62;
     DrawFact(y, "name", Name());
