@@ -296,6 +296,10 @@ TEST_F(TransferTool, DamagedPacksNeedForce) {
   Run("cdtext encode disc.cue -o good");
   Run("cdtext encode disc.cue -o spread --subchannel");
   const std::string good = folder.Read("good");
+  const std::string spread = folder.Read("spread");
+  folder.Write("later", spread.substr(96) + spread + spread);
+  folder.Write("turned", spread.substr(96) + spread.substr(0, 96));
+  folder.Write("cut", spread + spread.substr(0, 50));
   folder.Write("plain", good.substr(0, good.size() - 1));
   folder.Write("over", good + "12345");
   folder.Write("wrong", good.substr(0, 17) + "x" + good.substr(18));
@@ -304,6 +308,9 @@ TEST_F(TransferTool, DamagedPacksNeedForce) {
       {"good", ""},
       {"plain", ""},
       {"spread", ""},
+      {"later", ""},
+      {"turned", ""},
+      {"cut", "50 bytes are over after whole groups of 96 bytes"},
       {"over", "6 bytes are over after whole packs of 18 bytes"},
       {"wrong", "1 of 7 CD-Text packs do not match their check bytes"},
       {"none", "there is no CD-Text pack in it"}};
