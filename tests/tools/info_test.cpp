@@ -86,6 +86,7 @@ TEST_F(InfoTool, FailuresSayWhatToDo) {
   }
   const std::tuple<std::string, std::string, const char*, std::string> kCases[] = {
       {"missing.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "no such file"},
+      {"u/é.cue", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "zsimage: u/é.cue: no such file"},
       {"folder.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "this is a folder"},
       {"lost.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names GONE.BIN; no such file beside it"},
       {"far.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names SUB/X.BIN; no such file, in any case"},
@@ -165,6 +166,7 @@ TEST_F(InfoTool, PositionsAreFound) {
     EXPECT_PRED2(Contains, result.out + result.err, words);
     EXPECT_EQ(result.out.empty() ? 1 : 0, result.status);
   }
+  EXPECT_PRED2(Contains, Run("info gap.cue"), "17  00:00:08        8") << "a length in the file";
   // Images without a session, or with a session without tracks, are refused.
   const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
   for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {

@@ -39,8 +39,10 @@ std::string ExplainClosedSheet(const Host& host, const std::string& path) {
   if (dataFile.empty()) {
     return kNoFileLine;
   }
-  return dataFile == path ? ExplainClosed(path)
-                          : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
+  // The component returns narrow text, and a path may be UTF-8.
+  return TerminalText(dataFile) == TerminalText(path)
+             ? ExplainClosed(path)
+             : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
 }
 
 std::string ExplainMissing(const Host& host, const std::string& path, const std::string& extension) {
@@ -64,7 +66,7 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
 
 std::string ExplainSheet(const Host& host, const std::string& path) {
   const std::string dataFile = DataFileOfSheet(host, path);
-  if (dataFile.empty() || dataFile == path) {
+  if (dataFile.empty() || TerminalText(dataFile) == TerminalText(path)) {
     return kNoFileLine;
   }
   const UniqueSheet sheet = CreateSheet(host, 0);
