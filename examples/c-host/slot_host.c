@@ -1,5 +1,5 @@
-/* Lists a disc image and saves one of its tracks, in C. The program uses no header of ImageFile, only the layout of its
-   records and the order of its operations. Any language that calls functions by address can do the same.
+/* Lists a disc image and saves one of its tracks, in C. The program includes no header of ImageFile. It needs only the
+   layout of the records and the order of the operations. Any language that calls functions by address can do the same.
 
      cc slot_host.c $(pkg-config --cflags --libs imagefile-platform) -o slot_host
      slot_host IMAGE [TRACK FILE] */
@@ -162,7 +162,7 @@ static void List(const Disc* disc) {
 /* Copies a stream of `length` bytes to a new file. The stream of a truncated image ends early without an error. */
 static int CopyStream(Stream* stream, uint64_t length, const char* path) {
   static uint8_t buffer[64 * 1024];
-  FILE* file = fopen(path, "wbx"); /* Replaces no existing file, which may be the image. */
+  FILE* file = fopen(path, "wbx"); /* Fails if the file exists: it may be the image. */
   if (file == NULL) {
     perror(path);
     return EXIT_FAILURE;

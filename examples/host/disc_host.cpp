@@ -1,5 +1,5 @@
-// Lists a disc image, and saves one of its tracks: a program that links the platform layer alone and finds ImageFile by
-// its classes. `zsimage register` makes them known to it.
+// Lists a disc image and saves one of its tracks. The program links only the platform layer. It finds ImageFile in the
+// registry, where `zsimage register` writes it.
 //
 //   disc_host IMAGE [TRACK FILE]
 

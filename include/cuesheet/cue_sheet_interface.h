@@ -1,5 +1,6 @@
 /// @file
-/// IZSCueSheet: CUE text in and out, CD-Text, the life of session records, and the data of one track.
+/// IZSCueSheet: reads and writes CUE sheets and CD-Text, creates, copies and frees session records, and extracts
+/// tracks.
 #pragma once
 
 #include "disc/records.h"
@@ -13,16 +14,16 @@ inline constexpr IID IID_IZSCueSheet{0x315DBEA3, 0xA2E9, 0x40C5, {0x89, 0x30, 0x
 inline constexpr OLECHAR kProgIdCueSheet[] = u"ZSImageFile.ZSCueSheet";
 
 /// @name Messages of the callback
-/// Values of ZSSTREAMPROGRESS::nMessage.
+/// Values of ZSSTREAMPROGRESS::nMessage, each with the values of `pBuffer` and `nSize`.
 /// @{
-inline constexpr UINT ZSSTREAM_BEGIN = 65;        ///< First Read. `pBuffer`, `nSize`: those of the reader.
-inline constexpr UINT ZSSTREAM_BEFOREREAD = 4160; ///< Before each read of the file: the buffer, the bytes to read.
-inline constexpr UINT ZSSTREAM_AFTERREAD = 8256;  ///< After a read that succeeded: the buffer, the bytes read.
-inline constexpr UINT ZSSTREAM_END = 66;          ///< Nothing is left, or a read failed: those of the reader.
+inline constexpr UINT ZSSTREAM_BEGIN = 65;        ///< Before the first read: the arguments of Read.
+inline constexpr UINT ZSSTREAM_BEFOREREAD = 4160; ///< Before each read of the file: buffer, bytes to read.
+inline constexpr UINT ZSSTREAM_AFTERREAD = 8256;  ///< After a read that succeeded: buffer, bytes read.
+inline constexpr UINT ZSSTREAM_END = 66;          ///< At the end, or after a failed read: the arguments of Read.
 /// @}
 
 #pragma pack(push, 1)
-/// Progress of a stream. The callback may change the record: the stream reads `pBuffer`, `nSize` and `fCancel` back.
+/// Progress of a stream. The callback may change `pBuffer`, `nSize` and `fCancel`: the stream uses the changed values.
 struct ZSSTREAMPROGRESS {
   UINT nMessage;       ///< One of the messages above.
   const char* pszName; ///< The stream's name, narrow text.
@@ -31,7 +32,7 @@ struct ZSSTREAMPROGRESS {
   void* pBuffer;       ///< The buffer of this step.
   UINT nSize;          ///< Bytes of this step.
   VARIANT vtUser;      ///< Copy of the caller's value; the stream owns it.
-  UINT fCancel;        ///< Any value but 0 stops the stream at its next check.
+  UINT fCancel;        ///< If not 0 after a read of the file, Read fails with E_FAIL.
 };
 #pragma pack(pop)
 static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
@@ -41,11 +42,12 @@ static_assert(sizeof(ZSSTREAMPROGRESS) == 52 + 2 * (sizeof(void*) - 4));
 using ZSStreamCallback = LONG (*)(UINT kind, ZSSTREAMPROGRESS* progress, ULONG userParam, VARIANT user);
 
 /// Operations on the record of one session. They return 0 on success and, unless stated otherwise, E_INVALIDARG for a
-/// null pointer and E_OUTOFMEMORY. Paths and texts are wide here and narrow inside (platform/text.h). Objects keep no
+/// null pointer and E_OUTOFMEMORY. Paths and texts are converted to narrow text (platform/text.h). Objects keep no
 /// state between calls. Calls on one record must not overlap.
 struct IZSCueSheet : IUnknown {
-  /// Writes a CUE sheet of this path. The sheet names a data file and, if there is CD-Text, a .CDT file after itself;
-  /// neither is written. @return E_FAIL if the file cannot be created. Failed writes are not reported.
+  /// Writes a CUE sheet to a file, which is replaced. The sheet names a data file and, if there is CD-Text, a .CDT
+  /// file. Both have the name of the sheet, and neither is written. @return E_FAIL if the file cannot be created.
+  /// Failed writes are not reported.
   virtual HRESULT CreateCueFile(BSTR path, ZSCUESHEET* sheet) = 0;
 
   /// Fills an empty sheet from CUE text and its data file, or from a plain sector file as one track. Free the sheet
@@ -53,7 +55,8 @@ struct IZSCueSheet : IUnknown {
   /// @return ZSE_FILENOTFOUND, ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_OUTOFRESOURCES.
   virtual HRESULT AnalyzeCueSheet(BSTR path, ZSCUESHEET* sheet) = 0;
 
-  /// Decodes the .CDT file beside a path, or the path if it is one, into the texts of a sheet that has its tracks.
+  /// Decodes the .CDT file that has the name and folder of `path`, whose own extension does not matter, into the texts
+  /// of a sheet that has its tracks.
   /// @return 1 if there is no such file.
   virtual HRESULT AnalyzeCDText(BSTR path, ZSCUESHEET* sheet) = 0;
 
@@ -78,9 +81,9 @@ struct IZSCueSheet : IUnknown {
   /// ZSStreamCallback, or null. @param dwUserParam For the callback. @param vtUser For the callback, which gets a copy.
   /// If VariantCopy fails, it gets VT_ERROR with the result code instead. @param stream Receives the stream with one
   /// reference. It offers Read alone, to one reader at a time, and keeps the file open. Null on failure.
-  /// @return 1 if the file does not open or the numbers fit no file; E_OUTOFMEMORY. Read of the stream returns 0 for a
-  /// full buffer, 1 for fewer bytes and at the end, E_INVALIDARG without a buffer, E_FAIL once the callback has
-  /// cancelled, and HRESULT_FROM_WIN32 of the error if a read fails.
+  /// @return 1 if the file does not open or the numbers describe no part of a file; E_OUTOFMEMORY. Read of the stream
+  /// returns 0 for a full buffer, 1 for fewer bytes and at the end, E_INVALIDARG without a buffer, E_FAIL once the
+  /// callback has cancelled, and HRESULT_FROM_WIN32 of the error if a read fails.
   virtual HRESULT ExtractTrackToStream(BSTR imageFile, BSTR label, zsimagefileinfo* info, ZSTRACK* track,
                                        UINT nBlockSizeData, LONG* CallBackPtr, ULONG dwUserParam, VARIANT vtUser,
                                        IStream** stream) = 0;
@@ -89,9 +92,9 @@ struct IZSCueSheet : IUnknown {
   /// cannot be created: compare its size with ZSSTREAMPROGRESS::qwTotal.
   virtual HRESULT ExtractStreamToFile(IStream* stream, BSTR file) = 0;
 
-  /// Appends the tracks of one SAFEARRAY of ZSTRACK to another and empties the first. Track numbers continue; positions
-  /// of tracks and pieces move by the length of the last track plus 1. The arrays are made by SafeArrayCreateEx with
-  /// the description of kRecordTrack (disc/record_ids.h).
+  /// Appends the tracks of one SAFEARRAY of ZSTRACK to another and empties the first. Track numbers continue. Positions
+  /// of the appended tracks and of their pieces grow by the length of the destination's last track plus 1. The arrays
+  /// are made by SafeArrayCreateEx with the description of kRecordTrack (disc/record_ids.h).
   /// @return E_INVALIDARG for arrays of other elements and for a fixed-size or empty destination; DISP_E_ARRAYISLOCKED
   /// during an access to either array; E_OUTOFMEMORY. On failure nothing has changed.
   virtual HRESULT MergeTracks(VARIANT* source, VARIANT* destination) = 0;
@@ -114,7 +117,7 @@ struct IZSCueSheet : IUnknown {
   virtual HRESULT CloneCDText(::ZSCDTEXT* source, ::ZSCDTEXT* destination) = 0;
 
   /// Replaces the texts of a sheet, and the texts and ISRCs of its tracks, by those of another. The catalogue number,
-  /// and tracks that either sheet lacks, are left out.
+  /// and tracks that only one of the sheets has, are left out.
   virtual HRESULT CopyCDText(ZSCUESHEET* source, ZSCUESHEET* destination) = 0;
 
   /// Frees what the tracks own and, with VARIANT_TRUE only, the tracks, the texts and the sheet. After any other value

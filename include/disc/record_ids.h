@@ -1,9 +1,10 @@
 /// @file
 /// Identifiers of the record types and of the type library that describes them.
 ///
-/// A host that makes arrays of records, as IZSCueSheet::MergeTracks takes them, loads the library with LoadRegTypeLib
-/// (version 1.0, any locale), asks it for the type of a record and that for its description
-/// (platform/record_info.h), and passes the description to SafeArrayCreateEx.
+/// IZSCueSheet::MergeTracks needs arrays of records. A host creates such an array in four steps
+/// (platform/record_info.h): LoadRegTypeLib finds the type library (version 1.0, any locale),
+/// ITypeLib::GetTypeInfoOfGuid the type of the record, GetRecordInfoFromTypeInfo its description, and SafeArrayCreateEx
+/// creates the array with that description.
 #pragma once
 
 #include "platform/guid.h"

@@ -2,8 +2,8 @@
 /// The records that describe a disc image.
 ///
 /// Every image becomes one `zsimagefileinfo` that points to one `ZSCUESHEET` per session, each with its tracks and
-/// texts. Records are packed on one byte and cleared before use; all zero is the valid empty record. Pointers have the
-/// width of the target and all other fields a fixed one. Programs are built against these layouts, which
+/// texts. Records are packed on one byte and cleared before use: a record of zeros is valid and empty. Pointers have
+/// the width of the target, all other fields a fixed width. Programs are built against these layouts, which
 /// tests/imagefile/contract.inc lists.
 ///
 /// Units: positions are sector numbers (LBA), counts are sectors, sizes and offsets are bytes, unless a field says
@@ -26,7 +26,7 @@ enum zsimgformat : std::int32_t {
   ZSIMAGEFORMAT_MDS = 6, ///< Media Descriptor image.
 };
 
-/// What a disc is.
+/// Kind of a disc.
 enum ZSTYPEPROJECT : std::int32_t {
   ZSTYPEPROJECT_NULL = 0,     ///< Not classified.
   ZSTYPEPROJECT_DATA = 1,     ///< One session of data.
@@ -34,12 +34,12 @@ enum ZSTYPEPROJECT : std::int32_t {
   ZSTYPEPROJECT_MIXED = 3,    ///< Audio and data in the first session.
   ZSTYPEPROJECT_CDPLUS = 4,   ///< An audio session, then a data session (Blue Book).
   ZSTYPEPROJECT_VIDEO = 5,    ///< Several tracks and the mark of a CD-Bridge disc (White Book).
-  ZSTYPEPROJECT_DVDVIDEO = 6, ///< Not produced here, as the next three.
+  ZSTYPEPROJECT_DVDVIDEO = 6, ///< Never produced, like the next three values.
   ZSTYPEPROJECT_CDMP3 = 7,
   ZSTYPEPROJECT_CDWMA = 8,
   ZSTYPEPROJECT_CDOGG = 9,
   ZSTYPEPROJECT_DATAMULTISESSION = 10, ///< Data in several sessions, or more than two sessions of any kind.
-  ZSTYPEPROJECT_OTHER = 11,            ///< Not produced here.
+  ZSTYPEPROJECT_OTHER = 11,            ///< Never produced.
 };
 
 /// Size of one sector in the image; the value is the size in bytes. Images may have other sizes.
@@ -98,7 +98,7 @@ enum zscdtextlang : std::int32_t {
 inline constexpr LONG ZSIMAGEMASK_CDTEXT = 0x01;      ///< CD-Text is present.
 inline constexpr LONG ZSIMAGEMASK_CDG = 0x02;         ///< The TOC file names a .CDG companion.
 inline constexpr LONG ZSIMAGEMASK_SUBCHANNEL = 0x04;  ///< Sub-channel data exist, in a file or in the sectors.
-inline constexpr LONG ZSIMAGEMASK_SUBINLINE = 0x08;   ///< Each sector of 2448 bytes has its sub-channel.
+inline constexpr LONG ZSIMAGEMASK_SUBINLINE = 0x08;   ///< Sectors of 2448 bytes contain their sub-channel.
 inline constexpr LONG ZSIMAGEMASK_TRACKATONCE = 0x10; ///< An NRG image that was recorded track by track.
 
 /// Bits of ZSTRACK::Flags: control flags of the sub-channel (Red Book).
@@ -138,31 +138,29 @@ struct ZSFILESTRUCT {
 /// Text of a disc, from CD-Text (Red Book) or a CUE sheet. A string is null if there is no text.
 struct ZSCDTEXT {
   VARIANT_BOOL CDTextPresent; ///< True once decoded CD-Text was stored here.
-  BSTR bstrMCN;               ///< Media catalogue number (Red Book, Q mode 2): 13 digits, not checked. Needs no
-                              ///< CD-Text.
-  BSTR bstrTitle;             ///< Title.
-  BSTR bstrComposer;          ///< Who wrote the music.
-  BSTR bstrPerformer;         ///< Who performs.
-  BSTR bstrSongwriter;        ///< Who wrote the words.
-  BSTR bstrArranger;          ///< Who arranged it.
-  BSTR bstrGenre;             ///< Genre, as text.
-  BSTR bstrMessage;           ///< Message of the maker.
-  zscdtextlang Language;      ///< Written into encoded CD-Text; no decoder sets it.
+  BSTR bstrMCN;      ///< Media catalogue number (Red Book, Q mode 2): 13 digits, not checked. Also set without CD-Text.
+  BSTR bstrTitle;    ///< Title.
+  BSTR bstrComposer; ///< Who wrote the music.
+  BSTR bstrPerformer;    ///< Who performs.
+  BSTR bstrSongwriter;   ///< Who wrote the words.
+  BSTR bstrArranger;     ///< Who arranged it.
+  BSTR bstrGenre;        ///< Genre, as text.
+  BSTR bstrMessage;      ///< Message of the maker.
+  zscdtextlang Language; ///< Written into encoded CD-Text; no decoder sets it.
 };
 
-/// One track. In the image it extends from `dwLBA` - `Pregap` to `dwEndLBA`, exclusive. Positions are those of the
-/// disc; those of a CUE sheet count from the start of the data file. A string is null if there is no text.
+/// One track. In the image it extends from `dwLBA` - `Pregap` to `dwEndLBA`, exclusive. Positions are sectors of the
+/// disc. In the record of a CUE sheet they count from the start of the data file. A string is null if there is no text.
 struct ZSTRACK {
-  UINT TNO;                          ///< Number of the track, from 1 in each session; a CUE sheet's own number.
-  ULONG* pdwIndex;                   ///< Positions of the indexes, from index 0 on; kNoIndex where absent. In task
-                                     ///< memory. Null from formats other than CUE and NRG.
-  BYTE nCountIndex;                  ///< Number of elements of `pdwIndex`.
-  LONG Pregap;                       ///< Sectors from index 0 to index 1, directly before `dwLBA`.
-  ULONG dwLBA;                       ///< Position of index 1, the first sector of the track proper.
-  ULONG dwEndLBA;                    ///< First position after the track.
-  LONG Postgap;                      ///< Sectors in the image after the track; 0 except from a TOC file.
-  ZSMODETYPE Mode;                   ///< ZSMODE_AUDIO, ZSMODE_1 or ZSMODE_2; a plain file of raw sectors may also be
-                                     ///< ZSMODE_2_FORM2.
+  UINT TNO;         ///< Number of the track, from 1 in each session; for a CUE sheet, the number in the sheet.
+  ULONG* pdwIndex;  ///< Positions of the indexes, from index 0 on; kNoIndex where absent. In task memory. Null from
+                    ///< formats other than CUE and NRG.
+  BYTE nCountIndex; ///< Number of elements of `pdwIndex`.
+  LONG Pregap;      ///< Sectors from index 0 to index 1, directly before `dwLBA`.
+  ULONG dwLBA;      ///< Position of index 1, the first sector of the track proper.
+  ULONG dwEndLBA;   ///< First position after the track.
+  LONG Postgap;     ///< Sectors in the image after the track; 0 except from a TOC file.
+  ZSMODETYPE Mode;  ///< ZSMODE_AUDIO, ZSMODE_1 or ZSMODE_2; a plain file of raw sectors may also be ZSMODE_2_FORM2.
   ZSFILEBLOCKSIZECUE BlockSize;      ///< Bytes of one sector of this track in the image file.
   ZSFILEBLOCKSIZECUE ImageBlockSize; ///< The size that zsimagefileinfo::ZSBlockSize reports.
   LONG Flags;                        ///< ZSTRACKFLAG_ bits.
@@ -176,7 +174,8 @@ struct ZSTRACK {
   BSTR bstrMessage;                  ///< Message of the maker.
   BSTR bstrISRC;                     ///< International standard recording code (ISO 3901; Red Book, Q mode 3): 12
                                      ///< characters, not checked.
-  UHYPER dwReserved64; ///< Byte offset of the track in the image file from CUE, MDS and NRG track at once.
+  UHYPER dwReserved64; ///< Byte offset of the track. Set for CUE and MDS, from the start of the data file, and for NRG
+                       ///< track at once, from the start of the session's data.
 };
 
 /// One session.
@@ -198,11 +197,11 @@ struct zsimagefileinfo {
                                          ///< null.
   USHORT nSessions;                      ///< Number of sessions, at most 99.
   UHYPER dwSeekBegin64;                  ///< Byte offset of the first sector in the sector file.
-  UHYPER dwSeekEnd64;                    ///< Byte offset of their end; all ones for the end of the file.
+  UHYPER dwSeekEnd64;                    ///< Byte offset after the last sector; all ones for the end of the file.
   USHORT nSubCount;                      ///< Bytes before the user data inside a sector: 0, 8, 16 or 24.
-  ULONG dwDiscID;                        ///< Disc identifier in the manner of CDDB; 0 until computed.
-  ULONG dwDiscID2;                       ///< Identifier of the first session of several; else 0.
-  LONG lReserved;                        ///< 0.
+  ULONG dwDiscID;  ///< Disc identifier as in CDDB, but counted from index 0 of each track; 0 until computed.
+  ULONG dwDiscID2; ///< Identifier of the first session, if there are several; else 0.
+  LONG lReserved;  ///< 0.
 };
 
 /// One descriptor of a READ TOC response (MMC). IZSImageFile::CreateTOCFile does not read it.
@@ -226,7 +225,8 @@ struct zsmmcreadtoc0 {
   zsmmctoc Toc;           ///< The first descriptor.
 };
 
-/// The first of a run of CD-Text packs, 18 bytes each, back to back; `pData` is not part of the run.
+/// First pack of a run of CD-Text packs. Packs have 18 bytes and follow each other directly; `pData` is not part of
+/// them.
 struct zsmmccdtext {
   BYTE Header[4];    ///< Type, track, sequence number, block and position.
   BYTE TextData[12]; ///< Text, or binary data of some types.

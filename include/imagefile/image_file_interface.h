@@ -22,9 +22,9 @@ struct IZSImageFile : IUnknown {
 
   /// Reads an image. The last four characters of the path, in any case, select the format: .ISO, .CUE, .NRG, .CCD,
   /// .MDS, .ZSI; .BWT and .B5T are known and refused.
-  /// @param path Of the description, in any case.
+  /// @param path Path of the description, looked up in any case (platform/file_lookup.h).
   /// @param info The caller's storage, which must not be null. It is cleared first and not freed; on failure it is all
-  /// zero. An NRG image of chunks of older versions alone yields 0 and a record without sessions.
+  /// zero. For an NRG image that has only chunks of older versions, the result is 0 and the record has no sessions.
   /// @return ZSE_CANNOTOPENIMAGE, ZSE_BADIMAGE, ZSE_FILENOTFOUND, ZSE_FAILED, ZSE_OUTOFRESOURCES, ZSE_TOCVERSION,
   /// E_OUTOFMEMORY.
   virtual HRESULT GetImageFileInfo(BSTR path, zsimagefileinfo* info) = 0;
@@ -55,16 +55,19 @@ struct IZSImageFile : IUnknown {
   /// Computes `dwDiscID` and `dwDiscID2` of a record.
   virtual HRESULT CalculateDiscID(zsimagefileinfo* info) = 0;
 
-  /// Computes a byte position in the sector file for a sector. With one session it is the start of the sector's track,
-  /// pregap included; for a sector in no track it is the end of the last track. With several sessions it is the
-  /// sector's own, if the sectors of each session count from 0 and the disc has 11,400 sectors after the first session
-  /// and 6,900 after others (150 less if a pregap follows); for a sector in no session it is the start of the last
-  /// session. See docs/limits.md.
+  /// Computes a byte position in the sector file for a sector. See docs/limits.md.
+  ///
+  /// - One session: the start of the sector's track, pregap included. For a sector in no track, the end of the last
+  ///   track.
+  /// - Several sessions: the position of the sector itself. This holds if the sectors of each session count from 0 and
+  ///   the gaps on the disc are 11,400 sectors after the first session and 6,900 after each later one, or 150 less
+  ///   before a session that begins with a pregap. For a sector in no session, the start of the last session.
+  ///
   /// @param info The record, with at least one track in each session. @param dwLBA The sector. @param pSeek64 Receives
-  /// the position in bytes. @param pLength64 Null, or receives a length in bytes of the first session's track that
-  /// holds the sector: (`dwEndLBA` - `dwLBA`) x `BlockSize` with several sessions, `Pregap` x `BlockSize` less with
-  /// one. Not written if there is no such track. @return E_INVALIDARG for null, or if the record counts more than 99
-  /// sessions.
+  /// the position in bytes. @param pLength64 Null, or receives a length in bytes, computed from the track of the first
+  /// session that has the sector: (`dwEndLBA` - `dwLBA`) x `BlockSize` with several sessions, `Pregap` x `BlockSize`
+  /// less with one. Unchanged if there is no such track. @return E_INVALIDARG for null, or if the record counts more
+  /// than 99 sessions.
   virtual HRESULT GetPositionFromLBA(zsimagefileinfo* info, ULONG dwLBA, UHYPER* pSeek64, UHYPER* pLength64) = 0;
 
 protected:

@@ -1,6 +1,6 @@
 /// @file
-/// Objects by class. Classes that libraries of this process have registered come first, then those of the registry
-/// (platform/registry.h), whose libraries are loaded on demand.
+/// Creation of objects by class. A class is looked up among those that libraries of this process have registered, then
+/// in the registry (platform/registry.h). A library that the registry names is loaded when its first class is used.
 ///
 ///     HKEY_CLASSES_ROOT\ProgID\CLSID                         Identifier of the class
 ///     HKEY_CLASSES_ROOT\CLSID\{identifier}\InprocServer32    Absolute path of its library

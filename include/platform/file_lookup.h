@@ -1,9 +1,13 @@
 /// @file
 /// Look-up of paths on disk.
 ///
-/// A path is looked up in UTF-8 first, then by its bytes as they are. If neither names a file, `\` is read as `/`, and
-/// each component is looked up in its folder: the same characters in another encoding, then the same letters in any
-/// case. If several names match, the first in byte order is used.
+/// A path is looked up in these spellings, until one names a file or folder:
+///
+/// 1. converted to UTF-8;
+/// 2. by its bytes as they are;
+/// 3. component by component, with `\` read as `/`. Each component is looked up in the spellings above, then as a name
+///    in its folder with the same characters in another encoding, then as a name with the same letters in any case. If
+///    several names match, the first in byte order is used.
 ///
 /// Functions that fail leave the reason for GetLastError.
 #pragma once

@@ -2,7 +2,7 @@
 /// Files by handle: open, read, write, seek and size over POSIX.
 ///
 /// Paths are looked up as platform/file_lookup.h says; the name of a new file is written in UTF-8. Only regular files
-/// and block devices open for reading. Opening a folder or a FIFO fails, and no open ever waits.
+/// and block devices open for reading. Opening a folder or a FIFO fails at once.
 ///
 /// Functions that fail leave the reason for GetLastError.
 #pragma once
@@ -20,12 +20,13 @@ inline constexpr DWORD GENERIC_READ = 0x80000000U;  ///< Access to read.
 inline constexpr DWORD GENERIC_WRITE = 0x40000000U; ///< Access to write.
 
 /// @name Sharing
-/// While a regular file is open for writing without sharing, no process can open it for reading, or for writing without
-/// sharing; and the reverse. Nothing is enforced on file systems without locks.
+/// A regular file that is open for writing without sharing cannot be opened for reading, or for writing without
+/// sharing. A file that is open for reading cannot be opened for writing without sharing. This holds for all processes.
+/// File systems without locks enforce nothing.
 /// @{
-inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< Excludes readers, and writers that do not share.
-inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Shares. Readers always share.
-inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< The same.
+inline constexpr DWORD FILE_SHARE_NONE = 0;  ///< Excludes readers, and writers without sharing.
+inline constexpr DWORD FILE_SHARE_READ = 1;  ///< Excludes nobody. Readers always share.
+inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< As FILE_SHARE_READ.
 /// @}
 
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Creates the file, or empties the one that exists.

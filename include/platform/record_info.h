@@ -90,7 +90,7 @@ void RevokeTypeLibrary(TypeLibraryDescription* library) noexcept;
 
 extern "C" {
 
-/// Finds a registered library by identifier and version. The language is not read.
+/// Finds a registered library by identifier and version. `language` is ignored.
 /// @return TYPE_E_LIBNOTREGISTERED if there is none, E_OUTOFMEMORY, E_INVALIDARG if `library` is null.
 HRESULT LoadRegTypeLib(REFGUID guid, WORD major, WORD minor, DWORD language, ITypeLib** library) noexcept;
 

@@ -84,7 +84,7 @@ inline constexpr HKEY HKEY_CURRENT_USER{0x80000001U}; ///< Root of the user's se
 
 inline constexpr DWORD KEY_READ = 0x20019; ///< The only kind of access.
 
-/// Opens a key for reading. Its values are those of this moment until it is closed.
+/// Opens a key for reading. Until it is closed, it has the values that it had when it was opened.
 /// @param root One of the two roots. @param subKey Path of the key below the root. @param options Not read.
 /// @param access Not read. @param opened Receives the key, which RegCloseKey closes.
 /// @return 0; ERROR_FILE_NOT_FOUND if there is no such key; ERROR_INVALID_HANDLE for anything but a root; otherwise as

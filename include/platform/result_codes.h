@@ -4,7 +4,7 @@
 
 #include "platform/base_types.h"
 
-/// Returns the result code of 32 bits, which codes are usually written as: 0x80004005.
+/// Returns the result code with these 32 bits. Codes are usually written in this form: 0x80004005.
 constexpr HRESULT MakeResult(std::uint32_t bits) noexcept { return static_cast<HRESULT>(bits); }
 
 inline constexpr HRESULT S_OK = 0;                                        ///< Success.
@@ -20,7 +20,7 @@ inline constexpr HRESULT DISP_E_BADVARTYPE = MakeResult(0x80020008);      ///< T
 inline constexpr HRESULT DISP_E_ARRAYISLOCKED = MakeResult(0x8002000D);   ///< The SAFEARRAY is being accessed.
 inline constexpr HRESULT TYPE_E_ELEMENTNOTFOUND = MakeResult(0x8002802B); ///< No record has that identifier.
 inline constexpr HRESULT TYPE_E_LIBNOTREGISTERED = MakeResult(0x8002801D);   ///< No type library has that identifier.
-inline constexpr HRESULT CLASS_E_NOAGGREGATION = MakeResult(0x80040110);     ///< Aggregation without IUnknown.
+inline constexpr HRESULT CLASS_E_NOAGGREGATION = MakeResult(0x80040110);     ///< Aggregation needs IID_IUnknown.
 inline constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = MakeResult(0x80040111); ///< The library lacks the class.
 inline constexpr HRESULT REGDB_E_READREGDB = MakeResult(0x80040150);         ///< The registry cannot be read.
 inline constexpr HRESULT REGDB_E_CLASSNOTREG = MakeResult(0x80040154);       ///< The class is not registered.

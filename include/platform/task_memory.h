@@ -1,6 +1,6 @@
 /// @file
-/// Task memory: the allocator of all records, tables, strings and arrays that cross an interface. A block may be freed
-/// by another library than the one that allocated it.
+/// Task memory: the allocator of all records, tables, strings and arrays that cross an interface. Any library may free
+/// a block, whichever library allocated it.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,7 @@
 
 extern "C" {
 
-/// Allocates `size` bytes, which are not cleared and aligned for any type. Null if out of memory. A block of 0 bytes is
-/// not null.
+/// Allocates `size` bytes, aligned for any type and not cleared. Null if out of memory. A block of 0 bytes is not null.
 void* CoTaskMemAlloc(std::size_t size) noexcept;
 
 /// Resizes a block. Allocates one if `block` is null. Returns null if out of memory, with the old block unchanged. A

@@ -1,11 +1,11 @@
 /// @file
-/// Narrow and wide text, and the code page between them.
+/// Narrow and wide text, and conversion between them.
 ///
-/// Narrow text mixes two encodings, so that names of any file system and texts in either encoding can be read. Bytes
-/// that form valid UTF-8 are UTF-8; any other byte of 0x80 and above is one character of Windows-1252. A character of
-/// Windows-1252 is written as its one byte, which 8-bit formats such as CD-Text need, unless that byte and the bytes
-/// after it would read back as UTF-8. All other characters are written in UTF-8. Wide to narrow to wide is the identity
-/// for all well-formed text.
+/// Narrow text mixes two encodings, so that names of any file system and texts in either encoding can be read. When it
+/// is read, bytes that form valid UTF-8 are UTF-8, and any other byte of 0x80 and above is one character of
+/// Windows-1252. When it is written, a character of Windows-1252 becomes its one byte, because 8-bit formats such as
+/// CD-Text need it. If that byte and the bytes after it would be read as UTF-8, the character is written in UTF-8, as
+/// are all characters that Windows-1252 lacks. Wide to narrow to wide is the identity for all well-formed text.
 #pragma once
 
 #include <string>

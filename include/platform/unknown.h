@@ -13,11 +13,11 @@
 inline constexpr IID IID_IUnknown{0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 /// Identifies IClassFactory.
 inline constexpr IID IID_IClassFactory{0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// Identifies IMarshal, which no object has.
+/// Identifies IMarshal, which no object implements.
 inline constexpr IID IID_IMarshal{0x00000003, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 /// Identifies IStream.
 inline constexpr IID IID_IStream{0x0000000C, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-/// Identifies ISequentialStream, which QueryInterface of a stream refuses.
+/// Identifies ISequentialStream. QueryInterface of a stream does not return it: query IStream.
 inline constexpr IID IID_ISequentialStream{0x0C733A30, 0x2A1C, 0x11CE, {0xAD, 0xE5, 0, 0xAA, 0, 0x44, 0x77, 0x3D}};
 
 /// The interface of every object.
@@ -36,11 +36,12 @@ protected:
 
 /// Creates objects of one class.
 struct IClassFactory : IUnknown {
-  /// Creates an object. `outer` is null, or the object that aggregates the new one. Then `iid` must be that of
-  /// IUnknown.
-  /// @return CLASS_E_NOAGGREGATION if it is not; E_OUTOFMEMORY; otherwise as QueryInterface.
+  /// Creates an object. `outer` is null, or the object that aggregates the new one. An aggregated object must be
+  /// requested by IID_IUnknown.
+  /// @return CLASS_E_NOAGGREGATION for an aggregated object with any other `iid`; E_OUTOFMEMORY; otherwise as
+  /// QueryInterface.
   virtual HRESULT CreateInstance(IUnknown* outer, REFIID iid, void** object) = 0;
-  /// Keeps the library loaded if `lock` is not 0. Each such call needs a later one with 0.
+  /// Locks the library, so that it stays loaded, or unlocks it if `lock` is 0. Each lock needs one unlock.
   virtual HRESULT LockServer(std::int32_t lock) = 0;
 
 protected:
@@ -92,13 +93,13 @@ protected:
 template <class I> class ComPtr {
 public:
   ComPtr() = default;
-  /// Owns a reference that the caller owned.
+  /// Transfers a reference from the caller to this pointer.
   explicit ComPtr(I* owned) noexcept : m_object(owned) {}
   ComPtr(const ComPtr&) = delete;
   ComPtr& operator=(const ComPtr&) = delete;
-  /// Owns the reference of another pointer, which becomes null.
+  /// Transfers the reference of another pointer, which becomes null.
   ComPtr(ComPtr&& other) noexcept : m_object(other.Detach()) {}
-  /// The same. The object owned before is released.
+  /// Does the same, and releases the object that was owned before.
   ComPtr& operator=(ComPtr&& other) noexcept {
     Reset(other.Detach());
     return *this;

@@ -8,7 +8,7 @@
 /// The comment names the member of the union that holds the value.
 /// @{
 inline constexpr VARTYPE VT_EMPTY = 0;    ///< No value.
-inline constexpr VARTYPE VT_NULL = 1;     ///< A value that means: nothing.
+inline constexpr VARTYPE VT_NULL = 1;     ///< The value null.
 inline constexpr VARTYPE VT_I2 = 2;       ///< `iVal`.
 inline constexpr VARTYPE VT_I4 = 3;       ///< `lVal`.
 inline constexpr VARTYPE VT_R4 = 4;       ///< `fltVal`.
@@ -30,7 +30,7 @@ inline constexpr VARTYPE VT_UINT = 23;    ///< `ulVal`.
 /// @}
 /// Flag of arrays. Without an element type, the value is an array of the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
-/// Flag of pointers to a value with another owner.
+/// Flag of a pointer to a value that something else owns.
 inline constexpr VARTYPE VT_BYREF = 0x4000;
 
 /// Returns whether a value of a type owns an array.

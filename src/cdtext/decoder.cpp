@@ -16,7 +16,7 @@ constexpr BYTE kDoubleByteText = 0x80; // In kPackBlock.
 constexpr BYTE kExtensionFlag = 0x80;  // In kPackTrack.
 constexpr BYTE kLastTrack = 99;
 
-/// Packs of these types have binary data or a genre: only their first text is one.
+/// Returns whether only the first text in packs of a type counts: they have binary data or a genre.
 bool HasOneText(BYTE type) noexcept {
   return type == kPackSizeInfo || (type >= kPackDiscId && type <= kPackClosedInfo);
 }
@@ -41,8 +41,8 @@ public:
   }
 
 private:
-  /// Appends the text of a pack. If the buffer is full, the text that has not ended moves to its start. False if that
-  /// text alone fills the buffer.
+  /// Appends the text of a pack. If the buffer is full, the text that has not ended moves to its start. Returns false
+  /// if that text alone fills the buffer.
   bool Append(const BYTE* bytes) noexcept {
     if (m_buffer.size() - m_end < kPackTextSize) {
       m_end -= m_start;
@@ -58,7 +58,7 @@ private:
   }
 
   void StoreEndedTexts(BYTE* pack) noexcept {
-    std::size_t search = m_end - kPackTextSize; // Earlier packs have no zero byte left.
+    std::size_t search = m_end - kPackTextSize; // The zero bytes of earlier packs were found before.
     while (const void* zero = std::memchr(m_buffer.data() + search, 0, m_end - search)) {
       StoreText(pack, m_buffer.data() + m_start, m_table);
       m_start = static_cast<std::size_t>(static_cast<const char*>(zero) - m_buffer.data()) + 1;
@@ -76,13 +76,13 @@ private:
   UINT m_tracks;
   ZSCDTEXTTABLE* m_table;
   std::array<char, kTextBufferSize> m_buffer;
-  std::size_t m_start = 0; ///< Of the text that has not ended.
-  std::size_t m_end = 0;   ///< Of all that was appended.
+  std::size_t m_start = 0; ///< Offset in the buffer of the text that has not ended.
+  std::size_t m_end = 0;   ///< Offset after the last byte that was appended.
   int m_lastType = -1;
-  std::size_t m_texts = 0; ///< Since the type changed.
+  std::size_t m_texts = 0; ///< Number of texts since the type changed.
 };
 
-/// Replaces the text of a field, unless the packs have none or memory is short.
+/// Replaces the text of a field. Keeps the old text if the new one is empty or if out of memory.
 template <class Record> void ReplaceField(Record* record, TextField field, const std::string& text) noexcept {
   if (text.empty()) {
     return;

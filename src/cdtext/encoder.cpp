@@ -128,18 +128,18 @@ void CZSCDTextEncoder::CollectText(BYTE track, BYTE type, BSTR text) {
     return;
   }
   ZSCDTEXTENTRY entry{track, type};
-  const std::string_view kept = CutAtCharacter(narrow, entry.text.size() - 1);
-  std::memcpy(entry.text.data(), kept.data(), kept.size());
-  entry.length = static_cast<USHORT>(kept.size() + 1);
+  const std::string_view start = CutAtCharacter(narrow, entry.text.size() - 1);
+  std::memcpy(entry.text.data(), start.data(), start.size());
+  entry.length = static_cast<USHORT>(start.size() + 1);
   m_collectedBytes += entry.length;
-  if (m_collectedBytes <= kTextPacks * kPackTextSize) { // Later texts cannot fit, so they need no memory either.
+  if (m_collectedBytes <= kTextPacks * kPackTextSize) { // Texts beyond a block are not encoded, so they are not stored.
     m_entries.push_back(entry);
   }
 }
 
 void CZSCDTextEncoder::BuildTextPacks() {
   for (const ZSCDTEXTENTRY& entry : m_entries) {
-    // Readers count texts to find their track, so a later text must not follow one that is left out.
+    // Readers count the texts to find their tracks, so once a text is left out, all later ones are.
     if (m_packs.size() + PacksNeeded(entry) > kTextPacks) {
       break;
     }
@@ -147,7 +147,8 @@ void CZSCDTextEncoder::BuildTextPacks() {
   }
 }
 
-/// Appends the packs that describe the block: tracks, language, and packs of each type, these three included.
+/// Appends the packs with the size information of the block: its tracks, its language, and the number of packs of each
+/// type, these three included.
 void CZSCDTextEncoder::BuildSizePacks(const ZSCUESHEET& sheet) {
   std::array<BYTE, kSizeInfoLength> info{};
   info[size_info::kCharacterCode] = 1;
@@ -192,7 +193,7 @@ void CZSCDTextEncoder::AppendToPacks(ZSCDTEXTENTRY entry) {
       m_packs.push_back(StartPack(entry, position));
       m_fill = 0;
       if (entry.type == kPackSizeInfo) {
-        ++entry.track; // Size packs are numbered there.
+        ++entry.track; // The track byte of a size pack is its number.
       }
     }
     Pack& pack = m_packs.back();

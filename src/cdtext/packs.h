@@ -1,8 +1,8 @@
 /// @file
 /// The CD-Text pack (Red Book, CD-Text; layout as in MMC).
 ///
-/// A text may run over several packs of one type. Each text ends with a zero byte, and the next text of the type, that
-/// of the next track, follows directly.
+/// A text may extend over several packs of one type. Each text ends with a zero byte. The text of the next track
+/// follows it directly.
 #pragma once
 
 #include "disc/record_text.h"

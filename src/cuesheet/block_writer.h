@@ -1,8 +1,9 @@
 /// @file
 /// Writer of small pieces to a file in whole blocks.
 ///
-/// File systems store a block that is written with one call in one piece, and the kernel copies faster if bytes have
-/// the same offset in a page of the buffer and of the file. With blocks of 4 and pieces of up to 3 bytes, the buffer is
+/// Each block is written with one call, because file systems store it in one piece then. A byte has the same offset
+/// within a page in the buffer and in the file, because the kernel copies faster then. An example with blocks of 4
+/// bytes and pieces of up to 3 bytes:
 ///
 ///     appended     buffer           written
 ///     abc          abc.........     -
@@ -18,16 +19,16 @@
 
 class alignas(4096) BlockWriter {
 public:
-  static constexpr ULONG kFree = 65535; ///< Bytes that are always free.
+  static constexpr ULONG kMinFreeSpace = 65535; ///< Bytes that the buffer always has room for.
 
-  /// Returns free space of at least kFree bytes.
-  BYTE* Free() noexcept { return m_bytes + m_end; }
+  /// Returns the free space of the buffer, at least kMinFreeSpace bytes.
+  BYTE* FreeSpace() noexcept { return m_bytes + m_end; }
 
   /// Appends the first bytes of the free space.
   void Append(CZSFile* target, ULONG count) noexcept {
     m_end += count;
     Write(target, (m_end - m_begin) / kBlock * kBlock);
-    if (sizeof(m_bytes) - m_end < kFree) {
+    if (sizeof(m_bytes) - m_end < kMinFreeSpace) {
       m_end -= m_begin;
       std::memmove(m_bytes, m_bytes + m_begin, m_end);
       m_begin = 0;
@@ -45,7 +46,8 @@ private:
     m_begin += count;
   }
 
-  // Zeroed: if a stream delivers fewer bytes than it reports, zeros are written instead of memory of the process.
+  // Cleared, so that a stream which delivers fewer bytes than it reports does not write memory of the process to a
+  // file.
   BYTE m_bytes[4 * kBlock] = {};
   ULONG m_begin = 0; ///< Index of the first byte that is not written yet.
   ULONG m_end = 0;   ///< Index of the first free byte.

@@ -33,7 +33,7 @@ std::string_view TextValue(std::string_view afterKeyword) noexcept {
   return value;
 }
 
-/// Returns the number after the first slash of a track type; the default if there is none or it is 0.
+/// Returns the number after the first slash of a track type; the default if there is no number or if it is 0.
 LONG BlockSizeOf(std::string_view type) noexcept {
   const std::size_t slash = type.find('/');
   LONG size = 0;
@@ -86,7 +86,7 @@ void CueLines::Apply(std::string_view line) {
   }
 }
 
-ZSTRACK* CueLines::Current() const noexcept {
+ZSTRACK* CueLines::CurrentTrack() const noexcept {
   const bool inTable = m_number >= 1 && static_cast<UINT>(m_number) <= m_sheet->nTracks;
   return inTable ? &m_sheet->pZSTracks[m_number - 1] : nullptr;
 }
@@ -117,7 +117,7 @@ void CueLines::ApplyTrack(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   const std::string_view type = scanner.Number(&m_number) ? scanner.Word() : std::string_view();
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   if (track != nullptr) {
     track->TNO = static_cast<UINT>(m_number);
     SetType(type, track);
@@ -144,7 +144,7 @@ void CueLines::ApplyIsrc(std::string_view line) {
   LineScanner scanner(line);
   scanner.Word();
   const std::string_view value = scanner.Word();
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   if (track != nullptr && !value.empty()) {
     const BSTR code = NewBstr(value, kMaxIsrc);
     SysFreeString(track->bstrISRC);
@@ -153,7 +153,7 @@ void CueLines::ApplyIsrc(std::string_view line) {
 }
 
 void CueLines::ApplyFlags(std::string_view line) {
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   if (track == nullptr) {
     return;
   }
@@ -180,7 +180,7 @@ void CueLines::ApplyIndex(std::string_view line) {
   if (scanner.Number(&m_index)) {
     m_time.Scan(&scanner);
   }
-  if (Current() == nullptr) {
+  if (CurrentTrack() == nullptr) {
     return;
   }
   if (m_index == 0) {
@@ -190,13 +190,13 @@ void CueLines::ApplyIndex(std::string_view line) {
   }
 }
 
-/// Applies INDEX 00. Its position is in `dwLBA` until the line of index 1. The line is ignored for the first track,
-/// which has no pregap in the file.
+/// Applies INDEX 00. Its position is stored in `dwLBA` until INDEX 01 replaces it. See "first pregap" in
+/// docs/compatibility.md for track 1.
 void CueLines::BeginPregap(LONG position) noexcept {
   if (m_number <= 1) {
     return;
   }
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   const auto start = static_cast<ULONG>(position);
   track->dwLBA = start;
   CoTaskMemFree(track->pdwIndex);
@@ -207,8 +207,8 @@ void CueLines::BeginPregap(LONG position) noexcept {
 
 /// Applies INDEX 01 and higher.
 void CueLines::BeginTrack(LONG position) noexcept {
-  ZSTRACK* track = Current();
-  EndTrackBefore(position);
+  ZSTRACK* track = CurrentTrack();
+  EndPreviousTrack(position);
   const auto start = static_cast<ULONG>(position);
   if (track->pdwIndex == nullptr) {
     const ULONG entries[] = {kNoIndex, start};
@@ -222,12 +222,12 @@ void CueLines::BeginTrack(LONG position) noexcept {
   track->dwReserved64 = m_byteOffset;
 }
 
-/// Ends the previous track where the pregap of this track begins. Only the first index above 0 has an effect.
-void CueLines::EndTrackBefore(LONG position) noexcept {
+/// Ends the previous track where the pregap of this track begins. Only the first index above 0 of a track does this.
+void CueLines::EndPreviousTrack(LONG position) noexcept {
   if (m_number <= 1) {
     return;
   }
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   ZSTRACK& before = m_sheet->pZSTracks[m_number - 2];
   if (before.dwEndLBA != 0) {
     return;
@@ -242,7 +242,7 @@ void CueLines::EndTrackBefore(LONG position) noexcept {
 }
 
 void CueLines::ApplyText(TextField field, std::string_view afterKeyword) {
-  ZSTRACK* track = Current();
+  ZSTRACK* track = CurrentTrack();
   if (track == nullptr && m_number != 0) {
     return;
   }

@@ -7,15 +7,15 @@
 #include "cuesheet/line_scanner.h"
 #include "disc/record_text.h"
 
-/// Returns whether the first word of a line, in any case, is TRACK. Only such lines are counted as tracks: CueLines
-/// finds keywords anywhere in a line, also in a file name.
+/// Returns whether the first word of a line, in any case, is TRACK. Tracks are counted by these lines only, because
+/// CueLines finds the keyword anywhere in a line, even in a file name.
 bool IsTrackLine(std::string_view line) noexcept;
 
-/// Applies the lines of one sheet, in order. A line for a track that the table lacks changes nothing. A number that
-/// cannot be scanned keeps its value from an earlier line.
+/// Applies the lines of one sheet, in order. A line for a track that is not in the table changes nothing. If a line
+/// lacks a number, the number of the earlier line is used again.
 class CueLines {
 public:
-  /// `sheet` must have its table of tracks, all cleared.
+  /// `sheet` must have a table of cleared tracks.
   explicit CueLines(ZSCUESHEET* sheet) noexcept : m_sheet(sheet) {}
 
   /// Applies a line in upper case.
@@ -45,10 +45,10 @@ private:
   void SetType(std::string_view type, ZSTRACK* track) noexcept;
   void BeginPregap(LONG position) noexcept;
   void BeginTrack(LONG position) noexcept;
-  void EndTrackBefore(LONG position) noexcept;
+  void EndPreviousTrack(LONG position) noexcept;
 
-  /// Returns the track of the last TRACK line; null if the table lacks it.
-  ZSTRACK* Current() const noexcept;
+  /// Returns the track of the last TRACK line; null if it is not in the table.
+  ZSTRACK* CurrentTrack() const noexcept;
 
   ZSCUESHEET* m_sheet;
   LONG m_number = 0;       ///< Number of the last TRACK line; 0 before the first.

@@ -16,7 +16,7 @@ constexpr BYTE kSubModeForm2 = 0x20;       // Bit of the XA sub-mode.
 constexpr LONG kDescriptorOffset = 0x8000; // Sector 16 of 2048 bytes, the first volume descriptor of ECMA-119.
 constexpr DWORD kDescriptorStart = 50;
 
-/// Layout of a data file, by its size and its first bytes.
+/// Layout of a data file, which follows from its size and its first bytes.
 struct DataFile {
   UHYPER size = 0;
   ULONG sectorSize = 0;
@@ -24,7 +24,7 @@ struct DataFile {
   ZSMODETYPE mode = ZSMODE_1;
 };
 
-/// Finds the name, perhaps empty, between the quotes of a FILE line. Returns false for any other line.
+/// Finds the name, which may be empty, between the quotes of a FILE line. Returns false for any other line.
 bool NameOfFileLine(std::string_view line, std::string* name) {
   constexpr std::string_view kFile = "FILE \"";
   const std::size_t keyword = line.find(kFile);
@@ -40,7 +40,7 @@ bool NameOfFileLine(std::string_view line, std::string* name) {
   return true;
 }
 
-/// Finds the first file that a sheet names, in upper case. Returns false if it names none.
+/// Finds the name, in upper case, in the first FILE line of a sheet. Returns false if there is no such line.
 bool FindFileLine(TextFile* sheet, std::string* name) {
   std::string_view line;
   while (sheet->NextLine(&line)) {
@@ -64,7 +64,8 @@ ZSMODETYPE ModeOfRawFile(const std::string& path) noexcept {
   return bytesRead == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
 }
 
-/// Returns whether a file, whose size fits no kind of sector, has a volume descriptor or cannot be opened.
+/// Returns whether a file is accepted although its size fits no kind of sector: it has a volume descriptor, or it
+/// cannot be opened.
 bool HasDescriptorOrCannotOpen(const std::string& path) noexcept {
   CZSFile file;
   if (!file.OpenForReading(path)) {
@@ -137,7 +138,7 @@ bool CountTracks(TextFile* text, UINT* count) {
   return rewound && !text->Failed();
 }
 
-/// Ends the last track at the end of the data file: its sectors are the bytes that the other tracks do not use.
+/// Ends the last track at the end of the data file. The track has the bytes that the other tracks do not use.
 void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   if (sheet->nTracks == 0) {
     return;

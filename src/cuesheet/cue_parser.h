@@ -15,12 +15,13 @@
 /// Bytes of a raw sector that ClassifyRawSector may read.
 inline constexpr std::size_t kRawSectorStart = 96;
 
-/// Replaces the path of a sheet by that of the data file that it names, in upper case. A name with a backslash, or with
-/// a slash at its start, is the path; any other is in the folder of the sheet.
+/// Replaces the path of a sheet by the path of the data file that it names, with the name in upper case. A name that
+/// contains a backslash or begins with a slash is the whole path. Any other name is in the folder of the sheet.
 /// @return false if no file is named. The path is then empty, or unchanged if it is a sheet that can be opened.
 bool ResolveBinaryFile(std::string* path);
 
-/// Fills an empty sheet from a path. Its fields are not freed. CD-Text companions are not read.
+/// Fills a sheet from a CUE sheet or a plain sector file. The sheet must be empty: its fields are not freed. CD-Text
+/// companions are not read.
 /// @return 0; ZSE_FILENOTFOUND if the sheet cannot be read; ZSE_CANNOTOPENIMAGE if the data file is missing;
 /// ZSE_BADIMAGE if its size fits no kind of sector and it has no volume descriptor; ZSE_OUTOFRESOURCES.
 HRESULT ParseCueSheet(const std::string& path, ZSCUESHEET* sheet);

@@ -72,9 +72,9 @@ public:
     }
     *file = nullptr;
     return Guarded([&] {
-      const std::string given = NarrowText(path);
-      std::string named = given;
-      *file = NewBstr(ResolveBinaryFile(&named) ? named : given);
+      const std::string sheetFile = NarrowText(path);
+      std::string dataFile = sheetFile;
+      *file = NewBstr(ResolveBinaryFile(&dataFile) ? dataFile : sheetFile);
       return S_OK;
     });
   }

@@ -1,5 +1,5 @@
 /// @file
-/// The object behind IZSCueSheet.
+/// Implementation of IZSCueSheet.
 #pragma once
 
 #include "cuesheet/cue_sheet_interface.h"

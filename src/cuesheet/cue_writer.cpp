@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t kCatalogLength = 13;
 constexpr std::size_t kIsrcLength = 12;
 
-/// Formats a few numbers, which always fit the buffer.
+/// Formats numbers. The text must be shorter than the buffer.
 template <class... Numbers> std::string Format(const char* format, Numbers... numbers) {
   char text[128];
   const int length = std::snprintf(text, sizeof(text), format, numbers...);
@@ -95,7 +95,7 @@ private:
     return text;
   }
 
-  /// Positions count from the start of the file, so sector 150 is two seconds.
+  /// Times count from the start of the file, without the pause of a disc: sector 150 is 00:02:00.
   void WriteIndex(int number, ULONG position) {
     const ULONG time = LbaToMsf(static_cast<LONG>(position - ULONG{kPause}));
     WriteLine(Format("    INDEX %02d %02u:%02u:%02u", number, MinutesOf(time), SecondsOf(time), FramesOf(time)));

@@ -51,14 +51,14 @@ void CZSImageStream::Report(UINT message, void* buffer, UINT size) {
 
 HRESULT CZSImageStream::Read(void* buffer, ULONG count, ULONG* delivered) {
   UINT done = 0;
-  const HRESULT result = Guarded([&] { return ReadStep(buffer, count, &done); });
+  const HRESULT result = Guarded([&] { return ReadAndReport(buffer, count, &done); });
   if (delivered != nullptr) {
     *delivered = done;
   }
   return result;
 }
 
-HRESULT CZSImageStream::ReadStep(void* buffer, UINT count, UINT* done) {
+HRESULT CZSImageStream::ReadAndReport(void* buffer, UINT count, UINT* done) {
   if (buffer == nullptr) {
     return E_INVALIDARG;
   }
@@ -106,10 +106,11 @@ bool CZSImageStream::ReadData(BYTE* buffer, UINT count, UINT* done) noexcept {
   if (m_dataBlock != m_stride) {
     return ReadSectors(buffer, count, done);
   }
-  return ReadFile(m_file.Get(), buffer, count, done); // The file position is where the last read ended.
+  return ReadFile(m_file.Get(), buffer, count, done); // The position of the file is the end of the last read.
 }
 
-/// Reads data blocks, one in each stride: from the bytes that were read ahead or, if that fails, block by block.
+/// Reads data blocks, one in each stride, from the bytes that were read ahead. If reading ahead fails, reads block by
+/// block.
 bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept {
   while (*done < count) {
     *done += CopyAhead(m_position + *done, buffer + *done, count - *done);
@@ -137,8 +138,9 @@ bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept 
   return true;
 }
 
-/// Reads sectors ahead, from a position of the stream to the end of the track, or of the wanted bytes if that is later.
-/// If the call fails, keeps the whole blocks before the failure. Returns false if there are none.
+/// Reads sectors ahead, from a position of the stream to the end of the track. If more bytes are wanted than the track
+/// has, reads to the end of these. If the call fails, keeps the whole blocks before the failure. Returns false if there
+/// are no such blocks.
 bool CZSImageStream::ReadAhead(UHYPER position, UINT wanted) noexcept {
   m_aheadSize = 0;
   if (m_stride > kAheadBytes / 2) { // The buffer would hold mostly gaps.

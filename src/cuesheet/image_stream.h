@@ -1,5 +1,5 @@
 /// @file
-/// The data of one track as a stream.
+/// Stream of the data of one track.
 #pragma once
 
 #include <array>
@@ -9,8 +9,8 @@
 #include "foundation/com_object.h"
 #include "platform/files.h"
 
-/// A stream that reads a part of an image file forward, by whole sectors or by a part of each sector. It implements
-/// Read alone, for one reader at a time, and reports each step to a callback. Reading allocates nothing.
+/// Reads a part of an image file forward, either whole sectors or a part of each sector. The stream implements only
+/// Read, for one reader at a time, and reports each step to a callback. Reading allocates nothing.
 ///
 /// The number of delivered bytes determines where each read of the file starts, so that reading can continue after a
 /// short or failed read. If only a part of each sector is read, one system call reads many sectors ahead, up to the end
@@ -25,13 +25,13 @@ public:
   /// @return false if the handle cannot be duplicated or `start` is too large for an offset.
   bool InitStream(HANDLE file, std::string name, UHYPER start, UHYPER length, ZSStreamCallback callback,
                   ULONG userParam, const VARIANT& user);
-  /// @param dataBlock Bytes to read of each sector, at most `stride`. @param stride Bytes from one sector to the
-  /// next. `start` is the position of the first data byte of a sector.
+  /// Selects the part of each sector that is read. `start` must be the offset of the first byte of that part.
+  /// @param dataBlock Bytes to read of each sector, at most `stride`. @param stride Bytes from one sector to the next.
   void SetSectors(UINT dataBlock, UINT stride) noexcept;
 
   HRESULT Read(void* buffer, ULONG count, ULONG* delivered) override;
 
-  // A track can only be read, and only forward.
+  // Not implemented: a track can only be read, and only forward.
   HRESULT Write(const void* /*buffer*/, ULONG /*count*/, ULONG* /*written*/) override { return E_NOTIMPL; }
   HRESULT Seek(std::int64_t /*distance*/, DWORD /*origin*/, UHYPER* /*position*/) override { return E_NOTIMPL; }
   HRESULT SetSize(UHYPER /*size*/) override { return E_NOTIMPL; }
@@ -51,9 +51,9 @@ private:
   static constexpr UINT kDefaultSector = 2048;
 
   void Report(UINT message, void* buffer, UINT size);
-  HRESULT ReadStep(void* buffer, UINT count, UINT* done);
-  /// Reads the next bytes of the stream. `*done` is how many were read: fewer than `count` at the end of the file, or
-  /// before a failure.
+  HRESULT ReadAndReport(void* buffer, UINT count, UINT* done);
+  /// Reads the next bytes of the stream. `*done` receives the number of bytes that were read, which is less than
+  /// `count` at the end of the file or after a failure.
   bool ReadData(BYTE* buffer, UINT count, UINT* done) noexcept;
   bool ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept;
   bool ReadAhead(UHYPER position, UINT wanted) noexcept;
@@ -65,7 +65,7 @@ private:
   UHYPER m_start = 0;     ///< Offset in the file of the first data byte.
   UHYPER m_length = 0;    ///< Bytes of the stream.
   UHYPER m_position = 0;  ///< Bytes delivered so far, also by reads that failed later.
-  UHYPER m_remaining = 0; ///< Bytes still to deliver. A read that fails does not count.
+  UHYPER m_remaining = 0; ///< Bytes still to deliver. A read that fails does not decrease it.
   UINT m_dataBlock = kDefaultSector;
   UINT m_stride = kDefaultSector;
   ZSStreamCallback m_callback = nullptr;

@@ -55,7 +55,7 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->dwReserved64 = source.dwReserved64;
   CloneIndexes(source, copy);
   if (HasPieces(source)) {
-    SAFEARRAY* pieces = nullptr; // Stays null without memory for the copy.
+    SAFEARRAY* pieces = nullptr; // Remains null if out of memory.
     SafeArrayCopy(source.varFiles.parray, &pieces);
     copy->varFiles.vt = VT_ARRAY;
     copy->varFiles.parray = pieces;
@@ -100,7 +100,8 @@ void ShiftPieces(SAFEARRAY* pieces, ULONG shift) noexcept {
   }
 }
 
-/// Moves a track with all it owns into a cleared element. Its positions and those of its pieces are shifted.
+/// Moves a track with all that it owns into a cleared element. Adds `shift` to its positions and to those of its
+/// pieces.
 void MoveTrack(ZSTRACK* source, UINT number, ULONG shift, ZSTRACK* target) noexcept {
   *target = *source;
   *source = ZSTRACK{};

@@ -1,12 +1,12 @@
 /// @file
-/// Copying, freeing and merging of session records, and their file pieces: implementation of operations of IZSCueSheet.
+/// Operations of IZSCueSheet on session records: copying, freeing, merging, and lists of file pieces.
 #pragma once
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "platform/record_info.h"
 
-/// Returns a new sheet that owns a deep copy of everything. Throws std::bad_alloc. If there is no memory
-/// for the copy of an index table or of a list of pieces, the copy lacks it.
+/// Returns a new sheet that owns a deep copy of everything. Throws std::bad_alloc. If out of memory for an index table
+/// or a list of pieces, the copy lacks it.
 ZSCUESHEET* CloneSheet(const ZSCUESHEET& source);
 
 /// Copies presence, language and texts into an empty ZSCDTEXT. Throws std::bad_alloc.
@@ -27,6 +27,6 @@ void FreeSheet(ZSCUESHEET* sheet) noexcept;
 /// Stores a list of one file piece in each track. `pieces` describes ZSFILESTRUCT. @return E_OUTOFMEMORY.
 HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet);
 
-/// Appends the tracks of one array to another. Once the destination has room, nothing can fail. @return As
+/// Appends the tracks of one array to another. The destination grows first; after that nothing can fail. @return As
 /// IZSCueSheet::MergeTracks.
 HRESULT AppendTracks(VARIANT* source, VARIANT* destination) noexcept;

@@ -22,7 +22,7 @@ struct DataSpan {
   UINT stride;
 };
 
-/// Locates the data of a track. Returns false for numbers that no file or stream can have.
+/// Locates the data of a track. Returns false if the data block is larger than a sector or the offset than 64 bits.
 bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData, DataSpan* span) noexcept {
   const ULONG stride = BytesOf(track.BlockSize);
   const UINT dataBlock = nBlockSizeData == 0 ? stride : nBlockSizeData;
@@ -30,11 +30,11 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
     return false;
   }
   const UHYPER sectors = track.dwEndLBA > track.dwLBA ? track.dwEndLBA - track.dwLBA : 0;
-  const UHYPER inImage = UHYPER{track.dwLBA} * stride + (dataBlock == stride ? 0 : info.nSubCount);
-  if (info.dwSeekBegin64 > std::numeric_limits<UHYPER>::max() - inImage) {
+  const UHYPER offsetInImage = UHYPER{track.dwLBA} * stride + (dataBlock == stride ? 0 : info.nSubCount);
+  if (info.dwSeekBegin64 > std::numeric_limits<UHYPER>::max() - offsetInImage) {
     return false;
   }
-  *span = {info.dwSeekBegin64 + inImage, sectors * dataBlock, dataBlock, stride};
+  *span = {info.dwSeekBegin64 + offsetInImage, sectors * dataBlock, dataBlock, stride};
   return true;
 }
 
@@ -79,11 +79,11 @@ HRESULT CopyStreamToFile(IStream* stream, BSTR file) {
   }
   for (;;) {
     ULONG delivered = 0;
-    stream->Read(writer->Free(), BlockWriter::kFree, &delivered);
+    stream->Read(writer->FreeSpace(), BlockWriter::kMinFreeSpace, &delivered);
     if (delivered == 0) {
       writer->Finish(&target);
       return S_OK;
     }
-    writer->Append(&target, std::min(delivered, BlockWriter::kFree)); // A host's stream may return any count.
+    writer->Append(&target, std::min(delivered, BlockWriter::kMinFreeSpace)); // A host's stream may return any count.
   }
 }

@@ -9,7 +9,8 @@
 HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData,
                      LONG* callBack, ULONG userParam, const VARIANT& user, IStream** stream);
 
-/// Copies all bytes of a stream to a new file, until a read delivers none. Failures of reads and writes are ignored.
+/// Copies a stream to a file, which is replaced, until a read delivers no bytes. Failures of reads and writes are
+/// ignored.
 /// @return E_INVALIDARG for a null stream or an empty path; else 0, also if the file cannot be created. Throws
 /// std::bad_alloc.
 HRESULT CopyStreamToFile(IStream* stream, BSTR file);

@@ -1,5 +1,5 @@
 /// @file
-/// Owner of a sheet that does not belong to a record yet.
+/// Owner of a sheet that is not part of a record yet.
 #pragma once
 
 #include <memory>

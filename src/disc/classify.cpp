@@ -7,13 +7,13 @@ namespace {
 
 constexpr BYTE kSubModeVideo = 0x02; // Bit of the XA sub-mode.
 
-/// Moves the file to a byte position. False for one that no file can have.
+/// Moves the file to a byte position. Returns false for a position that is too large for a file.
 bool SeekTo(CZSFile* file, UHYPER position) noexcept {
   return position <= INT64_MAX && file->Seek64(static_cast<std::int64_t>(position), FILE_BEGIN) != kSeekFailed;
 }
 
-/// Tests the third byte of the sector in the middle of the second track, which is the sub-mode if sectors are stored
-/// from their sub-header on.
+/// Tests the sub-mode of the sector in the middle of the second track. The sub-mode is the third byte of a sector that
+/// is stored from its sub-header on.
 bool SecondTrackHasVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRACK& second) noexcept {
   const ULONG middle = second.dwLBA + ((second.dwEndLBA - second.dwLBA) >> 1);
   std::array<BYTE, 4> bytes{};
@@ -21,7 +21,7 @@ bool SecondTrackHasVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRA
          file->Read(bytes.data(), bytes.size()) && (bytes[2] & kSubModeVideo) != 0;
 }
 
-/// Applies one track to the marks. False if the sector file does not open.
+/// Adds the properties of one track to the marks. Returns false if the sector file does not open.
 bool ApplyTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
                 DiscMarks* marks) {
   const ZSTRACK& track = sheet.pZSTracks[index];
@@ -37,14 +37,14 @@ bool ApplyTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCU
   }
   UserData sector;
   marks->bridge =
-      marks->bridge || (ReadSectorSixteen(&file, *info, &sector) && ShowsBridge(&file, sector, *info, sheet, index));
+      marks->bridge || (ReadSectorSixteen(&file, *info, &sector) && IsBridgeDisc(&file, sector, *info, sheet, index));
   marks->data = true;
   return true;
 }
 
 HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATAMULTISESSION;
-  // Not of the last session: see "several sessions" in docs/compatibility.md.
+  // The last session but one. See "several sessions" in docs/compatibility.md.
   const ZSCUESHEET& sheet = *info->pZSCueSheet[info->nSessions - 2];
   if (sheet.nTracks != 0) {
     const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
@@ -107,8 +107,8 @@ bool ReadSectorSixteen(CZSFile* file, const zsimagefileinfo& info, UserData* sec
   return SeekTo(file, SectorSixteenPosition(info)) && file->Read(sector->data(), static_cast<DWORD>(sector->size()));
 }
 
-bool ShowsBridge(CZSFile* file, const UserData& sectorSixteen, const zsimagefileinfo& info, const ZSCUESHEET& sheet,
-                 UINT track) noexcept {
+bool IsBridgeDisc(CZSFile* file, const UserData& sectorSixteen, const zsimagefileinfo& info, const ZSCUESHEET& sheet,
+                  UINT track) noexcept {
   const ByteView descriptor(sectorSixteen);
   if (!descriptor.HasText(0, "\x01"
                              "CD001")) {

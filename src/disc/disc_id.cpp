@@ -32,8 +32,11 @@ public:
     }
   }
 
-  /// Returns the checksum of the starts, the seconds from the first start to the end, and the number of starts, in 8,
-  /// 16 and 8 bits; 0 without a position.
+  /// Returns the identifier; 0 without a position:
+  ///
+  ///     24 (8 bits)     Sum of the digits of the starts in seconds, modulo 255
+  ///     8  (16 bits)    Seconds from the first start to the end
+  ///     0  (8 bits)     Number of starts
   ULONG Value() const noexcept {
     if (m_count == 0) {
       return 0;
@@ -44,8 +47,8 @@ public:
 
 private:
   ULONG m_digitSum = 0; ///< Over all positions but the last.
-  ULONG m_first = 0;    ///< Times, packed as LbaToMsf packs them.
-  ULONG m_last = 0;
+  ULONG m_first = 0;    ///< Time of the first position, as LbaToMsf returns it.
+  ULONG m_last = 0;     ///< Time of the last position.
   ULONG m_count = 0;
 };
 

@@ -5,22 +5,23 @@
 
 namespace {
 
-/// Converts a signed number of sectors to bytes. Sums of these wrap, as all 64-bit positions do.
+/// Converts a number of sectors to bytes. Negative numbers and sums of results wrap modulo 2^64.
 UHYPER Bytes(std::int64_t sectors, const ZSTRACK& track) noexcept {
   return static_cast<UHYPER>(sectors) * BytesOf(track.BlockSize);
 }
 
-bool Holds(const ZSTRACK& track, ULONG lba) noexcept { return track.dwLBA <= lba && lba < track.dwEndLBA; }
+bool Contains(const ZSTRACK& track, ULONG lba) noexcept { return track.dwLBA <= lba && lba < track.dwEndLBA; }
 
 std::int64_t LengthOf(const ZSTRACK& track) noexcept {
   return std::int64_t{track.dwEndLBA} - std::int64_t{track.dwLBA};
 }
 
-UHYPER InOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
+/// Sums the bytes of the tracks before the track of a sector. Computes the length of that track, if there is one.
+UHYPER PositionInOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
   UHYPER sum = 0;
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
-    if (Holds(track, lba)) {
+    if (Contains(track, lba)) {
       if (length != nullptr) {
         *length = Bytes(LengthOf(track) - track.Pregap, track);
       }
@@ -34,14 +35,15 @@ UHYPER InOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept
 /// Computes the length of the first session's track that holds a position, if one does.
 void FindLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
   for (UINT i = 0; i < sheet.nTracks; ++i) {
-    if (Holds(sheet.pZSTracks[i], lba)) {
+    if (Contains(sheet.pZSTracks[i], lba)) {
       *length = Bytes(LengthOf(sheet.pZSTracks[i]), sheet.pZSTracks[i]);
       return;
     }
   }
 }
 
-UHYPER InSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length) noexcept {
+/// Finds the session of a sector and sums the bytes of the sessions before it.
+UHYPER PositionInSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length) noexcept {
   UHYPER sum = 0;
   ULONG local = lba; // Decreases with each gap and session, and wraps below 0.
   const ZSCUESHEET* before = nullptr;
@@ -77,9 +79,9 @@ UHYPER InSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER* length)
 void PositionFromLBA(const zsimagefileinfo& info, ULONG lba, UHYPER* seek, UHYPER* length) noexcept {
   UHYPER sum = 0;
   if (info.nSessions > 1) {
-    sum = InSeveralSessions(info, lba, length);
+    sum = PositionInSeveralSessions(info, lba, length);
   } else if (info.nSessions == 1) {
-    sum = InOneSession(*info.pZSCueSheet[0], lba, length);
+    sum = PositionInOneSession(*info.pZSCueSheet[0], lba, length);
   }
   *seek = info.dwSeekBegin64 + sum;
 }

@@ -1,5 +1,5 @@
 /// @file
-/// From a sector position to a byte position in the sector file.
+/// Conversion of a sector number to a byte position in the sector file.
 #pragma once
 
 #include "disc/records.h"

@@ -27,7 +27,7 @@ constexpr RecordField kCDTextFields[] = {
     Text(offsetof(ZSCDTEXT, bstrSongwriter)), Text(offsetof(ZSCDTEXT, bstrArranger)),
     Text(offsetof(ZSCDTEXT, bstrGenre)),      Text(offsetof(ZSCDTEXT, bstrMessage))};
 
-/// The sheet's own texts. Its tracks belong to the cue sheet service, which alone copies and frees whole sheets.
+/// Describes a text of a sheet. Its tracks have no description: only the cue sheet service copies and frees them.
 constexpr RecordField SheetText(std::size_t offset) noexcept { return Text(offsetof(ZSCUESHEET, ZSCDTEXT) + offset); }
 
 constexpr RecordField kSheetFields[] = {

@@ -1,5 +1,5 @@
 /// @file
-/// The type library that describes the records for arrays of them.
+/// Type library with the descriptions of the records, which arrays of records need.
 #pragma once
 
 #include "disc/record_ids.h"

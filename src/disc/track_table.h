@@ -1,5 +1,5 @@
 /// @file
-/// What all readers do with tracks.
+/// Operations on the tracks of a sheet.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ constexpr bool IsMode2(ZSMODETYPE mode) noexcept { return (mode & 0x04) != 0; }
 /// Returns the bytes of one sector as an unsigned number.
 constexpr ULONG BytesOf(ZSFILEBLOCKSIZECUE size) noexcept { return static_cast<ULONG>(size); }
 
-/// Sets the mode of a track and, by it, the format of its session.
+/// Sets the mode of a track, and the format of its session, which follows from the mode.
 void SetMode(ZSCUESHEET* sheet, ZSTRACK* track, ZSMODETYPE mode) noexcept;
 
 /// Sets both block sizes of a track.

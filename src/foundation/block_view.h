@@ -1,5 +1,5 @@
 /// @file
-/// Fields of a block of a file whose length was checked.
+/// View of a block of a file, whose fields are read by their offsets.
 #pragma once
 
 #include <span>
@@ -7,8 +7,8 @@
 
 #include "platform/base_types.h"
 
-/// The bytes of one block, not owned. ByteView::Block checks once that the block is whole, so its fields are read by
-/// their offsets without further checks. A field that is not wholly inside the block reads as 0 or as empty text.
+/// The bytes of one block, not owned. ByteView::Block checks once that the whole block is in the file, so reading a
+/// field cannot fail. A field that is not wholly inside the block reads as 0 or as empty text.
 class BlockView {
 public:
   BlockView() = default;

@@ -1,5 +1,5 @@
 /// @file
-/// Bytes of a file at offsets that the file itself may claim. Every access checks the bounds.
+/// View of the bytes of a file. Every access checks the bounds, so offsets and sizes may be numbers from the file.
 #pragma once
 
 #include <algorithm>
@@ -8,8 +8,7 @@
 
 #include "foundation/block_view.h"
 
-/// A range of bytes, not owned. An access at any offset is safe. One that is not wholly inside the range fails and
-/// leaves its target unchanged.
+/// A range of bytes, not owned. An access that is not wholly inside the range fails and leaves its target unchanged.
 class ByteView {
 public:
   ByteView() = default;
@@ -37,14 +36,14 @@ public:
     return inside;
   }
 
-  /// Returns whether exactly this text is at `offset`.
+  /// Returns whether the bytes at `offset` are `text`.
   bool HasText(UHYPER offset, std::string_view text) const noexcept {
     const ByteView part = Part(offset, text.size());
     return std::equal(part.m_bytes.begin(), part.m_bytes.end(), text.begin(), text.end(),
                       [](BYTE byte, char letter) { return byte == static_cast<BYTE>(letter); });
   }
 
-  /// Returns the part from `offset` on: at most `count` bytes, none after the end.
+  /// Returns at most `count` bytes from `offset` on: fewer at the end of the range, and none after it.
   ByteView Part(UHYPER offset, UHYPER count) const noexcept {
     const auto start = static_cast<std::size_t>(std::min<UHYPER>(offset, m_bytes.size()));
     return ByteView(m_bytes.subspan(start, static_cast<std::size_t>(std::min<UHYPER>(count, m_bytes.size() - start))));

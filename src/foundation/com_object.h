@@ -20,7 +20,7 @@ public:
   ULONG AddRef() final { return m_outer->AddRef(); }
   ULONG Release() final { return m_outer->Release(); }
 
-  /// Completes the construction. A failure ends the creation.
+  /// Completes the construction. If it fails, CreateObject destroys the object.
   virtual HRESULT FinalConstruct() { return S_OK; }
 
   /// Returns the object's own IUnknown, which does not delegate to the outer object.
@@ -90,7 +90,7 @@ template <class T> HRESULT CreateObject(IUnknown* outer, REFIID iid, void** obje
   if (created == nullptr) {
     return E_OUTOFMEMORY;
   }
-  const ComPtr<IUnknown> first(created->Inner()); // Keeps the object until the query has its own reference.
+  const ComPtr<IUnknown> first(created->Inner()); // Keeps the object alive until the query adds a reference.
   const HRESULT result = created->FinalConstruct();
   return FAILED(result) ? result : first->QueryInterface(iid, object);
 }

@@ -12,15 +12,15 @@ inline constexpr UHYPER kSeekFailed = ~UHYPER{0};
 /// One open file. The destructor closes it.
 class CZSFile {
 public:
-  /// Opens a file after it closes the one that is open. For the arguments see CreateFileA.
+  /// Closes the open file and opens another. For the arguments see CreateFileA.
   bool Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposition, DWORD attributes) noexcept;
   /// Opens an existing file for reading, shared with other readers.
   bool OpenForReading(const std::string& path) noexcept;
   void Close() noexcept { m_file.Reset(); }
 
-  /// Reads exactly `count` bytes. False if fewer are left. A count of 0 succeeds without a system call.
+  /// Reads exactly `count` bytes. Returns false if the file ends before. A count of 0 succeeds without a system call.
   bool Read(void* buffer, DWORD count) noexcept;
-  /// Does the same and sets `*bytesRead`, also if fewer are left.
+  /// Does the same. `*bytesRead` receives the number of bytes that were read, also on failure.
   bool ReadCount(void* buffer, DWORD count, DWORD* bytesRead) noexcept;
   /// Writes exactly `count` bytes. A count of 0 succeeds without a system call.
   bool Write(const void* buffer, DWORD count) noexcept;
@@ -41,8 +41,8 @@ class CZSFindFile {
 public:
   /// Finds a file or folder by path or pattern (platform/file_lookup.h).
   bool FindFile(const std::string& path) noexcept;
-  /// Returns the path of the file, its last component spelled as on disk. A path with wildcards is returned unchanged,
-  /// because a file is opened by its name and not by a pattern. Empty if nothing was found.
+  /// Returns the path of the file, with its last component spelled as on disk. A pattern with wildcards is returned
+  /// unchanged: a file must be opened by its name, not by a pattern. Empty if nothing was found.
   const std::string& Path() const noexcept { return m_path; }
   /// Returns the size in bytes; 0 if nothing was found.
   UHYPER GetFileSize() const noexcept { return m_file.size; }

@@ -7,7 +7,7 @@
 #include "platform/paths.h"
 #include "platform/text.h"
 
-bool LookupWasHindered() {
+bool LookupWasInconclusive() {
   const DWORD error = GetLastError();
   if (error == ERROR_NOT_ENOUGH_MEMORY) {
     throw std::bad_alloc();
@@ -15,7 +15,7 @@ bool LookupWasHindered() {
   return error == ERROR_ACCESS_DENIED || error == ERROR_IO_DEVICE || error == ERROR_TOO_MANY_OPEN_FILES;
 }
 
-bool FileExists(const std::string& path) { return PathFileExistsA(path) || LookupWasHindered(); }
+bool FileExists(const std::string& path) { return PathFileExistsA(path) || LookupWasInconclusive(); }
 
 bool RenameExtensionIfExists(std::string* path, std::string_view extension) {
   std::string renamed = *path;

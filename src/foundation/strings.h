@@ -14,11 +14,11 @@ std::string NarrowText(BSTR text);
 /// @throws std::bad_alloc.
 BSTR NewBstr(std::string_view narrow);
 
-/// Does the same with at most `limit` wide units. Cuts between two characters.
+/// Does the same with at most `limit` wide units, and splits no character.
 BSTR NewBstr(std::string_view narrow, std::size_t limit);
 
 /// Copies a string. The caller frees the copy. Null for null. @throws std::bad_alloc.
 BSTR CopyBstr(BSTR text);
 
-/// Returns the longest start of the text that has at most `limit` bytes and ends between two characters.
+/// Returns the longest prefix of the text that has at most `limit` bytes and splits no character.
 std::string_view CutAtCharacter(std::string_view narrow, std::size_t limit);

@@ -17,10 +17,10 @@ public:
   bool Open(const std::string& path) noexcept;
   /// Starts over from the first line.
   bool Rewind() noexcept;
-  /// Finds the next line, without its end and cut at its first zero byte. It is valid until the next call. False at the
-  /// end of the file or after a failed read.
+  /// Reads the next line, without its line end and cut at its first zero byte. The line is valid until the next call.
+  /// Returns false at the end of the file or after a failed read.
   bool NextLine(std::string_view* line) noexcept;
-  /// Whether a read has failed since Open: the lines may lack some.
+  /// Returns whether a read has failed since Open. Then lines may be missing.
   bool Failed() const noexcept { return m_failed; }
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kExtensionLength = 4; // With its dot.
 
-/// Creates a cue sheet service as any program does.
+/// Creates a cue sheet service by its ProgID, as a host does.
 HRESULT CreateServiceByProgId(ComPtr<IZSCueSheet>* service) noexcept {
   CLSID clsid{};
   const HRESULT result = CLSIDFromProgID(kProgIdCueSheet, &clsid);
@@ -40,7 +40,7 @@ void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
 
 bool CanBeOpened(const std::string& path) noexcept { return CZSFile().OpenForReading(path); }
 
-/// Runs a reader. A file whose reader throws counts as an image that cannot be read.
+/// Runs a reader. If it throws, the result is ZSE_BADIMAGE.
 HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) noexcept {
   try {
     return read(service, path, info);
@@ -173,7 +173,7 @@ private:
     return reader == nullptr ? ZSE_BADIMAGE : RunGuarded(reader, m_pCueSheet.Get(), path, info);
   }
 
-  ComPtr<IZSCueSheet> m_pCueSheet; ///< For the readers.
+  ComPtr<IZSCueSheet> m_pCueSheet; ///< Service that the readers use.
   // Stored by SetCallBack and not read: no operation of this interface reports progress.
   LONG* m_pCallBack = nullptr;
   LONG m_lParam = 0;

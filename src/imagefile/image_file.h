@@ -1,5 +1,5 @@
 /// @file
-/// The object behind IZSImageFile.
+/// Implementation of IZSImageFile.
 #pragma once
 
 #include "imagefile/image_file_interface.h"

@@ -37,7 +37,7 @@ bool IsUnused(const Library& library) noexcept {
   return canUnload != nullptr && canUnload() == S_OK;
 }
 
-/// The libraries that were loaded for their classes.
+/// The libraries that were loaded for their classes, which stay loaded while they are in the table.
 struct LibraryTable {
   std::mutex lock;
   std::vector<Library> libraries; ///< Without duplicates.
@@ -49,7 +49,8 @@ LibraryTable& Libraries() noexcept {
   return table.Get();
 }
 
-/// Keeps libraries loaded while it exists: before there is an object, nothing else does.
+/// Keeps all class libraries loaded while it exists. Without it, another thread could unload a library after it was
+/// loaded and before its first object exists.
 class LibraryUse {
 public:
   LibraryUse() noexcept { Add(1); }
@@ -70,7 +71,7 @@ HRESULT LoadClassLibrary(const std::string& path, GetClassObjectFunction* getCla
   if (!path.starts_with('/')) {
     return CO_E_DLLNOTFOUND;
   }
-  // Not under the lock, as a library runs code of its own while it is loaded.
+  // Not under the lock, because loading a library runs its static constructors, which may create objects.
   Library library(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!library) {
     return CO_E_DLLNOTFOUND;
@@ -88,7 +89,7 @@ HRESULT LoadClassLibrary(const std::string& path, GetClassObjectFunction* getCla
   return S_OK;
 }
 
-/// Reads the value without a name of a key below HKEY_CLASSES_ROOT; empty if there is none.
+/// Reads the value without a name of a key below HKEY_CLASSES_ROOT. `*text` is empty if there is no such value.
 HRESULT ReadClassValue(const std::string& path, std::string* text) {
   RegistryKey registry;
   if (ReadRegistry(&registry) != 0) {
@@ -161,7 +162,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
 
 void CoFreeUnusedLibraries() noexcept {
   LibraryTable& table = Libraries();
-  const std::lock_guard guard(table.lock); // Until they are unloaded, so that no class of theirs is found meanwhile.
+  const std::lock_guard guard(table.lock); // Held to the end: a LibraryUse that begins now waits.
   if (table.uses == 0) {
     std::erase_if(table.libraries, IsUnused);
   }

@@ -1,5 +1,5 @@
 /// @file
-/// Parser of numbers in text.
+/// Parsers of numbers in text.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace platform {
 
 /// Digits that were parsed.
 struct Digits {
-  bool found = false;      ///< Whether there were any.
+  bool found = false;      ///< Whether there was any digit.
   bool overflows = false;  ///< Whether the number has more than 64 bits.
   std::uint64_t value = 0; ///< The number, modulo 2^64.
 };
@@ -23,7 +23,7 @@ inline bool ParseSign(std::string_view* text) noexcept {
   return negative;
 }
 
-/// Removes the digits of base 10 or 16 from the start of a text and returns their number.
+/// Removes the digits of base 10 or 16 from the start of a text. Returns the number that they form.
 inline Digits ParseDigits(std::string_view* text, unsigned base) noexcept {
   Digits digits;
   for (; !text->empty(); text->remove_prefix(1)) {

@@ -25,8 +25,8 @@ public:
   virtual void Free(void* block) noexcept = 0;
 };
 
-/// The system calls of the file functions. Each returns -1 and sets `errno` on failure. As the system calls, they can
-/// fail with EINTR, and read or write fewer bytes than requested.
+/// The system calls of the file functions. Each returns -1 and sets `errno` on failure. Like the system calls, they can
+/// fail with EINTR and transfer fewer bytes than requested.
 class FileOperations {
 public:
   virtual ~FileOperations() = default;
@@ -70,5 +70,5 @@ struct Environment {
   FileOperations* files; ///< Calls the file system.
 };
 
-/// Returns the environment of the process, which has the allocator and the calls of the system at first.
+/// Returns the environment of the process. Initially it has the system's allocator and system calls.
 Environment& ProcessEnvironment() noexcept;

@@ -28,14 +28,14 @@ std::vector<std::string> NamesIn(const std::string& folder) {
   if (listed != 0) {
     names.clear();
   }
-  if (listed == 0 || errno == EACCES) { // Other spellings cannot be found without read permission.
+  if (listed == 0 || errno == EACCES) { // Without read permission the folder counts as empty.
     errno = ENOENT;
   }
   return names;
 }
 
-/// Returns the name that a folder has for a component: the same characters in another encoding, else in any case.
-/// Empty, with `errno` set, if there is none.
+/// Returns the name in a folder that has the same characters as a component in another encoding or, if there is none,
+/// the same letters in any case. Empty, with `errno` set, if the folder has neither.
 std::string FindName(const std::string& folder, const std::string& component) {
   std::vector<std::string> names = NamesIn(folder);
   std::erase_if(names, [&](const std::string& name) { return lstrcmpiA(name, component) != 0; });
@@ -49,7 +49,7 @@ std::string FindName(const std::string& folder, const std::string& component) {
   return names.empty() ? std::string() : names.front();
 }
 
-/// Looks for a path below a folder in UTF-8, then by its bytes as they are.
+/// Finds a path below a folder in UTF-8, then by its bytes as they are.
 bool FindAsSpelled(const std::string& folder, const std::string& path, std::string* found, struct stat* status) {
   const std::string utf8 = NarrowToUtf8(path);
   for (const std::string& spelling : {folder + utf8, folder + path}) {
@@ -57,7 +57,7 @@ bool FindAsSpelled(const std::string& folder, const std::string& path, std::stri
       *found = spelling;
       return true;
     }
-    if (utf8 == path || !NamesNothing()) {
+    if (utf8 == path || !ErrnoMeansMissing()) {
       break;
     }
   }
@@ -65,11 +65,11 @@ bool FindAsSpelled(const std::string& folder, const std::string& path, std::stri
 }
 
 /// Appends a component to the path of a folder on disk. Returns false if the folder has no such name.
-bool Descend(const std::string& component, std::string* found, struct stat* status) {
+bool AppendComponent(const std::string& component, std::string* found, struct stat* status) {
   if (FindAsSpelled(*found, component, found, status)) {
     return true;
   }
-  const std::string name = NamesNothing() ? FindName(*found, component) : std::string();
+  const std::string name = ErrnoMeansMissing() ? FindName(*found, component) : std::string();
   if (name.empty()) {
     return false;
   }
@@ -77,12 +77,12 @@ bool Descend(const std::string& component, std::string* found, struct stat* stat
   return Exists(*found, status);
 }
 
-/// Finds a path component by component.
-bool Walk(std::string path, std::string* resolved, struct stat* status) {
+/// Finds a path component by component. A path that ends with a separator names a folder.
+bool FindByComponents(std::string path, std::string* resolved, struct stat* status) {
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
   std::size_t position = 0;
-  // Usually only the last name is spelled differently.
+  // Usually only the last component is spelled differently, so the folder is tried as a whole.
   if (const std::size_t last = path.rfind('/');
       last != std::string::npos && FindAsSpelled("", path.substr(0, last + 1), &found, status)) {
     position = last + 1;
@@ -90,7 +90,7 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());
     const std::string component = path.substr(position, separator - position);
-    if (!component.empty() && !Descend(component, &found, status)) {
+    if (!component.empty() && !AppendComponent(component, &found, status)) {
       return false;
     }
     if (separator < path.size() && (found.empty() || found.back() != '/')) {
@@ -103,22 +103,22 @@ bool Walk(std::string path, std::string* resolved, struct stat* status) {
     return false;
   }
   *resolved = found;
-  return found.back() != '/' || Exists(found, status); // Only a folder may end with a separator.
+  return found.back() != '/' || Exists(found, status);
 }
 
 } // namespace
 
-bool NamesNothing() noexcept { return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG; }
+bool ErrnoMeansMissing() noexcept { return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG; }
 
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status) {
   return FindAsSpelled("", path, resolved, status) || FindRespelled(path, resolved, status);
 }
 
 bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status) {
-  if (NamesNothing() && Walk(path, resolved, status)) {
+  if (ErrnoMeansMissing() && FindByComponents(path, resolved, status)) {
     return true;
   }
-  KeepSystemError();
+  SetLastErrorFromErrno();
   return false;
 }
 

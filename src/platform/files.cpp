@@ -28,7 +28,7 @@ bool Fail(DWORD error) noexcept {
 }
 
 bool FailWithErrno() noexcept {
-  platform::KeepSystemError();
+  platform::SetLastErrorFromErrno();
   return false;
 }
 
@@ -43,11 +43,11 @@ int OpenDescriptor(const std::string& path, int flags) noexcept {
       [&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNewFileMode); });
 }
 
-/// Opens a path under its spelling in UTF-8 or, if that names nothing, by its bytes as they are.
+/// Opens a path in UTF-8 or, if that names no file, by its bytes as they are.
 int OpenAsSpelled(const std::string& path, int flags) {
   if (!IsAscii(path)) {
     const int descriptor = OpenDescriptor(NarrowToUtf8(path), flags);
-    if (descriptor != -1 || !platform::NamesNothing()) {
+    if (descriptor != -1 || !platform::ErrnoMeansMissing()) {
       return descriptor;
     }
   }
@@ -66,20 +66,20 @@ int OpenForReading(const std::string& path) {
 
 int OpenForWriting(const std::string& path, DWORD disposition) {
   const int descriptor = OpenAsSpelled(path, O_WRONLY);
-  if (descriptor != -1 || !platform::NamesNothing()) {
+  if (descriptor != -1 || !platform::ErrnoMeansMissing()) {
     return descriptor;
   }
   return OpenDescriptor(platform::PathOfNewFile(path), O_WRONLY | (disposition == CREATE_ALWAYS ? O_CREAT : 0));
 }
 
-/// Locks an open file. Fails if another open file has a lock that excludes this one. On file systems without locks the
-/// file is used without.
+/// Locks an open file. Returns false if another open file has a lock that excludes this one. Succeeds without a lock on
+/// file systems that have none.
 bool Lock(int descriptor, int operation) noexcept {
   return Uninterrupted([&] { return Files().Lock(descriptor, operation | LOCK_NB); }) != -1 || errno == ENOLCK ||
          errno == EOPNOTSUPP || FailWithErrno();
 }
 
-/// Files to read must have positions. Files to write may also be character devices.
+/// Returns whether a kind of file can be opened. A file to read needs a position, which character devices lack.
 bool IsAllowedKind(mode_t mode, bool write) noexcept {
   return S_ISREG(mode) || S_ISBLK(mode) || (write && S_ISCHR(mode));
 }
@@ -120,7 +120,7 @@ HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposit
   }
   const int descriptor = write ? OpenForWriting(path, disposition) : OpenForReading(path);
   if (descriptor == -1) {
-    platform::KeepSystemError();
+    platform::SetLastErrorFromErrno();
     return INVALID_HANDLE_VALUE;
   }
   if (!Prepare(descriptor, access, sharing, disposition)) {
@@ -179,7 +179,7 @@ bool CloseHandle(HANDLE file) noexcept {
 HANDLE DuplicateHandle(HANDLE file) noexcept {
   const int descriptor = Uninterrupted([&] { return Files().Duplicate(Descriptor(file)); });
   if (descriptor == -1) {
-    platform::KeepSystemError();
+    platform::SetLastErrorFromErrno();
   }
   return HANDLE{descriptor};
 }

@@ -30,7 +30,7 @@ constexpr ErrorPair kErrors[] = {{ENOENT, ERROR_FILE_NOT_FOUND},      {ENOTDIR, 
 DWORD GetLastError() noexcept { return t_lastError; }
 void SetLastError(DWORD error) noexcept { t_lastError = error; }
 
-void platform::KeepSystemError() noexcept {
+void platform::SetLastErrorFromErrno() noexcept {
   const auto* found =
       std::find_if(std::begin(kErrors), std::end(kErrors), [](const ErrorPair& pair) { return pair.system == errno; });
   SetLastError(found == std::end(kErrors) ? ERROR_GEN_FAILURE : found->error);

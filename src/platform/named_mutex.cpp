@@ -30,7 +30,8 @@ std::string Folder() {
                                                : "/tmp/ImageFile-" + std::to_string(::geteuid());
 }
 
-/// Creates the folder if it is missing. Returns whether it is the user's alone: anybody can create one in /tmp.
+/// Creates the folder if it is missing. Returns whether only the user can write to it: in /tmp, any user may have
+/// created it.
 bool PrepareFolder(const std::string& folder) noexcept {
   if (Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
     return false;

@@ -2,7 +2,7 @@
 /// Mutexes by name, which the processes of one user share.
 ///
 /// A mutex is a file in `$XDG_RUNTIME_DIR/ImageFile`, or in a private folder in `/tmp`, that programs lock with
-/// `flock`. The file stays when its programs end.
+/// `flock`. The file remains after its programs end.
 #pragma once
 
 #include <string>

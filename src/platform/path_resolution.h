@@ -8,21 +8,22 @@
 
 namespace platform {
 
-/// Returns whether `errno` says that a path names nothing. ENAMETOOLONG does as well: if `\` is read as `/`, the name
-/// can be several names.
-bool NamesNothing() noexcept;
+/// Returns whether `errno` means that a path names no file. ENAMETOOLONG is included: a name that is too long can
+/// become several names when `\` is read as `/`.
+bool ErrnoMeansMissing() noexcept;
 
 /// Finds a path on disk and its status. Throws std::bad_alloc.
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Finds a path in another spelling. `errno` is the reason why the look-up as spelled has failed.
+/// Finds a path in another spelling. `errno` must be the error of the look-up as spelled.
 bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Returns the path on disk of a new file: the folder as found on disk and the name in UTF-8. Returns the path
-/// unchanged if there is no such folder.
+/// Returns the path on disk of a new file: the folder as it is found on disk, and the name in UTF-8. Returns the path
+/// unchanged if the folder is not found.
 std::string PathOfNewFile(const std::string& path);
 
-/// Returns the first name, in byte order, that a folder has for a pattern with `*` and `?`; empty if none matches.
+/// Returns the first name in a folder, in byte order, that matches a pattern with `*` and `?`; empty if no name
+/// matches.
 std::string FirstMatch(const std::string& folder, const std::string& pattern);
 
 } // namespace platform

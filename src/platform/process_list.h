@@ -1,14 +1,14 @@
 /// @file
-/// Lists of what is registered in the process.
+/// List of entries that libraries register in the process.
 #pragma once
 
 #include <mutex>
 
 namespace platform {
 
-/// Entries that their owners provide, linked by their field `next`; the newest is first. For globals: it is constructed
-/// before any code runs and needs no destruction, so that libraries can add entries while they are loaded and remove
-/// them while the process ends. Thread-safe.
+/// List of entries, linked by their field `next`, newest first. Each entry is owned by the library that adds it. A
+/// global list is constructed before any code runs and has no destructor, so libraries can add entries while they are
+/// loaded and remove them while the process ends. Thread-safe.
 template <class Entry> class ProcessList {
 public:
   void Add(Entry* entry) noexcept {

@@ -19,10 +19,10 @@ bool HasKey(std::string_view line) noexcept {
   return !line.starts_with(';') && line.find('=') != std::string_view::npos;
 }
 
-/// Returns the name by which a section is found. No key begins with a bracket.
+/// Returns the name of a section in the index. Its bracket distinguishes it from all keys.
 std::string SectionName(std::string_view name) { return '[' + platform::Upper(name); }
 
-/// Returns the name of a heading or a key by which its line is found.
+/// Returns the name of a heading or of a line with a key in the index.
 std::string NameOf(std::string_view line) {
   return IsHeading(line) ? SectionName(platform::Trim(line.substr(1, line.find(']') - 1)))
                          : platform::Upper(platform::Trim(line.substr(0, line.find('='))));
@@ -66,7 +66,7 @@ std::string_view ProfileFile::LineAt(std::size_t offset) const noexcept {
   return platform::Trim(rest.substr(0, rest.find('\n')));
 }
 
-/// Finds the first line of a name from offset `first` up to `end`. Null if there is none.
+/// Finds the first line of a name between the offsets `first` and `end`. Null if there is none.
 const ProfileFile::NamedLine* ProfileFile::FindLine(const std::string& name, std::size_t first, std::size_t end) const {
   const NamedLine wanted{HashOf(name), static_cast<std::uint32_t>(first)};
   auto line = std::lower_bound(m_lines.begin(), m_lines.end(), wanted);

@@ -19,21 +19,21 @@
 
 #include "platform/base_types.h"
 
-/// One file, indexed when it is loaded. Time and memory are linear in its size, but for the sorting of numbers.
+/// One file, indexed when it is loaded. Memory is linear in its size. So is time, except for sorting the index.
 class ProfileFile {
 public:
   /// The keys of one section. Valid until the profile is loaded again or destroyed.
   class Section {
   public:
-    /// Returns the value of a key, which is valid as long as the section.
+    /// Returns the value of a key. It is valid while the section is.
     std::optional<std::string_view> Find(std::string_view key) const;
 
-    /// Returns the value as an integer: an optional sign, then decimal digits, or hexadecimal digits after 0x, up to
-    /// the first other character. A value without digits is 0. Larger numbers wrap to 32 bits. Returns `missing` if
-    /// there is no such key.
+    /// Returns the value as an integer: an optional sign, then decimal digits, or hexadecimal digits after 0x. The rest
+    /// of the value is ignored. Without digits, the number is 0. Numbers wrap to 32 bits. Returns `missing` if there is
+    /// no such key.
     LONG GetInt(std::string_view key, LONG missing) const;
 
-    /// Returns at most `limit` - 1 bytes of the value: what fits a buffer of `limit` bytes with its final zero. Empty
+    /// Returns the first `limit` - 1 bytes of the value, which fit a buffer of `limit` bytes with a final zero. Empty
     /// if there is no such key.
     std::string GetString(std::string_view key, std::size_t limit) const;
 
@@ -43,7 +43,7 @@ public:
         : m_profile(profile), m_first(first), m_end(end) {}
 
     const ProfileFile* m_profile;
-    std::size_t m_first; ///< Offset in the text from which its keys follow.
+    std::size_t m_first; ///< Lowest offset of a line of the section.
     std::size_t m_end;   ///< Offset of the next heading, or size of the text.
   };
 
@@ -60,8 +60,8 @@ public:
 private:
   /// A line that has a name.
   struct NamedLine {
-    std::uint32_t hash;   ///< Of the name.
-    std::uint32_t offset; ///< Of the line in the text.
+    std::uint32_t hash;   ///< Hash of the name.
+    std::uint32_t offset; ///< Offset of the line in the text.
     auto operator<=>(const NamedLine&) const = default;
   };
 
@@ -69,6 +69,6 @@ private:
   const NamedLine* FindLine(const std::string& name, std::size_t first, std::size_t end) const;
 
   std::string m_text;
-  std::vector<NamedLine> m_lines;        ///< Sorted: lines of one name are neighbours, in the order of the text.
+  std::vector<NamedLine> m_lines;        ///< Sorted: by hash, then by offset.
   std::vector<std::uint32_t> m_headings; ///< Offsets of the lines that begin sections, in the order of the text.
 };

@@ -44,7 +44,7 @@ private:
   std::atomic<ULONG> m_references{1};
 };
 
-/// Reads a field as bytes, as it may have any address in a packed record.
+/// Reads a field as bytes, because a field of a packed record may have any address.
 template <class T> T Load(const void* record, std::size_t offset) noexcept {
   T value{};
   std::memcpy(&value, static_cast<const BYTE*>(record) + offset, sizeof(T));
@@ -120,7 +120,8 @@ HRESULT CopyField(const RecordField& field, const void* source, void* target) no
                                                 : CopyVariant(field, source, target);
 }
 
-/// Holds a copy of a description: arrays refer to it and may outlive the library that describes their records.
+/// Operations on the records of one description. It has a copy of the description, because arrays refer to it and may
+/// outlive the library that describes their records.
 class RecordInfo final : public Counted<IRecordInfo, IID_IRecordInfo> {
 public:
   /// Throws std::bad_alloc.

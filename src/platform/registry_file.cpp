@@ -17,11 +17,11 @@ using platform::Files;
 using platform::Uninterrupted;
 
 constexpr off_t kMaxSize = off_t{1} << 20; // Bounds memory: two bytes of the file can make a key.
-constexpr mode_t kPrivateFile = 0600;      // The file says which code is loaded.
+constexpr mode_t kPrivateFile = 0600;      // The file decides which code is loaded.
 constexpr mode_t kPrivateFolder = 0700;
 
 DWORD SystemError() noexcept {
-  platform::KeepSystemError();
+  platform::SetLastErrorFromErrno();
   return GetLastError();
 }
 
@@ -66,7 +66,7 @@ DWORD WriteText(const std::string& path, const std::string& text) {
   return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError() : ERROR_SUCCESS;
 }
 
-/// Replaces a file by a text. Whatever fails on the way, the file is the old one or the new one.
+/// Replaces a file by a text. After a failure the file has either its old content or all of the text.
 DWORD ReplaceText(const std::string& path, const std::string& text) {
   if (text.size() > static_cast<std::size_t>(kMaxSize)) {
     return ERROR_FILE_TOO_LARGE;
@@ -85,7 +85,7 @@ DWORD ReplaceText(const std::string& path, const std::string& text) {
   return synced || errno == EINVAL ? ERROR_SUCCESS : SystemError(); // EINVAL: the file system cannot sync folders.
 }
 
-/// Creates the folder of a file and those above it.
+/// Creates the folder of a file and the folders above it.
 DWORD CreateFolders(const std::string& path) {
   for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
     const std::string folder = path.substr(0, slash);
@@ -104,7 +104,7 @@ public:
   RegistryLock& operator=(const RegistryLock&) = delete;
   ~RegistryLock() {
     if (m_file) {
-      // A forked process may have the file as well. Then closing it would not unlock it.
+      // A forked process may have inherited the open file. Then closing it here does not unlock it.
       Files().Lock(Descriptor(m_file), LOCK_UN);
     }
   }
@@ -152,7 +152,7 @@ DWORD ChangeLocked(const std::string& path, const std::function<DWORD(RegistryKe
 } // namespace
 
 std::string RegistryPath() {
-  // secure_getenv: the user of a program with raised rights must not choose the code that it loads.
+  // secure_getenv: a program with raised rights must not let its user choose the code that it loads.
   if (const char* path = ::secure_getenv("IMAGEFILE_REGISTRY"); path != nullptr && *path != '\0') {
     return path;
   }

@@ -11,11 +11,11 @@ constexpr std::string_view kHeading = "ImageFile Registry 1";
 constexpr std::string_view kNumberMark = "dword:";
 constexpr std::size_t kNumberDigits = 8;
 
-// Characters that a text has in escaped form: a backslash and the letter at the same index.
+// Each of these characters is written as a backslash and the letter at the same index of kEscapeLetters.
 constexpr std::string_view kEscaped = "\n\r\\\"";
 constexpr std::string_view kEscapeLetters = "nr\\\"";
 
-/// Removes a prefix from a line. Returns false if the line has another start.
+/// Removes a prefix from a line. Returns false if the line does not begin with it.
 bool RemovePrefix(std::string_view prefix, std::string_view* line) noexcept {
   const bool found = line->starts_with(prefix);
   line->remove_prefix(found ? prefix.size() : 0);
@@ -127,7 +127,7 @@ void AppendKey(const RegistryKey& key, const std::string& path, std::string* out
 
 bool platform::ParseRegistry(std::string_view text, RegistryKey* registry) {
   if (text.empty()) {
-    return true; // A file that was created, but not written.
+    return true; // The file was created, but not written.
   }
   if (RemoveLine(&text) != kHeading || text.find('\0') != std::string_view::npos) {
     return false;

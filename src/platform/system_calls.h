@@ -13,7 +13,7 @@ namespace platform {
 inline FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
 /// Sets this thread's last error to that of `errno`.
-void KeepSystemError() noexcept;
+void SetLastErrorFromErrno() noexcept;
 
 /// Repeats a system call while signals interrupt it.
 template <class Call> auto Uninterrupted(Call call) noexcept {

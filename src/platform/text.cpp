@@ -73,7 +73,7 @@ std::string Utf8Of(char32_t character) {
   return bytes;
 }
 
-/// Whether a byte before text that is held in reverse would be read as the lead of a UTF-8 sequence.
+/// Returns whether a byte and the text after it would be read as a UTF-8 sequence. `reversed` is that text in reverse.
 bool StartsSequence(BYTE lead, const std::string& reversed) {
   std::string text(1, static_cast<char>(lead));
   text.append(reversed.rbegin(), reversed.rbegin() + std::min<std::ptrdiff_t>(3, std::ssize(reversed)));
@@ -83,11 +83,12 @@ bool StartsSequence(BYTE lead, const std::string& reversed) {
 bool IsHighSurrogate(char16_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(char16_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-/// A range of lower-case letters with one distance to upper case, or of pairs of neighbours in both cases.
+/// A range of characters with one rule for upper case: lower-case letters at the same distance from their upper case,
+/// or pairs of an upper-case and a lower-case letter.
 struct CaseRange {
   char16_t first;
   char16_t last;
-  int distance; ///< What to add for upper case; kOddIsLower or kEvenIsLower for pairs.
+  int distance; ///< Added to a lower-case letter; kOddIsLower or kEvenIsLower for pairs.
 };
 
 constexpr int kOddIsLower = 0;
@@ -144,7 +145,7 @@ std::string WideCharToMultiByte(std::u16string_view wide) {
   if (std::all_of(wide.begin(), wide.end(), [](char16_t unit) { return unit < 0x80; })) {
     return {wide.begin(), wide.end()};
   }
-  // Encoded from the end: whether a byte can be written alone depends on the bytes after it.
+  // Encoded from the end, because the bytes after a character decide whether it can be written as one byte.
   std::string reversed;
   reversed.reserve(wide.size() * 2);
   for (std::size_t i = wide.size(); i-- > 0;) {

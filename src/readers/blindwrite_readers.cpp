@@ -2,8 +2,8 @@
 /// BlindWrite descriptions. The meaning of their track records is unknown, so no image can be read from them. The
 /// readers only check a file.
 ///
-/// A field of varying length begins with a byte that counts its other bytes. A distance in the tables below is the
-/// number of bytes from the last byte of a field to the length byte of the next field.
+/// A field of varying length begins with a length byte, which counts the bytes after it. A distance in the tables below
+/// is the number of bytes from the last byte of a field to the length byte of the next field.
 
 #include <limits>
 
@@ -19,18 +19,18 @@ namespace head {
 constexpr std::size_t kSignature = 0; // "BLINDWRITE TOC FILE"
 constexpr std::size_t kLength = 31;   // 8 bits: bytes from kCounted on.
 constexpr std::size_t kCounted = 35;
-constexpr BYTE kDistances[] = {4, 8, 4, 10}; // After each of four fields; the last leads to the first track record.
+constexpr BYTE kDistances[] = {4, 8, 4, 10}; // After each of four fields, up to the first track record.
 } // namespace head
 
 namespace track_record {
 constexpr std::size_t kPoint = 23; // 8 bits.
 constexpr std::size_t kFields = 63;
-constexpr BYTE kDistances[] = {4, 4, 4, 4, 4, 8, 28, 4}; // The last leads to the next record.
+constexpr BYTE kDistances[] = {4, 4, 4, 4, 4, 8, 28, 4}; // After each of eight fields, up to the next record.
 constexpr BYTE kLastPoint = 0xA2;
 } // namespace track_record
 
-/// Skips fields. `*offset` moves from the first length byte to the end of the last distance. Returns false if the file
-/// ends before a length byte.
+/// Skips fields. Moves `*offset` from the length byte of the first field over the last distance. Returns false if the
+/// file ends before a length byte.
 template <std::size_t Count>
 bool SkipFields(const ByteView& file, const BYTE (&distances)[Count], UHYPER* offset) noexcept {
   for (const BYTE distance : distances) {
@@ -85,7 +85,7 @@ HRESULT ReadBwtImage(IZSCueSheet* /*service*/, const std::string& path, zsimagef
   if (view.HasText(head::kSignature, "BLINDWRITE TOC FILE")) {
     FindBwtRecordsEnd(view, &end);
   }
-  return ZSE_BADIMAGE; // Also for a whole description: no record can be built from it.
+  return ZSE_BADIMAGE; // Even for a valid description: no record can be built from it.
 }
 
 HRESULT ReadB5tImage(IZSCueSheet* /*service*/, const std::string& /*path*/, zsimagefileinfo* /*info*/) {

@@ -79,7 +79,7 @@ struct Entry {
   bool IsTrack() const noexcept { return point <= kLastTrackPoint; }
 };
 
-/// Parses the entries up to the first number without a point.
+/// Parses the entries, from number 0 up to the first entry without a point.
 std::vector<Entry> ParseEntries(const ProfileFile& profile) {
   std::vector<Entry> entries;
   for (;;) {
@@ -200,7 +200,8 @@ private:
   ZSTRACK* m_trackBefore = nullptr;
 };
 
-/// Returns the lowest byte of a number that starts in the three characters at a position; 0 if there is none.
+/// Returns the lowest 8 bits of the hexadecimal number that starts within three characters from a position; 0 if no
+/// number starts there.
 BYTE ParseHexByte(const std::string& text, std::size_t position) noexcept {
   const std::size_t cellEnd = position + 3;
   while (position < text.size() && position < cellEnd && text[position] == ' ') {
@@ -217,7 +218,7 @@ BYTE ParseHexByte(const std::string& text, std::size_t position) noexcept {
   return static_cast<BYTE>(value);
 }
 
-/// Parses the packs. Their CRCs, which the description lacks, are 0.
+/// Parses the packs. The description has no CRCs: they are 0.
 std::vector<BYTE> ParsePacks(const ProfileFile& profile) {
   const ProfileFile::Section section = profile.GetSection("CDText");
   const LONG length = profile.GetSection("Disc").GetInt("CDTextLength", kMissing);

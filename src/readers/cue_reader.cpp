@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Returns the path of the data file that a sheet names, or of the sheet itself if it names none.
+/// Returns the path of the data file that a sheet names, or the path of the sheet if it names no file.
 std::string DataFileOf(IZSCueSheet* service, BSTR sheetPath) {
   BSTR name = nullptr;
   service->GetBinaryFile(sheetPath, &name);
@@ -44,7 +44,7 @@ DiscMarks InspectTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefilei
       SetSubCount(info, track);
       UserData sector;
       ReadSectorSixteen(dataFile, *info, &sector); // A truncated sector is inspected, too.
-      marks.bridge = ShowsBridge(dataFile, sector, *info, sheet, i);
+      marks.bridge = IsBridgeDisc(dataFile, sector, *info, sheet, i);
     }
     marks.data = true;
   }

@@ -78,7 +78,7 @@ bool ParseHeader(const std::string& description, Header* parsed) noexcept {
          (view.HasText(header::kVersion, "\x01\x02") || view.HasText(header::kVersion, "\x01\x03"));
 }
 
-/// Returns the last track number of each session whose block is in the file.
+/// Returns the last track number of each session, up to the first whose block is not in the file.
 std::vector<BYTE> ParseSessionBlocks(const ByteView& description, const Header& header) {
   std::vector<BYTE> lastTracks;
   BlockView block;
@@ -196,8 +196,9 @@ private:
     return S_OK;
   }
 
-  /// Sets pregap and end of a track of a CD. A track that is not the first begins where the track before it ends, and
-  /// its pregap is the distance to its LBA. If that track is missing, its pregap is that of the file.
+  /// Sets pregap and end of a track of a CD. The first track of a session begins at its LBA. Any other begins at the
+  /// end of the track before it, and its pregap is the distance from there to its LBA. If no track was parsed before
+  /// it, it begins at its LBA, and its pregap is read from the length block.
   bool ParseCdLengths(const BlockView& block, ZSTRACK* track) const noexcept {
     BlockView lengths;
     if (!m_description.Block(block.Little32(track_block::kLengthBlock), length_block::kSize, &lengths)) {

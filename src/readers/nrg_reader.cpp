@@ -57,7 +57,7 @@ constexpr std::size_t kTrack = 1;   // 8 bits.
 constexpr std::size_t kIndex = 2;   // 8 bits.
 constexpr std::size_t kLba = 4;     // 32 bits, signed.
 constexpr std::size_t kSize = 8;
-constexpr BYTE kLeadIn = 0; // As a track.
+constexpr BYTE kLeadIn = 0; // Track number of the lead-in.
 constexpr BYTE kLeadOut = 0xAA;
 } // namespace cue_entry
 
@@ -75,7 +75,7 @@ constexpr std::size_t kIsrcSize = 12;
 constexpr std::size_t kSectorSize = 12; // 16 bits.
 constexpr std::size_t kMode = 14;       // 8 bits.
 constexpr std::size_t kSize = 42;
-constexpr BYTE kAudio = 7; // As a mode.
+constexpr BYTE kAudio = 7; // Mode of an audio track.
 } // namespace track_record
 
 namespace track_at_once {
@@ -87,7 +87,7 @@ constexpr std::size_t kSize = 32;
 
 /// Finds the offset of the chunk block by either form of footer.
 bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockOffset) noexcept {
-  // A file may be shorter than the longer form. Its missing start is 0 and matches no tag.
+  // The file may be shorter than the longer form. The bytes that it lacks are 0 and match no tag.
   std::array<BYTE, footer::kSize> bytes{};
   const auto count = static_cast<DWORD>(std::min<UHYPER>(fileSize, bytes.size()));
   if (file->Seek64(static_cast<std::int64_t>(fileSize - count), FILE_BEGIN) == kSeekFailed ||
@@ -104,7 +104,8 @@ bool ReadFooter(CZSFile* file, UHYPER fileSize, UHYPER* blockOffset) noexcept {
   return view.HasText(footer::kLongTag, "NER5");
 }
 
-/// Loads the bytes from an offset to the end of the file; none if the offset is outside or too far from the end.
+/// Loads the bytes from an offset to the end of the file. Loads nothing if the offset is outside the file or too far
+/// from its end.
 bool LoadBlock(CZSFile* file, UHYPER offset, UHYPER fileSize, std::string* block) noexcept {
   if (offset >= fileSize || fileSize - offset > kMaxDescriptionSize) {
     return true;
@@ -174,7 +175,7 @@ void ApplyMode(ULONG mode, ZSCUESHEET* sheet, ZSTRACK* track) noexcept {
   }
 }
 
-/// Returns the sector size that a mode implies if the file has none; 0 for an unknown mode.
+/// Returns the sector size of a track at once, which follows from its mode; 0 for an unknown mode.
 ULONG SectorSizeOfMode(ULONG mode) noexcept {
   switch (mode) {
   case 0:
@@ -209,8 +210,8 @@ bool ParseCueEntry(const ByteView& entries, UHYPER number, CueEntry* entry) noex
   return true;
 }
 
-/// Stores the position of an index. Indexes that the file does not list are absent, and so is an index that has the
-/// same position as the next one. If out of memory, the index is not stored.
+/// Stores the position of an index. Lower indexes that the file has not listed are absent. An index becomes absent if
+/// the next one has the same position. If out of memory, the index is not stored.
 void StoreIndex(ZSTRACK* track, BYTE index, ULONG lba) noexcept {
   const UINT count = track->nCountIndex;
   if (count != 0 && track->pdwIndex[count - 1] == lba) {
@@ -249,7 +250,7 @@ private:
   HRESULT AppendCueSession(const ByteView& entries) {
     const UHYPER tracksBefore = NextTracksBefore();
     const UHYPER entryCount = entries.Size() / cue_entry::kSize;
-    CueEntry last; // Of the last track: the lead-out follows it.
+    CueEntry last; // Entry of the last track. The lead-out follows it.
     if (entryCount < 2 || !ParseCueEntry(entries, entryCount - 2, &last) || last.track < tracksBefore) {
       return ZSE_BADIMAGE;
     }
@@ -304,7 +305,7 @@ private:
     }
   }
 
-  /// Completes the tracks of the newest session.
+  /// Completes the tracks of the session that was appended last.
   HRESULT CompleteSession(const ByteView& payload) {
     if (m_info->nSessions == 0) {
       return S_OK;

@@ -12,8 +12,7 @@
 /// `service` creates the sheets.
 using ImageReader = HRESULT (*)(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 
-/// Reads a plain sector file: one session of one track. The disc is classified as data without reading it, and has no
-/// identifier.
+/// Reads a plain sector file: one session of one track. The disc is always classified as data and has no identifier.
 /// @return ZSE_OUTOFRESOURCES, ZSE_BADIMAGE.
 HRESULT ReadIsoImage(IZSCueSheet* service, const std::string& path, zsimagefileinfo* info);
 

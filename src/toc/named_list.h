@@ -10,8 +10,8 @@
 #include <string_view>
 #include <utility>
 
-/// Elements in order of insertion, each with a name, which is its member `kName`. Only a long list has an index: one
-/// for every list would multiply the memory of a text of many small nodes.
+/// Elements in order of insertion, each with a name, which is its member `kName`. Only a long list has an index: an
+/// index for each list would multiply the memory of a document of many small nodes.
 template <class Element, std::string Element::*kName> class NamedList {
 public:
   /// Appends an element. Its address never changes, and its name must not.

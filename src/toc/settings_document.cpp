@@ -25,7 +25,7 @@ void WriteNode(const CZSSettingsNode& node, std::size_t level, std::ostream& str
   stream << indent << "</" << node.name << ">\n";
 }
 
-/// Returns a text in which each `from` is replaced, in one pass.
+/// Returns a text with each `from` replaced by `to`. Replacements are not searched again.
 std::string Replaced(std::string_view text, std::string_view from, std::string_view to) {
   std::string result;
   result.reserve(text.size());
@@ -57,15 +57,15 @@ bool CZSSettingsDocument::SetValue(const char* path, const std::string& value) {
     return true;
   }
   CZSSettingsNode* node = &m_builder.Root();
-  bool isOther = node->name != names[0];
-  if (isOther) {
+  bool isNew = node->name != names[0];
+  if (isNew) {
     node->name = names[0];
     node->attributes.clear();
   }
   for (std::size_t i = 1; i + 1 < names.size(); ++i) {
-    CZSSettingsNode* child = isOther ? nullptr : node->FindChild(names[i]); // A renamed root is not searched.
-    isOther = child == nullptr;
-    node = isOther ? node->AppendChild(names[i], {}) : child;
+    CZSSettingsNode* child = isNew ? nullptr : node->FindChild(names[i]); // A renamed root is not searched.
+    isNew = child == nullptr;
+    node = isNew ? node->AppendChild(names[i], {}) : child;
   }
   node->SetEntry(names.back(), value, {});
   return true;

@@ -1,9 +1,9 @@
 /// @file
 /// A settings document: a tree of named values, addressed by paths, with its text form.
 ///
-/// A path consists of names separated by ":", such as "ROOT:NODE:KEY". The last is the key of a value, the others are
-/// names of nodes, the first of them the root's. A path of fewer than two names addresses nothing: a write changes
-/// nothing, a read finds nothing.
+/// A path consists of names separated by ":", such as "ROOT:NODE:KEY". The last name is the key of a value. The names
+/// before it are nodes, from the root down. A path of fewer than two names addresses nothing: a write changes nothing,
+/// a read finds nothing.
 ///
 /// In the text form each node is a pair of tags on lines of their own, with its values before its child nodes and
 /// three blanks of indent for each level. Nothing is escaped: a value with a "<" is not read back.
@@ -20,17 +20,18 @@
 
 class CZSSettingsDocument : public CZSTagParser {
 public:
-  /// Returns the names of a path. Null, an empty text and one without ":" have none; a ":" at the end adds none.
+  /// Returns the names of a path. A path that is null, empty or without ":" has no names. A ":" at the end adds no
+  /// name.
   static std::vector<std::string> SplitPath(const char* path);
 
-  /// Stores a value as text. Creates missing nodes; a root of another name is renamed. @return true.
+  /// Stores a value as text. Creates missing nodes. A root that has another name is renamed. @return true.
   bool SetValue(const char* path, const std::string& value);
   template <std::integral Number> bool SetValue(const char* path, Number value) {
     return SetValue(path, std::to_string(value));
   }
 
-  /// Reads a value as text or as a number (LONG), like GetValue of its node. @return false, with `*value` set to
-  /// `missing`, also if there is no such node.
+  /// Reads a value as text or as a number (LONG), as GetValue of its node does. @return false, with `*value` set to
+  /// `missing`, if there is no such node or if GetValue of the node fails.
   template <class Value>
   bool GetValue(const char* path, Value* value, const std::type_identity_t<Value>& missing) const {
     const std::vector<std::string> names = SplitPath(path);

@@ -13,8 +13,8 @@
 #include "platform/base_types.h"
 #include "toc/named_list.h"
 
-/// Returns the number at the start of a text, after white space and one sign. Numbers of more than 64 bits become the
-/// nearest that 64 bits hold. Empty if there is no digit.
+/// Returns the number at the start of a text, after white space and one sign. A number that exceeds 64 signed bits
+/// becomes the nearest number of 64 bits. Empty if there is no digit.
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept;
 
 /// A named value.
@@ -36,16 +36,16 @@ public:
 
   /// Reads the text of an entry. @return false, with `*value` set to `missing`, if there is no entry of that key.
   bool GetValue(std::string_view key, std::string* value, const std::string& missing) const;
-  /// Reads an entry as a number. @return false, with `*value` set to `missing`, also if the text does not start with a
-  /// number of signed 32 bits.
+  /// Reads an entry as a number. @return false, with `*value` set to `missing`, if there is no entry of that key or if
+  /// its text does not start with a number of 32 signed bits.
   bool GetValue(std::string_view key, LONG* value, LONG missing) const;
-  /// Replaces the value of an entry, which keeps its position, or appends an entry.
+  /// Replaces the value of an entry, or appends an entry if there is none of that key.
   void SetEntry(std::string_view key, std::string_view value, std::string_view entryAttributes);
 
   /// Returns the first child of a name, or null.
   const CZSSettingsNode* FindChild(std::string_view childName) const { return m_children.Find(childName); }
   CZSSettingsNode* FindChild(std::string_view childName) { return m_children.Find(childName); }
-  /// Appends a child, also if there is one of that name. Its address does not change.
+  /// Appends a child, even if another has that name. The address of a child does not change.
   CZSSettingsNode* AppendChild(std::string_view childName, std::string_view childAttributes) {
     return m_children.Append(childName, childAttributes, this);
   }

@@ -11,7 +11,7 @@
 //                "b", then "<": a plain opening tag of "b". It removes 6 from the stack.
 //     ">" at 2   The tag at 0 opens an element "b". The stack is empty: the element has no closing tag.
 //
-// A name may contain "<" and end like another name, so that one ">" may end a tag of several names. The names are
+// A name may contain "<" and may be the end of another name, so one ">" may end tags of several names. The names are
 // sorted by their reversed text, and each character that is read narrows the range of names that still match.
 #include "toc/tag_index.h"
 
@@ -39,7 +39,7 @@ TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexc
   return tag;
 }
 
-/// Returns the names that have a character at an index. The names must be sorted and agree before that index.
+/// Returns the reversed names that have a character at an index. The names must be sorted and equal up to that index.
 std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std::size_t index, char wanted) {
   const auto characterOf = [index](const ElementName* name) {
     return index < name->first.size() ? static_cast<unsigned char>(name->first[index]) : -1;
@@ -49,8 +49,9 @@ std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std
   return {first, std::ranges::upper_bound(first, names.end(), character, {}, characterOf)};
 }
 
-/// Counts the opening and closing tags of all names in the text before a ">", which starts at an offset.
-void CountTags(std::string_view text, std::size_t offset, std::span<ElementName* const> names) {
+/// Updates the stacks of all names that have a tag which ends at a ">". `text` is the text before that ">", which
+/// starts at `offset`.
+void UpdateClosingTags(std::string_view text, std::size_t offset, std::span<ElementName* const> names) {
   for (std::size_t i = text.size(); i > 0 && !names.empty(); --i) {
     const std::size_t length = text.size() - i;
     const char before = text[i - 1];
@@ -112,6 +113,6 @@ void TagIndex::PairTags() {
     if (nameOfTag[i] != nullptr && !nameOfTag[i]->second.empty()) {
       tag.closeStart = nameOfTag[i]->second.back();
     }
-    CountTags(m_text.substr(tag.start, tag.end - tag.start), tag.start, names);
+    UpdateClosingTags(m_text.substr(tag.start, tag.end - tag.start), tag.start, names);
   }
 }

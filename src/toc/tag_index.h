@@ -2,9 +2,9 @@
 /// Index of the tags of a text, and how they pair.
 ///
 /// A tag runs from a "<" to the first ">" after it; quotes mean nothing. A search for a tag starts at the start of the
-/// text or after a ">", so only the first "<" between two ">" can open a tag. The closing tag of an element is the one
-/// at which, counted from the end of its opening tag, closing tags "</name>" first outnumber plain opening tags
-/// "<name>" of the same name.
+/// text or after a ">", so only the first "<" between two ">" can open a tag. To find the closing tag of an element,
+/// closing tags "</name>" and plain opening tags "<name>" of its name are counted from the end of its opening tag on.
+/// The closing tag is the first at which there are more closing than opening tags.
 #pragma once
 
 #include <deque>
@@ -12,7 +12,7 @@
 
 #include "platform/base_types.h"
 
-/// A tag that may open an element. A text may consist of little else than tags, so this record is small.
+/// A tag that may open an element. The record is small because a text may consist of tags alone.
 struct TextTag {
   static constexpr ULONG kNoClose = 0xFFFFFFFF;
 
@@ -32,8 +32,8 @@ struct TextTag {
   std::string_view Attributes(std::string_view text) const noexcept;
 };
 
-/// Index of the tags of a text, which must outlive it and be shorter than 2^31 bytes. Memory is proportional to the
-/// text. Time is proportional to the text and the logarithm of the number of tags.
+/// Index of the tags of a text. The text must outlive the index and be shorter than 2^31 bytes. Memory is proportional
+/// to the text. Time is proportional to the size of the text times the logarithm of the number of names.
 class TagIndex {
 public:
   explicit TagIndex(std::string_view text);

@@ -54,9 +54,8 @@ void CZSTagParser::Walk(const TagIndex& index) {
   }
 }
 
-/// Leaves the innermost level and reports the end of its element. If the last tag of that level has no value and
-/// is directly before the closing tag, the level around it ends, too. See "self-closing tags" in
-/// docs/compatibility.md.
+/// Leaves the innermost level and reports the end of its element. If the last tag of that level has no value and is
+/// directly before the closing tag, the level around it ends as well. See "self-closing tags" in docs/compatibility.md.
 void CZSTagParser::CloseElements(std::vector<CZSTagScanner>* levels) {
   bool ended = true;
   while (ended) {

@@ -1,9 +1,9 @@
 /// @file
 /// Parser of the text form of settings: finds tags in raw text and reports elements to a handler.
 ///
-/// The text looks like XML and is a dialect. Every text is accepted: an opening tag without its closing tag ends the
-/// walk of its level, and the elements that were reported before it stay reported. There are no references, sections
-/// or quotes, values are not trimmed, and an element with any "<" in its value counts as one with child tags.
+/// The text is a dialect of XML without references, sections and quotes. Every text is accepted: at an opening tag
+/// without a closing tag, the parser leaves the level of that tag and continues after the element around it. Values are
+/// not trimmed. An element with any "<" in its value counts as an element with child tags.
 #pragma once
 
 #include <string>

@@ -38,7 +38,8 @@ bool SubFileExists(const std::string& path, const std::string& name) {
   std::string beside = path;
   ReplaceFileName(&beside, name);
   CZSFindFile find;
-  return !name.empty() && (find.FindFile(name) || LookupWasHindered() || find.FindFile(beside) || LookupWasHindered());
+  return !name.empty() &&
+         (find.FindFile(name) || LookupWasInconclusive() || find.FindFile(beside) || LookupWasInconclusive());
 }
 
 void ReadImageFields(const CZSSettingsDocument& document, const std::string& path, zsimagefileinfo* info) {
@@ -121,8 +122,8 @@ HRESULT ReadSessions(IZSCueSheet* service, const CZSSettingsDocument& document, 
   return result;
 }
 
-/// Appends a pack from its hexadecimal text. A pair of characters that is no number counts as 0. Returns false for a
-/// text that is empty or too long for a pack.
+/// Appends a pack from its hexadecimal text. A pair of characters that is not a number counts as 0. Returns false if
+/// the text is empty or too long for a pack.
 bool AppendPack(std::string text, std::vector<BYTE>* packs) {
   const bool empty = text.empty();
   std::erase(text, ' ');
@@ -144,7 +145,7 @@ void ReadCDText(const CZSSettingsDocument& document, zsimagefileinfo* info) {
     return;
   }
   const CZSSettingsNode* node = document.FindNode(toc::kPacks); // Not null: it has the count.
-  std::vector<BYTE> packs; // Grows with the packs of the file: its numbers may be false.
+  std::vector<BYTE> packs; // Grows pack by pack, because the count in the file may be false.
   for (ULONG number = 1; number <= static_cast<ULONG>(count); ++number) {
     if (!AppendPack(TextOf(*node, toc::PackKey(number).c_str()), &packs)) {
       return;

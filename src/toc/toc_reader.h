@@ -1,16 +1,16 @@
 /// @file
 /// Reader of native TOC files.
 ///
-/// The file is trusted: a number that is missing or malformed is 0. Only the version, the name of the sector file, the
-/// counts and the modes of tracks are checked. The block size is 2352 whatever the file says.
+/// The version, the name of the sector file, the counts and the modes of tracks are checked. Any other number that is
+/// missing or malformed counts as 0. The block size is always 2352.
 #pragma once
 
 #include <string>
 
 #include "cuesheet/cue_sheet_interface.h"
 
-/// Reads a native TOC file, classifies the image and computes its identifiers. An image of audio tracks alone is read
-/// without its sector file; CD-Text that cannot be decoded is left out. Arguments as for every reader
+/// Reads a native TOC file, classifies the image and computes its identifiers. For an image of audio tracks alone, the
+/// sector file is not needed. CD-Text that cannot be decoded is left out. Arguments as for every reader
 /// (readers/readers.h).
 /// @return ZSE_FAILED for a file that is no TOC file, has a session without tracks, more tracks than the session
 /// describes, or a track of unknown mode; ZSE_TOCVERSION; ZSE_OUTOFRESOURCES, also for more than 99 sessions;

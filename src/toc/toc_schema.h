@@ -1,5 +1,5 @@
 /// @file
-/// Names of the native TOC file, which describes an image beside it. Its sectors are in a file of raw sectors.
+/// Layout and names of the native TOC file, which describes an image. The sectors are in another file, as raw sectors.
 ///
 ///     <ZENTORASCRIBE>
 ///        <TOC>
@@ -8,7 +8,7 @@
 ///           <DATASCRAMBLED>0</DATASCRAMBLED>
 ///           <SUBCHANNEL-SIZE>96</SUBCHANNEL-SIZE>      0 without a sub-channel file
 ///           <BINARYFILE>ALBUM.BIN</BINARYFILE>
-///           <SUBFILE>ALBUM.SUB</SUBFILE>               only if there is one, as the next two
+///           <SUBFILE>ALBUM.SUB</SUBFILE>               only if there is one, like the next two
 ///           <CDGFILE>ALBUM.CDG</CDGFILE>
 ///           <CATALOG>0123456789012</CATALOG>
 ///           <SESSIONS>

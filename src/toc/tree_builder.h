@@ -5,7 +5,7 @@
 #include "toc/settings_node.h"
 #include "toc/tag_parser.h"
 
-/// Owns the root of a document and adds to it the elements that a parser reports.
+/// Owns the root of a document. Adds the elements that a parser reports to the tree below it.
 class CZSTreeBuilder final : public IZSTagHandler {
 public:
   /// Appends a child to the open node and opens it. A top element renames the root, which keeps its content.

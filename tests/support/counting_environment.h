@@ -1,5 +1,5 @@
 /// @file
-/// Memory and descriptors of the process: counted, and refused at chosen points.
+/// Counts memory and descriptors of the process, and makes allocations fail at chosen points.
 #pragma once
 
 #include <atomic>
@@ -9,11 +9,11 @@
 /// Counts the points at which an operation can fail, and fails chosen ones. Between Stop and Start nothing is counted.
 class FaultPoints {
 public:
-  /// Starts an operation. Its point number `failAt`, from 1, fails and, with `andAfter`, so do all later ones. 0 fails
-  /// none.
+  /// Starts an operation. Its point number `failAt`, counted from 1, fails. With `andAfter`, all later points fail as
+  /// well. With 0, no point fails.
   void Start(long failAt = 0, bool andAfter = false) noexcept;
   void Stop() noexcept { m_running = false; }
-  /// Counts one point. Returns whether it must fail.
+  /// Counts a point. Returns whether it must fail.
   bool Fails() noexcept;
 
   bool Running() const noexcept { return m_running; }
@@ -27,13 +27,13 @@ private:
   std::atomic<bool> m_andAfter{false};
 };
 
-/// All memory of the process: that of `operator new`, which the test program replaces, and task memory.
+/// Counts of all memory of the process: of `operator new`, which the test program replaces, and of task memory.
 struct TestMemory {
   FaultPoints faults;
-  std::atomic<long> blocks{0}; ///< Allocated now.
-  std::atomic<long> bytes{0};
-  std::atomic<long> peak{0};  ///< Highest value of `bytes`. Set it to `bytes` to start over.
-  std::atomic<long> asked{0}; ///< Sum of all allocations.
+  std::atomic<long> blocks{0}; ///< Number of blocks that are allocated.
+  std::atomic<long> bytes{0};  ///< Bytes of these blocks.
+  std::atomic<long> peak{0};   ///< Highest value of `bytes`. Set it to `bytes` to measure again.
+  std::atomic<long> asked{0};  ///< Sum of all allocations.
 };
 TestMemory& Memory() noexcept;
 

@@ -1,5 +1,5 @@
 /// @file
-/// Variables of the environment of this process and of those that it starts.
+/// Environment variables of this process and of the processes that it starts.
 #pragma once
 
 #include <stdlib.h>

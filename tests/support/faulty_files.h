@@ -8,12 +8,12 @@
 
 #include "support/counting_environment.h"
 
-/// Replaces the system calls while it exists and forwards them. Each call is a point that can fail. Tests that watch
-/// single calls derive from it.
+/// Replaces the system calls while it exists, and forwards them. Each call is a point that can fail. Tests that observe
+/// certain calls derive from it.
 class FaultyFiles : public FileOperations {
 public:
-  /// @param onFailure Called at a point that fails. The call then fails with the returned number in `errno`; for 0 it
-  /// succeeds. @param limit Most bytes of a read or write while points are counted.
+  /// @param onFailure Called at a point that fails. The system call fails with the returned number in `errno`, or
+  /// succeeds if that is 0. @param limit Most bytes of a read or write while points are counted.
   explicit FaultyFiles(
       std::function<int()> onFailure = [] { return EIO; }, std::size_t limit = SIZE_MAX)
       : m_onFailure(std::move(onFailure)), m_limit(limit), m_next(ProcessEnvironment().files) {
@@ -54,7 +54,7 @@ public:
   int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {
     return Fails() ? -1 : m_next->ListFolder(path, names);
   }
-  // The descriptor is closed even if the call fails.
+  // Closes the descriptor even if the call is to fail.
   int Close(int file) noexcept override {
     const int result = m_next->Close(file);
     return Fails() ? -1 : result;

@@ -1,10 +1,10 @@
 /// @file
-/// Texts of many equal pieces.
+/// Long texts that repeat a piece.
 #pragma once
 
 #include <string>
 
-/// Repeats a piece. Replaces `#` in it by the number of the copy from 0, and `@` by the number from 1.
+/// Repeats a piece `count` times. In each copy, `#` becomes the number of the copy from 0, and `@` the number from 1.
 inline std::string Times(std::size_t count, const std::string& piece) {
   std::string text;
   text.reserve(count * piece.size());

@@ -1,5 +1,5 @@
 /// @file
-/// Objects of the component, records with owners, and texts that show records.
+/// Objects of the component, owners of records, and descriptions of records as text.
 #pragma once
 
 #include <memory>
@@ -72,11 +72,11 @@ VARIANT TracksOf(const ZSCUESHEET& sheet);
 /// Returns whether all bytes of a record are zero.
 bool IsAllZero(const zsimagefileinfo& info) noexcept;
 
-/// Shows all plain fields of a track in one line:
+/// Returns all plain fields of a track in one line:
 /// "1: 0-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0".
 std::string Describe(const ZSTRACK& track);
-/// Shows all texts of a sheet, in one line for the disc and one for each track: the code, then the texts in the order
-/// of kTextFields, "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".
+/// Returns all texts of a sheet, one line for the disc and one for each track: the catalogue number or ISRC, then the
+/// texts in the order of kTextFields, with "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".
 std::vector<std::string> Texts(const ZSCUESHEET& sheet);
-/// Shows the tracks of a sheet, one line each.
+/// Returns a line for each track of a sheet, as above.
 std::vector<std::string> Describe(const ZSCUESHEET& sheet);

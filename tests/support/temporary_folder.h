@@ -23,7 +23,7 @@ public:
   /// Writes a file and creates the folders above it. Returns its path.
   std::string Write(std::string_view name, std::string_view content) const;
   std::string Write(std::string_view name, const std::vector<BYTE>& content) const;
-  /// Does the same with a sparse file of zeros.
+  /// Writes a sparse file of `size` zeros in the same way.
   std::string WriteSparse(std::string_view name, UHYPER size) const;
   /// Returns the bytes of a file; empty if there is none.
   std::string Read(std::string_view name) const;

@@ -92,7 +92,7 @@ TEST_F(InfoTool, FailuresSayWhatToDo) {
       {"far.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names SUB/X.BIN; no such file, in any case"},
       {"odd.cue", "ZSE_FAILED", "0x809F0001", "bare.bin is not a whole number of sectors: 15 bytes are over after"},
       {"none.cue", "ZSE_FAILED", "0x809F0001", "no FILE line has a name in double quotes"},
-      {"sound.cue", "ZSE_FAILED", "0x809F0001", "it is a sound file (fLaC) and not raw samples"},
+      {"sound.cue", "ZSE_FAILED", "0x809F0001", "is a sound file (fLaC) and not raw samples"},
       {"bare.bin", "ZSE_BADIMAGE", "0x809F001B", "give the .cue, .ccd or .mds file"},
       {"notes.txt", "ZSE_BADIMAGE", "0x809F001B", "files with this extension are not read"},
       {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "15 bytes are over after whole sectors of 2048 bytes"},

@@ -35,6 +35,7 @@ void AddCommands(Command* tool) {
   AddPosition(tool);
   AddExtract(tool);
   AddConvert(tool);
+  AddJoin(tool);
   AddCdText(tool);
   AddRegister(tool);
   AddUnregister(tool);

@@ -1,4 +1,4 @@
-"""The package's tables against the contract's own list."""
+"""Compares the tables of the package with the list of the binary contract."""
 
 import ctypes
 import json

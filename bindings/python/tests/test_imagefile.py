@@ -1,4 +1,4 @@
-"""The package against the library and the tool, which IMAGEFILE_LIBRARY and ZSIMAGE name."""
+"""Compares the package with the library and the tool, whose paths are in IMAGEFILE_LIBRARY and ZSIMAGE."""
 
 import errno
 import io
@@ -25,7 +25,7 @@ IMAGES = ["album.cue", "bridge.cue", "cdplus.nrg", "dvd.mds", "inline.mds", "mix
 
 @pytest.fixture(autouse=True)
 def work(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
-    """A folder of images, where each test runs. No test may leave an open or a temporary file."""
+    """Runs each test in a folder of images. Fails if the test leaves an open or a temporary file."""
     shutil.copytree(SAMPLES, tmp_path, dirs_exist_ok=True)
     monkeypatch.chdir(tmp_path)
     make_images()
@@ -36,7 +36,7 @@ def work(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
 
 
 def make_images() -> None:
-    """Makes images whose tracks are not in the file where they are on the disc."""
+    """Makes images whose tracks have other offsets in the file than on the disc."""
     Path("pregap.cue").write_text('FILE "album.bin" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n'
                                   'TRACK 02 AUDIO\nPREGAP 00:00:10\nINDEX 01 00:00:20\n')
     imagefile.open("sessions.ccd").to_zsi("postgap.zsi")
@@ -63,14 +63,15 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
     for number, (session, sheet) in enumerate(zip(disc.sessions, record["pZSCueSheet"], strict=True), 1):
         assert [sheet["ZSCDTEXT"][name] for name in ("bstrMCN", "bstrTitle", "bstrPerformer", "CDTextPresent")] == [
             session.mcn, session.title, session.performer, session.cdtext_present]
-        for place, (track, row) in enumerate(zip(session.tracks, sheet["pZSTracks"], strict=True), 1):
+        for track_number, (track, row) in enumerate(zip(session.tracks, sheet["pZSTracks"], strict=True), 1):
             assert [row[name] for name in ("TNO", "dwLBA", "dwEndLBA", "Pregap", "Mode", "Flags", "bstrISRC")] == [
                 track.number, track.start, track.end, track.pregap, track.mode, track.flags, track.isrc]
             assert (row["pdwIndex"] or []) == [
                 0xFFFFFFFF if index is None else index % 2**32 for index in track.indexes]
             assert all(index is None or index < 2**31 for index in track.indexes)
             for size in {track.block_size, 2048 if track.mode else track.block_size}:
-                tool("extract", image, f"--session={number}", f"--track={place}", f"--block-size={size}", "-o", "tool", "--force")
+                tool("extract", image, f"--session={number}", f"--track={track_number}", f"--block-size={size}",
+                     "-o", "tool", "--force")
                 disc.extract(track, Path("own"), size)
                 assert Path("own").read_bytes() == Path("tool").read_bytes() != b""
 
@@ -111,7 +112,7 @@ def extract(image: str, target: str, length: int | None = None) -> None:
 
 
 def limited(size: int, act: Callable[[], None]) -> None:
-    """Runs something while no file may grow larger, as if the disk were full."""
+    """Runs a function while no file can grow, as on a full disk."""
     limits = resource.getrlimit(resource.RLIMIT_FSIZE)
     resource.setrlimit(resource.RLIMIT_FSIZE, (size, limits[1]))
     try:

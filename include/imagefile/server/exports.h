@@ -14,9 +14,9 @@ HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) noexcept;
 /// Otherwise 1.
 HRESULT DllCanUnloadNow() noexcept;
 
-/// Writes the library's classes and type libraries into the registry of the current user (platform/registry.h), so
-/// that other programs find them, with the path that the library was loaded from. The steps are the type library of the
-/// records, whose failure is ignored, the two classes, and the component's own type library.
+/// Writes the library's classes and type libraries, with the path of the library, into the registry of the current user
+/// (platform/registry.h), where other programs find them. The steps are the type library of the records, the two
+/// classes, and the component's own type library. A failure of the first step is ignored.
 /// @return The code of the first step that fails. The steps before it keep their entries.
 HRESULT DllRegisterServer() noexcept;
 

@@ -49,7 +49,7 @@ public:
 
 private:
   CreateFunction m_create;
-  std::atomic<ULONG> m_references{1}; ///< The first is the library's.
+  std::atomic<ULONG> m_references{1}; ///< The library owns the first.
 };
 // A global object of a host may release a factory after the globals of this library are destroyed.
 static_assert(std::is_trivially_destructible_v<ClassFactory>);

@@ -4,5 +4,5 @@
 
 #include "platform/unknown.h"
 
-/// Finds the factory of a class. See DllGetClassObject (imagefile/server/exports.h), which is the same.
+/// Finds the factory of a class. Implements DllGetClassObject (imagefile/server/exports.h).
 HRESULT GetClassFactory(REFCLSID clsid, REFIID iid, void** factory) noexcept;

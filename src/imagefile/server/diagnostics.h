@@ -4,9 +4,10 @@
 
 #include "platform/files.h"
 
-/// What a debugger or a tracing program finds in a loaded library. The component itself traces nothing.
+/// Values for debuggers and tracing programs, which look for them in the loaded library. The component does not use
+/// them.
 struct Diagnostics {
-  /// Reads the level and opens the mutex. No failure has an effect beyond the values below.
+  /// Reads the level and opens the mutex. A failure has no other effect than the values below.
   Diagnostics() noexcept;
 
   /// The number `DebugLevel` of the registry key `Software\Zentora\Zentora Scribe\MMC` below HKEY_CURRENT_USER; -1 if

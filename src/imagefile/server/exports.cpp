@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The library from its load to its unload. The process finds its classes and record types without the registry.
+/// Registers the classes and record types of the library in the process while the library is loaded.
 class LoadedModule {
 public:
   LoadedModule() noexcept {

@@ -25,7 +25,7 @@ struct Entry {
 
 /// Entries that are written or removed in one change of the registry.
 struct Table {
-  std::string ownKey;         ///< Replaced and removed with all that is below it.
+  std::string ownKey;         ///< Key of this library alone. Replaced, and removed, with all keys below it.
   std::vector<Entry> entries; ///< A key precedes the keys below it. Keys outside of `ownKey` may be shared.
 };
 
@@ -48,7 +48,7 @@ Table ClassTable(const std::string& name, REFCLSID clsid, const std::string& des
            {key + "\\TypeLib", "", StringFromGUID(kComponentTypeLibrary)}}};
 }
 
-/// @param number Of the type library among those of this library.
+/// @param number Number of the type library in the file of this library.
 Table TypeLibraryTable(const std::string& name, REFGUID library, const std::string& number,
                        const std::filesystem::path& module) {
   const std::string key = "TypeLib\\" + StringFromGUID(library);
@@ -61,7 +61,7 @@ Table TypeLibraryTable(const std::string& name, REFGUID library, const std::stri
            {version + "\\HELPDIR", "", module.parent_path().string()}}};
 }
 
-/// Removes a key with all that is below it.
+/// Removes a key with all keys below it.
 void RemoveKey(const std::string& path, RegistryKey* root) {
   const std::size_t separator = path.rfind('\\');
   RegistryKey* parent = separator == std::string::npos ? root : root->Find(path.substr(0, separator));
@@ -80,7 +80,7 @@ void WriteTable(const Table& table, RegistryKey* root) {
   }
 }
 
-/// Keeps keys below which others have keys.
+/// Removes the keys of a table, except keys with keys of other programs below them.
 void RemoveTable(const Table& table, RegistryKey* root) {
   RemoveKey(table.ownKey, root);
   for (auto entry = table.entries.rbegin(); entry != table.entries.rend(); ++entry) {
@@ -103,7 +103,8 @@ HRESULT ChangeTable(const Table& table, TableChange change) noexcept {
   });
 }
 
-/// Finds the absolute path of this library. A path that is absolute already keeps its links: their targets may change.
+/// Finds the absolute path of this library. Links in an absolute path are not resolved, because their targets may
+/// change.
 HRESULT LocateModule(std::filesystem::path* module) {
   Dl_info info{};
   if (::dladdr(reinterpret_cast<void*>(&WriteRegistration), &info) == 0 || info.dli_fname == nullptr) {
@@ -117,7 +118,7 @@ HRESULT LocateModule(std::filesystem::path* module) {
   const std::filesystem::path folder = std::filesystem::canonical("." / module->parent_path(), error);
   if (error) {
     errno = error.value();
-    platform::KeepSystemError();
+    platform::SetLastErrorFromErrno();
     return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError()));
   }
   *module = folder / module->filename();

@@ -10,8 +10,8 @@
 inline constexpr GUID kComponentTypeLibrary{
     0x473D376B, 0xF22A, 0x4B8D, {0xAD, 0x03, 0xC6, 0x88, 0x2F, 0x71, 0x5D, 0x4B}};
 
-/// Writes the entries. See DllRegisterServer (imagefile/server/exports.h), which is the same.
+/// Writes the entries. Implements DllRegisterServer (imagefile/server/exports.h).
 HRESULT WriteRegistration() noexcept;
 
-/// Removes the entries. Keys below which others have keys remain.
+/// Removes the entries. Implements DllUnregisterServer. A key remains if other programs have keys below it.
 HRESULT RemoveRegistration() noexcept;

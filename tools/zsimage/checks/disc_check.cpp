@@ -13,6 +13,7 @@
 #include "image/disc_words.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
+#include "image/sheet_lines.h"
 #include "output/failure.h"
 #include "output/interrupt.h"
 
@@ -162,6 +163,10 @@ private:
 
   void CheckDataFile() {
     const std::string type = SoundFileType(m_dataFile);
+    const std::string advice = JoinAdvice(m_image.Path(), !type.empty());
+    if (!advice.empty()) {
+      m_report.findings.AddFault("files", "{}", advice);
+    }
     if (!type.empty() && m_info.dwSeekBegin64 == 0) {
       m_report.findings.AddFault(
           "sound",
@@ -240,6 +245,12 @@ private:
   void CheckText() {
     if (m_info.nSessions == 0) {
       return;
+    }
+    if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
+      const std::string& path = m_image.Path();
+      for (const MisreadLine& line : FindMisreadLines(ReadBytes(path, 0, kLargestSheetOfFiles))) {
+        m_report.findings.AddRemark("misread", "{}", MisreadWords(path, line));
+      }
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
     const std::string companion = SpelledOnDisk(WithExtension(m_image.Path(), ".CDT"));

@@ -1,48 +1,18 @@
 #include "checks/sector_check.h"
 
 #include <algorithm>
-#include <array>
 
 #include "disc/msf.h"
 #include "image/disc_words.h"
+#include "image/raw_sector.h"
+
+using namespace raw_sector;
 
 namespace {
-
-// Offsets in a raw sector.
-constexpr std::array<BYTE, 12> kSync{0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0};
-constexpr std::size_t kHeader = 12; ///< Minute, second, frame, mode.
-constexpr std::size_t kSubHeader = 16;
-constexpr std::size_t kMode1Checked = 2064; ///< Bytes before the code.
 
 // Of mode 2, from the sub-header on.
 constexpr std::size_t kForm1Checked = 2056;
 constexpr std::size_t kForm2Checked = 2332;
-constexpr std::size_t kSubMode = 2;
-constexpr BYTE kForm2Bit = 0x20; ///< Of the sub-mode.
-
-/// Returns the table of the division by x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, lowest bit first.
-constexpr std::array<std::uint32_t, 256> MakeEdcTable() {
-  std::array<std::uint32_t, 256> table{};
-  for (std::uint32_t i = 0; i < 256; ++i) {
-    std::uint32_t edc = i;
-    for (int bit = 0; bit < 8; ++bit) {
-      edc = (edc & 1U) != 0 ? (edc >> 1) ^ 0xD8018001U : edc >> 1;
-    }
-    table[i] = edc;
-  }
-  return table;
-}
-constexpr std::array<std::uint32_t, 256> kEdcTable = MakeEdcTable();
-
-std::uint32_t EdcOf(const BYTE* data, std::size_t size) {
-  std::uint32_t edc = 0;
-  for (std::size_t i = 0; i < size; ++i) {
-    edc = (edc >> 8) ^ kEdcTable[(edc ^ data[i]) & 0xFFU];
-  }
-  return edc;
-}
-
-BYTE Bcd(ULONG number) { return static_cast<BYTE>(number / 10 * 16 + number % 10); }
 
 bool HasSync(const BYTE* sector) { return std::equal(kSync.begin(), kSync.end(), sector); }
 
@@ -79,7 +49,7 @@ void SectorCheck::CheckSector(const BYTE* sector, ULONG lba) {
     CheckHeader(sector, lba);
   }
   if (m_layout == Layout::Mode1) {
-    CheckEdc(sector, kMode1Checked, lba);
+    CheckEdc(sector, kEdc, lba);
   } else {
     CheckMode2(m_layout == Layout::Mode2 ? sector + kSubHeader : sector, lba);
   }
@@ -87,17 +57,17 @@ void SectorCheck::CheckSector(const BYTE* sector, ULONG lba) {
 
 void SectorCheck::CheckHeader(const BYTE* sector, ULONG lba) {
   m_sync.Add(!HasSync(sector), lba);
-  m_mode.Add(sector[kHeader + 3] != (m_layout == Layout::Mode1 ? 1 : 2), lba);
-  const ULONG time = LbaToMsf(static_cast<LONG>(lba));
-  if (time != kNoTime) {
-    const std::array<BYTE, 3> expected{Bcd(MinutesOf(time)), Bcd(SecondsOf(time)), Bcd(FramesOf(time))};
-    m_time.Add(!std::equal(expected.begin(), expected.end(), sector + kHeader), lba);
+  m_mode.Add(sector[kMode] != (m_layout == Layout::Mode1 ? 1 : 2), lba);
+  const auto position = static_cast<LONG>(lba);
+  if (LbaToMsf(position) != kNoTime) {
+    const auto expected = HeaderTime(position);
+    m_time.Add(!std::equal(expected.begin(), expected.end(), sector + kTime), lba);
   }
 }
 
 /// The form of a sector whose two copies of the sub-header differ is unknown.
 void SectorCheck::CheckMode2(const BYTE* subHeader, ULONG lba) {
-  const bool isEqual = std::equal(subHeader, subHeader + 4, subHeader + 4);
+  const bool isEqual = std::equal(subHeader, subHeader + kSubHeaderBytes, subHeader + kSubHeaderBytes);
   m_subHeader.Add(!isEqual, lba);
   if (!isEqual) {
     return;

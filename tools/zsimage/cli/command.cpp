@@ -97,6 +97,11 @@ void Command::AddImage(std::string* path) {
   m_image = path;
 }
 
+void Command::AddSheet(std::string* path) {
+  add_option("SHEET", *path, "CUE sheet of any number of files: raw sectors, WAVE, AIFF, FLAC")->required();
+  m_image = path;
+}
+
 void Command::AddImages(std::vector<std::string>* paths) {
   add_option("IMAGE", *paths, "Images: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
 }

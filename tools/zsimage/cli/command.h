@@ -32,6 +32,8 @@ public:
 
   /// Adds the argument IMAGE. Failures are reported as those of the image.
   void AddImage(std::string* path);
+  /// Adds the argument SHEET in its place.
+  void AddSheet(std::string* path);
   void AddImages(std::vector<std::string>* paths);
   /// Adds an option or argument that names a file or folder, and refuses the empty name of an unset variable in a
   /// script.

@@ -15,6 +15,9 @@ std::string Candidates(const CLI::Option& option) {
   if (kind == "IMAGE") {
     return kImages;
   }
+  if (kind == "SHEET") {
+    return "cue";
+  }
   if (kind == "OUT") {
     return "cue|zsi";
   }

@@ -10,6 +10,7 @@ void AddMap(Command* tool);
 void AddPosition(Command* tool);
 void AddExtract(Command* tool);
 void AddConvert(Command* tool);
+void AddJoin(Command* tool);
 void AddCdText(Command* tool);
 void AddRegister(Command* tool);
 void AddUnregister(Command* tool);

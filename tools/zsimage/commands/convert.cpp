@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -13,7 +12,6 @@
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -147,29 +145,6 @@ void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, u
   }
 }
 
-/// Finds existing files that a reader would use as the CD-Text of the new sheet, in any case, except its own. @throws
-/// Failure without --force.
-std::vector<std::string> FindStaleTexts(const ConvertOptions& options, const ImageRecord& image,
-                                        const std::string& own) {
-  std::vector<std::string> stale;
-  std::error_code ignored;
-  const std::string companion = WithExtension(FileName(options.output), ".CDT");
-  const std::string folder = SpelledOnDisk(Beside(options.output, ""));
-  for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
-    const std::string name = entry.path().filename().string();
-    const std::string path = folder + name;
-    if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
-      continue;
-    }
-    image.RefuseOwnFiles(path);
-    if (!options.force) {
-      throw Failure(path, "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
-    }
-    stale.push_back(path);
-  }
-  return stale;
-}
-
 /// Writes all files of the new image. The description is published last, so that it never exists without the others.
 void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
                 const Description& description, const std::string& companionText) {
@@ -179,7 +154,9 @@ void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
   const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
-  const auto stale = IsSheet(options.output) ? FindStaleTexts(options, image, companion) : std::vector<std::string>();
+  const auto stale =
+      IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
+  std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFiles(path); });
   OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
   if (!companion.empty()) {
     create(companion, companionText.size())->Write(companionText);

@@ -1,6 +1,7 @@
 #include "commands/description.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
@@ -106,6 +107,24 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
   WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
   VerifyTracks(host, *image, sessions, copy, path);
   return description;
+}
+
+std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force) {
+  std::vector<std::string> stale;
+  std::error_code ignored;
+  const std::string companion = WithExtension(FileName(path), ".CDT");
+  const std::string folder = SpelledOnDisk(Beside(path, ""));
+  for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
+    const std::string name = entry.path().filename().string();
+    if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
+      continue;
+    }
+    stale.push_back(folder + name);
+    if (!force) {
+      throw Failure(stale.back(), "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
+    }
+  }
+  return stale;
 }
 
 void MarkSilence(ImageRecord* image, unsigned sessions) {

@@ -26,8 +26,12 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
 /// Returns the path of the CD-Text companion that a sheet names.
 std::string CompanionOf(const std::string& path);
 
-/// Counts the silence of PREGAP lines, which the new data file contains, to the pregaps of a sheet's tracks. Moves their
-/// ends, which are positions in the old file, as the lines move their starts.
+/// Finds existing files that a reader would use as the CD-Text of a new sheet, in any case, except its own companion.
+/// @param own Path of the companion; empty for none. @throws Failure if there are any, without `force`.
+std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force);
+
+/// Counts the silence of PREGAP lines, which the new data file contains, to the pregaps of a sheet's tracks. Moves
+/// their ends, which are positions in the old file, as the lines move their starts.
 void MarkSilence(ImageRecord* image, unsigned sessions);
 
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "commands/commands.h"
+#include "commands/track_files.h"
 #include "files/output_file.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
@@ -22,6 +23,8 @@ struct ExtractOptions {
   UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
   std::string output;
   std::string folder; ///< For all tracks; empty for one track.
+  std::string format; ///< A name of kTrackFormats; empty for what the extension of the output stands for.
+  bool swap = false;
   bool partial = false;
   bool force = false;
 };
@@ -31,19 +34,26 @@ struct Job {
   unsigned track;
   TrackExtent extent;
   std::string target;
+  TrackFormat format;
+  SoundTags tags;
 };
 
 std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
+  const TrackFormat format = TrackFormatOf(options.format.empty() ? options.output : options.format);
   const unsigned first = std::max(options.session, 1U);
   const unsigned last = all && options.session == 0 ? image.Info().nSessions : first;
   std::vector<Job> jobs;
   for (unsigned session = first; session <= last; ++session) {
+    const std::vector<SoundTags> tags = TagsOf(image, session);
     unsigned track = 0;
     for (const TrackExtent& extent : image.Extents(session)) {
-      const std::string name = fmt::format("{}/session-{}-track-{:02}.bin", options.folder, session, ++track);
+      const SoundTags& own = tags[track++];
       if (all || track == options.track) {
-        jobs.push_back({session, track, extent, all ? name : options.output});
+        const std::string name = IsSound(format) ? SoundFileName(image, session, own, format)
+                                                 : fmt::format("session-{}-track-{:02}.{}", session, track,
+                                                               kTrackFormats[static_cast<std::size_t>(format)]);
+        jobs.push_back({session, track, extent, all ? options.folder + "/" + name : options.output, format, own});
       }
     }
     if (!all && jobs.empty()) {
@@ -56,6 +66,25 @@ std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& option
   return jobs;
 }
 
+/// @throws Failure for data as sound and for sound as data.
+void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
+  if (IsSound(job.format) && track.Mode != ZSMODE_AUDIO) {
+    Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
+         job.track, ModeWords(track.Mode));
+  }
+  if (job.format == TrackFormat::UserData && track.Mode == ZSMODE_AUDIO) {
+    Fail(image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
+  }
+}
+
+/// Returns the block size that a job needs if none is asked for; 0 for whole sectors.
+UINT BlockSizeOf(const Job& job, UINT asked) {
+  return IsSound(job.format)                                 ? UINT{ZSFILEBLOCKSIZE_2352}
+         : job.format == TrackFormat::UserData && asked == 0 ? UINT{ZSFILEBLOCKSIZE_2048}
+                                                             : asked;
+}
+
 /// Returns the sectors of a track and the bytes of them that are asked for. @throws Failure if they have no such bytes.
 SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
   const TrackExtent& extent = job.extent;
@@ -63,6 +92,7 @@ SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job,
   if (extent.blockSize == 0) {
     throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
   }
+  RequireFittingFormat(image, job, track);
   const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
   if (track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole) {
     throw Failure(image.Path(),
@@ -96,16 +126,44 @@ void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* r
   run->sectors -= missing;
 }
 
+/// Writes the sectors of a run, or a sound file of them. @param swap Whether to swap the two bytes of each sample.
+void WriteRun(const Host& host, const ImageRecord& image, const Job& job, const SectorRun& run, bool swap,
+              OutputFile* file) {
+  std::optional<SoundWriter> sound;
+  if (IsSound(job.format)) {
+    const auto kind = static_cast<int>(job.format) - static_cast<int>(TrackFormat::Wave);
+    sound.emplace(file, job.target, static_cast<SoundFormat>(kind), job.tags);
+  }
+  ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
+  std::vector<BYTE> swapped;
+  ReadRun(host, image.DataFile(), run, &progress, [&](const BYTE* data, std::size_t size) {
+    if (swap) {
+      swapped.assign(data, data + size);
+      for (std::size_t i = 1; i < size; i += 2) {
+        std::swap(swapped[i - 1], swapped[i]);
+      }
+      data = swapped.data();
+    }
+    if (sound) {
+      sound->Write(data, size);
+    } else {
+      file->Write(data, size);
+    }
+  });
+  if (sound) {
+    sound->Finish();
+  }
+}
+
 void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
-  SectorRun run = RunOfTrack(host, image, job, options.blockSize);
+  SectorRun run = RunOfTrack(host, image, job, BlockSizeOf(job, options.blockSize));
+  if (options.swap && run.dataSize % 2 != 0) {
+    throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
+  }
   CutRun(image, job, options.partial, &run);
   { // Ends before anything is printed: a closed pipe ends the process, and the file may have hidden files.
     OutputFile file(job.target, run.Bytes(), options.force);
-    {
-      ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
-      ReadRun(host, image.DataFile(), run, &progress,
-              [&](const BYTE* data, std::size_t size) { file.Write(data, size); });
-    }
+    WriteRun(host, image, job, run, options.swap, &file);
     file.Publish();
   }
   if (!IsStandardOutput(job.target)) {
@@ -201,12 +259,22 @@ void AddExtract(Command* tool) {
                      ->type_name("FILE");
   auto* all = command.AddName("--all", &options->folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
+  command
+      .add_option(
+          "--format", options->format,
+          "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
+          "(default: by the extension of -o; bin with --all)")
+      ->type_name("FORMAT")
+      ->check(
+          CLI::IsMember(std::vector<std::string>(std::begin(kTrackFormats), std::end(kTrackFormats))).description(""));
+  command.add_flag("--swap", options->swap, "Swap the two bytes of each sample, for sources in the other order");
   command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
   command.AddForce(&options->force);
   command.AddExamples(
       {{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
        {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
-       {"zsimage extract disc.cue --track 1 --block-size 2048 -o files.iso", "The user data alone."},
+       {"zsimage extract disc.cue --all album --format flac", "Sound files with tags: album/01 Title.flac and so on."},
+       {"zsimage extract disc.cue --track 1 -o files.iso", "The user data alone."},
        {"zsimage extract disc.cue --track 3 -o - | aplay -t raw -f cd", "Listen to a track."}});
   command.parse_complete_callback([=] {
     if (all->empty() && (track->empty() || output->empty())) {

@@ -5,6 +5,7 @@
 #include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
+#include "image/sheet_lines.h"
 #include "output/standard_output.h"
 #include "output/text_table.h"
 
@@ -113,19 +114,29 @@ std::string DiscIdWords(ULONG disc, ULONG firstSession) {
   return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
 }
 
+/// Says what a sheet contains and the record does not.
+std::string SheetNotes(const ImageRecord& image) {
+  if (image.Info().ZSImageFormat != ZSIMAGEFORMAT_CUE) {
+    return "";
+  }
+  return Line("Files", JoinAdvice(image.Path(), !SoundFileType(image.DataFile()).empty())) +
+         Line("Texts", MisreadWords(image.Path()));
+}
+
 } // namespace
 
 void PrintRecord(const Host& host, const ImageRecord& image) {
   const zsimagefileinfo& info = image.Info();
   Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(host, image)) +
         Line("Format", FormatWords(info.ZSImageFormat)) + Line("Data file", DataFileWords(image)) +
-        Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)));
+        Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)) +
+        SheetNotes(image));
   if (info.nSessions == 0) {
     return;
   }
   Print(DiscTexts(info.pZSCueSheet[0]->ZSCDTEXT) + "\n");
   TextTable table({">Session", ">Track", "Mode", ">Block", ">Start", ">Sector", ">Length", ">Sectors"},
-                  {">Pregap", ">Postgap", "Flags", "ISRC", "Title", "Performer", "Note"});
+                  {">Pregap", ">Postgap", "Flags", "ISRC", "~Title", "~Performer", "Note"});
   table.Print([&](const TextTable::RowSink& sink) {
     for (unsigned session = 1; session <= info.nSessions; ++session) {
       ProduceRows(image, session, sink);

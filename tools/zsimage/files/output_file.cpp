@@ -199,6 +199,14 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   }
 }
 
+void OutputFile::WriteAt(UHYPER offset, const BYTE* data, std::size_t size) {
+  if (m_descriptor == -1 || lseek(m_descriptor, static_cast<off_t>(offset), SEEK_SET) == -1) {
+    throw Failure(IsStandardOutput(m_path) ? kStandardOutput : m_path,
+                  "this kind of file cannot be written into a pipe; give the name of a file", E_INVALIDARG);
+  }
+  Write(data, size);
+}
+
 void OutputFile::Publish() {
   ThrowIfCancelled();
   if (m_hidden.empty()) {

@@ -23,6 +23,9 @@ public:
 
   /// @throws Failure if not everything can be written, or the user has cancelled the command.
   void Write(const BYTE* data, std::size_t size);
+  /// Writes at an offset: formats whose header states what follows are completed in the end. @throws Failure also for
+  /// an output that can only be written forward.
+  void WriteAt(UHYPER offset, const BYTE* data, std::size_t size);
   void Write(std::string_view text) { Write(reinterpret_cast<const BYTE*>(text.data()), text.size()); }
 
   /// Moves the content to the path, with the owner and permissions of the file that it replaces. @throws Failure as

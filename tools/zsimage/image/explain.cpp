@@ -7,6 +7,7 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/disc_words.h"
+#include "image/sheet_lines.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -73,10 +74,11 @@ std::string ExplainSheet(const Host& host, const std::string& path) {
   const UniqueSheet sheet = CreateSheet(host, 0);
   const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), sheet.get());
   if (result == ZSE_BADIMAGE) {
+    const std::string name = TerminalText(FileName(dataFile));
     const std::string type = SoundFileType(dataFile);
-    return fmt::format("its data file {} is not a whole number of sectors: {}{}", TerminalText(FileName(dataFile)),
-                       OddSizeWords(host, path),
-                       type.empty() ? "" : fmt::format("; it is a sound file ({}) and not raw samples", type));
+    return type.empty()
+               ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(host, path))
+               : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
   }
   return result == S_OK ? "the sheet has no TRACK line" : std::string(CodeWords(E_OUTOFMEMORY));
 }
@@ -101,9 +103,7 @@ constexpr struct {
      "memory"},
 };
 
-} // namespace
-
-std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
+std::string Explain(const Host& host, const std::string& path, HRESULT result) {
   const std::string extension = platform::Upper(path.substr(path.size() < 4 ? 0 : path.size() - 4));
   const bool isSheet = extension == ".CUE";
   if (result == ZSE_CANNOTOPENIMAGE) {
@@ -127,6 +127,15 @@ std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESUL
   }
   return result == ZSE_BADIMAGE ? std::string("files with this extension are not read; ") + kReadable
                                 : std::string(CodeWords(result));
+}
+
+} // namespace
+
+std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
+  const std::string words = Explain(host, path, result);
+  const bool isSheet = HasExtension(path, ".CUE");
+  const std::string advice = isSheet ? JoinAdvice(path, !SoundFileType(DataFileOfSheet(host, path)).empty()) : "";
+  return words + (advice.empty() ? "" : "; " + advice);
 }
 
 std::string SoundFileType(const std::string& path) {

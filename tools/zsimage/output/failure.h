@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "disc/result_codes.h"
 #include "platform/last_error.h"
 
@@ -39,6 +41,12 @@ private:
   std::string m_words;
   HRESULT m_code;
 };
+
+/// Throws a Failure with formatted words. @param code A result code or the number of a system error.
+template <class Code, class... T>
+[[noreturn]] void Fail(std::string_view file, Code code, fmt::format_string<T...> words, T&&... values) {
+  throw Failure(file, fmt::format(words, std::forward<T>(values)...), code);
+}
 
 /// Returns the name of a result code, "ZSE_BADIMAGE", or its number if it has no name.
 std::string CodeName(HRESULT code);

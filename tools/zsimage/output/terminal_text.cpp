@@ -48,6 +48,20 @@ std::size_t TerminalWidth(const std::string& utf8) {
   return width;
 }
 
+std::string CutToWidth(const std::string& utf8, std::size_t columns) {
+  if (TerminalWidth(utf8) <= columns) {
+    return utf8;
+  }
+  std::string cut = utf8;
+  while (!cut.empty() && TerminalWidth(cut) >= columns) { // One column is for the ellipsis.
+    while ((static_cast<BYTE>(cut.back()) & 0xC0U) == 0x80) {
+      cut.pop_back(); // The later bytes of a character.
+    }
+    cut.pop_back();
+  }
+  return cut + "\u2026";
+}
+
 std::string ReadableSize(UHYPER bytes) {
   if (bytes < 1000) {
     return fmt::format("{} bytes", bytes);

@@ -21,6 +21,9 @@ inline std::string TerminalText(BSTR text) { return TerminalText(Narrow(text)); 
 /// Returns the columns that UTF-8 text occupies on a terminal.
 std::size_t TerminalWidth(const std::string& utf8);
 
+/// Returns UTF-8 text that occupies `columns` at most: longer text is cut and ends in an ellipsis.
+std::string CutToWidth(const std::string& utf8, std::size_t columns);
+
 /// Returns a size for a person, in powers of 1000: "698.3 MB".
 std::string ReadableSize(UHYPER bytes);
 

@@ -5,12 +5,19 @@
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
+namespace {
+
+const std::string kMargin = "  "; ///< Before each column.
+
+} // namespace
+
 TextTable::TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& optional) {
   for (const auto* headings : {&fixed, &optional}) {
     for (const std::string_view heading : *headings) {
       const bool isRight = heading.front() == '>';
-      const std::string text(heading.substr(isRight ? 1 : 0));
-      m_columns.push_back({text, isRight, headings == &fixed, text.size()});
+      const bool canBeCut = heading.front() == '~';
+      const std::string text(heading.substr(isRight || canBeCut ? 1 : 0));
+      m_columns.push_back({text, isRight, canBeCut, headings == &fixed, text.size()});
     }
   }
 }
@@ -22,13 +29,33 @@ void TextTable::Measure(const Row& row) {
   }
 }
 
+/// Narrows the columns that can be cut, always the widest of them, until a row is one line.
+void TextTable::FitTerminal() {
+  constexpr std::size_t kNarrowest = 4;
+  std::size_t width = 0;
+  for (const Column& column : m_columns) {
+    width += column.isShown ? column.width + kMargin.size() : 0;
+  }
+  const auto isNarrower = [](const Column& left, const Column& right) {
+    return (left.isShown && left.canBeCut ? left.width : 0) < (right.isShown && right.canBeCut ? right.width : 0);
+  };
+  for (const std::size_t columns = TerminalColumns(STDOUT_FILENO); width > columns; --width) {
+    Column& widest = *std::max_element(m_columns.begin(), m_columns.end(), isNarrower);
+    if (!widest.canBeCut || widest.width <= kNarrowest) {
+      return;
+    }
+    --widest.width;
+  }
+}
+
 void TextTable::PrintLine(const Row& row) const {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
     if (m_columns[i].isShown) {
-      const std::string padding(m_columns[i].width - TerminalWidth(row[i].text), ' ');
-      const std::string text = Coloured(row[i].text, row[i].shade);
-      line += "  " + (m_columns[i].isRight ? padding + text : text + padding);
+      const std::string fitting = CutToWidth(row[i].text, m_columns[i].width);
+      const std::string padding(m_columns[i].width - TerminalWidth(fitting), ' ');
+      const std::string text = Coloured(fitting, row[i].shade);
+      line += kMargin + (m_columns[i].isRight ? padding + text : text + padding);
     }
   }
   line.erase(line.find_last_not_of(' ') + 1);
@@ -41,6 +68,9 @@ void TextTable::Print(const std::function<void(const RowSink& sink)>& produceRow
     headings.emplace_back(column.heading, Colour::Bold);
   }
   produceRows([this](const Row& row) { Measure(row); });
+  if (isatty(STDOUT_FILENO) != 0) {
+    FitTerminal();
+  }
   PrintLine(headings);
   produceRows([this](const Row& row) { PrintLine(row); });
 }

@@ -4,11 +4,11 @@ from ctypes import Structure, c_int16, c_int32, c_size_t, c_uint8, c_uint16, c_u
 from types import SimpleNamespace
 from typing import Any
 
-IDENTIFIERS = {  # Of the class, and of its interface.
+IDENTIFIERS = {  # Identifiers of each class and of its interface.
     "ZSImageFile": ("{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "{AECC35E5-5E47-4670-9F6A-C48BC23B25AB}"),
     "ZSCueSheet": ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", "{315DBEA3-A2E9-40C5-8930-1C842A2C8835}"),
 }
-OPERATIONS = {  # Of each interface, in the order of its table.
+OPERATIONS = {  # Operations of each interface, in the order of its table of functions.
     "IStream": "QueryInterface AddRef Release Read",
     "IZSImageFile": "QueryInterface AddRef Release SetCallBack GetImageFileInfo CreateTOCFile Open Clone "
                     "FreeImageFileInfo CalculateDiscID GetPositionFromLBA",
@@ -19,7 +19,7 @@ OPERATIONS = {  # Of each interface, in the order of its table.
 TEXTS = ("title", "composer", "performer", "songwriter", "arranger", "genre", "message")
 TRUE, FALSE, IN_PROCESS, NO_INDEX = -1, 0, 1, -1
 
-# Each field of a record after its type: a letter as in the module struct, P for an address, or another record.
+# Pairs of the type and the name of each field. A type is a letter of the module struct, P for an address, or a record.
 _TEXT_FIELDS = " ".join(f"P bstr{text.capitalize()}" for text in TEXTS)
 _LAYOUTS = {
     "VARIANT": "Q part0 Q part1",
@@ -33,7 +33,7 @@ _LAYOUTS = {
 
 
 def records(address: type[Any]) -> SimpleNamespace:
-    """Returns the records, packed on one byte, with addresses of a type."""
+    """Returns the types of the records, packed on one byte. Their addresses have the type `address`."""
     types: dict[str, type[Any]] = {"B": c_uint8, "H": c_uint16, "h": c_int16, "I": c_uint32, "i": c_int32}
     types |= {"Q": c_uint64, "P": address, "99P": address * 99}
     for name, layout in _LAYOUTS.items():

@@ -22,18 +22,18 @@ Progress = Callable[[int, int], object] | None
 @dataclass(frozen=True, kw_only=True)
 class Disc:
     """One disc image. It is data alone: nothing has to be closed, and several threads may use it."""
-    path: str  # Of the description that was opened.
-    data_file: str  # The file that holds the sectors.
+    path: str  # Path of the description that was opened.
+    data_file: str  # Path of the file that has the sectors.
     format: Format
     kind: Kind
     mask: Mask  # What accompanies the image.
     block_size: int  # Bytes of a sector of one of the tracks; 0 for a CUE sheet of audio alone.
     sessions: tuple[Session, ...]
-    seek_begin: int  # Byte of the data file where the first sector begins.
-    seek_end: int  # Byte where the sectors end; 2**64 - 1 for the end of the file.
+    seek_begin: int  # Byte offset of the first sector in the data file.
+    seek_end: int  # Byte offset after the last sector; 2**64 - 1 for the end of the file.
     sub_count: int  # Bytes before the user data in a sector.
-    disc_id: int  # Disc identifier in the manner of CDDB.
-    disc_id2: int  # Identifier of the first of several sessions; else 0.
+    disc_id: int  # Disc identifier as in CDDB, but counted from index 0 of each track.
+    disc_id2: int  # Identifier of the first session, if there are several; else 0.
 
     @property
     def tracks(self) -> tuple[Track, ...]:
@@ -41,8 +41,8 @@ class Disc:
         return tuple(track for session in self.sessions for track in session.tracks)
 
     def stream(self, track: Track, block_size: int | None = None) -> TrackStream:
-        """Opens the data of a track, without its pregap. `block_size` is how many bytes of each sector are wanted:
-        2048 for the user data of a data track, None for all."""
+        """Opens the data of a track, without its pregap. `block_size` is the number of bytes to read of each sector:
+        2048 for the user data of a data track, None for all bytes."""
         if track not in self.tracks:
             raise ValueError(f"track {track.number} is not one of this disc")
         if self.data_file == on_disk(self.path) and self.format not in (Format.ISO, Format.NRG):
@@ -50,8 +50,8 @@ class Disc:
         return TrackStream(self.data_file, track, block_size)
 
     def extract(self, track: Track, path: Path, block_size: int | None = None, progress: Progress = None) -> None:
-        """Writes what `stream` reads to a file, which replaces one of its name when it is whole. `progress` is called
-        with the bytes that are done and their total; an exception in it stops the extraction."""
+        """Writes the bytes of `stream` to a file, which replaces an existing file once it is complete. `progress` is
+        called with the number of bytes done and in total; an exception in it stops the extraction."""
         with self.stream(track, block_size) as stream:
             write_file(self._output(path), stream, lambda done: progress(done, stream.size) if progress else None)
 
@@ -74,12 +74,12 @@ class Disc:
             write_description(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
 
     def encode_cdtext(self) -> bytes:
-        """Returns the texts of the first session as the content of a .cdt file; nothing where it has none."""
+        """Returns the texts of the first session as the content of a .cdt file; empty if it has no texts."""
         with image_record(self.path) as (_, sheets):
             return self._encode(sheets)
 
     def _encode(self, sheets: list[Any]) -> bytes:
-        """Returns the packs of the first session's texts. Marks whether it has any, and counts all tracks from 1."""
+        """Encodes the texts of the first session as packs. Sets `CDTextPresent` and numbers all tracks from 1."""
         if not sheets:
             raise ImageFileError(ZSE_FAILED, "the image has no session", self.path)
         for sheet in sheets:
@@ -96,7 +96,7 @@ class Disc:
         return packs
 
     def _output(self, path: Path, extension: str = "") -> str:
-        """Returns the path of a new file, which must not be one of the image's own, in whatever case."""
+        """Returns the path of a new file. Raises an exception for a file of the image itself, in any case."""
         target, stem = os.fspath(path), os.path.splitext(self.path)[0]
         if not target.lower().endswith(extension):
             raise ValueError(f"{target}: give a name that ends with {extension}")
@@ -134,10 +134,10 @@ def _read_track(record: Any) -> Track:
 
 
 def decode_cdtext(data: bytes, tracks: int) -> tuple[Text, ...]:
-    """Returns the texts in CD-Text packs of a disc with so many tracks: those of the disc, then those of each track."""
+    """Decodes CD-Text packs. Returns the texts of the disc, then those of each of its `tracks` tracks."""
     records = (RECORDS.ZSTRACK * tracks)()
     sheet = RECORDS.ZSCUESHEET(nTracks=tracks, pZSTracks=addressof(records))
-    packs, sheets = create_string_buffer(data, len(data) + 1), service("ZSCueSheet")  # The packs are changed.
+    packs, sheets = create_string_buffer(data, len(data) + 1), service("ZSCueSheet")  # Decoding changes the packs.
     try:
         sheets.run("CD-Text", "AnalyzeCDTextFromData", packs, len(data), byref(sheet))
         return tuple(Text(**texts_of(record)) for record in [sheet.ZSCDTEXT, *records])

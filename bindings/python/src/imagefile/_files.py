@@ -1,4 +1,4 @@
-"""Files: found in any case, and written so that they appear when they are whole."""
+"""Finding files in any case, and writing files that appear once they are complete."""
 
 import glob
 import io
@@ -13,7 +13,7 @@ from ._library import Object, path_string
 
 
 def on_disk(path: str) -> str:
-    """Returns the file that a path names in any case, as the library finds it; the path itself if there is none."""
+    """Returns the path on disk of a file, in any case as the library finds it; the path itself if it is missing."""
     folder, name = os.path.split(path)
     pattern = "".join(f"[{char}{char.swapcase()}]" if char.isalpha() else glob.escape(char) for char in name)
     found = glob.glob(os.path.join(glob.escape(folder), pattern))
@@ -21,7 +21,7 @@ def on_disk(path: str) -> str:
 
 
 def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[[int], object] = bool) -> None:
-    """Copies a source to a file that replaces `path` once it is whole. Devices and pipes are written directly."""
+    """Copies a source to a file that replaces `path` once it is complete. Devices and pipes are written directly."""
     direct = os.path.exists(path) and not os.path.isfile(path)
     target = os.path.realpath(path)
     part = path if direct else os.path.join(os.path.dirname(target), f".imagefile-{secrets.token_hex(8)}")
@@ -44,7 +44,8 @@ def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[
 
 
 def write_description(path: str, writer: Object, operation: str, *arguments: Any) -> bytes:
-    """Writes what an operation writes, and returns it. It writes to memory, since it does not report failed writes."""
+    """Runs an operation that writes a file, and returns the content. The operation does not report failed writes, so it
+    writes to memory, and write_file writes the file."""
     with tempfile.TemporaryDirectory() as folder, open(os.memfd_create("description"), "rb") as file:
         link = os.path.join(folder, os.path.basename(path))
         os.symlink(f"/proc/self/fd/{file.fileno()}", link)

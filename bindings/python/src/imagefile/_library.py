@@ -12,13 +12,13 @@ from typing import Any
 from ._contract import IDENTIFIERS, IN_PROCESS, OPERATIONS, RECORDS, TEXTS
 from ._errors import CO_E_DLLNOTFOUND, ImageFileError
 
-_Function = CFUNCTYPE(c_uint32, c_void_p)  # More arguments may follow, with the types that they come with.
-# Python keeps each byte of a path that is no UTF-8 as a surrogate; the library reads it as Windows-1252.
+_Function = CFUNCTYPE(c_uint32, c_void_p)  # More arguments may follow, with their own types.
+# Python represents each byte of a path that is not UTF-8 by a surrogate. The library reads it as Windows-1252.
 _WINDOWS_1252 = {0xDC00 + byte: bytes([byte]).decode("cp1252", "ignore") or chr(byte) for byte in range(0x80, 0x100)}
 
 
 class Object:
-    """One reference to an object of the library, given back when this goes away."""
+    """One reference to an object of the library, which is released with this object."""
     def __init__(self, interface: str, address: c_void_p) -> None:
         names = OPERATIONS[interface].split()
         slots = (c_void_p * len(names)).from_address(c_void_p.from_address(address.value or 0).value or 0)
@@ -30,7 +30,7 @@ class Object:
         return int(self._slots[operation](self._address, *arguments))
 
     def run(self, path: str, operation: str, *arguments: Any) -> None:
-        """Calls an operation that works for a file. Raises an exception for any code but 0."""
+        """Calls an operation on the file `path`. Raises ImageFileError for any result but 0."""
         if code := self.call(operation, *arguments):
             raise ImageFileError(code, "", path)
 
@@ -80,7 +80,7 @@ def tracks_of(sheet: Any) -> list[Any]:
 
 @contextmanager
 def image_record(path: str) -> Iterator[tuple[Any, list[Any]]]:
-    """Lends the record of an image, and those of its sessions."""
+    """Reads the record of an image and those of its sessions. Frees them at the end of the context."""
     info, images = RECORDS.zsimagefileinfo(), service("ZSImageFile")
     images.run(path, "GetImageFileInfo", path_string(path), byref(info))
     try:

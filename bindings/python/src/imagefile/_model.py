@@ -1,4 +1,4 @@
-"""What a disc image holds. Positions are sectors of the disc, of which 75 are one second."""
+"""Content of a disc image. Positions are sectors of the disc; 75 sectors are one second."""
 
 from dataclasses import dataclass
 from enum import IntEnum, IntFlag
@@ -14,7 +14,7 @@ Flags = IntFlag("Flags", {"DCP": 1, "PRE": 2, "FOUR_CHANNELS": 4})  # Copy permi
 
 @dataclass(frozen=True, kw_only=True)
 class Text:
-    """Texts of a disc or of a track. Each is None where the image has none."""
+    """Texts of a disc or of a track. Each is None if the image has no such text."""
     title: str | None
     composer: str | None
     performer: str | None
@@ -31,12 +31,12 @@ class Track(Text):
     end: int  # First position after the track.
     pregap: int  # Sectors of index 0, directly before `start`.
     postgap: int  # Sectors of the image after `end`.
-    indexes: tuple[int | None, ...]  # Positions from index 0 on; empty where the format has no such list.
+    indexes: tuple[int | None, ...]  # Positions from index 0 on; empty if the format has no indexes.
     mode: Mode
     flags: Flags
     block_size: int  # Bytes of a sector in the data file.
     isrc: str | None  # International standard recording code, as it is in the image.
-    offset: int  # Byte of the data file where the sector `start` begins.
+    offset: int  # Byte offset of the sector `start` in the data file.
     sectors: int  # Sectors of the track in the data file.
 
 

@@ -1,4 +1,4 @@
-"""The data of a track: where they are in the data file, and a stream of them."""
+"""The data of a track: its offset in the data file, and a stream of it."""
 
 import io
 from ctypes import byref, c_char, c_uint32, c_void_p
@@ -12,8 +12,8 @@ from ._model import Format, Mask, Mode, Track
 
 
 def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Track]]) -> list[tuple[Track, ...]]:
-    """Returns the tracks with their `offset`, so far what the description states or 0, and `sectors`. The file leaves
-    out what is between sessions or tracks that were recorded one by one, and the sectors of a PREGAP line."""
+    """Returns the tracks with their `offset` and `sectors`. On entry, `offset` is that of the description, or 0. The
+    data file has no sectors between sessions, between tracks that were recorded one by one, and of a PREGAP line."""
     placed: list[tuple[Track, ...]] = []
     for tracks in sessions:
         stated = format is Format.MDS and (bool(placed) or len({track.block_size for track in tracks}) > 1)
@@ -22,7 +22,7 @@ def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Trac
             index = track.indexes[1] if format is Format.CUE and len(track.indexes) > 1 else None
             first = track.start if index is None else index  # A PREGAP line moves `start` and no index.
             if Mask.TRACKATONCE in mask or (placed and not done):
-                sector = first - track.pregap  # It directly follows what is before it in the file.
+                sector = first - track.pregap  # The pregap directly follows the earlier data in the file.
             byte += (first - sector) * track.block_size
             done.append(replace(track, offset=(stated and track.offset) or byte, sectors=max(track.end - first, 0)))
             sector = max(track.end, first) + track.postgap
@@ -32,7 +32,7 @@ def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Trac
 
 
 def _offset_in_sector(track: Track, size: int) -> int:
-    """Returns where the wanted bytes of a sector begin: 2048 are the user data, after header and sub-header."""
+    """Returns the offset of the wanted bytes in a sector: 2048 bytes are the user data, after header and sub-header."""
     raw = track.block_size >= 2352
     sub_header = track.mode is not Mode.MODE1 and (raw or track.block_size == 2336) and size not in (2336, 2332, 2056)
     whole = size == track.block_size or (raw and size >= 2352) or track.mode is Mode.AUDIO
@@ -43,12 +43,12 @@ def _offset_in_sector(track: Track, size: int) -> int:
 
 
 class TrackStream(io.RawIOBase):
-    """The data of one track, to be read forward by one thread at a time. `size` is their number of bytes."""
+    """The data of one track, read forward by one thread at a time. `size` is the number of bytes."""
     _object: Object | None = None
 
     def __init__(self, data_file: str, track: Track, block_size: int | None) -> None:
         size = track.block_size if block_size is None else block_size
-        # Records of this one run of sectors: the stream reads its place and its geometry from nothing else.
+        # Records that describe this run of sectors. The stream reads its offset and geometry from them alone.
         info = RECORDS.zsimagefileinfo(dwSeekBegin64=track.offset, nSubCount=_offset_in_sector(track, size))
         run, address = RECORDS.ZSTRACK(dwEndLBA=track.sectors, BlockSize=track.block_size), c_void_p()
         arguments = path_string(data_file), None, byref(info), byref(run), size, None, 0, RECORDS.VARIANT()
@@ -60,7 +60,7 @@ class TrackStream(io.RawIOBase):
         return True
 
     def readinto(self, buffer: Any) -> int:
-        """Reads into a buffer. Returns the number of bytes; raises ImageFileError where the file ends too early."""
+        """Reads into a buffer. Returns the number of bytes; raises ImageFileError if the file ends too early."""
         view, delivered = memoryview(buffer).cast("B"), c_uint32()
         if self._object is None:
             raise ValueError("the stream is closed")

@@ -1,0 +1,25 @@
+/// @file
+/// Names, formats and tags of the files that tracks are saved to.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "image/image_record.h"
+#include "sound/sound_file.h"
+
+enum class TrackFormat { Sectors, UserData, Wave, Aiff, Flac };
+
+inline constexpr const char* kTrackFormats[] = {"bin", "iso", "wav", "aiff", "flac"}; ///< By TrackFormat.
+
+inline bool IsSound(TrackFormat format) { return format >= TrackFormat::Wave; }
+
+/// Returns the format that a name of kTrackFormats, or the extension of a path, stands for: Sectors for others.
+TrackFormat TrackFormatOf(const std::string& name);
+
+/// Returns what the sound files of a session's tracks say about themselves.
+std::vector<SoundTags> TagsOf(const ImageRecord& image, unsigned session);
+
+/// Returns the name of a sound file: "03 Title.flac", with the session before the number if there are several.
+/// Characters that file systems do not allow are replaced.
+std::string SoundFileName(const ImageRecord& image, unsigned session, const SoundTags& tags, TrackFormat format);

@@ -1,0 +1,99 @@
+#include "image/raw_sector.h"
+
+#include <algorithm>
+
+#include "disc/msf.h"
+
+using namespace raw_sector;
+
+namespace {
+
+/// Returns the table of the division by x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, lowest bit first.
+constexpr std::array<std::uint32_t, 256> MakeEdcTable() {
+  std::array<std::uint32_t, 256> table{};
+  for (std::uint32_t i = 0; i < 256; ++i) {
+    std::uint32_t edc = i;
+    for (int bit = 0; bit < 8; ++bit) {
+      edc = (edc & 1U) != 0 ? (edc >> 1) ^ 0xD8018001U : edc >> 1;
+    }
+    table[i] = edc;
+  }
+  return table;
+}
+constexpr std::array<std::uint32_t, 256> kEdcTable = MakeEdcTable();
+
+/// Returns x times a, where a = 2 is the primitive element of GF(2^8) with x^8 + x^4 + x^3 + x^2 + 1.
+constexpr BYTE TimesA(BYTE x) { return static_cast<BYTE>(x << 1 ^ ((x & 0x80U) != 0 ? 0x1D : 0)); }
+
+/// Returns the table of the division by a + 1. It is filled by the products, each of which occurs once.
+constexpr std::array<BYTE, 256> MakeQuotients() {
+  std::array<BYTE, 256> table{};
+  for (unsigned x = 0; x < 256; ++x) {
+    table[TimesA(static_cast<BYTE>(x)) ^ x] = static_cast<BYTE>(x);
+  }
+  return table;
+}
+constexpr std::array<BYTE, 256> kByAPlus1 = MakeQuotients();
+
+/// Computes the two parity bytes of each vector of one code. The sector from its header on is a list of 16-bit words,
+/// of which the low and the high bytes are coded apart. With data v(0) to v(n - 1) and parity p, q the sums
+///     v(0) + ... + v(n - 1) + p + q                      and
+///     a^(n + 1) v(0) + ... + a^2 v(n - 1) + a p + q
+/// are zero, so (a + 1) p is the sum of both without p and q.
+/// @param vectors Number of vectors; vector i begins at word i * `first` and goes on in steps of `step` words.
+/// @param length Words of data in each, n. @param words Words of data in all; the parity words follow them.
+void WriteParity(BYTE* header, unsigned vectors, unsigned first, unsigned step, unsigned length, unsigned words) {
+  for (unsigned i = 0; i < 2 * vectors; ++i) {
+    const unsigned plane = i % 2;
+    unsigned word = i / 2 * first;
+    BYTE sum = 0;
+    BYTE weighted = 0;
+    for (unsigned n = 0; n < length; ++n) {
+      const BYTE value = header[2 * word + plane];
+      sum ^= value;
+      weighted = TimesA(weighted) ^ value;
+      word += step;
+      word -= word >= words ? words : 0;
+    }
+    const BYTE p = kByAPlus1[TimesA(TimesA(weighted)) ^ sum];
+    header[2 * words + i] = p;
+    header[2 * (words + vectors) + i] = p ^ sum;
+  }
+}
+
+BYTE Bcd(ULONG number) { return static_cast<BYTE>(number / 10 * 16 + number % 10); }
+
+} // namespace
+
+std::array<BYTE, 3> HeaderTime(LONG position) {
+  const ULONG time = LbaToMsf(position);
+  return {Bcd(MinutesOf(time)), Bcd(SecondsOf(time)), Bcd(FramesOf(time))};
+}
+
+std::uint32_t EdcOf(const BYTE* data, std::size_t size) {
+  std::uint32_t edc = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    edc = (edc >> 8) ^ kEdcTable[(edc ^ data[i]) & 0xFFU];
+  }
+  return edc;
+}
+
+void WriteHeader(LONG position, BYTE mode, BYTE* sector) {
+  const std::array<BYTE, 3> time = HeaderTime(position);
+  std::copy(kSync.begin(), kSync.end(), sector);
+  std::copy(time.begin(), time.end(), sector + kTime);
+  sector[kMode] = mode;
+}
+
+void CompleteMode1Sector(LONG position, BYTE* sector) {
+  WriteHeader(position, 1, sector);
+  const std::uint32_t edc = EdcOf(sector, kEdc);
+  std::fill(sector + kEdc, sector + kParity, BYTE{0});
+  for (unsigned i = 0; i < 4; ++i) {
+    sector[kEdc + i] = static_cast<BYTE>(edc >> 8 * i);
+  }
+  constexpr unsigned kColumns = 43; // Words of a row of the P code, which has 24 rows.
+  constexpr unsigned kRows = 26;    // Those of P included; the Q code runs through them diagonally.
+  WriteParity(sector + kTime, kColumns, 1, kColumns, kRows - 2, kColumns * (kRows - 2));
+  WriteParity(sector + kTime, kRows, kColumns, kColumns + 1, kColumns, kColumns * kRows);
+}

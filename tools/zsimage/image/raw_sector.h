@@ -1,0 +1,46 @@
+/// @file
+/// Raw data sectors of 2352 bytes (ECMA-130).
+///
+///     offset  mode 1                            mode 2 with sub-header
+///          0  synchronization: 00, 10 x FF, 00  the same
+///         12  minute, second, frame in BCD      the same
+///         15  mode: 1                           mode: 2
+///         16  2048 bytes of user data           sub-header twice, 4 bytes each
+///         24                                    user data, codes
+///       2064  error detection code (EDC)
+///       2068  8 zeros
+///       2076  error correction code: P, then Q
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "platform/base_types.h"
+
+namespace raw_sector {
+
+inline constexpr std::array<BYTE, 12> kSync{0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0};
+inline constexpr std::size_t kTime = 12;
+inline constexpr std::size_t kMode = 15;
+inline constexpr std::size_t kUserData = 16; ///< Of mode 1.
+inline constexpr std::size_t kSubHeader = 16;
+inline constexpr std::size_t kSubHeaderBytes = 4; ///< Of one copy.
+inline constexpr std::size_t kEdc = 2064;
+inline constexpr std::size_t kParity = 2076;
+
+inline constexpr std::size_t kSubMode = 2; ///< In the sub-header.
+inline constexpr BYTE kForm2Bit = 0x20;    ///< Of the sub-mode.
+
+} // namespace raw_sector
+
+/// Returns the time of a sector in BCD, as its header has it. The position must have a time (disc/msf.h).
+std::array<BYTE, 3> HeaderTime(LONG position);
+
+/// Returns the error detection code of bytes, which sectors store in little-endian order.
+std::uint32_t EdcOf(const BYTE* data, std::size_t size);
+
+/// Writes synchronization and header of a sector.
+void WriteHeader(LONG position, BYTE mode, BYTE* sector);
+
+/// Writes all but the user data of a mode 1 sector.
+void CompleteMode1Sector(LONG position, BYTE* sector);
