@@ -111,7 +111,9 @@ public:
 
   DWORD Acquire(const std::string& path) noexcept {
     m_file.Reset(Open(path, O_RDWR | O_CREAT));
-    const bool locked = m_file && Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) != -1;
+    // On file systems without locks the registry is changed without, as other files are.
+    const bool locked = m_file && (Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) != -1 ||
+                                   errno == ENOLCK || errno == EOPNOTSUPP);
     return locked ? ERROR_SUCCESS : SystemError();
   }
 

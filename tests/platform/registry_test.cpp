@@ -140,6 +140,21 @@ TEST_F(Registry, FileIsOldOrNewWhateverFails) {
   }
 }
 
+TEST_F(Registry, IsChangedOnFileSystemsWithoutLocks) {
+  class UnlockableFiles final : public FaultyFiles {
+  public:
+    int Lock(int /*file*/, int /*operation*/) noexcept override {
+      errno = error;
+      return -1;
+    }
+    int error = 0;
+  } files;
+  for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) {
+    files.error = error;
+    EXPECT_EQ(error != EIO, Set("HKEY_CLASSES_ROOT\\New", "value") == 0) << error;
+  }
+}
+
 TEST_F(Registry, ConcurrentChangesAreAllKept) {
   std::vector<std::jthread> writers;
   for (const std::string key : {"0", "1", "2", "3"}) {

@@ -179,6 +179,7 @@ TEST_F(CheckTool, CDTextMustMatchItsCheckBytes) {
   EXPECT_EQ("0:cdtext ", Faults("disc.cue"));
   folder.WriteSparse("DISC.CDT", 17 << 20);
   EXPECT_EQ("0:cdtext ", Faults("disc.cue"));
+  ExpectShown("check disc.cue", ": DISC.CDT: this is too large");
 }
 
 TEST_F(CheckTool, SamplesAreGood) {

@@ -26,6 +26,7 @@ TEST(CommandLine, UsageErrorsExitWithTwo) {
   for (const char* wrong : {"", "info", "position x.cue many", "extract x.cue", "extract x.cue --all ''", "unknown"}) {
     EXPECT_EQ(2, RunShell(kTool + wrong).status) << wrong;
   }
+  EXPECT_PRED2(Contains, RunShell(kTool + "extract x.cue --session 0 --all x").err, "Value 0 not in range 1 to 99\n");
 }
 
 TEST(CommandLine, ZshCompletesOptionsAndImages) {
@@ -38,6 +39,7 @@ TEST(CommandLine, ZshCompletesOptionsAndImages) {
 TEST(CommandLine, BashCompletesCommandsAndFiles) {
   const TemporaryFolder folder;
   folder.Write("complete", RunShell(kTool + "generate bash").out);
+  EXPECT_FALSE(Contains(folder.Read("complete"), "'zsimage' | ")) << "it is no command of itself";
   for (const char* name : {"my disc.CUE", "a.iso", "notes.txt", "new/x"}) {
     folder.Write(std::string("files/") + name, "");
   }

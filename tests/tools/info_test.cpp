@@ -86,6 +86,7 @@ TEST_F(InfoTool, FailuresSayWhatToDo) {
   }
   const std::tuple<std::string, std::string, const char*, std::string> kCases[] = {
       {"missing.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "no such file"},
+      {"u/é.cue", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "zsimage: u/é.cue: no such file"},
       {"folder.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "this is a folder"},
       {"lost.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names GONE.BIN; no such file beside it"},
       {"far.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names SUB/X.BIN; no such file, in any case"},
@@ -143,6 +144,29 @@ TEST_F(InfoTool, PositionsAreFound) {
     EXPECT_PRED2(Contains, none.err, "sector 99999 (22:15:24) is in no track");
     EXPECT_TRUE(none.out.empty() || json::parse(none.out)["byte"].is_null()) << none.out;
   }
+  // Sectors that are not in the file.
+  folder.WriteSparse("gap.bin", 20 * 2352);
+  folder.Write("gap.cue", "FILE \"gap.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
+                          "TRACK 02 AUDIO\nPREGAP 00:00:05\nINDEX 00 00:00:10\nINDEX 01 00:00:12\n");
+  folder.Write("cut.cue", "FILE \"gap.bin\" BINARY\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
+                          "TRACK 02 AUDIO\nINDEX 01 00:00:18\nTRACK 03 AUDIO\nINDEX 01 00:00:30\n");
+  std::string volume(49151, '\0');
+  folder.Write("odd.iso", volume.replace(16 * 2048, 6, "\1CD001"));
+  for (const auto& [arguments, words] :
+       {std::pair("gap.cue 9", "byte 21168 of gap.bin, in track 1"),
+        std::pair("gap.cue 10", "is silence of a PREGAP line before track 2 of session 1"),
+        std::pair("gap.cue 14", "is silence of a PREGAP line before track 2 of session 1"),
+        std::pair("gap.cue 15", "byte 23520 of gap.bin, in the pregap of track 2"),
+        std::pair("gap.cue 24", "byte 44688 of gap.bin, in track 2"),
+        std::pair("cut.cue 19", "byte 44688 of gap.bin, in track 2"),
+        std::pair("cut.cue 20", "is cut off: gap.bin ends before this sector of track 2"),
+        std::pair("cut.cue 40", "is cut off: gap.bin ends before this sector of track 3"),
+        std::pair("odd.iso 1", "2047 bytes are over after whole sectors")}) {
+    const ToolResult result = RunTool(folder, std::string("position ") + arguments);
+    EXPECT_PRED2(Contains, result.out + result.err, words);
+    EXPECT_EQ(result.out.empty() ? 1 : 0, result.status);
+  }
+  EXPECT_PRED2(Contains, Run("info gap.cue"), "17  00:00:08        8") << "a length in the file";
   // Images without a session, or with a session without tracks, are refused.
   const std::string track = "[Entry 0]\nSession=1\nPoint=1\n[TRACK 1]\nMODE=0\nINDEX 1=0\n";
   for (const std::string& sessions : {std::string("0\n"), "2\n" + track}) {

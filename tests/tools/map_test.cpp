@@ -71,6 +71,8 @@ TEST_F(MapTool, TracksAreDrawnToScale) {
   EXPECT_PRED2(Contains, document, "A &lt;B&gt; &amp; 'C'");
   const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}}, {{ZSMODE_2, 25}}}};
   folder.Write("disc.nrg", NrgImage(sessions));
+  folder.Write("empty.iso", "");
+  EXPECT_PRED2(Contains, Run("map empty.iso -o -"), "none: the image is empty");
   EXPECT_EQ("4 4 4 12 4 5 6 146 0 25 16 20 20", Measure("disc.nrg"));
 }
 

@@ -7,6 +7,7 @@ targets exist, are folders or are write-protected, because the disk is full, and
 import contextlib
 import os
 import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -29,6 +30,8 @@ LONG_COMMANDS = {
     "extract long.cue --all out": ["session-1-track-01.bin"],
     "convert long.cue out/new.cue --with-data": ["NEW.BIN", "new.cue"],
 }
+# Root may read and write anywhere unless it drops its capabilities, which some containers do not allow.
+UNPRIVILEGED = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
 LONG = 2352 << 24  # Bytes of a sparse image, too many to copy before a signal arrives.
 faults = 0
 
@@ -50,9 +53,9 @@ def run(command, **options):
 
 
 def content():
-    """Returns permissions and bytes of each file and folder."""
+    """Returns permissions and bytes of each file and folder, and of temporary ones."""
     return {str(path): (path.lstat().st_mode, path.read_bytes() if path.is_file() else b"")
-            for path in [Path("out"), *Path("out").rglob("*")]}
+            for path in [Path("out"), *Path("out").rglob("*"), *Path("temporary").rglob("*")]}
 
 
 def expect(what, command, holds, result):
@@ -101,17 +104,58 @@ def try_stale_text(command):
         expect("a stale .cdt", command, content() == before if kept else not Path("out/New.cdt").exists(), result)
 
 
+def try_unreadable_text():
+    """Texts that cannot be read are not left out without a word."""
+    Path("disc.cdt").write_text("packs")
+    os.chmod("disc.cdt", 0)
+    before = fill([])
+    if subprocess.call(" ".join(UNPRIVILEGED) + " test -r disc.cdt", shell=True) == 1:
+        result = run("convert disc.cue out/new.cue", prefix=UNPRIVILEGED)
+        expect_kept("texts that cannot be read", "convert", before, result)
+        result = run("convert disc.cue out/new.cue --no-cdtext", prefix=UNPRIVILEGED)
+        expect("texts that cannot be read", "convert --no-cdtext", result[0] == 0, result)
+    os.unlink("disc.cdt")
+
+
 def try_write_protected(command, names):
-    # Root may write anywhere unless it drops its capabilities, which some containers do not allow.
-    unprivileged = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"] if os.getuid() == 0 else []
     fill(names, 0o440)
-    if subprocess.call(" ".join(unprivileged) + f" test -w out/{names[0]}", shell=True) != 1:
+    if subprocess.call(" ".join(UNPRIVILEGED) + f" test -w out/{names[0]}", shell=True) != 1:
         print("skipped: files that root may not write")
         return
     for folder in (0o755, 0o555):
         os.chmod("out", folder)
         before = content()
-        expect_kept("write-protected", command, before, run(command + " --force", prefix=unprivileged))
+        expect_kept("write-protected", command, before, run(command + " --force", prefix=UNPRIVILEGED))
+
+
+def try_closed_pipe():
+    """The first lines fill the buffer of standard output while later tracks are extracted."""
+    Path("many.cue").write_text('FILE "disc.bin" BINARY\n' + "".join(
+        f"TRACK {i} AUDIO\nINDEX 01 00:00:{i % 20:02}\n" for i in range(1, 100)))
+    fill([f"session-1-track-{i:02}.bin" for i in range(1, 100)])
+    reader, writer = os.pipe()
+    os.close(reader)
+    process = subprocess.Popen([*ZSIMAGE, "extract", "many.cue", "--all", "out", "-f"], stdout=writer,
+                               stderr=subprocess.PIPE, text=True)
+    os.close(writer)
+    result = finish(process)
+    expect("a closed pipe", "extract --all", not any(Path("out").glob(".*")), result)
+
+
+def try_file_of_another_user():
+    """In a folder such as /tmp, a file that all may write is replaced by its owner alone."""
+    if os.getuid() != 0:
+        return
+    for path in (".", os.path.dirname(ZSIMAGE[-1])):
+        os.chmod(path, os.stat(path).st_mode | 0o055)
+    fill(["packs"])
+    os.chmod("out", 0o1777)
+    os.chmod("out/packs", 0o666)
+    os.chown("out/packs", 1, 1)
+    before = content()
+    result = run("cdtext encode disc.cue -o out/packs -f", prefix=["setpriv", "--reuid=2", "--clear-groups"])
+    expect_kept("a file of another user", "cdtext encode", before, result)
+    expect("a file of another user", "cdtext encode", "belongs to another user" in result[1], result)
 
 
 def try_full_disk(command, names, fresh):
@@ -158,6 +202,19 @@ def try_signals(command, names, fresh):
         expect(f"SIGTERM after {delay} s", command, content() in (before, replaced(fresh)), result)
 
 
+def try_signals_while_rendering(command, names, fresh):
+    """After a signal while there is a temporary folder, it is removed."""
+    for _ in range(5):
+        before, process = fill(names), start(command + " --force")
+        while process.poll() is None and not any(Path("temporary").iterdir()):
+            pass
+        process.send_signal(signal.SIGINT)
+        result = finish(process)
+        expect("SIGINT while rendering", command, content() in (before, replaced(fresh)), result)
+        for folder in Path("temporary").iterdir():
+            shutil.rmtree(folder)
+
+
 def try_signals_while_writing(command, names):
     for number, written in ((signal.SIGINT, 0), (signal.SIGTERM, 1 << 20), (signal.SIGHUP, 32 << 20)):
         before, process = fill(names), start(command + " --force")
@@ -178,6 +235,8 @@ def main():
     Path("long.cue").write_text(sheet.format("long.bin").replace("TITLE", "REM"))
     os.truncate(os.open("long.bin", os.O_CREAT | os.O_WRONLY), LONG)
     os.mkdir("out")
+    os.mkdir("temporary")
+    os.environ["TMPDIR"] = os.path.abspath("temporary")
     for command, names in COMMANDS.items():
         fill([])
         result = run(command)
@@ -187,8 +246,13 @@ def main():
         try_full_disk(command, names, fresh)
         if "--all" not in command:
             try_signals(command, names, fresh)
+        if "convert" in command:
+            try_signals_while_rendering(command, names, fresh)
         try_write_protected(command, names)
     try_registry()
+    try_closed_pipe()
+    try_file_of_another_user()
+    try_unreadable_text()
     try_stale_text("convert disc.cue out/new.cue --no-cdtext")
     try_stale_text("convert disc.cue out/new.cue")
     for command, names in LONG_COMMANDS.items():
@@ -197,7 +261,7 @@ def main():
     return 1 if faults else 0
 
 
-ZSIMAGE = sys.argv[1:]
+ZSIMAGE = [*sys.argv[1:-1], os.path.abspath(sys.argv[-1])]
 with tempfile.TemporaryDirectory() as scratch:
     os.chdir(scratch)
     sys.exit(main())

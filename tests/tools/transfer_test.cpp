@@ -104,6 +104,10 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
   folder.Write("mixed.nrg", NrgImage({{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15}}}}));
   folder.Write("wide.mds", MdsOf({{{{ZSMODE_1, 20, 0, 2448}, {ZSMODE_AUDIO, 20, 0, 2448}}}}).Build());
   folder.Write("wide.mdf", "");
+  folder.Write("sessions.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
+  std::string volume(49151, '\0');
+  folder.Write("odd.iso", volume.replace(16 * 2048, 6, "\1CD001"));
+  folder.Write("none.ccd", "[Disc]\nSessions=0\n");
   const std::tuple<std::string, const char*, const char*> kCases[] = {
       {"convert disc.cue " + std::string(256, 'n') + ".cue", "ERROR_FILENAME_EXCED_RANGE", "zsimage: nnn"},
       {"extract disc.cue --track 3 -o x", "E_INVALIDARG", "no track 3 in session 1"},
@@ -116,6 +120,8 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 --block-size 2048 -o x", "E_INVALIDARG", "track 1 is audio"},
       {"extract disc.cue --all there", "ERROR_FILE_EXISTS", "session-1-track-02.bin: the file exists; --force"},
+      {"extract wide.mds --all x/y/z", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
+      {"extract disc.cue --all disc.bin/x", "E_FAIL", "disc.bin/x: the folder cannot be created"},
       {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "a link to a missing file"},
@@ -138,6 +144,15 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"convert wide.mds wide.cue", "ZSE_FAILED", "track 2 of session 1 would be read back with another"},
       {"convert silent.iso silent.zsi --with-data", "ZSE_FAILED", "read every sector as 2352 bytes"},
       {"convert short.mds x.cue --with-data", "ZSE_FAILED", "track 2 of session 1 is cut off, 25 sectors missing"},
+      {"convert wide.mds x.zsi --data-file wide.mdf", "ZSE_FAILED", "x.zsi: readers of TOC files"},
+      {"convert sessions.nrg x.cue --data-file sessions.nrg", "ZSE_FAILED",
+       "the sectors of later sessions as well; --with-data writes a file that fits"},
+      {"convert gap.cue x.cue --data-file disc.bin", "ZSE_FAILED", "the silence of gaps and PREGAP lines; --with-data"},
+      {"convert odd.iso x.cue", "ZSE_FAILED",
+       "odd.iso: 2047 bytes are over after whole sectors of 2048 bytes; 'zsimage"},
+      {"convert none.ccd x.cue", "ZSE_FAILED", "it has no tracks in its first session (ZSE"},
+      {"convert disc.cue 'a<b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
+      {"convert disc.cue 'a\\b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
@@ -187,8 +202,11 @@ TEST_F(TransferTool, ProgressFitsTheTerminal) {
     EXPECT_TRUE(columns < 5 || result.out.find('%') < end) << result.out;
     EXPECT_TRUE(columns < 40 || result.out.find(']') < end) << result.out;
     EXPECT_EQ(130, result.status);
-    EXPECT_PRED2(Contains, result.out, "cancelled");
+    EXPECT_PRED2(Contains, result.out, "cancelled; nothing has been saved");
   }
+  EXPECT_PRED2(Contains, InterruptTool(folder, "extract big.iso --track 1 -o - > /dev/null", "\033[K").out,
+               " of 34.4 GB were written")
+      << "a pipe keeps what it got";
   EXPECT_FALSE(std::filesystem::exists(folder.Path("out")));
 }
 
@@ -208,6 +226,24 @@ TEST_F(TransferTool, SheetsAreConverted) {
   EXPECT_TRUE(Text(DiscSectors({{{{ZSMODE_1, 26}}}})) == folder.Read("NARROW.BIN"));
 }
 
+TEST_F(TransferTool, CopiesOfSheetsHaveTheirTracks) {
+  folder.Write("long.bin", Text(DiscSectors({{{{ZSMODE_AUDIO, 1000}}}, ""})));
+  const std::string file = "FILE \"long.bin\" BINARY\nTRACK 01 AUDIO\n";
+  folder.Write("first.cue", file + "PREGAP 00:02:00\nINDEX 01 00:00:00\nTRACK 02 AUDIO\nINDEX 00 00:01:00\n"
+                                   "INDEX 01 00:03:00\nTRACK 03 AUDIO\nINDEX 00 00:05:00\nINDEX 01 00:06:00\n");
+  folder.Write("later.cue", file + "INDEX 01 00:00:00\nTRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 00:03:00\n"
+                                   "TRACK 03 AUDIO\nPREGAP 00:01:00\nINDEX 00 00:04:00\nINDEX 01 00:06:00\n");
+  for (const std::string name : {"first", "later"}) {
+    Run("extract -f --all source " + name + ".cue");
+    for (const std::string copy : {"copy.zsi", "copy.cue"}) {
+      Run("convert -f --with-data " + name + ".cue " + copy);
+      Run("extract -f --all copy " + copy);
+      EXPECT_EQ("", RunShell("cd '" + folder.Path("") + "' && diff -r source copy").out) << name << copy;
+      EXPECT_PRED2(Contains, RunTool(folder, "check " + copy).out, "good") << copy;
+    }
+  }
+}
+
 TEST_F(TransferTool, ExistingDataFileIsDescribed) {
   const std::string command = "convert disc.cue -f --no-cdtext ";
   ExpectShown(command + "raw.cue --data-file disc.bin", "looks for its data file as RAW.BIN; give disc.bin this name");
@@ -215,6 +251,9 @@ TEST_F(TransferTool, ExistingDataFileIsDescribed) {
   ExpectShown(command + "raw.cue --data-file raw.bin", "expects its data file as raw.bin, which exists");
   ExpectShown(command + "raw.cue", "expects its data file as raw.bin, which exists");
   EXPECT_EQ(FirstSession("disc.cue")["pZSTracks"][1]["dwLBA"], FirstSession("raw.cue")["pZSTracks"][1]["dwLBA"]);
+  folder.Write("Dir x/NEW.CDT", "");
+  Run("convert disc.cue 'DIR X/new.cue' --no-cdtext --force");
+  EXPECT_FALSE(std::filesystem::exists(folder.Path("Dir x/NEW.CDT")));
   folder.Write("raw.bin", whole + "x");
   ExpectShown(command + "raw.cue",
               "raw.bin does not have the size that the description needs; it belongs to another image");
@@ -232,7 +271,9 @@ TEST_F(TransferTool, LossesAreNoted) {
        "to the track before\n"},
       {"many.cue new.zsi", "the sub-channel data are not copied; the new file expects a .SUB file\n"
                            "1 track: indexes above 1 are left out\n"},
-      {"gap.cue new.zsi", "1 track: the silence of a PREGAP line becomes sectors that count to the track before\n"},
+      {"gap.cue new.zsi",
+       "1 track: the silence of a PREGAP line becomes sectors of the data file, in the pregap of the "
+       "track\n"},
       {"disc.nrg new.cue", "a CUE sheet has one session; the other 1 of the image are left out\n"},
       {"disc.cue new.zsi", ""}};
   for (const auto& [arguments, losses] : kCases) {
@@ -255,6 +296,10 @@ TEST_F(TransferTool, DamagedPacksNeedForce) {
   Run("cdtext encode disc.cue -o good");
   Run("cdtext encode disc.cue -o spread --subchannel");
   const std::string good = folder.Read("good");
+  const std::string spread = folder.Read("spread");
+  folder.Write("later", spread.substr(96) + spread + spread);
+  folder.Write("turned", spread.substr(96) + spread.substr(0, 96));
+  folder.Write("cut", spread + spread.substr(0, 50));
   folder.Write("plain", good.substr(0, good.size() - 1));
   folder.Write("over", good + "12345");
   folder.Write("wrong", good.substr(0, 17) + "x" + good.substr(18));
@@ -263,6 +308,9 @@ TEST_F(TransferTool, DamagedPacksNeedForce) {
       {"good", ""},
       {"plain", ""},
       {"spread", ""},
+      {"later", ""},
+      {"turned", ""},
+      {"cut", "50 bytes are over after whole groups of 96 bytes"},
       {"over", "6 bytes are over after whole packs of 18 bytes"},
       {"wrong", "1 of 7 CD-Text packs do not match their check bytes"},
       {"none", "there is no CD-Text pack in it"}};

@@ -253,7 +253,7 @@ private:
       }
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
-    const std::string companion = WithExtension(m_image.Path(), ".CDT");
+    const std::string companion = SpelledOnDisk(WithExtension(m_image.Path(), ".CDT"));
     if (m_info.ZSImageFormat != ZSIMAGEFORMAT_CUE || FileSize(companion).value_or(0) == 0) {
       return;
     }

@@ -1,6 +1,7 @@
 #include "checks/pack_file.h"
 
 #include <algorithm>
+#include <set>
 
 #include "files/input_file.h"
 #include "output/terminal_text.h"
@@ -26,25 +27,40 @@ unsigned PackCrc(std::string_view pack) {
   return ~crc & 0xFFFFU;
 }
 
-/// Joins packs that are spread over the sub-channel. A disc repeats them, so they end before the first pack returns.
-std::string JoinPacks(const std::string& bytes) {
-  // The first pack has a type from 0x80 to 0x8F. The two upper bits of a symbol may be those of channels P and Q.
-  if (bytes.empty() || bytes.size() % kGroupBytes != 0 || (ByteAt(bytes, 0) & 0x3C) != 0x20) {
-    return bytes;
-  }
-  std::string packs;
-  for (std::size_t i = 0; i < bytes.size(); i += 4) {
-    unsigned bits = 0;
-    for (std::size_t symbol = i; symbol < i + 4; ++symbol) {
-      bits = bits << 6 | (ByteAt(bytes, symbol) & 0x3FU);
+/// Whether bytes are packs that are spread over the sub-channel. The first pack has a type from 0x80 to 0x8F. The two
+/// upper bits of a symbol may be those of channels P and Q.
+bool IsSpread(std::string_view bytes) { return bytes.size() >= kGroupBytes && (ByteAt(bytes, 0) & 0x3C) == 0x20; }
+
+/// Whether a pack is the first of a disc: number 0 of block 0.
+bool IsFirst(std::string_view pack) {
+  return (ByteAt(pack, 0) & 0xF0) == 0x80 && pack[2] == 0 && (ByteAt(pack, 3) & 0x70) == 0;
+}
+
+/// Joins packs that are spread over the sub-channel, each of them once. A disc repeats them, and the bytes may begin
+/// anywhere in between.
+std::string JoinPacks(std::string_view bytes) {
+  std::vector<std::string> packs;
+  for (std::size_t begin = 0; begin + kGroupBytes / 4 <= bytes.size(); begin += kGroupBytes / 4) {
+    std::string& pack = packs.emplace_back();
+    for (std::size_t i = begin; i < begin + kGroupBytes / 4; i += 4) {
+      unsigned bits = 0;
+      for (std::size_t symbol = i; symbol < i + 4; ++symbol) {
+        bits = bits << 6 | (ByteAt(bytes, symbol) & 0x3FU);
+      }
+      pack += {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8), static_cast<char>(bits)};
     }
-    packs += {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8), static_cast<char>(bits)};
   }
-  std::size_t end = kPackBytes;
-  while (end < packs.size() && packs.compare(end, kPackBytes, packs, 0, kPackBytes) != 0) {
-    end += kPackBytes;
+  const auto first = std::find_if(packs.begin(), packs.end(), IsFirst);
+  std::rotate(packs.begin(), first == packs.end() ? packs.begin() : first, packs.end());
+  std::string joined;
+  std::set<std::string> known;
+  for (const std::string& pack : packs) {
+    if (!joined.empty() && pack == packs.front()) {
+      break; // All that follows is repeated.
+    }
+    joined += known.insert(pack).second ? pack : "";
   }
-  return packs.substr(0, end);
+  return joined;
 }
 
 } // namespace
@@ -56,7 +72,14 @@ std::string PackFile::FirstFault() const {
 
 PackFile ReadPackFile(const std::string& path) {
   PackFile file;
-  file.packs = JoinPacks(ReadContent(path, kLargestPackFile));
+  file.packs = ReadContent(path, kLargestPackFile);
+  if (IsSpread(file.packs)) {
+    if (const std::size_t over = file.packs.size() % kGroupBytes; over != 0) {
+      file.findings.AddFault("cdtext", "{} {} over after whole groups of {} bytes", Counted(over, "byte"),
+                             over == 1 ? "is" : "are", kGroupBytes);
+    }
+    file.packs = JoinPacks(file.packs);
+  }
   CheckPacks(file.packs, &file.findings);
   for (std::size_t i = 0; i + kPackBytes <= file.packs.size() && file.tracks == 0; i += kPackBytes) {
     const bool isFirstSizePack = ByteAt(file.packs, i) == kSizePack && file.packs[i + 1] == 0;

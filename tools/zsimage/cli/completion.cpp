@@ -170,7 +170,9 @@ std::string BashCompletion(const Command& tool) {
   std::string commands;
   std::string values;
   Walk(tool, [&](const Command& command) {
-    names.push_back("'" + command.FullName() + "'");
+    if (&command != &tool) {
+      names.push_back("'" + command.FullName() + "'");
+    }
     commands += BashCommand(command);
     values += BashValues(command);
   });

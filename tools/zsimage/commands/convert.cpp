@@ -8,6 +8,7 @@
 #include "commands/description.h"
 #include "files/input_file.h"
 #include "files/paths.h"
+#include "image/explain.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -36,6 +37,14 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
     }
     return file.packs;
   }
+  const std::string companion = SpelledOnDisk(WithExtension(image.Path(), ".CDT"));
+  if (image.Info().ZSImageFormat == ZSIMAGEFORMAT_CUE && FileSize(companion)) {
+    try {
+      ReadContent(companion, kLargestPackFile);
+    } catch (const Failure& failure) { // The record has no texts then.
+      throw Failure(companion, failure.Words() + "; --no-cdtext leaves the texts out", failure.Code());
+    }
+  }
   const std::string packs = EncodeText(host, &image.Session(1), false);
   return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
 }
@@ -55,21 +64,51 @@ void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool wit
   image->Info().lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
 }
 
+/// @throws Failure if the sectors of an image have no size.
+void RequireSizes(const Host& host, const ImageRecord& image, unsigned sessions) {
+  for (const ZSCUESHEET* sheet : image.Sessions(sessions)) {
+    const auto tracks = Tracks(*sheet);
+    if (std::any_of(tracks.begin(), tracks.end(), [](const ZSTRACK& track) { return track.BlockSize <= 0; })) {
+      throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
+    }
+  }
+}
+
+/// Says why a file does not have the size of the data file that a description needs.
+std::string ExplainSize(const ImageRecord& image, unsigned sessions, const DataFilePlan& plan,
+                        const std::string& dataFile) {
+  if (!IsSameFile(dataFile, image.DataFile())) {
+    return "it belongs to another image";
+  }
+  const auto hasSilence = [](const DataFilePlan::Piece& piece) { return piece.silence != 0; };
+  const bool isSilent = std::any_of(plan.pieces.begin(), plan.pieces.end(), hasSilence);
+  return std::string(sessions < image.Info().nSessions ? "it has the sectors of later sessions as well"
+                     : !plan.shortage.empty()          ? plan.shortage
+                     : isSilent                        ? "it does not have the silence of gaps and PREGAP lines"
+                                                       : "it has bytes that belong to no track") +
+         "; --with-data writes a file that fits";
+}
+
 /// @throws Failure if the data file that is asked for cannot belong to the description.
-void RequireFittingData(const ConvertOptions& options, const DataFilePlan& plan) {
+void RequireFittingData(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
+                        const DataFilePlan& plan) {
   const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
-  if (!obstacle.empty() && (options.withData || !options.dataFile.empty())) {
+  if (!options.withData && options.dataFile.empty()) {
+    return;
+  }
+  if (!obstacle.empty()) {
     throw Failure(options.path, obstacle, ZSE_FAILED);
   }
-  if (options.withData && !IsSheet(options.output) && plan.blockSize != ZSFILEBLOCKSIZE_2352) {
+  const UINT blockSize = options.withData ? plan.blockSize : plan.storedSize;
+  if (!IsSheet(options.output) && blockSize != ZSFILEBLOCKSIZE_2352) {
     throw Failure(
         options.output,
         fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
                     "file",
-                    plan.blockSize),
+                    blockSize),
         ZSE_FAILED);
   }
-  if (options.dataFile.empty()) {
+  if (options.withData) {
     return;
   }
   const std::optional<UHYPER> size = FileSize(options.dataFile);
@@ -78,13 +117,14 @@ void RequireFittingData(const ConvertOptions& options, const DataFilePlan& plan)
   }
   if (*size != plan.StoredBytes()) {
     throw Failure(options.dataFile,
-                  fmt::format("it has {} bytes, and the description needs {}; it belongs to another image", *size,
-                              plan.StoredBytes()),
+                  fmt::format("it has {} bytes, and the description needs {}; {}", *size, plan.StoredBytes(),
+                              ExplainSize(image, sessions, plan, options.dataFile)),
                   ZSE_FAILED);
   }
 }
 
-void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, const std::string& dataFile) {
+void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
+                      const DataFilePlan& plan, const std::string& dataFile) {
   const std::string output = TerminalText(options.output);
   const std::string expected = TerminalText(SpelledOnDisk(dataFile));
   const std::optional<UHYPER> size = FileSize(dataFile);
@@ -99,9 +139,9 @@ void AnnounceDataFile(const ConvertOptions& options, const DataFilePlan& plan, c
     Print(fmt::format("{}: expects its data file as {}, which exists\n", output, expected));
   } else {
     Print(fmt::format("{}: expects its data file as {}\n", output, expected));
-    Note(expected + (plan.conflict.empty()
-                         ? " does not have the size that the description needs; it belongs to another image"
-                         : " exists and cannot be compared: " + plan.conflict));
+    Note(expected + (plan.conflict.empty() ? " does not have the size that the description needs; " +
+                                                 ExplainSize(image, sessions, plan, dataFile)
+                                           : " exists and cannot be compared: " + plan.conflict));
   }
 }
 
@@ -139,8 +179,10 @@ int RunConvert(const ConvertOptions& options) {
   }
   const std::string packs = CollectPacks(host, image, options);
   const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
+  RequireSizes(host, image, sessions);
   const DataFilePlan plan = PlanDataFile(image, sessions);
-  RequireFittingData(options, plan);
+  RequireFittingData(options, image, sessions, plan);
+  MarkSilence(&image, sessions);
   const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
   PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
   const Description description = RenderDescription(host, &image, options.output, sessions, packs);
@@ -158,7 +200,7 @@ int RunConvert(const ConvertOptions& options) {
   if (isSheet && !packs.empty()) {
     Print(fmt::format("{}: CD-Text, {} bytes\n", TerminalText(CompanionOf(options.output)), packs.size()));
   }
-  AnnounceDataFile(options, plan, Beside(options.output, description.dataFile));
+  AnnounceDataFile(options, image, sessions, plan, Beside(options.output, description.dataFile));
   return 0;
 }
 

@@ -10,13 +10,14 @@
 namespace {
 
 constexpr std::size_t kBufferBytes = 262144;
+constexpr const char* kNoTracks = "it has no tracks in its first session";
 
 std::string NameOf(unsigned track, unsigned session) { return fmt::format("track {} of session {}", track, session); }
 
 /// Says why the sectors of these sessions cannot be in one file; empty if they can.
 std::string FindSizeConflict(const ImageRecord& image, unsigned sessions) {
   if (sessions == 0 || Tracks(image.Session(1)).empty()) {
-    return "it has no tracks in its first session";
+    return kNoTracks;
   }
   const LONG first = Tracks(image.Session(1))[0].BlockSize;
   for (unsigned session = 1; session <= sessions; ++session) {
@@ -106,9 +107,8 @@ DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
   const std::string conflict = FindSizeConflict(image, sessions);
   if (!conflict.empty()) {
     throw Failure(image.Path(),
-                  fmt::format("no description can name one data file for this image: {}; 'zsimage extract --all' saves "
-                              "its tracks one by one",
-                              conflict),
+                  fmt::format("no description can name one data file for this image: {}{}", conflict,
+                              conflict == kNoTracks ? "" : "; 'zsimage extract --all' saves its tracks one by one"),
                   ZSE_FAILED);
   }
   DataFilePlan plan;

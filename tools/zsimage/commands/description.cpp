@@ -32,25 +32,36 @@ void Write(const Host& host, ImageRecord* image, const std::string& path, const 
 /// Returns what a description can say about a mode: audio, mode 1, mode 2.
 int ModeClass(ZSMODETYPE mode) { return (mode & ZSMODE_2) != 0 ? int{ZSMODE_2} : static_cast<int>(mode); }
 
-/// Compares the tracks of the new description with those of the image. The block size of TOC files is always 2352,
-/// which FindLosses reports.
+/// Whether a track is read back as it was described. The block size of TOC files is always 2352, which FindLosses
+/// reports. @param next The track after it in the session; null for the last.
+bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, bool isSheet) {
+  if (track.dwLBA != found.dwLBA || ModeClass(track.Mode) != ModeClass(found.Mode)) {
+    return false;
+  }
+  if (!isSheet) {
+    return track.dwEndLBA == found.dwEndLBA;
+  }
+  // Sectors before the next track that a sheet cannot mark count to this one. The last track ends with the data file.
+  return track.BlockSize == found.BlockSize &&
+         (next == nullptr || (found.dwEndLBA >= track.dwEndLBA && found.dwEndLBA <= next->dwLBA));
+}
+
+/// Compares the tracks of the new description with those of the image.
 void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions, const std::string& copy,
                   const std::string& path) {
   const ImageRecord read(host, copy);
-  const auto isSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
-    return left.dwLBA == right.dwLBA && ModeClass(left.Mode) == ModeClass(right.Mode) &&
-           (left.BlockSize == right.BlockSize || !IsSheet(path));
-  };
   for (unsigned session = 1; session <= sessions; ++session) {
     const auto expected = Tracks(image.Session(session));
     const auto found = Tracks(read.Session(session));
-    const auto other = std::mismatch(expected.begin(), expected.end(), found.begin(), found.end(), isSame).first;
-    if (other != expected.end()) {
-      throw Failure(path,
-                    fmt::format("track {} of session {} would be read back with another position, mode or block size; "
-                                "this kind of description cannot state it",
-                                other - expected.begin() + 1, session),
-                    ZSE_FAILED);
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      const ZSTRACK* next = i + 1 < expected.size() ? &expected[i + 1] : nullptr;
+      if (i >= found.size() || !IsKept(expected[i], next, found[i], IsSheet(path))) {
+        throw Failure(path,
+                      fmt::format("track {} of session {} would be read back with another position, length, mode or "
+                                  "block size; this kind of description cannot state it",
+                                  i + 1, session),
+                      ZSE_FAILED);
+      }
     }
   }
 }
@@ -64,6 +75,11 @@ bool IsSheet(const std::string& path) {
   }
   if (!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI")) {
     throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
+  }
+  if (HasExtension(path, ".ZSI") &&
+      path.substr(path.find_last_of('/') + 1).find_first_of("<>\\") != std::string::npos) {
+    throw Failure(path, "a TOC file cannot contain a name with '<', '>' or a backslash; give another name",
+                  E_INVALIDARG);
   }
   return HasExtension(path, ".CUE");
 }
@@ -97,17 +113,29 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
   std::vector<std::string> stale;
   std::error_code ignored;
   const std::string companion = WithExtension(FileName(path), ".CDT");
-  for (const auto& entry : std::filesystem::directory_iterator(SpelledOnDisk(FolderOf(path)), ignored)) {
+  const std::string folder = SpelledOnDisk(Beside(path, ""));
+  for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
     const std::string name = entry.path().filename().string();
     if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {
       continue;
     }
-    stale.push_back(Beside(path, name));
+    stale.push_back(folder + name);
     if (!force) {
       throw Failure(stale.back(), "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
     }
   }
   return stale;
+}
+
+void MarkSilence(ImageRecord* image, unsigned sessions) {
+  for (const ZSCUESHEET* sheet : image->Sessions(sessions)) {
+    ULONG silence = 0; // Sectors before the end of the track that are not in the file.
+    for (ZSTRACK& track : Tracks(*sheet)) {
+      const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image->Info(), track));
+      track.Pregap += std::max(static_cast<LONG>(silence - before), 0);
+      track.dwEndLBA += silence;
+    }
+  }
 }
 
 std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {
@@ -149,6 +177,6 @@ std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsi
         const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(info, track));
         return silence != before;
       },
-      "the silence of a PREGAP line becomes sectors that count to the track before");
+      "the silence of a PREGAP line becomes sectors of the data file, in the pregap of the track");
   return losses;
 }

@@ -30,6 +30,10 @@ std::string CompanionOf(const std::string& path);
 /// @param own Path of the companion; empty for none. @throws Failure if there are any, without `force`.
 std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force);
 
+/// Counts the silence of PREGAP lines, which the new data file contains, to the pregaps of a sheet's tracks. Moves
+/// their ends, which are positions in the old file, as the lines move their starts.
+void MarkSilence(ImageRecord* image, unsigned sessions);
+
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
 /// @param withData Whether a data file is written as well.
 std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData);

@@ -161,14 +161,49 @@ void Extract(const Host& host, const ImageRecord& image, const Job& job, const E
     throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
   }
   CutRun(image, job, options.partial, &run);
-  OutputFile file(job.target, run.Bytes(), options.force);
-  WriteRun(host, image, job, run, options.swap, &file);
-  file.Publish();
+  { // Ends before anything is printed: a closed pipe ends the process, and the file may have hidden files.
+    OutputFile file(job.target, run.Bytes(), options.force);
+    WriteRun(host, image, job, run, options.swap, &file);
+    file.Publish();
+  }
   if (!IsStandardOutput(job.target)) {
     Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.track,
                       Counted(run.sectors, "sector"), run.dataSize));
   }
 }
+
+/// Creates a folder. Folders that this creates, and that have no files in the end, are removed.
+class TargetFolder {
+public:
+  explicit TargetFolder(const std::string& path) : m_path(path) {
+    std::error_code ignored;
+    for (std::filesystem::path part = path; !part.empty() && !std::filesystem::exists(part, ignored);) {
+      m_missing.push_back(part.string());
+      part = part.parent_path();
+    }
+  }
+  TargetFolder(const TargetFolder&) = delete;
+  TargetFolder& operator=(const TargetFolder&) = delete;
+  ~TargetFolder() {
+    for (const std::string& folder : m_missing) {
+      rmdir(folder.c_str());
+    }
+  }
+
+  /// @throws Failure if the folder cannot be created.
+  void Create() const {
+    std::error_code error;
+    std::filesystem::create_directories(m_path, error);
+    if (error) {
+      throw Failure(m_path, "the folder cannot be created: " + error.message(), E_FAIL);
+    }
+  }
+
+private:
+  InterruptWatch m_watch; ///< A signal must not end the process while there is an empty folder.
+  std::string m_path;
+  std::vector<std::string> m_missing; ///< The folder and those above it, the deepest first.
+};
 
 /// Saves one file after the other. @return the exit status.
 int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
@@ -202,16 +237,9 @@ int RunExtract(const ExtractOptions& options) {
     Extract(host, image, jobs.front(), options);
     return 0;
   }
-  std::error_code error;
-  const bool isNew = std::filesystem::create_directories(options.folder, error);
-  if (error) {
-    throw Failure(options.folder, "the folder cannot be created: " + error.message(), E_FAIL);
-  }
-  const int status = ExtractAll(host, image, jobs, options);
-  if (isNew) {
-    rmdir(options.folder.c_str()); // Does nothing if the folder has files.
-  }
-  return status;
+  const TargetFolder folder(options.folder);
+  folder.Create();
+  return ExtractAll(host, image, jobs, options);
 }
 
 } // namespace
@@ -222,7 +250,7 @@ void AddExtract(Command* tool) {
   command.AddImage(&options->path);
   command.add_option("--session", options->session, "Session, from 1 (default: the first, or all with --all)")
       ->type_name("N")
-      ->check(CLI::PositiveNumber.description(""));
+      ->check(CLI::Range(std::size_t{1}, kMaxSessions).description(""));
   auto* track = command.add_option("--track", options->track, "Track in the session, from 1")->type_name("N");
   command.add_option("--block-size", options->blockSize, "Bytes to save of each sector; 0 for all of it")
       ->type_name("BYTES")

@@ -3,6 +3,7 @@
 #include "commands/commands.h"
 #include "files/output_file.h"
 #include "files/paths.h"
+#include "image/explain.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -34,7 +35,7 @@ int RunMap(const MapOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path);
   image.RefuseOwnFiles(options.output);
-  const std::string picture = DrawDisc(image);
+  const std::string picture = DrawDisc(image, KindOfImage(host, image));
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardOutput(options.output)) {
     Print(content); // Text, which a terminal can show.

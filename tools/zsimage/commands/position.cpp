@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "commands/commands.h"
 #include "image/disc_words.h"
+#include "image/explain.h"
 #include "image/image_record.h"
 #include "output/failure.h"
 #include "output/json.h"
@@ -23,22 +25,48 @@ struct FoundSector {
   unsigned track;
   bool isPregap;
   UHYPER byte;
+  bool isSilence; ///< Of a PREGAP line; no byte of the file is its.
+  bool isCutOff;  ///< The data file ends before it.
 };
 
 /// Finds a sector in the first track that has it, in its pregap or after.
-std::optional<FoundSector> FindSector(const ImageRecord& image, std::int64_t lba) {
+std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image, std::int64_t lba) {
+  const UHYPER size = image.DataSize().value_or(kToEndOfFile);
   std::optional<FoundSector> found;
   for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
     unsigned number = 0;
+    ULONG silence = 0; // Of PREGAP lines up to the track.
     image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
+      if (extent.blockSize == 0) {
+        throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
+      }
       const std::int64_t offset = lba - track.dwLBA;
+      const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image.Info(), track));
+      const std::int64_t own = silence > before ? silence - before : 0;
+      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The end of such a track is not known.
       ++number;
-      if (!found && offset >= -std::int64_t{extent.pregap} && offset < extent.sectors) {
-        found = {session, number, offset < 0, extent.begin + static_cast<UHYPER>(offset) * extent.blockSize};
+      if (!found && offset >= -own - extent.pregap && (offset < extent.sectors || isLost)) {
+        const UHYPER byte = extent.begin + static_cast<UHYPER>(offset) * extent.blockSize;
+        found = {session, number, offset < 0, byte, offset < -std::int64_t{extent.pregap}, false};
+        found->isCutOff = !found->isSilence && (byte > size || size - byte < extent.blockSize);
       }
     });
   }
   return found;
+}
+
+/// Says why no byte of the data file is that of a sector; empty if one is.
+std::string ExplainNoByte(const std::optional<FoundSector>& found, const std::string& file) {
+  if (!found) {
+    return " is in no track: between sessions or after the end";
+  }
+  if (found->isSilence) {
+    return fmt::format(" is silence of a PREGAP line before track {} of session {}, which is not in the file",
+                       found->track, found->session);
+  }
+  return !found->isCutOff ? ""
+                          : fmt::format(" is cut off: {} ends before this sector of track {} of session {}", file,
+                                        found->track, found->session);
 }
 
 int RunPosition(const PositionOptions& options) {
@@ -53,22 +81,25 @@ int RunPosition(const PositionOptions& options) {
   UHYPER seek = 0;
   UHYPER length = kToEndOfFile;
   Check(host.Images().GetPositionFromLBA(&image.Info(), options.lba, &seek, &length), image.Path());
-  const std::optional<FoundSector> found = FindSector(image, options.lba);
+  const std::optional<FoundSector> found = FindSector(host, image, options.lba);
   const std::string sector = fmt::format("sector {} ({})", options.lba, DiscTime(options.lba));
   const std::string file = TerminalText(image.DataFile());
+  const std::string obstacle = ExplainNoByte(found, file);
   if (options.json) {
     PrintJson({{"pSeek64", seek},
                {"pLength64", length == kToEndOfFile ? Json(nullptr) : Json(length)},
                {"session", found ? Json(found->session) : Json(nullptr)},
                {"track", found ? Json(found->track) : Json(nullptr)},
                {"file", file},
-               {"byte", found ? Json(found->byte) : Json(nullptr)}});
-  } else if (found) {
+               {"byte", obstacle.empty() ? Json(found->byte) : Json(nullptr)}});
+  } else if (obstacle.empty()) {
     Print(fmt::format("S{} begins at byte {} of {}, in {}track {} of session {}.\n", sector.substr(1), found->byte,
                       file, found->isPregap ? "the pregap of " : "", found->track, found->session));
   }
-  if (!found) {
-    return Failure(image.Path(), sector + " is in no track: between sessions or after the end", E_INVALIDARG).Report();
+  if (!obstacle.empty()) {
+    const bool isCutOff = found && found->isCutOff;
+    return Failure(image.Path(), sector + obstacle, isCutOff ? HRESULT_FROM_WIN32(ERROR_HANDLE_EOF) : E_INVALIDARG)
+        .Report();
   }
   return 0;
 }

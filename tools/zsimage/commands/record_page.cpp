@@ -53,16 +53,16 @@ void ProduceRows(const ImageRecord& image, unsigned session, const TextTable::Ro
   TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
   image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
-    const bool hasLength = track.dwEndLBA >= track.dwLBA && (extent.missing == 0 || extent.sectors != 0);
-    const ULONG sectors = hasLength ? track.dwEndLBA - track.dwLBA : 0;
+    const bool hasLength =
+        track.dwEndLBA >= FilePosition(image.Info(), track) && (extent.missing == 0 || extent.sectors != 0);
     sink({std::to_string(session),
           std::to_string(track.TNO),
           {ModeWords(track.Mode), ModeColour(track.Mode)},
           std::to_string(track.BlockSize),
           DiscTime(track.dwLBA),
           std::to_string(track.dwLBA),
-          hasLength ? Duration(sectors) : "-",
-          hasLength ? std::to_string(sectors) : "-",
+          hasLength ? Duration(extent.sectors) : "-",
+          hasLength ? std::to_string(extent.sectors) : "-",
           Gap(track.Pregap),
           Gap(track.Postgap),
           WordsOf(track.Flags, {{ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}}, " "),
@@ -95,30 +95,6 @@ std::string DataFileWords(const ImageRecord& image) {
   const std::string type = image.Info().dwSeekBegin64 != 0 ? "" : SoundFileType(image.DataFile());
   return fmt::format("{} ({}){}", TerminalText(image.DataFile()), size ? ReadableSize(*size) : "no such file",
                      type.empty() ? "" : fmt::format(", a sound file ({}) that is read as raw samples", type));
-}
-
-/// Returns the kind of the disc, or why the image has no sectors.
-std::string KindOfImage(const Host& host, const ImageRecord& image) {
-  UHYPER sectors = 0;
-  bool isSizeless = false;
-  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
-    image.VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
-      sectors += UHYPER{extent.sectors} + extent.missing;
-      isSizeless = isSizeless || extent.blockSize == 0;
-    });
-  }
-  if (sectors != 0) {
-    return KindWords(image.Info().ZSTYPEPROJECT);
-  }
-  if (image.DataSize() == 0) {
-    return "none: the image is empty";
-  }
-  if (isSizeless) {
-    return "none: " + SizelessWords(host, image);
-  }
-  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_NRG
-             ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"
-             : "none: the image has no sectors";
 }
 
 std::string CompanionWords(LONG mask) {

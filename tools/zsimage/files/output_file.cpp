@@ -76,6 +76,14 @@ struct Target {
   struct stat status {};
 };
 
+/// Whether a file may be written and not replaced: in a folder such as /tmp, only its owner may (sticky bit, chmod(1)).
+bool IsReplacedByOwnerAlone(const std::string& file, const struct stat& status) {
+  struct stat folder {};
+  const uid_t user = geteuid();
+  return user != 0 && user != status.st_uid && stat(FolderOf(file).c_str(), &folder) == 0 &&
+         (folder.st_mode & S_ISVTX) != 0 && user != folder.st_uid;
+}
+
 /// @throws Failure as RequireWritable does.
 Target FindTarget(const std::string& path, bool force) {
   Target target;
@@ -88,6 +96,12 @@ Target FindTarget(const std::string& path, bool force) {
       throw WriteFailure(path, SystemError(errno));
     }
     target.path = isFile ? std::filesystem::canonical(path).string() : "";
+    if (isFile && IsReplacedByOwnerAlone(target.path, target.status)) {
+      throw Failure(path,
+                    "the file belongs to another user, in a folder where only its owner may replace it; give another "
+                    "name",
+                    ERROR_ACCESS_DENIED);
+    }
     target.exists = true;
     return target;
   }
@@ -106,6 +120,18 @@ void CopyPermissions(const Target& target, const std::string& hidden) {
   const struct stat& old = target.status;
   [[maybe_unused]] const bool isOwned = target.exists && chown(hidden.c_str(), old.st_uid, old.st_gid) == 0;
   chmod(hidden.c_str(), target.exists ? old.st_mode & 07777U : 0666U & ~mask);
+}
+
+/// Moves a file as rename() does. Fails with EEXIST if a file has appeared at `to`.
+int MoveToFreeName(const std::string& from, const std::string& to) {
+  if (link(from.c_str(), to.c_str()) == 0) {
+    return unlink(from.c_str());
+  }
+  if (errno != EEXIST && access(to.c_str(), F_OK) != 0) { // The file system has no links.
+    return rename(from.c_str(), to.c_str());
+  }
+  errno = EEXIST;
+  return -1;
 }
 
 } // namespace
@@ -150,7 +176,12 @@ OutputFile::~OutputFile() {
 
 void OutputFile::ThrowIfCancelled() const {
   if (InterruptWatch::Requested()) {
-    throw Failure(IsStandardOutput(m_path) ? kStandardOutput : m_path, "cancelled; nothing has been saved", kCancelled);
+    const bool isDirect = m_hidden.empty() && m_written != 0;
+    throw Failure(
+        IsStandardOutput(m_path) ? kStandardOutput : m_path,
+        isDirect ? fmt::format("cancelled; only {} of {} were written", ReadableSize(m_written), ReadableSize(m_size))
+                 : "cancelled; nothing has been saved",
+        kCancelled);
   }
 }
 
@@ -158,6 +189,7 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   ThrowIfCancelled();
   if (m_descriptor == -1) {
     WriteStandardOutput(data, size);
+    m_written += size;
     return;
   }
   DWORD written = 0;
@@ -181,10 +213,7 @@ void OutputFile::Publish() {
   if (m_hidden.empty()) {
     return;
   }
-  const bool replaces = access(m_target.c_str(), F_OK) == 0;
-  if (replaces && !m_force) {
-    ThrowExists(m_path);
-  }
+  const bool replaces = m_force && access(m_target.c_str(), F_OK) == 0;
   // The system may report only now that the disk is full. Content that replaces a file must be on the disk first.
   bool isGood = !replaces || fsync(m_descriptor) == 0;
   isGood = close(std::exchange(m_descriptor, -1)) == 0 && isGood;
@@ -192,9 +221,12 @@ void OutputFile::Publish() {
     m_old = m_hidden + "-old";
     isGood = link(m_target.c_str(), m_old.c_str()) == 0 || rename(m_target.c_str(), m_old.c_str()) == 0;
   }
-  if (!isGood || rename(m_hidden.c_str(), m_target.c_str()) != 0) {
+  if (!isGood || (m_force ? rename(m_hidden.c_str(), m_target.c_str()) : MoveToFreeName(m_hidden, m_target)) != 0) {
     const int error = errno;
     Withdraw();
+    if (error == EEXIST) {
+      ThrowExists(m_path);
+    }
     throw WriteFailure(m_path, SystemError(error), m_written, m_size);
   }
   m_hidden.clear();

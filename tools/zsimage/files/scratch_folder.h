@@ -7,6 +7,7 @@
 #include <string>
 
 #include "output/failure.h"
+#include "output/interrupt.h"
 
 /// A new folder in TMPDIR, removed with its content.
 class ScratchFolder {
@@ -32,5 +33,6 @@ private:
     return std::filesystem::temp_directory_path(ignored).string() + "/zsimage-XXXXXX";
   }
 
+  InterruptWatch m_watch; ///< A signal must not end the process while there is a folder.
   std::string m_path;
 };

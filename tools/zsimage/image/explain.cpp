@@ -6,6 +6,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
+#include "image/disc_words.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
@@ -40,8 +41,10 @@ std::string ExplainClosedSheet(const Host& host, const std::string& path) {
   if (dataFile.empty()) {
     return kNoFileLine;
   }
-  return dataFile == path ? ExplainClosed(path)
-                          : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
+  // The component returns narrow text, and a path may be UTF-8.
+  return TerminalText(dataFile) == TerminalText(path)
+             ? ExplainClosed(path)
+             : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
 }
 
 std::string ExplainMissing(const Host& host, const std::string& path, const std::string& extension) {
@@ -65,7 +68,7 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
 
 std::string ExplainSheet(const Host& host, const std::string& path) {
   const std::string dataFile = DataFileOfSheet(host, path);
-  if (dataFile.empty() || dataFile == path) {
+  if (dataFile.empty() || TerminalText(dataFile) == TerminalText(path)) {
     return kNoFileLine;
   }
   const UniqueSheet sheet = CreateSheet(host, 0);
@@ -163,4 +166,27 @@ std::string OddSizeWords(const Host& host, const std::string& path) {
 std::string SizelessWords(const Host& host, const ImageRecord& image) {
   return image.Info().ZSImageFormat == ZSIMAGEFORMAT_ISO ? OddSizeWords(host, image.Path())
                                                          : "the description gives its sectors no size";
+}
+
+std::string KindOfImage(const Host& host, const ImageRecord& image) {
+  UHYPER sectors = 0;
+  bool isSizeless = false;
+  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
+    image.VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
+      sectors += UHYPER{extent.sectors} + extent.missing;
+      isSizeless = isSizeless || extent.blockSize == 0;
+    });
+  }
+  if (sectors != 0) {
+    return KindWords(image.Info().ZSTYPEPROJECT);
+  }
+  if (image.DataSize() == 0) {
+    return "none: the image is empty";
+  }
+  if (isSizeless) {
+    return "none: " + SizelessWords(host, image);
+  }
+  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_NRG
+             ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"
+             : "none: the image has no sectors";
 }

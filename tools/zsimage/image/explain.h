@@ -18,3 +18,6 @@ std::string OddSizeWords(const Host& host, const std::string& path);
 
 /// Says why the sectors of an image have no size.
 std::string SizelessWords(const Host& host, const ImageRecord& image);
+
+/// Returns the kind of the disc, or why the image has no sectors.
+std::string KindOfImage(const Host& host, const ImageRecord& image);

@@ -47,8 +47,8 @@ double RadiusAt(double coordinate) {
 /// Draws one disc, part by part from the top.
 class DiscPicture {
 public:
-  explicit DiscPicture(const ImageRecord& image)
-      : m_image(image), m_info(image.Info()), m_stretches(LayOutDisc(image, kInner)) {}
+  DiscPicture(const ImageRecord& image, std::string kind)
+      : m_image(image), m_info(image.Info()), m_kind(std::move(kind)), m_stretches(LayOutDisc(image, kInner)) {}
 
   std::string Draw() {
     const bool hasSessions = m_info.nSessions > 1;
@@ -140,7 +140,7 @@ private:
     if (!performer.empty()) {
       DrawFact(y += 28, "by", performer);
     }
-    DrawFact(y += 32, "", fmt::format("{}, {}", KindWords(m_info.ZSTYPEPROJECT), FormatWords(m_info.ZSImageFormat)));
+    DrawFact(y += 32, "", fmt::format("{}, {}", m_kind, FormatWords(m_info.ZSImageFormat)));
     DrawFact(y += 22, "",
              fmt::format("{}{}, playing time {}", Counted(static_cast<UHYPER>(tracks), "track"),
                          sessions == 1 ? "" : fmt::format(" in {} sessions", sessions),
@@ -297,10 +297,11 @@ private:
 
   const ImageRecord& m_image;
   const zsimagefileinfo& m_info;
+  std::string m_kind;
   std::vector<DiscStretch> m_stretches;
   std::string m_content;
 };
 
 } // namespace
 
-std::string DrawDisc(const ImageRecord& image) { return DiscPicture(image).Draw(); }
+std::string DrawDisc(const ImageRecord& image, const std::string& kind) { return DiscPicture(image, kind).Draw(); }
