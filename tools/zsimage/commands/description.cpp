@@ -131,7 +131,7 @@ void MarkSilence(ImageRecord* image, unsigned sessions) {
   for (const ZSCUESHEET* sheet : image->Sessions(sessions)) {
     ULONG silence = 0; // Sectors before the end of the track that are not in the file.
     for (ZSTRACK& track : Tracks(*sheet)) {
-      const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image->Info(), track));
+      const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image->Info(), track));
       track.Pregap += std::max(static_cast<LONG>(silence - before), 0);
       track.dwEndLBA += silence;
     }

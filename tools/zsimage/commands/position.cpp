@@ -41,7 +41,7 @@ std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image
         throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
       }
       const std::int64_t offset = lba - track.dwLBA;
-      const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image.Info(), track));
+      const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image.Info(), track));
       const std::int64_t own = silence > before ? silence - before : 0;
       const bool isLost = extent.sectors == 0 && extent.missing != 0; // The end of such a track is not known.
       ++number;

@@ -54,7 +54,7 @@ void ProduceRows(const ImageRecord& image, unsigned session, const TextTable::Ro
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
   image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
     const bool hasLength =
-        track.dwEndLBA >= FilePosition(image.Info(), track) && (extent.missing == 0 || extent.sectors != 0);
+        track.dwEndLBA >= imagefile::FilePosition(image.Info(), track) && (extent.missing == 0 || extent.sectors != 0);
     sink({std::to_string(session),
           std::to_string(track.TNO),
           {ModeWords(track.Mode), ModeColour(track.Mode)},
