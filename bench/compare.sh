@@ -31,7 +31,7 @@ joining='cat|cat part.* >$out.BIN
 zsimage join|$zsimage join parts.cue $out.cue'
 opening='zsimage info|$zsimage info album.cue
 cueprint|cueprint album.cue
-cd-info|cd-info --no-header --no-device-info --no-cddb -C album.cue
+cd-info|cd-info --no-header --no-device-info --no-cddb --cue-file=album.cue
 zsimage info, ISO|$zsimage info plain.iso
 iso-info|iso-info plain.iso'
 
