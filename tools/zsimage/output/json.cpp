@@ -31,7 +31,7 @@ void PrintJson(const Json& frame, bool isLine, const char* name, const ArrayProd
       for (std::size_t end = lines.find('\n'); end != std::string::npos; end = lines.find('\n', end + inner.size())) {
         lines.replace(end, 1, inner);
       }
-      Print((isEmpty ? "" : ",") + inner + lines);
+      Print(fmt::format("{}{}{}", isEmpty ? "" : ",", inner, lines));
       isEmpty = false;
     });
     Print(isEmpty ? "" : outer);
