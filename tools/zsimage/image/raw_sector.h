@@ -33,7 +33,7 @@ inline constexpr BYTE kForm2Bit = 0x20;    ///< Of the sub-mode.
 
 } // namespace raw_sector
 
-/// Returns the time of a sector in BCD, as its header has it. The position must have a time (disc/msf.h).
+/// Returns the time of a sector in BCD, as it is in the header. The position must have a time (disc/msf.h).
 std::array<BYTE, 3> HeaderTime(LONG position);
 
 /// Returns the error detection code of bytes, which sectors store in little-endian order.
