@@ -14,9 +14,7 @@ namespace {
 constexpr std::size_t kColumn = 26;      ///< Column of the descriptions in the help.
 constexpr std::size_t kLongExample = 24; ///< Longer names have their description in the next line.
 
-const Command& AsCommand(const CLI::App& app) {
-  return static_cast<const Command&>(app);
-} // The tree has only Commands.
+const Command& AsCommand(const CLI::App& app) { return static_cast<const Command&>(app); } // All are Commands.
 
 std::string SectionText(const Command::Section& section) {
   std::size_t width = 0;

@@ -35,8 +35,8 @@ public:
   /// Adds the argument SHEET instead of IMAGE.
   void AddSheet(std::string* path);
   void AddImages(std::vector<std::string>* paths);
-  /// Adds an option or argument that names a file or folder. An empty name is refused: in a script, it is often an unset
-  /// variable.
+  /// Adds an option or argument that names a file or folder. An empty name is refused: in a script, it is often an
+  /// unset variable.
   CLI::Option* AddName(const std::string& option, std::string* name, const std::string& words);
   /// Adds the option --json. Failures are printed as JSON as well.
   void AddJson(bool* json, const std::string& words);

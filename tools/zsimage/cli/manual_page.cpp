@@ -51,8 +51,7 @@ std::string Options(const Command& command) {
     text += Definition(Italic(argument->get_name(true)), Describe(*argument) + ".");
   }
   for (const CLI::Option* option : command.Options()) {
-    if (option != command.get_help_ptr() ||
-        command.get_parent() == nullptr) { // Every command has --help; it is described once.
+    if (option != command.get_help_ptr() || command.get_parent() == nullptr) { // --help is described once.
       text += Definition(OptionNames(*option), Describe(*option) + ".");
     }
   }

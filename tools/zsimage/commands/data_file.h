@@ -29,8 +29,8 @@ struct DataFilePlan {
 };
 
 /// Plans the data file for the first sessions of an image. The file has no sub-channel: sectors above 2352 bytes are
-/// cut to 2352, since neither a CUE sheet nor a TOC file can state a sub-channel. @throws Failure if the tracks differ
-/// in block size.
+/// cut to 2352, since neither a CUE sheet nor a TOC file can state one in the sectors. @throws Failure if the tracks
+/// differ in block size.
 DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions);
 
 /// Writes the data file. @throws Failure if a sector cannot be read or written, or the user cancels.

@@ -43,7 +43,7 @@ std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image
       const std::int64_t offset = lba - track.dwLBA;
       const ULONG before = std::exchange(silence, track.dwLBA - FilePosition(image.Info(), track));
       const std::int64_t own = silence > before ? silence - before : 0;
-      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The end of such a track is not known.
+      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The length of the track is not known.
       ++number;
       if (!found && offset >= -own - extent.pregap && (offset < extent.sectors || isLost)) {
         const UHYPER byte = extent.begin + static_cast<UHYPER>(offset) * extent.blockSize;

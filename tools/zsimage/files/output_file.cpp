@@ -70,7 +70,7 @@ Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, U
 }
 
 struct Target {
-  std::string path; ///< Of the file that is created or replaced; empty for a device or a pipe.
+  std::string path; ///< File to create or replace; empty for a device or a pipe.
   bool exists = false;
   struct stat status {};
 };
@@ -105,8 +105,7 @@ Target FindTarget(const std::string& path, bool force) {
     target.exists = true;
     return target;
   }
-  if ((errno != ENOENT && errno != ENOTDIR) ||
-      lstat(path.c_str(), &target.status) == 0) { // lstat also finds a broken link.
+  if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // Or a broken link.
     throw WriteFailure(path, SystemError(errno));
   }
   target.path = SpelledOnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));

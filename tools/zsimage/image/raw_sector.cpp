@@ -40,7 +40,7 @@ constexpr std::array<BYTE, 256> kByAPlus1 = MakeQuotients();
 ///     v(0) + ... + v(n - 1) + p + q                      and
 ///     a^(n + 1) v(0) + ... + a^2 v(n - 1) + a p + q
 /// are zero, so (a + 1) p is the sum of both without p and q.
-/// @param vectors Number of vectors; vector i begins at word i * `first` and goes on in steps of `step` words.
+/// @param vectors Number of vectors; vector i begins at word i * `first` and continues in steps of `step` words.
 /// @param length Words of data in each, n. @param words Words of data in all; the parity words follow them.
 void WriteParity(BYTE* header, unsigned vectors, unsigned first, unsigned step, unsigned length, unsigned words) {
   for (unsigned i = 0; i < 2 * vectors; ++i) {

@@ -79,7 +79,7 @@ private:
   const zsimagefileinfo& m_info;
   UHYPER m_byte; ///< Offset of `m_sector` in the file.
   UHYPER m_sector = 0;
-  UINT m_blockSize = 0; ///< Of the sectors from `m_sector` on.
+  UINT m_blockSize = 0; ///< Block size of the sectors from `m_sector` on.
   UHYPER m_end;         ///< Byte after the previous track.
 };
 

@@ -16,8 +16,7 @@ struct TrackExtent {
   ULONG sectors;  ///< 0 for a track that ends before it begins.
   UINT blockSize; ///< Bytes of one sector in the file.
   ULONG pregap;   ///< Sectors of the pregap that are in the file, before `begin`.
-  ULONG missing;  ///< Sectors of the track after the end of the file, or between that end and a track that begins after
-                  ///< it.
+  ULONG missing;  ///< Sectors that the file lacks: of the track, or before a last track whose length is not stated.
 
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
 };

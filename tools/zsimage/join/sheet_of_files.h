@@ -18,10 +18,10 @@ struct SheetOfFiles {
   };
   /// Where a track or its pregap begins.
   struct Mark {
-    std::size_t track; ///< Index in the sheet.
+    std::size_t track; ///< Index of the track.
     bool isPregap;     ///< INDEX 00; otherwise INDEX 01.
     std::size_t file;  ///< Index in `files`. A pregap may be at the end of the file before its track's.
-    ULONG sector;      ///< In the file.
+    ULONG sector;      ///< Position in the file.
   };
   /// Silence that is in no file.
   struct Gaps {
@@ -31,7 +31,7 @@ struct SheetOfFiles {
 
   std::vector<File> files;
   std::vector<Mark> marks;     ///< In the order of the sheet: of each track INDEX 00, if it has one, and INDEX 01.
-  std::vector<Gaps> gaps;      ///< Of each track.
+  std::vector<Gaps> gaps;      ///< One for each track.
   std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.
   UniqueSheet record;          ///< Texts, codes, flags, modes and sizes of sectors. No positions.
 };

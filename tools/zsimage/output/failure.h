@@ -22,7 +22,7 @@ inline constexpr HRESULT kCancelled = MakeResult(0x80004004);  ///< The user can
 /// A failure that ends a command.
 class Failure : public std::runtime_error {
 public:
-  /// @param file Narrow text; empty if the failure is of no file. @param words UTF-8: what is wrong and, if known, what
+  /// @param file Narrow text; empty if no file is involved. @param words UTF-8: what is wrong and, if known, what
   /// to do.
   Failure(std::string_view file, std::string_view words, HRESULT code);
   /// Makes a failure with the result code of a system error.

@@ -116,8 +116,7 @@ private:
   void DrawRings() {
     m_content += "<g id=\"disc\">\n";
     DrawCircle(kLastRadius + 6, "plate");
-    for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend();
-         ++stretch) { // Outer rings first: inner ones cover them.
+    for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // Inner rings cover outer.
       const double radius = RadiusAt(stretch->begin + stretch->width);
       DrawCircle(radius, "back");
       DrawCircle(radius, ClassesOf(*stretch) + (stretch->width > 12 ? " rim" : ""), Describe(*stretch));
