@@ -46,7 +46,7 @@ std::filesystem::file_status StatusOf(const std::string& path) {
 
 std::optional<UHYPER> FileSize(const std::string& path) {
   std::error_code error;
-  UHYPER size = std::filesystem::file_size(SpelledOnDisk(path), error); // Only regular files have one.
+  UHYPER size = std::filesystem::file_size(SpelledOnDisk(path), error); // Fails for all but regular files.
   const bool isKnown =
       !error || (std::filesystem::is_block_file(StatusOf(path)) && GetFileSize(OpenShared(path).Get(), &size));
   return isKnown ? std::optional(size) : std::nullopt;

@@ -1,5 +1,5 @@
 /// @file
-/// Files that the tool reads. Paths are found as the platform layer finds them (platform/file_lookup.h).
+/// Files that the tool reads. Paths are resolved as in the platform layer (platform/file_lookup.h).
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ std::filesystem::file_status StatusOf(const std::string& path);
 /// Returns the bytes of a regular file or block device; none for everything else.
 std::optional<UHYPER> FileSize(const std::string& path);
 
-/// Whether two paths lead to one existing file.
+/// Returns whether two paths name the same existing file.
 bool IsSameFile(const std::string& left, const std::string& right);
 
 /// Returns the content of a file, or of standard input for "-". @throws Failure if it cannot be read or is longer than

@@ -9,15 +9,15 @@
 #include "platform/paths.h"
 #include "platform/text.h"
 
-/// Whether a path ends with an extension, dot included, in any case.
+/// Returns whether a path ends with an extension, dot included. Upper and lower case are equal.
 inline bool HasExtension(std::string_view path, std::string_view extension) {
   return path.size() >= extension.size() && lstrcmpiA(path.substr(path.size() - extension.size()), extension) == 0;
 }
 
-/// Returns what follows the folder.
+/// Returns the part of a path after its folder.
 inline std::string FileName(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
 
-/// Returns a path with another name after its folder.
+/// Returns the path of a name in the folder of `path`.
 inline std::string Beside(const std::string& path, std::string_view name) {
   return path.substr(0, PathFindFileNameA(path)).append(name);
 }
@@ -34,7 +34,7 @@ inline std::string WithExtension(std::string path, std::string_view extension) {
   return path;
 }
 
-/// Returns a path as the disk spells it; unchanged if there is no such file.
+/// Returns a path in the upper and lower case that it has on disk; unchanged if there is no such file.
 inline std::string SpelledOnDisk(const std::string& path) {
   std::string found = path;
   ResolveFilePath(path, &found);

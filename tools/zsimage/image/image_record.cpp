@@ -124,7 +124,7 @@ HRESULT ReadPartialImage(const Host& host, const std::string& path, zsimagefilei
   if (!size || (!isSheet && !HasExtension(path, ".ISO"))) {
     return ZSE_BADIMAGE;
   }
-  // A copy of the sheet, with a data file of a size that the component accepts. The first FILE line names it.
+  // The component uses the first FILE line of a sheet. That of the copy names a data file of whole sectors.
   const ScratchFolder scratch;
   WriteContent(scratch.Path("IMAGE.CUE"),
                "FILE \"SECTORS.BIN\" BINARY\n" + (isSheet ? ReadContent(path, kLargestSheet) : TrackLineOfIso(path)),

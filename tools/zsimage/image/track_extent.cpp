@@ -19,7 +19,7 @@ bool HasOneBlockSize(const ZSCUESHEET& sheet) {
                      [&](const ZSTRACK& track) { return BlockSize(track) == BlockSize(tracks[0]); });
 }
 
-/// Computes extents of track after track. Sums wrap at 2^64, so that any numbers are allowed.
+/// Computes the extents of tracks in their order. Unsigned sums wrap at 2^64, so any numbers of an image are allowed.
 class ExtentWalk {
 public:
   explicit ExtentWalk(const zsimagefileinfo& info)
@@ -31,8 +31,8 @@ public:
     }
     m_sector = isFirst ? 0 : StartOf(sheet.pZSTracks[0]);
     m_blockSize = BlockSize(sheet.pZSTracks[0]);
-    // Media Descriptor images state offsets, which are needed if the sizes before a track do not determine its
-    // position.
+    // Media Descriptor images state the offset of each track. It is needed if the block sizes of the tracks before
+    // do not determine it.
     const bool hasOffsets = m_info.ZSImageFormat == ZSIMAGEFORMAT_MDS && (!isFirst || !HasOneBlockSize(sheet));
     for (const ZSTRACK& track : Tracks(sheet)) {
       TrackExtent extent = ExtentOf(track);
@@ -79,7 +79,7 @@ private:
   const zsimagefileinfo& m_info;
   UHYPER m_byte; ///< Offset of `m_sector` in the file.
   UHYPER m_sector = 0;
-  UINT m_blockSize = 0; ///< Of the sectors from `m_sector` on.
+  UINT m_blockSize = 0; ///< Block size of the sectors from `m_sector` on.
   UHYPER m_end;         ///< Byte after the previous track.
 };
 

@@ -16,7 +16,7 @@ struct TrackExtent {
   ULONG sectors;  ///< 0 for a track that ends before it begins.
   UINT blockSize; ///< Bytes of one sector in the file.
   ULONG pregap;   ///< Sectors of the pregap that are in the file, before `begin`.
-  ULONG missing;  ///< Sectors that the file lacks: of the track, or before one whose end follows from the file's size.
+  ULONG missing;  ///< Sectors that the file lacks: of the track, or before a last track whose length is not stated.
 
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
 };
@@ -28,7 +28,8 @@ ULONG FilePosition(const zsimagefileinfo& info, const ZSTRACK& track);
 using TrackVisitor = std::function<void(const ZSTRACK& track, const TrackExtent& extent)>;
 
 /// Visits the tracks of a session. Numbers of the image are not checked: an extent may be outside the file.
-/// @param session Index, from 0. @param fileSize Bytes of the data file; none if it is missing, and then no sector is.
+/// @param session Index, from 0. @param fileSize Bytes of the data file; none if it is missing; then `missing` is
+/// always 0.
 void VisitTracks(const zsimagefileinfo& info, unsigned session, std::optional<UHYPER> fileSize,
                  const TrackVisitor& visit);
 

@@ -12,20 +12,20 @@
 #include "platform/last_error.h"
 
 /// Exit statuses of the tool.
-inline constexpr int kExitFailure = 1;     ///< The command failed; standard error says why.
+inline constexpr int kExitFailure = 1;     ///< The command failed; standard error has the reason.
 inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
-inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
+inline constexpr int kExitCancelled = 130; ///< Ctrl-C: 128 + SIGINT, as in shells.
 
 inline constexpr HRESULT kFileExists = MakeResult(0x80070050); ///< The output file exists.
 inline constexpr HRESULT kCancelled = MakeResult(0x80004004);  ///< The user cancelled the command.
 
-/// Ends a command.
+/// A failure that ends a command.
 class Failure : public std::runtime_error {
 public:
-  /// @param file Narrow text; empty if no file is at fault. @param words UTF-8: what is wrong and, if it helps, what to
-  /// do.
+  /// @param file Narrow text; empty if no file is involved. @param words UTF-8: what is wrong and, if known, what
+  /// to do.
   Failure(std::string_view file, std::string_view words, HRESULT code);
-  /// A failure with the code of a system error.
+  /// Makes a failure with the result code of a system error.
   Failure(std::string_view file, std::string_view words, DWORD error);
 
   const std::string& File() const noexcept { return m_file; }
@@ -52,7 +52,7 @@ template <class Code, class... T>
 std::string CodeName(HRESULT code);
 /// Returns the number of a result code, "0x809F001B".
 std::string CodeNumber(HRESULT code);
-/// Returns what a result code means, as a part of a sentence.
+/// Returns the meaning of a result code, as a part of a sentence.
 std::string_view CodeWords(HRESULT code);
 
 /// Throws a Failure for every code but S_OK. S_FALSE means that nothing was done.

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Freed when an allocation fails: destructors of JSON values allocate, and end the process if they cannot.
+/// Memory to free when an allocation fails: destructors of JSON values allocate, and a failure there ends the process.
 std::unique_ptr<char[]> g_reserve;
 
 [[noreturn]] void ThrowOutOfMemory() {
@@ -20,7 +20,7 @@ std::unique_ptr<char[]> g_reserve;
   throw std::bad_alloc();
 }
 
-/// Returns the exception that is being handled as the failure of an image, or of the command if the name is empty.
+/// Returns the exception that is being handled as a Failure: of an image, or of the command if the name is empty.
 Failure CurrentFailure(const std::string& image) {
   try {
     throw;
@@ -49,7 +49,7 @@ int Report(const Failure& failure, const std::string& image, bool json, bool isL
   if (json && std::ferror(stdout) == 0) {
     PrintJson(FailureToJson(failure, image), isLine);
   }
-  std::fflush(stdout); // On a terminal the message follows the pages before it.
+  std::fflush(stdout); // So that the message follows the output before it.
   return failure.Report();
 }
 

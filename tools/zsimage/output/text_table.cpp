@@ -29,7 +29,7 @@ void TextTable::Measure(const Row& row) {
   }
 }
 
-/// Narrows the columns that can be cut, always the widest of them, until a row is one line.
+/// Narrows the widest column that can be cut, again and again, until a row fits into one line.
 void TextTable::FitTerminal() {
   constexpr std::size_t kNarrowest = 4;
   std::size_t width = 0;
