@@ -141,16 +141,9 @@ TEST_F(Registry, FileIsOldOrNewWhateverFails) {
 }
 
 TEST_F(Registry, IsChangedOnFileSystemsWithoutLocks) {
-  class UnlockableFiles final : public FaultyFiles {
-  public:
-    int Lock(int /*file*/, int /*operation*/) noexcept override {
-      errno = error;
-      return -1;
-    }
-    int error = 0;
-  } files;
   for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) {
-    files.error = error;
+    FaultyFiles files([=] { return error; });
+    files.failing = "Lock";
     EXPECT_EQ(error != EIO, Set("HKEY_CLASSES_ROOT\\New", "value") == 0) << error;
   }
 }
