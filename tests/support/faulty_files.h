@@ -25,10 +25,10 @@ public:
   ~FaultyFiles() override { ProcessEnvironment().files = m_next; }
 
   FaultPoints points;
-  std::string failing = "none"; ///< A call that always fails: "Lock", "ListFolder" or "Seek".
+  std::string failing = "none"; ///< A call that always fails: "Open", "Lock", "ListFolder" or "Seek".
 
   int Open(const char* path, int flags, mode_t mode) noexcept override {
-    return Fails() ? -1 : m_next->Open(path, flags, mode);
+    return Fails("Open") ? -1 : m_next->Open(path, flags, mode);
   }
   int Duplicate(int file) noexcept override { return Fails() ? -1 : m_next->Duplicate(file); }
   ssize_t Read(int file, void* buffer, std::size_t count) noexcept override {
