@@ -119,7 +119,7 @@ private:
   }
 
   /// Makes a raw sector from the 2048 bytes of user data (mode 1), or from the 2336 bytes after the header (mode 2).
-  void Widen(const AlbumPiece& piece, const BYTE* stored, ULONG position, BYTE* raw) const {
+  static void Widen(const AlbumPiece& piece, const BYTE* stored, ULONG position, BYTE* raw) {
     if (piece.storedSize == ZSFILEBLOCKSIZE_2048) {
       std::copy_n(stored, piece.storedSize, raw + kUserData);
       CompleteMode1Sector(static_cast<LONG>(position), raw);

@@ -55,7 +55,7 @@ void TextTable::PrintLine(const Row& row) const {
       const std::string fitting = CutToWidth(row[i].text, m_columns[i].width);
       const std::string padding(m_columns[i].width - TerminalWidth(fitting), ' ');
       const std::string text = Coloured(fitting, row[i].shade);
-      line += kMargin + (m_columns[i].isRight ? padding + text : text + padding);
+      line.append(kMargin).append(m_columns[i].isRight ? padding : text).append(m_columns[i].isRight ? text : padding);
     }
   }
   line.erase(line.find_last_not_of(' ') + 1);
