@@ -67,7 +67,6 @@ const HostileFile kHostileFiles[] = {
     {"packs of a companion file", "a.cdt", 100'000, Repeated("", std::string("\x80\0\0\0text\0text\0\0\0\0\0", 18))},
     {"keys of a section", "a.ccd", 1'000'000, Repeated(kCcd, "k#=1\n")},
     {"the same key", "a.ccd", 50'000, Repeated(kCcd, "key=1\n")},
-    {"the same long key", "a.ccd", 50'000, Repeated(kCcd, "A name that does not fit \xE9=1\n")},
     {"sections", "a.ccd", 200'000, Repeated(kCcd, "[a]\n")},
     {"tracks of a description", "a.ccd", 20'000,
      Repeated(kCcd, "[ENTRY #]\nPoint=1\nSession=1\nPLBA=1\n", "[TRACK @]\nMODE=0\nINDEX 1=1\n")},

@@ -92,9 +92,11 @@ TEST_F(DiscImage, FindsTracksInTheFile) {
   folder.Write("sizes.mds", stated);
   folder.Write("sizes.mdf", folder.Read("inline.mdf"));
   const std::pair<const char*, const char*> kCases[] = {
+      {"album.cue", "0+20 47040+20"},
       {"pregap.cue", "0+20 47040+20"},
       {"mixed.cue", "0+20 65856+12 94080+20"},
       {"cdplus.nrg", "352800+20 418656+12 446880+20"},
+      {"tao.nrg", "0+20 40960+20"},
       {"apart.nrg", "0+20 40960+20"},
       {"sessions.ccd", "0+20 47040+20 94080+20 141120+20"},
       {"inline.mds", "0+20 58752+20"},
@@ -189,6 +191,10 @@ TEST_F(DiscImage, WritesDescriptionsThatAreReadBack) {
   image.WriteCueSheet(folder.Path("new.cue"));
   image.WriteTocFile(folder.Path("new.zsi"));
   EXPECT_EQ(image.EncodeCdText().size(), folder.Read("NEW.CDT").size());
+  ImageRecord record(folder.Path("tao.nrg"));
+  fs::create_directory(folder.Path("raw"));
+  NewCueSheetService()->CreateCueFile(Wide(folder.Path("raw/new.cue")).get(), &record.Sheet());
+  EXPECT_EQ(folder.Read("raw/new.cue"), folder.Read("new.cue")) << "the text that the interface writes";
   folder.Write("NEW.BIN", folder.Read("album.bin"));
   for (const char* name : {"new.cue", "new.zsi"}) {
     const Image copy = Open(name);
@@ -221,9 +227,12 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
   folder.Write("lone.ccd", folder.Read("sessions.ccd"));
   folder.Write("new.cdt", "");
   fs::create_symlink("/dev/full", path("full.cue"));
+  fs::create_symlink("/dev/full", path("full.zsi"));
+  fs::create_symlink("none/x", path("link"));
   const std::vector<std::string> before = Files();
   const std::pair<const char*, std::function<void()>> kCases[] = {
       {"ZSE_CANNOTOPENIMAGE none.cue", [&] { Open("none.cue"); }},
+      {"ZSE_BADIMAGE album.bin", [&] { Open("album.bin"); }},
       {"E_INVALIDARG a", [&] { Image(std::string("a\0b/", 4)); }},
       {"ZSE_FILENOTFOUND lone.ccd", [&] { extract(Open("lone.ccd"), path("x")); }},
       {"ERROR_HANDLE_EOF cut.bin", [&] { extract(cut, path("x")); }},
@@ -233,7 +242,10 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
       {"E_INVALIDARG album.cdt", [&] { extract(album, path("album.cdt")); }},
       {"ERROR_DISK_FULL full", [&] { extract(album, "/dev/full"); }},
       {"ERROR_DISK_FULL full.cue", [&] { album.WriteCueSheet(path("full.cue")); }},
+      {"ERROR_DISK_FULL full.zsi", [&] { album.WriteTocFile(path("full.zsi")); }},
       {"ERROR_FILE_NOT_FOUND x", [&] { extract(album, path("none/x")); }},
+      {"ERROR_PATH_NOT_FOUND link", [&] { extract(album, path("link")); }},
+      {"ERROR_ACCESS_DENIED ", [&] { extract(album, path("")); }},
       {"ERROR_FILE_EXISTS new.cdt", [&] { album.WriteCueSheet(path("new.cue")); }},
       {"E_INVALIDARG new.zsi", [&] { album.WriteCueSheet(path("new.zsi")); }},
       {"E_INVALIDARG album.cue", [&] { album.WriteCueSheet(path("album.cue")); }},

@@ -200,7 +200,10 @@ TEST_F(Server, DiagnosticsReadsLevelAndCreatesMutex) {
   Memory().faults.Start(1, true);
   const Diagnostics withoutMemory;
   Memory().faults.Stop();
+  const EnvironmentVariable nowhere("XDG_RUNTIME_DIR", "/proc/none");
+  const Diagnostics withoutFolder;
   EXPECT_EQ(INVALID_HANDLE_VALUE, withoutMemory.mutex.Get());
+  EXPECT_EQ(INVALID_HANDLE_VALUE, withoutFolder.mutex.Get());
 }
 
 TEST(ClassFactory, CreatesPlainAndAggregatedObjects) {

@@ -141,9 +141,6 @@ TEST(Files, WritersWithoutSharingExcludeOthers) {
   }
   const UniqueHandle first(Create(path));
   const UniqueHandle twin(DuplicateHandle(first.Get()));
-  for (const UniqueHandle* file : {&first, &twin}) {
-    EXPECT_EQ(FD_CLOEXEC, ::fcntl(static_cast<int>(file->Get()), F_GETFD)) << "programs that start inherit no file";
-  }
   DWORD done = 0;
   EXPECT_TRUE(WriteFile(first.Get(), "0123456789", 10, &done));
   for (const auto open : {OpenToRead, Create}) {
@@ -156,6 +153,16 @@ TEST(Files, WritersWithoutSharingExcludeOthers) {
     files.failing = "Lock";
     EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(OpenToRead(path)))) << error;
     EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(Create(path)))) << error;
+  }
+}
+
+TEST(Files, AreNotInherited) {
+  const TemporaryFolder folder;
+  const UniqueHandle writer(Create(folder.Path("new")));
+  const UniqueHandle reader(OpenToRead(folder.Write("file", "x")));
+  const UniqueHandle twin(DuplicateHandle(reader.Get()));
+  for (const UniqueHandle* file : {&writer, &reader, &twin}) {
+    EXPECT_EQ(FD_CLOEXEC, ::fcntl(static_cast<int>(file->Get()), F_GETFD));
   }
 }
 

@@ -82,6 +82,10 @@ TEST(SettingsDocument, FilesEndLinesInCarriageReturnAndLineFeed) {
   document.Save(folder.Path("a"));
   EXPECT_EQ(folder.Read("a"), "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\r\n<R>\r\n   <K>V & > </K>\r\n"
                               "   <C>\r\n      <L>two\r\nlines</L>\r\n   </C>\r\n</R>\r\n");
+  CZSSettingsDocument read;
+  read.SetValue("OLD:NODE:KEY", "replaced");
+  read.Load(folder.Path("a"));
+  EXPECT_EQ(TextOf(read), TextOf(document));
 }
 
 TEST(SettingsDocument, LoadsAnyText) {

@@ -152,6 +152,7 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
        "odd.iso: 2047 bytes are over after whole sectors of 2048 bytes; 'zsimage"},
       {"convert none.ccd x.cue", "ZSE_FAILED", "it has no tracks in its first session (ZSE"},
       {"convert disc.cue 'a<b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
+      {"convert disc.cue 'a\\b.zsi'", "E_INVALIDARG", "a name with '<', '>' or a backslash"},
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
@@ -351,6 +352,8 @@ TEST_F(TransferTool, TextIsEncodedAndDecoded) {
   EXPECT_EQ("ALBUM", sheet["ZSCDTEXT"]["bstrTitle"]);
   EXPECT_EQ("TWO", sheet["pZSTracks"][1]["bstrTitle"]);
   EXPECT_PRED2(Contains, Run("cdtext decode - --tracks 2 < packs.raw"), "2  TWO");
+  Run("cdtext encode disc.cue -o sub --subchannel");
+  EXPECT_EQ(0U, folder.Read("sub").size() % 96);
   EXPECT_EQ(json({{"result", "ZSE_FILENOTFOUND"}, {"code", "0x809F000F"}, {"words", "gone.cdt: no such file"}}),
             json::parse(RunTool(folder, "cdtext decode gone.cdt --tracks 2 --json").out));
 }
