@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Counts system calls and measures peaks of memory, and fails if one is above its limit. Other load on the machine does
+# Counts system calls and measures peaks of memory. Fails if a figure is above its limit. Other load on the machine does
 # not change these figures.
 # Usage: budgets.sh ZSIMAGE
 set -euo pipefail
@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failed=0
 
-# Prints the number of system calls of a command on files whose path contains a text, in any case.
+# Prints the number of system calls of a command on files whose path contains a text. Ignores upper and lower case.
 count_calls() {
   local text=$1
   shift
@@ -28,7 +28,7 @@ check() {
 }
 
 # Calls to open an image: the check that it opens (open, type, lock, close), its description, and one sector of each
-# data track. A name that is missing or has another case needs a search of its folder, about ten calls: CCD, MDS and
+# data track. A name that is missing or differs in case needs a search of its folder, about ten calls: CCD, MDS and
 # CUE images have two missing companions, and a CUE sheet names its data file in upper case. A short sheet is read
 # twice: for the name of its data file, and for its tracks.
 while read -r image limit; do
@@ -73,7 +73,7 @@ measure_peak() {
 for image in plain.iso album.cue cdplus.nrg sessions.ccd inline.mds native.zsi; do
   check "memory to show $image, KiB" "$(measure_peak "$zsimage" info "$images/$image")" 8192
 done
-# The memory to show many tracks is that of their records, about 133 bytes each.
+# Showing many tracks needs the memory of their records, about 133 bytes each.
 { printf 'FILE "LINES.BIN" BINARY\n'; head -n 1000000 < <(yes TRACK); } >"$work/lines.cue"
 truncate -s 23520 "$work/lines.bin"
 for format in '' --json; do

@@ -31,7 +31,7 @@ joining='cat|cat part.* >$out.BIN
 zsimage join|$zsimage join parts.cue $out.cue'
 opening='zsimage info|$zsimage info album.cue
 cueprint|cueprint album.cue
-cd-info|cd-info --no-header --no-device-info --no-cddb -C album.cue
+cd-info|cd-info --no-header --no-device-info --no-cddb --cue-file=album.cue
 zsimage info, ISO|$zsimage info plain.iso
 iso-info|iso-info plain.iso'
 
@@ -85,7 +85,7 @@ printf '%-44s %10s %10s %8s\n' "in one process, medians" "ours, us" "theirs, us"
 "$build/bench/compare_libcue" "$images"
 "$build/bench/compare_libcdio" "$images"
 
-# The parts are cut last, since they take as much memory as the image.
+# The parts are cut last, since they need as much memory as the image.
 split -d -b $((2352 * 80000)) data.bin part.
 rm data.bin
 for part in part.*; do

@@ -23,7 +23,7 @@ void OpenImage(benchmark::State& state, const std::string& extension, bool sessi
   state.SetComplexityN(count);
 }
 
-/// The same through the class of imagefile/disc_image.h, which may take a tenth more time.
+/// Opens images through the class of imagefile/disc_image.h, which may be a tenth slower.
 void OpenImageClass(benchmark::State& state, const std::string& extension) {
   const ScratchFolder folder;
   const std::string path = MakeDisc(folder, extension, 1, static_cast<int>(state.range(0)));

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::int64_t kSectors = 32 * 1024; ///< About 75 MB of raw sectors.
 
-/// How a track is read.
+/// Sizes of the sectors of a track in the file and in the stream.
 struct Geometry {
   ZSMODETYPE mode;
   int stride;     ///< Bytes of a sector in the file.
@@ -25,7 +25,7 @@ std::string MakeFile(const ScratchFolder& folder, std::int64_t sectors, int stri
   return path;
 }
 
-/// First argument: bytes of each read. Second argument: sectors of the track.
+/// Reads a track through a stream. First argument: bytes of each read. Second argument: sectors of the track.
 void ReadStream(benchmark::State& state, Geometry geometry) {
   const ScratchFolder folder;
   const std::int64_t sectors = state.range(1);

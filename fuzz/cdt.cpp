@@ -48,6 +48,6 @@ FUZZ(input) {
                                      fromMemory.Get());
   fuzz::RequireCopy(*fromFile, *fromMemory);
   CheckEncoding(&run, *fromMemory);
-  ReadFromFile(&run, fromFile.Get()); // Replaces the texts by the same ones.
+  ReadFromFile(&run, fromFile.Get()); // Replaces the texts with the same texts.
   fuzz::RequireCopy(*fromFile, *fromMemory);
 }

@@ -58,7 +58,7 @@ void CheckPacks(std::string_view packs) {
   }
 }
 
-/// Checks that the symbols of the sub-channel hold the packs, which start over to fill the last group.
+/// Checks that the symbols of the sub-channel contain the packs, which are repeated to fill the last group.
 void CheckSymbols(std::string_view symbols, std::string_view packs) {
   const std::size_t count = packs.size() / kPackSize;
   fuzz::Require(symbols.size() % kGroupSymbols == 0, "the last group of symbols is full");

@@ -24,7 +24,7 @@ constexpr PlannedTrack kData{ZSMODE_1, 20, 0, 2352};
 constexpr PlannedTrack kXa{ZSMODE_2, 20, 0, 2352};
 constexpr PlannedTrack kWithSubChannel{ZSMODE_1, 20, 0, 2448};
 
-constexpr ULONG kMaxNumber = 0xFFFFFFFF; // One more, and the sum wraps.
+constexpr ULONG kMaxNumber = 0xFFFFFFFF; // Adding 1 wraps.
 
 struct NamedDisc {
   std::string name;

@@ -13,14 +13,14 @@ using Path = std::vector<std::string>;
 
 constexpr std::size_t kSavedDepth = 300; // The text of a deeper tree would consist mostly of indents.
 
-/// Values by their paths: what a document returns while its root has one name.
+/// Values by path. A document must return the same values while its root keeps its name.
 class Model {
 public:
   void Set(const Path& path, const std::string& value) {
     if (path.size() < 2) {
       return;
     }
-    // Another root name renames the root and appends new nodes, which the nodes before them may hide.
+    // Another root name renames the root and appends new nodes, which earlier nodes may hide.
     m_hasOneRoot = m_hasOneRoot && (m_values.empty() || m_root == path[0]);
     m_root = path[0];
     m_values[path] = value;

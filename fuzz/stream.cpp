@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What a callback does before each read.
+/// Action of a callback before each read.
 enum class Reaction : BYTE { None, Watch, Shrink, NoBuffer, Cancel, Count };
 
 struct Head {
@@ -92,7 +92,7 @@ struct Watcher {
   }
 };
 
-/// Reads in the sizes of the input, which repeat, until three reads in a row deliver nothing.
+/// Reads with the sizes of the input, in turn and repeatedly, until three reads in a row return no bytes.
 std::string ReadAll(IStream* stream, const ByteView& sizes) {
   constexpr int kReadLimit = 100;
   std::string data;
@@ -114,7 +114,7 @@ std::string ReadAll(IStream* stream, const ByteView& sizes) {
   return data;
 }
 
-/// Opens the stream of an input. Returns null if that fails.
+/// Opens the stream of an input. Returns null if the stream cannot be opened.
 ComPtr<IStream> OpenStream(fuzz::Run* run, const Head& head, Watcher* watcher) {
   zsimagefileinfo info{};
   info.nSubCount = head.subCount;
@@ -135,7 +135,7 @@ ComPtr<IStream> OpenStream(fuzz::Run* run, const Head& head, Watcher* watcher) {
   return stream;
 }
 
-/// Checks that a track that is extracted to a file has the bytes of the track.
+/// Checks that the file of an extracted track has the bytes of the track.
 void CheckFile(fuzz::Run* run, const Head& head, const std::string& content) {
   Watcher watcher;
   const ComPtr<IStream> stream = OpenStream(run, head, &watcher);
@@ -163,7 +163,7 @@ FUZZ(input) {
   }
   run.Files().PlanReads(std::string(input.substr(std::min(kHeadSize, input.size()), head.planned)));
   const std::string data = ReadAll(stream.Get(), view.Part(kHeadSize + head.planned, 0x400));
-  // The bytes of a failed read are not counted, so that the stream may then continue after its track.
+  // A stream does not count the bytes of a failed read, so after one it may continue beyond its track.
   const ULONG end = run.Files().ReadsFailed() ? ~ULONG{0} : head.end;
   if (watcher.reaction <= Reaction::Watch) {
     fuzz::Require(Expected(head, end, content).starts_with(data), "the bytes of the track are delivered in order");

@@ -1,4 +1,4 @@
-// Makes one small image of each kind, and the file CONTENTS with a line about each.
+// Makes one small image of each kind, and the file CONTENTS, which describes each in one line.
 #include <filesystem>
 #include <fstream>
 #include <iostream>

@@ -1,5 +1,5 @@
-// Compares the component with libcue on the same sheet. This is a program of its own: libcue and libcdio define a
-// function of the same name. Usage: compare_libcue FOLDER, a folder that make_disc filled.
+// Compares the component with libcue on the same sheet. This is a separate program, since libcue and libcdio define
+// a function of the same name. Usage: compare_libcue FOLDER, a folder that make_disc filled.
 
 #include <cstdio>
 #include <fstream>
@@ -32,7 +32,8 @@ void CheckAndFree(Cd* disc) {
   cd_delete(disc);
 }
 
-/// The component also looks up and opens the files beside the sheet; libcue does not.
+/// Compares reading a sheet from disk. The component also looks up and opens the files beside the sheet; libcue does
+/// not.
 void CompareFiles(const std::string& path) {
   const ComPtr<IZSCueSheet> sheets = CueSheets();
   const UniqueBstr name = Wide(path);
@@ -46,7 +47,7 @@ void CompareFiles(const std::string& path) {
       });
 }
 
-/// Neither library makes a system call.
+/// Compares reading a sheet from memory. Neither library makes a system call.
 void CompareTexts(const std::string& path) {
   std::ifstream file(path);
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());

@@ -1,5 +1,5 @@
 /// @file
-/// Timing of two alternatives in rounds of one process.
+/// Timing of two alternatives in one process.
 #pragma once
 
 #include <functional>

@@ -17,7 +17,7 @@ void AppendNumber(ULONG number, int bytes, std::string* input) {
   }
 }
 
-/// Returns whether a file holds sectors. Such a file is never read whole, so that its size needs no memory.
+/// Returns whether a file holds sectors. A file of sectors is never read whole, so its size needs no memory.
 bool HoldsSectors(std::string_view name) noexcept {
   return name.ends_with(".BIN") || name.ends_with(".IMG") || name.ends_with(".MDF") || name.ends_with(".ISO") ||
          name.ends_with(".bin");

@@ -9,7 +9,7 @@
 #include "support/checks.h"
 #include "support/run.h"
 
-/// Opens the function that runs for each input. `input` names its parameter, a view of the bytes.
+/// Begins the function that runs for each input. `input` is the name of its parameter, a view of the bytes.
 #define FUZZ(input)                                                                                                    \
   static void FuzzOne(std::string_view input);                                                                         \
   extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {                                  \

@@ -1,5 +1,5 @@
 /// @file
-/// A file system in memory below the platform layer: an input needs no system call.
+/// A file system in memory below the platform layer, so that an input needs no system calls.
 #pragma once
 
 #include <map>
@@ -22,7 +22,8 @@ struct MemoryFile {
   UHYPER size = 0;
 };
 
-/// File operations on the files of one folder. Nothing else exists. Folders cannot be created, files not be renamed.
+/// File operations on the files of one folder. No other file exists. Folders cannot be created, and files cannot be
+/// renamed.
 class MemoryFiles final : public FileOperations {
 public:
   /// Removes all files. None may be open.
@@ -32,8 +33,8 @@ public:
   /// Returns the file of a path, ignoring the case of ASCII letters; null if there is none.
   std::shared_ptr<MemoryFile> Find(std::string_view path) const;
 
-  /// Plans the results of reads, one byte for each: 0 is a full read, 1 a failure, 2 an interruption, more the maximum
-  /// of bytes. Reads after the end of the plan are full.
+  /// Plans the results of reads, one byte for each: 0 is a full read, 1 a failure, 2 an interruption, a larger value
+  /// the maximum of bytes to read. Reads after the end of the plan are full.
   void PlanReads(std::string plan);
   /// Returns whether a read has failed as planned.
   bool ReadsFailed() const noexcept { return m_readsFailed; }
@@ -61,7 +62,7 @@ private:
     std::shared_ptr<MemoryFile> file;
     off_t position = 0;
   };
-  /// Result of a lookup. A file that does not exist has a name, too.
+  /// Result of a lookup. The name is set even if the file does not exist.
   struct Entry {
     bool exists = false;
     bool folder = false;

@@ -14,7 +14,7 @@
 #include "support/checks.h"
 #include "support/counting_environment.h"
 
-/// Options of AddressSanitizer, for speed: short stacks of allocations, and few blocks that are kept after release.
+/// Options of AddressSanitizer, for speed: short stacks of allocations, and a small quarantine of released blocks.
 extern "C" const char* __asan_default_options() { return "malloc_context_size=6:quarantine_size_mb=16"; }
 
 namespace fuzz {

@@ -15,18 +15,35 @@ namespace imagefile {
 
 /// The sectors of a track from index 1 to its end. It may be outside the file: numbers of an image are not checked.
 struct TrackExtent {
-  UHYPER begin;   ///< Byte in the data file.
-  ULONG sectors;  ///< 0 for a track that ends before it begins.
-  UINT blockSize; ///< Bytes of one sector in the file; 0 if the description gives none.
-  ULONG pregap;   ///< Sectors of the pregap that are in the file, directly before `begin`.
+  UHYPER begin;             ///< Byte in the data file.
+  ULONG sectors;            ///< 0 for a track that ends before it begins.
+  UINT blockSize;           ///< Bytes of one sector in the file; 0 if the description gives none.
+  ULONG pregap;             ///< Sectors of the pregap that are in the file, directly before `begin`.
+  bool isOpenEnded = false; ///< Whether it ends where the file ends, as the last track of a CUE sheet does.
 
   /// Returns the byte after the track.
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
-  /// Returns how many of the sectors a file of a size lacks.
+  /// Returns how many sectors a file of a size lacks: of the track, or before one that ends where the file ends.
   ULONG Missing(UHYPER fileBytes) const noexcept {
-    const UHYPER present = (std::max(fileBytes, begin) - begin) / std::max(blockSize, 1U);
+    const UHYPER size = std::max(blockSize, 1U);
+    if (isOpenEnded && sectors == 0 && begin > fileBytes) {
+      return static_cast<ULONG>((begin - fileBytes + size - 1) / size);
+    }
+    const UHYPER present = (std::max(fileBytes, begin) - begin) / size;
     return sectors - static_cast<ULONG>(std::min<UHYPER>(present, sectors));
   }
+};
+
+/// Sectors of one size that follow each other in the data file, and the bytes that are read from each.
+struct SectorRun {
+  UHYPER begin;    ///< Byte of the first sector.
+  ULONG sectors;   ///< Their number.
+  UINT blockSize;  ///< Bytes from one sector to the next.
+  UINT dataOffset; ///< Bytes at the start of each sector that are left out.
+  UINT dataSize;   ///< Bytes that are read from each sector.
+
+  /// Returns how many bytes are read.
+  UHYPER Bytes() const noexcept { return UHYPER{sectors} * dataSize; }
 };
 
 /// Returns index 1 of a track as a position in the data file. PREGAP lines of a sheet move `dwLBA` alone; its index
@@ -63,6 +80,7 @@ public:
       extent.pregap = static_cast<ULONG>(std::min<UHYPER>(room, static_cast<ULONG>(std::max(LONG{track.Pregap}, 0))));
       extents->push_back(extent);
     }
+    extents->back().isOpenEnded = m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
     if (!IsTrackAtOnce()) {
       MoveTo(UHYPER{tracks.back().dwEndLBA} + static_cast<UHYPER>(std::int64_t{tracks.back().Postgap}));
     }

@@ -19,12 +19,10 @@
 #include <utility>
 #include <vector>
 
-#include "cuesheet/cue_sheet_interface.h"
 #include "disc/track_extents.h"
 #include "imagefile/error.h"
-#include "imagefile/image_file_interface.h"
+#include "imagefile/interfaces.h"
 #include "platform/bstr.h"
-#include "platform/class_objects.h"
 #include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/task_memory.h"
@@ -57,7 +55,9 @@ inline void Require(bool isGood, HRESULT code, const std::string& path, std::str
     throw Error(code == S_OK ? E_FAIL : code == S_FALSE ? ZSE_FAILED : code, path, words);
   }
 }
-inline void Check(HRESULT code, const std::string& path) { Require(code == S_OK, code, path); }
+inline void Check(HRESULT code, const std::string& path, std::string_view words = {}) {
+  Require(code == S_OK, code, path, code == S_FALSE ? words : "");
+}
 inline HRESULT LastResult() noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())); }
 
 inline UniqueBstr WidePath(const std::string& path) {
@@ -66,82 +66,74 @@ inline UniqueBstr WidePath(const std::string& path) {
   return wide ? std::move(wide) : throw std::bad_alloc();
 }
 
-/// A file on its way to a path. It is written in a hidden folder beside the path, which is removed at the end. A device
-/// is written directly.
-class OutputFile {
-public:
-  explicit OutputFile(const std::string& path) : m_path(path), m_written(path) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (fs::exists(status) && !fs::is_regular_file(status)) {
-      return;
-    }
-    const std::string folder = platform::FolderOf(path);
-    const std::string name = NarrowToUtf8(platform::FileName(path));
-    m_target = fs::exists(status) ? fs::canonical(path, error) : fs::path(platform::SpelledOnDisk(folder)) / name;
-    m_folder = m_target.parent_path() / (".imagefile-" + std::to_string(std::random_device()()));
-    m_written = m_folder / name;
-    if (!fs::create_directory(m_folder, error)) {
+/// The path of a new file in a hidden folder beside its target. Both are removed at the end.
+struct HiddenFile {
+  HiddenFile(const std::filesystem::path& target, const std::string& path)
+      : folder(target.parent_path() / (".imagefile-" + std::to_string(std::random_device()()))),
+        file(folder / target.filename()) {
+    if (std::error_code error; !std::filesystem::create_directory(folder, error)) {
       throw Error(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path, "no folder for it: " + error.message());
     }
   }
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile() {
+  HiddenFile(const HiddenFile&) = delete;
+  HiddenFile& operator=(const HiddenFile&) = delete;
+  ~HiddenFile() {
     std::error_code ignored;
-    if (!m_folder.empty()) {
-      std::filesystem::remove(m_written, ignored);
-      std::filesystem::remove(m_folder, ignored);
-    }
+    std::filesystem::remove(file, ignored);
+    std::filesystem::remove(folder, ignored);
   }
+  const std::filesystem::path folder;
+  const std::filesystem::path file;
+};
 
-  /// Writes a description by a function that gets the path of the new file. Writes that fail are not reported by the
-  /// interfaces; they leave the reason for GetLastError.
-  template <class Function> void WriteBy(Function write) {
-    const bool isGood = platform::FileName(m_path).find_first_of("\"\r\n") == m_path.npos;
-    Require(isGood, E_INVALIDARG, m_path, "give a name without quotes and line breaks");
-    SetLastError(ERROR_SUCCESS);
-    const HRESULT result = write(WidePath(m_written.string()).get());
-    const HRESULT reason = result == S_OK || result == E_FAIL ? LastResult() : result;
-    Require(result == S_OK && reason == S_OK, reason, m_path);
+/// A new file. Failures name `path`.
+class NewFile {
+public:
+  NewFile(const std::string& written, const std::string& path)
+      : m_path(path),
+        m_file(CreateFileA(written, GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL)) {
+    Require(bool{m_file}, LastResult(), path);
   }
   void Write(std::span<const std::byte> bytes) {
-    if (!m_file) {
-      m_file.Reset(
-          CreateFileA(m_written.string(), GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
-    }
     DWORD done = 0;
-    const bool isWritten = m_file && WriteFile(m_file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &done);
+    const bool isWritten = WriteFile(m_file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &done);
     Require(isWritten, LastResult(), m_path);
-  }
-  /// Moves the file to its path, where it gets the permissions of the file that it replaces.
-  void Publish() {
-    namespace fs = std::filesystem;
-    m_file.Reset();
-    if (std::error_code error; !m_target.empty()) {
-      const fs::file_status old = fs::status(m_target, error);
-      if (fs::exists(old)) {
-        fs::permissions(m_written, old.permissions(), error);
-      }
-      fs::rename(m_written, m_target, error);
-      Require(!error, E_FAIL, m_path, "the new file cannot get its name");
-    }
   }
 
 private:
-  std::string m_path;
-  std::filesystem::path m_target;
-  std::filesystem::path m_folder; // Empty for a device.
-  std::filesystem::path m_written;
-  UniqueHandle m_file;
+  const std::string& m_path;
+  const UniqueHandle m_file;
 };
 
-template <class I> ComPtr<I> Create(REFCLSID clsid, REFIID iid) {
-  ComPtr<I> object;
-  Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object.ReceiveVoid()), "");
-  return object;
+/// Replaces a file by the one that `write` writes to the path that it gets. A device is written directly. Clears the
+/// last error, for RequireWritten.
+template <class Function> void ReplaceFile(const std::string& path, Function write) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status old = fs::status(path, error);
+  Require(fs::exists(old) || !fs::is_symlink(path, error), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path,
+          "this is a link to a missing file");
+  SetLastError(ERROR_SUCCESS);
+  if (fs::exists(old) && !fs::is_regular_file(old)) {
+    return write(path);
+  }
+  const fs::path folder = platform::SpelledOnDisk(platform::FolderOf(path));
+  const HiddenFile hidden(
+      fs::exists(old) ? fs::canonical(path, error) : folder / NarrowToUtf8(platform::FileName(path)), path);
+  write(hidden.file.string());
+  if (fs::exists(old)) {
+    fs::permissions(hidden.file, old.permissions(), error);
+  }
+  fs::rename(hidden.file, hidden.folder.parent_path() / hidden.file.filename(), error);
+  Require(!error, E_FAIL, path, "the new file cannot get its name");
 }
+
+/// Throws if a description was not written: the interfaces do not report writes that fail, but leave the last error.
+inline void RequireWritten(HRESULT result, const std::string& path) {
+  const HRESULT reason = result == S_OK || result == E_FAIL ? LastResult() : result;
+  Require(result == S_OK && reason == S_OK, reason, path);
+}
+
 inline std::string Utf8(BSTR text) { return NarrowToUtf8(WideCharToMultiByte(BstrView(text))); }
 inline OptionalText TextOf(BSTR text) { return text == nullptr ? std::nullopt : OptionalText(Utf8(text)); }
 
@@ -151,20 +143,21 @@ inline OptionalText TextOf(BSTR text) { return text == nullptr ? std::nullopt : 
 /// Texts of a disc or a track.
 template <class R> class Texts {
 public:
-  explicit Texts(const R& record) noexcept : m_record(&record) {}
-  OptionalText Title() const { return detail::TextOf(m_record->bstrTitle); }
-  OptionalText Composer() const { return detail::TextOf(m_record->bstrComposer); }
-  OptionalText Performer() const { return detail::TextOf(m_record->bstrPerformer); }
-  OptionalText Songwriter() const { return detail::TextOf(m_record->bstrSongwriter); } ///< Who wrote the words.
-  OptionalText Arranger() const { return detail::TextOf(m_record->bstrArranger); }
-  OptionalText Genre() const { return detail::TextOf(m_record->bstrGenre); }
-  OptionalText Message() const { return detail::TextOf(m_record->bstrMessage); } ///< The maker's.
+  explicit Texts(const R& record) noexcept : m_record(&record) {}                      ///< Makes a view of a record.
+  OptionalText Title() const { return detail::TextOf(m_record->bstrTitle); }           ///< Title.
+  OptionalText Composer() const { return detail::TextOf(m_record->bstrComposer); }     ///< Writer of the music.
+  OptionalText Performer() const { return detail::TextOf(m_record->bstrPerformer); }   ///< Performer.
+  OptionalText Songwriter() const { return detail::TextOf(m_record->bstrSongwriter); } ///< Writer of the words.
+  OptionalText Arranger() const { return detail::TextOf(m_record->bstrArranger); }     ///< Arranger.
+  OptionalText Genre() const { return detail::TextOf(m_record->bstrGenre); }           ///< Genre.
+  OptionalText Message() const { return detail::TextOf(m_record->bstrMessage); }       ///< Message of the maker.
 
 protected:
+  /// Returns whether there is any text.
   bool HasText() const {
     return Title() || Composer() || Performer() || Songwriter() || Arranger() || Genre() || Message();
   }
-  const R* m_record;
+  const R* m_record; ///< The record.
 };
 
 /// View of a track. Valid while the image lives, also after it is moved.
@@ -175,14 +168,17 @@ public:
   std::uint32_t End() const noexcept { return m_record->dwEndLBA; }        ///< First position after the track.
   std::int32_t PregapSectors() const noexcept { return m_record->Pregap; } ///< From index 0 to index 1, before Start.
   std::int32_t PostgapSectors() const noexcept { return m_record->Postgap; } ///< In the image after End.
-  /// Positions of the indexes from 0 on, below 0 before sector 0; -1 (kNoIndex) where absent. Empty if none are listed.
-  std::span<const LONG> Indexes() const noexcept {
-    return {reinterpret_cast<const LONG*>(m_record->pdwIndex), m_record->nCountIndex};
+  unsigned IndexCount() const noexcept { return m_record->nCountIndex; } ///< Index 0 included; 0 if none are listed.
+  /// Returns the position of an index, below 0 for one before sector 0; std::nullopt for an index that is absent.
+  std::optional<std::int32_t> Index(unsigned number) const noexcept {
+    const ULONG position = number < IndexCount() ? m_record->pdwIndex[number] : kNoIndex;
+    return position == kNoIndex ? std::nullopt : std::optional(static_cast<std::int32_t>(position));
   }
-  imagefile::Mode Mode() const noexcept { return imagefile::Mode{m_record->Mode}; }
+  imagefile::Mode Mode() const noexcept { return imagefile::Mode{m_record->Mode}; } ///< Mode.
+  /// Returns whether a control flag is set.
   bool Has(Flags flag) const noexcept { return (m_record->Flags & static_cast<LONG>(flag)) != 0; }
   OptionalText Isrc() const { return detail::TextOf(m_record->bstrISRC); } ///< Recording code, not checked.
-  const ZSTRACK& Record() const noexcept { return *m_record; }
+  const ZSTRACK& Record() const noexcept { return *m_record; }             ///< The record, for the interfaces.
 
   std::uint32_t BlockBytes() const noexcept { return m_extent.blockSize; } ///< Of a sector in the data file.
   std::uint64_t OffsetBytes() const noexcept { return m_extent.begin; } ///< Of the sector at Start, in the data file.
@@ -201,12 +197,12 @@ private:
 /// View of a session, with the texts of the disc; CD-Text is in the first session alone. Valid as a Track is.
 class Session : public Texts<::ZSCDTEXT> {
 public:
-  unsigned Number() const noexcept { return m_number; } ///< From 1.
-  std::span<const Track> Tracks() const noexcept { return m_tracks; }
-  SessionFormat Format() const noexcept { return SessionFormat{m_sheet->ZSSESSIONFORMAT}; }
+  unsigned Number() const noexcept { return m_number; }               ///< From 1.
+  std::span<const Track> Tracks() const noexcept { return m_tracks; } ///< In the order of the disc.
+  SessionFormat Format() const noexcept { return SessionFormat{m_sheet->ZSSESSIONFORMAT}; } ///< In the lead-in.
   bool HasCdText() const noexcept { return m_record->CDTextPresent == VARIANT_TRUE; } ///< Whether texts are of CD-Text.
   OptionalText Mcn() const { return detail::TextOf(m_record->bstrMCN); } ///< Media catalogue number, not checked.
-  const ZSCUESHEET& Record() const noexcept { return *m_sheet; }
+  const ZSCUESHEET& Record() const noexcept { return *m_sheet; }         ///< The record, for the interfaces.
 
 private:
   friend class Image;
@@ -228,7 +224,7 @@ public:
     const auto wanted = static_cast<ULONG>(std::min<std::size_t>(buffer.size(), 1U << 30));
     const HRESULT result = wanted == 0 ? S_OK : m_stream->Read(buffer.data(), wanted, &count);
     m_done += count;
-    detail::Require(SUCCEEDED(result), result, m_dataFile);
+    detail::Require(SUCCEEDED(result) || count != 0, result, m_dataFile);
     detail::Require(count != 0 || wanted == 0 || m_done == m_size, HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), m_dataFile);
     return count;
   }
@@ -266,14 +262,19 @@ class Image {
 public:
   /// Reads an image. @throws Error.
   explicit Image(const std::string& path) : m_path(path) {
-    detail::Check(m_record->images->GetImageFileInfo(detail::WidePath(path).get(), &Record()), path);
+    detail::Check(m_record->Images().GetImageFileInfo(detail::WidePath(path).get(), &Record()), path);
+    MakeViews();
+  }
+  /// Takes over a record that the interfaces have filled, and clears it. @param path What Path returns.
+  Image(zsimagefileinfo* record, std::string path) : m_path(std::move(path)) {
+    Record() = std::exchange(*record, {});
     MakeViews();
   }
   /// Returns an image with a deep copy of the record.
   Image Clone() const {
     Image copy;
     copy.m_path = m_path;
-    detail::Check(m_record->images->Clone(m_record.get(), &copy.Record()), m_path);
+    detail::Check(m_record->Images().Clone(m_record.get(), &copy.Record()), m_path);
     copy.MakeViews();
     return copy;
   }
@@ -281,17 +282,20 @@ public:
   const std::string& Path() const noexcept { return m_path; } ///< Path of the description, as it was given.
   /// Path of the file that has the sectors, as it is spelled on disk. Looks there at each call, as DataFileBytes does.
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
-  /// Size of the data file; std::nullopt if there is no such file.
+  /// Returns the size of the data file; std::nullopt if it is missing, or the description stands for it.
   std::optional<std::uint64_t> DataFileBytes() const {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(DataFile(), error);
-    return error ? std::nullopt : std::optional<std::uint64_t>(size);
+    const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
+    const std::string file = DataFile();
+    return isOneFile || !platform::IsSameFile(file, m_path) ? platform::FileSize(file) : std::nullopt;
   }
-  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; }
-  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; }
+  imagefile::Format Format() const noexcept {
+    return imagefile::Format{Record().ZSImageFormat};
+  }                                                                                         ///< The description's.
+  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; } ///< What the disc is.
+  /// Returns whether something accompanies the image.
   bool Has(Mask mask) const noexcept { return (Record().lMask & static_cast<LONG>(mask)) != 0; }
-  std::uint32_t DiscId() const noexcept { return Record().dwDiscID; } ///< Disc identifier in the manner of CDDB.
-  std::span<const Session> Sessions() const noexcept { return m_sessions; }
+  std::uint32_t DiscId() const noexcept { return Record().dwDiscID; }       ///< Disc identifier in the manner of CDDB.
+  std::span<const Session> Sessions() const noexcept { return m_sessions; } ///< In the order of the disc.
   /// The record, for the interfaces. Its tables must stay where they are, and offsets do not follow its changes.
   zsimagefileinfo& Record() noexcept { return *m_record; }
   const zsimagefileinfo& Record() const noexcept { return *m_record; } ///< The same, to look at.
@@ -315,28 +319,29 @@ public:
     const auto isSame = [&](const Track& own) { return own.m_record == track.m_record; };
     detail::Require(std::any_of(m_tracks.begin(), m_tracks.end(), isSame), E_INVALIDARG, m_path,
                     "the track is one of another image");
-    const std::string file = DataFile();
-    const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
-    detail::Require(PathFileExistsA(file) && (isOneFile || !platform::IsSameFile(file, m_path)), ZSE_FILENOTFOUND,
-                    file);
     const UINT size = blockSize == 0 ? track.BlockBytes() : blockSize;
     const UINT offset = OffsetInSector(Record(), *track.m_record, size);
     const bool isPart = track.Mode() == Mode::Audio && size < std::min(track.BlockBytes(), 2352U);
     detail::Require(!isPart && size != 0 && offset + UHYPER{size} <= track.BlockBytes(), E_INVALIDARG, m_path,
                     "its sectors hold no block of " + std::to_string(size) + " bytes; give another block size");
-    // Records of this one run of sectors: the stream takes its offset and geometry from nothing else.
+    return Stream({track.OffsetBytes(), track.SectorsInFile(), track.BlockBytes(), offset, size});
+  }
+  /// Opens any sectors of the data file.
+  TrackStream Stream(const SectorRun& run) const {
+    const std::string file = DataFile();
+    detail::Require(DataFileBytes().has_value(), ZSE_FILENOTFOUND, file);
+    // Records of this run alone: the stream takes its offset and geometry from nothing else.
     zsimagefileinfo info{};
-    info.dwSeekBegin64 = track.OffsetBytes();
-    info.nSubCount = static_cast<USHORT>(offset);
-    ZSTRACK run{};
-    run.dwEndLBA = track.SectorsInFile();
-    run.BlockSize = track.m_record->BlockSize;
+    info.dwSeekBegin64 = run.begin;
+    info.nSubCount = static_cast<USHORT>(run.dataOffset);
+    ZSTRACK track{};
+    track.dwEndLBA = run.sectors;
+    track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(run.blockSize);
     ComPtr<IStream> stream;
-    const UniqueBstr path = detail::WidePath(file);
-    detail::Check(m_record->sheets->ExtractTrackToStream(path.get(), nullptr, &info, &run, size, nullptr, 0, VARIANT{},
-                                                         stream.Receive()),
-                  file);
-    return {std::move(stream), file, std::uint64_t{track.SectorsInFile()} * size};
+    detail::Check(m_record->Sheets().ExtractTrackToStream(detail::WidePath(file).get(), nullptr, &info, &track,
+                                                          run.dataSize, nullptr, 0, VARIANT{}, stream.Receive()),
+                  file, "the data file cannot be opened, or the track is beyond the end of any file");
+    return {std::move(stream), file, run.Bytes()};
   }
 
   /// Writes the data of a track to a file, which replaces one of its name once it is whole. Devices are written
@@ -344,66 +349,73 @@ public:
   void Extract(const Track& track, const std::string& path, const ExtractOptions& options = {}) const {
     RefuseOwnFile(path);
     TrackStream stream = Stream(track, options.blockSize);
-    detail::OutputFile file(path);
     std::vector<std::byte> buffer(128 * 1024);
-    file.Write({});
-    while (const std::size_t count = stream.Read(buffer)) {
-      file.Write(std::span(buffer).first(count));
-      detail::Require(!options.progress || options.progress(stream.DoneBytes(), stream.SizeBytes()), kStopped, path);
-    }
-    file.Publish();
+    detail::ReplaceFile(path, [&](const std::string& written) {
+      detail::NewFile file(written, path);
+      while (const std::size_t count = stream.Read(buffer)) {
+        file.Write(std::span(buffer).first(count));
+        detail::Require(!options.progress || options.progress(stream.DoneBytes(), stream.SizeBytes()), kStopped, path);
+      }
+    });
   }
 
   /// Writes a CUE sheet of the first session and a .CDT file of its texts, but not the data file that it names.
-  /// @throws Error, also for a .cdt file that a sheet without texts would be read with.
+  /// @param path Ends in ".cue". @throws Error, also for another .cdt file that the sheet would be read with.
   void WriteCueSheet(const std::string& path) const {
-    RefuseOwnFile(path);
-    const auto [copy, packs] = Numbered();
+    RequireDescription(path, ".CUE");
+    const auto& [copy, packs] = Numbered();
     ZSCUESHEET* sheet = copy.m_sessions[0].m_sheet;
-    const std::string upper = platform::Upper(platform::FileName(path));
-    const std::string companion = platform::FolderOf(path) + platform::WithExtension(upper, ".CDT");
-    detail::Require(!packs.empty() || !PathFileExistsA(companion), kFileExists, platform::SpelledOnDisk(companion),
+    const std::string name = platform::WithExtension(platform::Upper(platform::FileName(path)), ".CDT");
+    const std::string found = platform::SpelledOnDisk(platform::WithExtension(path, ".CDT"));
+    const bool isOwn = !packs.empty() && platform::FileName(found) == NarrowToUtf8(name);
+    detail::Require(isOwn || !PathFileExistsA(found), kFileExists, found,
                     "the new sheet would take its CD-Text from this file; remove it");
-    detail::OutputFile file(path);
-    file.WriteBy([&](BSTR target) { return m_record->sheets->CreateCueFile(target, sheet); });
-    if (!packs.empty()) {
-      detail::OutputFile texts(companion);
-      texts.Write(packs);
-      texts.Publish();
-    }
-    file.Publish();
+    detail::ReplaceFile(path, [&](const std::string& written) {
+      detail::RequireWritten(m_record->Sheets().CreateCueFile(detail::WidePath(written).get(), sheet), path);
+      if (const std::string texts = platform::FolderOf(path) + name; !packs.empty()) {
+        detail::ReplaceFile(texts, [&](const std::string& file) { detail::NewFile(file, texts).Write(packs); });
+      }
+    });
   }
 
   /// Writes a TOC file with the texts of the first session, but not the data file that it names. Readers of TOC files
-  /// take every sector as 2352 bytes.
+  /// take every sector as 2352 bytes. @param path Ends in ".zsi". @throws Error.
   void WriteTocFile(const std::string& path) const {
-    RefuseOwnFile(path);
+    RequireDescription(path, ".ZSI");
     auto [copy, packs] = Numbered();
     zsimagefileinfo& record = copy.Record();
     record.ZSImageFormat = ZSIMAGEFORMAT_ZSI;
     auto* texts = reinterpret_cast<zsmmccdtext*>(packs.data());
     const auto bytes = static_cast<UINT>(packs.size());
-    detail::OutputFile file(path);
-    file.WriteBy(
-        [&](BSTR target) { return m_record->images->CreateTOCFile(target, &record, nullptr, 0, texts, bytes); });
-    file.Publish();
+    detail::ReplaceFile(path, [&](const std::string& written) {
+      const UniqueBstr target = detail::WidePath(written);
+      detail::RequireWritten(m_record->Images().CreateTOCFile(target.get(), &record, nullptr, 0, texts, bytes), path);
+    });
   }
 
   /// Returns the texts of the first session as packs of 18 bytes (Red Book); none if it has no texts. @throws Error.
   std::vector<std::byte> EncodeCdText() const { return Numbered().second; }
 
+  /// @throws Error if a path is that of a file of the image: its description, its data file or a companion.
+  void RefuseOwnFile(const std::string& path) const {
+    const bool isSheet = Format() == imagefile::Format::Cue;
+    const bool isOwn = platform::IsSameFile(path, m_path) || platform::IsSameFile(path, DataFile()) ||
+                       (isSheet && platform::IsSameFile(path, platform::WithExtension(m_path, ".CDT"))) ||
+                       ((isSheet || Format() == imagefile::Format::Ccd) &&
+                        platform::IsSameFile(path, platform::WithExtension(m_path, ".SUB")));
+    detail::Require(!isOwn, E_INVALIDARG, path, "this file belongs to the image; give another name");
+  }
+
 private:
   friend Image DecodeCdText(std::span<const std::byte> packs, unsigned trackCount);
 
   /// A record, and the objects that fill it and free it. Freeing cannot fail.
-  struct OwnedRecord : zsimagefileinfo {
+  struct OwnedRecord : Interfaces, zsimagefileinfo {
     OwnedRecord() : zsimagefileinfo{} {}
     ~OwnedRecord() {
-      std::for_each_n(pZSCueSheet, nSessions, [&](auto* sheet) { sheets->FreeZSCueSheet(sheet, VARIANT_TRUE); });
+      std::for_each_n(pZSCueSheet, nSessions, [&](auto* sheet) { Sheets().FreeZSCueSheet(sheet, VARIANT_TRUE); });
       SysFreeString(bstrImageBinaryFile);
     }
-    ComPtr<IZSImageFile> images = detail::Create<IZSImageFile>(CLSID_ZSImageFile, IID_IZSImageFile);
-    ComPtr<IZSCueSheet> sheets = detail::Create<IZSCueSheet>(CLSID_ZSCueSheet, IID_IZSCueSheet);
   };
 
   Image() = default;
@@ -436,7 +448,7 @@ private:
     BYTE* data = nullptr;
     LONG length = 0;
     ZSCUESHEET* first = copy.m_sessions[0].m_sheet;
-    const HRESULT result = m_record->sheets->EncodeCDText(first, VARIANT_FALSE, &data, &length);
+    const HRESULT result = m_record->Sheets().EncodeCDText(first, VARIANT_FALSE, &data, &length);
     const TaskMemory<BYTE> owned(data);
     detail::Require(SUCCEEDED(result), result, m_path);
     const auto packs = std::as_bytes(std::span(data, static_cast<std::size_t>(length / 18 * 18)));
@@ -444,11 +456,13 @@ private:
     return {std::move(copy), std::vector(packs.begin(), packs.end())};
   }
 
-  void RefuseOwnFile(const std::string& path) const {
-    for (const std::string& own :
-         {m_path, DataFile(), platform::WithExtension(m_path, ".CDT"), platform::WithExtension(m_path, ".SUB")}) {
-      detail::Require(!platform::IsSameFile(path, own), E_INVALIDARG, path, "this file belongs to the image");
-    }
+  void RequireDescription(const std::string& path, std::string_view extension) const {
+    const std::string name = platform::FileName(path);
+    const bool isGood =
+        lstrcmpiA(name.substr(PathFindExtensionA(name)), extension) == 0 && name.find_first_of("\"\r\n") == name.npos;
+    detail::Require(isGood, E_INVALIDARG, path,
+                    std::string("give a name without quotes and line breaks that ends in ").append(extension));
+    RefuseOwnFile(path);
   }
 
   std::string m_path;
@@ -462,7 +476,7 @@ private:
 inline Image DecodeCdText(std::span<const std::byte> packs, unsigned trackCount) {
   Image image;
   zsimagefileinfo& record = image.Record();
-  detail::Check(image.m_record->sheets->AllocCueSheet(&record.pZSCueSheet[0]), "");
+  detail::Check(image.m_record->Sheets().AllocCueSheet(&record.pZSCueSheet[0]), "");
   record.nSessions = 1;
   ZSCUESHEET& sheet = *record.pZSCueSheet[0];
   sheet.pZSTracks = AllocateCleared<ZSTRACK>(trackCount);
@@ -473,7 +487,7 @@ inline Image DecodeCdText(std::span<const std::byte> packs, unsigned trackCount)
   std::vector<std::byte> copy(packs.begin(), packs.end()); // The decoder changes it.
   copy.push_back({});
   auto* data = reinterpret_cast<BYTE*>(copy.data());
-  detail::Check(image.m_record->sheets->AnalyzeCDTextFromData(data, static_cast<UINT>(packs.size()), &sheet), "");
+  detail::Check(image.m_record->Sheets().AnalyzeCDTextFromData(data, static_cast<UINT>(packs.size()), &sheet), "");
   image.MakeViews();
   return image;
 }

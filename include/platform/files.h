@@ -7,6 +7,8 @@
 /// Functions that fail leave the reason for GetLastError.
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 
 #include "platform/file_lookup.h"
@@ -93,3 +95,20 @@ public:
 private:
   HANDLE m_file = INVALID_HANDLE_VALUE;
 };
+
+namespace platform {
+
+/// Returns the bytes of a regular file or block device; none for everything else.
+inline std::optional<UHYPER> FileSize(const std::string& path) {
+  std::error_code error;
+  std::error_code ignored;
+  const std::string found = SpelledOnDisk(path);
+  UHYPER size = std::filesystem::file_size(found, error); // Fails for all but regular files.
+  if (error && std::filesystem::is_block_file(found, ignored)) {
+    const UniqueHandle device(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL));
+    return GetFileSize(device.Get(), &size) ? std::optional(size) : std::nullopt;
+  }
+  return error ? std::nullopt : std::optional(size);
+}
+
+} // namespace platform

@@ -61,8 +61,6 @@ struct RegistryKey {
   void SetText(std::string_view valueName, std::string_view content);
   /// Sets a value to a number.
   void SetNumber(std::string_view valueName, DWORD number);
-  /// Removes a value, if it exists.
-  void RemoveValue(std::string_view valueName);
 };
 
 /// Returns the path of the file; empty if the user has no home folder.

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Appends fields that begin with their length. After each field follow as many zeros as its gap.
+/// Appends fields that begin with their length. Each field is followed by a gap of zeros.
 void AddFields(std::initializer_list<unsigned> gaps, unsigned length, ByteWriter* file) {
   for (const unsigned gap : gaps) {
     file->Byte(length).Zeros(length + gap - 1);

@@ -32,7 +32,7 @@ public:
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
     return *this;
   }
-  /// Appends zeros up to a size of all bytes.
+  /// Pads the bytes with zeros to a total size.
   ByteWriter& PadTo(std::size_t size) { return Zeros(size > Size() ? size - Size() : 0); }
 
   std::size_t Size() const { return m_bytes.size(); }

@@ -16,7 +16,7 @@ std::string Hex(unsigned number) {
   return text;
 }
 
-/// Writes the entries of the table of contents, whose numbers count through all sessions.
+/// Writes the entries of the table of contents, numbered through all sessions.
 class EntryWriter {
 public:
   explicit EntryWriter(std::ostream* text) : m_text(text) {}

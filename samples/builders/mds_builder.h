@@ -28,7 +28,7 @@ struct MdsBuilder {
   unsigned medium = 0; ///< 0 for a CD, 0x10 for a DVD.
   std::vector<unsigned> lastTracks;
   std::vector<MdsBlock> blocks;
-  ULONG lengthsMoved = 0; ///< Added to the position of each length block.
+  ULONG lengthsMoved = 0; ///< Added to the offset of each length block.
 
   /// Returns the description: header, session blocks, track blocks, length blocks.
   std::vector<BYTE> Build() const;

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t kPackSize = 2324;
 constexpr UHYPER kMuxRate = 3528;      // Units of 50 bytes a second: the rate of a Video CD.
-constexpr UHYPER kTicksPerPack = 1200; // Of 90 kHz: 75 packs a second.
+constexpr UHYPER kTicksPerPack = 1200; // Ticks of 90 kHz, for 75 packs a second.
 
 /// Returns the lower `bits` of a number.
 constexpr UHYPER Low(UHYPER number, int bits) { return number & ((UHYPER{1} << bits) - 1); }

@@ -1,6 +1,6 @@
 /// @file
 /// Sectors of test discs. Each byte of user data depends on the sector's position and the byte's offset, so that a test
-/// can check which data it has.
+/// can identify the sectors that it has read.
 #pragma once
 
 #include <string>
@@ -14,8 +14,8 @@ BYTE PatternByte(ULONG lba, std::size_t offset);
 std::vector<BYTE> UserData(ULONG lba, std::size_t size = 2048);
 
 /// Returns the error detection code (ECMA-130) of a sector's bytes: the remainder by
-/// x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, each byte from its lowest bit on. In the sector it follows these
-/// bytes, least significant byte first.
+/// x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, the lowest bit of each byte first. In a sector the code is stored
+/// after these bytes, least significant byte first.
 ULONG ErrorDetectionCode(const BYTE* data, std::size_t size);
 
 /// Returns a sector of an image file. An audio sector is user data alone. A data sector has the header of its mode,
@@ -51,7 +51,7 @@ struct PlacedTrack : PlannedTrack {
   UHYPER position = 0; ///< Offset of the pregap in the image.
 };
 
-/// Returns all tracks of a disc in order. Between sessions are the gaps of a real disc.
+/// Returns all tracks of a disc in order. Sessions are separated by the gaps of a real disc.
 std::vector<PlacedTrack> PlaceTracks(const DiscPlan& disc);
 
 /// Returns the bytes of a track in the image, with its pregap.

@@ -6,16 +6,13 @@
 
 namespace {
 
-/// Offsets of the fields, in the order of TextField. Fields of packed records are copied as bytes, because they may be
-/// at any address.
-template <class Record>
-constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
-                                    offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
-                                    offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
-                                    offsetof(Record, bstrMessage)};
-
+/// Returns the offset of a field. Fields of packed records are copied as bytes, because they may be at any address.
 template <class Record> constexpr std::size_t OffsetOf(TextField field) noexcept {
-  return kOffsets<Record>[static_cast<std::size_t>(field)];
+  constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
+                                      offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
+                                      offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
+                                      offsetof(Record, bstrMessage)}; // In the order of TextField.
+  return kOffsets[static_cast<std::size_t>(field)];
 }
 
 } // namespace

@@ -119,8 +119,6 @@ void RegistryKey::SetNumber(std::string_view valueName, DWORD number) {
   values[platform::Upper(valueName)] = {std::string(valueName), REG_DWORD, std::string(), number};
 }
 
-void RegistryKey::RemoveValue(std::string_view valueName) { values.erase(platform::Upper(valueName)); }
-
 DWORD RegOpenKeyExA(HKEY root, const char* subKey, DWORD /*options*/, DWORD /*access*/, HKEY* opened) noexcept {
   if (root != HKEY_CLASSES_ROOT && root != HKEY_CURRENT_USER) {
     return ERROR_INVALID_HANDLE;

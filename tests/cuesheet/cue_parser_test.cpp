@@ -105,17 +105,6 @@ TEST(CueParser, TextsAndCodesAreUpperCase) {
   EXPECT_EQ(0, +sheet->ZSCDTEXT.CDTextPresent);
 }
 
-/// Files that do not open, or that open and do not seek.
-class UnseekableFiles final : public FaultyFiles {
-public:
-  int Open(const char* path, int flags, mode_t mode) noexcept override {
-    return closed ? -1 : FaultyFiles::Open(path, flags, mode);
-  }
-  off_t Seek(int /*file*/, off_t /*distance*/, int /*origin*/) noexcept override { return -1; }
-
-  bool closed = true;
-};
-
 TEST(CueParser, DataFileIsFoundAndMeasured) {
   const TemporaryFolder folder;
   std::string odd(100001, '\0');
@@ -160,9 +149,10 @@ TEST(CueParser, DataFileIsFoundAndMeasured) {
   EXPECT_EQ("missing.cue", Narrow(UniqueBstr(file).get()));
   const std::string sheet = folder.Write("a.cue", "FILE \"even.bin\"\n" + std::string(20000, '\n'));
   EXPECT_EQ(S_OK, analyze(sheet, 0));
-  UnseekableFiles files;
+  FaultyFiles files;
+  files.failing = "Open";
   EXPECT_EQ(S_OK, analyze(folder.Path("odd.bin"), 1)) << "a file that does not open passes";
-  files.closed = false;
+  files.failing = "Seek";
   EXPECT_EQ(ZSE_BADIMAGE, analyze(folder.Path("signed.bin"), 1));
   EXPECT_EQ(ZSE_FILENOTFOUND, analyze(sheet, 0)) << "the second pass cannot read it";
 }

@@ -32,15 +32,6 @@ std::string Content(const std::string& path) {
   return ReadWholeFile(path, 99, &content) ? content : "none";
 }
 
-/// Files of a folder without read permission.
-class UnlistableFiles final : public FaultyFiles {
-public:
-  int ListFolder(const char* /*path*/, std::vector<std::string>* /*names*/) noexcept override {
-    errno = EACCES;
-    return -1;
-  }
-};
-
 TEST(FileLookup, PrefersUtf8ThenBytesThenAnyCase) {
   const TemporaryFolder folder;
   for (const char* name :
@@ -67,7 +58,8 @@ TEST(FileLookup, PrefersUtf8ThenBytesThenAnyCase) {
     EXPECT_EQ(name, Content(folder.Path(path))) << path;
   }
   EXPECT_EQ("none", Content(""));
-  const UnlistableFiles files;
+  FaultyFiles files([] { return EACCES; });
+  files.failing = "ListFolder"; // As in a folder without read permission.
   EXPECT_EQ("caf\xC3\xA9/\xE9\x9F\xB3.iso", Content(folder.Path("caf\xE9/\xE9\x9F\xB3.iso")));
   EXPECT_EQ("lat\xEDn/\xC3\xA9.iso", Content(folder.Path("lat\xEDn/\xE9.iso")));
   EXPECT_EQ("none", Content(folder.Path("SUB/track.bin")));
@@ -136,16 +128,6 @@ TEST(Files, OpenOnlyAllowedKindsAndModes) {
   }
 }
 
-/// Files of a system without locks.
-class UnlockableFiles final : public FaultyFiles {
-public:
-  int Lock(int /*file*/, int /*operation*/) noexcept override {
-    errno = error;
-    return -1;
-  }
-  int error = ENOLCK;
-};
-
 TEST(Files, WritersWithoutSharingExcludeOthers) {
   const TemporaryFolder folder;
   const std::string path = folder.Write("file", "before");
@@ -166,9 +148,9 @@ TEST(Files, WritersWithoutSharingExcludeOthers) {
     EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
   }
   EXPECT_EQ("0123456789", folder.Read("file"));
-  UnlockableFiles files;
-  for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) {
-    files.error = error;
+  for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) { // The first two are those of systems without locks.
+    FaultyFiles files([=] { return error; });
+    files.failing = "Lock";
     EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(OpenToRead(path)))) << error;
     EXPECT_EQ(error != EIO, static_cast<bool>(UniqueHandle(Create(path)))) << error;
   }

@@ -10,6 +10,7 @@
 #include "platform/named_mutex.h"
 #include "support/environment_variable.h"
 #include "support/faulty_files.h"
+#include "support/long_text.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -90,21 +91,21 @@ TEST_F(Registry, ReadsAndWritesKeysAndValues) {
 
 TEST_F(Registry, DamagedFilesFailAndRemain) {
   const std::string key = kHeading + "[HKEY_CURRENT_USER";
-  std::vector<std::string> damaged = {"\n", "ImageFile Registry 2\n", key, key + "\\" + std::string(256, 'a') + "]\n"};
-  for (const char* line : {"\"a\"=\"b\"", "[]", "[HKEY_USERS\\a]", "[HKEY_CURRENT_USER\\\\a]"}) {
-    damaged.push_back(kHeading + line);
-  }
+  std::vector<std::string> damaged = {"\n",
+                                      "ImageFile Registry 2\n",
+                                      key,
+                                      key + "\\" + std::string(256, 'a') + "]\n",
+                                      kHeading + "\"a\"=\"b\"",
+                                      kHeading + "[]",
+                                      kHeading + "[HKEY_USERS\\a]",
+                                      key + "\\\\a]",
+                                      kHeading + std::string(1 << 20, ';'),
+                                      key + "]\n@=\"" + '\0' + "\"\n"};
   for (const char* value : {"@", "@=\"a", "@=\"a\\", "@=\"a\\t\"", "@=\"a\"b", "@=dword:1", "@=dword:123456789",
                             "@=dword:0000000g", "a=\"b\""}) {
     damaged.push_back(key + "]\n" + value + "\n");
   }
-  damaged.push_back(key + "]\n@=\"" + '\0' + "\"\n");
-  std::string deep = key;
-  for (int i = 0; i < 600; ++i) {
-    deep += "\\a";
-  }
-  damaged.push_back(deep + "]\n");
-  damaged.push_back(kHeading + std::string(1 << 20, ';'));
+  damaged.push_back(key + Times(600, "\\a") + "]\n");
   for (const std::string& text : damaged) {
     folder.Write(kName, text);
     HKEY opened{};
@@ -141,16 +142,9 @@ TEST_F(Registry, FileIsOldOrNewWhateverFails) {
 }
 
 TEST_F(Registry, IsChangedOnFileSystemsWithoutLocks) {
-  class UnlockableFiles final : public FaultyFiles {
-  public:
-    int Lock(int /*file*/, int /*operation*/) noexcept override {
-      errno = error;
-      return -1;
-    }
-    int error = 0;
-  } files;
   for (const int error : {ENOLCK, EOPNOTSUPP, EIO}) {
-    files.error = error;
+    FaultyFiles files([=] { return error; });
+    files.failing = "Lock";
     EXPECT_EQ(error != EIO, Set("HKEY_CLASSES_ROOT\\New", "value") == 0) << error;
   }
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <string>
 
 #include "support/counting_environment.h"
 
@@ -24,9 +25,10 @@ public:
   ~FaultyFiles() override { ProcessEnvironment().files = m_next; }
 
   FaultPoints points;
+  std::string failing = "none"; ///< A call that always fails: "Open", "Lock", "ListFolder" or "Seek".
 
   int Open(const char* path, int flags, mode_t mode) noexcept override {
-    return Fails() ? -1 : m_next->Open(path, flags, mode);
+    return Fails("Open") ? -1 : m_next->Open(path, flags, mode);
   }
   int Duplicate(int file) noexcept override { return Fails() ? -1 : m_next->Duplicate(file); }
   ssize_t Read(int file, void* buffer, std::size_t count) noexcept override {
@@ -36,10 +38,10 @@ public:
     return Fails() ? -1 : m_next->Write(file, buffer, std::min(count, Limit()));
   }
   off_t Seek(int file, off_t distance, int origin) noexcept override {
-    return Fails() ? -1 : m_next->Seek(file, distance, origin);
+    return Fails("Seek") ? -1 : m_next->Seek(file, distance, origin);
   }
   int Truncate(int file, off_t size) noexcept override { return Fails() ? -1 : m_next->Truncate(file, size); }
-  int Lock(int file, int operation) noexcept override { return Fails() ? -1 : m_next->Lock(file, operation); }
+  int Lock(int file, int operation) noexcept override { return Fails("Lock") ? -1 : m_next->Lock(file, operation); }
   int SetBlocking(int file) noexcept override { return Fails() ? -1 : m_next->SetBlocking(file); }
   int Sync(int file) noexcept override { return Fails() ? -1 : m_next->Sync(file); }
   int Rename(const char* from, const char* to) noexcept override { return Fails() ? -1 : m_next->Rename(from, to); }
@@ -52,7 +54,7 @@ public:
     return Fails() ? -1 : m_next->PathStatus(path, status);
   }
   int ListFolder(const char* path, std::vector<std::string>* names) noexcept override {
-    return Fails() ? -1 : m_next->ListFolder(path, names);
+    return Fails("ListFolder") ? -1 : m_next->ListFolder(path, names);
   }
   // Closes the descriptor even if the call is to fail.
   int Close(int file) noexcept override {
@@ -61,8 +63,8 @@ public:
   }
 
 private:
-  bool Fails() noexcept {
-    if (!points.Fails()) {
+  bool Fails(const char* call = "") noexcept {
+    if (!points.Fails() && failing != call) {
       return false;
     }
     errno = m_onFailure();

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Joins albums, saves tracks as sound files, and compares both with what other programs make: join_test.py ZSIMAGE."""
+"""Joins albums, saves tracks as sound files, and compares both with the output of other programs: join_test.py ZSIMAGE."""
 import contextlib
 import json
 import os
@@ -31,7 +31,7 @@ def output_of(*words):
 
 
 def noise(sectors, seed=1, size=SECTOR):
-    """Bytes that are no silence and differ from sector to sector."""
+    """Returns bytes that are not silence and differ from sector to sector."""
     return b"".join(((seed * 7919 + i * 104729) % 2**64 | 1).to_bytes(8, "little") * (size // 8) for i in range(sectors))
 
 
@@ -98,7 +98,7 @@ class Case(unittest.TestCase):
             Path(name.replace("_", ".")).write_bytes(data)
 
     def join(self, *options):
-        """Returns what --json reports, and the new data file."""
+        """Returns the report of --json and the bytes of the new data file."""
         result = run("join", "in.cue", "out.cue", "--json", *options)
         self.assertEqual(result.returncode, 0, result.stderr)
         return json.loads(result.stdout), Path("OUT.BIN").read_bytes()
@@ -153,7 +153,7 @@ class Join(Case):
         self.assertEqual([sector[15:] for sector in sectors[23:28]], [b"\2" + form[i * 2336:][:2336] for i in range(5)])
         self.assertEqual(run("check", "--full", "out.cue").returncode, 1)  # Noise has no codes of mode 2.
         self.write(file("d.iso") + track(1, "MODE1/2048"), d_iso=user)
-        self.assertEqual(self.join("--force")[1], user)  # Tracks of one size keep it.
+        self.assertEqual(self.join("--force")[1], user)  # Sectors are not widened if all have one size.
 
     def test_texts(self):
         title, performer = 'Bonus Track 12" Mix', "Björk \\ Ørsted"
@@ -225,7 +225,7 @@ class Join(Case):
         before = sorted(os.listdir())
         result = run("join", "in.cue", "out.cue", preexec_fn=limit)
         self.assertEqual((result.returncode, sorted(os.listdir())), (1, before), result.stderr)
-        os.truncate("in.bin", 440000 * SECTOR)  # Sparse, and long enough for a signal.
+        os.truncate("in.bin", 440000 * SECTOR)  # Sparse, and too long to copy before the signal.
         process = subprocess.Popen([*ZSIMAGE, "join", "in.cue", "out.cue"], stderr=subprocess.DEVNULL)
         deadline = time.monotonic() + 20
         while not any(name.startswith(".zsimage") for name in os.listdir()) and time.monotonic() < deadline:
@@ -298,7 +298,7 @@ class WaysIn(Case):
         found = run("check", "in.cue").stdout
         self.assertIn("line 3: the text of this TITLE line contains TRACK", found)
         self.assertIn("line 4: the text of this PERFORMER line contains INDEX", found)
-        self.assertNotIn("line 5", found)  # TITLE goes before PERFORMER.
+        self.assertNotIn("line 5", found)  # The component looks for TITLE before PERFORMER.
         self.assertIn("2 lines", run("info", "in.cue").stdout)
 
     def test_tables_fit_terminals(self):

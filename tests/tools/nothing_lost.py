@@ -105,7 +105,7 @@ def try_stale_text(command):
 
 
 def try_unreadable_text():
-    """Texts that cannot be read are not left out without a word."""
+    """Texts that cannot be read make the command fail; they are not left out silently."""
     Path("disc.cdt").write_text("packs")
     os.chmod("disc.cdt", 0)
     before = fill([])
@@ -129,7 +129,7 @@ def try_write_protected(command, names):
 
 
 def try_closed_pipe():
-    """The first lines fill the buffer of standard output while later tracks are extracted."""
+    """The buffer of standard output fills up, and its write fails, while later tracks are extracted."""
     Path("many.cue").write_text('FILE "disc.bin" BINARY\n' + "".join(
         f"TRACK {i} AUDIO\nINDEX 01 00:00:{i % 20:02}\n" for i in range(1, 100)))
     fill([f"session-1-track-{i:02}.bin" for i in range(1, 100)])
@@ -143,7 +143,7 @@ def try_closed_pipe():
 
 
 def try_file_of_another_user():
-    """In a folder such as /tmp, a file that all may write is replaced by its owner alone."""
+    """In a folder such as /tmp, only the owner may replace a file, even if others may write it."""
     if os.getuid() != 0:
         return
     for path in (".", os.path.dirname(ZSIMAGE[-1])):
@@ -167,7 +167,7 @@ def try_full_disk(command, names, fresh):
             before = {path: old if content()[path] == old else replaced(fresh)[path] for path, old in before.items()}
         expect_kept(f"no file above {limit} bytes", command, before, result)
     if subprocess.call("mount -t tmpfs -o size=68k tmpfs out 2>/dev/null", shell=True) != 0:
-        return  # Mounting is not allowed here. The limits above test nearly the same.
+        return  # Mounting is not permitted here. The limits above cover nearly the same.
     try:
         fill(names)
         with open("out/filling", "wb", buffering=0) as filling, contextlib.suppress(OSError):
@@ -203,7 +203,7 @@ def try_signals(command, names, fresh):
 
 
 def try_signals_while_rendering(command, names, fresh):
-    """After a signal while there is a temporary folder, it is removed."""
+    """A temporary folder that exists at the time of a signal is removed."""
     for _ in range(5):
         before, process = fill(names), start(command + " --force")
         while process.poll() is None and not any(Path("temporary").iterdir()):

@@ -45,7 +45,7 @@ void AddCommands(Command* tool) {
 } // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGXFSZ, SIG_IGN); // A limit of file sizes then fails the write, and hidden files are removed.
+  std::signal(SIGXFSZ, SIG_IGN); // A write beyond the limit of file sizes then fails, and hidden files are removed.
   try {
     Command tool("zsimage", kDescription);
     AddCommands(&tool);
@@ -54,8 +54,8 @@ int main(int argc, char** argv) {
       FlushStandardOutput();
     }
     return status;
-  } catch (const Failure& failure) {
-    return failure.Report();
+  } catch (const imagefile::Error& failure) {
+    return Report(failure);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "zsimage: %s\n", error.what());
     return kExitFailure;

@@ -6,7 +6,8 @@
 
 namespace {
 
-/// Returns the check digit of the first twelve digits: their sum with weights 1 and 3 in turn, up to the next ten.
+/// Returns the check digit for the first twelve digits. With it, the sum of all digits with the weights 1, 3, 1, 3 and
+/// so on is a multiple of ten.
 char CheckDigit(std::string_view digits) {
   int sum = 0;
   for (std::size_t i = 0; i < 12; ++i) {

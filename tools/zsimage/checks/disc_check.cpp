@@ -19,12 +19,12 @@
 
 namespace {
 
-constexpr ULONG kSampleRuns = 32; ///< Runs of a track that are checked.
+constexpr ULONG kSampleRuns = 32; ///< Number of runs in the sample of a track.
 constexpr ULONG kRunSectors = 16;
-constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< Red Book.
+constexpr ULONG kShortestTrack = 4 * kFramesPerSecond; ///< 4 seconds (Red Book).
 constexpr ULONG kUsualDisc = 80 * kFramesPerMinute;
-constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< The times of CDs end here; longer images are not CDs.
-constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause, and the two blocks at the end of such a recording.
+constexpr ULONG kLongestDisc = 100 * kFramesPerMinute; ///< Limit of times on a CD; longer images are not CDs.
+constexpr ULONG kTrackAtOnceGap = 152;                 ///< Pause of 2 seconds and two run-out blocks.
 
 /// Returns the position of a track's pregap in the data file.
 std::int64_t StartOf(const zsimagefileinfo& info, const ZSTRACK& track) {
@@ -58,7 +58,7 @@ void CheckLength(const ZSTRACK& track, const TrackExtent& extent, Findings* find
   }
 }
 
-/// Returns the parts of a track that are checked: all of it, or a sample from its first to its last sector.
+/// Returns the runs of a track to check: all sectors, or a sample spread evenly from the first to the last sector.
 std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
   if (full || track.sectors <= kSampleRuns * kRunSectors) {
     return {track};
@@ -94,7 +94,7 @@ private:
   struct Work {
     std::size_t report; ///< Index of the track's report.
     ZSMODETYPE mode;
-    ULONG lba; ///< Of the first sector.
+    ULONG lba; ///< Position of the first sector.
     SectorRun run;
   };
 
@@ -118,7 +118,7 @@ private:
     m_discEnd = previous == nullptr ? 0 : ULONG{previous->dwEndLBA};
   }
 
-  /// Compares the end of a track with the start of the next, of which `report` is.
+  /// Compares the end of a track with the start of the next. @param report Report of the next track.
   void CompareTracks(const ZSTRACK& previous, const ZSTRACK& track, TrackReport* report) const {
     const std::int64_t start = StartOf(m_info, track);
     const std::int64_t gap = start - previous.dwEndLBA - std::max(LONG{previous.Postgap}, 0);
@@ -218,8 +218,8 @@ private:
     });
   }
 
-  /// A file system states its size, which shows that an image was cut off. On discs of several tracks the volume may
-  /// include other tracks.
+  /// Compares the size that a file system states with that of its track, which is smaller if the image was cut off.
+  /// Only for discs of one track: the volume may include other tracks.
   void CheckVolume() {
     constexpr ULONG kDescriptorSector = 16; // ECMA-119: the primary volume descriptor.
     constexpr std::size_t kVolumeSize = 80;
@@ -260,7 +260,7 @@ private:
     try {
       CheckPacks(ReadContent(companion, kLargestPackFile), &m_report.findings);
     } catch (const Failure& failure) {
-      m_report.findings.AddFault("cdtext", "{}", failure.what());
+      m_report.findings.AddFault("cdtext", "{}", MessageOf(failure));
     }
   }
 
@@ -272,7 +272,7 @@ private:
   DiscReport m_report;
   std::vector<Work> m_work;
   ULONG m_discEnd = 0; ///< End of the last track.
-  UHYPER m_end = 0;    ///< Byte of the data file after all tracks.
+  UHYPER m_end = 0;    ///< Offset in the data file after all tracks.
   UINT m_lastSize = 0; ///< Block size of the last track.
 };
 

@@ -1,18 +1,18 @@
 /// @file
-/// Whether an image can be trusted: its description against itself and against its data file, and the sectors against
-/// what they state about themselves.
+/// Checks of an image: whether its description is consistent and matches its data file, and whether the sectors match
+/// their own headers and codes.
 #pragma once
 
 #include "checks/findings.h"
 #include "image/image_record.h"
 
 struct TrackReport {
-  unsigned session; ///< From 1, as the number.
-  unsigned number;
+  unsigned session;  ///< From 1.
+  unsigned number;   ///< Of the track in the session, from 1.
   std::string mode;  ///< In words.
   ULONG sectors;     ///< From index 1 to the end.
   ULONG checked;     ///< Sectors that were checked.
-  bool canBeChecked; ///< False if its sectors have nothing to check.
+  bool canBeChecked; ///< False if nothing in its sectors can be checked.
   Findings findings;
 };
 

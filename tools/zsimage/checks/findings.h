@@ -1,5 +1,5 @@
 /// @file
-/// What a check found.
+/// Faults and remarks that a check has found.
 #pragma once
 
 #include <algorithm>

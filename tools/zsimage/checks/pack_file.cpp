@@ -8,10 +8,10 @@
 
 namespace {
 
-constexpr std::size_t kCheckedBytes = 16; ///< Of a pack; two check bytes follow.
+constexpr std::size_t kCheckedBytes = 16; ///< Bytes of a pack that its two check bytes cover.
 constexpr std::size_t kGroupBytes = 96;   ///< Four packs as symbols of six bits, one a byte (Red Book, R to W).
 constexpr BYTE kSizePack = 0x8F;
-constexpr std::size_t kLastTrackByte = 6; ///< Of the first size pack.
+constexpr std::size_t kLastTrackByte = 6; ///< Offset in the first size pack.
 
 BYTE ByteAt(std::string_view bytes, std::size_t index) { return static_cast<BYTE>(bytes[index]); }
 
@@ -27,17 +27,17 @@ unsigned PackCrc(std::string_view pack) {
   return ~crc & 0xFFFFU;
 }
 
-/// Whether bytes are packs that are spread over the sub-channel. The first pack has a type from 0x80 to 0x8F. The two
-/// upper bits of a symbol may be those of channels P and Q.
+/// Returns whether bytes are packs in sub-channel form, six bits of a pack in each byte. The first pack has a type from
+/// 0x80 to 0x8F, so the first symbol is 0x20 to 0x23. The two upper bits of a byte may be those of channels P and Q.
 bool IsSpread(std::string_view bytes) { return bytes.size() >= kGroupBytes && (ByteAt(bytes, 0) & 0x3C) == 0x20; }
 
-/// Whether a pack is the first of a disc: number 0 of block 0.
+/// Returns whether a pack is the first of a disc: number 0 of block 0.
 bool IsFirst(std::string_view pack) {
   return (ByteAt(pack, 0) & 0xF0) == 0x80 && pack[2] == 0 && (ByteAt(pack, 3) & 0x70) == 0;
 }
 
-/// Joins packs that are spread over the sub-channel, each of them once. A disc repeats them, and the bytes may begin
-/// anywhere in between.
+/// Joins the symbols of packs in sub-channel form. A disc repeats its packs, and the bytes may begin with any of them;
+/// the result begins with the first pack and contains each pack once.
 std::string JoinPacks(std::string_view bytes) {
   std::vector<std::string> packs;
   for (std::size_t begin = 0; begin + kGroupBytes / 4 <= bytes.size(); begin += kGroupBytes / 4) {
@@ -56,7 +56,7 @@ std::string JoinPacks(std::string_view bytes) {
   std::set<std::string> known;
   for (const std::string& pack : packs) {
     if (!joined.empty() && pack == packs.front()) {
-      break; // All that follows is repeated.
+      break; // The rest is a repetition.
     }
     joined += known.insert(pack).second ? pack : "";
   }

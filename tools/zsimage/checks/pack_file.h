@@ -1,5 +1,5 @@
 /// @file
-/// CD-Text packs and files of them.
+/// Files of CD-Text packs.
 #pragma once
 
 #include <string>
@@ -14,7 +14,7 @@ inline constexpr UHYPER kLargestPackFile = 16U << 20; ///< Far more than the lea
 struct PackFile {
   std::string packs; ///< Bytes, as in a .cdt file. Packs in sub-channel form are joined, each of them once.
   Findings findings;
-  unsigned tracks = 0; ///< Last track that the size packs name; 0 without size packs.
+  unsigned tracks = 0; ///< Last track according to the size packs; 0 without size packs.
 
   /// Returns the words of the first fault; empty if there is none.
   std::string FirstFault() const;
@@ -23,5 +23,5 @@ struct PackFile {
 /// Reads a file of packs, or standard input for "-", and checks it. @throws Failure if it cannot be read.
 PackFile ReadPackFile(const std::string& path);
 
-/// Checks the number of packs and their check bytes (Red Book). Packs without check bytes have zeros there.
+/// Checks the number of packs and their check bytes (Red Book). Packs without check bytes have zeros instead.
 void CheckPacks(std::string_view packs, Findings* findings);

@@ -10,7 +10,7 @@ using namespace raw_sector;
 
 namespace {
 
-// Of mode 2, from the sub-header on.
+// Bytes of a mode 2 sector, from the sub-header on, that the error detection code covers.
 constexpr std::size_t kForm1Checked = 2056;
 constexpr std::size_t kForm2Checked = 2332;
 
@@ -65,7 +65,7 @@ void SectorCheck::CheckHeader(const BYTE* sector, ULONG lba) {
   }
 }
 
-/// The form of a sector whose two copies of the sub-header differ is unknown.
+/// Checks a sector of mode 2, unless the two copies of its sub-header differ: then its form is unknown.
 void SectorCheck::CheckMode2(const BYTE* subHeader, ULONG lba) {
   const bool isEqual = std::equal(subHeader, subHeader + kSubHeaderBytes, subHeader + kSubHeaderBytes);
   m_subHeader.Add(!isEqual, lba);

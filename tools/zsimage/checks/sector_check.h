@@ -1,20 +1,20 @@
 /// @file
-/// What data sectors state about themselves (ECMA-130): synchronization, header, sub-header, error detection code.
+/// Checks of sectors (ECMA-130): synchronization, header, sub-header, error detection code.
 #pragma once
 
 #include "checks/findings.h"
 #include "disc/records.h"
 
-/// Returns the number of 32 bits that begins at `bytes`.
+/// Returns the little-endian number of 32 bits at `bytes`.
 std::uint32_t LittleEndian32(const BYTE* bytes) noexcept;
 
-/// Checks the sectors of one track, and reports in the end how many of them have which fault.
+/// Check of the sectors of one track. Counts the sectors with each kind of fault, and reports the counts.
 class SectorCheck {
 public:
   /// @param blockSize Bytes of a sector in the file.
   SectorCheck(ZSMODETYPE mode, UINT blockSize);
 
-  /// Whether sectors of this mode and size have anything to check.
+  /// Returns whether sectors of this mode and size have anything to check.
   bool HasWork() const noexcept { return m_layout != Layout::Nothing; }
   /// Bytes of each sector that CheckSector reads.
   UINT Size() const noexcept { return m_size; }
@@ -50,5 +50,5 @@ private:
   Tally m_mode;
   Tally m_subHeader;
   Tally m_edc;
-  Tally m_withoutEdc; ///< Those of `m_edc` that have zeros in place of the code.
+  Tally m_withoutEdc; ///< Sectors of `m_edc` whose code is zero.
 };

@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr std::size_t kColumn = 26;      ///< Where the help explains options.
-constexpr std::size_t kLongExample = 24; ///< Longer names have their words in the next line.
+constexpr std::size_t kColumn = 26;      ///< Column of the descriptions in the help.
+constexpr std::size_t kLongExample = 24; ///< Longer names have their description in the next line.
 
-const Command& AsCommand(const CLI::App& app) { return static_cast<const Command&>(app); } // All of them are.
+const Command& AsCommand(const CLI::App& app) { return static_cast<const Command&>(app); } // All are Commands.
 
 std::string SectionText(const Command::Section& section) {
   std::size_t width = 0;
@@ -29,7 +29,7 @@ std::string SectionText(const Command::Section& section) {
   return text;
 }
 
-/// The help as CLI11 has it, with the sections of a command before the footer.
+/// The help of CLI11, with the sections of a command before the footer.
 class HelpFormatter : public CLI::Formatter {
 public:
   HelpFormatter() {
@@ -166,9 +166,9 @@ std::string Describe(const CLI::Option& option) {
 int RunCommandLine(Command* tool, int argc, char** argv) {
   try {
     tool->parse(argc, argv);
-  } catch (const CLI::RuntimeError& error) { // The status of a command.
+  } catch (const CLI::RuntimeError& error) { // Has the exit status of a command.
     return error.get_exit_code();
-  } catch (const CLI::ParseError& error) { // Success when the help was asked for.
+  } catch (const CLI::ParseError& error) { // The exit status is 0 for --help and --version.
     return tool->exit(error) == 0 ? 0 : kExitUsage;
   }
   return 0;

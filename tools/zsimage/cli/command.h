@@ -1,6 +1,6 @@
 /// @file
-/// The tree of commands. It parses the command line, and the help, the manual page and the completions of shells are
-/// rendered from it.
+/// The tree of commands. It parses the command line; the help, the manual page and the shell completions are rendered
+/// from it.
 #pragma once
 
 #include <functional>
@@ -11,10 +11,10 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-/// A command with its options, its examples and the commands below it.
+/// A command with its options, examples and subcommands.
 class Command : public CLI::App {
 public:
-  /// What the help shows below the options of a command: an example or a name, and what it means.
+  /// Line in a section of the help, below the options: an example or a name, and its meaning.
   struct Entry {
     std::string name;
     std::string words;
@@ -32,26 +32,26 @@ public:
 
   /// Adds the argument IMAGE. Failures are reported as those of the image.
   void AddImage(std::string* path);
-  /// Adds the argument SHEET in its place.
+  /// Adds the argument SHEET instead of IMAGE.
   void AddSheet(std::string* path);
   void AddImages(std::vector<std::string>* paths);
-  /// Adds an option or argument that names a file or folder, and refuses the empty name of an unset variable in a
-  /// script.
+  /// Adds an option or argument that names a file or folder. An empty name is refused: in a script, it is often an
+  /// unset variable.
   CLI::Option* AddName(const std::string& option, std::string* name, const std::string& words);
   /// Adds the option --json. Failures are printed as JSON as well.
   void AddJson(bool* json, const std::string& words);
   void AddForce(bool* force) { add_flag("-f,--force", *force, "Replace existing files"); }
 
-  /// Sets what the command does. Its result is the exit status of the tool.
+  /// Sets the function that runs the command. Its result is the exit status of the tool.
   void OnRun(const std::function<int()>& run);
 
-  /// What the help shows, in its order.
+  /// The subcommands, options, arguments and sections that the help shows, in its order.
   std::vector<const Command*> Commands() const;
   std::vector<const CLI::Option*> Options() const;
   std::vector<const CLI::Option*> Arguments() const;
   const std::vector<Section>& Sections() const noexcept { return m_sections; }
 
-  /// The command after those that it belongs to: "zsimage cdtext decode".
+  /// Returns the name with the names of the parents: "zsimage cdtext decode".
   std::string FullName() const;
 
 private:
@@ -63,7 +63,7 @@ private:
 inline bool HasValue(const CLI::Option& option) { return !option.get_type_name().empty(); }
 /// Returns the names of an option, dashes included, the long one last.
 std::vector<std::string> NamesOf(const CLI::Option& option);
-/// Returns the description of an option, and whether it is required or what it is by default.
+/// Returns the description of an option, and whether it is required or its default.
 std::string Describe(const CLI::Option& option);
 
 /// Parses the command line and runs its command. @return the exit status.

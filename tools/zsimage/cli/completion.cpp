@@ -8,8 +8,8 @@ namespace {
 
 constexpr const char* kImages = "iso|cue|nrg|ccd|mds|zsi";
 
-/// Returns what completes an argument or the value of an option: extensions of files separated by bars, "*" for any
-/// file, "/" for folders, nothing for all else.
+/// Returns the candidates for an argument or for the value of an option: file extensions separated by bars, "*" for any
+/// file, "/" for folders, and empty for other values.
 std::string Candidates(const CLI::Option& option) {
   const std::string kind = option.nonpositional() ? option.get_type_name() : option.get_name(true);
   if (kind == "IMAGE") {
@@ -24,7 +24,7 @@ std::string Candidates(const CLI::Option& option) {
   return kind == "FILE" ? "*" : kind == "FOLDER" ? "/" : "";
 }
 
-/// Calls `visit` for a command and all below it.
+/// Calls `visit` for a command and all its subcommands.
 template <class Visit> void Walk(const Command& command, const Visit& visit) {
   visit(command);
   for (const Command* child : command.Commands()) {
@@ -32,7 +32,7 @@ template <class Visit> void Walk(const Command& command, const Visit& visit) {
   }
 }
 
-/// Returns the branch of one command in bash's table: its words, and what completes its arguments.
+/// Returns the case branch of one command for bash: its words, and the candidates for its arguments.
 std::string BashCommand(const Command& command) {
   std::vector<std::string> words;
   for (const Command* child : command.Commands()) {
@@ -46,7 +46,7 @@ std::string BashCommand(const Command& command) {
                      arguments.empty() ? "" : Candidates(*arguments.front()));
 }
 
-/// Returns the branches of the options that need a value.
+/// Returns the case branches of the options that need a value.
 std::string BashValues(const Command& command) {
   std::string branches;
   for (const CLI::Option* option : command.Options()) {
@@ -60,7 +60,8 @@ std::string BashValues(const Command& command) {
   return branches;
 }
 
-/// Finds the command in the words before the cursor, then what completes the word at the cursor. Braces are doubled.
+/// Finds the command in the words before the cursor, then the candidates for the word at the cursor. Braces are doubled
+/// for fmt::format.
 constexpr const char kBash[] = R"(# Completion of zsimage for bash, rendered from the tree of commands.
 _zsimage() {{
   local cur=${{COMP_WORDS[COMP_CWORD]}} prev=${{COMP_WORDS[COMP_CWORD-1]}} command=zsimage word words wanted
@@ -92,7 +93,7 @@ _zsimage() {{
 complete -F _zsimage zsimage
 )";
 
-/// Escapes what would end a single-quoted argument of zsh, or one of its parts.
+/// Escapes the characters that would end a single-quoted argument of zsh or a part of it.
 std::string ZshText(const std::string& text) {
   std::string escaped;
   for (const char c : text) {

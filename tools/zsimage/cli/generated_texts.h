@@ -7,6 +7,6 @@
 /// Returns the manual page as roff text in the macros of man(7).
 std::string ManualPage(const Command& tool);
 
-/// Return the functions by which two shells complete the tool's command line.
+/// Return the completion functions of the two shells.
 std::string BashCompletion(const Command& tool);
 std::string ZshCompletion(const Command& tool);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Escapes what roff would interpret.
+/// Escapes the characters that roff would interpret.
 std::string Escaped(std::string_view text) {
   std::string escaped;
   for (const char c : text) {
@@ -24,7 +24,7 @@ std::string Escaped(std::string_view text) {
 std::string Bold(std::string_view text) { return "\\fB" + Escaped(text) + "\\fR"; }
 std::string Italic(std::string_view text) { return "\\fI" + Escaped(text) + "\\fR"; }
 
-/// Returns a term, which is roff text, and its explanation.
+/// Returns a paragraph of a term, which is roff text, and its explanation, which is plain text.
 std::string Definition(std::string_view term, std::string_view words) {
   return fmt::format(".TP\n{}\n{}\n", term, Escaped(words));
 }
@@ -51,7 +51,7 @@ std::string Options(const Command& command) {
     text += Definition(Italic(argument->get_name(true)), Describe(*argument) + ".");
   }
   for (const CLI::Option* option : command.Options()) {
-    if (option != command.get_help_ptr() || command.get_parent() == nullptr) { // All commands have a help.
+    if (option != command.get_help_ptr() || command.get_parent() == nullptr) { // --help is described once.
       text += Definition(OptionNames(*option), Describe(*option) + ".");
     }
   }
@@ -66,7 +66,7 @@ std::string Entries(const Command::Section& section) {
   return text;
 }
 
-/// Describes all commands that have no others below them.
+/// Describes all commands that have no subcommands.
 std::string Commands(const Command& parent) {
   std::string text;
   for (const Command* command : parent.Commands()) {
@@ -88,7 +88,7 @@ std::string Commands(const Command& parent) {
 std::string ManualPage(const Command& tool) {
   const std::string& name = tool.get_name();
   const std::string words = tool.get_description();
-  const std::size_t end = words.find(".\n\n"); // Of the first sentence.
+  const std::size_t end = words.find(".\n\n"); // End of the first sentence.
   std::string summary = words.substr(0, end);
   summary[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(summary[0])));
   std::string page = fmt::format(

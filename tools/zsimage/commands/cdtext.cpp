@@ -35,7 +35,7 @@ int RunDecode(const DecodeOptions& options) {
                                             static_cast<UINT>(file.packs.size()), sheet.get()),
         options.packs);
   while (!options.tracks && sheet->nTracks > file.tracks && !HasText(sheet->pZSTracks[sheet->nTracks - 1])) {
-    --sheet->nTracks; // The track owns nothing.
+    --sheet->nTracks; // The track has no texts.
   }
   if (options.json) {
     PrintSheetJson(*sheet);
@@ -44,7 +44,7 @@ int RunDecode(const DecodeOptions& options) {
   }
   for (const Finding& finding : file.findings) {
     if (finding.isFault) {
-      Failure(options.packs, finding.words, ZSE_FAILED).Report();
+      Report(Failure(options.packs, finding.words, ZSE_FAILED));
     } else {
       Note(finding.words);
     }

@@ -45,15 +45,15 @@ void PrintReportJson(const std::string& path, const DiscReport& report, bool isL
   });
 }
 
-/// Returns a line for each finding. Findings with the same words share one.
+/// Returns one line for all findings that have the same words.
 std::string RenderFindings(const DiscReport& report) {
   struct Line {
-    std::string subject; ///< Of the first finding.
+    std::string subject; ///< Subject of the first finding.
     const Finding* finding;
     unsigned others;
   };
   std::vector<Line> lines;
-  std::map<std::string, std::size_t> indexes; // Of lines, by their words.
+  std::map<std::string, std::size_t> indexes; // Words to the index in `lines`.
   const auto add = [&](const std::string& subject, const Findings& findings) {
     for (const Finding& finding : findings) {
       const auto [known, isNew] = indexes.emplace(finding.words, lines.size());
@@ -77,7 +77,7 @@ std::string RenderFindings(const DiscReport& report) {
   return page;
 }
 
-/// Says how many sectors were checked, and how to check all.
+/// Returns words for the number of sectors that were checked, and for how to check all.
 std::string Extent(const DiscReport& report) {
   UHYPER checked = 0;
   UHYPER all = 0;

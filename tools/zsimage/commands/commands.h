@@ -1,5 +1,5 @@
 /// @file
-/// The commands of the tool. Each function adds a command with its options and what it does.
+/// The commands of the tool. Each function adds one command: its options, its help and its action.
 #pragma once
 
 #include "cli/command.h"

@@ -41,7 +41,7 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
   if (image.Info().ZSImageFormat == ZSIMAGEFORMAT_CUE && FileSize(companion)) {
     try {
       ReadContent(companion, kLargestPackFile);
-    } catch (const Failure& failure) { // The record has no texts then.
+    } catch (const Failure& failure) { // The record was read without it.
       throw Failure(companion, failure.Words() + "; --no-cdtext leaves the texts out", failure.Code());
     }
   }
@@ -49,7 +49,7 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
   return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
 }
 
-/// Changes the record to what the new description will state: tracks numbered by their index, CD-Text or none, and the
+/// Prepares the record for the new description: numbers the tracks from 1, sets whether there is CD-Text, and sets the
 /// block size of a new data file, which has no sub-channel.
 void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
   for (unsigned session = 1; session <= sessions; ++session) {
@@ -74,7 +74,7 @@ void RequireSizes(const Host& host, const ImageRecord& image, unsigned sessions)
   }
 }
 
-/// Says why a file does not have the size of the data file that a description needs.
+/// Explains why a file does not have the size of the data file that a description needs.
 std::string ExplainSize(const ImageRecord& image, unsigned sessions, const DataFilePlan& plan,
                         const std::string& dataFile) {
   if (!IsSameFile(dataFile, image.DataFile())) {
@@ -89,7 +89,7 @@ std::string ExplainSize(const ImageRecord& image, unsigned sessions, const DataF
          "; --with-data writes a file that fits";
 }
 
-/// @throws Failure if the data file that is asked for cannot belong to the description.
+/// @throws Failure if the data file that the options request does not fit the description.
 void RequireFittingData(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
                         const DataFilePlan& plan) {
   const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
@@ -188,11 +188,11 @@ int RunConvert(const ConvertOptions& options) {
   const Description description = RenderDescription(host, &image, options.output, sessions, packs);
   try {
     WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
-  } catch (const Failure& failure) {
+  } catch (const imagefile::Error& failure) {
     if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
       throw;
     }
-    throw Failure(failure.File(), failure.Words() + "; nothing of the new image has been saved", failure.Code());
+    throw Failure(failure.Path(), failure.Words() + "; nothing of the new image has been saved", failure.Code());
   }
   for (const std::string& loss : losses) {
     Note(loss);

@@ -14,7 +14,7 @@ constexpr const char* kNoTracks = "it has no tracks in its first session";
 
 std::string NameOf(unsigned track, unsigned session) { return fmt::format("track {} of session {}", track, session); }
 
-/// Says why the sectors of these sessions cannot be in one file; empty if they can.
+/// Explains why one file cannot contain the sectors of these sessions; empty if it can.
 std::string FindSizeConflict(const ImageRecord& image, unsigned sessions) {
   if (sessions == 0 || Tracks(image.Session(1)).empty()) {
     return kNoTracks;
@@ -63,7 +63,7 @@ private:
       m_plan.conflict = name + " begins before the end of the track before it";
       return;
     }
-    // Sectors that the image has before the track, such as its pregap, are kept as far as they fill the gap.
+    // Sectors that the image has before the track, such as its pregap, are copied: at most as many as the gap has.
     const UHYPER kept = std::min<UHYPER>(static_cast<UHYPER>(gap), (extent.begin - m_sourceEnd) / extent.blockSize);
     const SectorRun run{extent.begin - kept * extent.blockSize,
                         static_cast<ULONG>(kept) + extent.sectors + static_cast<ULONG>(postgap), extent.blockSize, 0,
@@ -79,8 +79,8 @@ private:
 
   const ImageRecord& m_image;
   DataFilePlan& m_plan;
-  std::int64_t m_position = 0; ///< Of the description, after all that is laid out.
-  UHYPER m_sourceEnd;          ///< Byte of the image after it.
+  std::int64_t m_position = 0; ///< Next free position of the description.
+  UHYPER m_sourceEnd;          ///< Offset in the image's data file after the last piece.
 };
 
 void WriteSilence(UHYPER bytes, ProgressBar* progress, OutputFile* file) {

@@ -21,16 +21,17 @@ struct DataFilePlan {
   UINT storedSize = 0;  ///< Bytes of one sector in the image.
   UINT blockSize = 0;   ///< Bytes of one sector in the new file: a raw sector at most.
   std::string conflict; ///< Why no file can contain the tracks as they are described; empty if one can.
-  std::string shortage; ///< What the image lacks; empty if it has all sectors.
+  std::string shortage; ///< Which sectors the image lacks; empty if it has all.
 
   UHYPER Sectors() const noexcept;
   UHYPER Bytes() const noexcept { return Sectors() * blockSize; }
   UHYPER StoredBytes() const noexcept { return Sectors() * storedSize; }
 };
 
-/// Plans the data file for the first sessions of an image. Of sectors above 2352 bytes it has no sub-channel, which
-/// neither kind of description can state. @throws Failure if the tracks differ in block size.
+/// Plans the data file for the first sessions of an image. The file has no sub-channel: sectors above 2352 bytes are
+/// cut to 2352, since neither a CUE sheet nor a TOC file can state one in the sectors. @throws Failure if the tracks
+/// differ in block size.
 DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions);
 
-/// Writes the data file. @throws Failure if that fails or the user cancels.
+/// Writes the data file. @throws Failure if a sector cannot be read or written, or the user cancels.
 void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, OutputFile* file);

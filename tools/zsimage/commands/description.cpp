@@ -19,7 +19,7 @@ namespace {
 
 constexpr UHYPER kLargestDescription = 256U << 20;
 
-/// Writes the description to a path. Whether that succeeded shows in the file.
+/// Writes the description to a path. E_FAIL is ignored: the caller checks the content of the file instead.
 void Write(const Host& host, ImageRecord* image, const std::string& path, const std::string& packs) {
   std::string bytes = packs; // The component reads them through a pointer that is not const.
   auto* text = bytes.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(bytes.data());
@@ -29,11 +29,11 @@ void Write(const Host& host, ImageRecord* image, const std::string& path, const 
         result == S_FALSE || result == ZSE_FAILED ? "the image has no session to describe" : "");
 }
 
-/// Returns what a description can say about a mode: audio, mode 1, mode 2.
+/// Returns the part of a mode that descriptions distinguish: audio, mode 1 or mode 2.
 int ModeClass(ZSMODETYPE mode) { return (mode & ZSMODE_2) != 0 ? int{ZSMODE_2} : static_cast<int>(mode); }
 
-/// Whether a track is read back as it was described. The block size of TOC files is always 2352, which FindLosses
-/// reports. @param next The track after it in the session; null for the last.
+/// Returns whether a track is read back as it was described. The block size of a TOC file is not compared: it is always
+/// 2352, and FindLosses reports a difference. @param next The track after it in the session; null for the last.
 bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, bool isSheet) {
   if (track.dwLBA != found.dwLBA || ModeClass(track.Mode) != ModeClass(found.Mode)) {
     return false;
@@ -41,7 +41,7 @@ bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, boo
   if (!isSheet) {
     return track.dwEndLBA == found.dwEndLBA;
   }
-  // Sectors before the next track that a sheet cannot mark count to this one. The last track ends with the data file.
+  // A pregap that a sheet cannot mark becomes part of the track before it. The last track ends with the data file.
   return track.BlockSize == found.BlockSize &&
          (next == nullptr || (found.dwEndLBA >= track.dwEndLBA && found.dwEndLBA <= next->dwLBA));
 }
@@ -92,7 +92,7 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
                               const std::string& packs) {
   const bool isSheet = IsSheet(path);
   image->Info().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
-  // The content depends on the name of the file and not on its folder.
+  // The content depends on the name of the file alone, so it can be rendered in any folder.
   const ScratchFolder scratch;
   const std::string copy = scratch.Path(FileName(path));
   Write(host, image, copy, packs);
@@ -129,7 +129,7 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
 
 void MarkSilence(ImageRecord* image, unsigned sessions) {
   for (const ZSCUESHEET* sheet : image->Sessions(sessions)) {
-    ULONG silence = 0; // Sectors before the end of the track that are not in the file.
+    ULONG silence = 0; // Sectors of PREGAP lines up to the track; they are not in the file.
     for (ZSTRACK& track : Tracks(*sheet)) {
       const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image->Info(), track));
       track.Pregap += std::max(static_cast<LONG>(silence - before), 0);

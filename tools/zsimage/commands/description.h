@@ -7,8 +7,8 @@
 
 #include "image/image_record.h"
 
-/// Whether a path is that of a CUE sheet, and not that of a TOC file. @throws Failure for the extension of neither, and
-/// for a name that a description cannot contain.
+/// Returns whether a path has the extension of a CUE sheet; if not, it has that of a TOC file. @throws Failure for any
+/// other extension, and for a name that a description cannot contain.
 bool IsSheet(const std::string& path);
 
 struct Description {
@@ -19,19 +19,20 @@ struct Description {
 /// Renders the description of the first sessions of an image, and reads it back. Changes the format and the data file
 /// of the record.
 /// @param path Where the description will be. @param packs Bytes of CD-Text packs, which only a TOC file contains.
-/// @throws Failure if it does not describe the same tracks.
+/// @throws Failure if the description does not state the same tracks.
 Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
                               const std::string& packs);
 
 /// Returns the path of the CD-Text companion that a sheet names.
 std::string CompanionOf(const std::string& path);
 
-/// Finds existing files that a reader would use as the CD-Text of a new sheet, in any case, except its own companion.
+/// Finds existing files that a reader would use as the CD-Text of a new sheet: its name with .CDT, in upper or
+/// lower case, except the companion that the tool writes.
 /// @param own Path of the companion; empty for none. @throws Failure if there are any, without `force`.
 std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force);
 
-/// Counts the silence of PREGAP lines, which the new data file contains, to the pregaps of a sheet's tracks. Moves
-/// their ends, which are positions in the old file, as the lines move their starts.
+/// Adds the silence of PREGAP lines to the pregaps of the tracks, since the new data file contains it. PREGAP lines
+/// move the start of a track and not its end, which is a position in the old file; this moves the end as well.
 void MarkSilence(ImageRecord* image, unsigned sessions);
 
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.

@@ -23,7 +23,7 @@ struct ExtractOptions {
   UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
   std::string output;
   std::string folder; ///< For all tracks; empty for one track.
-  std::string format; ///< A name of kTrackFormats; empty for what the extension of the output stands for.
+  std::string format; ///< A name of kTrackFormats; empty to choose by the extension of the output.
   bool swap = false;
   bool partial = false;
   bool force = false;
@@ -66,7 +66,7 @@ std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& option
   return jobs;
 }
 
-/// @throws Failure for data as sound and for sound as data.
+/// @throws Failure if a data track should become a sound file, or an audio track an ISO image.
 void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
   if (IsSound(job.format) && track.Mode != ZSMODE_AUDIO) {
     Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
@@ -78,14 +78,14 @@ void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRAC
   }
 }
 
-/// Returns the block size that a job needs if none is asked for; 0 for whole sectors.
+/// Returns the bytes to save of each sector: what the format needs, or the requested size. 0 for whole sectors.
 UINT BlockSizeOf(const Job& job, UINT asked) {
   return IsSound(job.format)                                 ? UINT{ZSFILEBLOCKSIZE_2352}
          : job.format == TrackFormat::UserData && asked == 0 ? UINT{ZSFILEBLOCKSIZE_2048}
                                                              : asked;
 }
 
-/// Returns the sectors of a track and the bytes of them that are asked for. @throws Failure if they have no such bytes.
+/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes.
 SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
   const TrackExtent& extent = job.extent;
   const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
@@ -112,8 +112,8 @@ SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job,
   return run;
 }
 
-/// Leaves sectors out of a run that are after the end of the data file. @throws Failure if that is not asked for, or
-/// all are.
+/// Removes the sectors after the end of the data file from a run. @throws Failure if there are any without `partial`,
+/// or if no sector is left.
 void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* run) {
   const ULONG missing = run->sectors == 0 ? job.extent.missing : MissingSectors(image.DataFile(), *run);
   if (missing == 0) {
@@ -161,7 +161,7 @@ void Extract(const Host& host, const ImageRecord& image, const Job& job, const E
     throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
   }
   CutRun(image, job, options.partial, &run);
-  { // Ends before anything is printed: a closed pipe ends the process, and the file may have hidden files.
+  { // The scope ends before anything is printed: a closed pipe would end the process and leave hidden files.
     OutputFile file(job.target, run.Bytes(), options.force);
     WriteRun(host, image, job, run, options.swap, &file);
     file.Publish();
@@ -172,7 +172,7 @@ void Extract(const Host& host, const ImageRecord& image, const Job& job, const E
   }
 }
 
-/// Creates a folder. Folders that this creates, and that have no files in the end, are removed.
+/// Folder that tracks are saved to. The destructor removes those of the created folders that are empty.
 class TargetFolder {
 public:
   explicit TargetFolder(const std::string& path) : m_path(path) {
@@ -200,20 +200,20 @@ public:
   }
 
 private:
-  InterruptWatch m_watch; ///< A signal must not end the process while there is an empty folder.
+  InterruptWatch m_watch; ///< A signal must not end the process while an empty folder exists.
   std::string m_path;
   std::vector<std::string> m_missing; ///< The folder and those above it, the deepest first.
 };
 
-/// Saves one file after the other. @return the exit status.
+/// Saves all tracks; a failure of one does not stop the others. @return the exit status.
 int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
                const ExtractOptions& options) {
   int status = 0;
   for (const Job& job : jobs) {
     try {
       Extract(host, image, job, options);
-    } catch (const Failure& failure) {
-      status = failure.Report();
+    } catch (const imagefile::Error& failure) {
+      status = Report(failure);
       if (failure.Code() == kCancelled || failure.Code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL)) {
         break; // The others would fail as well.
       }
@@ -229,7 +229,7 @@ int RunExtract(const ExtractOptions& options) {
   const std::vector<Job> jobs = ListJobs(image, options);
   for (const Job& job : jobs) {
     image.RefuseOwnFiles(job.target);
-    if (!options.folder.empty()) { // Saves all tracks or, if one of them cannot be written, none.
+    if (!options.folder.empty()) { // If one track cannot be written, none is saved.
       RequireWritable(job.target, options.force);
     }
   }

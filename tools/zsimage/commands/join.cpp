@@ -45,7 +45,7 @@ NewImage DescribeImage(const Host& host, ZSCUESHEET* record, const std::string& 
   NewImage image;
   const std::string packs = EncodeText(host, record, false);
   image.packs = packs.substr(0, packs.size() / kPackBytes * kPackBytes);
-  const ScratchFolder scratch; // The sheet depends on the name of the file and not on its folder.
+  const ScratchFolder scratch; // The sheet depends on the file name alone.
   const std::string copy = scratch.Path(FileName(output));
   Check(host.Sheets().CreateCueFile(Wide(copy).get(), record), copy);
   image.sheetText = ReadContent(copy, kLargestPackFile);
@@ -54,7 +54,7 @@ NewImage DescribeImage(const Host& host, ZSCUESHEET* record, const std::string& 
   return image;
 }
 
-/// Reads the new image and compares it with what should be in it. Notes texts that are missing.
+/// Reads the new image and compares its tracks with the record. Adds a note if texts are missing.
 void Verify(const Host& host, const std::string& path, SheetOfFiles* sheet) {
   const ImageRecord image(host, path);
   const auto expected = Tracks(*sheet->record);

@@ -38,7 +38,7 @@ int RunMap(const MapOptions& options) {
   const std::string picture = DrawDisc(image, KindOfImage(host, image));
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardOutput(options.output)) {
-    Print(content); // Text, which a terminal can show.
+    Print(content); // SVG is text, so a terminal may show it.
     return 0;
   }
   WriteContent(options.output, content, options.force);

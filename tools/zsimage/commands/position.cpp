@@ -25,17 +25,17 @@ struct FoundSector {
   unsigned track;
   bool isPregap;
   UHYPER byte;
-  bool isSilence; ///< Of a PREGAP line; no byte of the file is its.
-  bool isCutOff;  ///< The data file ends before it.
+  bool isSilence; ///< Silence of a PREGAP line, which is not in the file.
+  bool isCutOff;  ///< The data file ends before this sector.
 };
 
-/// Finds a sector in the first track that has it, in its pregap or after.
+/// Finds the first track that contains a sector, its pregap included.
 std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image, std::int64_t lba) {
   const UHYPER size = image.DataSize().value_or(kToEndOfFile);
   std::optional<FoundSector> found;
   for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
     unsigned number = 0;
-    ULONG silence = 0; // Of PREGAP lines up to the track.
+    ULONG silence = 0; // Sectors of PREGAP lines up to the track.
     image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
       if (extent.blockSize == 0) {
         throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
@@ -43,7 +43,7 @@ std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image
       const std::int64_t offset = lba - track.dwLBA;
       const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image.Info(), track));
       const std::int64_t own = silence > before ? silence - before : 0;
-      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The end of such a track is not known.
+      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The length of the track is not known.
       ++number;
       if (!found && offset >= -own - extent.pregap && (offset < extent.sectors || isLost)) {
         const UHYPER byte = extent.begin + static_cast<UHYPER>(offset) * extent.blockSize;
@@ -55,7 +55,7 @@ std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image
   return found;
 }
 
-/// Says why no byte of the data file is that of a sector; empty if one is.
+/// Explains why a sector has no byte in the data file; empty if it has one.
 std::string ExplainNoByte(const std::optional<FoundSector>& found, const std::string& file) {
   if (!found) {
     return " is in no track: between sessions or after the end";
@@ -77,7 +77,7 @@ int RunPosition(const PositionOptions& options) {
   if (sheets.empty() || std::any_of(sheets.begin(), sheets.end(), isEmpty)) {
     throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
   }
-  // What the component returns to hosts is the start of the track. It leaves the length unchanged if there is no track.
+  // The component returns the start of the track, not of the sector, and leaves the length unchanged without a track.
   UHYPER seek = 0;
   UHYPER length = kToEndOfFile;
   Check(host.Images().GetPositionFromLBA(&image.Info(), options.lba, &seek, &length), image.Path());
@@ -98,8 +98,8 @@ int RunPosition(const PositionOptions& options) {
   }
   if (!obstacle.empty()) {
     const bool isCutOff = found && found->isCutOff;
-    return Failure(image.Path(), sector + obstacle, isCutOff ? HRESULT_FROM_WIN32(ERROR_HANDLE_EOF) : E_INVALIDARG)
-        .Report();
+    return Report(
+        Failure(image.Path(), sector + obstacle, isCutOff ? HRESULT_FROM_WIN32(ERROR_HANDLE_EOF) : E_INVALIDARG));
   }
   return 0;
 }

@@ -94,7 +94,7 @@ Json DiscTextToJson(const ::ZSCDTEXT& text) {
 
 constexpr const char* kTracks = "pZSTracks";
 
-/// A session without its tracks.
+/// Renders a session without its tracks.
 Json SheetToJson(const ZSCUESHEET& sheet) {
   return {{"nTracks", Number(sheet.nTracks)},
           {kTracks, Json::array()},

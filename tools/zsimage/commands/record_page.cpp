@@ -73,7 +73,7 @@ void ProduceRows(const ImageRecord& image, unsigned session, const TextTable::Ro
   });
 }
 
-/// Returns a line "  Name         value"; none without a value.
+/// Returns a line "  Name         value", or nothing without a value.
 std::string Line(std::string_view name, const std::string& value) {
   return value.empty() ? "" : Coloured(fmt::format("  {:11} ", name), Colour::Dim) + value + "\n";
 }
@@ -114,7 +114,7 @@ std::string DiscIdWords(ULONG disc, ULONG firstSession) {
   return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
 }
 
-/// Says what a sheet contains and the record does not.
+/// Returns lines about the content of a sheet that the record does not have.
 std::string SheetNotes(const ImageRecord& image) {
   if (image.Info().ZSImageFormat != ZSIMAGEFORMAT_CUE) {
     return "";

@@ -19,7 +19,7 @@ std::string LibraryPath() {
   return isFound && library.dli_fname != nullptr ? library.dli_fname : "the image library";
 }
 
-/// Says why the registry cannot be used: its path is a folder, or names a folder that cannot be created.
+/// Explains why the registry cannot be used: its path is a folder, or names a folder that cannot be created.
 std::string ExplainUnusable(const std::string& registry, HRESULT result) {
   std::error_code error;
   std::filesystem::path missing = registry;
@@ -34,7 +34,7 @@ std::string ExplainUnusable(const std::string& registry, HRESULT result) {
 }
 
 /// Changes the registry. A lock file that this creates is removed if the change fails.
-/// @param words What other programs do then, with the library and the registry in braces.
+/// @param words Sentence to print after the change: a format of two texts, the library and the registry.
 int ChangeRegistration(HRESULT (*change)(), const char* words) {
   const std::string registry = RegistryPath();
   if (registry.empty()) {

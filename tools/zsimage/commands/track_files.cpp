@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr std::size_t kLongestTitle = 200; ///< Bytes; names of files have 255.
+constexpr std::size_t kLongestTitle = 200; ///< Bytes. File systems allow 255 in a name.
 
-/// Returns a title as a part of a file name on all systems.
+/// Returns a title in a form that is valid in a file name on all systems.
 std::string AsFileName(std::string title) {
   const auto isForbidden = [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos; };
   std::replace_if(title.begin(), title.end(), isForbidden, '_');

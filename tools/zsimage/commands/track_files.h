@@ -14,10 +14,10 @@ inline constexpr const char* kTrackFormats[] = {"bin", "iso", "wav", "aiff", "fl
 
 inline bool IsSound(TrackFormat format) { return format >= TrackFormat::Wave; }
 
-/// Returns the format that a name of kTrackFormats, or the extension of a path, stands for: Sectors for others.
+/// Returns the format for a name of kTrackFormats or for the extension of a path; Sectors for any other.
 TrackFormat TrackFormatOf(const std::string& name);
 
-/// Returns what the sound files of a session's tracks say about themselves.
+/// Returns the tags of the sound files for a session's tracks.
 std::vector<SoundTags> TagsOf(const ImageRecord& image, unsigned session);
 
 /// Returns the name of a sound file: "03 Title.flac", with the session before the number if there are several.

@@ -44,14 +44,6 @@ std::filesystem::file_status StatusOf(const std::string& path) {
   return std::filesystem::status(SpelledOnDisk(path), ignored);
 }
 
-std::optional<UHYPER> FileSize(const std::string& path) {
-  std::error_code error;
-  UHYPER size = std::filesystem::file_size(SpelledOnDisk(path), error); // Only regular files have one.
-  const bool isKnown =
-      !error || (std::filesystem::is_block_file(StatusOf(path)) && GetFileSize(OpenShared(path).Get(), &size));
-  return isKnown ? std::optional(size) : std::nullopt;
-}
-
 std::string ReadContent(const std::string& path, UHYPER limit) {
   if (IsStandardStream(path)) {
     return ReadStandardInput(limit);

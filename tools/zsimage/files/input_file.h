@@ -1,19 +1,15 @@
 /// @file
-/// Files that the tool reads. Paths are found as the platform layer finds them (platform/file_lookup.h).
+/// Files that the tool reads. Paths are resolved as in the platform layer (platform/file_lookup.h).
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
-#include "platform/file_lookup.h"
+#include "platform/files.h"
 
 std::filesystem::file_status StatusOf(const std::string& path);
 
-/// Returns the bytes of a regular file or block device; none for everything else.
-std::optional<UHYPER> FileSize(const std::string& path);
-
-using platform::IsSameFile;
+using platform::FileSize, platform::IsSameFile;
 
 /// Returns the content of a file, or of standard input for "-". @throws Failure if it cannot be read or is longer than
 /// `limit` bytes.

@@ -23,7 +23,7 @@
 
 namespace {
 
-/// Returns the number that GetLastError has for a value of errno.
+/// Returns the code of GetLastError that corresponds to a value of errno.
 DWORD SystemError(int error) {
   static constexpr std::pair<int, DWORD> kErrors[] = {
       {0, ERROR_SUCCESS},           {ENOENT, ERROR_FILE_NOT_FOUND}, {EACCES, ERROR_ACCESS_DENIED},
@@ -40,7 +40,7 @@ DWORD SystemError(int error) {
 /// @param written Bytes that are in the file. @param size Bytes that it should have.
 Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, UHYPER size = 0) {
   const auto target = StatusOf(path);
-  if (error == ERROR_FILENAME_EXCED_RANGE) { // No call can look at a path with such a name.
+  if (error == ERROR_FILENAME_EXCED_RANGE) { // Every call on this path fails, so this is the first test.
     return {path, "the name is too long; give a shorter one", error};
   }
   if (!std::filesystem::is_directory(StatusOf(FolderOf(path)))) {
@@ -71,12 +71,13 @@ Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, U
 }
 
 struct Target {
-  std::string path; ///< Of the file that is created or replaced; empty for a device or a pipe.
+  std::string path; ///< File to create or replace; empty for a device or a pipe.
   bool exists = false;
   struct stat status {};
 };
 
-/// Whether a file may be written and not replaced: in a folder such as /tmp, only its owner may (sticky bit, chmod(1)).
+/// Returns whether a user may not replace a file that others may write: in a folder such as /tmp, only the owner of a
+/// file may replace it (sticky bit, chmod(1)).
 bool IsReplacedByOwnerAlone(const std::string& file, const struct stat& status) {
   struct stat folder {};
   const uid_t user = geteuid();
@@ -105,7 +106,7 @@ Target FindTarget(const std::string& path, bool force) {
     target.exists = true;
     return target;
   }
-  if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // A broken link exists.
+  if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // Or a broken link.
     throw WriteFailure(path, SystemError(errno));
   }
   target.path = SpelledOnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));
@@ -113,7 +114,7 @@ Target FindTarget(const std::string& path, bool force) {
 }
 
 /// Sets the owner and permissions of a new file: those of the file that it will replace, if the user may set them, or
-/// those of new files.
+/// the defaults.
 void CopyPermissions(const Target& target, const std::string& hidden) {
   const mode_t mask = umask(0);
   umask(mask);
@@ -127,7 +128,7 @@ int MoveToFreeName(const std::string& from, const std::string& to) {
   if (link(from.c_str(), to.c_str()) == 0) {
     return unlink(from.c_str());
   }
-  if (errno != EEXIST && access(to.c_str(), F_OK) != 0) { // The file system has no links.
+  if (errno != EEXIST && access(to.c_str(), F_OK) != 0) { // The file system has no hard links.
     return rename(from.c_str(), to.c_str());
   }
   errno = EEXIST;
@@ -155,7 +156,7 @@ OutputFile::OutputFile(const std::string& path, UHYPER size, bool force) : m_pat
     m_descriptor = mkostemp(m_hidden.data(), O_CLOEXEC);
   }
   if (m_descriptor == -1) {
-    ThrowIfCancelled(); // While the pipe had no reader.
+    ThrowIfCancelled(); // A signal interrupts open while a pipe has no reader.
     throw WriteFailure(path, SystemError(errno), 0, size);
   }
   if (!m_hidden.empty()) {
@@ -214,7 +215,7 @@ void OutputFile::Publish() {
     return;
   }
   const bool replaces = m_force && access(m_target.c_str(), F_OK) == 0;
-  // The system may report only now that the disk is full. Content that replaces a file must be on the disk first.
+  // These calls may be the first to report a full disk. Content that replaces a file must be on the disk first.
   bool isGood = !replaces || fsync(m_descriptor) == 0;
   isGood = close(std::exchange(m_descriptor, -1)) == 0 && isGood;
   if (isGood && replaces) {

@@ -23,23 +23,23 @@ public:
 
   /// @throws Failure if not everything can be written, or the user has cancelled the command.
   void Write(const BYTE* data, std::size_t size);
-  /// Writes at an offset: formats whose header states what follows are completed in the end. @throws Failure also for
-  /// an output that can only be written forward.
+  /// Writes at an offset. A header that states the size of the content is completed last. @throws Failure as Write
+  /// does, and for an output without offsets, such as a pipe.
   void WriteAt(UHYPER offset, const BYTE* data, std::size_t size);
   void Write(std::string_view text) { Write(reinterpret_cast<const BYTE*>(text.data()), text.size()); }
 
   /// Moves the content to the path, with the owner and permissions of the file that it replaces. @throws Failure as
   /// Write does; the path then has its old content.
   void Publish();
-  /// Restores what the path had before Publish.
+  /// Restores the content that the path had before Publish.
   void Withdraw() noexcept;
 
 private:
   void ThrowIfCancelled() const;
 
-  InterruptWatch m_watch; ///< A signal must not end the process while there is a hidden file.
-  std::string m_path;     ///< As it was given.
-  std::string m_target;   ///< Where its links lead; empty for what is written directly.
+  InterruptWatch m_watch; ///< A signal must not end the process while a hidden file exists.
+  std::string m_path;     ///< The path of the caller.
+  std::string m_target;   ///< The path with links resolved; empty for an output that is written directly.
   std::string m_hidden;
   std::string m_old; ///< Hidden name of the file that was replaced.
   int m_descriptor = -1;

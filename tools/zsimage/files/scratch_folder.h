@@ -9,7 +9,7 @@
 #include "output/failure.h"
 #include "output/interrupt.h"
 
-/// A new folder in TMPDIR, removed with its content.
+/// A new folder in TMPDIR, which the destructor removes with its content.
 class ScratchFolder {
 public:
   /// @throws Failure if it cannot be created.
@@ -33,6 +33,6 @@ private:
     return std::filesystem::temp_directory_path(ignored).string() + "/zsimage-XXXXXX";
   }
 
-  InterruptWatch m_watch; ///< A signal must not end the process while there is a folder.
+  InterruptWatch m_watch; ///< A signal must not end the process while the folder exists.
   std::string m_path;
 };

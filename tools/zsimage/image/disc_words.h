@@ -12,7 +12,7 @@ const char* KindWords(::ZSTYPEPROJECT kind);
 const char* FormatWords(zsimgformat format);
 std::string ModeWords(ZSMODETYPE mode);
 
-/// Returns a text of a record. Records are packed, so a text may have any address.
+/// Returns a text of a record. Records are packed, so the field may be misaligned.
 template <class Record> BSTR TextOf(const Record& record, BSTR Record::*field) {
   BSTR text = nullptr;
   std::memcpy(&text, &(record.*field), sizeof(text));
@@ -25,11 +25,11 @@ std::string Duration(UHYPER sectors);
 /// Returns the time of a sector on the disc, "00:02:00"; "-" for sectors without one, as a DVD has them.
 std::string DiscTime(ULONG lba);
 
-/// Says that the data file lacks sectors of a track; empty if it lacks none.
+/// Returns words for the sectors of a track that the data file lacks; empty if it lacks none.
 std::string CutOffWords(ULONG missing);
 
-/// One kind of text of track after track. A text of one TAB repeats that of the track before (Red Book, CD-Text), and
-/// the first track's that of the disc.
+/// Texts of one kind, track by track. A text that is one TAB repeats the text of the previous track (Red Book, CD-Text)
+/// or, in the first track, that of the disc.
 class TextColumn {
 public:
   TextColumn(BSTR disc) : m_shown(TerminalText(disc)) {} // NOLINT(google-explicit-constructor): it starts as a text.

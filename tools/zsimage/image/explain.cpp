@@ -35,7 +35,7 @@ std::string ExplainClosed(const std::string& path) {
   return "the file cannot be opened for reading; look at its permissions";
 }
 
-/// The component read the sheet if it names a data file; then that file is the closed one.
+/// If the sheet names a data file, the component has read the sheet, and the data file is what it could not open.
 std::string ExplainClosedSheet(const Host& host, const std::string& path) {
   const std::string dataFile = DataFileOfSheet(host, path);
   if (dataFile.empty()) {
@@ -83,7 +83,7 @@ std::string ExplainSheet(const Host& host, const std::string& path) {
   return result == S_OK ? "the sheet has no TRACK line" : std::string(MeaningOf(E_OUTOFMEMORY).words);
 }
 
-/// What a result means for files with these extensions.
+/// Meaning of a result for files with these extensions.
 constexpr struct {
   HRESULT result;
   const char* extensions;

@@ -70,14 +70,7 @@ void ImageRecord::VisitTracks(unsigned session, const TrackVisitor& visit) const
   const std::optional<UHYPER> size = DataSize();
   for (const ZSTRACK& track : tracks) {
     TrackExtent extent{extents[index++], 0};
-    const bool endsWithFile = &track == &tracks.back() && m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
-    if (size && endsWithFile && extent.begin > *size) {
-      const UHYPER blockSize = std::max(extent.blockSize, 1U);
-      extent.sectors = 0;
-      extent.missing = static_cast<ULONG>((extent.begin - *size + blockSize - 1) / blockSize);
-    } else if (size) {
-      extent.missing = extent.Missing(*size);
-    }
+    extent.missing = size ? extent.Missing(*size) : 0;
     visit(track, extent);
   }
 }
@@ -141,7 +134,7 @@ HRESULT ReadPartialImage(const Host& host, const std::string& path, zsimagefilei
   if (!size || (!isSheet && !HasExtension(path, ".ISO"))) {
     return ZSE_BADIMAGE;
   }
-  // A copy of the sheet, with a data file of a size that the component accepts. The first FILE line names it.
+  // The component uses the first FILE line of a sheet. That of the copy names a data file of whole sectors.
   const ScratchFolder scratch;
   WriteContent(scratch.Path("IMAGE.CUE"),
                "FILE \"SECTORS.BIN\" BINARY\n" + (isSheet ? ReadContent(path, kLargestSheet) : TrackLineOfIso(path)),

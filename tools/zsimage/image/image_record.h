@@ -1,5 +1,5 @@
 /// @file
-/// An image that was read.
+/// The record of an image that the component has read.
 #pragma once
 
 #include <optional>
@@ -32,12 +32,12 @@ public:
   /// Returns the extents of its tracks.
   std::vector<TrackExtent> Extents(unsigned session) const;
 
-  /// The path of the data file, narrow text: as the disk spells it or, if there is no such file, as the record does.
+  /// The path of the data file, narrow text: in the spelling of the disk or, if there is no such file, of the record.
   /// Changes of the record after the first call have no effect.
   const std::string& DataFile() const;
   /// Bytes of the data file; none if it is missing.
   std::optional<UHYPER> DataSize() const;
-  /// Whether the record names the description itself as the data file, because the real one is missing.
+  /// Returns whether the record names the description itself as the data file, because the real one is missing.
   bool IsItsOwnDataFile() const;
 
   /// @throws Failure that names the data file if it is missing.

@@ -25,7 +25,7 @@ constexpr std::array<std::uint32_t, 256> kEdcTable = MakeEdcTable();
 /// Returns x times a, where a = 2 is the primitive element of GF(2^8) with x^8 + x^4 + x^3 + x^2 + 1.
 constexpr BYTE TimesA(BYTE x) { return static_cast<BYTE>(x << 1 ^ ((x & 0x80U) != 0 ? 0x1D : 0)); }
 
-/// Returns the table of the division by a + 1. It is filled by the products, each of which occurs once.
+/// Returns the table of x / (a + 1). Each product with a + 1 occurs once, so the products fill the whole table.
 constexpr std::array<BYTE, 256> MakeQuotients() {
   std::array<BYTE, 256> table{};
   for (unsigned x = 0; x < 256; ++x) {
@@ -36,11 +36,11 @@ constexpr std::array<BYTE, 256> MakeQuotients() {
 constexpr std::array<BYTE, 256> kByAPlus1 = MakeQuotients();
 
 /// Computes the two parity bytes of each vector of one code. The sector from its header on is a list of 16-bit words,
-/// of which the low and the high bytes are coded apart. With data v(0) to v(n - 1) and parity p, q the sums
+/// whose low and high bytes are coded separately. With data v(0) to v(n - 1) and parity p, q the sums
 ///     v(0) + ... + v(n - 1) + p + q                      and
 ///     a^(n + 1) v(0) + ... + a^2 v(n - 1) + a p + q
 /// are zero, so (a + 1) p is the sum of both without p and q.
-/// @param vectors Number of vectors; vector i begins at word i * `first` and goes on in steps of `step` words.
+/// @param vectors Number of vectors; vector i begins at word i * `first` and continues in steps of `step` words.
 /// @param length Words of data in each, n. @param words Words of data in all; the parity words follow them.
 void WriteParity(BYTE* header, unsigned vectors, unsigned first, unsigned step, unsigned length, unsigned words) {
   for (unsigned i = 0; i < 2 * vectors; ++i) {

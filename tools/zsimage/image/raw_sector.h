@@ -22,18 +22,18 @@ namespace raw_sector {
 inline constexpr std::array<BYTE, 12> kSync{0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0};
 inline constexpr std::size_t kTime = 12;
 inline constexpr std::size_t kMode = 15;
-inline constexpr std::size_t kUserData = 16; ///< Of mode 1.
+inline constexpr std::size_t kUserData = 16; ///< In mode 1.
 inline constexpr std::size_t kSubHeader = 16;
-inline constexpr std::size_t kSubHeaderBytes = 4; ///< Of one copy.
+inline constexpr std::size_t kSubHeaderBytes = 4; ///< Bytes of one copy; a sector has two.
 inline constexpr std::size_t kEdc = 2064;
 inline constexpr std::size_t kParity = 2076;
 
-inline constexpr std::size_t kSubMode = 2; ///< In the sub-header.
-inline constexpr BYTE kForm2Bit = 0x20;    ///< Of the sub-mode.
+inline constexpr std::size_t kSubMode = 2; ///< Offset in the sub-header.
+inline constexpr BYTE kForm2Bit = 0x20;    ///< Bit of the sub-mode: the sector has form 2.
 
 } // namespace raw_sector
 
-/// Returns the time of a sector in BCD, as its header has it. The position must have a time (disc/msf.h).
+/// Returns the time of a sector in BCD, as it is in the header. The position must have a time (disc/msf.h).
 std::array<BYTE, 3> HeaderTime(LONG position);
 
 /// Returns the error detection code of bytes, which sectors store in little-endian order.

@@ -1,5 +1,5 @@
 /// @file
-/// Reading sectors of an image through streams of the component.
+/// Reads sectors of an image through streams of the component.
 #pragma once
 
 #include <functional>
@@ -29,5 +29,5 @@ void ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run
 /// Returns how many sectors of a run are after the end of the data file.
 ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
 
-/// @throws Failure if the data file ends before the run does. A run without sectors counts as one after the end.
+/// @throws Failure if the data file ends before the run does. A run without sectors is treated as one after the end.
 void RequireSectors(const std::string& dataFile, const SectorRun& run);

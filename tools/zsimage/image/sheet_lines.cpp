@@ -13,12 +13,12 @@
 
 namespace {
 
-/// In the order in which the component looks for them.
+/// Keywords in the order in which the component looks for them.
 constexpr const char* kKeywords[] = {"CATALOG",   "TRACK",      "ISRC",     "FLAGS",    "PREGAP", "INDEX",   "TITLE",
                                      "PERFORMER", "SONGWRITER", "ARRANGER", "COMPOSER", "GENRE",  "MESSAGE", "COMMENT"};
-constexpr std::size_t kFirstText = 6; ///< Index of TITLE; all from there on are texts.
+constexpr std::size_t kFirstText = 6; ///< Index of TITLE, the first keyword of a text.
 
-/// Returns a command line that a shell understands, unless the path has quotes of its own.
+/// Returns a command line for a shell. Quotes in the path are not escaped.
 std::string JoinCommand(const std::string& path) {
   return fmt::format("'zsimage join \"{}\" OUT.cue'", TerminalText(path));
 }

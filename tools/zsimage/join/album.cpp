@@ -15,7 +15,8 @@ namespace {
 constexpr UHYPER kMostSectors = 449700; ///< 99:56:00, the last time that a sector can have.
 constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is read from a sheet.
 
-/// Opens a file that a sheet names: beside the sheet or, if the name is a path of another machine, without its folders.
+/// Opens a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
+/// another machine; then the file name alone is looked up in that folder.
 AlbumFile OpenFile(const std::string& sheet, const SheetOfFiles::File& named) {
   const std::string& name = named.name;
   std::string path = name.starts_with('/') ? name : Beside(sheet, name);
@@ -55,14 +56,14 @@ public:
 private:
   using Mark = SheetOfFiles::Mark;
 
-  /// Places an index, and the sectors of its file that follow.
+  /// Lays out an index, and the sectors from it to the next index or the end of its file.
   void PlaceMark(std::size_t index) {
     const Mark& mark = m_sheet.marks[index];
     const Mark* previous = index == 0 ? nullptr : &mark - 1;
     const Mark* next = index + 1 == m_sheet.marks.size() ? nullptr : &mark + 1;
     if (previous == nullptr || previous->file != mark.file) {
       m_offset = 0;
-      AddSectors(mark.track, mark, mark.sector); // Such as a hidden track before the first.
+      AddSectors(mark.track, mark, mark.sector); // Sectors before the first index, such as a hidden track.
     }
     if (previous == nullptr || previous->track != mark.track) {
       if (previous != nullptr) {
@@ -81,7 +82,7 @@ private:
     }
   }
 
-  /// Sheets cannot state the pregap of the first track or of a data track: it counts to the track before.
+  /// Sheets cannot state the pregap of the first track or of a data track; it becomes part of the track before.
   void StartTrack(std::size_t index) {
     if (m_position > kLastStart) {
       Fail(m_path, ZSE_FAILED, "track {} would begin after 89:59:74, the last time that is read from a sheet",
@@ -114,7 +115,7 @@ private:
     }
   }
 
-  /// Adds the sectors of a track before an index, which must be in the file.
+  /// Adds the sectors of a track up to an index. @throws Failure if the file ends before the index.
   void AddSectors(std::size_t track, const Mark& index, ULONG sectors) {
     const AlbumFile& source = m_album.files[index.file];
     const UHYPER bytes = UHYPER{sectors} * static_cast<UINT>(m_tracks[track].BlockSize);
@@ -125,7 +126,7 @@ private:
     AddPiece(track, source, bytes, sectors);
   }
 
-  /// Adds all sectors to the end of the file.
+  /// Adds the sectors from the current offset to the end of the file.
   void AddRest(const Mark& mark, const Mark* next) {
     const AlbumFile& source = m_album.files[mark.file];
     const auto size = static_cast<UINT>(m_tracks[mark.track].BlockSize);
@@ -158,7 +159,7 @@ private:
     }
   }
 
-  /// Keeps the size of sectors that all tracks have, or makes raw sectors of those that differ.
+  /// Keeps the sector size if all tracks have the same; otherwise all become raw sectors.
   void ChooseBlockSize() {
     const ZSFILEBLOCKSIZECUE first = m_tracks[0].BlockSize;
     const bool isUniform =
@@ -188,7 +189,7 @@ private:
   Album m_album;
   UHYPER m_position = 0; ///< Sectors so far.
   UHYPER m_pregapStart = 0;
-  UHYPER m_offset = 0; ///< In the bytes of the current file.
+  UHYPER m_offset = 0; ///< Bytes of the current file that are laid out.
 };
 
 } // namespace

@@ -10,20 +10,20 @@
 
 /// A file of the album.
 struct AlbumFile {
-  std::string path; ///< As the disk spells it.
+  std::string path; ///< In the spelling of the disk.
   bool isSound;
   bool isSwapped; ///< The two bytes of each sample are in the other order.
-  UHYPER bytes;   ///< Of the samples of a sound file; of all else the whole file.
+  UHYPER bytes;   ///< Size of all samples for a sound file; size of the file for all others.
 };
 
-inline constexpr std::size_t kNoTrack = SIZE_MAX; ///< Of the silence before a track.
+inline constexpr std::size_t kNoTrack = SIZE_MAX; ///< Track of the silence before a track.
 
 /// Sectors of one track that follow each other in one file, or silence.
 struct AlbumPiece {
   std::size_t track;     ///< Index of the track that they belong to, or kNoTrack.
   const AlbumFile* file; ///< Null for silence.
-  UHYPER offset;         ///< In the bytes of the file.
-  UHYPER bytes;          ///< In the file. If they are not whole sectors, silence follows.
+  UHYPER offset;         ///< Bytes from the start of the file, or of the samples of a sound file.
+  UHYPER bytes;          ///< Bytes that are read. Silence fills up the last sector.
   UINT storedSize;       ///< Bytes of one sector in the file.
   ULONG sectors;
 };
@@ -40,5 +40,5 @@ struct Album {
 /// Plans the data file, and completes the record of the sheet (positions, lengths, pregaps, sizes of sectors) and its
 /// notes.
 /// @param path The sheet. @param pad Whether files that end inside a sector are filled up with silence.
-/// @throws Failure if a file is missing or has another form than it should, or tracks cannot be in one file.
+/// @throws Failure if a file is missing or has the wrong format, or the tracks cannot be in one file.
 Album PlanAlbum(const std::string& path, bool pad, SheetOfFiles* sheet);

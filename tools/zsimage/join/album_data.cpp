@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kBufferBytes = 1U << 20;
 constexpr UINT kRawBytes = ZSFILEBLOCKSIZE_2352;
 
-/// The bytes of one file, from an offset on.
+/// Reader of the bytes of one file, from an offset on.
 class FileBytes {
 public:
   FileBytes(const AlbumFile& file, UHYPER offset) : m_file(file) {
@@ -42,7 +42,7 @@ public:
     }
   }
 
-  /// Reads bytes in the order of an image.
+  /// Reads bytes. Samples are little-endian, as in an image.
   void Read(BYTE* data, std::size_t size) {
     if (m_sound) {
       m_sound->Read(data, size);
@@ -102,7 +102,7 @@ private:
     }
   }
 
-  /// Writes the sectors in the buffer.
+  /// Writes sectors from the buffer, widened if the album has larger sectors.
   void WriteSectors(const AlbumPiece& piece, ULONG sectors) {
     const std::vector<BYTE>* data = &m_buffer;
     if (piece.storedSize != m_album.blockSize) {
@@ -118,8 +118,8 @@ private:
     m_position += sectors;
   }
 
-  /// Makes a raw sector: of mode 1 from its user data, of mode 2 from all but synchronization and header.
-  void Widen(const AlbumPiece& piece, const BYTE* stored, ULONG position, BYTE* raw) const {
+  /// Makes a raw sector from the 2048 bytes of user data (mode 1), or from the 2336 bytes after the header (mode 2).
+  static void Widen(const AlbumPiece& piece, const BYTE* stored, ULONG position, BYTE* raw) {
     if (piece.storedSize == ZSFILEBLOCKSIZE_2048) {
       std::copy_n(stored, piece.storedSize, raw + kUserData);
       CompleteMode1Sector(static_cast<LONG>(position), raw);
@@ -165,8 +165,8 @@ private:
   OutputFile& m_output;
   ProgressBar m_progress;
   std::vector<BYTE> m_buffer; ///< Sectors as they are in the file.
-  std::vector<BYTE> m_wide;   ///< The same as raw sectors.
-  ULONG m_position = 0;       ///< Of the next sector.
+  std::vector<BYTE> m_wide;   ///< The same sectors, widened to raw sectors.
+  ULONG m_position = 0;       ///< Position of the next sector.
 };
 
 } // namespace

@@ -18,11 +18,11 @@
 namespace {
 
 constexpr unsigned kMostTracks = 99;
-constexpr std::size_t kLongestText = 1000; ///< Bytes that libcue is given of a text; CD-Text has 254.
+constexpr std::size_t kLongestText = 1000; ///< Bytes of a text that are passed to libcue; CD-Text has 254.
 constexpr std::size_t kCatalogueDigits = 13;
-constexpr ULONG kLargestNumber = 9999; ///< Of a line, so that sums of times do not wrap.
+constexpr ULONG kLargestNumber = 9999; ///< Limit of a number in a line: sums of times do not wrap.
 
-/// Types of TRACK lines, what libcue calls them, and what the record has for them.
+/// Types of TRACK lines, with their constants in libcue and in the record.
 constexpr struct {
   const char* type;
   TrackMode parsed;
@@ -56,7 +56,8 @@ struct CdDelete {
   void operator()(Cd* cd) const noexcept { cd_delete(cd); }
 };
 
-/// Swaps characters that would end a text of libcue with ones that no text has.
+/// Replaces the characters that would end a text in libcue by control characters, which no text contains.
+/// @param isBack Whether to restore the characters instead.
 std::string Guarded(std::string text, bool isBack) {
   constexpr std::pair<char, char> kPairs[] = {{'"', '\x01'}, {'\\', '\x02'}};
   for (const auto& [plain, guard] : kPairs) {
@@ -65,9 +66,9 @@ std::string Guarded(std::string text, bool isBack) {
   return text;
 }
 
-/// Reads a sheet. libcue parses tracks, texts and codes. It accepts little of what programs write, loses the catalogue
-/// number, and mixes up the files of pregaps that are at the end of the file before. So it is given a sheet of one file
-/// in the form that it accepts, and files, positions and the catalogue number are read here.
+/// Reads a sheet. libcue parses tracks, texts and codes. It rejects much that programs write, loses the catalogue
+/// number, and assigns the wrong file to a pregap that is at the end of the previous file. So this class reads files,
+/// positions and the catalogue number itself, and passes libcue a sheet of one file in the form that libcue accepts.
 class SheetReader {
 public:
   SheetReader(const Host& host, const std::string& path) : m_host(host), m_path(path) {}
@@ -89,7 +90,7 @@ public:
       Fail(m_path, ZSE_BADIMAGE, "libcue cannot parse the sheet");
     }
     FillRecord(parsed.get());
-    m_host.Sheets().AnalyzeCDText(Wide(m_path).get(), m_sheet.record.get()); // There need not be such a file.
+    m_host.Sheets().AnalyzeCDText(Wide(m_path).get(), m_sheet.record.get()); // The .cdt file is optional.
     return std::move(m_sheet);
   }
 
@@ -100,7 +101,7 @@ private:
          fmt::format(words, std::forward<T>(values)...));
   }
 
-  /// Lines of other keywords, comments among them, say nothing about the disc.
+  /// Reads a line. Lines with other keywords, such as comments, are ignored.
   void ReadLine(const SheetLine& line) {
     const std::string& keyword = line.keyword;
     const auto isText = [&](const auto& entry) { return keyword == entry.keyword; };
@@ -133,7 +134,7 @@ private:
     }
   }
 
-  /// A FILE line before each track may name the same file again.
+  /// Reads a FILE line. Some programs repeat the line of the same file before each track.
   void ReadFile(const SheetLine& line) {
     const std::string type = line.LastWord();
     std::string name = line.Text();
@@ -187,7 +188,7 @@ private:
     m_forLibcue += fmt::format("INDEX {:02} {:02}:{:02}:{:02}\n", numbers[0], numbers[1], numbers[2], numbers[3]);
   }
 
-  /// Returns the numbers of a line of a track, which end in a time, and the sectors of that time.
+  /// Returns the `count` numbers of a line, of which the last three are a time, and then that time in sectors.
   std::vector<ULONG> NumbersOf(const SheetLine& line, std::size_t count) const {
     std::vector<ULONG> numbers;
     std::string_view left = line.rest;
@@ -211,11 +212,11 @@ private:
     return numbers;
   }
 
-  /// Whether the last track has an index, and whether that is its INDEX 01.
+  /// Return whether the last track has an index, and whether it has INDEX 01.
   bool HasMark() const { return !m_sheet.marks.empty() && m_sheet.marks.back().track + 1 == m_sheet.gaps.size(); }
   bool HasStart() const { return HasMark() && !m_sheet.marks.back().isPregap; }
 
-  /// @throws Failure if the last file or track has no index.
+  /// @throws Failure if the last file has no index.
   void RequireIndexes() const {
     const std::size_t files = m_sheet.marks.empty() ? 0 : m_sheet.marks.back().file + 1;
     if (files < m_sheet.files.size()) {
@@ -224,7 +225,7 @@ private:
     }
   }
 
-  /// Sets a text of a record. Records are packed, so a text may have any address.
+  /// Sets a text of a record. Records are packed, so the field may be misaligned.
   template <class Record> static void SetText(const char* text, Record* record, BSTR Record::*field) {
     if (text != nullptr && *text != '\0') {
       const BSTR wide = Wide(Guarded(text, true)).release();
@@ -255,7 +256,7 @@ private:
     track->Flags |= track_is_set_flag(parsed, FLAG_PRE_EMPHASIS) != 0 ? ZSTRACKFLAG_PRE : 0;
     track->Flags |= track_is_set_flag(parsed, FLAG_FOUR_CHANNEL) != 0 ? ZSTRACKFLAG_4CH : 0;
     const Cdtext* texts = track_get_cdtext(parsed);
-    SetText(cdtext_get(PTI_UPC_ISRC, texts), track, &ZSTRACK::bstrISRC); // Where libcue puts an ISRC in quotes.
+    SetText(cdtext_get(PTI_UPC_ISRC, texts), track, &ZSTRACK::bstrISRC); // libcue stores a quoted ISRC as a text.
     for (const auto& entry : kTexts) {
       SetText(cdtext_get(entry.kind, texts), track, entry.ofTrack);
     }

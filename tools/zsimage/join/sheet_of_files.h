@@ -8,20 +8,20 @@
 
 #include "image/host.h"
 
-/// What a sheet says. Nothing is known about its files yet.
+/// Content of a sheet. Its files have not been opened yet.
 struct SheetOfFiles {
   struct File {
-    std::string name; ///< As the sheet has it. Narrow text.
+    std::string name; ///< As spelled in the sheet. Narrow text.
     bool isRaw;       ///< BINARY or MOTOROLA; otherwise a sound file.
     bool isSwapped;   ///< MOTOROLA: the two bytes of each sample are in the other order.
-    unsigned line;    ///< Of the FILE line.
+    unsigned line;    ///< Number of the FILE line.
   };
   /// Where a track or its pregap begins.
   struct Mark {
-    std::size_t track; ///< Index, as `file`.
+    std::size_t track; ///< Index of the track.
     bool isPregap;     ///< INDEX 00; otherwise INDEX 01.
-    std::size_t file;  ///< Another one than the track's own for a pregap at the end of the file before.
-    ULONG sector;      ///< In the file.
+    std::size_t file;  ///< Index in `files`. A pregap may be at the end of the file before its track's.
+    ULONG sector;      ///< Position in the file.
   };
   /// Silence that is in no file.
   struct Gaps {
@@ -31,11 +31,11 @@ struct SheetOfFiles {
 
   std::vector<File> files;
   std::vector<Mark> marks;     ///< In the order of the sheet: of each track INDEX 00, if it has one, and INDEX 01.
-  std::vector<Gaps> gaps;      ///< Of each track.
+  std::vector<Gaps> gaps;      ///< One for each track.
   std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.
-  UniqueSheet record;          ///< Texts, codes, flags, modes and sizes of sectors. Positions are not in it.
+  UniqueSheet record;          ///< Texts, codes, flags, modes and sizes of sectors. No positions.
 };
 
-/// Reads a sheet. Texts of a .cdt file beside it replace its own, as in any sheet.
-/// @throws Failure that names the line that cannot be understood.
+/// Reads a sheet. Texts of a .cdt file in the same folder replace those of the sheet.
+/// @throws Failure that names the line that cannot be parsed.
 SheetOfFiles ReadSheetOfFiles(const Host& host, const std::string& path);

@@ -1,4 +1,4 @@
-// Takes the place of sheet_of_files.cpp in a build without libcue.
+// Replaces sheet_of_files.cpp in a build without libcue.
 #include "join/sheet_of_files.h"
 #include "output/failure.h"
 

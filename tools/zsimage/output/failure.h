@@ -2,44 +2,37 @@
 /// Failures as the user sees them: the file, what is wrong, and the result code.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include <fmt/format.h>
 
-#include "disc/result_meanings.h"
+#include "imagefile/error.h"
 
 /// Exit statuses of the tool.
-inline constexpr int kExitFailure = 1;     ///< The command failed; standard error says why.
+inline constexpr int kExitFailure = 1;     ///< The command failed; standard error has the reason.
 inline constexpr int kExitUsage = 2;       ///< The command line was not understood.
-inline constexpr int kExitCancelled = 130; ///< Ctrl-C, as shells count it.
+inline constexpr int kExitCancelled = 130; ///< Ctrl-C: 128 + SIGINT, as in shells.
 
 inline constexpr HRESULT kCancelled = imagefile::kStopped;
 using imagefile::CodeName, imagefile::CodeNumber, imagefile::MeaningOf, imagefile::kFileExists;
 
-/// Ends a command.
-class Failure : public std::runtime_error {
+/// A failure that ends a command.
+class Failure : public imagefile::Error {
 public:
-  /// @param file Narrow text; empty if no file is at fault. @param words UTF-8: what is wrong and, if it helps, what to
-  /// do.
-  Failure(std::string_view file, std::string_view words, HRESULT code);
-  /// A failure with the code of a system error.
-  Failure(std::string_view file, std::string_view words, DWORD error);
-
-  const std::string& File() const noexcept { return m_file; }
-  const std::string& Words() const noexcept { return m_words; }
-  HRESULT Code() const noexcept { return m_code; }
-
-  /// Prints what() on standard error: "zsimage: disc.cue: no such file (ZSE_CANNOTOPENIMAGE, 0x809F001A)".
-  /// @return the exit status.
-  int Report() const;
-
-private:
-  std::string m_file;
-  std::string m_words;
-  HRESULT m_code;
+  /// @param file Narrow text; empty if no file is involved. @param words UTF-8: what is wrong and, if known, what
+  /// to do.
+  Failure(std::string_view file, std::string_view words, HRESULT code) : Error(code, std::string(file), words) {}
+  /// Makes a failure with the result code of a system error.
+  Failure(std::string_view file, std::string_view words, DWORD error)
+      : Failure(file, words, HRESULT_FROM_WIN32(static_cast<std::int32_t>(error))) {}
 };
+
+/// Returns the text of a failure for a terminal: "disc.cue: no such file (ZSE_CANNOTOPENIMAGE, 0x809F001A)".
+std::string MessageOf(const imagefile::Error& failure);
+
+/// Prints the text of a failure on standard error, after "zsimage: ". @return the exit status.
+int Report(const imagefile::Error& failure);
 
 /// Throws a Failure with formatted words. @param code A result code or the number of a system error.
 template <class Code, class... T>

@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-struct sigaction g_old[std::size(kSignals)]; ///< What the signals did before the first watch.
+struct sigaction g_old[std::size(kSignals)]; ///< Actions of the signals before the first watch.
 unsigned g_watches = 0;
 volatile std::sig_atomic_t g_interrupted = 0; // The only kind of variable that a signal handler may write.
 

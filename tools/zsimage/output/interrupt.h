@@ -1,8 +1,8 @@
 /// @file
-/// Ctrl-C, SIGTERM and the end of the terminal, as requests that a command notices in its own time.
+/// Ctrl-C, SIGTERM and SIGHUP as requests, which a command polls.
 #pragma once
 
-/// While one exists, these signals are noted and end nothing by themselves.
+/// While an InterruptWatch exists, these signals are recorded and do not end the process.
 class InterruptWatch {
 public:
   InterruptWatch();
@@ -10,6 +10,6 @@ public:
   InterruptWatch& operator=(const InterruptWatch&) = delete;
   ~InterruptWatch();
 
-  /// Whether a signal has arrived since the tool was started.
+  /// Returns whether a signal has arrived since the tool was started.
   static bool Requested() noexcept;
 };

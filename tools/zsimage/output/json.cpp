@@ -16,7 +16,7 @@ void PrintJson(const Json& json, bool isLine) { Print(json.dump(Indent(isLine)) 
 
 void PrintJson(const Json& frame, bool isLine, const char* name, const ArrayProducer& produce) {
   const std::string text = frame.dump(Indent(isLine));
-  const std::string opening = fmt::format(R"("{}":{}[)", name, isLine ? "" : " "); // Texts have their quotes escaped.
+  const std::string opening = fmt::format(R"("{}":{}[)", name, isLine ? "" : " "); // Quotes in texts are escaped.
   std::size_t printed = 0;
   unsigned array = 0;
   for (std::size_t start = text.find(opening); start != std::string::npos; start = text.find(opening, printed)) {
@@ -31,7 +31,7 @@ void PrintJson(const Json& frame, bool isLine, const char* name, const ArrayProd
       for (std::size_t end = lines.find('\n'); end != std::string::npos; end = lines.find('\n', end + inner.size())) {
         lines.replace(end, 1, inner);
       }
-      Print((isEmpty ? "" : ",") + inner + lines);
+      Print(fmt::format("{}{}{}", isEmpty ? "" : ",", inner, lines));
       isEmpty = false;
     });
     Print(isEmpty ? "" : outer);

@@ -12,9 +12,9 @@ using Json = nlohmann::ordered_json;
 void PrintJson(const Json& json, bool isLine = false);
 
 using JsonSink = std::function<void(const Json& element)>;
-/// Passes the elements of an array to a sink. @param array Which of the arrays, from 0.
+/// Passes the elements of an array to a sink. @param array Index of the array, from 0.
 using ArrayProducer = std::function<void(unsigned array, const JsonSink& sink)>;
 
-/// Prints a value whose arrays named `name` are empty, and have their elements produced while they are printed, so that
-/// memory does not grow with them.
+/// Prints a value whose arrays named `name` are empty. `produce` makes their elements while they are printed, so that
+/// memory does not grow with the number of elements.
 void PrintJson(const Json& frame, bool isLine, const char* name, const ArrayProducer& produce);

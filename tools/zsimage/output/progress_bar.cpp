@@ -38,7 +38,7 @@ void ProgressBar::Advance(UHYPER bytes) {
   std::fflush(stderr);
 }
 
-/// Returns the line with the parts that fit: a line that wraps cannot be rewritten.
+/// Returns the line with the parts that fit: the terminal cannot rewrite a line that wraps.
 std::string ProgressBar::Line(std::size_t columns, double seconds) const {
   const double share = std::min(1.0, static_cast<double>(m_done) / static_cast<double>(m_total));
   const std::string percent = fmt::format("{:3.0f}%", share * 100);

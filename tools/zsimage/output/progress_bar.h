@@ -1,5 +1,5 @@
 /// @file
-/// A line on standard error that shows how far a command is.
+/// A line on standard error that shows the progress of a command.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,7 @@
 
 #include "platform/base_types.h"
 
-/// Shown on a terminal that can rewrite lines, and erased in the end.
+/// Shown if standard error is a terminal that can rewrite lines. The destructor erases the line.
 class ProgressBar {
 public:
   /// @param total Bytes that the command will process.

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Freed when an allocation fails: destructors of JSON values allocate, and end the process if they cannot.
+/// Memory to free when an allocation fails: destructors of JSON values allocate, and a failure there ends the process.
 std::unique_ptr<char[]> g_reserve;
 
 [[noreturn]] void ThrowOutOfMemory() {
@@ -20,11 +20,11 @@ std::unique_ptr<char[]> g_reserve;
   throw std::bad_alloc();
 }
 
-/// Returns the exception that is being handled as the failure of an image, or of the command if the name is empty.
-Failure CurrentFailure(const std::string& image) {
+/// Returns the exception that is being handled as an Error: of an image, or of the command if the name is empty.
+imagefile::Error CurrentFailure(const std::string& image) {
   try {
     throw;
-  } catch (const Failure& failure) {
+  } catch (const imagefile::Error& failure) {
     return failure;
   } catch (const std::bad_alloc&) {
     return Failure(image, MeaningOf(E_OUTOFMEMORY).words, E_OUTOFMEMORY);
@@ -33,24 +33,24 @@ Failure CurrentFailure(const std::string& image) {
   }
 }
 
-Json FailureToJson(const Failure& failure, const std::string& image) {
-  const bool namesOther = failure.File() != image && !failure.File().empty();
+Json FailureToJson(const imagefile::Error& failure, const std::string& image) {
+  const bool namesOther = failure.Path() != image && !failure.Path().empty();
   Json json = Json::object();
   if (!image.empty()) {
     json["image"] = TerminalText(image);
   }
   json["result"] = CodeName(failure.Code());
   json["code"] = CodeNumber(failure.Code());
-  json["words"] = (namesOther ? TerminalText(failure.File()) + ": " : "") + failure.Words();
+  json["words"] = (namesOther ? TerminalText(failure.Path()) + ": " : "") + failure.Words();
   return json;
 }
 
-int Report(const Failure& failure, const std::string& image, bool json, bool isLine) {
+int Report(const imagefile::Error& failure, const std::string& image, bool json, bool isLine) {
   if (json && std::ferror(stdout) == 0) {
     PrintJson(FailureToJson(failure, image), isLine);
   }
-  std::fflush(stdout); // On a terminal the message follows the pages before it.
-  return failure.Report();
+  std::fflush(stdout); // So that the message follows the output before it.
+  return ::Report(failure);
 }
 
 } // namespace
@@ -72,7 +72,7 @@ int ForEachImage(const std::vector<std::string>& paths, bool json,
       std::set_new_handler(ThrowOutOfMemory);
       status = std::max(status, command(path));
     } catch (...) {
-      const Failure failure = CurrentFailure(path);
+      const imagefile::Error failure = CurrentFailure(path);
       if (failure.Code() == kCancelled || std::ferror(stdout) != 0) {
         throw;
       }

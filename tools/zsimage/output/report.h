@@ -1,19 +1,19 @@
 /// @file
-/// How commands report what failed, as a message and as JSON.
+/// Reports of failed commands, as a message and as JSON.
 #pragma once
 
 #include <functional>
 #include <string>
 #include <vector>
 
-/// Runs a command, and reports its failure. With JSON that is
-/// {"image": "disc.nrg", "result": "ZSE_BADIMAGE", "code": "0x809F001B", "words": "..."}; the words name the file at
-/// fault if it is not the image.
-/// @param image Path that the command reads; empty, and then not in the JSON, if it reads no image.
+/// Runs a command, and reports its failure. With `json`, the failure is printed as
+/// {"image": "disc.nrg", "result": "ZSE_BADIMAGE", "code": "0x809F001B", "words": "..."}; the words name the file that
+/// failed if it is not the image.
+/// @param image Path that the command reads; empty if it reads none, and then the JSON has no "image".
 /// @return the exit status.
 int RunReported(const std::string& image, bool json, const std::function<int()>& command);
 
-/// Runs a command for one image after the other, and reports those that fail.
+/// Runs a command for each image in turn, and reports the images that fail.
 /// @return the highest exit status. @throws Failure if the user cancels or standard output fails.
 int ForEachImage(const std::vector<std::string>& paths, bool json,
                  const std::function<int(const std::string&)>& command);

@@ -21,7 +21,7 @@ bool IsCapableTerminal(int descriptor) {
 } // namespace
 
 bool CanRewriteLines(int descriptor) {
-  // Tables ask for each of their cells; the system is asked once.
+  // Tables call this for each of their cells, so the result is stored.
   static const bool kOutput = IsCapableTerminal(STDOUT_FILENO);
   static const bool kError = IsCapableTerminal(STDERR_FILENO);
   return descriptor == STDOUT_FILENO ? kOutput : kError;

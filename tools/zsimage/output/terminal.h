@@ -9,7 +9,8 @@
 /// Colours and weights. The values are those of the escape sequence that selects them (ECMA-48).
 enum class Colour { None = 0, Bold = 1, Dim = 2, Red = 31, Green = 32, Yellow = 33, Magenta = 35, Cyan = 36 };
 
-/// Whether standard output or standard error is a terminal that can rewrite a line: TERM is set, and not to "dumb".
+/// Returns whether standard output or standard error is a terminal that can rewrite a line: TERM is set, and not to
+/// "dumb".
 bool CanRewriteLines(int descriptor);
 
 /// Returns the columns of the terminal; 80 if they are unknown.

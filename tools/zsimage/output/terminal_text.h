@@ -8,10 +8,10 @@
 
 #include "platform/bstr.h"
 
-/// Returns wide text as narrow text; null as empty text.
+/// Returns wide text as narrow text; empty for null.
 std::string Narrow(BSTR text);
 
-/// Returns narrow text as a string for the component, which is never null.
+/// Returns narrow text as a string for the component; never null.
 UniqueBstr Wide(std::string_view narrow);
 
 /// Returns text as UTF-8 without control characters, so that no name or title in an image can control the terminal.

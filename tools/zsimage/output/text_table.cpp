@@ -29,7 +29,7 @@ void TextTable::Measure(const Row& row) {
   }
 }
 
-/// Narrows the columns that can be cut, always the widest of them, until a row is one line.
+/// Narrows the widest column that can be cut, again and again, until a row fits into one line.
 void TextTable::FitTerminal() {
   constexpr std::size_t kNarrowest = 4;
   std::size_t width = 0;
@@ -55,7 +55,7 @@ void TextTable::PrintLine(const Row& row) const {
       const std::string fitting = CutToWidth(row[i].text, m_columns[i].width);
       const std::string padding(m_columns[i].width - TerminalWidth(fitting), ' ');
       const std::string text = Coloured(fitting, row[i].shade);
-      line += kMargin + (m_columns[i].isRight ? padding + text : text + padding);
+      line.append(kMargin).append(m_columns[i].isRight ? padding : text).append(m_columns[i].isRight ? text : padding);
     }
   }
   line.erase(line.find_last_not_of(' ') + 1);

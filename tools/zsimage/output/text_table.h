@@ -1,5 +1,5 @@
 /// @file
-/// Tables for a terminal: columns are as wide as their content.
+/// Tables for a terminal, with columns as wide as their content.
 #pragma once
 
 #include <functional>

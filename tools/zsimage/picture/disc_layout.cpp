@@ -13,7 +13,7 @@ bool IsLead(const DiscStretch& stretch) {
   return stretch.kind == DiscStretch::Kind::LeadIn || stretch.kind == DiscStretch::Kind::LeadOut;
 }
 
-/// Appends the stretches of a session. Sectors before a track that belong to no track count as its pregap.
+/// Appends the stretches of a session. Sectors between two tracks become the pregap of the later track.
 void AppendSession(const ImageRecord& image, unsigned session, std::vector<DiscStretch>* stretches) {
   const ZSCUESHEET& sheet = image.Session(session + 1);
   using enum DiscStretch::Kind;

@@ -19,7 +19,7 @@ using Kind = DiscStretch::Kind;
 constexpr double kMargin = 24;
 constexpr double kWidth = 960;
 constexpr double kInner = kWidth - 2 * kMargin;
-constexpr double kCentre = 176; ///< Of the disc, from the left and from the top.
+constexpr double kCentre = 176; ///< Centre of the disc, from the left and from the top.
 constexpr double kFirstRadius = 62;
 constexpr double kLastRadius = 146;
 constexpr double kFactsLeft = 372;
@@ -38,13 +38,14 @@ const char* ClassOf(ZSMODETYPE mode) {
   return mode != ZSMODE_UNKNOWN && (mode & ZSMODE_2) != 0 ? "mode2" : "other";
 }
 
-/// Returns the radius of a coordinate of the layout. A disc has equal density: the area of a ring is its share.
+/// Returns the radius for a coordinate of the layout. The data of a disc has constant density, so the area of a ring is
+/// proportional to its width in the layout.
 double RadiusAt(double coordinate) {
   const double first = kFirstRadius * kFirstRadius;
   return std::sqrt(first + (kLastRadius * kLastRadius - first) * coordinate / kInner);
 }
 
-/// Draws one disc, part by part from the top.
+/// Picture of one disc, drawn part by part.
 class DiscPicture {
 public:
   DiscPicture(const ImageRecord& image, std::string kind)
@@ -115,7 +116,7 @@ private:
   void DrawRings() {
     m_content += "<g id=\"disc\">\n";
     DrawCircle(kLastRadius + 6, "plate");
-    for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // From the outside.
+    for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // Inner rings cover outer.
       const double radius = RadiusAt(stretch->begin + stretch->width);
       DrawCircle(radius, "back");
       DrawCircle(radius, ClassesOf(*stretch) + (stretch->width > 12 ? " rim" : ""), Describe(*stretch));
@@ -221,7 +222,7 @@ private:
            (hasTitle ? svg::Text(x + 3, kLineTop + 40, "inside small", stretch.title, room) : "");
   }
 
-  /// Draws times below the line, as many as have room.
+  /// Draws as many times below the line as there is room for.
   void DrawTimes() {
     const std::int64_t sectors = Sectors();
     static constexpr std::int64_t kSteps[] = {1, 2, 5, 10, 30, 60, 120, 300, 600, 1200, 3600, 7200};
@@ -236,7 +237,7 @@ private:
     }
   }
 
-  /// @param freeFrom Coordinate after the last time that was drawn.
+  /// Draws the times of one stretch. @param freeFrom Coordinate after the last time that was drawn.
   void DrawTimesOf(const DiscStretch& stretch, std::int64_t interval, double* freeFrom) {
     const std::int64_t first = (std::max<std::int64_t>(stretch.first, 0) + interval - 1) / interval * interval;
     for (std::int64_t sector = first; sector < stretch.first + stretch.sectors; sector += interval) {

@@ -14,7 +14,7 @@ namespace svg {
 namespace {
 
 constexpr double kFontSize = 13;
-constexpr double kBold = 1.12; ///< How much wider bold letters are.
+constexpr double kBold = 1.12; ///< Width of bold letters relative to normal ones.
 
 /// Presentation attributes of the classes, for viewers without style sheets, and the size of their text if they set it.
 constexpr struct {
@@ -54,7 +54,7 @@ constexpr const char* kStyle = R"(<style>
 </style>
 )";
 
-/// Returns a number for a coordinate, which needs no more than two decimals.
+/// Rounds a coordinate to two decimals, which are precise enough.
 double Rounded(double value) { return std::round(value * 100) / 100; }
 
 /// Returns the bytes of the character that begins at an offset.
@@ -66,7 +66,7 @@ std::string_view CharacterAt(std::string_view utf8, std::size_t offset) {
   return utf8.substr(offset, length);
 }
 
-/// Returns UTF-8 text as it is written between tags.
+/// Escapes UTF-8 text for use between tags.
 std::string Escaped(std::string_view utf8) {
   // XML has no characters U+FFFE and U+FFFF.
   static constexpr std::pair<std::string_view, std::string_view> kEscapes[] = {
@@ -99,7 +99,7 @@ double CharacterWidth(std::string_view character) {
   return c >= 'A' && c <= 'Z' ? 0.76 : 0.64;
 }
 
-/// Returns the size of the font, larger for bold letters, by which the width of text is estimated.
+/// Returns the font size for estimates of text width, which is larger for bold letters.
 double FontSize(std::string_view classes) {
   double size = kFontSize;
   double weight = 1;
@@ -126,7 +126,7 @@ std::string Fitting(std::string_view utf8, std::string_view classes, double room
     return std::string(utf8);
   }
   const double fontSize = FontSize(classes);
-  double width = fontSize; // Of the ellipsis.
+  double width = fontSize; // Width of the ellipsis.
   std::size_t end = 0;
   while (end < utf8.size()) {
     const std::string_view character = CharacterAt(utf8, end);

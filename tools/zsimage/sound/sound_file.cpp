@@ -20,8 +20,8 @@ namespace {
 
 constexpr int kRate = 44100;
 constexpr int kChannels = 2;
-constexpr std::size_t kHeaderBytes = 12; ///< Of RIFF and FORM: type, size of the rest, kind.
-constexpr UHYPER kOpenEnd = 0xFFFFFFF0;  ///< Programs that write into a pipe state a size from here on.
+constexpr std::size_t kHeaderBytes = 12; ///< RIFF or FORM header: type, size of the rest, kind.
+constexpr UHYPER kOpenEnd = 0xFFFFFFF0;  ///< Programs that write to a pipe state this size or more.
 
 /// Returns the bytes that the header of a WAVE or AIFF file claims; 0 if it claims none.
 UHYPER ClaimedBytes(const std::string& path) {
@@ -37,10 +37,10 @@ UHYPER ClaimedBytes(const std::string& path) {
   return size >= kOpenEnd ? 0 : size + 8;
 }
 
-/// By the numbers of libsndfile, from SF_FORMAT_PCM_S8 on.
+/// Sub-formats of libsndfile in the order of their numbers, from SF_FORMAT_PCM_S8 on.
 constexpr const char* kSamples[] = {"8 bits", "16 bits", "24 bits", "32 bits", "8 bits", "32 bits of floating point"};
 
-/// Says what a sound file holds: "48 kHz, 24 bits, stereo".
+/// Describes the samples of a sound file: "48 kHz, 24 bits, stereo".
 std::string Describe(const SF_INFO& info) {
   const auto kind = static_cast<std::size_t>(info.format & SF_FORMAT_SUBMASK);
   return fmt::format("{:g} kHz, {}, {}", info.samplerate / 1000.0,
@@ -102,7 +102,7 @@ void SoundReader::Read(BYTE* data, std::size_t size) {
   }
 }
 
-/// What libsndfile writes to. Exceptions must not pass through it, so the first is kept for later.
+/// Output of libsndfile. An exception must not pass through C code, so the first is stored and rethrown later.
 struct SoundWriter::Stream {
   OutputFile* output;
   sf_count_t position = 0;
@@ -154,7 +154,7 @@ SoundWriter::SoundWriter(OutputFile* output, const std::string& path, SoundForma
                                                       {SF_STR_ALBUM, tags.album},
                                                       {SF_STR_TRACKNUMBER, tags.trackNumber}};
   for (const auto& [kind, text] : texts) {
-    if (!text.empty()) { // AIFF has no album; the others are kept.
+    if (!text.empty()) { // The call fails for the album of an AIFF file, which has no such tag.
       sf_set_string(m_file.get(), kind, text.c_str());
     }
   }

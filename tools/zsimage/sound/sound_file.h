@@ -19,7 +19,7 @@ using UniqueSound = std::unique_ptr<sf_private_tag, SoundClose>;
 
 inline constexpr UINT kFrameBytes = 4;
 
-/// A sound file that is read.
+/// Reader of a sound file.
 class SoundReader {
 public:
   /// @throws Failure if the file cannot be read, is cut off, or has other samples than an audio CD.
@@ -38,7 +38,7 @@ private:
   UniqueSound m_file;
 };
 
-/// What a sound file says about itself, in UTF-8. Empty texts are left out.
+/// Tags of a sound file, in UTF-8. Empty tags are not written.
 struct SoundTags {
   std::string title;
   std::string artist;
@@ -48,7 +48,7 @@ struct SoundTags {
 
 enum class SoundFormat { Wave, Aiff, Flac };
 
-/// A sound file that is written into an output file.
+/// Writer of a sound file into an output file.
 class SoundWriter {
 public:
   /// @throws Failure if the header cannot be written.
@@ -57,7 +57,7 @@ public:
   SoundWriter& operator=(const SoundWriter&) = delete;
   ~SoundWriter();
 
-  /// Appends samples as an image has them. @param size Multiple of kFrameBytes. @throws Failure as OutputFile does.
+  /// Appends samples as little-endian bytes. @param size Multiple of kFrameBytes. @throws Failure as OutputFile does.
   void Write(const BYTE* data, std::size_t size);
   /// Completes the header. @throws Failure as Write does.
   void Finish();

@@ -1,4 +1,4 @@
-// Takes the place of sound_file.cpp in a build without libsndfile.
+// Replaces sound_file.cpp in a build without libsndfile.
 #include "output/failure.h"
 #include "sound/sound_file.h"
 

@@ -41,8 +41,7 @@ class Disc:
         return tuple(track for session in self.sessions for track in session.tracks)
 
     def stream(self, track: Track, block_size: int | None = None) -> TrackStream:
-        """Opens the data of a track, without its pregap. `block_size` is the number of bytes to read of each sector:
-        2048 for the user data of a data track, None for all bytes."""
+        """Opens a track without its pregap. `block_size`: bytes of each sector, 2048 for user data, None for all."""
         if track not in self.tracks:
             raise ValueError(f"track {track.number} is not one of this disc")
         if self.data_file == on_disk(self.path) and self.format not in (Format.ISO, Format.NRG):
