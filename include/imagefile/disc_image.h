@@ -421,7 +421,10 @@ private:
   Image() = default;
 
   void MakeViews() {
-    const std::vector<TrackExtent> extents = FindExtents(*m_record);
+    std::vector<TrackExtent> extents = FindExtents(*m_record);
+    if (!extents.empty() && extents.back().MayBeginAfterFile()) { // Looks at the file in this rare case alone.
+      extents.back().CutTo(DataFileBytes().value_or(kToEndOfFile));
+    }
     m_tracks.reserve(extents.size()); // They stay in place.
     for (ZSCUESHEET* sheet : std::span(m_record->pZSCueSheet, m_record->nSessions)) {
       const std::size_t first = m_tracks.size();

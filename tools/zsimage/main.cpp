@@ -8,6 +8,7 @@
 #include "commands/commands.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
+#include "platform/message_box.h"
 
 namespace {
 
@@ -16,6 +17,12 @@ constexpr const char* kDescription =
     "Reads ISO images (.iso), CUE sheets (.cue), Nero images (.nrg), CloneCD\n"
     "descriptions (.ccd), Media Descriptor images (.mds) and native TOC files (.zsi).\n"
     "If an image consists of two files, give the description.";
+
+/// Drops the messages of the component. The tool prints its own.
+class NoMessages final : public MessageHandler {
+  void Show(std::string_view /*text*/, std::string_view /*caption*/, UINT /*type*/) noexcept override {}
+};
+NoMessages g_noMessages;
 
 void AddCommands(Command* tool) {
   tool->require_subcommand(1);
@@ -46,6 +53,7 @@ void AddCommands(Command* tool) {
 
 int main(int argc, char** argv) {
   std::signal(SIGXFSZ, SIG_IGN); // A write beyond the limit of file sizes then fails, and hidden files are removed.
+  SetMessageHandler(&g_noMessages);
   try {
     Command tool("zsimage", kDescription);
     AddCommands(&tool);

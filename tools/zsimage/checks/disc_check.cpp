@@ -47,13 +47,14 @@ void CheckIndexes(const ZSTRACK& track, Findings* findings) {
   }
 }
 
-void CheckLength(const ZSTRACK& track, const TrackExtent& extent, Findings* findings) {
-  if (extent.missing != 0) {
-    findings->AddFault("missing", "{}", CutOffWords(extent.missing));
-  } else if (extent.sectors == 0 && extent.blockSize != 0) {
+void CheckLength(const imagefile::Track& track, ULONG missing, Findings* findings) {
+  const ULONG sectors = track.SectorsInFile();
+  if (missing != 0) {
+    findings->AddFault("missing", "{}", CutOffWords(missing));
+  } else if (sectors == 0 && track.BlockBytes() != 0) {
     findings->AddFault("length", "it has no sectors: its end is not after its start");
   }
-  if (extent.sectors != 0 && track.Mode == ZSMODE_AUDIO && extent.sectors < kShortestTrack) {
+  if (sectors != 0 && track.Mode() == imagefile::Mode::Audio && sectors < kShortestTrack) {
     findings->AddRemark("length", "shorter than the 4 seconds that a track must have");
   }
 }
@@ -76,8 +77,8 @@ std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
 
 class Checker {
 public:
-  Checker(const Host& host, const ImageRecord& image, bool full)
-      : m_host(host), m_image(image), m_info(image.Info()), m_dataFile(image.DataFile()), m_full(full) {}
+  Checker(const imagefile::Image& image, bool full)
+      : m_image(image), m_info(image.Record()), m_dataFile(image.DataFile()), m_full(full) {}
 
   DiscReport Run() {
     CheckTracks();
@@ -100,20 +101,23 @@ private:
 
   void CheckTracks() {
     const ZSTRACK* previous = nullptr;
-    for (unsigned session = 1; session <= m_info.nSessions; ++session) {
+    const UHYPER size = DataSize(m_image);
+    for (const imagefile::Session& session : m_image.Sessions()) {
       unsigned number = 0;
-      m_image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
-        TrackReport report{session, ++number, ModeWords(track.Mode), extent.sectors, 0, false, {}};
+      for (const imagefile::Track& view : session.Tracks()) {
+        const ZSTRACK& track = view.Record();
+        const ULONG missing = view.MissingSectors(size);
+        TrackReport report{session.Number(), ++number, ModeWords(track.Mode), view.SectorsInFile(), 0, false, {}};
         if (previous != nullptr) {
           CompareTracks(*previous, track, &report);
         }
         CheckIndexes(track, &report.findings);
-        CheckLength(track, extent, &report.findings);
+        CheckLength(view, missing, &report.findings);
         CheckIsrc(Narrow(track.bstrISRC), &report.findings);
-        PlanSectors(track, extent, &report);
+        PlanSectors(view, missing, &report);
         m_report.tracks.push_back(std::move(report));
         previous = &track;
-      });
+      }
     }
     m_discEnd = previous == nullptr ? 0 : ULONG{previous->dwEndLBA};
   }
@@ -135,21 +139,22 @@ private:
     }
   }
 
-  void PlanSectors(const ZSTRACK& track, const TrackExtent& extent, TrackReport* report) {
-    if (extent.blockSize == 0) {
-      report->findings.AddFault("block-size", "{}", SizelessWords(m_host, m_image));
+  void PlanSectors(const imagefile::Track& track, ULONG missing, TrackReport* report) {
+    const UINT size = track.BlockBytes();
+    if (size == 0) {
+      report->findings.AddFault("block-size", "{}", SizelessWords(m_image));
       return;
     }
-    m_end = std::max(m_end, extent.End());
-    m_lastSize = extent.blockSize;
-    const SectorCheck check(track.Mode, extent.blockSize);
-    const ULONG sectors = extent.sectors - std::min(extent.missing, extent.sectors);
+    m_end = std::max(m_end, track.OffsetBytes() + UHYPER{track.SectorsInFile()} * size);
+    m_lastSize = size;
+    const SectorCheck check(track.Record().Mode, size);
+    const ULONG sectors = track.SectorsInFile() - std::min(missing, track.SectorsInFile());
     report->canBeChecked = check.HasWork();
     if (check.HasWork() && sectors != 0) {
       m_work.push_back({m_report.tracks.size(),
-                        track.Mode,
-                        track.dwLBA,
-                        {extent.begin, sectors, extent.blockSize, 0, std::min(extent.blockSize, check.Size())}});
+                        track.Record().Mode,
+                        track.Start(),
+                        {track.OffsetBytes(), sectors, size, 0, std::min(size, check.Size())}});
     }
   }
 
@@ -208,7 +213,7 @@ private:
   }
 
   void CheckRun(const SectorRun& run, ULONG lba, SectorCheck* check, ProgressBar* progress) const {
-    ReadRun(m_host, m_dataFile, run, progress, [&](const BYTE* data, std::size_t size) {
+    ReadRun(m_image, run, progress, [&](const BYTE* data, std::size_t size) {
       if (InterruptWatch::Requested()) {
         throw Failure(m_image.Path(), "cancelled", kCancelled);
       }
@@ -227,18 +232,18 @@ private:
     if (!isOneTrack || m_info.pZSCueSheet[0]->pZSTracks[0].Mode == ZSMODE_AUDIO) {
       return;
     }
-    const TrackExtent extent = m_image.Extents(1)[0];
-    const UINT offset = imagefile::OffsetInSector(m_info, m_info.pZSCueSheet[0]->pZSTracks[0], ZSFILEBLOCKSIZE_2048);
-    const std::string descriptor =
-        ReadBytes(m_dataFile, extent.begin + UHYPER{kDescriptorSector} * extent.blockSize + offset, kVolumeSize + 4);
-    if (extent.sectors <= kDescriptorSector || descriptor.size() < kVolumeSize + 4 ||
+    const imagefile::Track& track = m_image.Sessions()[0].Tracks()[0];
+    const UINT offset = imagefile::OffsetInSector(m_info, track.Record(), ZSFILEBLOCKSIZE_2048);
+    const UHYPER begin = track.OffsetBytes() + UHYPER{kDescriptorSector} * track.BlockBytes() + offset;
+    const std::string descriptor = ReadBytes(m_dataFile, begin, kVolumeSize + 4);
+    if (track.SectorsInFile() <= kDescriptorSector || descriptor.size() < kVolumeSize + 4 ||
         !descriptor.starts_with("\1CD001")) {
       return;
     }
     const ULONG volume = LittleEndian32(reinterpret_cast<const BYTE*>(descriptor.data()) + kVolumeSize);
-    if (volume > extent.sectors) {
+    if (volume > track.SectorsInFile()) {
       m_report.findings.AddFault("volume", "cut off: its file system has {}, and the track {}",
-                                 Counted(volume, "sector"), Counted(extent.sectors, "sector"));
+                                 Counted(volume, "sector"), Counted(track.SectorsInFile(), "sector"));
     }
   }
 
@@ -264,8 +269,7 @@ private:
     }
   }
 
-  const Host& m_host;
-  const ImageRecord& m_image;
+  const imagefile::Image& m_image;
   const zsimagefileinfo& m_info;
   std::string m_dataFile;
   bool m_full;
@@ -286,7 +290,7 @@ std::size_t DiscReport::Faults() const {
   return faults;
 }
 
-DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full) {
-  image.RequireDataFile();
-  return Checker(host, image, full).Run();
+DiscReport CheckDisc(const imagefile::Image& image, bool full) {
+  RequireDataFile(image);
+  return Checker(image, full).Run();
 }

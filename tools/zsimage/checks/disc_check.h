@@ -4,7 +4,7 @@
 #pragma once
 
 #include "checks/findings.h"
-#include "image/image_record.h"
+#include "image/open_image.h"
 
 struct TrackReport {
   unsigned session;  ///< From 1.
@@ -25,4 +25,4 @@ struct DiscReport {
 
 /// Checks an image. @param full Whether to check every sector instead of a sample of each track.
 /// @throws Failure if the user cancels, or the data file is missing or cannot be read.
-DiscReport CheckDisc(const Host& host, const ImageRecord& image, bool full);
+DiscReport CheckDisc(const imagefile::Image& image, bool full);

@@ -6,6 +6,7 @@
 #include "commands/commands.h"
 #include "commands/record.h"
 #include "files/output_file.h"
+#include "image/host.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -28,19 +29,17 @@ struct EncodeOptions {
 };
 
 int RunDecode(const DecodeOptions& options) {
-  const Host host;
-  PackFile file = ReadPackFile(options.packs);
-  const UniqueSheet sheet = CreateSheet(host, options.tracks.value_or(kMostTracks));
-  Check(host.Sheets().AnalyzeCDTextFromData(reinterpret_cast<BYTE*>(file.packs.data()),
-                                            static_cast<UINT>(file.packs.size()), sheet.get()),
-        options.packs);
-  while (!options.tracks && sheet->nTracks > file.tracks && !HasText(sheet->pZSTracks[sheet->nTracks - 1])) {
-    --sheet->nTracks; // The track has no texts.
+  const PackFile file = ReadPackFile(options.packs);
+  imagefile::Image image =
+      imagefile::DecodeCdText(std::as_bytes(std::span(file.packs)), options.tracks.value_or(kMostTracks));
+  ZSCUESHEET& sheet = *image.Record().pZSCueSheet[0];
+  while (!options.tracks && sheet.nTracks > file.tracks && !HasText(sheet.pZSTracks[sheet.nTracks - 1])) {
+    --sheet.nTracks; // The track has no texts.
   }
   if (options.json) {
-    PrintSheetJson(*sheet);
-  } else if (sheet->ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
-    PrintTexts(*sheet);
+    PrintSheetJson(sheet);
+  } else if (image.Sessions()[0].HasCdText()) {
+    PrintTexts(sheet);
   }
   for (const Finding& finding : file.findings) {
     if (finding.isFault) {
@@ -53,13 +52,13 @@ int RunDecode(const DecodeOptions& options) {
 }
 
 int RunEncode(const EncodeOptions& options) {
-  const Host host;
-  const ImageRecord image(host, options.path);
-  const std::string packs = EncodeText(host, &image.Session(1), options.subChannel);
+  imagefile::Image image = OpenImage(options.path);
+  SessionOf(image, 1);
+  const std::string packs = EncodeText(Host(), image.Record().pZSCueSheet[0], options.subChannel);
   if (packs.empty()) {
     throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
   }
-  image.RefuseOwnFiles(options.output);
+  image.RefuseOwnFile(options.output);
   WriteContent(options.output, packs, options.force);
   if (!IsStandardOutput(options.output)) {
     Print(fmt::format("{}: {} bytes{}\n", TerminalText(options.output), packs.size(),

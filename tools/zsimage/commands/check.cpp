@@ -122,10 +122,8 @@ void PrintReport(const std::string& path, const DiscReport& report) {
 }
 
 int RunCheck(const CheckOptions& options) {
-  const Host host;
   return ForEachImage(options.paths, options.json, [&](const std::string& path) {
-    const ImageRecord image(host, path);
-    const DiscReport report = CheckDisc(host, image, options.full);
+    const DiscReport report = CheckDisc(OpenImage(path), options.full);
     if (options.json) {
       PrintReportJson(path, report, options.paths.size() > 1);
     } else {

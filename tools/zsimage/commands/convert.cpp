@@ -8,7 +8,7 @@
 #include "commands/description.h"
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/explain.h"
+#include "image/host.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -26,8 +26,8 @@ struct ConvertOptions {
 };
 
 /// Returns the CD-Text packs of the new image: those of a file, or the text of the image.
-std::string CollectPacks(const Host& host, const ImageRecord& image, const ConvertOptions& options) {
-  if (options.noText || image.Info().nSessions == 0) {
+std::string CollectPacks(const imagefile::Image& image, const ConvertOptions& options) {
+  if (options.noText || image.Sessions().empty()) {
     return "";
   }
   if (!options.packs.empty()) {
@@ -38,59 +38,48 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
     return file.packs;
   }
   const std::string companion = SpelledOnDisk(WithExtension(image.Path(), ".CDT"));
-  if (image.Info().ZSImageFormat == ZSIMAGEFORMAT_CUE && FileSize(companion)) {
+  if (image.Format() == imagefile::Format::Cue && FileSize(companion)) {
     try {
       ReadContent(companion, kLargestPackFile);
     } catch (const Failure& failure) { // The record was read without it.
       throw Failure(companion, failure.Words() + "; --no-cdtext leaves the texts out", failure.Code());
     }
   }
-  const std::string packs = EncodeText(host, &image.Session(1), false);
-  return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
+  const std::vector<std::byte> packs = image.EncodeCdText();
+  return {reinterpret_cast<const char*>(packs.data()), packs.size()};
 }
 
 /// Prepares the record for the new description: numbers the tracks from 1, sets whether there is CD-Text, and sets the
 /// block size of a new data file, which has no sub-channel.
-void PrepareRecord(ImageRecord* image, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
-  for (unsigned session = 1; session <= sessions; ++session) {
-    ZSCUESHEET& sheet = image->Session(session);
-    sheet.ZSCDTEXT.CDTextPresent = hasText && session == 1 ? VARIANT_TRUE : VARIANT_FALSE;
+void PrepareRecord(zsimagefileinfo* info, unsigned sessions, bool hasText, bool withData, const DataFilePlan& plan) {
+  for (ZSCUESHEET* sheet : std::span(info->pZSCueSheet, sessions)) {
+    sheet->ZSCDTEXT.CDTextPresent = hasText && sheet == info->pZSCueSheet[0] ? VARIANT_TRUE : VARIANT_FALSE;
     UINT number = 0;
-    for (ZSTRACK& track : Tracks(sheet)) {
+    for (ZSTRACK& track : Tracks(*sheet)) {
       track.TNO = ++number;
       track.BlockSize = withData ? static_cast<ZSFILEBLOCKSIZECUE>(plan.blockSize) : track.BlockSize;
     }
   }
-  image->Info().lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
-}
-
-/// @throws Failure if the sectors of an image have no size.
-void RequireSizes(const Host& host, const ImageRecord& image, unsigned sessions) {
-  for (const ZSCUESHEET* sheet : image.Sessions(sessions)) {
-    const auto tracks = Tracks(*sheet);
-    if (std::any_of(tracks.begin(), tracks.end(), [](const ZSTRACK& track) { return track.BlockSize <= 0; })) {
-      throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
-    }
-  }
+  info->lMask &= withData ? ~(ZSIMAGEMASK_SUBCHANNEL | ZSIMAGEMASK_SUBINLINE | ZSIMAGEMASK_CDG) : ~LONG{0};
 }
 
 /// Explains why a file does not have the size of the data file that a description needs.
-std::string ExplainSize(const ImageRecord& image, unsigned sessions, const DataFilePlan& plan,
+std::string ExplainSize(const imagefile::Image& image, unsigned sessions, const DataFilePlan& plan,
                         const std::string& dataFile) {
   if (!IsSameFile(dataFile, image.DataFile())) {
     return "it belongs to another image";
   }
   const auto hasSilence = [](const DataFilePlan::Piece& piece) { return piece.silence != 0; };
   const bool isSilent = std::any_of(plan.pieces.begin(), plan.pieces.end(), hasSilence);
-  return std::string(sessions < image.Info().nSessions ? "it has the sectors of later sessions as well"
-                     : !plan.shortage.empty()          ? plan.shortage
-                     : isSilent                        ? "it does not have the silence of gaps and PREGAP lines"
-                                                       : "it has bytes that belong to no track") +
+  return std::string(sessions < image.Sessions().size() ? "it has the sectors of later sessions as well"
+                     : !plan.shortage.empty()           ? plan.shortage
+                     : isSilent                         ? "it does not have the silence of gaps and PREGAP lines"
+                                                        : "it has bytes that belong to no track") +
          "; --with-data writes a file that fits";
 }
 
 /// @throws Failure if the data file that the options request does not fit the description.
-void RequireFittingData(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
+void RequireFittingData(const ConvertOptions& options, const imagefile::Image& image, unsigned sessions,
                         const DataFilePlan& plan) {
   const std::string& obstacle = plan.conflict.empty() && options.withData ? plan.shortage : plan.conflict;
   if (!options.withData && options.dataFile.empty()) {
@@ -123,7 +112,7 @@ void RequireFittingData(const ConvertOptions& options, const ImageRecord& image,
   }
 }
 
-void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
+void AnnounceDataFile(const ConvertOptions& options, const imagefile::Image& image, unsigned sessions,
                       const DataFilePlan& plan, const std::string& dataFile) {
   const std::string output = TerminalText(options.output);
   const std::string expected = TerminalText(SpelledOnDisk(dataFile));
@@ -146,48 +135,48 @@ void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, u
 }
 
 /// Writes all files of the new image. The description is published last, so that it never exists without the others.
-void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
+void WriteFiles(const imagefile::Image& image, const ConvertOptions& options, const DataFilePlan& plan,
                 const Description& description, const std::string& companionText) {
   std::vector<std::unique_ptr<OutputFile>> files;
   const auto create = [&](const std::string& path, UHYPER size) {
-    image.RefuseOwnFiles(path);
+    image.RefuseOwnFile(path);
     return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
   };
   const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
   const auto stale =
       IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
-  std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFiles(path); });
+  std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFile(path); });
   OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
   if (!companion.empty()) {
     create(companion, companionText.size())->Write(companionText);
   }
   create(options.output, description.content.size())->Write(description.content);
   if (data != nullptr) {
-    WriteDataFile(host, image.DataFile(), plan, data);
+    WriteDataFile(image, plan, data);
   }
   PublishAll(files, stale);
 }
 
 int RunConvert(const ConvertOptions& options) {
-  const Host host;
   const bool isSheet = IsSheet(options.output);
-  ImageRecord image(host, options.path);
-  image.RefuseOwnFiles(options.output);
+  const imagefile::Image image = OpenImage(options.path);
+  image.RefuseOwnFile(options.output);
   RequireWritable(options.output, options.force);
   if (options.withData) {
-    image.RequireDataFile();
+    RequireDataFile(image);
   }
-  const std::string packs = CollectPacks(host, image, options);
-  const unsigned sessions = std::min<unsigned>(image.Info().nSessions, isSheet ? 1 : kMaxSessions);
-  RequireSizes(host, image, sessions);
+  const std::string packs = CollectPacks(image, options);
+  const unsigned sessions = std::min<unsigned>(image.Record().nSessions, isSheet ? 1 : kMaxSessions);
+  RequireSizes(image, sessions);
   const DataFilePlan plan = PlanDataFile(image, sessions);
   RequireFittingData(options, image, sessions, plan);
-  MarkSilence(&image, sessions);
-  const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
-  PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
-  const Description description = RenderDescription(host, &image, options.output, sessions, packs);
+  imagefile::Image copy = image.Clone(); // What the description states.
+  MarkSilence(&copy, sessions);
+  const std::vector<std::string> losses = FindLosses(copy, isSheet, sessions, options.withData);
+  PrepareRecord(&copy.Record(), sessions, !packs.empty(), options.withData, plan);
+  const Description description = RenderDescription(&copy, options.output, sessions, packs);
   try {
-    WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
+    WriteFiles(image, options, plan, description, isSheet ? packs : "");
   } catch (const imagefile::Error& failure) {
     if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
       throw;

@@ -15,22 +15,23 @@ constexpr const char* kNoTracks = "it has no tracks in its first session";
 std::string NameOf(unsigned track, unsigned session) { return fmt::format("track {} of session {}", track, session); }
 
 /// Explains why one file cannot contain the sectors of these sessions; empty if it can.
-std::string FindSizeConflict(const ImageRecord& image, unsigned sessions) {
-  if (sessions == 0 || Tracks(image.Session(1)).empty()) {
+std::string FindSizeConflict(const imagefile::Image& image, unsigned sessions) {
+  if (sessions == 0 || image.Sessions()[0].Tracks().empty()) {
     return kNoTracks;
   }
-  const LONG first = Tracks(image.Session(1))[0].BlockSize;
-  for (unsigned session = 1; session <= sessions; ++session) {
+  const LONG first = image.Sessions()[0].Tracks()[0].Record().BlockSize;
+  for (const imagefile::Session& session : image.Sessions().first(sessions)) {
     unsigned number = 0;
-    for (const ZSTRACK& track : Tracks(image.Session(session))) {
-      const LONG size = track.BlockSize;
+    for (const imagefile::Track& track : session.Tracks()) {
+      const LONG size = track.Record().BlockSize;
       ++number;
       if (size <= 0 || size > ZSFILEBLOCKSIZE_2448) {
-        return fmt::format("{} has sectors of {} bytes, which no data file can have", NameOf(number, session), size);
+        return fmt::format("{} has sectors of {} bytes, which no data file can have", NameOf(number, session.Number()),
+                           size);
       }
       if (size != first) {
         return fmt::format("{} has sectors of {} bytes, and tracks before it have different block sizes",
-                           NameOf(number, session), size);
+                           NameOf(number, session.Number()), size);
       }
     }
   }
@@ -40,44 +41,44 @@ std::string FindSizeConflict(const ImageRecord& image, unsigned sessions) {
 /// Lays out the tracks of an image in their order.
 class Layout {
 public:
-  Layout(const ImageRecord& image, DataFilePlan* plan)
-      : m_image(image), m_plan(*plan), m_sourceEnd(image.Info().dwSeekBegin64) {}
+  Layout(const imagefile::Image& image, DataFilePlan* plan)
+      : m_image(image), m_plan(*plan), m_sourceEnd(image.Record().dwSeekBegin64) {}
 
-  void AddSession(unsigned session, bool isLast) {
-    const auto tracks = Tracks(m_image.Session(session));
-    const std::vector<TrackExtent> extents = m_image.Extents(session);
-    if (session > 1 && !tracks.empty()) { // The gap between sessions on the disc is not in the file.
-      m_position = std::int64_t{tracks[0].dwLBA} - tracks[0].Pregap;
+  void AddSession(const imagefile::Session& session, bool isLast) {
+    const auto tracks = session.Tracks();
+    if (session.Number() > 1 && !tracks.empty()) { // The gap between sessions on the disc is not in the file.
+      m_position = std::int64_t{tracks[0].Start()} - tracks[0].PregapSectors();
     }
     for (unsigned i = 0; i < tracks.size() && m_plan.conflict.empty(); ++i) {
       // The postgap of the last track is kept if another session follows.
-      const LONG postgap = i + 1 == tracks.size() && !isLast ? LONG{tracks[i].Postgap} : 0;
-      AddTrack(tracks[i], extents[i], std::max(postgap, 0), NameOf(i + 1, session));
+      const LONG postgap = i + 1 == tracks.size() && !isLast ? tracks[i].PostgapSectors() : 0;
+      AddTrack(tracks[i], std::max(postgap, 0), NameOf(i + 1, session.Number()));
     }
   }
 
 private:
-  void AddTrack(const ZSTRACK& track, const TrackExtent& extent, LONG postgap, const std::string& name) {
-    const std::int64_t gap = std::int64_t{track.dwLBA} - m_position;
-    if (gap < 0 || extent.begin < m_sourceEnd) {
+  void AddTrack(const imagefile::Track& track, LONG postgap, const std::string& name) {
+    const std::int64_t gap = std::int64_t{track.Start()} - m_position;
+    const UINT size = track.BlockBytes();
+    if (gap < 0 || track.OffsetBytes() < m_sourceEnd) {
       m_plan.conflict = name + " begins before the end of the track before it";
       return;
     }
     // Sectors that the image has before the track, such as its pregap, are copied: at most as many as the gap has.
-    const UHYPER kept = std::min<UHYPER>(static_cast<UHYPER>(gap), (extent.begin - m_sourceEnd) / extent.blockSize);
-    const SectorRun run{extent.begin - kept * extent.blockSize,
-                        static_cast<ULONG>(kept) + extent.sectors + static_cast<ULONG>(postgap), extent.blockSize, 0,
+    const UHYPER kept = std::min<UHYPER>(static_cast<UHYPER>(gap), (track.OffsetBytes() - m_sourceEnd) / size);
+    const SectorRun run{track.OffsetBytes() - kept * size,
+                        static_cast<ULONG>(kept) + track.SectorsInFile() + static_cast<ULONG>(postgap), size, 0,
                         m_plan.blockSize};
-    const ULONG missing = std::max(extent.missing, MissingSectors(m_image.DataFile(), run));
+    const ULONG missing = std::max(track.MissingSectors(DataSize(m_image)), MissingSectors(m_image.DataFile(), run));
     if (missing != 0 && m_plan.shortage.empty()) {
       m_plan.shortage = fmt::format("{} is {}", name, CutOffWords(missing));
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
-    m_position = std::int64_t{track.dwLBA} + extent.sectors + postgap;
+    m_position = std::int64_t{track.Start()} + track.SectorsInFile() + postgap;
     m_sourceEnd = run.begin + UHYPER{run.sectors} * run.blockSize;
   }
 
-  const ImageRecord& m_image;
+  const imagefile::Image& m_image;
   DataFilePlan& m_plan;
   std::int64_t m_position = 0; ///< Next free position of the description.
   UHYPER m_sourceEnd;          ///< Offset in the image's data file after the last piece.
@@ -103,7 +104,7 @@ UHYPER DataFilePlan::Sectors() const noexcept {
   return sectors;
 }
 
-DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
+DataFilePlan PlanDataFile(const imagefile::Image& image, unsigned sessions) {
   const std::string conflict = FindSizeConflict(image, sessions);
   if (!conflict.empty()) {
     throw Failure(image.Path(),
@@ -112,19 +113,19 @@ DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions) {
                   ZSE_FAILED);
   }
   DataFilePlan plan;
-  plan.storedSize = static_cast<UINT>(image.Session(1).pZSTracks[0].BlockSize);
+  plan.storedSize = image.Sessions()[0].Tracks()[0].BlockBytes();
   plan.blockSize = std::min<UINT>(plan.storedSize, ZSFILEBLOCKSIZE_2352);
   Layout layout(image, &plan);
-  for (unsigned session = 1; session <= sessions && plan.conflict.empty(); ++session) {
-    layout.AddSession(session, session == sessions);
+  for (const imagefile::Session& session : image.Sessions().first(sessions)) {
+    layout.AddSession(session, session.Number() == sessions);
   }
   return plan;
 }
 
-void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, OutputFile* file) {
+void WriteDataFile(const imagefile::Image& image, const DataFilePlan& plan, OutputFile* file) {
   ProgressBar progress("sectors", plan.Bytes());
   for (const DataFilePlan::Piece& piece : plan.pieces) {
     WriteSilence(piece.silence * plan.blockSize, &progress, file);
-    ReadRun(host, source, piece.run, &progress, [&](const BYTE* data, std::size_t size) { file->Write(data, size); });
+    ReadRun(image, piece.run, &progress, [&](const BYTE* data, std::size_t size) { file->Write(data, size); });
   }
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "files/output_file.h"
-#include "image/image_record.h"
+#include "image/open_image.h"
 #include "image/sector_run.h"
 
 /// The content of a data file. Sector n of the file is position n of the description; where the image has no sectors,
@@ -31,7 +31,7 @@ struct DataFilePlan {
 /// Plans the data file for the first sessions of an image. The file has no sub-channel: sectors above 2352 bytes are
 /// cut to 2352, since neither a CUE sheet nor a TOC file can state one in the sectors. @throws Failure if the tracks
 /// differ in block size.
-DataFilePlan PlanDataFile(const ImageRecord& image, unsigned sessions);
+DataFilePlan PlanDataFile(const imagefile::Image& image, unsigned sessions);
 
 /// Writes the data file. @throws Failure if a sector cannot be read or written, or the user cancels.
-void WriteDataFile(const Host& host, const std::string& source, const DataFilePlan& plan, OutputFile* file);
+void WriteDataFile(const imagefile::Image& image, const DataFilePlan& plan, OutputFile* file);

@@ -11,6 +11,7 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "files/scratch_folder.h"
+#include "image/host.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -20,11 +21,11 @@ namespace {
 constexpr UHYPER kLargestDescription = 256U << 20;
 
 /// Writes the description to a path. E_FAIL is ignored: the caller checks the content of the file instead.
-void Write(const Host& host, ImageRecord* image, const std::string& path, const std::string& packs) {
+void Write(imagefile::Image* image, const std::string& path, const std::string& packs) {
   std::string bytes = packs; // The component reads them through a pointer that is not const.
   auto* text = bytes.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(bytes.data());
-  const HRESULT result =
-      host.Images().CreateTOCFile(Wide(path).get(), &image->Info(), nullptr, 0, text, static_cast<UINT>(packs.size()));
+  const HRESULT result = imagefile::Interfaces().Images().CreateTOCFile(Wide(path).get(), &image->Record(), nullptr, 0,
+                                                                        text, static_cast<UINT>(packs.size()));
   Check(result == E_FAIL ? S_OK : result, image->Path(),
         result == S_FALSE || result == ZSE_FAILED ? "the image has no session to describe" : "");
 }
@@ -47,12 +48,11 @@ bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, boo
 }
 
 /// Compares the tracks of the new description with those of the image.
-void VerifyTracks(const Host& host, const ImageRecord& image, unsigned sessions, const std::string& copy,
-                  const std::string& path) {
-  const ImageRecord read(host, copy);
+void VerifyTracks(const imagefile::Image& image, unsigned sessions, const std::string& copy, const std::string& path) {
+  const imagefile::Image read = OpenImage(copy);
   for (unsigned session = 1; session <= sessions; ++session) {
-    const auto expected = Tracks(image.Session(session));
-    const auto found = Tracks(read.Session(session));
+    const auto expected = Tracks(SessionOf(image, session).Record());
+    const auto found = Tracks(SessionOf(read, session).Record());
     for (std::size_t i = 0; i < expected.size(); ++i) {
       const ZSTRACK* next = i + 1 < expected.size() ? &expected[i + 1] : nullptr;
       if (i >= found.size() || !IsKept(expected[i], next, found[i], IsSheet(path))) {
@@ -88,14 +88,14 @@ std::string CompanionOf(const std::string& path) {
   return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
 }
 
-Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
+Description RenderDescription(imagefile::Image* image, const std::string& path, unsigned sessions,
                               const std::string& packs) {
   const bool isSheet = IsSheet(path);
-  image->Info().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
+  image->Record().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
   // The content depends on the name of the file alone, so it can be rendered in any folder.
   const ScratchFolder scratch;
   const std::string copy = scratch.Path(FileName(path));
-  Write(host, image, copy, packs);
+  Write(image, copy, packs);
   Description description;
   if (FileSize(copy)) {
     description.content = ReadContent(copy, kLargestDescription);
@@ -103,9 +103,9 @@ Description RenderDescription(const Host& host, ImageRecord* image, const std::s
   if (!description.content.ends_with('\n')) {
     throw Failure(copy, "the description cannot be written; set TMPDIR to a folder with free space", E_FAIL);
   }
-  description.dataFile = FileName(isSheet ? DataFileOfSheet(host, copy) : Narrow(image->Info().bstrImageBinaryFile));
+  description.dataFile = FileName(isSheet ? DataFileOfSheet(copy) : Narrow(image->Record().bstrImageBinaryFile));
   WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
-  VerifyTracks(host, *image, sessions, copy, path);
+  VerifyTracks(*image, sessions, copy, path);
   return description;
 }
 
@@ -127,19 +127,19 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
   return stale;
 }
 
-void MarkSilence(ImageRecord* image, unsigned sessions) {
-  for (const ZSCUESHEET* sheet : image->Sessions(sessions)) {
+void MarkSilence(imagefile::Image* image, unsigned sessions) {
+  for (const imagefile::Session& session : image->Sessions().first(sessions)) {
     ULONG silence = 0; // Sectors of PREGAP lines up to the track; they are not in the file.
-    for (ZSTRACK& track : Tracks(*sheet)) {
-      const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image->Info(), track));
+    for (ZSTRACK& track : Tracks(session.Record())) {
+      const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image->Record(), track));
       track.Pregap += std::max(static_cast<LONG>(silence - before), 0);
       track.dwEndLBA += silence;
     }
   }
 }
 
-std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData) {
-  const zsimagefileinfo& info = image.Info();
+std::vector<std::string> FindLosses(const imagefile::Image& image, bool isSheet, unsigned sessions, bool withData) {
+  const zsimagefileinfo& info = image.Record();
   const LONG blockSize = info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
   std::vector<std::string> losses;
   if (sessions < info.nSessions) {
@@ -157,8 +157,8 @@ std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsi
   }
   const auto addTracks = [&](const std::function<bool(const ZSTRACK&)>& losesIt, const char* words) {
     UHYPER count = 0;
-    for (const ZSCUESHEET* sheet : image.Sessions(sessions)) {
-      const auto tracks = Tracks(*sheet);
+    for (const imagefile::Session& session : image.Sessions().first(sessions)) {
+      const auto tracks = Tracks(session.Record());
       count += static_cast<UHYPER>(std::count_if(tracks.begin(), tracks.end(), losesIt));
     }
     if (count != 0) {

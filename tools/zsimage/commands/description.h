@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "image/image_record.h"
+#include "image/open_image.h"
 
 /// Returns whether a path has the extension of a CUE sheet; if not, it has that of a TOC file. @throws Failure for any
 /// other extension, and for a name that a description cannot contain.
@@ -20,7 +20,7 @@ struct Description {
 /// of the record.
 /// @param path Where the description will be. @param packs Bytes of CD-Text packs, which only a TOC file contains.
 /// @throws Failure if the description does not state the same tracks.
-Description RenderDescription(const Host& host, ImageRecord* image, const std::string& path, unsigned sessions,
+Description RenderDescription(imagefile::Image* image, const std::string& path, unsigned sessions,
                               const std::string& packs);
 
 /// Returns the path of the CD-Text companion that a sheet names.
@@ -33,8 +33,8 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
 
 /// Adds the silence of PREGAP lines to the pregaps of the tracks, since the new data file contains it. PREGAP lines
 /// move the start of a track and not its end, which is a position in the old file; this moves the end as well.
-void MarkSilence(ImageRecord* image, unsigned sessions);
+void MarkSilence(imagefile::Image* image, unsigned sessions);
 
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
 /// @param withData Whether a data file is written as well.
-std::vector<std::string> FindLosses(const ImageRecord& image, bool isSheet, unsigned sessions, bool withData);
+std::vector<std::string> FindLosses(const imagefile::Image& image, bool isSheet, unsigned sessions, bool withData);

@@ -30,36 +30,36 @@ struct ExtractOptions {
 };
 
 struct Job {
-  unsigned session; ///< From 1, as the track.
-  unsigned track;
-  TrackExtent extent;
+  unsigned session; ///< From 1, as the number.
+  unsigned number;
+  const imagefile::Track& track;
   std::string target;
   TrackFormat format;
   SoundTags tags;
 };
 
-std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
+std::vector<Job> ListJobs(const imagefile::Image& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
   const TrackFormat format = TrackFormatOf(options.format.empty() ? options.output : options.format);
   const unsigned first = std::max(options.session, 1U);
-  const unsigned last = all && options.session == 0 ? image.Info().nSessions : first;
+  const unsigned last = all && options.session == 0 ? static_cast<unsigned>(image.Sessions().size()) : first;
   std::vector<Job> jobs;
   for (unsigned session = first; session <= last; ++session) {
-    const std::vector<SoundTags> tags = TagsOf(image, session);
-    unsigned track = 0;
-    for (const TrackExtent& extent : image.Extents(session)) {
-      const SoundTags& own = tags[track++];
-      if (all || track == options.track) {
+    const std::vector<SoundTags> tags = TagsOf(SessionOf(image, session).Record());
+    unsigned number = 0;
+    for (const imagefile::Track& track : image.Sessions()[session - 1].Tracks()) {
+      const SoundTags& own = tags[number++];
+      if (all || number == options.track) {
         const std::string name = IsSound(format) ? SoundFileName(image, session, own, format)
-                                                 : fmt::format("session-{}-track-{:02}.{}", session, track,
+                                                 : fmt::format("session-{}-track-{:02}.{}", session, number,
                                                                kTrackFormats[static_cast<std::size_t>(format)]);
-        jobs.push_back({session, track, extent, all ? options.folder + "/" + name : options.output, format, own});
+        jobs.push_back({session, number, track, all ? options.folder + "/" + name : options.output, format, own});
       }
     }
     if (!all && jobs.empty()) {
       throw Failure(image.Path(),
                     fmt::format("no track {} in session {}, which has {}; 'zsimage info' lists them", options.track,
-                                session, track),
+                                session, number),
                     E_INVALIDARG);
     }
   }
@@ -67,14 +67,15 @@ std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& option
 }
 
 /// @throws Failure if a data track should become a sound file, or an audio track an ISO image.
-void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
-  if (IsSound(job.format) && track.Mode != ZSMODE_AUDIO) {
+void RequireFittingFormat(const imagefile::Image& image, const Job& job) {
+  const bool isAudio = job.track.Mode() == imagefile::Mode::Audio;
+  if (IsSound(job.format) && !isAudio) {
     Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
-         job.track, ModeWords(track.Mode));
+         job.number, ModeWords(job.track.Record().Mode));
   }
-  if (job.format == TrackFormat::UserData && track.Mode == ZSMODE_AUDIO) {
+  if (job.format == TrackFormat::UserData && isAudio) {
     Fail(image.Path(), E_INVALIDARG,
-         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.number);
   }
 }
 
@@ -86,27 +87,27 @@ UINT BlockSizeOf(const Job& job, UINT asked) {
 }
 
 /// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes.
-SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
-  const TrackExtent& extent = job.extent;
-  const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
-  if (extent.blockSize == 0) {
-    throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
+SectorRun RunOfTrack(const imagefile::Image& image, const Job& job, UINT blockSize) {
+  const imagefile::Track& track = job.track;
+  const UINT stored = track.BlockBytes();
+  if (stored == 0) {
+    throw Failure(image.Path(), SizelessWords(image), ZSE_FAILED);
   }
-  RequireFittingFormat(image, job, track);
-  const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
-  if (track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole) {
+  RequireFittingFormat(image, job);
+  const UINT whole = std::min<UINT>(stored, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
+  if (track.Mode() == imagefile::Mode::Audio && blockSize != 0 && blockSize != stored && blockSize != whole) {
     throw Failure(image.Path(),
                   fmt::format("track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out "
                               "--block-size",
-                              job.track, whole),
+                              job.number, whole),
                   E_INVALIDARG);
   }
-  SectorRun run{extent.begin, extent.sectors, extent.blockSize, 0, blockSize == 0 ? extent.blockSize : blockSize};
-  run.dataOffset = imagefile::OffsetInSector(image.Info(), track, run.dataSize);
-  if (run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize) {
+  SectorRun run{track.OffsetBytes(), track.SectorsInFile(), stored, 0, blockSize == 0 ? stored : blockSize};
+  run.dataOffset = imagefile::OffsetInSector(image.Record(), track.Record(), run.dataSize);
+  if (run.dataSize > stored || run.dataOffset > stored - run.dataSize) {
     throw Failure(image.Path(),
                   fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
-                              job.track, extent.blockSize, run.dataSize, run.dataOffset),
+                              job.number, stored, run.dataSize, run.dataOffset),
                   E_INVALIDARG);
   }
   return run;
@@ -114,29 +115,29 @@ SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job,
 
 /// Removes the sectors after the end of the data file from a run. @throws Failure if there are any without `partial`,
 /// or if no sector is left.
-void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* run) {
-  const ULONG missing = run->sectors == 0 ? job.extent.missing : MissingSectors(image.DataFile(), *run);
+void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorRun* run) {
+  const ULONG missing =
+      run->sectors == 0 ? job.track.MissingSectors(DataSize(image)) : MissingSectors(image.DataFile(), *run);
   if (missing == 0) {
     return;
   }
   if (!partial || missing >= run->sectors) {
     RequireSectors(image.DataFile(), *run);
   }
-  Note(fmt::format("track {} is {}; the others are saved", job.track, CutOffWords(missing)));
+  Note(fmt::format("track {} is {}; the others are saved", job.number, CutOffWords(missing)));
   run->sectors -= missing;
 }
 
 /// Writes the sectors of a run, or a sound file of them. @param swap Whether to swap the two bytes of each sample.
-void WriteRun(const Host& host, const ImageRecord& image, const Job& job, const SectorRun& run, bool swap,
-              OutputFile* file) {
+void WriteRun(const imagefile::Image& image, const Job& job, const SectorRun& run, bool swap, OutputFile* file) {
   std::optional<SoundWriter> sound;
   if (IsSound(job.format)) {
     const auto kind = static_cast<int>(job.format) - static_cast<int>(TrackFormat::Wave);
     sound.emplace(file, job.target, static_cast<SoundFormat>(kind), job.tags);
   }
-  ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
+  ProgressBar progress(fmt::format("track {}", job.number), run.Bytes());
   std::vector<BYTE> swapped;
-  ReadRun(host, image.DataFile(), run, &progress, [&](const BYTE* data, std::size_t size) {
+  ReadRun(image, run, &progress, [&](const BYTE* data, std::size_t size) {
     if (swap) {
       swapped.assign(data, data + size);
       for (std::size_t i = 1; i < size; i += 2) {
@@ -155,19 +156,19 @@ void WriteRun(const Host& host, const ImageRecord& image, const Job& job, const 
   }
 }
 
-void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
-  SectorRun run = RunOfTrack(host, image, job, BlockSizeOf(job, options.blockSize));
+void Extract(const imagefile::Image& image, const Job& job, const ExtractOptions& options) {
+  SectorRun run = RunOfTrack(image, job, BlockSizeOf(job, options.blockSize));
   if (options.swap && run.dataSize % 2 != 0) {
     throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
   }
   CutRun(image, job, options.partial, &run);
   { // The scope ends before anything is printed: a closed pipe would end the process and leave hidden files.
     OutputFile file(job.target, run.Bytes(), options.force);
-    WriteRun(host, image, job, run, options.swap, &file);
+    WriteRun(image, job, run, options.swap, &file);
     file.Publish();
   }
   if (!IsStandardOutput(job.target)) {
-    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.track,
+    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.number,
                       Counted(run.sectors, "sector"), run.dataSize));
   }
 }
@@ -206,12 +207,11 @@ private:
 };
 
 /// Saves all tracks; a failure of one does not stop the others. @return the exit status.
-int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job>& jobs,
-               const ExtractOptions& options) {
+int ExtractAll(const imagefile::Image& image, const std::vector<Job>& jobs, const ExtractOptions& options) {
   int status = 0;
   for (const Job& job : jobs) {
     try {
-      Extract(host, image, job, options);
+      Extract(image, job, options);
     } catch (const imagefile::Error& failure) {
       status = Report(failure);
       if (failure.Code() == kCancelled || failure.Code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL)) {
@@ -223,23 +223,22 @@ int ExtractAll(const Host& host, const ImageRecord& image, const std::vector<Job
 }
 
 int RunExtract(const ExtractOptions& options) {
-  const Host host;
-  const ImageRecord image(host, options.path, options.partial);
-  image.RequireDataFile();
+  const imagefile::Image image = OpenImage(options.path, options.partial);
+  RequireDataFile(image);
   const std::vector<Job> jobs = ListJobs(image, options);
   for (const Job& job : jobs) {
-    image.RefuseOwnFiles(job.target);
+    image.RefuseOwnFile(job.target);
     if (!options.folder.empty()) { // If one track cannot be written, none is saved.
       RequireWritable(job.target, options.force);
     }
   }
   if (options.folder.empty()) {
-    Extract(host, image, jobs.front(), options);
+    Extract(image, jobs.front(), options);
     return 0;
   }
   const TargetFolder folder(options.folder);
   folder.Create();
-  return ExtractAll(host, image, jobs, options);
+  return ExtractAll(image, jobs, options);
 }
 
 } // namespace

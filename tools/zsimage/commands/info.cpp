@@ -11,14 +11,13 @@ struct InfoOptions {
 };
 
 int RunInfo(const InfoOptions& options) {
-  const Host host;
   return ForEachImage(options.paths, options.json, [&](const std::string& path) {
-    const ImageRecord image(host, path);
+    const imagefile::Image image = OpenImage(path);
     if (options.json) {
-      PrintRecordJson(image.Info(), options.paths.size() > 1);
+      PrintRecordJson(image.Record(), options.paths.size() > 1);
     } else {
       Print(&path == &options.paths.front() ? "" : "\n");
-      PrintRecord(host, image);
+      PrintRecord(image);
     }
     return 0;
   });

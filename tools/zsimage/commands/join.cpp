@@ -9,6 +9,7 @@
 #include "files/paths.h"
 #include "files/scratch_folder.h"
 #include "image/disc_words.h"
+#include "image/host.h"
 #include "join/album_data.h"
 #include "output/failure.h"
 #include "output/json.h"
@@ -49,16 +50,16 @@ NewImage DescribeImage(const Host& host, ZSCUESHEET* record, const std::string& 
   const std::string copy = scratch.Path(FileName(output));
   Check(host.Sheets().CreateCueFile(Wide(copy).get(), record), copy);
   image.sheetText = ReadContent(copy, kLargestPackFile);
-  image.dataFile = Beside(output, FileName(DataFileOfSheet(host, copy)));
+  image.dataFile = Beside(output, FileName(DataFileOfSheet(copy)));
   image.textFile = image.packs.empty() ? "" : CompanionOf(output);
   return image;
 }
 
 /// Reads the new image and compares its tracks with the record. Adds a note if texts are missing.
-void Verify(const Host& host, const std::string& path, SheetOfFiles* sheet) {
-  const ImageRecord image(host, path);
+void Verify(const std::string& path, SheetOfFiles* sheet) {
+  const imagefile::Image image = OpenImage(path);
   const auto expected = Tracks(*sheet->record);
-  const auto found = Tracks(image.Session(1));
+  const auto found = Tracks(SessionOf(image, 1).Record());
   const auto isSame = [](const ZSTRACK& left, const ZSTRACK& right) {
     return left.dwLBA == right.dwLBA && left.dwEndLBA == right.dwEndLBA && left.Pregap == right.Pregap &&
            left.Mode == right.Mode && left.BlockSize == right.BlockSize;
@@ -77,8 +78,7 @@ void Verify(const Host& host, const std::string& path, SheetOfFiles* sheet) {
 }
 
 /// Writes all files and reads them back.
-void WriteImage(const Host& host, const JoinOptions& options, const Album& album, SheetOfFiles* sheet,
-                const NewImage& image) {
+void WriteImage(const JoinOptions& options, const Album& album, SheetOfFiles* sheet, const NewImage& image) {
   std::vector<std::unique_ptr<OutputFile>> files;
   const auto create = [&](const std::string& path, UHYPER size) {
     RefuseInputs(options.path, album, path);
@@ -94,7 +94,7 @@ void WriteImage(const Host& host, const JoinOptions& options, const Album& album
   WriteAlbum(album, *sheet->record, data);
   PublishAll(files, stale);
   try {
-    Verify(host, options.output, sheet);
+    Verify(options.output, sheet);
   } catch (...) {
     std::for_each(files.rbegin(), files.rend(), [](const auto& file) { file->Withdraw(); });
     throw;
@@ -137,7 +137,7 @@ int RunJoin(const JoinOptions& options) {
   RefuseInputs(options.path, album, options.output);
   RequireWritable(options.output, options.force);
   const NewImage image = DescribeImage(host, sheet.record.get(), options.output);
-  WriteImage(host, options, album, &sheet, image);
+  WriteImage(options, album, &sheet, image);
   for (const std::string& note : sheet.notes) {
     Note(note);
   }

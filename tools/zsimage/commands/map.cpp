@@ -32,10 +32,9 @@ int RunMap(const MapOptions& options) {
     throw Failure(options.output, "pictures are .svg or .html files; give a name with one of these extensions",
                   E_INVALIDARG);
   }
-  const Host host;
-  const ImageRecord image(host, options.path);
-  image.RefuseOwnFiles(options.output);
-  const std::string picture = DrawDisc(image, KindOfImage(host, image));
+  const imagefile::Image image = OpenImage(options.path);
+  image.RefuseOwnFile(options.output);
+  const std::string picture = DrawDisc(image, KindOfImage(image));
   const std::string content = isPage ? Page(picture) : picture;
   if (IsStandardOutput(options.output)) {
     Print(content); // SVG is text, so a terminal may show it.

@@ -7,7 +7,7 @@
 #include "commands/commands.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
-#include "image/image_record.h"
+#include "image/open_image.h"
 #include "output/failure.h"
 #include "output/json.h"
 #include "output/standard_output.h"
@@ -30,29 +30,28 @@ struct FoundSector {
 };
 
 /// Finds the first track that contains a sector, its pregap included.
-std::optional<FoundSector> FindSector(const Host& host, const ImageRecord& image, std::int64_t lba) {
-  const UHYPER size = image.DataSize().value_or(kToEndOfFile);
-  std::optional<FoundSector> found;
-  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
+std::optional<FoundSector> FindSector(const imagefile::Image& image, std::int64_t lba) {
+  const UHYPER size = DataSize(image);
+  for (const imagefile::Session& session : image.Sessions()) {
     unsigned number = 0;
     ULONG silence = 0; // Sectors of PREGAP lines up to the track.
-    image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
-      if (extent.blockSize == 0) {
-        throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
-      }
-      const std::int64_t offset = lba - track.dwLBA;
-      const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(image.Info(), track));
+    for (const imagefile::Track& track : session.Tracks()) {
+      const std::int64_t offset = lba - track.Start();
+      const ULONG before =
+          std::exchange(silence, track.Start() - imagefile::FilePosition(image.Record(), track.Record()));
       const std::int64_t own = silence > before ? silence - before : 0;
-      const bool isLost = extent.sectors == 0 && extent.missing != 0; // The length of the track is not known.
+      const std::int64_t pregap = track.PregapSectorsInFile();
+      const bool isLost = track.SectorsInFile() == 0 && track.MissingSectors(size) != 0; // Its length is not known.
       ++number;
-      if (!found && offset >= -own - extent.pregap && (offset < extent.sectors || isLost)) {
-        const UHYPER byte = extent.begin + static_cast<UHYPER>(offset) * extent.blockSize;
-        found = {session, number, offset < 0, byte, offset < -std::int64_t{extent.pregap}, false};
-        found->isCutOff = !found->isSilence && (byte > size || size - byte < extent.blockSize);
+      if (offset >= -own - pregap && (offset < track.SectorsInFile() || isLost)) {
+        const UHYPER byte = track.OffsetBytes() + static_cast<UHYPER>(offset) * track.BlockBytes();
+        const bool isSilence = offset < -pregap;
+        const bool isCutOff = !isSilence && (byte > size || size - byte < track.BlockBytes());
+        return FoundSector{session.Number(), number, offset < 0, byte, isSilence, isCutOff};
       }
-    });
+    }
   }
-  return found;
+  return std::nullopt;
 }
 
 /// Explains why a sector has no byte in the data file; empty if it has one.
@@ -69,19 +68,25 @@ std::string ExplainNoByte(const std::optional<FoundSector>& found, const std::st
                                         found->track, found->session);
 }
 
-int RunPosition(const PositionOptions& options) {
-  const Host host;
-  ImageRecord image(host, options.path);
-  const auto sheets = image.Sessions();
-  const auto isEmpty = [](const ZSCUESHEET* sheet) { return sheet->nTracks == 0; };
-  if (sheets.empty() || std::any_of(sheets.begin(), sheets.end(), isEmpty)) {
+/// @throws Failure if sectors of the image have no positions.
+void RequirePositions(const imagefile::Image& image) {
+  const auto sessions = image.Sessions();
+  const auto isEmpty = [](const imagefile::Session& session) { return session.Tracks().empty(); };
+  if (sessions.empty() || std::any_of(sessions.begin(), sessions.end(), isEmpty)) {
     throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
   }
+}
+
+int RunPosition(const PositionOptions& options) {
+  imagefile::Image image = OpenImage(options.path);
+  RequirePositions(image);
   // The component returns the start of the track, not of the sector, and leaves the length unchanged without a track.
   UHYPER seek = 0;
   UHYPER length = kToEndOfFile;
-  Check(host.Images().GetPositionFromLBA(&image.Info(), options.lba, &seek, &length), image.Path());
-  const std::optional<FoundSector> found = FindSector(host, image, options.lba);
+  Check(imagefile::Interfaces().Images().GetPositionFromLBA(&image.Record(), options.lba, &seek, &length),
+        image.Path());
+  RequireSizes(image, image.Sessions().size());
+  const std::optional<FoundSector> found = FindSector(image, options.lba);
   const std::string sector = fmt::format("sector {} ({})", options.lba, DiscTime(options.lba));
   const std::string file = TerminalText(image.DataFile());
   const std::string obstacle = ExplainNoByte(found, file);

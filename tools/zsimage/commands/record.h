@@ -5,10 +5,10 @@
 /// integers are numbers, truth values are true or false.
 #pragma once
 
-#include "image/image_record.h"
+#include "image/open_image.h"
 
 /// Prints the page of an image: what the disc is, and one line for each track.
-void PrintRecord(const Host& host, const ImageRecord& image);
+void PrintRecord(const imagefile::Image& image);
 
 /// Prints the texts of a disc and its tracks.
 void PrintTexts(const ZSCUESHEET& sheet);

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "files/input_file.h"
 #include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
+#include "image/host.h"
 #include "image/sheet_lines.h"
 #include "output/standard_output.h"
 #include "output/text_table.h"
@@ -48,29 +50,32 @@ Colour ModeColour(ZSMODETYPE mode) {
 
 std::string Gap(LONG sectors) { return sectors == 0 ? "" : std::to_string(sectors); }
 
-void ProduceRows(const ImageRecord& image, unsigned session, const TextTable::RowSink& sink) {
-  const ZSCUESHEET& sheet = image.Session(session);
-  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
-  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
-  image.VisitTracks(session, [&](const ZSTRACK& track, const TrackExtent& extent) {
+void ProduceRows(const imagefile::Image& image, const imagefile::Session& session, const TextTable::RowSink& sink) {
+  const UHYPER size = DataSize(image);
+  TextColumn titles(session.Record().ZSCDTEXT.bstrTitle);
+  TextColumn performers(session.Record().ZSCDTEXT.bstrPerformer);
+  for (const imagefile::Track& view : session.Tracks()) {
+    const ZSTRACK& track = view.Record();
+    const ULONG sectors = view.SectorsInFile();
+    const ULONG missing = view.MissingSectors(size);
     const bool hasLength =
-        track.dwEndLBA >= imagefile::FilePosition(image.Info(), track) && (extent.missing == 0 || extent.sectors != 0);
-    sink({std::to_string(session),
+        track.dwEndLBA >= imagefile::FilePosition(image.Record(), track) && (missing == 0 || sectors != 0);
+    sink({std::to_string(session.Number()),
           std::to_string(track.TNO),
           {ModeWords(track.Mode), ModeColour(track.Mode)},
           std::to_string(track.BlockSize),
           DiscTime(track.dwLBA),
           std::to_string(track.dwLBA),
-          hasLength ? Duration(extent.sectors) : "-",
-          hasLength ? std::to_string(extent.sectors) : "-",
+          hasLength ? Duration(sectors) : "-",
+          hasLength ? std::to_string(sectors) : "-",
           Gap(track.Pregap),
           Gap(track.Postgap),
           WordsOf(track.Flags, {{ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}}, " "),
           TerminalText(track.bstrISRC),
           titles.Show(track.bstrTitle),
           performers.Show(track.bstrPerformer),
-          {CutOffWords(extent.missing), Colour::Red}});
-  });
+          {CutOffWords(missing), Colour::Red}});
+  }
 }
 
 /// Returns a line "  Name         value", or nothing without a value.
@@ -86,13 +91,13 @@ std::string DiscTexts(const ::ZSCDTEXT& text) {
   return lines;
 }
 
-std::string DataFileWords(const ImageRecord& image) {
-  if (image.IsItsOwnDataFile()) {
-    return image.Info().ZSImageFormat == ZSIMAGEFORMAT_CCD ? "none: no .img file of this name is beside the description"
-                                                           : "none: the description names no file but itself";
+std::string DataFileWords(const imagefile::Image& image) {
+  const std::optional<UHYPER> size = image.DataFileBytes();
+  if (!size && IsSameFile(image.DataFile(), image.Path())) {
+    return image.Format() == imagefile::Format::Ccd ? "none: no .img file of this name is beside the description"
+                                                    : "none: the description names no file but itself";
   }
-  const std::optional<UHYPER> size = image.DataSize();
-  const std::string type = image.Info().dwSeekBegin64 != 0 ? "" : SoundFileType(image.DataFile());
+  const std::string type = image.Record().dwSeekBegin64 != 0 ? "" : SoundFileType(image.DataFile());
   return fmt::format("{} ({}){}", TerminalText(image.DataFile()), size ? ReadableSize(*size) : "no such file",
                      type.empty() ? "" : fmt::format(", a sound file ({}) that is read as raw samples", type));
 }
@@ -115,8 +120,8 @@ std::string DiscIdWords(ULONG disc, ULONG firstSession) {
 }
 
 /// Returns lines about the content of a sheet that the record does not have.
-std::string SheetNotes(const ImageRecord& image) {
-  if (image.Info().ZSImageFormat != ZSIMAGEFORMAT_CUE) {
+std::string SheetNotes(const imagefile::Image& image) {
+  if (image.Format() != imagefile::Format::Cue) {
     return "";
   }
   return Line("Files", JoinAdvice(image.Path(), !SoundFileType(image.DataFile()).empty())) +
@@ -125,9 +130,9 @@ std::string SheetNotes(const ImageRecord& image) {
 
 } // namespace
 
-void PrintRecord(const Host& host, const ImageRecord& image) {
-  const zsimagefileinfo& info = image.Info();
-  Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(host, image)) +
+void PrintRecord(const imagefile::Image& image) {
+  const zsimagefileinfo& info = image.Record();
+  Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(image)) +
         Line("Format", FormatWords(info.ZSImageFormat)) + Line("Data file", DataFileWords(image)) +
         Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)) +
         SheetNotes(image));
@@ -138,7 +143,7 @@ void PrintRecord(const Host& host, const ImageRecord& image) {
   TextTable table({">Session", ">Track", "Mode", ">Block", ">Start", ">Sector", ">Length", ">Sectors"},
                   {">Pregap", ">Postgap", "Flags", "ISRC", "~Title", "~Performer", "Note"});
   table.Print([&](const TextTable::RowSink& sink) {
-    for (unsigned session = 1; session <= info.nSessions; ++session) {
+    for (const imagefile::Session& session : image.Sessions()) {
       ProduceRows(image, session, sink);
     }
   });

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "image/disc_words.h"
+#include "image/host.h"
 #include "platform/text.h"
 
 namespace {
@@ -37,8 +38,7 @@ TrackFormat TrackFormatOf(const std::string& name) {
                                              : TrackFormat::Sectors;
 }
 
-std::vector<SoundTags> TagsOf(const ImageRecord& image, unsigned session) {
-  const ZSCUESHEET& sheet = image.Session(session);
+std::vector<SoundTags> TagsOf(const ZSCUESHEET& sheet) {
   const std::string performer = TerminalText(sheet.ZSCDTEXT.bstrPerformer);
   TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
@@ -51,8 +51,8 @@ std::vector<SoundTags> TagsOf(const ImageRecord& image, unsigned session) {
   return tags;
 }
 
-std::string SoundFileName(const ImageRecord& image, unsigned session, const SoundTags& tags, TrackFormat format) {
+std::string SoundFileName(const imagefile::Image& image, unsigned session, const SoundTags& tags, TrackFormat format) {
   const std::string title = AsFileName(tags.title);
-  return fmt::format("{}{}{}{}.{}", image.Info().nSessions > 1 ? fmt::format("{}-", session) : "", tags.trackNumber,
+  return fmt::format("{}{}{}{}.{}", image.Sessions().size() > 1 ? fmt::format("{}-", session) : "", tags.trackNumber,
                      title.empty() ? "" : " ", title, kTrackFormats[static_cast<std::size_t>(format)]);
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "image/image_record.h"
+#include "image/open_image.h"
 #include "sound/sound_file.h"
 
 enum class TrackFormat { Sectors, UserData, Wave, Aiff, Flac };
@@ -18,8 +18,8 @@ inline bool IsSound(TrackFormat format) { return format >= TrackFormat::Wave; }
 TrackFormat TrackFormatOf(const std::string& name);
 
 /// Returns the tags of the sound files for a session's tracks.
-std::vector<SoundTags> TagsOf(const ImageRecord& image, unsigned session);
+std::vector<SoundTags> TagsOf(const ZSCUESHEET& sheet);
 
 /// Returns the name of a sound file: "03 Title.flac", with the session before the number if there are several.
 /// Characters that file systems do not allow are replaced.
-std::string SoundFileName(const ImageRecord& image, unsigned session, const SoundTags& tags, TrackFormat format);
+std::string SoundFileName(const imagefile::Image& image, unsigned session, const SoundTags& tags, TrackFormat format);

@@ -7,6 +7,7 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/disc_words.h"
+#include "image/host.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
@@ -36,8 +37,8 @@ std::string ExplainClosed(const std::string& path) {
 }
 
 /// If the sheet names a data file, the component has read the sheet, and the data file is what it could not open.
-std::string ExplainClosedSheet(const Host& host, const std::string& path) {
-  const std::string dataFile = DataFileOfSheet(host, path);
+std::string ExplainClosedSheet(const std::string& path) {
+  const std::string dataFile = DataFileOfSheet(path);
   if (dataFile.empty()) {
     return kNoFileLine;
   }
@@ -47,9 +48,9 @@ std::string ExplainClosedSheet(const Host& host, const std::string& path) {
              : fmt::format("its data file {}: {}", TerminalText(dataFile), ExplainClosed(dataFile));
 }
 
-std::string ExplainMissing(const Host& host, const std::string& path, const std::string& extension) {
+std::string ExplainMissing(const std::string& path, const std::string& extension) {
   if (extension == ".CUE") {
-    const std::string dataFile = DataFileOfSheet(host, path);
+    const std::string dataFile = DataFileOfSheet(path);
     if (dataFile.empty()) {
       return kNoFileLine;
     }
@@ -66,19 +67,19 @@ std::string ExplainMissing(const Host& host, const std::string& path, const std:
   return std::string(MeaningOf(ZSE_FILENOTFOUND).words);
 }
 
-std::string ExplainSheet(const Host& host, const std::string& path) {
-  const std::string dataFile = DataFileOfSheet(host, path);
+std::string ExplainSheet(const std::string& path) {
+  const std::string dataFile = DataFileOfSheet(path);
   if (dataFile.empty() || TerminalText(dataFile) == TerminalText(path)) {
     return kNoFileLine;
   }
+  const Host host;
   const UniqueSheet sheet = CreateSheet(host, 0);
   const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), sheet.get());
   if (result == ZSE_BADIMAGE) {
     const std::string name = TerminalText(FileName(dataFile));
     const std::string type = SoundFileType(dataFile);
-    return type.empty()
-               ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(host, path))
-               : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
+    return type.empty() ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(path))
+                        : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
   }
   return result == S_OK ? "the sheet has no TRACK line" : std::string(MeaningOf(E_OUTOFMEMORY).words);
 }
@@ -103,21 +104,20 @@ constexpr struct {
      "memory"},
 };
 
-std::string Explain(const Host& host, const std::string& path, HRESULT result) {
+std::string Explain(const std::string& path, HRESULT result) {
   const std::string extension = platform::Upper(path.substr(path.size() < 4 ? 0 : path.size() - 4));
   const bool isSheet = extension == ".CUE";
   if (result == ZSE_CANNOTOPENIMAGE) {
-    return isSheet ? ExplainClosedSheet(host, path) : ExplainClosed(path);
+    return isSheet ? ExplainClosedSheet(path) : ExplainClosed(path);
   }
   if (result == ZSE_FILENOTFOUND) {
-    return ExplainMissing(host, path, extension);
+    return ExplainMissing(path, extension);
   }
   if (result == ZSE_FAILED && isSheet) {
-    return ExplainSheet(host, path);
+    return ExplainSheet(path);
   }
   if (result == ZSE_BADIMAGE && extension == ".ISO") {
-    return "this is not a whole number of sectors, and it has no ISO 9660 volume descriptor: " +
-           OddSizeWords(host, path);
+    return "this is not a whole number of sectors, and it has no ISO 9660 volume descriptor: " + OddSizeWords(path);
   }
   for (const auto& entry : kExplanations) {
     if (result == entry.result && extension.size() == 4 &&
@@ -131,10 +131,10 @@ std::string Explain(const Host& host, const std::string& path, HRESULT result) {
 
 } // namespace
 
-std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
-  const std::string words = Explain(host, path, result);
+std::string ExplainOpenFailure(const std::string& path, HRESULT result) {
+  const std::string words = Explain(path, result);
   const bool isSheet = HasExtension(path, ".CUE");
-  const std::string advice = isSheet ? JoinAdvice(path, !SoundFileType(DataFileOfSheet(host, path)).empty()) : "";
+  const std::string advice = isSheet ? JoinAdvice(path, !SoundFileType(DataFileOfSheet(path)).empty()) : "";
   return words + (advice.empty() ? "" : "; " + advice);
 }
 
@@ -143,50 +143,50 @@ std::string SoundFileType(const std::string& path) {
   return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
 }
 
-std::string OddSizeWords(const Host& host, const std::string& path) {
-  zsimagefileinfo info{};
-  if (ReadPartialImage(host, path, &info) != S_OK) {
+std::string OddSizeWords(const std::string& path) {
+  const std::optional<imagefile::Image> image = OpenPartialImage(path);
+  if (!image) {
     return "no size of sectors is known";
   }
-  const UHYPER size = FileSize(Narrow(info.bstrImageBinaryFile)).value_or(0);
+  const UHYPER size = image->DataFileBytes().value_or(0);
   UHYPER over = 0;
   UINT blockSize = 0;
-  if (const auto extents = imagefile::FindExtents(info); !extents.empty()) {
-    const imagefile::TrackExtent& last = extents.back();
-    blockSize = std::max(last.blockSize, 1U);
-    over = (size > last.begin ? size - last.begin : size) % blockSize;
+  if (!image->Sessions().empty() && !image->Sessions().back().Tracks().empty()) {
+    const imagefile::Track& last = image->Sessions().back().Tracks().back();
+    blockSize = std::max(last.BlockBytes(), 1U);
+    over = (size > last.OffsetBytes() ? size - last.OffsetBytes() : size) % blockSize;
   }
-  host.Images().FreeImageFileInfo(&info);
   const std::string words = over == 0 ? "its size fits no single kind of sectors"
                                       : fmt::format("{} {} over after whole sectors of {} bytes", Counted(over, "byte"),
                                                     over == 1 ? "is" : "are", blockSize);
   return words + "; 'zsimage extract --partial' saves the whole sectors";
 }
 
-std::string SizelessWords(const Host& host, const ImageRecord& image) {
-  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_ISO ? OddSizeWords(host, image.Path())
-                                                         : "the description gives its sectors no size";
+std::string SizelessWords(const imagefile::Image& image) {
+  return image.Format() == imagefile::Format::Iso ? OddSizeWords(image.Path())
+                                                  : "the description gives its sectors no size";
 }
 
-std::string KindOfImage(const Host& host, const ImageRecord& image) {
+std::string KindOfImage(const imagefile::Image& image) {
+  const UHYPER size = DataSize(image);
   UHYPER sectors = 0;
   bool isSizeless = false;
-  for (unsigned session = 1; session <= image.Info().nSessions; ++session) {
-    image.VisitTracks(session, [&](const ZSTRACK& /*track*/, const TrackExtent& extent) {
-      sectors += UHYPER{extent.sectors} + extent.missing;
-      isSizeless = isSizeless || extent.blockSize == 0;
-    });
+  for (const imagefile::Session& session : image.Sessions()) {
+    for (const imagefile::Track& track : session.Tracks()) {
+      sectors += UHYPER{track.SectorsInFile()} + track.MissingSectors(size);
+      isSizeless = isSizeless || track.BlockBytes() == 0;
+    }
   }
   if (sectors != 0) {
-    return KindWords(image.Info().ZSTYPEPROJECT);
+    return KindWords(image.Record().ZSTYPEPROJECT);
   }
-  if (image.DataSize() == 0) {
+  if (size == 0) {
     return "none: the image is empty";
   }
   if (isSizeless) {
-    return "none: " + SizelessWords(host, image);
+    return "none: " + SizelessWords(image);
   }
-  return image.Info().ZSImageFormat == ZSIMAGEFORMAT_NRG
+  return image.Format() == imagefile::Format::Nrg
              ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"
              : "none: the image has no sectors";
 }

@@ -4,21 +4,21 @@
 
 #include <string>
 
-#include "image/image_record.h"
+#include "image/open_image.h"
 
 /// Explains what is wrong with an image for which GetImageFileInfo returned `result`, and what to do. Looks at the path
 /// and the files that belong to it. UTF-8, without the path itself.
-std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result);
+std::string ExplainOpenFailure(const std::string& path, HRESULT result);
 
 /// Returns the kind of a sound file by its first bytes: RIFF, FORM or fLaC. Empty for any other file.
 std::string SoundFileType(const std::string& path);
 
 /// Returns words for how many bytes follow the last whole sector of a data file that ends inside a sector, and what to
 /// do.
-std::string OddSizeWords(const Host& host, const std::string& path);
+std::string OddSizeWords(const std::string& path);
 
 /// Explains why the sectors of an image have no size.
-std::string SizelessWords(const Host& host, const ImageRecord& image);
+std::string SizelessWords(const imagefile::Image& image);
 
 /// Returns the kind of the disc, or why the image has no sectors.
-std::string KindOfImage(const Host& host, const ImageRecord& image);
+std::string KindOfImage(const imagefile::Image& image);

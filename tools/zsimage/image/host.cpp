@@ -4,31 +4,7 @@
 #include <new>
 
 #include "output/failure.h"
-#include "platform/class_objects.h"
-#include "platform/message_box.h"
 #include "platform/task_memory.h"
-
-namespace {
-
-template <class I> void Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* object) {
-  CLSID clsid{};
-  Check(CLSIDFromProgID(progId, &clsid), "");
-  Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid()), "");
-}
-
-/// Drops the messages of the component. The tool prints its own.
-class NoMessages final : public MessageHandler {
-  void Show(std::string_view /*text*/, std::string_view /*caption*/, UINT /*type*/) noexcept override {}
-};
-NoMessages g_noMessages;
-
-} // namespace
-
-Host::Host() {
-  SetMessageHandler(&g_noMessages);
-  Create(kProgIdImageFile, IID_IZSImageFile, &m_images);
-  Create(kProgIdCueSheet, IID_IZSCueSheet, &m_sheets);
-}
 
 UniqueSheet CreateSheet(const Host& host, unsigned tracks) {
   ZSCUESHEET* created = nullptr;

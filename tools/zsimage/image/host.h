@@ -1,26 +1,14 @@
 /// @file
-/// The tool as a host of the component: its objects, and sheets that free themselves.
+/// Sheets that are not part of an image.
 #pragma once
 
 #include <memory>
 #include <span>
 #include <string>
 
-#include "cuesheet/cue_sheet_interface.h"
-#include "imagefile/image_file_interface.h"
+#include "imagefile/interfaces.h"
 
-class Host {
-public:
-  /// @throws Failure if the component is missing.
-  Host();
-
-  IZSImageFile& Images() const noexcept { return *m_images.Get(); }
-  IZSCueSheet& Sheets() const noexcept { return *m_sheets.Get(); }
-
-private:
-  ComPtr<IZSImageFile> m_images;
-  ComPtr<IZSCueSheet> m_sheets;
-};
+using Host = imagefile::Interfaces;
 
 struct SheetFree {
   IZSCueSheet* sheets;

@@ -6,45 +6,22 @@
 #include "output/failure.h"
 #include "output/terminal_text.h"
 
-namespace {
-
-ComPtr<IStream> OpenRun(const Host& host, const std::string& dataFile, const SectorRun& run) {
-  // A record of this run alone, which has the fields that the stream reads.
-  zsimagefileinfo info{};
-  info.dwSeekBegin64 = run.begin;
-  info.nSubCount = static_cast<USHORT>(run.dataOffset);
-  ZSTRACK track{};
-  track.dwEndLBA = run.sectors;
-  track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(run.blockSize);
-  VARIANT nothing;
-  VariantInit(&nothing);
-  ComPtr<IStream> stream;
-  const HRESULT result = host.Sheets().ExtractTrackToStream(Wide(dataFile).get(), nullptr, &info, &track, run.dataSize,
-                                                            nullptr, 0, nothing, stream.Receive());
-  Check(result, dataFile,
-        result == S_FALSE ? "the data file cannot be opened, or the track is beyond the end of any file" : "");
-  return stream;
-}
-
-} // namespace
-
-void ReadRun(const Host& host, const std::string& dataFile, const SectorRun& run, ProgressBar* progress,
-             const RunSink& sink) {
-  constexpr ULONG kSectorsAtOnce = 111;
-  const ComPtr<IStream> stream = OpenRun(host, dataFile, run);
-  std::vector<BYTE> buffer(std::size_t{kSectorsAtOnce} * run.dataSize);
-  UHYPER bytes = 0;
-  HRESULT failure = S_OK;
-  for (ULONG bytesRead = 1; bytesRead != 0; bytes += bytesRead) {
-    const HRESULT result = stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &bytesRead);
-    failure = FAILED(result) && failure == S_OK ? result : failure;
-    sink(buffer.data(), bytesRead);
-    progress->Advance(bytesRead);
-  }
-  if (bytes < run.Bytes()) {
-    RequireSectors(dataFile, run);
-    throw Failure(dataFile, fmt::format("the file cannot be read at sector {} of the track", bytes / run.dataSize),
-                  FAILED(failure) ? failure : HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+void ReadRun(const imagefile::Image& image, const SectorRun& run, ProgressBar* progress, const RunSink& sink) {
+  constexpr std::size_t kSectorsAtOnce = 111;
+  imagefile::TrackStream stream = image.Stream(run);
+  std::vector<std::byte> buffer(kSectorsAtOnce * run.dataSize);
+  const auto read = [&] {
+    try {
+      return stream.Read(buffer);
+    } catch (const imagefile::Error& error) {
+      RequireSectors(image.DataFile(), run);
+      Fail(image.DataFile(), error.Code(), "the file cannot be read at sector {} of the track",
+           stream.DoneBytes() / run.dataSize);
+    }
+  };
+  while (const std::size_t count = read()) {
+    sink(reinterpret_cast<const BYTE*>(buffer.data()), count);
+    progress->Advance(count);
   }
 }
 

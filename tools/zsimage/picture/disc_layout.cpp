@@ -14,32 +14,33 @@ bool IsLead(const DiscStretch& stretch) {
 }
 
 /// Appends the stretches of a session. Sectors between two tracks become the pregap of the later track.
-void AppendSession(const ImageRecord& image, unsigned session, std::vector<DiscStretch>* stretches) {
-  const ZSCUESHEET& sheet = image.Session(session + 1);
+void AppendSession(const imagefile::Session& session, UHYPER dataSize, std::vector<DiscStretch>* stretches) {
+  const ZSCUESHEET& sheet = session.Record();
+  const unsigned index = session.Number() - 1;
   using enum DiscStretch::Kind;
   std::int64_t position = sheet.nTracks == 0 ? 0 : std::int64_t{sheet.pZSTracks[0].dwLBA} - sheet.pZSTracks[0].Pregap;
   TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
-  stretches->push_back({LeadIn, session, 0, position, 0, 0, {}, {}});
+  stretches->push_back({LeadIn, index, 0, position, 0, 0, {}, {}});
   UINT i = 0;
-  image.VisitTracks(session + 1, [&](const ZSTRACK& track, const TrackExtent& extent) {
-    const std::int64_t start = track.dwLBA;
+  for (const imagefile::Track& track : session.Tracks()) {
+    const std::int64_t start = track.Start();
     if (start > position) {
-      stretches->push_back({Pregap, session, i, position, start - position, 0, {}, {}});
+      stretches->push_back({Pregap, index, i, position, start - position, 0, {}, {}});
     }
-    stretches->push_back({Track, session, i++, start, extent.sectors, extent.missing, titles.Show(track.bstrTitle),
-                          performers.Show(track.bstrPerformer)});
-    position = std::max(position, start + extent.sectors);
-  });
-  stretches->push_back({LeadOut, session, 0, position, 0, 0, {}, {}});
+    stretches->push_back({Track, index, i++, start, track.SectorsInFile(), track.MissingSectors(dataSize),
+                          titles.Show(track.Record().bstrTitle), performers.Show(track.Record().bstrPerformer)});
+    position = std::max(position, start + track.SectorsInFile());
+  }
+  stretches->push_back({LeadOut, index, 0, position, 0, 0, {}, {}});
 }
 
 } // namespace
 
-std::vector<DiscStretch> LayOutDisc(const ImageRecord& image, double width) {
+std::vector<DiscStretch> LayOutDisc(const imagefile::Image& image, double width) {
   std::vector<DiscStretch> stretches;
-  for (unsigned session = 0; session < image.Info().nSessions; ++session) {
-    AppendSession(image, session, &stretches);
+  for (const imagefile::Session& session : image.Sessions()) {
+    AppendSession(session, DataSize(image), &stretches);
   }
   double sectors = 0;
   for (const DiscStretch& stretch : stretches) {

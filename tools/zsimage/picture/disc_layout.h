@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "image/image_record.h"
+#include "image/open_image.h"
 
 struct DiscStretch {
   enum class Kind { LeadIn, Pregap, Track, LeadOut };
@@ -24,4 +24,4 @@ struct DiscStretch {
 
 /// Lays out all sessions in `width`. The widths of tracks and pregaps are proportional to their playing time, plus a
 /// small width that keeps each visible; leads have a small fixed width.
-std::vector<DiscStretch> LayOutDisc(const ImageRecord& image, double width);
+std::vector<DiscStretch> LayOutDisc(const imagefile::Image& image, double width);

@@ -48,8 +48,8 @@ double RadiusAt(double coordinate) {
 /// Picture of one disc, drawn part by part.
 class DiscPicture {
 public:
-  DiscPicture(const ImageRecord& image, std::string kind)
-      : m_image(image), m_info(image.Info()), m_kind(std::move(kind)), m_stretches(LayOutDisc(image, kInner)) {}
+  DiscPicture(const imagefile::Image& image, std::string kind)
+      : m_image(image), m_info(image.Record()), m_kind(std::move(kind)), m_stretches(LayOutDisc(image, kInner)) {}
 
   std::string Draw() {
     const bool hasSessions = m_info.nSessions > 1;
@@ -296,7 +296,7 @@ private:
   static constexpr double kLengthRight = 850;
   static constexpr double kSizeRight = kWidth - kMargin - 4;
 
-  const ImageRecord& m_image;
+  const imagefile::Image& m_image;
   const zsimagefileinfo& m_info;
   std::string m_kind;
   std::vector<DiscStretch> m_stretches;
@@ -305,4 +305,4 @@ private:
 
 } // namespace
 
-std::string DrawDisc(const ImageRecord& image, const std::string& kind) { return DiscPicture(image, kind).Draw(); }
+std::string DrawDisc(const imagefile::Image& image, const std::string& kind) { return DiscPicture(image, kind).Draw(); }
