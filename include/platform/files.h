@@ -32,7 +32,7 @@ inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< As FILE_SHARE_READ.
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Creates the file, or empties the one that exists.
 inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails if the file does not exist.
 
-inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< The only attributes.
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< No attributes. Not read.
 
 inline constexpr DWORD FILE_BEGIN = 0;   ///< From the start of the file.
 inline constexpr DWORD FILE_CURRENT = 1; ///< From the current position.
