@@ -39,7 +39,7 @@ TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexc
   return tag;
 }
 
-/// Returns the reversed names that have a character at an index. The names must be sorted and equal up to that index.
+/// Returns the reversed names that have a character at an index. They must be sorted and equal before that index.
 std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std::size_t index, char wanted) {
   const auto characterOf = [index](const ElementName* name) {
     return index < name->first.size() ? static_cast<unsigned char>(name->first[index]) : -1;
