@@ -21,8 +21,7 @@ bool SecondTrackHasVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRA
          file->Read(bytes.data(), bytes.size()) && (bytes[2] & kSubModeVideo) != 0;
 }
 
-/// Adds the content of one track, and sets the block size and `nSubCount` of the record. Returns false if the sector
-/// file does not open.
+/// Adds the content of a track, and sets block size and `nSubCount`. Returns false if the sector file does not open.
 bool InspectTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
                   DiscContent* content) {
   const ZSTRACK& track = sheet.pZSTracks[index];

@@ -60,7 +60,6 @@ UHYPER PositionInSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER*
       continue;
     }
     const ZSTRACK& first = sheet.pZSTracks[0];
-    const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
     if (before != nullptr) {
       const std::int64_t sectors = SectorsOf(*before);
       local -= (s == 1 ? kFirstSessionGap : kLaterSessionGap) + (first.Pregap == 0 ? kPause : 0);
@@ -68,7 +67,7 @@ UHYPER PositionInSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER*
       sum += Bytes(sectors, before->pZSTracks[0]);
     }
     before = &sheet;
-    if (first.dwLBA <= local && local < last.dwEndLBA) {
+    if (first.dwLBA <= local && local < sheet.pZSTracks[sheet.nTracks - 1].dwEndLBA) {
       if (length != nullptr) {
         StoreLength(*info.pZSCueSheet[0], lba, length);
       }
