@@ -7,11 +7,11 @@
 namespace {
 
 /// Returns the offset of a field. Fields of packed records are copied as bytes, because they may be at any address.
-template <class Record> constexpr std::size_t OffsetOf(TextField field) noexcept {
-  constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
-                                      offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
-                                      offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
-                                      offsetof(Record, bstrMessage)}; // In the order of TextField.
+template <class Record> std::size_t OffsetOf(TextField field) noexcept {
+  static constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
+                                             offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
+                                             offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
+                                             offsetof(Record, bstrMessage)}; // In the order of TextField.
   return kOffsets[static_cast<std::size_t>(field)];
 }
 
@@ -23,18 +23,18 @@ template <class Record> BSTR TextOf(const Record& record, TextField field) noexc
   return text;
 }
 
-template <class Record> void StoreText(Record* record, TextField field, BSTR text) noexcept {
+template <class Record> void SetText(Record* record, TextField field, BSTR text) noexcept {
   std::memcpy(reinterpret_cast<BYTE*>(record) + OffsetOf<Record>(field), &text, sizeof(text));
 }
 
 template <class Record> void ReplaceText(Record* record, TextField field, BSTR text) noexcept {
   SysFreeString(TextOf(*record, field));
-  StoreText(record, field, text);
+  SetText(record, field, text);
 }
 
 template BSTR TextOf(const ZSCDTEXT&, TextField) noexcept;
 template BSTR TextOf(const ZSTRACK&, TextField) noexcept;
-template void StoreText(ZSCDTEXT*, TextField, BSTR) noexcept;
-template void StoreText(ZSTRACK*, TextField, BSTR) noexcept;
+template void SetText(ZSCDTEXT*, TextField, BSTR) noexcept;
+template void SetText(ZSTRACK*, TextField, BSTR) noexcept;
 template void ReplaceText(ZSCDTEXT*, TextField, BSTR) noexcept;
 template void ReplaceText(ZSTRACK*, TextField, BSTR) noexcept;
