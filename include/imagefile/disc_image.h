@@ -228,7 +228,7 @@ public:
     detail::Require(count != 0 || wanted == 0 || m_done == m_size, HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), m_dataFile);
     return count;
   }
-  std::uint64_t SizeBytes() const noexcept { return m_size; }
+  std::uint64_t SizeBytes() const noexcept { return m_size; } ///< Of the whole stream.
   std::uint64_t DoneBytes() const noexcept { return m_done; } ///< Read so far.
 
 private:
@@ -244,9 +244,9 @@ private:
 
 /// Where a sector of the disc is.
 struct SectorPosition {
-  Session session;
-  Track track; ///< The track that holds it, or has it in its pregap.
-  bool isInPregap;
+  Session session;           ///< The session.
+  Track track;               ///< The track that holds it, or has it in its pregap.
+  bool isInPregap;           ///< Whether it is before the start of the track.
   std::uint64_t offsetBytes; ///< In the data file.
 };
 
@@ -265,7 +265,8 @@ public:
     detail::Check(m_record->Images().GetImageFileInfo(detail::WidePath(path).get(), &Record()), path);
     MakeViews();
   }
-  /// Takes over a record that the interfaces have filled, and clears it. @param path What Path returns.
+  /// Makes an image of a record that the interfaces have filled. @param record Is moved and cleared. @param path As
+  /// Path.
   Image(zsimagefileinfo* record, std::string path) : m_path(std::move(path)) {
     Record() = std::exchange(*record, {});
     MakeViews();
@@ -314,7 +315,7 @@ public:
     return std::nullopt;
   }
 
-  /// Opens the data of a track of this image, without its pregap. @param blockSize As ExtractOptions::blockSize.
+  /// Opens the data of a track of this image, without its pregap. The block size is that of ExtractOptions.
   TrackStream Stream(const Track& track, std::uint32_t blockSize = 0) const {
     const auto isSame = [&](const Track& own) { return own.m_record == track.m_record; };
     detail::Require(std::any_of(m_tracks.begin(), m_tracks.end(), isSame), E_INVALIDARG, m_path,

@@ -87,7 +87,8 @@ inline std::string CodeText(HRESULT code) {
 /// A failure. Its text: "disc.bin: not an image; give its ... file (ZSE_BADIMAGE, 0x809F001B)".
 class Error : public std::runtime_error {
 public:
-  /// @param path The file at fault, or empty. @param words What is wrong and what to do; the code's meaning if empty.
+  /// @param code The result code. @param path The file at fault, or empty. @param words What is wrong and what to do;
+  /// the code's meaning if empty.
   Error(HRESULT code, const std::string& path, std::string_view words = {})
       : std::runtime_error((path.empty() ? "" : path + ": ").append(words.empty() ? MeaningOf(code).words : words) +
                            " (" + CodeText(code) + ")"),
