@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <span>
-#include <vector>
+#include <utility>
 
 #include "disc/records.h"
 
@@ -62,15 +62,16 @@ inline ULONG FilePosition(const zsimagefileinfo& info, const ZSTRACK& track) noe
 class ExtentWalk {
 public:
   /// The record must outlive the walk.
-  explicit ExtentWalk(const zsimagefileinfo& info) noexcept : m_info(info), m_offset(info.dwSeekBegin64) {}
+  explicit ExtentWalk(const zsimagefileinfo& info) noexcept
+      : m_info(info), m_offset(info.dwSeekBegin64), m_end(info.dwSeekBegin64) {}
 
-  /// Appends the extents of the next session.
-  void AppendSession(const ZSCUESHEET& sheet, std::vector<TrackExtent>* extents) {
+  /// Visits the tracks of the next session with their extents. @param visit (const ZSTRACK&, TrackExtent).
+  template <class Visitor> void VisitSession(const ZSCUESHEET& sheet, Visitor visit) {
     const std::span tracks(sheet.pZSTracks, sheet.nTracks);
     if (tracks.empty()) {
       return;
     }
-    const bool isFirst = extents->empty();
+    const bool isFirst = std::exchange(m_isFirst, false);
     const auto hasOtherSize = [&](const ZSTRACK& track) { return BlockSize(track) != BlockSize(tracks[0]); };
     // Media Descriptor images state offsets, which are needed if the sizes before a track do not determine them.
     const bool isStated = m_info.ZSImageFormat == ZSIMAGEFORMAT_MDS &&
@@ -80,12 +81,12 @@ public:
     for (const ZSTRACK& track : tracks) {
       TrackExtent extent = ExtentOf(track);
       extent.begin = isStated && track.dwReserved64 != 0 ? UHYPER{track.dwReserved64} : extent.begin;
-      const UHYPER end = extents->empty() ? UHYPER{m_info.dwSeekBegin64} : extents->back().End();
-      const UHYPER room = extent.blockSize != 0 && extent.begin > end ? (extent.begin - end) / extent.blockSize : 0;
+      const UHYPER room = extent.blockSize != 0 && extent.begin > m_end ? (extent.begin - m_end) / extent.blockSize : 0;
       extent.pregap = static_cast<ULONG>(std::min<UHYPER>(room, static_cast<ULONG>(std::max(LONG{track.Pregap}, 0))));
-      extents->push_back(extent);
+      extent.isOpenEnded = m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE && &track == &tracks.back();
+      m_end = extent.End();
+      visit(track, extent);
     }
-    extents->back().isOpenEnded = m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE;
     if (!IsTrackAtOnce()) {
       MoveTo(UHYPER{tracks.back().dwEndLBA} + static_cast<UHYPER>(std::int64_t{tracks.back().Postgap}));
     }
@@ -118,19 +119,11 @@ private:
 
   const zsimagefileinfo& m_info;
   UHYPER m_offset; // Of `m_sector` in the file.
+  UHYPER m_end;    // Byte after the track before.
+  bool m_isFirst = true;
   UHYPER m_sector = 0;
   UINT m_blockSize = 0; // Of the sectors from `m_sector` on.
 };
-
-/// Returns the extents of all tracks in the order of the disc.
-inline std::vector<TrackExtent> FindExtents(const zsimagefileinfo& info) {
-  std::vector<TrackExtent> extents;
-  ExtentWalk walk(info);
-  for (const ZSCUESHEET* sheet : std::span(info.pZSCueSheet, info.nSessions)) {
-    walk.AppendSession(*sheet, &extents);
-  }
-  return extents;
-}
 
 /// Returns the offset in a sector of its block of `size` bytes: 2048 bytes are the user data after header and
 /// sub-header, 2352 the raw sector. If offset and size exceed the sector, it has no such block.

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <numeric>
 #include <optional>
 #include <random>
 #include <span>
@@ -422,16 +423,16 @@ private:
   Image() = default;
 
   void MakeViews() {
-    std::vector<TrackExtent> extents = FindExtents(*m_record);
-    if (!extents.empty() && extents.back().MayBeginAfterFile()) { // Looks at the file in this rare case alone.
-      extents.back().CutTo(DataFileBytes().value_or(kToEndOfFile));
-    }
-    m_tracks.reserve(extents.size()); // They stay in place.
-    for (ZSCUESHEET* sheet : std::span(m_record->pZSCueSheet, m_record->nSessions)) {
+    const std::span sheets(m_record->pZSCueSheet, m_record->nSessions);
+    const auto count = [](std::size_t sum, const ZSCUESHEET* sheet) { return sum + sheet->nTracks; };
+    m_tracks.reserve(std::accumulate(sheets.begin(), sheets.end(), std::size_t{0}, count)); // They stay in place.
+    ExtentWalk walk(*m_record);
+    for (ZSCUESHEET* sheet : sheets) {
       const std::size_t first = m_tracks.size();
-      for (const ZSTRACK& record : std::span(sheet->pZSTracks, sheet->nTracks)) {
-        m_tracks.push_back(Track(record, extents[m_tracks.size()]));
-      }
+      walk.VisitSession(*sheet, [&](const ZSTRACK& record, TrackExtent extent) {
+        extent.CutTo(extent.MayBeginAfterFile() ? DataFileBytes().value_or(kToEndOfFile) : kToEndOfFile);
+        m_tracks.push_back(Track(record, extent));
+      });
       const auto number = static_cast<unsigned>(m_sessions.size() + 1);
       m_sessions.push_back(Session(*sheet, number, std::span(m_tracks).subspan(first)));
     }

@@ -42,7 +42,7 @@ std::string FindSizeConflict(const imagefile::Image& image, unsigned sessions) {
 class Layout {
 public:
   Layout(const imagefile::Image& image, DataFilePlan* plan)
-      : m_image(image), m_plan(*plan), m_sourceEnd(image.Record().dwSeekBegin64) {}
+      : m_image(image), m_plan(*plan), m_size(DataSize(image)), m_sourceEnd(image.Record().dwSeekBegin64) {}
 
   void AddSession(const imagefile::Session& session, bool isLast) {
     const auto tracks = session.Tracks();
@@ -69,7 +69,7 @@ private:
     const SectorRun run{track.OffsetBytes() - kept * size,
                         static_cast<ULONG>(kept) + track.SectorsInFile() + static_cast<ULONG>(postgap), size, 0,
                         m_plan.blockSize};
-    const ULONG missing = std::max(track.MissingSectors(DataSize(m_image)), MissingSectors(m_image.DataFile(), run));
+    const ULONG missing = std::max(track.MissingSectors(m_size), MissingSectors(m_image.DataFile(), run));
     if (missing != 0 && m_plan.shortage.empty()) {
       m_plan.shortage = fmt::format("{} is {}", name, CutOffWords(missing));
     }
@@ -80,6 +80,7 @@ private:
 
   const imagefile::Image& m_image;
   DataFilePlan& m_plan;
+  UHYPER m_size;               ///< Bytes of the image's data file.
   std::int64_t m_position = 0; ///< Next free position of the description.
   UHYPER m_sourceEnd;          ///< Offset in the image's data file after the last piece.
 };
