@@ -56,9 +56,7 @@ inline void Require(bool isGood, HRESULT code, const std::string& path, std::str
     throw Error(code == S_OK ? E_FAIL : code == S_FALSE ? ZSE_FAILED : code, path, words);
   }
 }
-inline void Check(HRESULT code, const std::string& path, std::string_view words = {}) {
-  Require(code == S_OK, code, path, code == S_FALSE ? words : "");
-}
+inline void Check(HRESULT code, const std::string& path) { Require(code == S_OK, code, path); }
 inline HRESULT LastResult() noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())); }
 
 inline UniqueBstr WidePath(const std::string& path) {
@@ -207,8 +205,8 @@ public:
 
 private:
   friend class Image;
-  Session(ZSCUESHEET& sheet, unsigned number, std::span<const Track> tracks) noexcept
-      : Texts(sheet.ZSCDTEXT), m_sheet(&sheet), m_number(number), m_tracks(tracks) {}
+  Session(ZSCUESHEET& sheet, std::size_t number, std::span<const Track> tracks) noexcept
+      : Texts(sheet.ZSCDTEXT), m_sheet(&sheet), m_number(static_cast<unsigned>(number)), m_tracks(tracks) {}
 
   ZSCUESHEET* m_sheet;
   unsigned m_number;
@@ -340,9 +338,10 @@ public:
     track.dwEndLBA = run.sectors;
     track.BlockSize = static_cast<ZSFILEBLOCKSIZECUE>(run.blockSize);
     ComPtr<IStream> stream;
-    detail::Check(m_record->Sheets().ExtractTrackToStream(detail::WidePath(file).get(), nullptr, &info, &track,
-                                                          run.dataSize, nullptr, 0, VARIANT{}, stream.Receive()),
-                  file, "the data file cannot be opened, or the track is beyond the end of any file");
+    const HRESULT result = m_record->Sheets().ExtractTrackToStream(
+        detail::WidePath(file).get(), nullptr, &info, &track, run.dataSize, nullptr, 0, VARIANT{}, stream.Receive());
+    detail::Require(result != S_FALSE, result, file, "it cannot be opened, or the track is beyond the end of any file");
+    detail::Check(result, file);
     return {std::move(stream), file, run.Bytes()};
   }
 
@@ -365,16 +364,18 @@ public:
   /// @param path Ends in ".cue". @throws Error, also for another .cdt file that the sheet would be read with.
   void WriteCueSheet(const std::string& path) const {
     RequireDescription(path, ".CUE");
-    const auto& [copy, packs] = Numbered();
-    ZSCUESHEET* sheet = copy.m_sessions[0].m_sheet;
+    const auto numbered = Numbered();
+    ZSCUESHEET* sheet = numbered.first.m_sessions[0].m_sheet;
+    const std::vector<std::byte>& packs = numbered.second;
     const std::string name = platform::WithExtension(platform::Upper(platform::FileName(path)), ".CDT");
+    const std::string texts = platform::FolderOf(path) + name;
     const std::string found = platform::SpelledOnDisk(platform::WithExtension(path, ".CDT"));
     const bool isOwn = !packs.empty() && platform::FileName(found) == NarrowToUtf8(name);
     detail::Require(isOwn || !PathFileExistsA(found), kFileExists, found,
                     "the new sheet would take its CD-Text from this file; remove it");
     detail::ReplaceFile(path, [&](const std::string& written) {
       detail::RequireWritten(m_record->Sheets().CreateCueFile(detail::WidePath(written).get(), sheet), path);
-      if (const std::string texts = platform::FolderOf(path) + name; !packs.empty()) {
+      if (!packs.empty()) {
         detail::ReplaceFile(texts, [&](const std::string& file) { detail::NewFile(file, texts).Write(packs); });
       }
     });
@@ -385,13 +386,13 @@ public:
   void WriteTocFile(const std::string& path) const {
     RequireDescription(path, ".ZSI");
     auto [copy, packs] = Numbered();
-    zsimagefileinfo& record = copy.Record();
-    record.ZSImageFormat = ZSIMAGEFORMAT_ZSI;
+    zsimagefileinfo* record = &copy.Record();
+    record->ZSImageFormat = ZSIMAGEFORMAT_ZSI;
     auto* texts = reinterpret_cast<zsmmccdtext*>(packs.data());
     const auto bytes = static_cast<UINT>(packs.size());
     detail::ReplaceFile(path, [&](const std::string& written) {
       const UniqueBstr target = detail::WidePath(written);
-      detail::RequireWritten(m_record->Images().CreateTOCFile(target.get(), &record, nullptr, 0, texts, bytes), path);
+      detail::RequireWritten(m_record->Images().CreateTOCFile(target.get(), record, nullptr, 0, texts, bytes), path);
     });
   }
 
@@ -433,8 +434,7 @@ private:
         extent.CutTo(extent.MayBeginAfterFile() ? DataFileBytes().value_or(kToEndOfFile) : kToEndOfFile);
         m_tracks.push_back(Track(record, extent));
       });
-      const auto number = static_cast<unsigned>(m_sessions.size() + 1);
-      m_sessions.push_back(Session(*sheet, number, std::span(m_tracks).subspan(first)));
+      m_sessions.push_back(Session(*sheet, m_sessions.size() + 1, std::span(m_tracks).subspan(first)));
     }
   }
 
