@@ -246,8 +246,8 @@ TEST_F(DiscImage, LosesNothingWhereAnythingFails) {
     for (FaultPoints* points : {&system.points, &Memory().faults}) {
       for (long point = 1; point == 1 || points->Reached(); ++point) {
         folder.Write(name, "old");
-        points->Start(point);
         std::string expected = whole;
+        points->Start(point);
         try {
           write(folder.Path(name));
         } catch (const std::exception&) { // An Error, or std::bad_alloc.
