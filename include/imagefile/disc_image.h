@@ -60,7 +60,7 @@ inline void Check(HRESULT code, const std::string& path) { Require(code == S_OK,
 inline HRESULT LastResult() noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())); }
 
 inline UniqueBstr WidePath(const std::string& path) {
-  Require(path.find('\0') == path.npos, E_INVALIDARG, path.c_str(), "a path has no zero byte");
+  Require(path.find('\0') == path.npos, E_INVALIDARG, path.substr(0, path.find('\0')), "a path has no zero byte");
   UniqueBstr wide(SysAllocString(MultiByteToWideChar(path).c_str()));
   return wide ? std::move(wide) : throw std::bad_alloc();
 }
@@ -232,8 +232,8 @@ public:
 
 private:
   friend class Image;
-  TrackStream(ComPtr<IStream> stream, std::string dataFile, std::uint64_t size) noexcept
-      : m_stream(std::move(stream)), m_dataFile(std::move(dataFile)), m_size(size) {}
+  TrackStream(ComPtr<IStream> stream, const std::string& dataFile, std::uint64_t size)
+      : m_stream(std::move(stream)), m_dataFile(dataFile), m_size(size) {}
 
   ComPtr<IStream> m_stream;
   std::string m_dataFile;
