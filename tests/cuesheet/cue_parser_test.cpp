@@ -1,13 +1,6 @@
 #include "cuesheet/cue_parser.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
-#include "support/faulty_files.h"
-#include "support/long_text.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 
@@ -155,24 +148,6 @@ TEST(CueParser, DataFileIsFoundAndMeasured) {
   files.failing = "Seek";
   EXPECT_EQ(ZSE_BADIMAGE, analyze(folder.Path("signed.bin"), 1));
   EXPECT_EQ(ZSE_FILENOTFOUND, analyze(sheet, 0)) << "the second pass cannot read it";
-}
-
-TEST(CueParser, OutOfMemoryIsReported) {
-  const TemporaryFolder folder;
-  const std::string image = folder.WriteSparse("plain.iso", 2048);
-  for (const std::string& path : {image, folder.Write("a.cue", "FILE \"plain.iso\"\nTRACK 01 AUDIO\n")}) {
-    const ComPtr<IZSCueSheet> service = NewCueSheetService();
-    const UniqueBstr name = Wide(path);
-    std::set<HRESULT> results;
-    for (long point = 1; point < 30; ++point) {
-      const TestSheet sheet;
-      Memory().faults.Start(point);
-      const HRESULT result = service->AnalyzeCueSheet(name.get(), sheet.Get());
-      Memory().faults.Stop();
-      results.insert(result);
-    }
-    EXPECT_TRUE(results.contains(ZSE_OUTOFRESOURCES)) << path;
-  }
 }
 
 /// Returns the start of a raw sector with these bytes from the mode byte on.

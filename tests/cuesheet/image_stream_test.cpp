@@ -1,17 +1,7 @@
-// Streams of a track: the bytes at every read size, the calls of the callback, and files that fail or end.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <fstream>
-#include <functional>
-
 #include "cuesheet/track_extraction.h"
-#include "disc/track_table.h"
-#include "support/faulty_files.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,10 +1,4 @@
-#include <gtest/gtest.h>
-
-#include "disc/record_text.h"
-#include "disc/track_table.h"
-#include "foundation/strings.h"
-#include "platform/task_memory.h"
-#include "support/services.h"
+#include "support/test.h"
 
 namespace {
 

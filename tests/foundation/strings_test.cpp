@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
 #include "foundation/file.h"
-#include "foundation/strings.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

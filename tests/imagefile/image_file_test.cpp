@@ -1,13 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <tuple>
-
 #include "disc/classify.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,10 +1,4 @@
-// Images from independent programs. A test is skipped if its program is not installed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "builders/mpeg_stream.h"
-#include "support/services.h"
 #include "tools/tool_run.h"
 
 namespace {

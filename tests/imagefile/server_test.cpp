@@ -1,18 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <regex>
-#include <set>
-#include <tuple>
 
 #include "foundation/module.h"
 #include "imagefile/server/diagnostics.h"
 #include "imagefile/server/exports.h"
 #include "imagefile/server/registration.h"
 #include "platform/registry.h"
-#include "support/environment_variable.h"
-#include "support/faulty_files.h"
-#include "support/services.h"
 #include "tools/tool_run.h"
 
 namespace {

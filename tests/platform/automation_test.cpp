@@ -1,16 +1,9 @@
-// Strings, values, arrays and objects that cross the interfaces.
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "disc/record_descriptions.h"
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
 #include "platform/guard.h"
-#include "platform/task_memory.h"
 #include "platform/variant.h"
-#include "support/counting_environment.h"
-#include "support/services.h"
+#include "support/test.h"
 
 namespace {
 

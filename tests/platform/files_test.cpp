@@ -1,20 +1,13 @@
 #include "platform/files.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <thread>
+#include <unistd.h>
 
 #include "foundation/file.h"
 #include "platform/paths.h"
-#include "support/faulty_files.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

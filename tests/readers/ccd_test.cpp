@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "builders/byte_writer.h"
 #include "builders/ccd_builder.h"
 #include "readers/reader_checks.h"
@@ -96,13 +94,6 @@ TEST(Ccd, PacksInHexadecimalBecomeTexts) {
           {"CDText", "Entry 1", "80  2 00 00 41 142", SummaryWith(" album ALBUM", " title FIRST", " title AB")},
       },
       TextWithPacks());
-}
-
-TEST(Ccd, OutOfMemoryForTextsDropsOnlyTheTexts) {
-  const TemporaryFolder folder;
-  const auto summaries = ReadWithFailingAllocations(folder.Write("a.ccd", TextWithPacks()), "1: 0-20");
-  // The text of a pack, its bytes, the table of texts.
-  EXPECT_GE(std::count(summaries.begin(), summaries.end(), kSummary), 3);
 }
 
 TEST(Ccd, EveryTruncationIsSafe) { ReadTruncations("a.ccd", TextWithPacks()); }

@@ -1,5 +1,3 @@
-// The same discs in every format that describes sessions: classification and the bytes of the tracks.
-
 #include "builders/ccd_builder.h"
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"

@@ -1,6 +1,3 @@
-#include <array>
-#include <fstream>
-
 #include "builders/byte_writer.h"
 #include "builders/nrg_builder.h"
 #include "readers/reader_checks.h"

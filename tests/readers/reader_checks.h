@@ -2,21 +2,15 @@
 /// Summaries of records, one line of text each, so that tables of tests can state what a reader returns.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <map>
 
 #include "builders/sectors.h"
-#include "support/counting_environment.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 inline const PlannedTrack kAudio{ZSMODE_AUDIO, 20, 0, 2352};
 inline const PlannedTrack kAudioAfterPregap{ZSMODE_AUDIO, 25, 3, 2352};
 /// A session of two audio tracks and a session of one.
 inline const DiscPlan kThreeTracks{{{kAudio, kAudioAfterPregap}, {kAudio}}};
-
-inline std::string AsText(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
 
 /// Returns a label and a text of a record, or nothing for null.
 inline std::string Labelled(const char* label, BSTR text) { return text == nullptr ? "" : label + Narrow(text); }
@@ -66,27 +60,6 @@ inline std::string ReadSummary(const std::string& path) {
   ImageRecord record(path);
   EXPECT_EQ(record.Result() != S_OK, IsAllZero(*record));
   return record.Result() == S_OK ? Summarize(record) : kResultNames.at(record.Result());
-}
-
-/// Reads an image once for each of its allocations, which fails. Returns the summaries of the runs that still succeed;
-/// each must begin with `start`.
-inline std::vector<std::string> ReadWithFailingAllocations(const std::string& path, const std::string& start) {
-  const UniqueBstr name = Wide(path);
-  const ComPtr<IZSImageFile> service = NewImageFileService();
-  std::vector<std::string> summaries;
-  FaultPoints& points = Memory().faults;
-  for (long point = 1; point == 1 || points.Reached(); ++point) {
-    ImageRecord record;
-    points.Start(point);
-    const HRESULT result = service->GetImageFileInfo(name.get(), &*record);
-    points.Stop();
-    EXPECT_EQ(result != S_OK, IsAllZero(*record)) << point;
-    if (result == S_OK) {
-      summaries.push_back(Summarize(record));
-      EXPECT_TRUE(summaries.back().starts_with(start)) << summaries.back();
-    }
-  }
-  return summaries;
 }
 
 /// Reads a file cut to each of its lengths, with `ending` appended each time. Each run must return a whole record or an

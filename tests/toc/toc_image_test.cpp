@@ -1,8 +1,5 @@
 #include "toc/toc_writer.h"
 
-#include <algorithm>
-#include <filesystem>
-
 #include "readers/reader_checks.h"
 
 namespace {
@@ -184,10 +181,6 @@ TEST_F(TocImage, ReportsEachKindOfDamage) {
     const std::string outcome = ReadSummary(m_folder.Write("a.zsi", kAlbum.substr(0, length)));
     EXPECT_EQ(outcome, length + 1 < kAlbum.size() ? "ZSE_FAILED" : whole) << length;
   }
-}
-
-TEST_F(TocImage, OutOfMemoryFailsOrLosesOnlyTheTexts) {
-  ReadWithFailingAllocations(m_folder.Write("a.zsi", kAlbum), kTracks);
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include <sstream>
-#include <tuple>
 
-#include "support/environment_variable.h"
 #include "tools/tool_run.h"
 
 namespace {

@@ -1,8 +1,5 @@
-#include <algorithm>
-#include <regex>
-#include <tuple>
-
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "builders/mds_builder.h"
 #include "tools/tool_run.h"

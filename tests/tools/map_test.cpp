@@ -1,8 +1,6 @@
 #include <regex>
-#include <set>
 
 #include "builders/nrg_builder.h"
-#include "support/long_text.h"
 #include "tools/tool_run.h"
 
 namespace {

@@ -2,11 +2,7 @@
 /// The command-line tool, run as a user runs it.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 /// Exit status and output of a run.
 struct ToolResult {

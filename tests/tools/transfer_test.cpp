@@ -1,8 +1,5 @@
-#include <filesystem>
-#include <regex>
-#include <tuple>
-
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
