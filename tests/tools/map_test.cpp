@@ -30,9 +30,10 @@ protected:
   }
 
   std::string Render(const std::string& page) const {
-    return RunShell("cd '" + folder.Path("") + "' && chromium --headless --no-sandbox --disable-gpu --disable-quic " +
-                    "--no-first-run --disable-background-networking --disable-component-update --disable-sync " +
-                    "--user-data-dir=profile --dump-dom \"file://$PWD/" + page + "\"")
+    return RunShellIn(folder, "chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                              "--disable-background-networking --disable-component-update --disable-sync "
+                              "--user-data-dir=profile --dump-dom \"file://$PWD/" +
+                                  page + "\"")
         .out;
   }
 

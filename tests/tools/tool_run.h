@@ -16,6 +16,7 @@ inline const std::string kTool = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' ";
 
 /// Runs a shell command and waits for it.
 ToolResult RunShell(const std::string& command);
+ToolResult RunShellIn(const TemporaryFolder& folder, const std::string& command);
 
 /// Runs `zsimage` in a folder, with arguments as the shell reads them.
 ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);
