@@ -105,12 +105,8 @@ TEST(CueParser, DataFileIsFoundAndMeasured) {
   folder.Write("signed.bin", odd.replace(0x8001, 5, "CD001"));
   folder.WriteSparse("even.bin", 2048);
   folder.WriteSparse("UPPER.BIN", 2048);
-  const struct {
-    const char* sheet;
-    const char* text;
-    std::string file;
-    HRESULT result;
-  } kCases[] = {
+  // Name and text of a sheet, its data file, and the result of reading it.
+  const std::tuple<const char*, std::string, std::string, HRESULT> kCases[] = {
       {"a.cue", "cdtextfile \"x.cdt\"\nREM file \"even.bin\"\nFILE \"odd.bin\"\n", folder.Path("EVEN.BIN"), S_OK},
       {"a.cue", "FILE \"no end\nFILE \"EVEN.BIN\" BINARY\n", folder.Path("EVEN.BIN"), S_OK},
       {"a.cue", "FILE \"odd.bin\"\n", folder.Path("ODD.BIN"), ZSE_BADIMAGE},
@@ -130,16 +126,17 @@ TEST(CueParser, DataFileIsFoundAndMeasured) {
     EXPECT_EQ(result == S_OK ? tracks : 0, UINT{sheet->nTracks}) << path;
     return result;
   };
-  for (const auto& test : kCases) {
-    const std::string path = folder.Write(test.sheet, std::string(test.text) + "TRACK 01 AUDIO\n");
+  const auto binaryFile = [&](const std::string& path) {
     BSTR file = nullptr;
     EXPECT_EQ(S_OK, service->GetBinaryFile(Wide(path).get(), &file));
-    EXPECT_EQ(test.file, Narrow(UniqueBstr(file).get())) << test.text;
-    EXPECT_EQ(test.result, analyze(path, 1)) << test.text;
+    return Narrow(UniqueBstr(file).get());
+  };
+  for (const auto& [name, text, file, result] : kCases) {
+    const std::string path = folder.Write(name, text + "TRACK 01 AUDIO\n");
+    EXPECT_EQ(file, binaryFile(path)) << text;
+    EXPECT_EQ(result, analyze(path, 1)) << text;
   }
-  BSTR file = nullptr;
-  EXPECT_EQ(S_OK, service->GetBinaryFile(Wide("missing.cue").get(), &file));
-  EXPECT_EQ("missing.cue", Narrow(UniqueBstr(file).get()));
+  EXPECT_EQ("missing.cue", binaryFile("missing.cue"));
   const std::string sheet = folder.Write("a.cue", "FILE \"even.bin\"\n" + std::string(20000, '\n'));
   EXPECT_EQ(S_OK, analyze(sheet, 0));
   FaultyFiles files;
@@ -154,12 +151,7 @@ TEST(CueParser, DataFileIsFoundAndMeasured) {
 std::string RawStart(std::string_view fromMode) { return std::string(15, '\0').append(fromMode); }
 
 TEST(PlainImage, SizeAndFirstBytesDecideTheTrack) {
-  const struct {
-    const char* what;
-    std::string start;
-    UHYPER size;
-    const char* track;
-  } kCases[] = {
+  const std::tuple<const char*, std::string, UHYPER, std::string> kCases[] = {
       {"a size that fits sectors of 2048 and of 2352", "", 301056, "0-147 pregap 0 mode 1 size 2048/2048"},
       {"an empty file", "", 0, "0-0 pregap 0 mode 1 size 2048/2048"},
       {"silence", "", 2352, "0-1 pregap 0 mode 0 size 2352/2352"},
@@ -171,13 +163,12 @@ TEST(PlainImage, SizeAndFirstBytesDecideTheTrack) {
       {"odd size with a descriptor", std::string(0x8001, '\0') + "CD001", 100001, "0-0 pregap 0 mode 1 size 0/0"},
   };
   const TemporaryFolder folder;
-  for (const auto& test : kCases) {
-    const std::string path = folder.Write("plain.iso", test.start);
-    std::filesystem::resize_file(path, test.size);
+  for (const auto& [what, start, size, track] : kCases) {
+    const std::string path = folder.Write("plain.iso", start);
+    std::filesystem::resize_file(path, size);
     const TestSheet sheet;
-    EXPECT_EQ(S_OK, NewCueSheetService()->AnalyzeCueSheet(Wide(path).get(), sheet.Get())) << test.what;
-    EXPECT_EQ(std::vector{std::string("1: ") + test.track + " flags 0 index  at 0"}, Describe(*sheet.Get()))
-        << test.what;
+    EXPECT_EQ(S_OK, NewCueSheetService()->AnalyzeCueSheet(Wide(path).get(), sheet.Get())) << what;
+    EXPECT_EQ(std::vector{"1: " + track + " flags 0 index  at 0"}, Describe(*sheet.Get())) << what;
   }
 }
 

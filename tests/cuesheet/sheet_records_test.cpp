@@ -136,19 +136,16 @@ TEST(SheetRecords, NullArgumentsAreRefused) {
   const auto extract = [&](zsimagefileinfo* image, ZSTRACK* from, IStream** to) {
     return s->ExtractTrackToStream(nullptr, nullptr, image, from, 0, nullptr, 0, value, to);
   };
-  const auto expectRefused = [](auto... results) {
-    EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
-  };
-  expectRefused(s->CreateCueFile(nullptr, nullptr), s->AnalyzeCueSheet(nullptr, nullptr),
-                s->AnalyzeCDText(nullptr, nullptr), s->AnalyzeCDTextFromData(nullptr, 1, sheet.Get()),
-                s->GetBinaryFile(nullptr, nullptr), extract(&info, &track, nullptr), extract(nullptr, &track, &stream),
-                extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value), s->MergeTracks(&value, nullptr),
-                s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr), s->Clone(sheet.Get(), nullptr),
-                s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr), s->CopyCDText(nullptr, sheet.Get()),
-                s->CopyCDText(sheet.Get(), nullptr), s->FreeZSCueSheet(nullptr, VARIANT_TRUE), s->FreeZSCDText(nullptr),
-                s->EncodeCDText(nullptr, VARIANT_FALSE, &data, &length),
-                s->EncodeCDText(sheet.Get(), VARIANT_FALSE, nullptr, &length),
-                s->EncodeCDText(sheet.Get(), VARIANT_FALSE, &data, nullptr));
+  ExpectAll(E_INVALIDARG, s->CreateCueFile(nullptr, nullptr), s->AnalyzeCueSheet(nullptr, nullptr),
+            s->AnalyzeCDText(nullptr, nullptr), s->AnalyzeCDTextFromData(nullptr, 1, sheet.Get()),
+            s->GetBinaryFile(nullptr, nullptr), extract(&info, &track, nullptr), extract(nullptr, &track, &stream),
+            extract(&info, nullptr, &stream), s->MergeTracks(nullptr, &value), s->MergeTracks(&value, nullptr),
+            s->AllocCueSheet(nullptr), s->Clone(nullptr, nullptr), s->Clone(sheet.Get(), nullptr),
+            s->CloneCDText(nullptr, text), s->CloneCDText(text, nullptr), s->CopyCDText(nullptr, sheet.Get()),
+            s->CopyCDText(sheet.Get(), nullptr), s->FreeZSCueSheet(nullptr, VARIANT_TRUE), s->FreeZSCDText(nullptr),
+            s->EncodeCDText(nullptr, VARIANT_FALSE, &data, &length),
+            s->EncodeCDText(sheet.Get(), VARIANT_FALSE, nullptr, &length),
+            s->EncodeCDText(sheet.Get(), VARIANT_FALSE, &data, nullptr));
   EXPECT_EQ(nullptr, stream) << "a failure returns no stream";
   EXPECT_EQ(ZSE_CANNOTOPENIMAGE, s->AnalyzeCueSheet(nullptr, sheet.Get()));
   EXPECT_EQ(E_NOTIMPL, s->Dummy(nullptr, nullptr));

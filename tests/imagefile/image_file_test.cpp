@@ -164,12 +164,9 @@ TEST_F(ImageFile, BadArgumentsAreRefused) {
   EXPECT_EQ("", folder.Read("out.cue"));
   zsimagefileinfo copy{};
   UHYPER seek = 0;
-  for (const HRESULT result :
-       {write(nullptr, &info), write(path.get(), nullptr), service->Clone(nullptr, &info),
-        service->Clone(&info, nullptr), service->Clone(&info, &info), service->FreeImageFileInfo(nullptr),
-        service->CalculateDiscID(nullptr), service->GetPositionFromLBA(nullptr, 0, &seek, nullptr)}) {
-    EXPECT_EQ(E_INVALIDARG, result);
-  }
+  ExpectAll(E_INVALIDARG, write(nullptr, &info), write(path.get(), nullptr), service->Clone(nullptr, &info),
+            service->Clone(&info, nullptr), service->Clone(&info, &info), service->FreeImageFileInfo(nullptr),
+            service->CalculateDiscID(nullptr), service->GetPositionFromLBA(nullptr, 0, &seek, nullptr));
   info.nSessions = 1; // Without its sheet. See "code of copies" in docs/compatibility.md.
   EXPECT_EQ(ZSE_OUTOFRESOURCES, service->Clone(&info, &copy));
   info.nSessions = 100; // More than pZSCueSheet holds.

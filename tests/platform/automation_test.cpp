@@ -170,16 +170,13 @@ TEST(Interfaces, FailForNullArgumentsAndExceptions) {
   SAFEARRAY* array = nullptr;
   CLSID clsid{};
   ZSFILESTRUCT file{};
-  const auto expectInvalid = [](auto... results) {
-    EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
-  };
-  expectInvalid(SafeArrayRedim(nullptr, nullptr), SafeArrayCopy(nullptr, &array), SafeArrayCopy(array, nullptr),
-                SafeArrayAccess(nullptr).Result(), SafeArrayUnaccessData(nullptr),
-                SafeArrayGetRecordInfo(nullptr, nullptr), info->RecordInit(nullptr), info->RecordClear(nullptr),
-                info->RecordCopy(nullptr, &file), info->RecordCopy(&file, nullptr), info->GetGuid(nullptr),
-                info->GetName(nullptr), info->GetSize(nullptr), LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
-                GetRecordInfoFromTypeInfo(nullptr, nullptr), CLSIDFromProgID(nullptr, &clsid),
-                CLSIDFromProgID(u"A", nullptr));
+  ExpectAll(E_INVALIDARG, SafeArrayRedim(nullptr, nullptr), SafeArrayCopy(nullptr, &array),
+            SafeArrayCopy(array, nullptr), SafeArrayAccess(nullptr).Result(), SafeArrayUnaccessData(nullptr),
+            SafeArrayGetRecordInfo(nullptr, nullptr), info->RecordInit(nullptr), info->RecordClear(nullptr),
+            info->RecordCopy(nullptr, &file), info->RecordCopy(&file, nullptr), info->GetGuid(nullptr),
+            info->GetName(nullptr), info->GetSize(nullptr), LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
+            GetRecordInfoFromTypeInfo(nullptr, nullptr), CLSIDFromProgID(nullptr, &clsid),
+            CLSIDFromProgID(u"A", nullptr));
 }
 
 TEST(Guid, ParsesAndFormatsText) {

@@ -62,6 +62,11 @@ inline std::string ReadSummary(const std::string& path) {
   return record.Result() == S_OK ? Summarize(record) : kResultNames.at(record.Result());
 }
 
+/// Writes a file into a folder of its own and reads it.
+template <class Content> std::string ReadSummary(const std::string& name, const Content& content) {
+  return ReadSummary(TemporaryFolder().Write(name, content));
+}
+
 /// Reads a file cut to each of its lengths, with `ending` appended each time. Each run must return a whole record or an
 /// all-zero one; the whole file must be read.
 inline void ReadTruncations(const std::string& name, const std::string& content, const std::string& ending = "") {

@@ -26,6 +26,11 @@ inline const std::vector<std::string> kSampleImages = {"plain.iso",    "mixed.cu
                                                        "cdplus.nrg",   "tao.nrg",    "inline.mds", "dvd.mds",
                                                        "sessions.ccd", "native.zsi", "refused.bwt"};
 
+/// Expects one result code of several calls.
+template <class... Results> void ExpectAll(HRESULT expected, Results... results) {
+  EXPECT_EQ(std::vector(sizeof...(results), expected), std::vector({results...}));
+}
+
 inline std::string AsText(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
 
 /// Repeats a piece `count` times. In each copy, `#` becomes the number of the copy from 0, and `@` the number from 1.

@@ -111,9 +111,7 @@ TEST_F(TocImage, ReportsEachKindOfDamage) {
   const std::string whole = kTracks + " album ALBUM mask 3";
   const std::string noTexts = kTracks + " mask 2";
   const std::string firstPack = "80 00 00 00 41 4C 42 55 4D 00 00 00 00 00 00 00 E9 68 ";
-  const struct {
-    std::string from, to, outcome;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"VERSION>1", "VERSION> 2abc", "ZSE_TOCVERSION"},
       {"VERSION>1", "VERSION>99999999999999999999", "ZSE_TOCVERSION"},
       {"ALBUM.BIN", "", "ZSE_FAILED"},
