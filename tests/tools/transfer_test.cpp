@@ -65,27 +65,6 @@ TEST_F(TransferTool, BlocksFollowTheModeOfTheTrack) {
   }
 }
 
-TEST_F(TransferTool, TracksOfEverySessionAreExtracted) {
-  const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}, {ZSMODE_1, 20, 4}}}};
-  const DiscPlan mixed{{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15, 6}, {ZSMODE_AUDIO, 8}}}};
-  folder.Write("disc.nrg", NrgImage(sessions));
-  folder.Write("disc.mds", MdsOf(sessions).Build());
-  folder.Write("disc.mdf", DiscSectors(sessions));
-  folder.Write("mixed.nrg", NrgImage(mixed));
-  Run("convert disc.nrg disc.zsi --with-data");
-  ExpectShown("convert disc.nrg first.cue", "the other 1 of the image");
-  for (const std::string image : {"mixed.nrg", "disc.nrg", "disc.zsi"}) {
-    const DiscPlan& disc = image == "mixed.nrg" ? mixed : sessions;
-    for (const PlacedTrack& track : PlaceTracks(disc)) {
-      const std::string session = track.session == 0 ? " --session 1" : " --session 2";
-      const std::string number = " --track " + std::to_string(track.number - (track.session == 0 ? 0 : 2));
-      EXPECT_TRUE(ProperSectors(disc, track.number - 1) == Extract(image + session + number))
-          << image << session << number;
-    }
-  }
-  EXPECT_TRUE(ProperSectors(sessions, 2) == Extract("disc.mds --session 2 --track 1"));
-}
-
 TEST_F(TransferTool, FailuresNameCodeAndCause) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_symlink("no/x", folder.Path("link"));
