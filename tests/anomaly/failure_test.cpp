@@ -47,7 +47,6 @@ struct Scene {
   std::size_t bytesRead = 0;
 };
 
-/// A call on an image.
 struct Operation {
   std::string name;
   std::vector<HRESULT> failures; ///< Results that it may return if a point fails; S_OK if it may then deliver less.
@@ -219,7 +218,6 @@ std::vector<Operation> Readings(const std::string& path) {
   return readings;
 }
 
-/// The end of an operation.
 struct Outcome {
   HRESULT result = 0;
   std::string delivered; ///< As text. A failure may deliver the start of a stream and nothing else.
@@ -241,7 +239,7 @@ std::tuple<long, int, LONG> Held() { return {Memory().blocks, OpenDescriptors(),
 
 /// Removes what a record lacks if there is no memory for its texts and indexes.
 std::string WithoutTexts(const std::string& delivered) {
-  return std::regex_replace(delivered, std::regex(R"(mask \d+|index \S*|"[^"]*\|[^"]*")"), "");
+  return std::regex_replace(delivered, std::regex(R"(mask \d+| index [-,\d]*|"[^"]*\|[^"]*")"), "");
 }
 
 /// Whether an operation may end like this if memory or a file fails.
@@ -256,7 +254,6 @@ bool IsAllowed(const Outcome& outcome, const Outcome& undisturbed, const Operati
   return !memoryFails || (documented && WithoutTexts(outcome.delivered) == WithoutTexts(undisturbed.delivered));
 }
 
-/// What fails in a run.
 enum class Failure {
   Once,     ///< One point.
   AndAfter, ///< One point and all that follow it.

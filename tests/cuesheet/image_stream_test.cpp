@@ -8,7 +8,6 @@ namespace {
 /// End of a track from sector 5 that is longer than the buffers of the stream and of extraction to a file.
 constexpr ULONG kEnd = 312;
 
-/// Returns bytes that differ with their offset.
 std::string Pattern(std::size_t size) {
   std::string bytes(size, '\0');
   for (std::size_t i = 0; i < size; ++i) {
@@ -42,7 +41,6 @@ struct Track {
                                                                    user, &stream));
     return ComPtr<IStream>(stream);
   }
-  /// Returns the expected bytes, sector by sector.
   std::string BytesOf(const std::string& image) const {
     const UINT size = dataBlock == 0 ? blockSize : dataBlock;
     std::string bytes;
@@ -164,12 +162,11 @@ TEST_F(ImageStream, BadSourcesAndTargetsAreRefused) {
   }
   constexpr UHYPER kTooLarge = UHYPER{1} << 63; // For an offset in a file.
   constexpr UHYPER kWraps = ~UHYPER{0};         // With the offset of the track.
-  const Track tracks[] = {{2352, 2353, 16, 5, 6, 0},
-                          {4096, 2449, 16, 5, 6, 0},
-                          {4096, 0, 16, 5, 6, 0},
-                          {2352, 2048, 16, 5, 6, kTooLarge},
-                          {2352, 2048, 16, 5, 6, kWraps}};
-  for (const Track& track : tracks) {
+  for (const Track& track : {Track{2352, 2353, 16, 5, 6, 0},
+                             {4096, 2449, 16, 5, 6, 0},
+                             {4096, 0, 16, 5, 6, 0},
+                             {2352, 2048, 16, 5, 6, kTooLarge},
+                             {2352, 2048, 16, 5, 6, kWraps}}) {
     EXPECT_FALSE(track.Open(m_path, nullptr, {}, S_FALSE));
   }
   EXPECT_EQ(E_INVALIDARG, ExtractToFile({}, m_path));

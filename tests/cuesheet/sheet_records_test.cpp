@@ -111,9 +111,9 @@ TEST(SheetRecords, MergeAppendsTracksOrChangesNothing) {
   {
     const SafeArrayAccess access(destination.parray);
     const auto* tracks = access.Elements<ZSTRACK>();
-    EXPECT_EQ("3: 40-60 pregap 0 mode 0 size 2352/2352 flags 0 index -,40,50 at 75264", Describe(tracks[2]));
-    EXPECT_EQ("4: 21-41 pregap 0 mode 1 size 2352/2352 flags 0 index -,0 at 0", Describe(tracks[3]));
-    EXPECT_EQ("5: 49-61 pregap 8 mode 0 size 2352/2352 flags 3 index 20,28 at 47040", Describe(tracks[4]));
+    EXPECT_EQ("3: 40-60 index -,40,50 at 75264", Describe(tracks[2]));
+    EXPECT_EQ("4: 21-41 mode 1 index -,0", Describe(tracks[3]));
+    EXPECT_EQ("5: 49-61 pregap 8 flags 3 index 20,28 at 47040", Describe(tracks[4]));
     EXPECT_EQ("image.bin{ 49, 61, 0, 18446744073709551615 }", Piece(tracks[4]));
     EXPECT_EQ("new", Narrow(tracks[4].bstrTitle));
     EXPECT_EQ("DEA012600001", Narrow(tracks[4].bstrISRC));

@@ -33,7 +33,6 @@ const std::tuple<const char*, zsimgformat, const char*> kFormats[] = {{"disc.nrg
                                                                       {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
                                                                       {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
 
-/// Returns the sectors of a track as the service extracts them.
 std::string ExtractTrack(const TemporaryFolder& folder, ImageRecord& record, ZSTRACK* track) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   ComPtr<IStream> stream;

@@ -15,18 +15,10 @@ inline const DiscPlan kThreeTracks{{{kAudio, kAudioAfterPregap}, {kAudio}}};
 /// Returns a label and a text of a record, or nothing for null.
 inline std::string Labelled(const char* label, BSTR text) { return text == nullptr ? "" : label + Narrow(text); }
 
-/// Summarizes a track without the fields that have their usual value: "2: 23-48" is an audio track in sectors of 2352
-/// bytes without a pregap.
+/// Summarizes a track: "2: 23-48" is an audio track in sectors of 2352 bytes without a pregap.
 inline std::string Summarize(const ZSTRACK& track) {
-  std::string line = Describe(track) + " ";
-  for (const std::string usual : {" pregap 0 ", " mode 0 ", " size 2352/2352 ", " flags 0 ", " index  ", " at 0 "}) {
-    if (const std::size_t offset = line.find(usual); offset != std::string::npos) {
-      line.replace(offset, usual.size(), " ");
-    }
-  }
-  line.pop_back();
-  line += track.Postgap == 0 ? "" : " postgap " + std::to_string(LONG{track.Postgap});
-  return line + Labelled(" ISRC ", track.bstrISRC) + Labelled(" title ", track.bstrTitle);
+  return Describe(track) + (track.Postgap == 0 ? "" : " postgap " + std::to_string(LONG{track.Postgap})) +
+         Labelled(" ISRC ", track.bstrISRC) + Labelled(" title ", track.bstrTitle);
 }
 
 /// Summarizes a record: "1: 0-20, 2: 23-48 | 1: 11298-11318" is a session of two tracks and a session of one. Fields of

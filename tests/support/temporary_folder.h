@@ -31,7 +31,6 @@ public:
     std::filesystem::remove_all(m_folder, ignored);
   }
 
-  /// Returns the path of a file in the folder.
   std::string Path(std::string_view name) const { return (m_folder / name).string(); }
 
   /// Writes a file and creates the folders above it. Returns its path.

@@ -37,7 +37,6 @@ HRESULT Create(const std::string& path, ImageRecord* record, UINT packBytes = 0)
   return CreateTOCImage(path, &**record, reinterpret_cast<zsmmccdtext*>(packs.data()), packBytes);
 }
 
-/// Returns the text of a written file without its line ends and indents.
 std::string ReadCompact(const TemporaryFolder& folder, const std::string& name) {
   return std::regex_replace(folder.Read(name), std::regex("\r\n *"), "");
 }

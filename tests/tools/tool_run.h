@@ -4,7 +4,6 @@
 
 #include "support/test.h"
 
-/// Exit status and output of a run.
 struct ToolResult {
   int status; ///< -1 if a signal ended it, 127 if the program is not installed.
   std::string out;
@@ -14,7 +13,6 @@ struct ToolResult {
 /// `zsimage` as a word of the shell.
 inline const std::string kTool = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' ";
 
-/// Runs a shell command and waits for it.
 ToolResult RunShell(const std::string& command);
 ToolResult RunShellIn(const TemporaryFolder& folder, const std::string& command);
 
