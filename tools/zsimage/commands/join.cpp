@@ -24,7 +24,7 @@ struct JoinOptions {
 
 /// @throws Failure if a path is a file of the album.
 void RefuseInput(const std::string& sheet, const Album& album, const std::string& path) {
-  const auto isSame = [&](const AlbumFile& file) { return IsSameFile(file.path, path); };
+  const auto isSame = [&](const SampleSource& file) { return IsSameFile(file.path, path); };
   FailIf(IsSameFile(sheet, path) || IsSameFile(WithExtension(sheet, ".CDT"), path) ||
              std::any_of(album.files.begin(), album.files.end(), isSame),
          path, E_INVALIDARG, "this file belongs to the album; give another name");

@@ -11,25 +11,18 @@
 #include "image/host.h"
 #include "sound/sound_file.h"
 
-/// A file of an album.
-struct AlbumFile {
-  std::string path; ///< In the spelling of the disk.
-  bool isSound;
-  SampleSource content;
-};
-
 /// Sectors of one track that follow each other in one file, or silence.
 struct AlbumPiece {
-  const ZSTRACK* track;  ///< The track that they belong to in the data file.
-  const AlbumFile* file; ///< Null for silence.
-  UHYPER offset;         ///< In the file.
-  UHYPER bytes;          ///< Bytes that are read. Silence fills up the last sector.
-  UINT storedSize;       ///< Bytes of one sector in the file. If the data file has larger ones, sectors are widened.
+  const ZSTRACK* track;     ///< The track that they belong to in the data file.
+  const SampleSource* file; ///< Null for silence.
+  UHYPER offset;            ///< In the file.
+  UHYPER bytes;             ///< Bytes that are read. Silence fills up the last sector.
+  UINT storedSize;          ///< Bytes of one sector in the file. If the data file has larger ones, sectors are widened.
   UHYPER sectors;
 };
 
 struct Album {
-  std::deque<AlbumFile> files;
+  std::deque<SampleSource> files; ///< With paths in the spelling of the disk.
   std::vector<AlbumPiece> pieces;
   UniqueSheet record;          ///< Describes the data file.
   std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.

@@ -25,7 +25,7 @@ constexpr const char* kTypes[] = {"AUDIO", "MODE1/2048", "MODE1/2352", "MODE2/20
 
 /// Opens a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
 /// another machine; then the file name alone is looked up in that folder.
-AlbumFile OpenFile(const std::string& sheet, const std::string& name, const std::string& type, unsigned line) {
+SampleSource OpenFile(const std::string& sheet, const std::string& name, const std::string& type, unsigned line) {
   std::string path = name.starts_with('/') ? name : Beside(sheet, name);
   const bool isFound =
       ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path);
@@ -34,7 +34,7 @@ AlbumFile OpenFile(const std::string& sheet, const std::string& name, const std:
   FailIf(!size, path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", line);
   const bool isSwapped = type == "MOTOROLA";
   if ((type != "BINARY" && !isSwapped) || !SoundFileType(path).empty()) {
-    return {path, true, OpenSound(path)};
+    return OpenSound(path);
   }
   const auto read = [path, isSwapped](UHYPER offset, std::size_t count) {
     std::string bytes = ReadBytes(path, offset, count);
@@ -44,7 +44,7 @@ AlbumFile OpenFile(const std::string& sheet, const std::string& name, const std:
     }
     return bytes;
   };
-  return {path, false, {*size, read}};
+  return {path, false, *size, read};
 }
 
 /// Sets a text of a record. Records are packed, so the field may be misaligned.
@@ -203,7 +203,7 @@ private:
     const ZSTRACK& track = m_sector ? *m_owner : *m_track;
     const ULONG sectors = sector - m_sector.value_or(0);
     const UHYPER bytes = UHYPER{sectors} * static_cast<UINT>(track.BlockSize);
-    FailIf(bytes > m_file->content.bytes - m_offset, m_file->path, ERROR_HANDLE_EOF,
+    FailIf(bytes > m_file->bytes - m_offset, m_file->path, ERROR_HANDLE_EOF,
            "the file ends before sector {}, where the sheet has index {} of track {}", sector, index,
            UINT{m_track->TNO});
     AddSectors(track, bytes, sectors);
@@ -218,7 +218,7 @@ private:
     FailIf(!m_sector, m_path, ZSE_BADIMAGE, "line {}, FILE: no INDEX line is in this file; remove the line",
            m_fileLine);
     const auto size = static_cast<UINT>(m_owner->BlockSize);
-    const UHYPER bytes = m_file->content.bytes - m_offset;
+    const UHYPER bytes = m_file->bytes - m_offset;
     const UHYPER over = bytes % size;
     FailIf(over != 0 && !isLast && !m_pad, m_file->path, ZSE_FAILED,
            "{}track {} ends inside a sector, {} of {} bytes, and track {} follows; --pad fills the sector with silence",
@@ -307,7 +307,7 @@ private:
   ZSTRACK* m_owner = nullptr; ///< Of the last index.
   UHYPER m_position = 0;      ///< Sectors so far.
   UHYPER m_pregapStart = 0;
-  const AlbumFile* m_file = nullptr;
+  const SampleSource* m_file = nullptr;
   std::string m_fileName;
   unsigned m_fileLine = 0;
   std::optional<ULONG> m_sector; ///< Position of the last index in the file.

@@ -15,7 +15,7 @@ std::string ReadSectors(const AlbumPiece& piece, UHYPER first, UHYPER count) {
   const UHYPER begin = std::min(first * piece.storedSize, piece.bytes);
   const UHYPER end = std::min((first + count) * piece.storedSize, piece.bytes);
   std::string sectors =
-      begin == end ? "" : piece.file->content.read(piece.offset + begin, static_cast<std::size_t>(end - begin));
+      begin == end ? "" : piece.file->read(piece.offset + begin, static_cast<std::size_t>(end - begin));
   sectors.resize(static_cast<std::size_t>(count * piece.storedSize));
   return sectors;
 }

@@ -77,7 +77,7 @@ SampleSource OpenSound(const std::string& path) {
     next = first + frames;
     return bytes;
   };
-  return {static_cast<UHYPER>(std::max<sf_count_t>(file.frames(), 0)) * kFrameBytes, read};
+  return {path, true, static_cast<UHYPER>(std::max<sf_count_t>(file.frames(), 0)) * kFrameBytes, read};
 }
 
 void WriteSound(OutputFile* output, const std::string& path, const std::string& extension, const SoundTags& tags,

@@ -13,8 +13,10 @@
 
 inline constexpr UINT kFrameBytes = 4;
 
-/// Content of a file in the byte order of an image.
+/// A file and its content, which has the byte order of an image.
 struct SampleSource {
+  std::string path;
+  bool isSound; ///< False for a file of raw sectors.
   UHYPER bytes; ///< Without headers and compression.
   /// Returns `size` bytes from an offset, both of them multiples of kFrameBytes for a sound file. @throws Failure if
   /// the file has fewer.
