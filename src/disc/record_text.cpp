@@ -7,11 +7,11 @@
 namespace {
 
 /// Returns the offset of a field. Fields of packed records are copied as bytes, because they may be at any address.
-template <class Record> constexpr std::size_t OffsetOf(TextField field) noexcept {
-  constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
-                                      offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
-                                      offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
-                                      offsetof(Record, bstrMessage)}; // In the order of TextField.
+template <class Record> std::size_t OffsetOf(TextField field) noexcept {
+  static constexpr std::size_t kOffsets[] = {offsetof(Record, bstrTitle),    offsetof(Record, bstrPerformer),
+                                             offsetof(Record, bstrComposer), offsetof(Record, bstrSongwriter),
+                                             offsetof(Record, bstrArranger), offsetof(Record, bstrGenre),
+                                             offsetof(Record, bstrMessage)}; // In the order of TextField.
   return kOffsets[static_cast<std::size_t>(field)];
 }
 
