@@ -60,24 +60,19 @@ std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& option
   return jobs;
 }
 
-/// @throws Failure if a data track should become a sound file, or an audio track an ISO image.
-void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
-  const bool isAudio = track.Mode == ZSMODE_AUDIO;
-  FailIf(job.format.isSound && !isAudio, image.Path(), E_INVALIDARG,
-         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.track,
-         ModeWords(track.Mode));
-  FailIf(job.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
-         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
-}
-
-/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes.
+/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes,
+/// or the format is not for the mode of the track.
 SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
   const TrackExtent& extent = job.extent;
   const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
   if (extent.blockSize == 0) {
     throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
   }
-  RequireFittingFormat(image, job, track);
+  FailIf(job.format.isSound && track.Mode != ZSMODE_AUDIO, image.Path(), E_INVALIDARG,
+         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.track,
+         ModeWords(track.Mode));
+  FailIf(job.format.extension == std::string_view("iso") && track.Mode == ZSMODE_AUDIO, image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
   const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
   FailIf(track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole,
          image.Path(), E_INVALIDARG,
