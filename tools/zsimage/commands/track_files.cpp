@@ -41,7 +41,7 @@ std::vector<TrackFile> NameTrackFiles(const ImageRecord& image, unsigned session
     const std::string title = titles.Show(track.bstrTitle);
     const std::string artist = performers.Show(track.bstrPerformer);
     const std::string name = format.isSound ? (image.Info().nSessions > 1 ? fmt::format("{}-", session) : "") +
-                                                  AsFileName(number + " " + title)
+                                                  AsFileName(fmt::format("{} {}", number, title))
                                             : fmt::format("session-{}-track-{}", session, number);
     files.push_back({name + "." + format.extension,
                      {title, artist.empty() ? performer : artist, TerminalText(sheet.ZSCDTEXT.bstrTitle), number}});

@@ -16,7 +16,22 @@ namespace {
 /// Keywords in the order in which the component looks for them.
 constexpr const char* kKeywords[] = {"CATALOG",   "TRACK",      "ISRC",     "FLAGS",    "PREGAP", "INDEX",   "TITLE",
                                      "PERFORMER", "SONGWRITER", "ARRANGER", "COMPOSER", "GENRE",  "MESSAGE", "COMMENT"};
-constexpr const char* const* kFirstText = kKeywords + 6; ///< TITLE, the first keyword of a text.
+constexpr std::size_t kFirstText = 6; ///< Index of TITLE, the first keyword of a text.
+
+bool IsText(std::string_view keyword) {
+  return std::count(std::begin(kKeywords) + kFirstText, std::end(kKeywords), keyword) != 0;
+}
+
+/// Returns the keyword of a line for the component, which looks for each of them anywhere in the line.
+std::string_view FindKeyword(const SheetLine& line) {
+  const std::string text = platform::Upper(line.rest);
+  for (const std::string_view keyword : kKeywords) {
+    if (line.keyword == keyword || text.find(keyword) != std::string::npos) {
+      return keyword;
+    }
+  }
+  return "";
+}
 
 std::vector<SheetLine> ReadSheet(const std::string& path) {
   return SplitSheet(HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "");
@@ -56,21 +71,16 @@ std::vector<SheetLine> SplitSheet(const std::string& content) {
 std::vector<std::string> DescribeMisreadTexts(const std::string& path) {
   std::vector<std::string> words;
   for (const SheetLine& line : ReadSheet(path)) {
-    const auto* const own = std::find(kFirstText, std::end(kKeywords), line.keyword);
-    const std::string text = platform::Upper(line.rest);
-    const auto isInText = [&](const char* keyword) { return text.find(keyword) != std::string::npos; };
-    const auto* const found = std::find_if(std::begin(kKeywords), own, isInText);
-    if (own == std::end(kKeywords) || found == own) {
+    const std::string_view found = FindKeyword(line);
+    if (!IsText(line.keyword) || found == line.keyword) {
       continue;
     }
-    const std::string_view keyword = *found;
     words.push_back(fmt::format("line {}: the text of this {} line contains {}, so the line is read as if it began "
                                 "with {}, and {}; put the text into a .cdt file, or {} keeps it",
-                                line.number, line.keyword, keyword, keyword,
-                                found >= kFirstText || keyword == "CATALOG" || keyword == "ISRC" ? "the text goes there"
-                                : keyword == "PREGAP" || keyword == "INDEX"
-                                    ? "the text is lost, and positions may change"
-                                    : "the text is lost",
+                                line.number, line.keyword, found, found,
+                                IsText(found) || found == "CATALOG" || found == "ISRC" ? "the text goes there"
+                                : found == "PREGAP" || found == "INDEX" ? "the text is lost, and positions may change"
+                                                                        : "the text is lost",
                                 JoinCommand(path)));
   }
   return words;
