@@ -58,8 +58,8 @@ make_track $sectors
 while read -r size limit; do
   check "save $sectors sectors, block size $size" "$(count_calls "$work" "${save[@]}" "$size")" "$limit"
 done <<TXT
-0 655
-2048 414
+0 400
+2048 400
 TXT
 
 # Prints the peak of a command's memory above that of "true", in KiB.

@@ -12,7 +12,7 @@ void ReadFromFile(fuzz::Run* run, ZSCUESHEET* sheet) {
   fuzz::RequireSheet(*sheet);
 }
 
-/// Encodes and decodes a sheet until the packs no longer change: what packs cannot hold is lost within a few rounds.
+/// Encodes and decodes a sheet until the packs stay the same: what packs cannot hold is lost within a few rounds.
 void CheckEncoding(fuzz::Run* run, const ZSCUESHEET& read) {
   constexpr int kRoundLimit = 256;
   ZSCUESHEET source = read;
@@ -31,7 +31,7 @@ void CheckEncoding(fuzz::Run* run, const ZSCUESHEET& read) {
     fuzz::RequireSheet(*next);
     std::swap(*last, *next);
   }
-  fuzz::Require(false, "encoding and decoding settles");
+  fuzz::Require(false, "repeated encoding and decoding ends in the same packs");
 }
 
 } // namespace

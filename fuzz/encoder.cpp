@@ -34,7 +34,7 @@ private:
 
 template <class TextRecord> void FillTexts(Input* input, TextRecord* record) {
   for (const TextField field : kTextFields) {
-    StoreText(record, field, input->ReadText());
+    SetText(record, field, input->ReadText());
   }
 }
 
@@ -88,6 +88,7 @@ bool IsWhole(const ZSCUESHEET& sheet, TextField field) {
 }
 
 void CheckReadBack(fuzz::Run* run, const ZSCUESHEET& sheet, std::string packs) {
+  // Another text may need 22 packs, and the size information needs 3.
   constexpr std::size_t kNothingDropped = (kPacksOfBlock - 25) * kPackSize;
   fuzz::Sheet read(run, sheet.nTracks);
   run->Sheets().AnalyzeCDTextFromData(reinterpret_cast<BYTE*>(packs.data()), static_cast<UINT>(packs.size()),

@@ -223,8 +223,8 @@ NrgBuilder OneTrack() {
 /// Returns an image of a disc without its sectors: chunks and footer.
 std::vector<BYTE> ChunksOf(const DiscPlan& disc) {
   const std::vector<BYTE> image = NrgImage(disc);
-  const UHYPER position = BlockView(image).Big64(image.size() - 8);
-  std::vector<BYTE> chunks(image.begin() + static_cast<std::ptrdiff_t>(position), image.end() - 8);
+  const UHYPER offset = BlockView(image).Big64(image.size() - 8);
+  std::vector<BYTE> chunks(image.begin() + static_cast<std::ptrdiff_t>(offset), image.end() - 8);
   chunks.insert(chunks.end(), 8, BYTE{0}); // The chunks are at offset 0.
   return chunks;
 }
@@ -334,7 +334,7 @@ void AddMdsDescriptions(const Corpus& corpus) {
          mds->blocks[3].length = kMaxNumber;
          mds->blocks[3].lba = kMaxNumber;
        }},
-      {"sum-wraps-position", [](MdsBuilder* mds) { mds->blocks[3].position = ~UHYPER{0}; }},
+      {"sum-wraps-position", [](MdsBuilder* mds) { mds->blocks[3].offset = ~UHYPER{0}; }},
       {"zero-size-sectors", [](MdsBuilder* mds) { mds->blocks[3].size = 0; }},
       {"zero-size-track", [](MdsBuilder* mds) { mds->blocks[3].length = 0; }},
       {"no-track", [](MdsBuilder* mds) { mds->blocks.resize(3); }},

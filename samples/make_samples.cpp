@@ -155,7 +155,7 @@ void MakeMediaDescriptor(Samples* samples) {
   const DiscPlan disc{{{{ZSMODE_1, 20, 0, 2448}, {ZSMODE_AUDIO, 20, 4, 2448}}}};
   samples->Write("inline.mds", MdsOf(disc).Build());
   samples->Write("inline.mdf", DiscSectors(disc));
-  samples->AddToContents("inline.mds", "a mixed CD whose sectors carry their sub-channel");
+  samples->AddToContents("inline.mds", "a mixed CD whose sectors contain their sub-channel");
 
   samples->Write("dvd.mds", MdsOfDvd(32).Build());
   samples->Write("dvd.mdf", DiscSectors({{{{ZSMODE_1, 32, 0, 2048}}}}));

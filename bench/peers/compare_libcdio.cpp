@@ -16,7 +16,7 @@ namespace {
 void OpenWithLibrary(const std::string& path, driver_id_t driver) {
   CdIo_t* disc = cdio_open(path.c_str(), driver);
   if (disc == nullptr || cdio_get_num_tracks(disc) < 30) {
-    EndWith("libcdio cannot read the album");
+    ExitWithError("libcdio cannot read the album");
   }
   cdio_destroy(disc);
 }
@@ -24,7 +24,7 @@ void OpenWithLibrary(const std::string& path, driver_id_t driver) {
 void OpenWithComponent(IZSImageFile* images, BSTR path) {
   zsimagefileinfo info{};
   if (images->GetImageFileInfo(path, &info) != S_OK || info.pZSCueSheet[0]->nTracks < 30) {
-    EndWith("cannot read the album");
+    ExitWithError("cannot read the album");
   }
   images->FreeImageFileInfo(&info);
 }

@@ -20,14 +20,14 @@ void ReadWithComponent(IZSCueSheet* sheets, BSTR name) {
   ZSCUESHEET* sheet = nullptr;
   sheets->AllocCueSheet(&sheet);
   if (sheets->AnalyzeCueSheet(name, sheet) != S_OK || sheet->nTracks != 99) {
-    EndWith("cannot read the sheet");
+    ExitWithError("cannot read the sheet");
   }
   sheets->FreeZSCueSheet(sheet, VARIANT_TRUE);
 }
 
 void CheckAndFree(Cd* disc) {
   if (disc == nullptr || cd_get_ntrack(disc) != 99) {
-    EndWith("libcue cannot read the sheet");
+    ExitWithError("libcue cannot read the sheet");
   }
   cd_delete(disc);
 }

@@ -37,7 +37,7 @@ void CompareRounds(const char* what, int rounds, const std::function<void()>& ou
   std::printf("%-44s %10.1f %10.1f %8.2f\n", what, mine, other, other / mine);
 }
 
-void EndWith(const char* message) {
+void ExitWithError(const char* message) {
   std::fprintf(stderr, "%s\n", message);
   std::exit(1);
 }

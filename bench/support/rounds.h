@@ -10,4 +10,4 @@ void CompareRounds(const char* what, int rounds, const std::function<void()>& ou
                    const std::function<void()>& theirs);
 
 /// Ends the program with exit status 1 and a message.
-[[noreturn]] void EndWith(const char* message);
+[[noreturn]] void ExitWithError(const char* message);

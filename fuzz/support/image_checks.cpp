@@ -93,7 +93,7 @@ std::string Write(Run* run, zsimagefileinfo* info, zsimgformat format, const std
   return run->Files().Find(PathOf(name))->bytes;
 }
 
-/// Writes and reads a record until the file no longer changes: what the format cannot hold is lost within a few rounds.
+/// Writes and reads a record until the file stays the same: what the format cannot hold is lost within a few rounds.
 void CheckWriting(Run* run, zsimagefileinfo* info, zsimgformat format, const std::string& name) {
   if (info->nSessions == 0) {
     return;
@@ -111,7 +111,7 @@ void CheckWriting(Run* run, zsimagefileinfo* info, zsimgformat format, const std
     }
     before = std::move(after);
   }
-  Require(copy->nSessions == 0, "writing and reading settles");
+  Require(copy->nSessions == 0, "repeated writing and reading ends in the same file");
 }
 
 } // namespace

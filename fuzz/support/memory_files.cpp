@@ -139,7 +139,7 @@ int MemoryFiles::Duplicate(int descriptor) noexcept {
   return NewDescriptor(std::shared_ptr<OpenFile>(Slot(descriptor)));
 }
 
-bool MemoryFiles::FollowPlan(std::size_t* count) noexcept {
+bool MemoryFiles::ApplyPlan(std::size_t* count) noexcept {
   const auto step = m_planned < m_plan.size() ? static_cast<BYTE>(m_plan[m_planned++]) : BYTE{0};
   if (step == 1 || step == 2) {
     m_readsFailed = m_readsFailed || step == 1;
@@ -152,7 +152,7 @@ bool MemoryFiles::FollowPlan(std::size_t* count) noexcept {
 
 ssize_t MemoryFiles::Read(int descriptor, void* buffer, std::size_t count) noexcept {
   OpenFile* open = Get(descriptor);
-  if (!FollowPlan(&count)) {
+  if (!ApplyPlan(&count)) {
     return -1;
   }
   const auto position = static_cast<UHYPER>(open->position);

@@ -73,7 +73,7 @@ private:
   std::shared_ptr<OpenFile>& Slot(int descriptor) noexcept;
   OpenFile* Get(int descriptor) noexcept;
   int NewDescriptor(std::shared_ptr<OpenFile> file);
-  bool FollowPlan(std::size_t* count) noexcept;
+  bool ApplyPlan(std::size_t* count) noexcept;
 
   std::map<std::string, std::shared_ptr<MemoryFile>, std::less<>> m_files;
   std::vector<std::shared_ptr<OpenFile>> m_descriptors;

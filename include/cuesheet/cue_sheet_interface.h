@@ -124,10 +124,10 @@ struct IZSCueSheet : IUnknown {
   /// the pointers of the tracks are stale: neither read nor free them.
   virtual HRESULT FreeZSCueSheet(ZSCUESHEET* sheet, VARIANT_BOOL fDestroyCueSheet) = 0;
 
-  /// Frees the seven texts. The catalogue number stays.
+  /// Frees the seven texts, but not the catalogue number.
   virtual HRESULT FreeZSCDText(::ZSCDTEXT* text) = 0;
 
-  /// Not offered. @return E_NOTIMPL.
+  /// Not implemented. @return E_NOTIMPL.
   virtual HRESULT Dummy(ZSTRACK* track, ZSFILESTRUCT* piece) = 0;
 
 protected:

@@ -32,7 +32,7 @@ inline constexpr DWORD FILE_SHARE_WRITE = 2; ///< As FILE_SHARE_READ.
 inline constexpr DWORD CREATE_ALWAYS = 2; ///< Creates the file, or empties the one that exists.
 inline constexpr DWORD OPEN_EXISTING = 3; ///< Fails if the file does not exist.
 
-inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< The only attributes.
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80; ///< No attributes. Not read.
 
 inline constexpr DWORD FILE_BEGIN = 0;   ///< From the start of the file.
 inline constexpr DWORD FILE_CURRENT = 1; ///< From the current position.
@@ -47,12 +47,11 @@ bool CloseHandle(HANDLE file) noexcept;
 /// Returns a second handle of the same open file. Both share one position.
 HANDLE DuplicateHandle(HANDLE file) noexcept;
 
-/// Reads until `count` bytes are read or the file ends, which is no failure. `*done` receives the number of bytes that
-/// were read, also on failure.
-bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept;
+/// Reads until `count` bytes are read or the file ends, which is no failure. `*bytesRead` is set also on failure.
+bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* bytesRead) noexcept;
 
-/// Writes all bytes, or fails. `*done` receives the number of bytes that were written, also on failure.
-bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept;
+/// Writes all bytes, or fails. `*bytesWritten` is set also on failure.
+bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* bytesWritten) noexcept;
 
 /// Moves the position. `*position`, which may be null, receives the new one.
 bool SetFilePointerEx(HANDLE file, std::int64_t distance, UHYPER* position, DWORD origin) noexcept;

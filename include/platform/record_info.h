@@ -43,9 +43,9 @@ inline constexpr IID IID_IRecordInfo{0x0000002F, 0x0000, 0x0000, {0xC0, 0, 0, 0,
 
 /// Operations on records of one type.
 struct IRecordInfo : IUnknown {
-  /// Makes new memory an empty record.
+  /// Initialises new memory as an empty record.
   virtual HRESULT RecordInit(void* record) = 0;
-  /// Frees what the record owns and makes the owning fields empty.
+  /// Frees what the record owns and clears the fields that owned it.
   virtual HRESULT RecordClear(void* record) = 0;
   /// Clears `target`, then makes it a deep copy of `source`. On failure `target` is the empty record.
   virtual HRESULT RecordCopy(const void* source, void* target) = 0;

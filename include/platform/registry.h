@@ -70,8 +70,8 @@ std::string RegistryPath();
 /// If the file is missing, both are empty. @return 0, ERROR_BADDB or a system error. Throws std::bad_alloc.
 DWORD ReadRegistry(RegistryKey* registry);
 
-/// Reads the registry, calls `change` with it and writes it, while other processes wait to do the same. Nothing is
-/// written if `change` returns an error, throws or changes nothing.
+/// Locks the registry, reads it, calls `change` with it and writes it. Nothing is written if `change` returns an error,
+/// throws or changes nothing.
 /// @return 0, the error of `change`, ERROR_BADDB or a system error. Throws std::bad_alloc.
 DWORD ChangeRegistry(const std::function<DWORD(RegistryKey* registry)>& change);
 
@@ -82,7 +82,7 @@ inline constexpr HKEY HKEY_CURRENT_USER{0x80000001U}; ///< Root of the user's se
 
 inline constexpr DWORD KEY_READ = 0x20019; ///< The only kind of access.
 
-/// Opens a key for reading. Until it is closed, it has the values that it had when it was opened.
+/// Opens a key for reading. An open key is a snapshot, which later changes of the registry do not affect.
 /// @param root One of the two roots. @param subKey Path of the key below the root. @param options Not read.
 /// @param access Not read. @param opened Receives the key, which RegCloseKey closes.
 /// @return 0; ERROR_FILE_NOT_FOUND if there is no such key; ERROR_INVALID_HANDLE for anything but a root; otherwise as

@@ -28,7 +28,7 @@ struct TaskMemoryFree {
 /// Owns a block of task memory.
 template <class T> using TaskMemory = std::unique_ptr<T, TaskMemoryFree>;
 
-/// Returns `count` cleared elements of `width` bytes; null if out of memory or if the size does not fit the machine.
+/// Returns `count` cleared elements of `width` bytes; null if out of memory or if their size exceeds std::size_t.
 void* AllocateClearedBytes(std::size_t count, std::size_t width) noexcept;
 
 /// Returns a cleared table of `count` elements, as AllocateClearedBytes.

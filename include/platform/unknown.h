@@ -121,7 +121,7 @@ public:
       old->Release();
     }
   }
-  /// Returns the reference, which the caller owns from now on.
+  /// Returns the reference, which the caller then owns.
   I* Detach() noexcept {
     I* object = m_object;
     m_object = nullptr;
@@ -132,7 +132,7 @@ public:
     Reset();
     return &m_object;
   }
-  /// The same, for operations that return any interface.
+  /// Does the same, for operations that return any interface.
   void** ReceiveVoid() noexcept { return reinterpret_cast<void**>(Receive()); }
 
 private:

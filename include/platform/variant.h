@@ -28,7 +28,7 @@ inline constexpr VARTYPE VT_UI8 = 21;     ///< `ullVal`.
 inline constexpr VARTYPE VT_INT = 22;     ///< `lVal`.
 inline constexpr VARTYPE VT_UINT = 23;    ///< `ulVal`.
 /// @}
-/// Flag of arrays. Without an element type, the value is an array of the file pieces of a track.
+/// Flag of arrays. Exactly VT_ARRAY, without an element type, is the list of the file pieces of a track.
 inline constexpr VARTYPE VT_ARRAY = 0x2000;
 /// Flag of a pointer to a value that something else owns.
 inline constexpr VARTYPE VT_BYREF = 0x4000;
@@ -66,7 +66,7 @@ static_assert(sizeof(VARIANT) == 16 && alignof(VARIANT) == 1);
 
 extern "C" {
 
-/// Makes new memory an empty value.
+/// Initialises new memory as an empty value.
 void VariantInit(VARIANT* value) noexcept;
 
 /// Frees what the value owns and makes it empty. On failure it is unchanged.

@@ -6,6 +6,6 @@
 
 #include "platform/base_types.h"
 
-/// Returns a description with a number of track records. The last record has the mark of the last.
+/// Returns a description with a number of track records. The last record has the point 0xA2.
 /// @param fieldLength Bytes of each counted field.
 std::vector<BYTE> BwtFile(int records, unsigned fieldLength = 3);

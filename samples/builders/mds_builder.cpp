@@ -18,7 +18,7 @@ MdsBlock TrackBlock(const PlacedTrack& track, bool isFirst) {
   block.control = track.mode == ZSMODE_AUDIO ? 0 : 0x04;
   block.size = track.size;
   block.lba = track.start;
-  block.position = track.position;
+  block.offset = track.offset;
   block.pregap = track.pregap;
   block.length = track.sectors + (isFirst ? 0 : track.pregap);
   return block;
@@ -46,7 +46,7 @@ std::vector<BYTE> MdsBuilder::Build() const {
     const ULONG offsetOrLength =
         hasLengths ? static_cast<ULONG>(lengthsStart + lengths.Size()) + lengthsMoved : block.length;
     file.Byte(block.mode).Zeros(1).Byte(block.control).Zeros(1).Byte(block.point).Zeros(5).Byte(block.format).Zeros(1);
-    file.Little32(offsetOrLength).Little16(block.size).Zeros(18).Little32(block.lba).Little64(block.position).Zeros(32);
+    file.Little32(offsetOrLength).Little16(block.size).Zeros(18).Little32(block.lba).Little64(block.offset).Zeros(32);
     if (hasLengths) {
       lengths.Little32(block.pregap).Little32(block.length);
     }

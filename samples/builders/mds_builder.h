@@ -15,9 +15,9 @@ struct MdsBlock {
   unsigned format = 0;  ///< Format of the session, in its first block.
   ULONG size = 2352;
   ULONG lba = 0;
-  UHYPER position = 0;
-  ULONG pregap = 0; ///< Sectors, in the length block.
-  ULONG length = 0; ///< Sectors, in the length block; in the track block on a DVD.
+  UHYPER offset = 0; ///< In the .MDF file.
+  ULONG pregap = 0;  ///< Sectors, in the length block.
+  ULONG length = 0;  ///< Sectors, in the length block; in the track block on a DVD.
 };
 
 /// The fields of a description. Tests change them one by one.

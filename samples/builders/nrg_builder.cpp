@@ -84,15 +84,15 @@ NrgBuilder& NrgBuilder::Chunk(const std::string& tag, const std::vector<BYTE>& p
   return *this;
 }
 
-std::vector<BYTE> NrgBuilder::Build(NrgFooter footer) const { return Build(footer, BlockPosition()); }
+std::vector<BYTE> NrgBuilder::Build(NrgFooter footer) const { return Build(footer, BlockOffset()); }
 
-std::vector<BYTE> NrgBuilder::Build(NrgFooter footer, UHYPER blockPosition) const {
+std::vector<BYTE> NrgBuilder::Build(NrgFooter footer, UHYPER blockOffset) const {
   ByteWriter image;
   image.Bytes(m_sectors).Bytes(m_chunks).Text("END!", 4).Big32(0);
   if (footer == NrgFooter::Long) {
-    image.Text("NER5", 4).Big64(blockPosition);
+    image.Text("NER5", 4).Big64(blockOffset);
   } else {
-    image.Text("NERO", 4).Big32(static_cast<ULONG>(blockPosition));
+    image.Text("NERO", 4).Big32(static_cast<ULONG>(blockOffset));
   }
   return image.Get();
 }

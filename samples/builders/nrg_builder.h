@@ -43,11 +43,11 @@ public:
   NrgBuilder& Chunk(const std::string& tag, const std::vector<BYTE>& payload);
 
   /// Returns the offset of the first chunk.
-  UHYPER BlockPosition() const { return m_sectors.size(); }
+  UHYPER BlockOffset() const { return m_sectors.size(); }
   /// Returns the image: sectors, chunks, the chunk "END!" and the footer.
   std::vector<BYTE> Build(NrgFooter footer = NrgFooter::Long) const;
   /// Returns the image with another offset of the chunks in the footer.
-  std::vector<BYTE> Build(NrgFooter footer, UHYPER blockPosition) const;
+  std::vector<BYTE> Build(NrgFooter footer, UHYPER blockOffset) const;
 
 private:
   std::vector<BYTE> m_sectors;

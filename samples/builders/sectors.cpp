@@ -66,7 +66,7 @@ std::vector<BYTE> VolumeDescriptor(const std::string& systemIdentifier) {
 std::vector<PlacedTrack> PlaceTracks(const DiscPlan& disc) {
   std::vector<PlacedTrack> placed;
   ULONG lba = 0;
-  UHYPER position = 0;
+  UHYPER offset = 0;
   for (std::size_t session = 0; session < disc.sessions.size(); ++session) {
     lba += GapBefore(session);
     for (const PlannedTrack& planned : disc.sessions[session]) {
@@ -75,9 +75,9 @@ std::vector<PlacedTrack> PlaceTracks(const DiscPlan& disc) {
       track.number = static_cast<UINT>(placed.size()) + 1;
       track.start = lba + track.pregap;
       track.end = track.start + track.sectors;
-      track.position = position;
+      track.offset = offset;
       lba = track.end;
-      position += UHYPER{track.pregap + track.sectors} * track.size;
+      offset += UHYPER{track.pregap + track.sectors} * track.size;
       placed.push_back(track);
     }
   }

@@ -48,7 +48,7 @@ struct PlacedTrack : PlannedTrack {
   UINT number = 0;  ///< From 1, through the whole disc.
   ULONG start = 0;  ///< Position of index 1.
   ULONG end = 0;
-  UHYPER position = 0; ///< Offset of the pregap in the image.
+  UHYPER offset = 0; ///< Byte offset of the pregap in the image.
 };
 
 /// Returns all tracks of a disc in order. Sessions are separated by the gaps of a real disc.

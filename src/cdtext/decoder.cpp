@@ -12,11 +12,11 @@
 namespace {
 
 constexpr std::size_t kTextBufferSize = 255 * kPackTextSize;
-constexpr BYTE kDoubleByteText = 0x80; // In kPackBlock.
-constexpr BYTE kExtensionFlag = 0x80;  // In kPackTrack.
+constexpr BYTE kDoubleByteText = 0x80; // Bit of the byte at kPackBlock.
+constexpr BYTE kExtensionFlag = 0x80;  // Bit of the byte at kPackTrack.
 constexpr BYTE kLastTrack = 99;
 
-/// Returns whether only the first text in packs of a type counts: they have binary data or a genre.
+/// Returns whether only the first text in packs of a type counts, because they contain binary data or a genre.
 bool HasOneText(BYTE type) noexcept {
   return type == kPackSizeInfo || (type >= kPackDiscId && type <= kPackClosedInfo);
 }
@@ -26,7 +26,7 @@ class PackScan {
 public:
   PackScan(UINT tracks, ZSCDTEXTTABLE* table) noexcept : m_tracks(tracks), m_table(table) {}
 
-  /// Scans the next pack. False ends the scan.
+  /// Scans the next pack. Returns false if the scan must end.
   bool ScanPack(BYTE* pack) noexcept {
     if (pack[kPackType] != m_lastType) {
       m_texts = 0;

@@ -168,13 +168,13 @@ void CZSCDTextEncoder::BuildSizePacks(const ZSCUESHEET& sheet) {
   AppendToPacks(entry);
 }
 
-/// Whether a text of this type continues in the last pack.
-bool CZSCDTextEncoder::LastPackContinues(BYTE type) const noexcept {
+/// Returns whether the last pack has a type and room for more text.
+bool CZSCDTextEncoder::LastPackHasRoom(BYTE type) const noexcept {
   return m_fill < kPackTextSize && m_packs.back()[kPackType] == type;
 }
 
 std::size_t CZSCDTextEncoder::PacksNeeded(const ZSCDTEXTENTRY& entry) const noexcept {
-  const std::size_t room = LastPackContinues(entry.type) ? kPackTextSize - m_fill : 0;
+  const std::size_t room = LastPackHasRoom(entry.type) ? kPackTextSize - m_fill : 0;
   return entry.length <= room ? 0 : (entry.length - room + kPackTextSize - 1) / kPackTextSize;
 }
 
@@ -186,10 +186,10 @@ CZSCDTextEncoder::Pack CZSCDTextEncoder::StartPack(const ZSCDTEXTENTRY& entry, s
   return pack;
 }
 
-/// Appends a text with its zero byte, first to the last pack if its type continues there.
+/// Appends a text with its zero byte: to the last pack if that has its type and room, then to new packs.
 void CZSCDTextEncoder::AppendToPacks(ZSCDTEXTENTRY entry) {
   for (std::size_t position = 0; position < entry.length;) {
-    if (!LastPackContinues(entry.type)) {
+    if (!LastPackHasRoom(entry.type)) {
       m_packs.push_back(StartPack(entry, position));
       m_fill = 0;
       if (entry.type == kPackSizeInfo) {

@@ -52,7 +52,7 @@ private:
   void BuildTextPacks();
   void BuildSizePacks(const ZSCUESHEET& sheet);
   void AppendToPacks(ZSCDTEXTENTRY entry);
-  bool LastPackContinues(BYTE type) const noexcept;
+  bool LastPackHasRoom(BYTE type) const noexcept;
   std::size_t PacksNeeded(const ZSCDTEXTENTRY& entry) const noexcept;
   Pack StartPack(const ZSCDTEXTENTRY& entry, std::size_t position) const noexcept;
 

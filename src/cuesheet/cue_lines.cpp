@@ -38,7 +38,7 @@ LONG BlockSizeOf(std::string_view type) noexcept {
   const std::size_t slash = type.find('/');
   LONG size = 0;
   if (slash != std::string_view::npos) {
-    LineScanner(type.substr(slash + 1)).Number(&size);
+    LineScanner(type.substr(slash + 1)).NextNumber(&size);
   }
   return size == 0 ? kDefaultBlockSize : size;
 }
@@ -69,7 +69,7 @@ constexpr CueLines::Keyword CueLines::kKeywords[] = {
     {"COMMENT", nullptr, TextField::Message},
 };
 
-bool IsTrackLine(std::string_view line) noexcept { return LineScanner(line).WordIs("TRACK"); }
+bool IsTrackLine(std::string_view line) noexcept { return LineScanner(line).NextWordIs("TRACK"); }
 
 void CueLines::Apply(std::string_view line) {
   for (const Keyword& keyword : kKeywords) { // The order of the table decides, not that of the line.
@@ -91,9 +91,9 @@ ZSTRACK* CueLines::CurrentTrack() const noexcept {
   return inTable ? &m_sheet->pZSTracks[m_number - 1] : nullptr;
 }
 
-void CueLines::Time::Scan(LineScanner* scanner) noexcept {
-  if (scanner->Number(&minutes) && scanner->Literal(':') && scanner->Number(&seconds) && scanner->Literal(':')) {
-    scanner->Number(&frames);
+void CueLines::Time::Parse(LineScanner* scanner) noexcept {
+  if (scanner->NextNumber(&minutes) && scanner->Skip(':') && scanner->NextNumber(&seconds) && scanner->Skip(':')) {
+    scanner->NextNumber(&frames);
   }
 }
 
@@ -101,8 +101,8 @@ LONG CueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds,
 
 void CueLines::ApplyCatalog(std::string_view line) {
   LineScanner scanner(line);
-  scanner.Word();
-  std::string_view value = scanner.Word();
+  scanner.NextWord();
+  std::string_view value = scanner.NextWord();
   if (value.starts_with('"')) {
     value.remove_prefix(1);
   }
@@ -115,8 +115,8 @@ void CueLines::ApplyCatalog(std::string_view line) {
 
 void CueLines::ApplyTrack(std::string_view line) {
   LineScanner scanner(line);
-  scanner.Word();
-  const std::string_view type = scanner.Number(&m_number) ? scanner.Word() : std::string_view();
+  scanner.NextWord();
+  const std::string_view type = scanner.NextNumber(&m_number) ? scanner.NextWord() : std::string_view();
   ZSTRACK* track = CurrentTrack();
   if (track != nullptr) {
     track->TNO = static_cast<UINT>(m_number);
@@ -142,8 +142,8 @@ void CueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
 
 void CueLines::ApplyIsrc(std::string_view line) {
   LineScanner scanner(line);
-  scanner.Word();
-  const std::string_view value = scanner.Word();
+  scanner.NextWord();
+  const std::string_view value = scanner.NextWord();
   ZSTRACK* track = CurrentTrack();
   if (track != nullptr && !value.empty()) {
     const BSTR code = NewBstr(value, kMaxIsrc);
@@ -158,8 +158,8 @@ void CueLines::ApplyFlags(std::string_view line) {
     return;
   }
   LineScanner scanner(line);
-  scanner.Word();
-  for (std::string_view word = scanner.Word(); !word.empty(); word = scanner.Word()) {
+  scanner.NextWord();
+  for (std::string_view word = scanner.NextWord(); !word.empty(); word = scanner.NextWord()) {
     track->Flags |= word == "DCP"   ? ZSTRACKFLAG_DCP
                     : word == "PRE" ? ZSTRACKFLAG_PRE
                     : word == "4CH" ? ZSTRACKFLAG_4CH
@@ -169,16 +169,16 @@ void CueLines::ApplyFlags(std::string_view line) {
 
 void CueLines::ApplyPregap(std::string_view line) {
   LineScanner scanner(line);
-  scanner.Word();
-  m_time.Scan(&scanner);
+  scanner.NextWord();
+  m_time.Parse(&scanner);
   m_pregapSum += static_cast<ULONG>(m_time.Frames());
 }
 
 void CueLines::ApplyIndex(std::string_view line) {
   LineScanner scanner(line);
-  scanner.Word();
-  if (scanner.Number(&m_index)) {
-    m_time.Scan(&scanner);
+  scanner.NextWord();
+  if (scanner.NextNumber(&m_index)) {
+    m_time.Parse(&scanner);
   }
   if (CurrentTrack() == nullptr) {
     return;

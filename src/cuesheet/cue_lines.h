@@ -12,7 +12,7 @@
 bool IsTrackLine(std::string_view line) noexcept;
 
 /// Applies the lines of one sheet, in order. A line for a track that is not in the table changes nothing. If a line
-/// lacks a number, the number of the earlier line is used again.
+/// lacks a number, the last number of its kind is used again.
 class CueLines {
 public:
   /// `sheet` must have a table of cleared tracks.
@@ -30,7 +30,7 @@ private:
     LONG minutes = 0;
     LONG seconds = 0;
     LONG frames = 0;
-    void Scan(LineScanner* scanner) noexcept;
+    void Parse(LineScanner* scanner) noexcept;
     LONG Frames() const noexcept;
   };
 

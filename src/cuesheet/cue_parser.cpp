@@ -24,8 +24,8 @@ struct DataFile {
   ZSMODETYPE mode = ZSMODE_1;
 };
 
-/// Finds the name, which may be empty, between the quotes of a FILE line. Returns false for any other line.
-bool NameOfFileLine(std::string_view line, std::string* name) {
+/// Parses the name, which may be empty, in the quotes of a FILE line. Returns false for any other line.
+bool ParseFileLine(std::string_view line, std::string* name) {
   constexpr std::string_view kFile = "FILE \"";
   const std::size_t keyword = line.find(kFile);
   if (keyword == std::string_view::npos || line.find("CDTEXTFILE \"") != std::string_view::npos) {
@@ -46,7 +46,7 @@ bool FindFileLine(TextFile* sheet, std::string* name) {
   while (sheet->NextLine(&line)) {
     std::string upper(line);
     CharUpperA(&upper);
-    if (NameOfFileLine(upper, name)) {
+    if (ParseFileLine(upper, name)) {
       return true;
     }
   }
@@ -138,8 +138,8 @@ bool CountTracks(TextFile* text, UINT* count) {
   return rewound && !text->Failed();
 }
 
-/// Ends the last track at the end of the data file. The track has the bytes that the other tracks do not use.
-void CloseLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
+/// Ends the last track at the end of the data file. The track has the bytes that are in no other track.
+void EndLastTrack(UHYPER fileSize, ZSCUESHEET* sheet) noexcept {
   if (sheet->nTracks == 0) {
     return;
   }
@@ -177,7 +177,7 @@ HRESULT FillFromText(TextFile* text, UHYPER fileSize, ZSCUESHEET* sheet) {
   if (text->Failed()) {
     return ZSE_FILENOTFOUND;
   }
-  CloseLastTrack(fileSize, sheet);
+  EndLastTrack(fileSize, sheet);
   return S_OK;
 }
 

@@ -141,7 +141,7 @@ public:
       return S_OK;
     }
     return Guarded([&] {
-      CloneText(*source, destination);
+      CloneDiscTexts(*source, destination);
       return S_OK;
     });
   }
@@ -182,7 +182,7 @@ public:
     if (text == nullptr) {
       return E_INVALIDARG;
     }
-    FreeText(text);
+    FreeDiscTexts(text);
     return S_OK;
   }
 

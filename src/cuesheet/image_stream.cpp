@@ -113,7 +113,7 @@ bool CZSImageStream::ReadData(BYTE* buffer, UINT count, UINT* done) noexcept {
 /// block.
 bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept {
   while (*done < count) {
-    *done += CopyAhead(m_position + *done, buffer + *done, count - *done);
+    *done += CopyFromAhead(m_position + *done, buffer + *done, count - *done);
     const UHYPER position = m_position + *done;
     const UINT wanted = count - *done;
     if (wanted == 0) {
@@ -138,9 +138,9 @@ bool CZSImageStream::ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept 
   return true;
 }
 
-/// Reads sectors ahead, from a position of the stream to the end of the track. If more bytes are wanted than the track
-/// has, reads to the end of these. If the call fails, keeps the whole blocks before the failure. Returns false if there
-/// are no such blocks.
+/// Reads at most kAheadBytes ahead, from a position of the stream to the end of the track, or to the end of the wanted
+/// bytes if they extend farther. If the read fails, keeps the whole blocks before the failure. Returns false if there
+/// are none.
 bool CZSImageStream::ReadAhead(UHYPER position, UINT wanted) noexcept {
   m_aheadSize = 0;
   if (m_stride > kAheadBytes / 2) { // The buffer would hold mostly gaps.
@@ -160,7 +160,7 @@ bool CZSImageStream::ReadAhead(UHYPER position, UINT wanted) noexcept {
 }
 
 /// Copies data blocks, without the gaps, from the bytes that were read ahead. Returns the number of bytes.
-UINT CZSImageStream::CopyAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept {
+UINT CZSImageStream::CopyFromAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept {
   const UHYPER offset = OffsetOf(position);
   if (offset < m_aheadStart) {
     return 0;

@@ -57,7 +57,7 @@ private:
   bool ReadData(BYTE* buffer, UINT count, UINT* done) noexcept;
   bool ReadSectors(BYTE* buffer, UINT count, UINT* done) noexcept;
   bool ReadAhead(UHYPER position, UINT wanted) noexcept;
-  UINT CopyAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept;
+  UINT CopyFromAhead(UHYPER position, BYTE* buffer, UINT count) const noexcept;
   bool ReadAt(UHYPER position, void* buffer, UINT count, UINT* done) noexcept;
   UHYPER OffsetOf(UHYPER position) const noexcept;
 

@@ -17,7 +17,7 @@ bool LineScanner::Fail() noexcept {
   return false;
 }
 
-std::string_view LineScanner::Word() noexcept {
+std::string_view LineScanner::NextWord() noexcept {
   SkipBlanks();
   std::size_t length = 0;
   while (length < m_rest.size() && !IsBlank(m_rest[length])) {
@@ -28,14 +28,14 @@ std::string_view LineScanner::Word() noexcept {
   return word;
 }
 
-bool LineScanner::WordIs(std::string_view upper) noexcept {
+bool LineScanner::NextWordIs(std::string_view upper) noexcept {
   SkipBlanks();
   const bool whole = m_rest.size() == upper.size() || (m_rest.size() > upper.size() && IsBlank(m_rest[upper.size()]));
   return whole && std::equal(upper.begin(), upper.end(), m_rest.begin(),
                              [](char wanted, char c) { return c == wanted || c == wanted + ('a' - 'A'); });
 }
 
-bool LineScanner::Number(LONG* number) noexcept {
+bool LineScanner::NextNumber(LONG* number) noexcept {
   SkipBlanks();
   const bool negative = platform::ParseSign(&m_rest);
   const platform::Digits digits = platform::ParseDigits(&m_rest, 10);
@@ -47,7 +47,7 @@ bool LineScanner::Number(LONG* number) noexcept {
   return true;
 }
 
-bool LineScanner::Literal(char c) noexcept {
+bool LineScanner::Skip(char c) noexcept {
   if (m_rest.empty() || m_rest.front() != c) {
     return Fail();
   }

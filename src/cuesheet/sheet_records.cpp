@@ -18,7 +18,7 @@ bool HasPieces(const ZSTRACK& track) noexcept { return track.varFiles.vt == VT_A
 /// Copies the texts of another record. The fields are not freed.
 template <class Record> void CloneTexts(const Record& source, Record* destination) {
   for (const TextField field : kTextFields) {
-    StoreText(destination, field, CopyBstr(TextOf(source, field)));
+    SetText(destination, field, CopyBstr(TextOf(source, field)));
   }
 }
 
@@ -64,7 +64,7 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->bstrISRC = CopyBstr(source.bstrISRC);
 }
 
-/// Returns a new list of one piece, with a copy of the track's fields.
+/// Returns a new list of one file piece, which has copies of the track's fields.
 SAFEARRAY* MakePieces(const std::string& file, const ZSTRACK& track, bool first, IRecordInfo* description) {
   const SAFEARRAYBOUND bound{1, 0};
   UniqueSafeArray list(SafeArrayCreateEx(VT_RECORD, 1, &bound, description));
@@ -141,13 +141,13 @@ ZSCUESHEET* CloneSheet(const ZSCUESHEET& source) {
   for (UINT i = 0; i < source.nTracks; ++i) {
     CloneTrack(source.pZSTracks[i], &copy->pZSTracks[i]);
   }
-  CloneText(source.ZSCDTEXT, &copy->ZSCDTEXT);
+  CloneDiscTexts(source.ZSCDTEXT, &copy->ZSCDTEXT);
   copy->ZSCDTEXT.bstrMCN = CopyBstr(source.ZSCDTEXT.bstrMCN);
   copy->ZSSESSIONFORMAT = source.ZSSESSIONFORMAT;
   return copy.release();
 }
 
-void CloneText(const ::ZSCDTEXT& source, ::ZSCDTEXT* destination) {
+void CloneDiscTexts(const ::ZSCDTEXT& source, ::ZSCDTEXT* destination) {
   destination->CDTextPresent = source.CDTextPresent;
   destination->Language = source.Language;
   CloneTexts(source, destination);
@@ -172,23 +172,23 @@ void FreeTrack(const ZSTRACK& track) noexcept {
   SysFreeString(track.bstrISRC);
 }
 
-void FreeText(::ZSCDTEXT* text) noexcept { FreeTexts(text); }
+void FreeDiscTexts(::ZSCDTEXT* text) noexcept { FreeTexts(text); }
 
 void FreeSheet(ZSCUESHEET* sheet) noexcept {
   for (UINT i = 0; i < sheet->nTracks; ++i) {
     FreeTrack(sheet->pZSTracks[i]);
   }
-  FreeText(&sheet->ZSCDTEXT);
+  FreeDiscTexts(&sheet->ZSCDTEXT);
   SysFreeString(sheet->ZSCDTEXT.bstrMCN);
   CoTaskMemFree(sheet->pZSTracks);
   CoTaskMemFree(sheet);
 }
 
-HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet) {
+HRESULT AttachPieces(BSTR imageFile, IRecordInfo* description, ZSCUESHEET* sheet) {
   const std::string file = NarrowText(imageFile);
   for (UINT i = 0; i < sheet->nTracks; ++i) {
     ZSTRACK& track = sheet->pZSTracks[i];
-    SAFEARRAY* list = MakePieces(file, track, i == 0, pieces);
+    SAFEARRAY* list = MakePieces(file, track, i == 0, description);
     track.varFiles.vt = VT_ARRAY;
     track.varFiles.parray = list;
   }

@@ -10,7 +10,7 @@
 ZSCUESHEET* CloneSheet(const ZSCUESHEET& source);
 
 /// Copies presence, language and texts into an empty ZSCDTEXT. Throws std::bad_alloc.
-void CloneText(const ::ZSCDTEXT& source, ::ZSCDTEXT* destination);
+void CloneDiscTexts(const ::ZSCDTEXT& source, ::ZSCDTEXT* destination);
 
 /// Replaces the texts and the ISRC of a track. Throws std::bad_alloc.
 void ReplaceTrackTexts(const ZSTRACK& source, ZSTRACK* destination);
@@ -19,13 +19,13 @@ void ReplaceTrackTexts(const ZSTRACK& source, ZSTRACK* destination);
 void FreeTrack(const ZSTRACK& track) noexcept;
 
 /// Frees the texts and sets them to null.
-void FreeText(::ZSCDTEXT* text) noexcept;
+void FreeDiscTexts(::ZSCDTEXT* text) noexcept;
 
 /// Frees a sheet with all that it owns.
 void FreeSheet(ZSCUESHEET* sheet) noexcept;
 
-/// Stores a list of one file piece in each track. `pieces` describes ZSFILESTRUCT. @return E_OUTOFMEMORY.
-HRESULT AttachPieces(BSTR imageFile, IRecordInfo* pieces, ZSCUESHEET* sheet);
+/// Stores a list of one file piece in each track. `description` is that of ZSFILESTRUCT. @return E_OUTOFMEMORY.
+HRESULT AttachPieces(BSTR imageFile, IRecordInfo* description, ZSCUESHEET* sheet);
 
 /// Appends the tracks of one array to another. The destination grows first; after that nothing can fail. @return As
 /// IZSCueSheet::MergeTracks.

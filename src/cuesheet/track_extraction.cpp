@@ -52,18 +52,18 @@ HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, co
   if (!file) {
     return S_FALSE;
   }
-  ComPtr<IStream> made;
-  const HRESULT result = CreateObject<CZSImageStream>(nullptr, IID_IStream, made.ReceiveVoid());
+  ComPtr<IStream> newStream;
+  const HRESULT result = CreateObject<CZSImageStream>(nullptr, IID_IStream, newStream.ReceiveVoid());
   if (FAILED(result)) {
     return result;
   }
-  auto* image = static_cast<CZSImageStream*>(made.Get());
+  auto* image = static_cast<CZSImageStream*>(newStream.Get());
   if (!image->InitStream(file.Get(), NarrowText(label), span.start, span.length,
                          reinterpret_cast<ZSStreamCallback>(callBack), userParam, user)) {
     return S_FALSE;
   }
   image->SetSectors(span.dataBlock, span.stride);
-  *stream = made.Detach();
+  *stream = newStream.Detach();
   return S_OK;
 }
 

@@ -21,13 +21,13 @@ bool SecondTrackHasVideo(CZSFile* file, const zsimagefileinfo& info, const ZSTRA
          file->Read(bytes.data(), bytes.size()) && (bytes[2] & kSubModeVideo) != 0;
 }
 
-/// Adds the properties of one track to the marks. Returns false if the sector file does not open.
-bool ApplyTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
-                DiscMarks* marks) {
+/// Adds the content of a track, and sets block size and `nSubCount`. Returns false if the sector file does not open.
+bool InspectTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCUESHEET& sheet, UINT index,
+                  DiscContent* content) {
   const ZSTRACK& track = sheet.pZSTracks[index];
   info->ZSBlockSize = track.ImageBlockSize;
   if (track.Mode == ZSMODE_AUDIO) {
-    marks->audio = true;
+    content->audio = true;
     return true;
   }
   SetSubCount(info, track);
@@ -36,13 +36,13 @@ bool ApplyTrack(const std::string& sectorFile, zsimagefileinfo* info, const ZSCU
     return false;
   }
   UserData sector;
-  marks->bridge =
-      marks->bridge || (ReadSectorSixteen(&file, *info, &sector) && IsBridgeDisc(&file, sector, *info, sheet, index));
-  marks->data = true;
+  content->bridge =
+      content->bridge || (ReadSectorSixteen(&file, *info, &sector) && IsBridgeDisc(&file, sector, *info, sheet, index));
+  content->data = true;
   return true;
 }
 
-HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
+HRESULT ClassifyManySessions(zsimagefileinfo* info) noexcept {
   info->ZSTYPEPROJECT = ZSTYPEPROJECT_DATAMULTISESSION;
   // The last session but one. See "several sessions" in docs/compatibility.md.
   const ZSCUESHEET& sheet = *info->pZSCueSheet[info->nSessions - 2];
@@ -54,8 +54,8 @@ HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
   return S_OK;
 }
 
-::ZSTYPEPROJECT SecondSessionType(::ZSTYPEPROJECT first, const DiscMarks& marks) noexcept {
-  if (first == ZSTYPEPROJECT_CDAUDIO && marks.data) {
+::ZSTYPEPROJECT SecondSessionType(::ZSTYPEPROJECT first, const DiscContent& content) noexcept {
+  if (first == ZSTYPEPROJECT_CDAUDIO && content.data) {
     return ZSTYPEPROJECT_CDPLUS;
   }
   return first == ZSTYPEPROJECT_DATA ? ZSTYPEPROJECT_DATAMULTISESSION : first;
@@ -66,18 +66,18 @@ HRESULT ClassifyMany(zsimagefileinfo* info) noexcept {
 HRESULT ClassifyImage(const std::string& sectorFile, zsimagefileinfo* info) {
   info->nSubCount = 0;
   if (info->nSessions > 2) {
-    return ClassifyMany(info);
+    return ClassifyManySessions(info);
   }
-  DiscMarks marks;
+  DiscContent content;
   for (std::size_t session = 0; session < info->nSessions; ++session) {
     const ZSCUESHEET& sheet = *info->pZSCueSheet[session];
     for (UINT track = 0; track < sheet.nTracks; ++track) {
-      if (!ApplyTrack(sectorFile, info, sheet, track, &marks)) {
+      if (!InspectTrack(sectorFile, info, sheet, track, &content)) {
         return ZSE_CANNOTOPENIMAGE;
       }
     }
     info->ZSTYPEPROJECT =
-        session == 0 ? FirstSessionType(marks, sheet.nTracks) : SecondSessionType(info->ZSTYPEPROJECT, marks);
+        session == 0 ? FirstSessionType(content, sheet.nTracks) : SecondSessionType(info->ZSTYPEPROJECT, content);
     if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
       return ZSE_FAILED;
     }
@@ -121,12 +121,12 @@ bool IsBridgeDisc(CZSFile* file, const UserData& sectorSixteen, const zsimagefil
          SecondTrackHasVideo(file, info, sheet.pZSTracks[1]);
 }
 
-::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept {
-  if (marks.bridge && tracks > 1) {
+::ZSTYPEPROJECT FirstSessionType(const DiscContent& content, UINT tracks) noexcept {
+  if (content.bridge && tracks > 1) {
     return ZSTYPEPROJECT_VIDEO;
   }
-  if (marks.audio) {
-    return marks.data ? ZSTYPEPROJECT_MIXED : ZSTYPEPROJECT_CDAUDIO;
+  if (content.audio) {
+    return content.data ? ZSTYPEPROJECT_MIXED : ZSTYPEPROJECT_CDAUDIO;
   }
-  return marks.data ? ZSTYPEPROJECT_DATA : ZSTYPEPROJECT_NULL;
+  return content.data ? ZSTYPEPROJECT_DATA : ZSTYPEPROJECT_NULL;
 }

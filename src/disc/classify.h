@@ -9,8 +9,8 @@
 #include "disc/result_codes.h"
 #include "foundation/file.h"
 
-/// Properties of the tracks that decide the kind of a disc.
-struct DiscMarks {
+/// What the tracks of a disc contain, which decides its kind.
+struct DiscContent {
   bool audio = false;  ///< There is an audio track.
   bool data = false;   ///< There is any other track.
   bool bridge = false; ///< It is a CD-Bridge disc; see IsBridgeDisc.
@@ -41,4 +41,4 @@ bool IsBridgeDisc(CZSFile* file, const UserData& sectorSixteen, const zsimagefil
                   UINT track) noexcept;
 
 /// Returns the type of a disc by its first session; ZSTYPEPROJECT_NULL without a track.
-::ZSTYPEPROJECT FirstSessionType(const DiscMarks& marks, UINT tracks) noexcept;
+::ZSTYPEPROJECT FirstSessionType(const DiscContent& content, UINT tracks) noexcept;

@@ -12,8 +12,8 @@ ULONG DigitSum(ULONG number) noexcept {
   return sum;
 }
 
-/// The identifier of a growing list of positions, of which the last is the end of the disc.
-class RunningIdentifier {
+/// Computes an identifier from positions, which are appended in disc order. The last one counts as the end of the disc.
+class IdentifierBuilder {
 public:
   void Append(ULONG position) noexcept {
     const ULONG time = LbaToMsf(static_cast<LONG>(position));
@@ -58,7 +58,7 @@ void ComputeDiscIDs(zsimagefileinfo* info) noexcept {
   if (info->nSessions == 0) {
     return;
   }
-  RunningIdentifier identifier;
+  IdentifierBuilder identifier;
   identifier.AppendStarts(*info->pZSCueSheet[0]);
   const ZSCUESHEET* last = info->pZSCueSheet[0];
   info->dwDiscID = 0;

@@ -32,14 +32,21 @@ UHYPER PositionInOneSession(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) 
   return sum;
 }
 
-/// Computes the length of the first session's track that holds a position, if one does.
-void FindLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
+/// Stores the length of the track that contains a sector, if there is one.
+void StoreLength(const ZSCUESHEET& sheet, ULONG lba, UHYPER* length) noexcept {
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     if (Contains(sheet.pZSTracks[i], lba)) {
       *length = Bytes(LengthOf(sheet.pZSTracks[i]), sheet.pZSTracks[i]);
       return;
     }
   }
+}
+
+/// Returns the sectors of a session in the image, from the pregap of its first track to the postgap of its last.
+std::int64_t SectorsOf(const ZSCUESHEET& session) noexcept {
+  const ZSTRACK& first = session.pZSTracks[0];
+  const ZSTRACK& last = session.pZSTracks[session.nTracks - 1];
+  return std::int64_t{last.dwEndLBA} - first.dwLBA + last.Postgap + first.Pregap;
 }
 
 /// Finds the session of a sector and sums the bytes of the sessions before it.
@@ -53,20 +60,16 @@ UHYPER PositionInSeveralSessions(const zsimagefileinfo& info, ULONG lba, UHYPER*
       continue;
     }
     const ZSTRACK& first = sheet.pZSTracks[0];
-    const ZSTRACK& last = sheet.pZSTracks[sheet.nTracks - 1];
     if (before != nullptr) {
-      const ZSTRACK& firstBefore = before->pZSTracks[0];
-      const ZSTRACK& lastBefore = before->pZSTracks[before->nTracks - 1];
-      const std::int64_t span =
-          std::int64_t{lastBefore.dwEndLBA} - firstBefore.dwLBA + lastBefore.Postgap + firstBefore.Pregap;
+      const std::int64_t sectors = SectorsOf(*before);
       local -= (s == 1 ? kFirstSessionGap : kLaterSessionGap) + (first.Pregap == 0 ? kPause : 0);
-      local -= static_cast<ULONG>(span);
-      sum += Bytes(span, firstBefore);
+      local -= static_cast<ULONG>(sectors);
+      sum += Bytes(sectors, before->pZSTracks[0]);
     }
     before = &sheet;
-    if (first.dwLBA <= local && local < last.dwEndLBA) {
+    if (first.dwLBA <= local && local < sheet.pZSTracks[sheet.nTracks - 1].dwEndLBA) {
       if (length != nullptr) {
-        FindLength(*info.pZSCueSheet[0], lba, length);
+        StoreLength(*info.pZSCueSheet[0], lba, length);
       }
       return sum + Bytes(local, first);
     }

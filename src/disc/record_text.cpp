@@ -23,18 +23,18 @@ template <class Record> BSTR TextOf(const Record& record, TextField field) noexc
   return text;
 }
 
-template <class Record> void StoreText(Record* record, TextField field, BSTR text) noexcept {
+template <class Record> void SetText(Record* record, TextField field, BSTR text) noexcept {
   std::memcpy(reinterpret_cast<BYTE*>(record) + OffsetOf<Record>(field), &text, sizeof(text));
 }
 
 template <class Record> void ReplaceText(Record* record, TextField field, BSTR text) noexcept {
   SysFreeString(TextOf(*record, field));
-  StoreText(record, field, text);
+  SetText(record, field, text);
 }
 
 template BSTR TextOf(const ZSCDTEXT&, TextField) noexcept;
 template BSTR TextOf(const ZSTRACK&, TextField) noexcept;
-template void StoreText(ZSCDTEXT*, TextField, BSTR) noexcept;
-template void StoreText(ZSTRACK*, TextField, BSTR) noexcept;
+template void SetText(ZSCDTEXT*, TextField, BSTR) noexcept;
+template void SetText(ZSTRACK*, TextField, BSTR) noexcept;
 template void ReplaceText(ZSCDTEXT*, TextField, BSTR) noexcept;
 template void ReplaceText(ZSTRACK*, TextField, BSTR) noexcept;

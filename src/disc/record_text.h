@@ -16,7 +16,7 @@ inline constexpr std::array kTextFields = {TextField::Title,      TextField::Per
 template <class Record> BSTR TextOf(const Record& record, TextField field) noexcept;
 
 /// Stores a string, which the record then owns. The old string is not freed.
-template <class Record> void StoreText(Record* record, TextField field, BSTR text) noexcept;
+template <class Record> void SetText(Record* record, TextField field, BSTR text) noexcept;
 
 /// Frees the string of a field and stores another, which the record then owns.
 template <class Record> void ReplaceText(Record* record, TextField field, BSTR text) noexcept;

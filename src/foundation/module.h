@@ -6,7 +6,7 @@
 
 #include "platform/base_types.h"
 
-/// Counts what keeps the library loaded: live objects, references to factories, and locks of hosts.
+/// Counts what keeps the library loaded: objects, references to factories, and locks of hosts.
 class ModuleLocks {
 public:
   void Lock() noexcept { ++m_locks; }

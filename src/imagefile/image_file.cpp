@@ -100,6 +100,7 @@ public:
   }
 
   HRESULT Open(BSTR /*path*/, zsimagefileinfo* /*info*/) override { return S_OK; }
+
   HRESULT Clone(zsimagefileinfo* source, zsimagefileinfo* copy) override {
     if (source == nullptr || copy == nullptr || source == copy || source->nSessions > kMaxSessions) {
       return E_INVALIDARG;

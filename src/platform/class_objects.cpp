@@ -162,7 +162,7 @@ HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID 
 
 void CoFreeUnusedLibraries() noexcept {
   LibraryTable& table = Libraries();
-  const std::lock_guard guard(table.lock); // Held to the end: a LibraryUse that begins now waits.
+  const std::lock_guard guard(table.lock); // Held to the end: a new LibraryUse waits.
   if (table.uses == 0) {
     std::erase_if(table.libraries, IsUnused);
   }

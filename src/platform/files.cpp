@@ -184,34 +184,34 @@ HANDLE DuplicateHandle(HANDLE file) noexcept {
   return HANDLE{descriptor};
 }
 
-bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* done) noexcept {
-  *done = 0;
-  while (*done < count) {
-    const ssize_t bytesRead = Uninterrupted(
-        [&] { return Files().Read(Descriptor(file), static_cast<BYTE*>(buffer) + *done, count - *done); });
-    if (bytesRead == -1) {
+bool ReadFile(HANDLE file, void* buffer, DWORD count, DWORD* bytesRead) noexcept {
+  *bytesRead = 0;
+  while (*bytesRead < count) {
+    const ssize_t part = Uninterrupted(
+        [&] { return Files().Read(Descriptor(file), static_cast<BYTE*>(buffer) + *bytesRead, count - *bytesRead); });
+    if (part == -1) {
       return FailWithErrno();
     }
-    if (bytesRead == 0) {
+    if (part == 0) {
       break;
     }
-    *done += static_cast<DWORD>(bytesRead);
+    *bytesRead += static_cast<DWORD>(part);
   }
   return true;
 }
 
-bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* done) noexcept {
-  *done = 0;
-  while (*done < count) {
-    const ssize_t bytesWritten = Uninterrupted(
-        [&] { return Files().Write(Descriptor(file), static_cast<const BYTE*>(buffer) + *done, count - *done); });
-    if (bytesWritten == -1) {
+bool WriteFile(HANDLE file, const void* buffer, DWORD count, DWORD* bytesWritten) noexcept {
+  *bytesWritten = 0;
+  while (*bytesWritten < count) {
+    const auto* rest = static_cast<const BYTE*>(buffer) + *bytesWritten;
+    const ssize_t part = Uninterrupted([&] { return Files().Write(Descriptor(file), rest, count - *bytesWritten); });
+    if (part == -1) {
       return FailWithErrno();
     }
-    if (bytesWritten == 0) {
+    if (part == 0) {
       return Fail(ERROR_DISK_FULL);
     }
-    *done += static_cast<DWORD>(bytesWritten);
+    *bytesWritten += static_cast<DWORD>(part);
   }
   return true;
 }
@@ -261,9 +261,9 @@ bool ReadToEnd(HANDLE file, UHYPER limit, std::string* bytes) noexcept {
   } catch (const std::exception&) {
     return Fail(ERROR_NOT_ENOUGH_MEMORY);
   }
-  DWORD done = 0;
-  const bool read = ReadFile(file, bytes->data(), static_cast<DWORD>(rest), &done);
-  bytes->resize(read ? done : 0);
+  DWORD bytesRead = 0;
+  const bool read = ReadFile(file, bytes->data(), static_cast<DWORD>(rest), &bytesRead);
+  bytes->resize(read ? bytesRead : 0);
   return read;
 }
 

@@ -15,7 +15,7 @@ bool ErrnoMeansMissing() noexcept;
 /// Finds a path on disk and its status. Throws std::bad_alloc.
 bool FindOnDisk(const std::string& path, std::string* resolved, struct stat* status);
 
-/// Finds a path in another spelling. `errno` must be the error of the look-up as spelled.
+/// Finds a path in another spelling. Call it after the look-up as spelled has failed, with its error in `errno`.
 bool FindRespelled(const std::string& path, std::string* resolved, struct stat* status);
 
 /// Returns the path on disk of a new file: the folder as it is found on disk, and the name in UTF-8. Returns the path

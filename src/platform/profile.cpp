@@ -19,10 +19,10 @@ bool HasKey(std::string_view line) noexcept {
   return !line.starts_with(';') && line.find('=') != std::string_view::npos;
 }
 
-/// Returns the name of a section in the index. Its bracket distinguishes it from all keys.
+/// Returns the name under which a section is indexed. Its bracket distinguishes it from all keys.
 std::string SectionName(std::string_view name) { return '[' + platform::Upper(name); }
 
-/// Returns the name of a heading or of a line with a key in the index.
+/// Returns the name under which a heading, or a line with a key, is indexed.
 std::string NameOf(std::string_view line) {
   return IsHeading(line) ? SectionName(platform::Trim(line.substr(1, line.find(']') - 1)))
                          : platform::Upper(platform::Trim(line.substr(0, line.find('='))));

@@ -59,8 +59,8 @@ DWORD WriteText(const std::string& path, const std::string& text) {
   if (!file) {
     return SystemError();
   }
-  DWORD done = 0;
-  if (!WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &done)) {
+  DWORD bytesWritten = 0;
+  if (!WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &bytesWritten)) {
     return GetLastError();
   }
   return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError() : ERROR_SUCCESS;

@@ -7,13 +7,13 @@ namespace {
 
 /// Characters of the bytes 0x80 to 0x9F. The five bytes that Windows-1252 leaves free are the control characters of the
 /// same numbers.
-constexpr std::array<char16_t, 32> kUpperControls = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                                     0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-                                                     0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                                     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr std::array<char16_t, 32> kCharactersFrom80 = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                                        0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                                        0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                                        0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 char32_t FromWindows1252(BYTE byte) noexcept {
-  return byte >= 0x80 && byte < 0xA0 ? char32_t{kUpperControls[byte - 0x80U]} : char32_t{byte};
+  return byte >= 0x80 && byte < 0xA0 ? char32_t{kCharactersFrom80[byte - 0x80U]} : char32_t{byte};
 }
 
 /// Returns the byte of a character above 0x7F; 0 if Windows-1252 lacks it.
@@ -21,8 +21,8 @@ BYTE ToWindows1252(char32_t character) noexcept {
   if (character >= 0xA0 && character <= 0xFF) {
     return static_cast<BYTE>(character);
   }
-  const auto* found = std::find(kUpperControls.begin(), kUpperControls.end(), character);
-  return found == kUpperControls.end() ? BYTE{0} : static_cast<BYTE>(0x80 + (found - kUpperControls.begin()));
+  const auto* found = std::find(kCharactersFrom80.begin(), kCharactersFrom80.end(), character);
+  return found == kCharactersFrom80.end() ? BYTE{0} : static_cast<BYTE>(0x80 + (found - kCharactersFrom80.begin()));
 }
 
 struct Sequence {
@@ -209,7 +209,7 @@ char16_t UpperUnit(char16_t unit) noexcept {
 }
 
 void CharUpperA(std::string* narrow) {
-  BYTE bits = 0; // Of all bytes. Sheets are read a tenth faster than with a test before the loop.
+  BYTE bits = 0; // Bits of all bytes: collecting them makes reading sheets a tenth faster than a separate test.
   for (char& c : *narrow) {
     bits |= static_cast<BYTE>(c);
     c = UpperAscii(c);

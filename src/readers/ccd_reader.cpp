@@ -7,6 +7,7 @@
 ///     [TRACK 1]         MODE, INDEX 0, INDEX 1, FLAGS, ISRC; numbered through all sessions
 ///     [CDText]          Entries; Entry 0 and so on: one pack without its CRC, as 16 pairs of hexadecimal digits
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <optional>
@@ -17,8 +18,8 @@
 #include "disc/track_table.h"
 #include "foundation/path_operations.h"
 #include "foundation/strings.h"
+#include "platform/digits.h"
 #include "platform/profile.h"
-#include "platform/text.h"
 #include "readers/reader_steps.h"
 #include "readers/readers.h"
 
@@ -202,20 +203,12 @@ private:
 
 /// Returns the lowest 8 bits of the hexadecimal number that starts within three characters from a position; 0 if no
 /// number starts there.
-BYTE ParseHexByte(const std::string& text, std::size_t position) noexcept {
-  const std::size_t cellEnd = position + 3;
-  while (position < text.size() && position < cellEnd && text[position] == ' ') {
-    ++position;
+BYTE ParseHexByte(std::string_view text, std::size_t position) noexcept {
+  text.remove_prefix(std::min(position, text.size()));
+  for (int blanks = 0; blanks < 3 && text.starts_with(' '); ++blanks) {
+    text.remove_prefix(1);
   }
-  unsigned value = 0;
-  for (; position < text.size(); ++position) {
-    const int digit = platform::HexDigit(text[position]);
-    if (digit < 0) {
-      break;
-    }
-    value = (value << 4 | static_cast<unsigned>(digit)) & 0xFF;
-  }
-  return static_cast<BYTE>(value);
+  return static_cast<BYTE>(platform::ParseDigits(&text, 16).value);
 }
 
 /// Parses the packs. The description has no CRCs: they are 0.

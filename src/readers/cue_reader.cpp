@@ -19,7 +19,7 @@ std::string DataFileOf(IZSCueSheet* service, BSTR sheetPath) {
 }
 
 /// Sets the bits for CD-Text and for a sub-channel file beside the sheet.
-void MarkCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefileinfo* info) {
+void SetCompanionBits(const std::string& path, const ZSCUESHEET& sheet, zsimagefileinfo* info) {
   if (sheet.ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
     info->lMask |= ZSIMAGEMASK_CDTEXT;
   }
@@ -31,24 +31,24 @@ void MarkCompanions(const std::string& path, const ZSCUESHEET& sheet, zsimagefil
 }
 
 /// Inspects all tracks, and the data file at the first track that is not audio.
-DiscMarks InspectTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
-  DiscMarks marks;
+DiscContent InspectTracks(CZSFile* dataFile, const ZSCUESHEET& sheet, zsimagefileinfo* info) noexcept {
+  DiscContent content;
   for (UINT i = 0; i < sheet.nTracks; ++i) {
     const ZSTRACK& track = sheet.pZSTracks[i];
     if (track.Mode == ZSMODE_AUDIO) {
-      marks.audio = true;
+      content.audio = true;
       continue;
     }
-    if (!marks.data) {
+    if (!content.data) {
       info->ZSBlockSize = track.ImageBlockSize;
       SetSubCount(info, track);
       UserData sector;
-      ReadSectorSixteen(dataFile, *info, &sector); // A truncated sector is inspected, too.
-      marks.bridge = IsBridgeDisc(dataFile, sector, *info, sheet, i);
+      ReadSectorSixteen(dataFile, *info, &sector); // Also inspects a truncated sector.
+      content.bridge = IsBridgeDisc(dataFile, sector, *info, sheet, i);
     }
-    marks.data = true;
+    content.data = true;
   }
-  return marks;
+  return content;
 }
 
 } // namespace
@@ -64,20 +64,20 @@ HRESULT ReadCueImage(IZSCueSheet* service, const std::string& path, zsimagefilei
   if (!dataFile.OpenForReading(find.Path())) {
     return ZSE_CANNOTOPENIMAGE;
   }
-  UniqueSheet made = NewSheet(service);
-  if (!made) {
+  UniqueSheet newSheet = NewSheet(service);
+  if (!newSheet) {
     return ZSE_OUTOFRESOURCES;
   }
-  if (service->AnalyzeCueSheet(sheetPath.get(), made.get()) != S_OK) {
+  if (service->AnalyzeCueSheet(sheetPath.get(), newSheet.get()) != S_OK) {
     return ZSE_FAILED;
   }
-  // A failed read looks like a sheet without a FILE line.
+  // No FILE line was found, perhaps because a read failed: searches again.
   if (dataPath == path && DataFileOf(service, sheetPath.get()) != path) {
     return ZSE_FAILED;
   }
-  const ZSCUESHEET& sheet = *made;
-  AppendSession(&made, info);
-  MarkCompanions(path, sheet, info);
+  const ZSCUESHEET& sheet = *newSheet;
+  AppendSession(&newSheet, info);
+  SetCompanionBits(path, sheet, info);
   info->ZSTYPEPROJECT = FirstSessionType(InspectTracks(&dataFile, sheet, info), sheet.nTracks);
   if (info->ZSTYPEPROJECT == ZSTYPEPROJECT_NULL) {
     return ZSE_FAILED;

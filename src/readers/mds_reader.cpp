@@ -129,11 +129,11 @@ public:
     HRESULT result = S_OK;
     BYTE point = track_block::kPointSession;
     BlockView block;
-    for (; SUCCEEDED(result) && point != track_block::kPointEndOfList &&
-           m_description.Block(offset, track_block::kSize, &block);
-         offset += track_block::kSize) {
+    while (SUCCEEDED(result) && point != track_block::kPointEndOfList &&
+           m_description.Block(offset, track_block::kSize, &block)) {
       point = block.Byte(track_block::kPoint);
       result = ApplyBlock(block, point);
+      offset += track_block::kSize;
     }
     return result;
   }

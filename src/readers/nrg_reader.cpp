@@ -121,9 +121,9 @@ struct Chunk {
 };
 
 /// Iterates over the chunks of a block.
-class ChunkWalk {
+class ChunkIterator {
 public:
-  explicit ChunkWalk(ByteView block) noexcept : m_block(block) {}
+  explicit ChunkIterator(ByteView block) noexcept : m_block(block) {}
 
   bool Next(Chunk* next) noexcept {
     BlockView head;
@@ -143,10 +143,10 @@ private:
   UHYPER m_offset = 0;
 };
 
-/// Collects the number of tracks of each session. The counts may follow the chunks that need them.
-HRESULT CountTracks(ByteView block, std::vector<ULONG>* trackCounts) {
+/// Collects the number of tracks of each session, because the counts may follow the chunks that need them.
+HRESULT CollectTrackCounts(ByteView block, std::vector<ULONG>* trackCounts) {
   Chunk next;
-  for (ChunkWalk walk(block); walk.Next(&next);) {
+  for (ChunkIterator chunks(block); chunks.Next(&next);) {
     BlockView info;
     if (next.tag != chunk::kSessionInfo) {
       continue;
@@ -248,7 +248,7 @@ public:
 
 private:
   HRESULT AppendCueSession(const ByteView& entries) {
-    const UHYPER tracksBefore = NextTracksBefore();
+    const UHYPER tracksBefore = CountCueSession();
     const UHYPER entryCount = entries.Size() / cue_entry::kSize;
     CueEntry last; // Entry of the last track. The lead-out follows it.
     if (entryCount < 2 || !ParseCueEntry(entries, entryCount - 2, &last) || last.track < tracksBefore) {
@@ -259,11 +259,11 @@ private:
     return FAILED(result) ? result : ParseCueEntries(entries, tracksBefore, sheet);
   }
 
-  /// Returns the number of tracks before the next session of cue entries.
-  UHYPER NextTracksBefore() noexcept {
-    const UHYPER before = m_tracksBefore;
+  /// Counts a session of cue entries and its tracks. Returns the number of tracks before it.
+  UHYPER CountCueSession() noexcept {
+    const UHYPER before = m_cueTracks;
     if (m_cueSessions < m_trackCounts.size()) {
-      m_tracksBefore += m_trackCounts[m_cueSessions];
+      m_cueTracks += m_trackCounts[m_cueSessions];
     }
     ++m_cueSessions;
     return before;
@@ -401,17 +401,17 @@ private:
   IZSCueSheet* m_service;
   const std::vector<ULONG>& m_trackCounts;
   zsimagefileinfo* m_info;
-  std::size_t m_cueSessions = 0;
-  UHYPER m_tracksBefore = 0;
+  std::size_t m_cueSessions = 0; ///< Sessions of cue entries so far.
+  UHYPER m_cueTracks = 0;        ///< Their tracks.
 };
 
 HRESULT BuildSessions(IZSCueSheet* service, std::string* block, zsimagefileinfo* info) {
   const ByteView view(*block);
   std::vector<ULONG> trackCounts;
-  HRESULT result = CountTracks(view, &trackCounts);
+  HRESULT result = CollectTrackCounts(view, &trackCounts);
   NrgSessions sessions(service, trackCounts, info);
   Chunk next;
-  for (ChunkWalk walk(view); SUCCEEDED(result) && walk.Next(&next);) {
+  for (ChunkIterator chunks(view); SUCCEEDED(result) && chunks.Next(&next);) {
     result = sessions.ApplyChunk(next, block);
   }
   return result;

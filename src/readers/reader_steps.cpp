@@ -9,15 +9,15 @@
 HRESULT LoadFailure() noexcept { return GetLastError() == ERROR_NOT_ENOUGH_MEMORY ? E_OUTOFMEMORY : ZSE_BADIMAGE; }
 
 HRESULT AddSession(IZSCueSheet* service, UINT trackCount, zsimagefileinfo* info, ZSCUESHEET** sheet) noexcept {
-  UniqueSheet made = NewSheet(service);
-  if (!made) {
+  UniqueSheet newSheet = NewSheet(service);
+  if (!newSheet) {
     return ZSE_OUTOFRESOURCES;
   }
-  if (!AllocateTracks(made.get(), trackCount)) {
+  if (!AllocateTracks(newSheet.get(), trackCount)) {
     return E_OUTOFMEMORY;
   }
-  ZSCUESHEET* added = made.get();
-  if (!AppendSession(&made, info)) {
+  ZSCUESHEET* added = newSheet.get();
+  if (!AppendSession(&newSheet, info)) {
     return ZSE_OUTOFRESOURCES;
   }
   *sheet = added;

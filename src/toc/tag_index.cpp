@@ -6,7 +6,7 @@
 // The text is read backward, from each ">" to the "<" that starts its tag, and each name keeps a stack of the closing
 // tags that are not paired yet:
 //
-//     ">" at 9   "b", then "/" and "<": a closing tag of "b". Its offset 6 goes on the stack of "b".
+//     ">" at 9   "b", then "/" and "<": a closing tag of "b". Its offset 6 is pushed onto the stack of "b".
 //     ">" at 5   The tag at 3 opens an element "b": its closing tag is the top of the stack, 6.
 //                "b", then "<": a plain opening tag of "b". It removes 6 from the stack.
 //     ">" at 2   The tag at 0 opens an element "b". The stack is empty: the element has no closing tag.
@@ -39,7 +39,7 @@ TextTag ReadTag(std::string_view text, std::size_t start, std::size_t end) noexc
   return tag;
 }
 
-/// Returns the reversed names that have a character at an index. The names must be sorted and equal up to that index.
+/// Returns the reversed names that have a character at an index. They must be sorted and equal before that index.
 std::span<ElementName* const> NamesWith(std::span<ElementName* const> names, std::size_t index, char wanted) {
   const auto characterOf = [index](const ElementName* name) {
     return index < name->first.size() ? static_cast<unsigned char>(name->first[index]) : -1;

@@ -25,11 +25,11 @@ bool CZSTagParser::Parse(const char* text, LONG length) {
   if (text == nullptr || length < 1 || m_handler == nullptr) {
     return false;
   }
-  Walk(TagIndex(std::string_view(text, static_cast<std::size_t>(length))));
+  ReportElements(TagIndex(std::string_view(text, static_cast<std::size_t>(length))));
   return true;
 }
 
-void CZSTagParser::Walk(const TagIndex& index) {
+void CZSTagParser::ReportElements(const TagIndex& index) {
   std::vector<CZSTagScanner> levels{{&index, 0, static_cast<ULONG>(index.Text().size())}};
   while (!levels.empty()) {
     CZSTagScanner& scanner = levels.back();
@@ -59,15 +59,15 @@ void CZSTagParser::Walk(const TagIndex& index) {
 void CZSTagParser::CloseElements(std::vector<CZSTagScanner>* levels) {
   bool ended = true;
   while (ended) {
-    const ULONG stopped = levels->back().Cursor();
+    const ULONG cursor = levels->back().Cursor();
     levels->pop_back();
     if (levels->empty()) {
       return;
     }
-    const CZSTagScanner& around = levels->back();
-    if (!around.Name().empty()) {
-      m_handler->OnEndElement(std::string(around.Name()), std::string(around.Attributes()));
+    const CZSTagScanner& outer = levels->back();
+    if (!outer.Name().empty()) {
+      m_handler->OnEndElement(std::string(outer.Name()), std::string(outer.Attributes()));
     }
-    ended = stopped >= around.Tag().closeStart;
+    ended = cursor >= outer.Tag().closeStart;
   }
 }

@@ -68,7 +68,7 @@ public:
   void SetHandler(IZSTagHandler* handler) noexcept { m_handler = handler; }
 
 private:
-  void Walk(const TagIndex& index);
+  void ReportElements(const TagIndex& index);
   void CloseElements(std::vector<CZSTagScanner>* levels);
 
   IZSTagHandler* m_handler = nullptr;

@@ -6,7 +6,7 @@
 
 extern "C" {
 
-/// Queries the factory of a class for an interface. Factories live as long as the library.
+/// Queries the factory of a class for an interface. Factories exist as long as the library.
 /// @return E_POINTER for a null `factory`; CLASS_E_CLASSNOTAVAILABLE for an unknown class; E_NOINTERFACE.
 HRESULT DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) noexcept;
 

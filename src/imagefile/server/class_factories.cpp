@@ -11,7 +11,7 @@ namespace {
 
 using CreateFunction = HRESULT (*)(IUnknown* outer, REFIID iid, void** object);
 
-/// The factory of one class. It lives as long as the library, and each reference keeps the library loaded.
+/// The factory of one class. It exists as long as the library, and each reference keeps the library loaded.
 class ClassFactory final : public IClassFactory {
 public:
   constexpr explicit ClassFactory(CreateFunction create) noexcept : m_create(create) {}

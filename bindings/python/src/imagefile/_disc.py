@@ -21,7 +21,7 @@ Progress = Callable[[int, int], object] | None
 
 @dataclass(frozen=True, kw_only=True)
 class Disc:
-    """One disc image. It is data alone: nothing has to be closed, and several threads may use it."""
+    """One disc image, as plain data: nothing has to be closed, and several threads may use it."""
     path: str  # Path of the description that was opened.
     data_file: str  # Path of the file that has the sectors.
     format: Format

@@ -8,7 +8,7 @@ NAMES = {
     E_FAIL: "E_FAIL", E_INVALIDARG: "E_INVALIDARG", 0x8007000E: "E_OUTOFMEMORY", 0x8007001F: "ERROR_GEN_FAILURE",
     CO_E_DLLNOTFOUND: "CO_E_DLLNOTFOUND", ERROR_HANDLE_EOF: "ERROR_HANDLE_EOF", 0x8007045D: "ERROR_IO_DEVICE",
 }
-_WORDS = {
+_MESSAGES = {
     1: "its data cannot be reached: the file does not open, or the track is beyond its end",
     ZSE_FAILED: "nothing in it can be used as a disc",
     ZSE_FILENOTFOUND: "its data file is missing; put it beside the description",
@@ -22,8 +22,8 @@ _WORDS = {
 
 class ImageFileError(OSError):
     """A failure: the result code as an unsigned number, its name, the file at fault, and what is wrong with it."""
-    def __init__(self, code: int, words: str, path: str) -> None:
-        super().__init__(code, words or _WORDS.get(code, "the operation failed"), path)
+    def __init__(self, code: int, message: str, path: str) -> None:
+        super().__init__(code, message or _MESSAGES.get(code, "the operation failed"), path)
         self.code, self.name, self.path = code, NAMES.get(code, f"0x{code:08X}"), path
 
     def __str__(self) -> str:

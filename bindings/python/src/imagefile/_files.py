@@ -1,4 +1,4 @@
-"""Finding files in any case, and writing files that appear once they are complete."""
+"""Look-up of files in any case, and files that appear when they are complete."""
 
 import glob
 import io

@@ -12,11 +12,12 @@ from ._model import Format, Mask, Mode, Track
 
 
 def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Track]]) -> list[tuple[Track, ...]]:
-    """Returns the tracks with their `offset` and `sectors`. On entry, `offset` is that of the description, or 0. The
-    data file has no sectors between sessions, between tracks that were recorded one by one, and of a PREGAP line."""
+    """Returns the tracks with their `offset` and `sectors`. The first sector is at `byte` in the data file; the `offset`
+    of each given track is that of the description, or 0. The data file has no sectors between sessions, between tracks
+    that were recorded one by one, or for a PREGAP line."""
     placed: list[tuple[Track, ...]] = []
     for tracks in sessions:
-        stated = format is Format.MDS and (bool(placed) or len({track.block_size for track in tracks}) > 1)
+        is_stated = format is Format.MDS and (bool(placed) or len({track.block_size for track in tracks}) > 1)
         sector, done = 0, list[Track]()
         for track in tracks:
             index = track.indexes[1] if format is Format.CUE and len(track.indexes) > 1 else None
@@ -24,7 +25,7 @@ def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Trac
             if Mask.TRACKATONCE in mask or (placed and not done):
                 sector = first - track.pregap  # The pregap directly follows the earlier data in the file.
             byte += (first - sector) * track.block_size
-            done.append(replace(track, offset=(stated and track.offset) or byte, sectors=max(track.end - first, 0)))
+            done.append(replace(track, offset=(is_stated and track.offset) or byte, sectors=max(track.end - first, 0)))
             sector = max(track.end, first) + track.postgap
             byte += (sector - first) * track.block_size
         placed.append(tuple(done))
@@ -66,8 +67,8 @@ class TrackStream(io.RawIOBase):
             raise ValueError("the stream is closed")
         code = self._object.call("Read", byref((c_char * len(view)).from_buffer(view)), len(view), byref(delivered))
         if code > 1 or (delivered.value == 0 and view and self._done < self.size):
-            words = f"the track cannot be read as a whole: {self._done} of its {self.size} bytes are there"
-            raise ImageFileError(code if code > 1 else ERROR_HANDLE_EOF, words, self.name)
+            message = f"the track cannot be read as a whole: {self._done} of its {self.size} bytes are there"
+            raise ImageFileError(code if code > 1 else ERROR_HANDLE_EOF, message, self.name)
         self._done += delivered.value
         return delivered.value
 
