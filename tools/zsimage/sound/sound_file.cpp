@@ -84,7 +84,12 @@ void WriteSound(OutputFile* output, const std::string& path, const std::string& 
                 const std::function<void(const SampleSink& sink)>& produce) {
   const int type = extension == "wav" ? SF_FORMAT_WAV : extension == "flac" ? SF_FORMAT_FLAC : SF_FORMAT_AIFF;
   const int descriptor = output->Descriptor();
+  const auto require = [&](bool isWritten) {
+    FailIf(!isWritten, path, errno == ENOSPC ? ERROR_DISK_FULL : ERROR_IO_DEVICE,
+           "the sound file cannot be written: {}", std::generic_category().message(errno));
+  };
   SndfileHandle file(descriptor, false, SFM_WRITE, type | SF_FORMAT_PCM_16, kChannels, kRate);
+  require(file.rawHandle() != nullptr);
   const std::pair<int, const std::string&> texts[] = {{SF_STR_TITLE, tags.title},
                                                       {SF_STR_ARTIST, tags.artist},
                                                       {SF_STR_ALBUM, tags.album},
@@ -94,10 +99,6 @@ void WriteSound(OutputFile* output, const std::string& path, const std::string& 
       file.setString(kind, text.c_str());
     }
   }
-  const auto require = [&](bool isWritten) {
-    FailIf(!isWritten, path, errno == ENOSPC ? ERROR_DISK_FULL : ERROR_IO_DEVICE,
-           "the sound file cannot be written: {}", std::generic_category().message(errno));
-  };
   sf_count_t written = 0;
   produce([&](const BYTE* data, std::size_t size) {
     output->ThrowIfCancelled();
