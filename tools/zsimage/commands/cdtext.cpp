@@ -6,7 +6,7 @@
 #include "commands/commands.h"
 #include "commands/record.h"
 #include "files/output_file.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
@@ -56,9 +56,7 @@ int RunEncode(const EncodeOptions& options) {
   const Host host;
   const ImageRecord image(host, options.path);
   const std::string packs = EncodeText(host, &image.Session(1), options.subChannel);
-  if (packs.empty()) {
-    throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
-  }
+  FailIf(packs.empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
   image.RefuseOwnFiles(options.output);
   WriteContent(options.output, packs, options.force);
   if (!IsStandardOutput(options.output)) {

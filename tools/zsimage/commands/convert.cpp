@@ -9,7 +9,7 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/explain.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
@@ -45,8 +45,7 @@ std::string CollectPacks(const Host& host, const ImageRecord& image, const Conve
       throw Failure(companion, failure.Words() + "; --no-cdtext leaves the texts out", failure.Code());
     }
   }
-  const std::string packs = EncodeText(host, &image.Session(1), false);
-  return packs.substr(0, packs.size() / kPackBytes * kPackBytes);
+  return EncodePacks(host, &image.Session(1));
 }
 
 /// Prepares the record for the new description: numbers the tracks from 1, sets whether there is CD-Text, and sets the
@@ -96,31 +95,17 @@ void RequireFittingData(const ConvertOptions& options, const ImageRecord& image,
   if (!options.withData && options.dataFile.empty()) {
     return;
   }
-  if (!obstacle.empty()) {
-    throw Failure(options.path, obstacle, ZSE_FAILED);
-  }
+  FailIf(!obstacle.empty(), options.path, ZSE_FAILED, "{}", obstacle);
   const UINT blockSize = options.withData ? plan.blockSize : plan.storedSize;
-  if (!IsSheet(options.output) && blockSize != ZSFILEBLOCKSIZE_2352) {
-    throw Failure(
-        options.output,
-        fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
-                    "file",
-                    blockSize),
-        ZSE_FAILED);
-  }
+  FailIf(!IsSheet(options.output) && blockSize != ZSFILEBLOCKSIZE_2352, options.output, ZSE_FAILED,
+         "readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue file", blockSize);
   if (options.withData) {
     return;
   }
   const std::optional<UHYPER> size = FileSize(options.dataFile);
-  if (!size) {
-    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
-  }
-  if (*size != plan.StoredBytes()) {
-    throw Failure(options.dataFile,
-                  fmt::format("it has {} bytes, and the description needs {}; {}", *size, plan.StoredBytes(),
-                              ExplainSize(image, sessions, plan, options.dataFile)),
-                  ZSE_FAILED);
-  }
+  FailIf(!size, options.dataFile, ZSE_FILENOTFOUND, "no such file");
+  FailIf(*size != plan.StoredBytes(), options.dataFile, ZSE_FAILED, "it has {} bytes, and the description needs {}; {}",
+         *size, plan.StoredBytes(), ExplainSize(image, sessions, plan, options.dataFile));
 }
 
 void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, unsigned sessions,
@@ -145,29 +130,6 @@ void AnnounceDataFile(const ConvertOptions& options, const ImageRecord& image, u
   }
 }
 
-/// Writes all files of the new image. The description is published last, so that it never exists without the others.
-void WriteFiles(const Host& host, const ImageRecord& image, const ConvertOptions& options, const DataFilePlan& plan,
-                const Description& description, const std::string& companionText) {
-  std::vector<std::unique_ptr<OutputFile>> files;
-  const auto create = [&](const std::string& path, UHYPER size) {
-    image.RefuseOwnFiles(path);
-    return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
-  };
-  const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
-  const auto stale =
-      IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
-  std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFiles(path); });
-  OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
-  if (!companion.empty()) {
-    create(companion, companionText.size())->Write(companionText);
-  }
-  create(options.output, description.content.size())->Write(description.content);
-  if (data != nullptr) {
-    WriteDataFile(host, image.DataFile(), plan, data);
-  }
-  PublishAll(files, stale);
-}
-
 int RunConvert(const ConvertOptions& options) {
   const Host host;
   const bool isSheet = IsSheet(options.output);
@@ -185,9 +147,15 @@ int RunConvert(const ConvertOptions& options) {
   MarkSilence(&image, sessions);
   const std::vector<std::string> losses = FindLosses(image, isSheet, sessions, options.withData);
   PrepareRecord(&image, sessions, !packs.empty(), options.withData, plan);
-  const Description description = RenderDescription(host, &image, options.output, sessions, packs);
+  const auto writeData = [&](OutputFile* file) { WriteDataFile(host, image.DataFile(), plan, file); };
+  const NewImage files{.path = options.output,
+                       .packs = isSheet ? packs : "",
+                       .description = RenderDescription(host, &image.Info(), options.output, sessions, packs),
+                       .dataBytes = plan.Bytes(),
+                       .writeData = options.withData ? std::function<void(OutputFile*)>(writeData) : nullptr,
+                       .refuseOwn = [&](const std::string& path) { image.RefuseOwnFiles(path); }};
   try {
-    WriteFiles(host, image, options, plan, description, isSheet ? packs : "");
+    WriteImage(files, options.force, [] {});
   } catch (const Failure& failure) {
     if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
       throw;
@@ -200,7 +168,7 @@ int RunConvert(const ConvertOptions& options) {
   if (isSheet && !packs.empty()) {
     Print(fmt::format("{}: CD-Text, {} bytes\n", TerminalText(CompanionOf(options.output)), packs.size()));
   }
-  AnnounceDataFile(options, image, sessions, plan, Beside(options.output, description.dataFile));
+  AnnounceDataFile(options, image, sessions, plan, Beside(options.output, files.description.dataFile));
   return 0;
 }
 

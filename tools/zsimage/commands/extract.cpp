@@ -11,7 +11,7 @@
 #include "image/disc_words.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 
 namespace {
@@ -23,7 +23,7 @@ struct ExtractOptions {
   UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
   std::string output;
   std::string folder; ///< For all tracks; empty for one track.
-  std::string format; ///< A name of kTrackFormats; empty to choose by the extension of the output.
+  std::string format; ///< An extension of kTrackFormats; empty to choose by the extension of the output.
   bool swap = false;
   bool partial = false;
   bool force = false;
@@ -40,75 +40,49 @@ struct Job {
 
 std::vector<Job> ListJobs(const ImageRecord& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
-  const TrackFormat format = TrackFormatOf(options.format.empty() ? options.output : options.format);
+  const TrackFormat& format = TrackFormatOf(options.format.empty() ? options.output : options.format);
   const unsigned first = std::max(options.session, 1U);
   const unsigned last = all && options.session == 0 ? image.Info().nSessions : first;
   std::vector<Job> jobs;
   for (unsigned session = first; session <= last; ++session) {
-    const std::vector<SoundTags> tags = TagsOf(image, session);
+    const std::vector<TrackFile> files = NameTrackFiles(image, session, format);
     unsigned track = 0;
     for (const TrackExtent& extent : image.Extents(session)) {
-      const SoundTags& own = tags[track++];
+      const TrackFile& file = files[track++];
       if (all || track == options.track) {
-        const std::string name = IsSound(format) ? SoundFileName(image, session, own, format)
-                                                 : fmt::format("session-{}-track-{:02}.{}", session, track,
-                                                               kTrackFormats[static_cast<std::size_t>(format)]);
-        jobs.push_back({session, track, extent, all ? options.folder + "/" + name : options.output, format, own});
+        const std::string target = all ? options.folder + "/" + file.name : options.output;
+        jobs.push_back({session, track, extent, target, format, file.tags});
       }
     }
-    if (!all && jobs.empty()) {
-      throw Failure(image.Path(),
-                    fmt::format("no track {} in session {}, which has {}; 'zsimage info' lists them", options.track,
-                                session, track),
-                    E_INVALIDARG);
-    }
+    FailIf(!all && jobs.empty(), image.Path(), E_INVALIDARG,
+           "no track {} in session {}, which has {}; 'zsimage info' lists them", options.track, session, track);
   }
   return jobs;
 }
 
-/// @throws Failure if a data track should become a sound file, or an audio track an ISO image.
-void RequireFittingFormat(const ImageRecord& image, const Job& job, const ZSTRACK& track) {
-  if (IsSound(job.format) && track.Mode != ZSMODE_AUDIO) {
-    Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
-         job.track, ModeWords(track.Mode));
-  }
-  if (job.format == TrackFormat::UserData && track.Mode == ZSMODE_AUDIO) {
-    Fail(image.Path(), E_INVALIDARG,
-         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
-  }
-}
-
-/// Returns the bytes to save of each sector: what the format needs, or the requested size. 0 for whole sectors.
-UINT BlockSizeOf(const Job& job, UINT asked) {
-  return IsSound(job.format)                                 ? UINT{ZSFILEBLOCKSIZE_2352}
-         : job.format == TrackFormat::UserData && asked == 0 ? UINT{ZSFILEBLOCKSIZE_2048}
-                                                             : asked;
-}
-
-/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes.
+/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes,
+/// or the format is not for the mode of the track.
 SectorRun RunOfTrack(const Host& host, const ImageRecord& image, const Job& job, UINT blockSize) {
   const TrackExtent& extent = job.extent;
   const ZSTRACK& track = image.Session(job.session).pZSTracks[job.track - 1];
   if (extent.blockSize == 0) {
     throw Failure(image.Path(), SizelessWords(host, image), ZSE_FAILED);
   }
-  RequireFittingFormat(image, job, track);
+  FailIf(job.format.isSound && track.Mode != ZSMODE_AUDIO, image.Path(), E_INVALIDARG,
+         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.track,
+         ModeWords(track.Mode));
+  FailIf(job.format.extension == std::string_view("iso") && track.Mode == ZSMODE_AUDIO, image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.track);
   const UINT whole = std::min<UINT>(extent.blockSize, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
-  if (track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out "
-                              "--block-size",
-                              job.track, whole),
-                  E_INVALIDARG);
-  }
+  FailIf(track.Mode == ZSMODE_AUDIO && blockSize != 0 && blockSize != extent.blockSize && blockSize != whole,
+         image.Path(), E_INVALIDARG,
+         "track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out --block-size", job.track,
+         whole);
   SectorRun run{extent.begin, extent.sectors, extent.blockSize, 0, blockSize == 0 ? extent.blockSize : blockSize};
   run.dataOffset = OffsetInSector(image.Info(), track, run.dataSize);
-  if (run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
-                              job.track, extent.blockSize, run.dataSize, run.dataOffset),
-                  E_INVALIDARG);
-  }
+  FailIf(run.dataSize > extent.blockSize || run.dataOffset > extent.blockSize - run.dataSize, image.Path(),
+         E_INVALIDARG, "track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
+         job.track, extent.blockSize, run.dataSize, run.dataOffset);
   return run;
 }
 
@@ -129,37 +103,29 @@ void CutRun(const ImageRecord& image, const Job& job, bool partial, SectorRun* r
 /// Writes the sectors of a run, or a sound file of them. @param swap Whether to swap the two bytes of each sample.
 void WriteRun(const Host& host, const ImageRecord& image, const Job& job, const SectorRun& run, bool swap,
               OutputFile* file) {
-  std::optional<SoundWriter> sound;
-  if (IsSound(job.format)) {
-    const auto kind = static_cast<int>(job.format) - static_cast<int>(TrackFormat::Wave);
-    sound.emplace(file, job.target, static_cast<SoundFormat>(kind), job.tags);
-  }
   ProgressBar progress(fmt::format("track {}", job.track), run.Bytes());
   std::vector<BYTE> swapped;
-  ReadRun(host, image.DataFile(), run, &progress, [&](const BYTE* data, std::size_t size) {
-    if (swap) {
-      swapped.assign(data, data + size);
-      for (std::size_t i = 1; i < size; i += 2) {
-        std::swap(swapped[i - 1], swapped[i]);
+  const auto produce = [&](const SampleSink& sink) {
+    ReadRun(host, image.DataFile(), run, &progress, [&](const BYTE* data, std::size_t size) {
+      if (swap) {
+        swapped.assign(data, data + size);
+        SwapSamples(swapped.data(), size);
       }
-      data = swapped.data();
-    }
-    if (sound) {
-      sound->Write(data, size);
-    } else {
-      file->Write(data, size);
-    }
-  });
-  if (sound) {
-    sound->Finish();
+      sink(swap ? swapped.data() : data, size);
+    });
+  };
+  if (job.format.isSound) {
+    WriteSound(file, job.target, job.format.extension, job.tags, produce);
+  } else {
+    produce([&](const BYTE* data, std::size_t size) { file->Write(data, size); });
   }
 }
 
 void Extract(const Host& host, const ImageRecord& image, const Job& job, const ExtractOptions& options) {
-  SectorRun run = RunOfTrack(host, image, job, BlockSizeOf(job, options.blockSize));
-  if (options.swap && run.dataSize % 2 != 0) {
-    throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
-  }
+  const bool isChosen = options.blockSize != 0 && !job.format.isSound;
+  SectorRun run = RunOfTrack(host, image, job, isChosen ? options.blockSize : job.format.blockSize);
+  FailIf(options.swap && run.dataSize % 2 != 0, job.target, E_INVALIDARG,
+         "blocks of an odd size have no samples to swap; leave out --block-size");
   CutRun(image, job, options.partial, &run);
   { // The scope ends before anything is printed: a closed pipe would end the process and leave hidden files.
     OutputFile file(job.target, run.Bytes(), options.force);
@@ -194,9 +160,7 @@ public:
   void Create() const {
     std::error_code error;
     std::filesystem::create_directories(m_path, error);
-    if (error) {
-      throw Failure(m_path, "the folder cannot be created: " + error.message(), E_FAIL);
-    }
+    FailIf(bool{error}, m_path, E_FAIL, "the folder cannot be created: {}", error.message());
   }
 
 private:
@@ -265,8 +229,7 @@ void AddExtract(Command* tool) {
           "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
           "(default: by the extension of -o; bin with --all)")
       ->type_name("FORMAT")
-      ->check(
-          CLI::IsMember(std::vector<std::string>(std::begin(kTrackFormats), std::end(kTrackFormats))).description(""));
+      ->check(CLI::IsMember({"bin", "iso", "wav", "aiff", "flac"}).description(""));
   command.add_flag("--swap", options->swap, "Swap the two bytes of each sample, for sources in the other order");
   command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
   command.AddForce(&options->force);

@@ -133,8 +133,7 @@ std::string Explain(const Host& host, const std::string& path, HRESULT result) {
 
 std::string ExplainOpenFailure(const Host& host, const std::string& path, HRESULT result) {
   const std::string words = Explain(host, path, result);
-  const bool isSheet = HasExtension(path, ".CUE");
-  const std::string advice = isSheet ? JoinAdvice(path, !SoundFileType(DataFileOfSheet(host, path)).empty()) : "";
+  const std::string advice = JoinAdvice(path, DataFileOfSheet(host, path));
   return words + (advice.empty() ? "" : "; " + advice);
 }
 
