@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 # Folders from the lowest layer to the highest.
 component=(platform foundation disc cdtext cuesheet toc readers imagefile imagefile/server)
-tool=(output files sound image checks picture join cli commands .)
+tool=(output files image sound checks picture join cli commands .)
 failed=0
 
 # Prints "file header" for each include of a header of the project in some folders.

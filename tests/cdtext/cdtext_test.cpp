@@ -1,16 +1,7 @@
-// Decoding of packs into texts, and encoding of texts into packs to the byte.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <bitset>
 
 #include "cdtext/encoder.h"
-#include "disc/track_table.h"
-#include "foundation/strings.h"
-#include "platform/task_memory.h"
-#include "support/long_text.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,10 +1,4 @@
-// CUE text, to the byte.
-#include <gtest/gtest.h>
-
-#include "disc/track_table.h"
-#include "foundation/strings.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,10 +1,7 @@
-// Times, disc identifiers and positions.
-#include <gtest/gtest.h>
-
 #include "disc/disc_id.h"
 #include "disc/msf.h"
 #include "disc/positions.h"
-#include "support/services.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
 #include "foundation/file.h"
-#include "foundation/strings.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 
@@ -24,11 +20,8 @@ TEST(File, ReadsAndWritesAllOrFails) {
   const TemporaryFolder folder;
   CZSFile file;
   ASSERT_TRUE(file.OpenForReading(folder.Write("a.bin", "0123")));
-  char bytes[4] = {};
-  EXPECT_EQ(2U, file.Seek64(-2, FILE_END));
-  EXPECT_FALSE(file.Read(bytes, 3)) << "two are left";
-  EXPECT_FALSE(file.Read(bytes, 1)) << "none is left";
-  EXPECT_EQ(kSeekFailed, file.Seek64(-1, FILE_BEGIN));
+  char bytes[5] = {};
+  EXPECT_FALSE(file.Read(bytes, 5)) << "four are left";
   EXPECT_TRUE(CZSFile().Read(bytes, 0)) << "no file is needed";
   EXPECT_FALSE(file.Write(bytes, 1)) << "open for reading";
   ASSERT_TRUE(file.Open(folder.Path("b.bin"), GENERIC_WRITE, FILE_SHARE_NONE, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));

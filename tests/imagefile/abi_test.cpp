@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cstring>
 
 #include "cuesheet/cue_sheet_interface.h"
 #include "disc/record_descriptions.h"

@@ -1,10 +1,4 @@
-// Images from independent programs. A test is skipped if its program is not installed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "builders/mpeg_stream.h"
-#include "support/services.h"
 #include "tools/tool_run.h"
 
 namespace {
@@ -12,7 +6,7 @@ namespace {
 TEST(RealInput, GenisoimageIso) {
   const TemporaryFolder folder;
   folder.Write("tree/file", std::string(300000, 'x'));
-  const ToolResult made = RunShell("cd '" + folder.Path("") + "' && genisoimage -quiet -r -o real.iso tree");
+  const ToolResult made = RunShellIn(folder, "genisoimage -quiet -r -o real.iso tree");
   if (made.status == 127) {
     GTEST_SKIP() << made.err;
   }
@@ -25,8 +19,7 @@ TEST(RealInput, GenisoimageIso) {
 TEST(RealInput, VcdimagerVideoCd) {
   const TemporaryFolder folder;
   folder.Write("clip.mpg", MpegStream(300));
-  const ToolResult made =
-      RunShell("cd '" + folder.Path("") + "' && vcdimager -t vcd2 -c disc.cue -b disc.bin clip.mpg");
+  const ToolResult made = RunShellIn(folder, "vcdimager -t vcd2 -c disc.cue -b disc.bin clip.mpg");
   if (made.status == 127) {
     GTEST_SKIP() << made.err;
   }

@@ -1,26 +1,18 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <regex>
-#include <set>
-#include <tuple>
 
 #include "foundation/module.h"
 #include "imagefile/server/diagnostics.h"
 #include "imagefile/server/exports.h"
 #include "imagefile/server/registration.h"
 #include "platform/registry.h"
-#include "support/environment_variable.h"
-#include "support/faulty_files.h"
-#include "support/services.h"
 #include "tools/tool_run.h"
 
 namespace {
 
 /// Runs steps in component_host. In the steps, $LIBRARY is the path of the component.
 std::string RunHost(const TemporaryFolder& folder, const std::string& steps) {
-  const ToolResult result = RunShell("LIBRARY='" COMPONENT_LIBRARY "' && cd '" + folder.Path("") + "' && exec " +
-                                     ZSIMAGE_EMULATOR " '" COMPONENT_HOST "' " + steps);
+  const ToolResult result =
+      RunShellIn(folder, "LIBRARY='" COMPONENT_LIBRARY "' && exec " ZSIMAGE_EMULATOR " '" COMPONENT_HOST "' " + steps);
   EXPECT_EQ(0, result.status) << result.err;
   return result.out;
 }
@@ -40,53 +32,54 @@ protected:
   const EnvironmentVariable runtime{"XDG_RUNTIME_DIR", folder.Path("")};
 };
 
-/// The registry of the test below with the library registered.
-constexpr const char* kRegistered = R"(ImageFile Registry 1
-[HKEY_CLASSES_ROOT]
-[CLSID]
-[CLSID\{00000000-0000-0000-0000-000000000001}] @="Another class"
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}] @="Zentora Scribe ImageFile Class"
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\InprocServer32] @="LIBRARY" "ThreadingModel"="Apartment"
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\ProgID] @="ZSImageFile.ZSImageFile.1"
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\Programmable]
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\TypeLib] @="{473D376B-F22A-4B8D-AD03-C6882F715D4B}"
-[CLSID\{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}\VersionIndependentProgID] @="ZSImageFile.ZSImageFile"
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}] @="Zentora Scribe CueSheet Class"
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\InprocServer32] @="LIBRARY" "ThreadingModel"="Apartment"
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\ProgID] @="ZSImageFile.ZSCueSheet.1"
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\Programmable]
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\TypeLib] @="{473D376B-F22A-4B8D-AD03-C6882F715D4B}"
-[CLSID\{CD37B6EB-D22C-4F42-8C01-89B078739430}\VersionIndependentProgID] @="ZSImageFile.ZSCueSheet"
-[TypeLib]
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}]
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0] @="Zentora ImageFile"
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\0]
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\0\PLATFORM] @="LIBRARY\\1"
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\FLAGS] @="0"
-[TypeLib\{473D376B-F22A-4B8D-AD03-C6882F715D4B}\1.0\HELPDIR] @="FOLDER"
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}]
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0] @="zs.tlb"
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\0]
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\0\PLATFORM] @="LIBRARY\\2"
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\FLAGS] @="0"
-[TypeLib\{B85DA793-2DE6-49AC-844D-52512C140A0A}\1.0\HELPDIR] @="FOLDER"
-[ZSImageFile.ZSCueSheet] @="Zentora Scribe CueSheet Class"
-[ZSImageFile.ZSCueSheet\CLSID] @="{CD37B6EB-D22C-4F42-8C01-89B078739430}"
-[ZSImageFile.ZSCueSheet\CurVer] @="ZSImageFile.ZSCueSheet.1"
-[ZSImageFile.ZSCueSheet.1] @="Zentora Scribe CueSheet Class"
-[ZSImageFile.ZSCueSheet.1\CLSID] @="{CD37B6EB-D22C-4F42-8C01-89B078739430}"
-[ZSImageFile.ZSImageFile] @="Zentora Scribe ImageFile Class"
-[ZSImageFile.ZSImageFile\CLSID] @="{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"
-[ZSImageFile.ZSImageFile\CurVer] @="ZSImageFile.ZSImageFile.1"
-[ZSImageFile.ZSImageFile.1] @="Zentora Scribe ImageFile Class"
-[ZSImageFile.ZSImageFile.1\CLSID] @="{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}"
-[HKEY_CURRENT_USER] "Mine"=dword:00000001 )";
+/// The keys of a class. In these texts, NAME and GUID are those of the class, and LIBRARY and FOLDER of the component.
+constexpr const char* kClass = R"([CLSID\GUID] @="Zentora Scribe NAME Class"
+[CLSID\GUID\InprocServer32] @="LIBRARY" "ThreadingModel"="Apartment"
+[CLSID\GUID\ProgID] @="ZSImageFile.ZSNAME.1"
+[CLSID\GUID\Programmable]
+[CLSID\GUID\TypeLib] @="{473D376B-F22A-4B8D-AD03-C6882F715D4B}"
+[CLSID\GUID\VersionIndependentProgID] @="ZSImageFile.ZSNAME"
+)";
+/// The keys of a type library of the component.
+constexpr const char* kLibrary = R"([TypeLib\GUID]
+[TypeLib\GUID\1.0] @="NAME"
+[TypeLib\GUID\1.0\0]
+[TypeLib\GUID\1.0\0\PLATFORM] @="LIBRARY\\NUMBER"
+[TypeLib\GUID\1.0\FLAGS] @="0"
+[TypeLib\GUID\1.0\HELPDIR] @="FOLDER"
+)";
+/// The keys of the names of a class.
+constexpr const char* kNames = R"([ZSImageFile.ZSNAME] @="Zentora Scribe NAME Class"
+[ZSImageFile.ZSNAME\CLSID] @="GUID"
+[ZSImageFile.ZSNAME\CurVer] @="ZSImageFile.ZSNAME.1"
+[ZSImageFile.ZSNAME.1] @="Zentora Scribe NAME Class"
+[ZSImageFile.ZSNAME.1\CLSID] @="GUID"
+)";
 
-std::string Registered() {
+std::string Keys(const char* keys, const char* name, const char* guid, const char* number = "") {
   const std::filesystem::path library = COMPONENT_LIBRARY;
-  std::string text = std::regex_replace(kRegistered, std::regex("LIBRARY"), library.string());
-  text = std::regex_replace(text, std::regex("FOLDER"), library.parent_path().string());
-  return std::regex_replace(text, std::regex("PLATFORM"), sizeof(void*) == 8 ? "posix64" : "posix32");
+  std::string text = keys;
+  for (const auto& [word, value] : {std::pair("NAME", std::string(name)),
+                                    {"GUID", guid},
+                                    {"NUMBER", number},
+                                    {"LIBRARY", library.string()},
+                                    {"FOLDER", library.parent_path().string()},
+                                    {"PLATFORM", sizeof(void*) == 8 ? "posix64" : "posix32"}}) {
+    text = std::regex_replace(text, std::regex(word), value);
+  }
+  return text;
+}
+
+/// Returns the registry of the test below with the component registered.
+std::string Registered() {
+  constexpr const char* kImageFile = "{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}";
+  constexpr const char* kCueSheet = "{CD37B6EB-D22C-4F42-8C01-89B078739430}";
+  return "ImageFile Registry 1\n[HKEY_CLASSES_ROOT]\n[CLSID]\n"
+         "[CLSID\\{00000000-0000-0000-0000-000000000001}] @=\"Another class\"\n" +
+         Keys(kClass, "ImageFile", kImageFile) + Keys(kClass, "CueSheet", kCueSheet) + "[TypeLib]\n" +
+         Keys(kLibrary, "Zentora ImageFile", "{473D376B-F22A-4B8D-AD03-C6882F715D4B}", "1") +
+         Keys(kLibrary, "zs.tlb", "{B85DA793-2DE6-49AC-844D-52512C140A0A}", "2") + Keys(kNames, "CueSheet", kCueSheet) +
+         Keys(kNames, "ImageFile", kImageFile) + "[HKEY_CURRENT_USER] \"Mine\"=dword:00000001 ";
 }
 
 TEST_F(Server, OtherProcessesFindItWhileRegistered) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Plants small faults in src/, one at a time, and reports which of them no test catches.
 
-Usage: mutate.py [COUNT] [--only PATH]... [--seed N] [--workers N]
+Usage: mutate.py [COUNT] [--only PATH]...
 
 A fault exchanges an operator, adds 1 to a number, drops a "+ 1", turns an error code into success or drops a statement.
 A hash with a fixed seed chooses the faults, so that a run can be repeated. Each fault is built in a copy of the tree
@@ -10,6 +10,7 @@ under build/mutation; one that does not compile is not counted. Fails if the tes
 
 import argparse
 import hashlib
+import os
 import queue
 import re
 import subprocess
@@ -18,7 +19,6 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-SCRATCH = ROOT / "build" / "mutation"
 TIMEOUT = 120  # Seconds; a fault that makes the suite hang is caught.
 
 # Slow tests, which run after the others have passed.
@@ -62,11 +62,11 @@ def faults_of(path):
     return faults
 
 
-def choose(paths, count, seed):
+def choose(paths, count):
     """Returns the faults with the lowest hashes, at most one a line. Most of them stay when the code changes."""
     def order(fault):
         path, index, text = fault
-        return hashlib.sha256(f"{seed} {path.relative_to(ROOT)} {text.strip()}".encode()).digest()
+        return hashlib.sha256(f"1 {path.relative_to(ROOT)} {text.strip()}".encode()).digest()
 
     chosen, lines = [], set()
     for fault in sorted((fault for path in paths for fault in faults_of(path)), key=order):
@@ -80,7 +80,7 @@ class Worker:
     """A copy of the tree with its own build."""
 
     def __init__(self, number):
-        self.folder = SCRATCH / str(number)
+        self.folder = ROOT / "build/mutation" / str(number)
         self.build = self.folder / "build"
         tree = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True, text=True).stdout
         self.folder.mkdir(parents=True, exist_ok=True)
@@ -114,47 +114,41 @@ class Worker:
         return None
 
     def try_fault(self, fault):
-        """Returns 'no build', 'survived', or what caught the fault."""
+        """Prints and returns 'no build', 'survived', or what caught the fault."""
         path, index, text = fault
-        copy = self.folder / path.relative_to(ROOT)
+        name = path.relative_to(ROOT)
         whole = path.read_text()
         lines = whole.split("\n")
-        lines[index] = text
-        try:
-            copy.write_text("\n".join(lines))
-            return (self.run_suite() or "survived") if self.compiles() else "no build"
-        finally:
-            copy.write_text(whole)
+        before, lines[index] = lines[index].strip(), text
+        (self.folder / name).write_text("\n".join(lines))
+        verdict = (self.run_suite() or "survived") if self.compiles() else "no build"
+        (self.folder / name).write_text(whole)
+        print(f"{verdict}: {name}:{index + 1}: {before} -> {text.strip()}", flush=True)
+        return verdict
 
 
 def main():
     parser = argparse.ArgumentParser(description="Plants faults in src/ and runs the suite on each.")
     parser.add_argument("count", type=int, nargs="?", default=120)
     parser.add_argument("--only", action="append", default=[], help="a folder or file of src/ to plant faults in")
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--workers", type=int, default=2)
     options = parser.parse_args()
 
     paths = sorted(path for path in (ROOT / "src").rglob("*") if path.suffix in (".cpp", ".h"))
     if options.only:
         paths = [path for path in paths if any(str(path.relative_to(ROOT)).startswith(only) for only in options.only)]
     free = queue.Queue()
-    for number in range(options.workers):
+    for number in range(os.cpu_count()):
         free.put(Worker(number))
 
     def try_fault(fault):
-        path, index, text = fault
         worker = free.get()
         try:
-            verdict = worker.try_fault(fault)
+            return worker.try_fault(fault)
         finally:
             free.put(worker)
-        before = path.read_text().split("\n")[index].strip()
-        print(f"{verdict}: {path.relative_to(ROOT)}:{index + 1}: {before} -> {text.strip()}", flush=True)
-        return verdict
 
-    with ThreadPoolExecutor(options.workers) as pool:
-        results = list(pool.map(try_fault, choose(paths, options.count, options.seed)))
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        results = list(pool.map(try_fault, choose(paths, options.count)))
     built = [verdict for verdict in results if verdict != "no build"]
     survived = built.count("survived")
     print(f"mutants: {len(built)} built, {len(built) - survived} caught, {survived} survived")

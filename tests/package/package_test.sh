@@ -71,7 +71,7 @@ chmod +x "$work/bin/ldconfig"
 # The scratch root has no system libraries, so these are ignored. Dependencies between the packages are checked.
 into_root() {
   PATH="$work/bin:$PATH:/usr/sbin:/sbin" dpkg --root="$root" --force-not-root --force-script-chrootless --log=/dev/null \
-    --ignore-depends=libc6,libcue2,libgcc-s1,libsndfile1,libstdc++6,python3 "$@" >/dev/null
+    --ignore-depends=libc6,libgcc-s1,libsndfile1,libstdc++6,python3 "$@" >/dev/null
 }
 into_root --install "$work"/packages/*.deb
 [ -s "$work/loader" ] || fail "the packages do not run ldconfig"

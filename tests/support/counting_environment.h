@@ -44,15 +44,12 @@ public:
   void* Reallocate(void* block, std::size_t size) noexcept override;
   void Free(void* block) noexcept override;
 
-  /// Returns the number of allocated blocks.
   long Live() const noexcept { return m_live; }
 
 private:
   std::atomic<long> m_live{0};
 };
 
-/// Returns the allocator of all tests.
 CountingAllocator& TestAllocator() noexcept;
 
-/// Returns the number of descriptors that this process has open.
 int OpenDescriptors();

@@ -2,28 +2,27 @@
 
 #include <stdlib.h>
 
+#include <tuple>
+
 #include "foundation/module.h"
 #include "support/counting_environment.h"
 #include "support/services.h"
 
 namespace {
 
+using Held = std::tuple<long, int, LONG>;
+
+/// Returns the number of blocks of task memory, of open files and of objects.
+Held Count() { return {TestAllocator().Live(), OpenDescriptors(), Module().LockCount()}; }
+
 /// Fails each test that leaks memory, files or objects.
 class LeakListener final : public testing::EmptyTestEventListener {
-  void OnTestStart(const testing::TestInfo& /*test*/) override {
-    m_blocks = TestAllocator().Live();
-    m_descriptors = OpenDescriptors();
-    m_objects = Module().LockCount();
-  }
+  void OnTestStart(const testing::TestInfo& /*test*/) override { m_before = Count(); }
   void OnTestEnd(const testing::TestInfo& /*test*/) override {
-    EXPECT_EQ(m_blocks, TestAllocator().Live()) << "blocks of task memory leaked";
-    EXPECT_EQ(m_descriptors, OpenDescriptors()) << "open files leaked";
-    EXPECT_EQ(m_objects, Module().LockCount()) << "objects leaked";
+    EXPECT_EQ(m_before, Count()) << "blocks of task memory, open files or objects leaked";
   }
 
-  long m_blocks = 0;
-  int m_descriptors = 0;
-  LONG m_objects = 0;
+  Held m_before;
 };
 
 } // namespace

@@ -98,14 +98,21 @@ bool IsAllZero(const zsimagefileinfo& info) noexcept {
 
 std::string Describe(const ZSTRACK& track) {
   std::ostringstream line;
-  line << UINT{track.TNO} << ": " << ULONG{track.dwLBA} << '-' << ULONG{track.dwEndLBA} << " pregap "
-       << LONG{track.Pregap} << " mode " << int{track.Mode} << " size " << int{track.BlockSize} << '/'
-       << int{track.ImageBlockSize} << " flags " << LONG{track.Flags} << " index ";
+  line << UINT{track.TNO} << ": " << ULONG{track.dwLBA} << '-' << ULONG{track.dwEndLBA};
+  const auto show = [&](const char* label, const std::string& value, const std::string& usual) {
+    line << (value == usual ? "" : label + value);
+  };
+  std::string index;
   for (int i = 0; i < track.nCountIndex; ++i) {
     const ULONG entry = track.pdwIndex[i];
-    line << (i == 0 ? "" : ",") << (entry == kNoIndex ? "-" : std::to_string(entry));
+    index += (i == 0 ? "" : ",") + (entry == kNoIndex ? "-" : std::to_string(entry));
   }
-  line << " at " << UHYPER{track.dwReserved64};
+  show(" pregap ", std::to_string(LONG{track.Pregap}), "0");
+  show(" mode ", std::to_string(int{track.Mode}), "0");
+  show(" size ", std::to_string(int{track.BlockSize}) + "/" + std::to_string(int{track.ImageBlockSize}), "2352/2352");
+  show(" flags ", std::to_string(LONG{track.Flags}), "0");
+  show(" index ", index, "");
+  show(" at ", std::to_string(UHYPER{track.dwReserved64}), "0");
   return line.str();
 }
 

@@ -20,10 +20,8 @@ template <class I> HRESULT Create(const OLECHAR* progId, REFIID iid, ComPtr<I>* 
 ComPtr<IZSCueSheet> NewCueSheetService();
 ComPtr<IZSImageFile> NewImageFileService();
 
-/// Returns the description of a record type.
 ComPtr<IRecordInfo> Description(REFGUID record);
 
-/// Converts narrow text.
 UniqueBstr Wide(std::string_view narrow);
 /// Converts a string of a record. Null becomes "(null)".
 std::string Narrow(BSTR text);
@@ -69,11 +67,10 @@ ZSTRACK* AppendTrack(ZSCUESHEET* sheet, ULONG begin, ULONG end, LONG pregap, ULO
 /// Copies the tracks of a sheet to an array, which VariantClear frees.
 VARIANT TracksOf(const ZSCUESHEET& sheet);
 
-/// Returns whether all bytes of a record are zero.
 bool IsAllZero(const zsimagefileinfo& info) noexcept;
 
-/// Returns all plain fields of a track in one line:
-/// "1: 0-45000 pregap 0 mode 0 size 2352/2352 flags 0 index -,0 at 0".
+/// Returns the plain fields of a track in one line: "1: 0-45000 index -,0". Fields are left out if they have their
+/// usual value, as in "pregap 0 mode 0 size 2352/2352 flags 0 index  at 0".
 std::string Describe(const ZSTRACK& track);
 /// Returns all texts of a sheet, one line for the disc and one for each track: the catalogue number or ISRC, then the
 /// texts in the order of kTextFields, with "-" for null: "4006381333931|Title|Performer|-|-|-|Genre|-".

@@ -1,9 +1,5 @@
-#include <algorithm>
-#include <tuple>
-
 #include <nlohmann/json.hpp>
 
-#include "anomaly/operations.h"
 #include "builders/byte_writer.h"
 #include "builders/mds_builder.h"
 #include "builders/sectors.h"

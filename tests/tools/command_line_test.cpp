@@ -1,7 +1,5 @@
 #include <sstream>
-#include <tuple>
 
-#include "support/environment_variable.h"
 #include "tools/tool_run.h"
 
 namespace {
@@ -59,7 +57,7 @@ TEST(CommandLine, BashCompletesCommandsAndFiles) {
     folder.Write("script", "compopt() { :; }\n. ../complete\nCOMP_WORDS=(" + words +
                                ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_zsimage\n"
                                "printf '%s\\n' \"${COMPREPLY[@]}\" | LC_ALL=C sort");
-    EXPECT_EQ(found, RunShell("cd '" + folder.Path("files") + "' && bash ../script").out) << words;
+    EXPECT_EQ(found, RunShellIn(folder, "cd files && bash ../script").out) << words;
   }
 }
 

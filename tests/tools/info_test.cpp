@@ -1,10 +1,6 @@
-#include <algorithm>
-#include <regex>
-#include <tuple>
-
 #include <nlohmann/json.hpp>
+#include <regex>
 
-#include "builders/mds_builder.h"
 #include "tools/tool_run.h"
 
 using nlohmann::json;
@@ -66,51 +62,6 @@ TEST_F(InfoTool, TabRepeatsTheTextBefore) {
     EXPECT_TRUE(std::regex_search(Run(command), std::regex("ONE +BAND\n.*ONE +GUEST\n.*ONE +GUEST\n"))) << Run(command);
   }
   EXPECT_EQ("\t", Json("info --json tab.cue")["pZSCueSheet"][0]["pZSTracks"][2]["bstrTitle"]);
-}
-
-TEST_F(InfoTool, FailuresSayWhatToDo) {
-  for (const auto& [name, file] : {std::pair("lost.cue", "Gone.bin\" BINARY"),
-                                   {"far.cue", "sub/x.bin\" BINARY"},
-                                   {"odd.cue", "bare.bin\" BINARY"},
-                                   {"sound.cue", "sound.flac\" WAVE"}}) {
-    folder.Write(name, std::string("FILE \"") + file + "\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
-  }
-  folder.Write("sound.flac", "fLaC, and so on");
-  folder.Write("many.ccd", "[Disc]\nSessions=100\n");
-  MdsBuilder mode0 = MdsOfDvd(1);
-  mode0.blocks[0].mode = 0;
-  folder.Write("mode0.mds", mode0.Build());
-  folder.Write("mode0.mdf", "");
-  for (const char* name : {"bare.bin", "notes.txt", "odd.iso", "none.nrg", "none.cue", "folder.iso/file"}) {
-    folder.Write(name, "no image at all");
-  }
-  const std::tuple<std::string, std::string, const char*, std::string> kCases[] = {
-      {"missing.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "no such file"},
-      {"u/é.cue", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "zsimage: u/é.cue: no such file"},
-      {"folder.iso", "ZSE_CANNOTOPENIMAGE", "0x809F001A", "this is a folder"},
-      {"lost.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names GONE.BIN; no such file beside it"},
-      {"far.cue", "ZSE_FILENOTFOUND", "0x809F000F", "the sheet names SUB/X.BIN; no such file, in any case"},
-      {"odd.cue", "ZSE_FAILED", "0x809F0001", "bare.bin is not a whole number of sectors: 15 bytes are over after"},
-      {"none.cue", "ZSE_FAILED", "0x809F0001", "no FILE line has a name in double quotes"},
-      {"sound.cue", "ZSE_FAILED", "0x809F0001", "is a sound file (fLaC) and not raw samples"},
-      {"bare.bin", "ZSE_BADIMAGE", "0x809F001B", "give the .cue, .ccd or .mds file"},
-      {"notes.txt", "ZSE_BADIMAGE", "0x809F001B", "files with this extension are not read"},
-      {"odd.iso", "ZSE_BADIMAGE", "0x809F001B", "15 bytes are over after whole sectors of 2048 bytes"},
-      {"none.nrg", "ZSE_BADIMAGE", "0x809F001B", "damaged"},
-      {"many.ccd", "ZSE_OUTOFRESOURCES", "0x809F0014", "more than 99 sessions"},
-      {"mode0.mds", "ZSE_OUTOFRESOURCES", "0x809F0014", "a mode that is neither 1 nor 2"},
-  };
-  for (const auto& [name, code, number, words] : kCases) {
-    const ToolResult result = RunTool(folder, "info --json " + name);
-    EXPECT_EQ(1, result.status) << name;
-    const json failure = json::parse(result.out);
-    EXPECT_EQ(json({{"image", name}, {"result", code}, {"code", number}, {"words", failure["words"]}}), failure);
-    for (const std::string& part : {name, code, words, failure["words"].get<std::string>()}) {
-      EXPECT_PRED2(Contains, result.err, part);
-    }
-    EXPECT_EQ(1, std::count(result.err.begin(), result.err.end(), '\n')) << result.err;
-  }
-  EXPECT_EQ("", RunTool(folder, "info missing.iso").out);
 }
 
 TEST_F(InfoTool, OneFailureDoesNotStopTheRest) {

@@ -1,8 +1,6 @@
 #include <regex>
-#include <set>
 
 #include "builders/nrg_builder.h"
-#include "support/long_text.h"
 #include "tools/tool_run.h"
 
 namespace {
@@ -32,9 +30,10 @@ protected:
   }
 
   std::string Render(const std::string& page) const {
-    return RunShell("cd '" + folder.Path("") + "' && chromium --headless --no-sandbox --disable-gpu --disable-quic " +
-                    "--no-first-run --disable-background-networking --disable-component-update --disable-sync " +
-                    "--user-data-dir=profile --dump-dom \"file://$PWD/" + page + "\"")
+    return RunShellIn(folder, "chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                              "--disable-background-networking --disable-component-update --disable-sync "
+                              "--user-data-dir=profile --dump-dom \"file://$PWD/" +
+                                  page + "\"")
         .out;
   }
 

@@ -8,11 +8,6 @@
 
 namespace {
 
-/// The tool replaces the shell, so that a signal that ends it is seen.
-std::string CommandIn(const TemporaryFolder& folder, const std::string& arguments) {
-  return "cd '" + folder.Path("") + "' && exec " + kTool + arguments;
-}
-
 int ExitStatus(int status) { return WIFEXITED(status) ? WEXITSTATUS(status) : -1; }
 
 } // namespace
@@ -24,13 +19,18 @@ ToolResult RunShell(const std::string& command) {
   return {status, folder.Read("out"), folder.Read("err")};
 }
 
+ToolResult RunShellIn(const TemporaryFolder& folder, const std::string& command) {
+  return RunShell("cd '" + folder.Path("") + "' && " + command);
+}
+
+// The tool replaces the shell, so that a signal that ends it is seen.
 ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments) {
-  return RunShell(CommandIn(folder, arguments));
+  return RunShellIn(folder, "exec " + kTool + arguments);
 }
 
 ToolResult InterruptTool(const TemporaryFolder& folder, const std::string& arguments, const std::string& marker,
                          unsigned columns) {
-  const std::string command = CommandIn(folder, arguments);
+  const std::string command = "cd '" + folder.Path("") + "' && exec " + kTool + arguments;
   int terminal = -1;
   winsize size{24, static_cast<unsigned short>(columns), 0, 0};
   const pid_t process = forkpty(&terminal, nullptr, nullptr, &size);

@@ -2,13 +2,8 @@
 /// The command-line tool, run as a user runs it.
 #pragma once
 
-#include <gtest/gtest.h>
+#include "support/test.h"
 
-#include <string>
-
-#include "support/temporary_folder.h"
-
-/// Exit status and output of a run.
 struct ToolResult {
   int status; ///< -1 if a signal ended it, 127 if the program is not installed.
   std::string out;
@@ -18,8 +13,8 @@ struct ToolResult {
 /// `zsimage` as a word of the shell.
 inline const std::string kTool = ZSIMAGE_EMULATOR " '" ZSIMAGE_PATH "' ";
 
-/// Runs a shell command and waits for it.
 ToolResult RunShell(const std::string& command);
+ToolResult RunShellIn(const TemporaryFolder& folder, const std::string& command);
 
 /// Runs `zsimage` in a folder, with arguments as the shell reads them.
 ToolResult RunTool(const TemporaryFolder& folder, const std::string& arguments);

@@ -1,8 +1,5 @@
-#include <filesystem>
-#include <regex>
-#include <tuple>
-
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "builders/mds_builder.h"
 #include "builders/nrg_builder.h"
@@ -68,27 +65,6 @@ TEST_F(TransferTool, BlocksFollowTheModeOfTheTrack) {
   }
 }
 
-TEST_F(TransferTool, TracksOfEverySessionAreExtracted) {
-  const DiscPlan sessions{{{{ZSMODE_AUDIO, 30}, {ZSMODE_AUDIO, 20, 5}}, {{ZSMODE_1, 25}, {ZSMODE_1, 20, 4}}}};
-  const DiscPlan mixed{{{{ZSMODE_1, 20, 0, 2048}, {ZSMODE_AUDIO, 15, 6}, {ZSMODE_AUDIO, 8}}}};
-  folder.Write("disc.nrg", NrgImage(sessions));
-  folder.Write("disc.mds", MdsOf(sessions).Build());
-  folder.Write("disc.mdf", DiscSectors(sessions));
-  folder.Write("mixed.nrg", NrgImage(mixed));
-  Run("convert disc.nrg disc.zsi --with-data");
-  ExpectShown("convert disc.nrg first.cue", "the other 1 of the image");
-  for (const std::string image : {"mixed.nrg", "disc.nrg", "disc.zsi"}) {
-    const DiscPlan& disc = image == "mixed.nrg" ? mixed : sessions;
-    for (const PlacedTrack& track : PlaceTracks(disc)) {
-      const std::string session = track.session == 0 ? " --session 1" : " --session 2";
-      const std::string number = " --track " + std::to_string(track.number - (track.session == 0 ? 0 : 2));
-      EXPECT_TRUE(ProperSectors(disc, track.number - 1) == Extract(image + session + number))
-          << image << session << number;
-    }
-  }
-  EXPECT_TRUE(ProperSectors(sessions, 2) == Extract("disc.mds --session 2 --track 1"));
-}
-
 TEST_F(TransferTool, FailuresNameCodeAndCause) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_symlink("no/x", folder.Path("link"));
@@ -108,7 +84,36 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
   std::string volume(49151, '\0');
   folder.Write("odd.iso", volume.replace(16 * 2048, 6, "\1CD001"));
   folder.Write("none.ccd", "[Disc]\nSessions=0\n");
+  folder.Write("many.ccd", "[Disc]\nSessions=100\n");
+  for (const auto& [name, file] : {std::pair("lost.cue", "Gone.bin\" BINARY"),
+                                   {"far.cue", "sub/x.bin\" BINARY"},
+                                   {"odd.cue", "bare.bin\" BINARY"},
+                                   {"sound.cue", "sound.flac\" WAVE"}}) {
+    folder.Write(name, std::string("FILE \"") + file + "\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+  }
+  folder.Write("sound.flac", "fLaC, and so on");
+  MdsBuilder mode0 = MdsOfDvd(1);
+  mode0.blocks[0].mode = 0;
+  folder.Write("mode0.mds", mode0.Build());
+  folder.Write("mode0.mdf", "");
+  for (const char* name : {"bare.bin", "notes.txt", "short.iso", "none.nrg", "none.cue", "folder.iso/file"}) {
+    folder.Write(name, "no image at all");
+  }
   const std::tuple<std::string, const char*, const char*> kCases[] = {
+      {"info missing.iso", "ZSE_CANNOTOPENIMAGE", "no such file"},
+      {"info u/é.cue", "ZSE_CANNOTOPENIMAGE", "zsimage: u/é.cue: no such file"},
+      {"info folder.iso", "ZSE_CANNOTOPENIMAGE", "this is a folder"},
+      {"info lost.cue", "ZSE_FILENOTFOUND", "the sheet names GONE.BIN; no such file beside it"},
+      {"info far.cue", "ZSE_FILENOTFOUND", "the sheet names SUB/X.BIN; no such file, in any case"},
+      {"info odd.cue", "ZSE_FAILED", "bare.bin is not a whole number of sectors: 15 bytes are over after"},
+      {"info none.cue", "ZSE_FAILED", "no FILE line has a name in double quotes"},
+      {"info sound.cue", "ZSE_FAILED", "is a sound file (fLaC) and not raw samples"},
+      {"info bare.bin", "ZSE_BADIMAGE", "give the .cue, .ccd or .mds file"},
+      {"info notes.txt", "ZSE_BADIMAGE", "files with this extension are not read"},
+      {"info short.iso", "ZSE_BADIMAGE", "15 bytes are over after whole sectors of 2048 bytes"},
+      {"info none.nrg", "ZSE_BADIMAGE", "damaged"},
+      {"info many.ccd", "ZSE_OUTOFRESOURCES", "more than 99 sessions"},
+      {"info mode0.mds", "ZSE_OUTOFRESOURCES", "a mode that is neither 1 nor 2"},
       {"convert disc.cue " + std::string(256, 'n') + ".cue", "ERROR_FILENAME_EXCED_RANGE", "zsimage: nnn"},
       {"extract disc.cue --track 3 -o x", "E_INVALIDARG", "no track 3 in session 1"},
       {"extract disc.cue --session 2 --track 1 -o x", "E_INVALIDARG", "no session 2"},
@@ -156,13 +161,23 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"cdtext encode silent.iso -o x", "ZSE_FAILED", "no text to encode"},
       {"cdtext decode - --tracks 1 < /", "ERROR_IO_DEVICE", "standard input: it cannot be read"},
   };
-  const auto names = [&] { return RunShell("cd '" + folder.Path("") + "' && find .").out; };
+  const auto names = [&] { return RunShellIn(folder, "find .").out; };
   const std::string before = names();
   for (const auto& [arguments, code, words] : kCases) {
     const ToolResult result = RunTool(folder, arguments);
     EXPECT_EQ(1, result.status) << arguments;
+    EXPECT_EQ("", result.out) << arguments;
     EXPECT_PRED2(Contains, result.err, code) << arguments;
     EXPECT_PRED2(Contains, result.err, words) << arguments;
+    if (arguments.starts_with("info ") && arguments.find('>') == std::string::npos) {
+      const std::string image = arguments.substr(5);
+      EXPECT_PRED2(Contains, result.err, image);
+      EXPECT_EQ(1, std::count(result.err.begin(), result.err.end(), '\n')) << result.err;
+      json failure = json::parse(RunTool(folder, "info --json " + image).out);
+      EXPECT_PRED2(Contains, result.err, failure["words"].get<std::string>());
+      failure.erase("code");
+      EXPECT_EQ(json({{"image", image}, {"result", code}, {"words", failure["words"]}}), failure);
+    }
   }
   EXPECT_EQ(before, names()) << "a failure leaves no file";
   EXPECT_TRUE(whole == folder.Read("disc.bin"));
@@ -178,9 +193,8 @@ TEST_F(TransferTool, LinksAndPipesAreWrittenThrough) {
   EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("link")));
   EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout | cat"));
   EXPECT_TRUE(first == Run("extract disc.cue --track 1 -o /dev/stdout"));
-  const std::string pipe = folder.Path("pipe");
-  EXPECT_TRUE(first == RunShell("mkfifo '" + pipe + "' && (timeout 20 cat '" + pipe + "' & " + kTool + "extract '" +
-                                folder.Path("disc.cue") + "' --track 1 -o '" + pipe + "' >&2; wait)")
+  EXPECT_TRUE(first == RunShellIn(folder, "mkfifo pipe && (timeout 20 cat pipe & " + kTool +
+                                              "extract disc.cue --track 1 -o pipe >&2; wait)")
                            .out);
   // Whole tracks are kept if another fails, and one session can be extracted alone.
   folder.Write("short.mds", MdsOf(audio).Build());
@@ -190,7 +204,7 @@ TEST_F(TransferTool, LinksAndPipesAreWrittenThrough) {
   folder.Write("disc.nrg", NrgImage({{{{ZSMODE_AUDIO, 30}}, {{ZSMODE_1, 25}}}}));
   Run("extract disc.nrg --session 2 --all all");
   EXPECT_EQ("./session-1-track-01.bin\n./session-2-track-01.bin\n",
-            RunShell("cd '" + folder.Path("all") + "' && find . -type f | sort").out);
+            RunShellIn(folder, "cd all && find . -type f | sort").out);
 }
 
 TEST_F(TransferTool, ProgressFitsTheTerminal) {
@@ -238,7 +252,7 @@ TEST_F(TransferTool, CopiesOfSheetsHaveTheirTracks) {
     for (const std::string copy : {"copy.zsi", "copy.cue"}) {
       Run("convert -f --with-data " + name + ".cue " + copy);
       Run("extract -f --all copy " + copy);
-      EXPECT_EQ("", RunShell("cd '" + folder.Path("") + "' && diff -r source copy").out) << name << copy;
+      EXPECT_EQ("", RunShellIn(folder, "diff -r source copy").out) << name << copy;
       EXPECT_PRED2(Contains, RunTool(folder, "check " + copy).out, "good") << copy;
     }
   }
@@ -334,8 +348,7 @@ TEST_F(TransferTool, RegistryFailuresNameTheCause) {
   folder.Write("file", "");
   for (const auto& [path, words] : {std::pair("/proc/none/registry", "/proc/none cannot be created: no such file"),
                                     std::pair("file/registry", "no such folder"), std::pair(".", "this is a folder")}) {
-    const ToolResult result =
-        RunShell("cd '" + folder.Path("") + "' && IMAGEFILE_REGISTRY=" + path + " " + kTool + "register");
+    const ToolResult result = RunShellIn(folder, std::string("IMAGEFILE_REGISTRY=") + path + " " + kTool + "register");
     EXPECT_EQ(1, result.status);
     EXPECT_PRED2(Contains, result.err, words);
   }

@@ -12,6 +12,7 @@
 #include "files/paths.h"
 #include "image/disc_words.h"
 #include "image/explain.h"
+#include "image/raw_sector.h"
 #include "image/sector_run.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
@@ -168,8 +169,7 @@ private:
 
   void CheckDataFile() {
     const std::string type = SoundFileType(m_dataFile);
-    const std::string advice = JoinAdvice(m_image.Path(), !type.empty());
-    if (!advice.empty()) {
+    if (const std::string advice = JoinAdvice(m_image.Path(), m_dataFile); !advice.empty()) {
       m_report.findings.AddFault("files", "{}", advice);
     }
     if (!type.empty() && m_info.dwSeekBegin64 == 0) {
@@ -251,11 +251,8 @@ private:
     if (m_info.nSessions == 0) {
       return;
     }
-    if (m_info.ZSImageFormat == ZSIMAGEFORMAT_CUE) {
-      const std::string& path = m_image.Path();
-      for (const MisreadLine& line : FindMisreadLines(ReadBytes(path, 0, kLargestSheetOfFiles))) {
-        m_report.findings.AddRemark("misread", "{}", MisreadWords(path, line));
-      }
+    for (const std::string& words : DescribeMisreadTexts(m_image.Path())) {
+      m_report.findings.AddRemark("misread", "{}", words);
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
     const std::string companion = SpelledOnDisk(WithExtension(m_image.Path(), ".CDT"));

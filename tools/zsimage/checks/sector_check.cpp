@@ -18,10 +18,6 @@ bool HasSync(const BYTE* sector) { return std::equal(kSync.begin(), kSync.end(),
 
 } // namespace
 
-std::uint32_t LittleEndian32(const BYTE* bytes) noexcept {
-  return bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 24;
-}
-
 SectorCheck::SectorCheck(ZSMODETYPE mode, UINT blockSize)
     : m_layout(LayoutOf(mode, blockSize)), m_size(std::min<UINT>(blockSize, ZSFILEBLOCKSIZE_2352)) {}
 

@@ -5,9 +5,6 @@
 #include "checks/findings.h"
 #include "disc/records.h"
 
-/// Returns the little-endian number of 32 bits at `bytes`.
-std::uint32_t LittleEndian32(const BYTE* bytes) noexcept;
-
 /// Check of the sectors of one track. Counts the sectors with each kind of fault, and reports the counts.
 class SectorCheck {
 public:

@@ -92,13 +92,8 @@ void Command::AddSection(const std::string& heading, std::vector<Entry> entries)
   m_sections.push_back({heading, std::move(entries)});
 }
 
-void Command::AddImage(std::string* path) {
-  add_option("IMAGE", *path, "Image: .iso, .cue, .nrg, .ccd, .mds or .zsi")->required();
-  m_image = path;
-}
-
-void Command::AddSheet(std::string* path) {
-  add_option("SHEET", *path, "CUE sheet of any number of files: raw sectors, WAVE, AIFF, FLAC")->required();
+void Command::AddImage(std::string* path, const std::string& name, const std::string& words) {
+  add_option(name, *path, words)->required();
   m_image = path;
 }
 

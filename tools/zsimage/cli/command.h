@@ -30,10 +30,9 @@ public:
   void AddSection(const std::string& heading, std::vector<Entry> entries);
   void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
 
-  /// Adds the argument IMAGE. Failures are reported as those of the image.
-  void AddImage(std::string* path);
-  /// Adds the argument SHEET instead of IMAGE.
-  void AddSheet(std::string* path);
+  /// Adds the argument of the file that is read. Failures are reported as those of this file.
+  void AddImage(std::string* path, const std::string& name = "IMAGE",
+                const std::string& words = "Image: .iso, .cue, .nrg, .ccd, .mds or .zsi");
   void AddImages(std::vector<std::string>* paths);
   /// Adds an option or argument that names a file or folder. An empty name is refused: in a script, it is often an
   /// unset variable.

@@ -7,7 +7,7 @@
 #include "commands/record.h"
 #include "files/output_file.h"
 #include "image/host.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
@@ -55,9 +55,7 @@ int RunEncode(const EncodeOptions& options) {
   imagefile::Image image = OpenImage(options.path);
   SessionOf(image, 1);
   const std::string packs = EncodeText(Host(), image.Record().pZSCueSheet[0], options.subChannel);
-  if (packs.empty()) {
-    throw Failure(options.path, "the first session has no text to encode", ZSE_FAILED);
-  }
+  FailIf(packs.empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
   image.RefuseOwnFile(options.output);
   WriteContent(options.output, packs, options.force);
   if (!IsStandardOutput(options.output)) {

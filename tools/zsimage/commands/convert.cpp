@@ -9,7 +9,7 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/host.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
@@ -85,31 +85,17 @@ void RequireFittingData(const ConvertOptions& options, const imagefile::Image& i
   if (!options.withData && options.dataFile.empty()) {
     return;
   }
-  if (!obstacle.empty()) {
-    throw Failure(options.path, obstacle, ZSE_FAILED);
-  }
+  FailIf(!obstacle.empty(), options.path, ZSE_FAILED, "{}", obstacle);
   const UINT blockSize = options.withData ? plan.blockSize : plan.storedSize;
-  if (!IsSheet(options.output) && blockSize != ZSFILEBLOCKSIZE_2352) {
-    throw Failure(
-        options.output,
-        fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue "
-                    "file",
-                    blockSize),
-        ZSE_FAILED);
-  }
+  FailIf(!IsSheet(options.output) && blockSize != ZSFILEBLOCKSIZE_2352, options.output, ZSE_FAILED,
+         "readers of TOC files read every sector as 2352 bytes, and this image has {}; write a .cue file", blockSize);
   if (options.withData) {
     return;
   }
   const std::optional<UHYPER> size = FileSize(options.dataFile);
-  if (!size) {
-    throw Failure(options.dataFile, "no such file", ZSE_FILENOTFOUND);
-  }
-  if (*size != plan.StoredBytes()) {
-    throw Failure(options.dataFile,
-                  fmt::format("it has {} bytes, and the description needs {}; {}", *size, plan.StoredBytes(),
-                              ExplainSize(image, sessions, plan, options.dataFile)),
-                  ZSE_FAILED);
-  }
+  FailIf(!size, options.dataFile, ZSE_FILENOTFOUND, "no such file");
+  FailIf(*size != plan.StoredBytes(), options.dataFile, ZSE_FAILED, "it has {} bytes, and the description needs {}; {}",
+         *size, plan.StoredBytes(), ExplainSize(image, sessions, plan, options.dataFile));
 }
 
 void AnnounceDataFile(const ConvertOptions& options, const imagefile::Image& image, unsigned sessions,
@@ -134,29 +120,6 @@ void AnnounceDataFile(const ConvertOptions& options, const imagefile::Image& ima
   }
 }
 
-/// Writes all files of the new image. The description is published last, so that it never exists without the others.
-void WriteFiles(const imagefile::Image& image, const ConvertOptions& options, const DataFilePlan& plan,
-                const Description& description, const std::string& companionText) {
-  std::vector<std::unique_ptr<OutputFile>> files;
-  const auto create = [&](const std::string& path, UHYPER size) {
-    image.RefuseOwnFile(path);
-    return files.emplace_back(std::make_unique<OutputFile>(path, size, options.force)).get();
-  };
-  const std::string companion = companionText.empty() ? "" : CompanionOf(options.output);
-  const auto stale =
-      IsSheet(options.output) ? FindStaleTexts(options.output, companion, options.force) : std::vector<std::string>();
-  std::for_each(stale.begin(), stale.end(), [&](const std::string& path) { image.RefuseOwnFile(path); });
-  OutputFile* data = options.withData ? create(Beside(options.output, description.dataFile), plan.Bytes()) : nullptr;
-  if (!companion.empty()) {
-    create(companion, companionText.size())->Write(companionText);
-  }
-  create(options.output, description.content.size())->Write(description.content);
-  if (data != nullptr) {
-    WriteDataFile(image, plan, data);
-  }
-  PublishAll(files, stale);
-}
-
 int RunConvert(const ConvertOptions& options) {
   const bool isSheet = IsSheet(options.output);
   const imagefile::Image image = OpenImage(options.path);
@@ -174,9 +137,15 @@ int RunConvert(const ConvertOptions& options) {
   MarkSilence(&copy, sessions);
   const std::vector<std::string> losses = FindLosses(copy, isSheet, sessions, options.withData);
   PrepareRecord(&copy.Record(), sessions, !packs.empty(), options.withData, plan);
-  const Description description = RenderDescription(&copy, options.output, sessions, packs);
+  const auto writeData = [&](OutputFile* file) { WriteDataFile(image, plan, file); };
+  const NewImage files{.path = options.output,
+                       .packs = isSheet ? packs : "",
+                       .description = RenderDescription(&copy.Record(), options.output, sessions, packs),
+                       .dataBytes = plan.Bytes(),
+                       .writeData = options.withData ? std::function<void(OutputFile*)>(writeData) : nullptr,
+                       .refuseOwn = [&](const std::string& path) { image.RefuseOwnFile(path); }};
   try {
-    WriteFiles(image, options, plan, description, isSheet ? packs : "");
+    WriteImage(files, options.force, [] {});
   } catch (const imagefile::Error& failure) {
     if (failure.Code() == kCancelled || failure.Code() == kFileExists) {
       throw;
@@ -189,7 +158,7 @@ int RunConvert(const ConvertOptions& options) {
   if (isSheet && !packs.empty()) {
     Print(fmt::format("{}: CD-Text, {} bytes\n", TerminalText(CompanionOf(options.output)), packs.size()));
   }
-  AnnounceDataFile(options, image, sessions, plan, Beside(options.output, description.dataFile));
+  AnnounceDataFile(options, image, sessions, plan, Beside(options.output, files.description.dataFile));
   return 0;
 }
 

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "image/disc_words.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 
 namespace {
 
@@ -107,12 +107,8 @@ UHYPER DataFilePlan::Sectors() const noexcept {
 
 DataFilePlan PlanDataFile(const imagefile::Image& image, unsigned sessions) {
   const std::string conflict = FindSizeConflict(image, sessions);
-  if (!conflict.empty()) {
-    throw Failure(image.Path(),
-                  fmt::format("no description can name one data file for this image: {}{}", conflict,
-                              conflict == kNoTracks ? "" : "; 'zsimage extract --all' saves its tracks one by one"),
-                  ZSE_FAILED);
-  }
+  FailIf(!conflict.empty(), image.Path(), ZSE_FAILED, "no description can name one data file for this image: {}{}",
+         conflict, conflict == kNoTracks ? "" : "; 'zsimage extract --all' saves its tracks one by one");
   DataFilePlan plan;
   plan.storedSize = image.Sessions()[0].Tracks()[0].BlockBytes();
   plan.blockSize = std::min<UINT>(plan.storedSize, ZSFILEBLOCKSIZE_2352);

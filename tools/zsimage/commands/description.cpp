@@ -12,7 +12,7 @@
 #include "files/paths.h"
 #include "files/scratch_folder.h"
 #include "image/host.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
 
@@ -20,13 +20,14 @@ namespace {
 
 constexpr UHYPER kLargestDescription = 256U << 20;
 
-/// Writes the description to a path. E_FAIL is ignored: the caller checks the content of the file instead.
-void Write(imagefile::Image* image, const std::string& path, const std::string& packs) {
+/// Writes a copy of the description that `path` will have. E_FAIL is ignored: the caller checks the content of the file
+/// instead.
+void Write(zsimagefileinfo* info, const std::string& copy, const std::string& path, const std::string& packs) {
   std::string bytes = packs; // The component reads them through a pointer that is not const.
   auto* text = bytes.empty() ? nullptr : reinterpret_cast<zsmmccdtext*>(bytes.data());
-  const HRESULT result = imagefile::Interfaces().Images().CreateTOCFile(Wide(path).get(), &image->Record(), nullptr, 0,
-                                                                        text, static_cast<UINT>(packs.size()));
-  Check(result == E_FAIL ? S_OK : result, image->Path(),
+  const HRESULT result = imagefile::Interfaces().Images().CreateTOCFile(Wide(copy).get(), info, nullptr, 0, text,
+                                                                        static_cast<UINT>(packs.size()));
+  Check(result == E_FAIL ? S_OK : result, path,
         result == S_FALSE || result == ZSE_FAILED ? "the image has no session to describe" : "");
 }
 
@@ -48,69 +49,30 @@ bool IsKept(const ZSTRACK& track, const ZSTRACK* next, const ZSTRACK& found, boo
 }
 
 /// Compares the tracks of the new description with those of the image.
-void VerifyTracks(const imagefile::Image& image, unsigned sessions, const std::string& copy, const std::string& path) {
+void VerifyTracks(const zsimagefileinfo& info, unsigned sessions, const std::string& copy, const std::string& path) {
   const imagefile::Image read = OpenImage(copy);
   for (unsigned session = 1; session <= sessions; ++session) {
-    const auto expected = Tracks(SessionOf(image, session).Record());
+    const auto expected = Tracks(*info.pZSCueSheet[session - 1]);
     const auto found = Tracks(SessionOf(read, session).Record());
     for (std::size_t i = 0; i < expected.size(); ++i) {
       const ZSTRACK* next = i + 1 < expected.size() ? &expected[i + 1] : nullptr;
-      if (i >= found.size() || !IsKept(expected[i], next, found[i], IsSheet(path))) {
-        throw Failure(path,
-                      fmt::format("track {} of session {} would be read back with another position, length, mode or "
-                                  "block size; this kind of description cannot state it",
-                                  i + 1, session),
-                      ZSE_FAILED);
-      }
+      FailIf(
+          i >= found.size() || !IsKept(expected[i], next, found[i], IsSheet(path)), path, ZSE_FAILED,
+          "track {} of session {} would be read back with another position, length, mode or block size; this kind of "
+          "description cannot state it",
+          i + 1, session);
     }
   }
 }
 
-} // namespace
-
-bool IsSheet(const std::string& path) {
-  if (FileName(path).find_first_of("\"\r\n") != std::string::npos) {
-    throw Failure(path, "a description cannot contain a name with a double quote or a line break; give another name",
-                  E_INVALIDARG);
-  }
-  if (!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI")) {
-    throw Failure(path, "descriptions are .cue or .zsi files; give a name with one of these extensions", E_INVALIDARG);
-  }
-  if (HasExtension(path, ".ZSI") &&
-      path.substr(path.find_last_of('/') + 1).find_first_of("<>\\") != std::string::npos) {
-    throw Failure(path, "a TOC file cannot contain a name with '<', '>' or a backslash; give another name",
-                  E_INVALIDARG);
-  }
-  return HasExtension(path, ".CUE");
-}
-
-std::string CompanionOf(const std::string& path) {
-  return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
-}
-
-Description RenderDescription(imagefile::Image* image, const std::string& path, unsigned sessions,
-                              const std::string& packs) {
-  const bool isSheet = IsSheet(path);
-  image->Record().ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
-  // The content depends on the name of the file alone, so it can be rendered in any folder.
-  const ScratchFolder scratch;
-  const std::string copy = scratch.Path(FileName(path));
-  Write(image, copy, packs);
-  Description description;
-  if (FileSize(copy)) {
-    description.content = ReadContent(copy, kLargestDescription);
-  }
-  if (!description.content.ends_with('\n')) {
-    throw Failure(copy, "the description cannot be written; set TMPDIR to a folder with free space", E_FAIL);
-  }
-  description.dataFile = FileName(isSheet ? DataFileOfSheet(copy) : Narrow(image->Record().bstrImageBinaryFile));
-  WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
-  VerifyTracks(*image, sessions, copy, path);
-  return description;
-}
-
+/// Finds existing files that a reader would use as the CD-Text of a new sheet: its name with .CDT, in upper or
+/// lower case, except the companion that the tool writes.
+/// @param own Path of the companion; empty for none. @throws Failure if there are any, without `force`.
 std::vector<std::string> FindStaleTexts(const std::string& path, const std::string& own, bool force) {
   std::vector<std::string> stale;
+  if (!IsSheet(path)) {
+    return stale;
+  }
   std::error_code ignored;
   const std::string companion = WithExtension(FileName(path), ".CDT");
   const std::string folder = SpelledOnDisk(Beside(path, ""));
@@ -120,11 +82,67 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
       continue;
     }
     stale.push_back(folder + name);
-    if (!force) {
-      throw Failure(stale.back(), "the new sheet would use the CD-Text of this file; --force removes it", kFileExists);
-    }
+    FailIf(!force, stale.back(), kFileExists, "the new sheet would use the CD-Text of this file; --force removes it");
   }
   return stale;
+}
+
+} // namespace
+
+bool IsSheet(const std::string& path) {
+  FailIf(FileName(path).find_first_of("\"\r\n") != std::string::npos, path, E_INVALIDARG,
+         "a description cannot contain a name with a double quote or a line break; give another name");
+  FailIf(!HasExtension(path, ".CUE") && !HasExtension(path, ".ZSI"), path, E_INVALIDARG,
+         "descriptions are .cue or .zsi files; give a name with one of these extensions");
+  FailIf(HasExtension(path, ".ZSI") &&
+             path.substr(path.find_last_of('/') + 1).find_first_of("<>\\") != std::string::npos,
+         path, E_INVALIDARG, "a TOC file cannot contain a name with '<', '>' or a backslash; give another name");
+  return HasExtension(path, ".CUE");
+}
+
+std::string CompanionOf(const std::string& path) {
+  return Beside(path, WithExtension(platform::Upper(FileName(path)), ".CDT"));
+}
+
+Description RenderDescription(zsimagefileinfo* info, const std::string& path, unsigned sessions,
+                              const std::string& packs) {
+  const bool isSheet = IsSheet(path);
+  info->ZSImageFormat = isSheet ? ZSIMAGEFORMAT_CUE : ZSIMAGEFORMAT_ZSI;
+  // The content depends on the name of the file alone, so it can be rendered in any folder.
+  const ScratchFolder scratch;
+  const std::string copy = scratch.Path(FileName(path));
+  Write(info, copy, path, packs);
+  Description description;
+  if (FileSize(copy)) {
+    description.content = ReadContent(copy, kLargestDescription);
+  }
+  FailIf(!description.content.ends_with('\n'), copy, E_FAIL,
+         "the description cannot be written; set TMPDIR to a folder with free space");
+  description.dataFile = FileName(isSheet ? DataFileOfSheet(copy) : Narrow(info->bstrImageBinaryFile));
+  WriteContent(scratch.Path(description.dataFile), "", true); // An image opens if its data file exists.
+  VerifyTracks(*info, sessions, copy, path);
+  return description;
+}
+
+void WriteImage(const NewImage& image, bool force, const std::function<void()>& verify) {
+  std::vector<std::unique_ptr<OutputFile>> files;
+  const auto create = [&](const std::string& path, UHYPER size) {
+    image.refuseOwn(path);
+    return files.emplace_back(std::make_unique<OutputFile>(path, size, force)).get();
+  };
+  const std::string companion = image.packs.empty() ? "" : CompanionOf(image.path);
+  const auto stale = FindStaleTexts(image.path, companion, force);
+  std::for_each(stale.begin(), stale.end(), image.refuseOwn);
+  OutputFile* data =
+      image.writeData ? create(Beside(image.path, image.description.dataFile), image.dataBytes) : nullptr;
+  if (!companion.empty()) {
+    create(companion, image.packs.size())->Write(image.packs);
+  }
+  create(image.path, image.description.content.size())->Write(image.description.content);
+  if (data != nullptr) {
+    image.writeData(data);
+  }
+  PublishAll(files, stale, verify);
 }
 
 void MarkSilence(imagefile::Image* image, unsigned sessions) {

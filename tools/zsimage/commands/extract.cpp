@@ -11,7 +11,7 @@
 #include "image/disc_words.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 
 namespace {
@@ -23,7 +23,7 @@ struct ExtractOptions {
   UINT blockSize = 0;   ///< Bytes of each sector; 0 for all.
   std::string output;
   std::string folder; ///< For all tracks; empty for one track.
-  std::string format; ///< A name of kTrackFormats; empty to choose by the extension of the output.
+  std::string format; ///< An extension of kTrackFormats; empty to choose by the extension of the output.
   bool swap = false;
   bool partial = false;
   bool force = false;
@@ -34,82 +34,55 @@ struct Job {
   unsigned number;
   const imagefile::Track& track;
   std::string target;
-  TrackFormat format;
+  const TrackFormat& format;
   SoundTags tags;
 };
 
 std::vector<Job> ListJobs(const imagefile::Image& image, const ExtractOptions& options) {
   const bool all = !options.folder.empty();
-  const TrackFormat format = TrackFormatOf(options.format.empty() ? options.output : options.format);
+  const TrackFormat& format = TrackFormatOf(options.format.empty() ? options.output : options.format);
   const unsigned first = std::max(options.session, 1U);
   const unsigned last = all && options.session == 0 ? static_cast<unsigned>(image.Sessions().size()) : first;
   std::vector<Job> jobs;
   for (unsigned session = first; session <= last; ++session) {
-    const std::vector<SoundTags> tags = TagsOf(SessionOf(image, session).Record());
+    const std::vector<TrackFile> files = NameTrackFiles(image, session, format);
     unsigned number = 0;
-    for (const imagefile::Track& track : image.Sessions()[session - 1].Tracks()) {
-      const SoundTags& own = tags[number++];
+    for (const imagefile::Track& track : SessionOf(image, session).Tracks()) {
+      const TrackFile& file = files[number++];
       if (all || number == options.track) {
-        const std::string name = IsSound(format) ? SoundFileName(image, session, own, format)
-                                                 : fmt::format("session-{}-track-{:02}.{}", session, number,
-                                                               kTrackFormats[static_cast<std::size_t>(format)]);
-        jobs.push_back({session, number, track, all ? options.folder + "/" + name : options.output, format, own});
+        const std::string target = all ? options.folder + "/" + file.name : options.output;
+        jobs.push_back({session, number, track, target, format, file.tags});
       }
     }
-    if (!all && jobs.empty()) {
-      throw Failure(image.Path(),
-                    fmt::format("no track {} in session {}, which has {}; 'zsimage info' lists them", options.track,
-                                session, number),
-                    E_INVALIDARG);
-    }
+    FailIf(!all && jobs.empty(), image.Path(), E_INVALIDARG,
+           "no track {} in session {}, which has {}; 'zsimage info' lists them", options.track, session, number);
   }
   return jobs;
 }
 
-/// @throws Failure if a data track should become a sound file, or an audio track an ISO image.
-void RequireFittingFormat(const imagefile::Image& image, const Job& job) {
-  const bool isAudio = job.track.Mode() == imagefile::Mode::Audio;
-  if (IsSound(job.format) && !isAudio) {
-    Fail(image.Path(), E_INVALIDARG, "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso",
-         job.number, ModeWords(job.track.Record().Mode));
-  }
-  if (job.format == TrackFormat::UserData && isAudio) {
-    Fail(image.Path(), E_INVALIDARG,
-         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.number);
-  }
-}
-
-/// Returns the bytes to save of each sector: what the format needs, or the requested size. 0 for whole sectors.
-UINT BlockSizeOf(const Job& job, UINT asked) {
-  return IsSound(job.format)                                 ? UINT{ZSFILEBLOCKSIZE_2352}
-         : job.format == TrackFormat::UserData && asked == 0 ? UINT{ZSFILEBLOCKSIZE_2048}
-                                                             : asked;
-}
-
-/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes.
+/// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes,
+/// or the format is not for the mode of the track.
 SectorRun RunOfTrack(const imagefile::Image& image, const Job& job, UINT blockSize) {
   const imagefile::Track& track = job.track;
+  const bool isAudio = track.Mode() == imagefile::Mode::Audio;
   const UINT stored = track.BlockBytes();
   if (stored == 0) {
     throw Failure(image.Path(), SizelessWords(image), ZSE_FAILED);
   }
-  RequireFittingFormat(image, job);
+  FailIf(job.format.isSound && !isAudio, image.Path(), E_INVALIDARG,
+         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.number,
+         ModeWords(track.Record().Mode));
+  FailIf(job.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.number);
   const UINT whole = std::min<UINT>(stored, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
-  if (track.Mode() == imagefile::Mode::Audio && blockSize != 0 && blockSize != stored && blockSize != whole) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out "
-                              "--block-size",
-                              job.number, whole),
-                  E_INVALIDARG);
-  }
+  FailIf(isAudio && blockSize != 0 && blockSize != stored && blockSize != whole, image.Path(), E_INVALIDARG,
+         "track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out --block-size", job.number,
+         whole);
   SectorRun run{track.OffsetBytes(), track.SectorsInFile(), stored, 0, blockSize == 0 ? stored : blockSize};
   run.dataOffset = imagefile::OffsetInSector(image.Record(), track.Record(), run.dataSize);
-  if (run.dataSize > stored || run.dataOffset > stored - run.dataSize) {
-    throw Failure(image.Path(),
-                  fmt::format("track {} has sectors of {} bytes, which have no block of {} bytes after their first {}",
-                              job.number, stored, run.dataSize, run.dataOffset),
-                  E_INVALIDARG);
-  }
+  FailIf(run.dataSize > stored || run.dataOffset > stored - run.dataSize, image.Path(), E_INVALIDARG,
+         "track {} has sectors of {} bytes, which have no block of {} bytes after their first {}", job.number, stored,
+         run.dataSize, run.dataOffset);
   return run;
 }
 
@@ -130,37 +103,29 @@ void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorR
 
 /// Writes the sectors of a run, or a sound file of them. @param swap Whether to swap the two bytes of each sample.
 void WriteRun(const imagefile::Image& image, const Job& job, const SectorRun& run, bool swap, OutputFile* file) {
-  std::optional<SoundWriter> sound;
-  if (IsSound(job.format)) {
-    const auto kind = static_cast<int>(job.format) - static_cast<int>(TrackFormat::Wave);
-    sound.emplace(file, job.target, static_cast<SoundFormat>(kind), job.tags);
-  }
   ProgressBar progress(fmt::format("track {}", job.number), run.Bytes());
   std::vector<BYTE> swapped;
-  ReadRun(image, run, &progress, [&](const BYTE* data, std::size_t size) {
-    if (swap) {
-      swapped.assign(data, data + size);
-      for (std::size_t i = 1; i < size; i += 2) {
-        std::swap(swapped[i - 1], swapped[i]);
+  const auto produce = [&](const SampleSink& sink) {
+    ReadRun(image, run, &progress, [&](const BYTE* data, std::size_t size) {
+      if (swap) {
+        swapped.assign(data, data + size);
+        SwapSamples(swapped.data(), size);
       }
-      data = swapped.data();
-    }
-    if (sound) {
-      sound->Write(data, size);
-    } else {
-      file->Write(data, size);
-    }
-  });
-  if (sound) {
-    sound->Finish();
+      sink(swap ? swapped.data() : data, size);
+    });
+  };
+  if (job.format.isSound) {
+    WriteSound(file, job.target, job.format.extension, job.tags, produce);
+  } else {
+    produce([&](const BYTE* data, std::size_t size) { file->Write(data, size); });
   }
 }
 
 void Extract(const imagefile::Image& image, const Job& job, const ExtractOptions& options) {
-  SectorRun run = RunOfTrack(image, job, BlockSizeOf(job, options.blockSize));
-  if (options.swap && run.dataSize % 2 != 0) {
-    throw Failure(job.target, "blocks of an odd size have no samples to swap; leave out --block-size", E_INVALIDARG);
-  }
+  const bool isChosen = options.blockSize != 0 && !job.format.isSound;
+  SectorRun run = RunOfTrack(image, job, isChosen ? options.blockSize : job.format.blockSize);
+  FailIf(options.swap && run.dataSize % 2 != 0, job.target, E_INVALIDARG,
+         "blocks of an odd size have no samples to swap; leave out --block-size");
   CutRun(image, job, options.partial, &run);
   { // The scope ends before anything is printed: a closed pipe would end the process and leave hidden files.
     OutputFile file(job.target, run.Bytes(), options.force);
@@ -195,9 +160,7 @@ public:
   void Create() const {
     std::error_code error;
     std::filesystem::create_directories(m_path, error);
-    if (error) {
-      throw Failure(m_path, "the folder cannot be created: " + error.message(), E_FAIL);
-    }
+    FailIf(bool{error}, m_path, E_FAIL, "the folder cannot be created: {}", error.message());
   }
 
 private:
@@ -264,8 +227,7 @@ void AddExtract(Command* tool) {
           "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
           "(default: by the extension of -o; bin with --all)")
       ->type_name("FORMAT")
-      ->check(
-          CLI::IsMember(std::vector<std::string>(std::begin(kTrackFormats), std::end(kTrackFormats))).description(""));
+      ->check(CLI::IsMember({"bin", "iso", "wav", "aiff", "flac"}).description(""));
   command.add_flag("--swap", options->swap, "Swap the two bytes of each sample, for sources in the other order");
   command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
   command.AddForce(&options->force);

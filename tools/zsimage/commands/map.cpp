@@ -4,7 +4,7 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "image/explain.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "picture/disc_picture.h"
@@ -28,10 +28,8 @@ std::string Page(const std::string& picture) {
 
 int RunMap(const MapOptions& options) {
   const bool isPage = HasExtension(options.output, ".HTML");
-  if (!isPage && !HasExtension(options.output, ".SVG") && !IsStandardOutput(options.output)) {
-    throw Failure(options.output, "pictures are .svg or .html files; give a name with one of these extensions",
-                  E_INVALIDARG);
-  }
+  FailIf(!isPage && !HasExtension(options.output, ".SVG") && !IsStandardOutput(options.output), options.output,
+         E_INVALIDARG, "pictures are .svg or .html files; give a name with one of these extensions");
   const imagefile::Image image = OpenImage(options.path);
   image.RefuseOwnFile(options.output);
   const std::string picture = DrawDisc(image, KindOfImage(image));

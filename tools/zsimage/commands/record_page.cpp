@@ -13,28 +13,8 @@
 
 namespace {
 
-/// The texts of discs and tracks, in the order of the pages.
-constexpr struct {
-  const char* heading;
-  BSTR ZSCDTEXT::*ofDisc;
-  BSTR ZSTRACK::*ofTrack;
-} kTexts[] = {
-    {"Title", &ZSCDTEXT::bstrTitle, &ZSTRACK::bstrTitle},
-    {"Performer", &ZSCDTEXT::bstrPerformer, &ZSTRACK::bstrPerformer},
-    {"Songwriter", &ZSCDTEXT::bstrSongwriter, &ZSTRACK::bstrSongwriter},
-    {"Composer", &ZSCDTEXT::bstrComposer, &ZSTRACK::bstrComposer},
-    {"Arranger", &ZSCDTEXT::bstrArranger, &ZSTRACK::bstrArranger},
-    {"Genre", &ZSCDTEXT::bstrGenre, &ZSTRACK::bstrGenre},
-    {"Message", &ZSCDTEXT::bstrMessage, &ZSTRACK::bstrMessage},
-};
-
-struct FlagWord {
-  LONG bit;
-  const char* word;
-};
-
 /// Returns the words of the bits that are set, in the order of the table.
-std::string WordsOf(LONG mask, const std::vector<FlagWord>& table, const char* separator) {
+std::string WordsOf(LONG mask, std::span<const FlagWord> table, const char* separator) {
   std::vector<std::string_view> words;
   for (const FlagWord& entry : table) {
     if ((mask & entry.bit) != 0) {
@@ -70,7 +50,7 @@ void ProduceRows(const imagefile::Image& image, const imagefile::Session& sessio
           hasLength ? std::to_string(sectors) : "-",
           Gap(track.Pregap),
           Gap(track.Postgap),
-          WordsOf(track.Flags, {{ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}}, " "),
+          WordsOf(track.Flags, kTrackFlags, " "),
           TerminalText(track.bstrISRC),
           titles.Show(track.bstrTitle),
           performers.Show(track.bstrPerformer),
@@ -85,8 +65,8 @@ std::string Line(std::string_view name, const std::string& value) {
 
 std::string DiscTexts(const ::ZSCDTEXT& text) {
   std::string lines = Line("Catalogue", TerminalText(text.bstrMCN));
-  for (const auto& entry : kTexts) {
-    lines += Line(entry.heading, TerminalText(TextOf(text, entry.ofDisc)));
+  for (const auto& entry : kTextFields) {
+    lines += Line(entry.name, TerminalText(TextOf(text, entry.ofDisc)));
   }
   return lines;
 }
@@ -104,12 +84,11 @@ std::string DataFileWords(const imagefile::Image& image) {
 
 std::string CompanionWords(LONG mask) {
   const bool isInline = (mask & ZSIMAGEMASK_SUBINLINE) != 0;
-  return WordsOf(mask,
-                 {{ZSIMAGEMASK_CDTEXT, "CD-Text"},
-                  {ZSIMAGEMASK_CDG, "CD+G"},
-                  {ZSIMAGEMASK_SUBCHANNEL, isInline ? "sub-channel in the sectors" : "sub-channel file"},
-                  {ZSIMAGEMASK_TRACKATONCE, "recorded track at once"}},
-                 ", ");
+  const FlagWord companions[] = {{ZSIMAGEMASK_CDTEXT, "CD-Text"},
+                                 {ZSIMAGEMASK_CDG, "CD+G"},
+                                 {ZSIMAGEMASK_SUBCHANNEL, isInline ? "sub-channel in the sectors" : "sub-channel file"},
+                                 {ZSIMAGEMASK_TRACKATONCE, "recorded track at once"}};
+  return WordsOf(mask, companions, ", ");
 }
 
 std::string DiscIdWords(ULONG disc, ULONG firstSession) {
@@ -119,13 +98,9 @@ std::string DiscIdWords(ULONG disc, ULONG firstSession) {
   return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
 }
 
-/// Returns lines about the content of a sheet that the record does not have.
-std::string SheetNotes(const imagefile::Image& image) {
-  if (image.Format() != imagefile::Format::Cue) {
-    return "";
-  }
-  return Line("Files", JoinAdvice(image.Path(), !SoundFileType(image.DataFile()).empty())) +
-         Line("Texts", MisreadWords(image.Path()));
+std::string MisreadWords(const std::string& path) {
+  const std::size_t count = DescribeMisreadTexts(path).size();
+  return count == 0 ? "" : Counted(count, "line") + " with a keyword in the text; 'zsimage check' tells what is lost";
 }
 
 } // namespace
@@ -135,7 +110,7 @@ void PrintRecord(const imagefile::Image& image) {
   Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(image)) +
         Line("Format", FormatWords(info.ZSImageFormat)) + Line("Data file", DataFileWords(image)) +
         Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)) +
-        SheetNotes(image));
+        Line("Files", JoinAdvice(image.Path(), image.DataFile())) + Line("Texts", MisreadWords(image.Path())));
   if (info.nSessions == 0) {
     return;
   }
@@ -153,19 +128,19 @@ void PrintTexts(const ZSCUESHEET& sheet) {
   const std::string texts = DiscTexts(sheet.ZSCDTEXT);
   Print(texts + (texts.empty() ? "" : "\n"));
   std::vector<const char*> headings;
-  for (const auto& entry : kTexts) {
-    headings.push_back(entry.heading);
+  for (const auto& entry : kTextFields) {
+    headings.push_back(entry.name);
   }
   TextTable table({">Track"}, headings);
   table.Print([&](const TextTable::RowSink& sink) {
     std::vector<TextColumn> columns;
-    for (const auto& entry : kTexts) {
+    for (const auto& entry : kTextFields) {
       columns.emplace_back(TextOf(sheet.ZSCDTEXT, entry.ofDisc));
     }
     for (const ZSTRACK& track : Tracks(sheet)) {
       TextTable::Row row{std::to_string(track.TNO)};
       for (std::size_t i = 0; i < columns.size(); ++i) {
-        row.emplace_back(columns[i].Show(TextOf(track, kTexts[i].ofTrack)));
+        row.emplace_back(columns[i].Show(TextOf(track, kTextFields[i].ofTrack)));
       }
       sink(row);
     }

@@ -6,7 +6,7 @@
 
 #include "commands/commands.h"
 #include "imagefile/server/exports.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/registry.h"
@@ -37,9 +37,7 @@ std::string ExplainUnusable(const std::string& registry, HRESULT result) {
 /// @param words Sentence to print after the change: a format of two texts, the library and the registry.
 int ChangeRegistration(HRESULT (*change)(), const char* words) {
   const std::string registry = RegistryPath();
-  if (registry.empty()) {
-    throw Failure("", "there is no folder for the registry: neither HOME nor XDG_DATA_HOME is set", E_FAIL);
-  }
+  FailIf(registry.empty(), "", E_FAIL, "there is no folder for the registry: neither HOME nor XDG_DATA_HOME is set");
   const std::string lock = registry + ".lock";
   std::error_code ignored;
   const bool hadLock = std::filesystem::exists(lock, ignored);

@@ -1,6 +1,7 @@
 #include "commands/track_files.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -10,49 +11,41 @@
 
 namespace {
 
-constexpr std::size_t kLongestTitle = 200; ///< Bytes. File systems allow 255 in a name.
-
-/// Returns a title in a form that is valid in a file name on all systems.
-std::string AsFileName(std::string title) {
+/// Returns a name in a form that is valid on all file systems.
+std::string AsFileName(std::string name) {
+  constexpr double kLongestName = 200; // Bytes. File systems allow 255, with the extension.
   const auto isForbidden = [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos; };
-  std::replace_if(title.begin(), title.end(), isForbidden, '_');
-  if (title.size() > kLongestTitle) {
-    std::size_t end = kLongestTitle;
-    while ((static_cast<BYTE>(title[end]) & 0xC0U) == 0x80) { // Inside a UTF-8 character.
-      --end;
-    }
-    title.resize(end);
-  }
-  title.erase(title.find_last_not_of(". ") + 1);
-  return title;
+  std::replace_if(name.begin(), name.end(), isForbidden, '_');
+  name = CutToFit(name, kLongestName, &std::string_view::size);
+  name.erase(name.find_last_not_of(". ") + 1);
+  return name;
 }
 
 } // namespace
 
-TrackFormat TrackFormatOf(const std::string& name) {
-  const std::string upper = platform::Upper(name.substr(name.find_last_of("./") + 1));
-  return upper == "ISO"                      ? TrackFormat::UserData
-         : upper == "WAV"                    ? TrackFormat::Wave
-         : upper == "AIFF" || upper == "AIF" ? TrackFormat::Aiff
-         : upper == "FLAC"                   ? TrackFormat::Flac
-                                             : TrackFormat::Sectors;
+const TrackFormat& TrackFormatOf(const std::string& name) {
+  const std::string extension = name.substr(name.find_last_of("./") + 1);
+  const auto* const known = std::find_if(std::begin(kTrackFormats), std::end(kTrackFormats), [&](const auto& format) {
+    return lstrcmpiA(extension == "aif" ? "aiff" : extension, format.extension) == 0;
+  });
+  return known == std::end(kTrackFormats) ? kTrackFormats[0] : *known;
 }
 
-std::vector<SoundTags> TagsOf(const ZSCUESHEET& sheet) {
+std::vector<TrackFile> NameTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format) {
+  const ZSCUESHEET& sheet = SessionOf(image, session).Record();
   const std::string performer = TerminalText(sheet.ZSCDTEXT.bstrPerformer);
   TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
   TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
-  std::vector<SoundTags> tags;
+  std::vector<TrackFile> files;
   for (const ZSTRACK& track : Tracks(sheet)) {
+    const std::string number = fmt::format("{:02}", files.size() + 1);
+    const std::string title = titles.Show(track.bstrTitle);
     const std::string artist = performers.Show(track.bstrPerformer);
-    tags.push_back({titles.Show(track.bstrTitle), artist.empty() ? performer : artist,
-                    TerminalText(sheet.ZSCDTEXT.bstrTitle), fmt::format("{:02}", tags.size() + 1)});
+    const std::string name = format.isSound ? (image.Sessions().size() > 1 ? fmt::format("{}-", session) : "") +
+                                                  AsFileName(fmt::format("{} {}", number, title))
+                                            : fmt::format("session-{}-track-{}", session, number);
+    files.push_back({name + "." + format.extension,
+                     {title, artist.empty() ? performer : artist, TerminalText(sheet.ZSCDTEXT.bstrTitle), number}});
   }
-  return tags;
-}
-
-std::string SoundFileName(const imagefile::Image& image, unsigned session, const SoundTags& tags, TrackFormat format) {
-  const std::string title = AsFileName(tags.title);
-  return fmt::format("{}{}{}{}.{}", image.Sessions().size() > 1 ? fmt::format("{}-", session) : "", tags.trackNumber,
-                     title.empty() ? "" : " ", title, kTrackFormats[static_cast<std::size_t>(format)]);
+  return files;
 }

@@ -8,18 +8,22 @@
 #include "image/open_image.h"
 #include "sound/sound_file.h"
 
-enum class TrackFormat { Sectors, UserData, Wave, Aiff, Flac };
+struct TrackFormat {
+  const char* extension;
+  bool isSound;
+  UINT blockSize; ///< Bytes that are saved of each sector; 0 for all.
+};
+inline constexpr TrackFormat kTrackFormats[] = {
+    {"bin", false, 0}, {"iso", false, 2048}, {"wav", true, 2352}, {"aiff", true, 2352}, {"flac", true, 2352}};
 
-inline constexpr const char* kTrackFormats[] = {"bin", "iso", "wav", "aiff", "flac"}; ///< By TrackFormat.
+/// Returns the format for an extension, or for that of a path; the first for any other.
+const TrackFormat& TrackFormatOf(const std::string& name);
 
-inline bool IsSound(TrackFormat format) { return format >= TrackFormat::Wave; }
+/// Name and tags of the file that a track is saved to.
+struct TrackFile {
+  std::string name; ///< "session-1-track-03.bin"; that of a sound file is "03 Title.flac".
+  SoundTags tags;
+};
 
-/// Returns the format for a name of kTrackFormats or for the extension of a path; Sectors for any other.
-TrackFormat TrackFormatOf(const std::string& name);
-
-/// Returns the tags of the sound files for a session's tracks.
-std::vector<SoundTags> TagsOf(const ZSCUESHEET& sheet);
-
-/// Returns the name of a sound file: "03 Title.flac", with the session before the number if there are several.
-/// Characters that file systems do not allow are replaced.
-std::string SoundFileName(const imagefile::Image& image, unsigned session, const SoundTags& tags, TrackFormat format);
+/// Returns the files for a session's tracks. Characters of titles that file systems do not allow are replaced.
+std::vector<TrackFile> NameTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format);

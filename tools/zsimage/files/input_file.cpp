@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "files/paths.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/files.h"
@@ -31,9 +31,7 @@ std::string ReadStandardInput(UHYPER limit) {
       ThrowTooLarge(kStandardInput, limit);
     }
   }
-  if (std::ferror(stdin) != 0) {
-    throw Failure(kStandardInput, "it cannot be read", ERROR_IO_DEVICE);
-  }
+  FailIf(std::ferror(stdin) != 0, kStandardInput, ERROR_IO_DEVICE, "it cannot be read");
   return content;
 }
 
@@ -54,9 +52,7 @@ std::string ReadContent(const std::string& path, UHYPER limit) {
     if (error == ERROR_FILE_TOO_LARGE) {
       ThrowTooLarge(path, limit);
     }
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
-      throw Failure(path, "no such file", ZSE_FILENOTFOUND);
-    }
+    FailIf(error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND, path, ZSE_FILENOTFOUND, "no such file");
     throw Failure(path, "the file cannot be opened for reading", error);
   }
   return content;

@@ -15,7 +15,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "output/failure.h"
+#include "output/fail_if.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/files.h"
@@ -97,12 +97,8 @@ Target FindTarget(const std::string& path, bool force) {
       throw WriteFailure(path, SystemError(errno));
     }
     target.path = isFile ? std::filesystem::canonical(path).string() : "";
-    if (isFile && IsReplacedByOwnerAlone(target.path, target.status)) {
-      throw Failure(path,
-                    "the file belongs to another user, in a folder where only its owner may replace it; give another "
-                    "name",
-                    ERROR_ACCESS_DENIED);
-    }
+    FailIf(isFile && IsReplacedByOwnerAlone(target.path, target.status), path, ERROR_ACCESS_DENIED,
+           "the file belongs to another user, in a folder where only its owner may replace it; give another name");
     target.exists = true;
     return target;
   }
@@ -201,12 +197,10 @@ void OutputFile::Write(const BYTE* data, std::size_t size) {
   }
 }
 
-void OutputFile::WriteAt(UHYPER offset, const BYTE* data, std::size_t size) {
-  if (m_descriptor == -1 || lseek(m_descriptor, static_cast<off_t>(offset), SEEK_SET) == -1) {
-    throw Failure(IsStandardOutput(m_path) ? kStandardOutput : m_path,
-                  "this kind of file cannot be written into a pipe; give the name of a file", E_INVALIDARG);
-  }
-  Write(data, size);
+int OutputFile::Descriptor() const {
+  FailIf(m_hidden.empty(), IsStandardOutput(m_path) ? kStandardOutput : m_path, E_INVALIDARG,
+         "this kind of file cannot be written into a pipe or a device; give the name of a file");
+  return m_descriptor;
 }
 
 void OutputFile::Publish() {
@@ -241,7 +235,8 @@ void OutputFile::Withdraw() noexcept {
   }
 }
 
-void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale) {
+void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale,
+                const std::function<void()>& verify) {
   std::size_t published = 0;
   try {
     for (; published < files.size(); ++published) {
@@ -252,6 +247,7 @@ void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std
         throw WriteFailure(path, SystemError(errno));
       }
     }
+    verify();
   } catch (...) {
     while (published > 0) {
       files[--published]->Withdraw();

@@ -2,6 +2,7 @@
 /// Files that the tool writes. A path keeps its old content until the new content is complete.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,10 +24,12 @@ public:
 
   /// @throws Failure if not everything can be written, or the user has cancelled the command.
   void Write(const BYTE* data, std::size_t size);
-  /// Writes at an offset. A header that states the size of the content is completed last. @throws Failure as Write
-  /// does, and for an output without offsets, such as a pipe.
-  void WriteAt(UHYPER offset, const BYTE* data, std::size_t size);
   void Write(std::string_view text) { Write(reinterpret_cast<const BYTE*>(text.data()), text.size()); }
+
+  /// Returns the descriptor, for a library that writes the file. @throws Failure for an output that is not a file.
+  int Descriptor() const;
+  /// @throws Failure if the user has cancelled the command.
+  void ThrowIfCancelled() const;
 
   /// Moves the content to the path, with the owner and permissions of the file that it replaces. @throws Failure as
   /// Write does; the path then has its old content.
@@ -35,8 +38,6 @@ public:
   void Withdraw() noexcept;
 
 private:
-  void ThrowIfCancelled() const;
-
   InterruptWatch m_watch; ///< A signal must not end the process while a hidden file exists.
   std::string m_path;     ///< The path of the caller.
   std::string m_target;   ///< The path with links resolved; empty for an output that is written directly.
@@ -48,9 +49,11 @@ private:
   bool m_force;
 };
 
-/// Publishes files that belong together, and removes files that would be mistaken for parts of them. @throws Failure if
-/// one of these steps fails; then none is published.
-void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale);
+/// Publishes files that belong together, removes files that would be mistaken for parts of them, and verifies the
+/// result.
+/// @throws Failure if one of these steps fails; then none is published.
+void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std::vector<std::string>& stale,
+                const std::function<void()>& verify);
 
 /// Writes a file with this content. @throws Failure.
 void WriteContent(const std::string& path, std::string_view content, bool force);

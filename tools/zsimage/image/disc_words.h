@@ -12,6 +12,30 @@ const char* KindWords(::ZSTYPEPROJECT kind);
 const char* FormatWords(zsimgformat format);
 std::string ModeWords(ZSMODETYPE mode);
 
+/// The texts of discs and tracks, in the order of the pages.
+struct TextField {
+  const char* name;
+  BSTR ZSCDTEXT::*ofDisc;
+  BSTR ZSTRACK::*ofTrack;
+};
+inline constexpr TextField kTextFields[] = {
+    {"Title", &ZSCDTEXT::bstrTitle, &ZSTRACK::bstrTitle},
+    {"Performer", &ZSCDTEXT::bstrPerformer, &ZSTRACK::bstrPerformer},
+    {"Songwriter", &ZSCDTEXT::bstrSongwriter, &ZSTRACK::bstrSongwriter},
+    {"Composer", &ZSCDTEXT::bstrComposer, &ZSTRACK::bstrComposer},
+    {"Arranger", &ZSCDTEXT::bstrArranger, &ZSTRACK::bstrArranger},
+    {"Genre", &ZSCDTEXT::bstrGenre, &ZSTRACK::bstrGenre},
+    {"Message", &ZSCDTEXT::bstrMessage, &ZSTRACK::bstrMessage},
+};
+
+/// A bit and its word.
+struct FlagWord {
+  LONG bit;
+  const char* word;
+};
+inline constexpr FlagWord kTrackFlags[] = {
+    {ZSTRACKFLAG_DCP, "DCP"}, {ZSTRACKFLAG_PRE, "PRE"}, {ZSTRACKFLAG_4CH, "4CH"}};
+
 /// Returns a text of a record. Records are packed, so the field may be misaligned.
 template <class Record> BSTR TextOf(const Record& record, BSTR Record::*field) {
   BSTR text = nullptr;

@@ -133,8 +133,7 @@ std::string Explain(const std::string& path, HRESULT result) {
 
 std::string ExplainOpenFailure(const std::string& path, HRESULT result) {
   const std::string words = Explain(path, result);
-  const bool isSheet = HasExtension(path, ".CUE");
-  const std::string advice = isSheet ? JoinAdvice(path, !SoundFileType(DataFileOfSheet(path)).empty()) : "";
+  const std::string advice = JoinAdvice(path, DataFileOfSheet(path));
   return words + (advice.empty() ? "" : "; " + advice);
 }
 

@@ -25,39 +25,23 @@ constexpr std::array<std::uint32_t, 256> kEdcTable = MakeEdcTable();
 /// Returns x times a, where a = 2 is the primitive element of GF(2^8) with x^8 + x^4 + x^3 + x^2 + 1.
 constexpr BYTE TimesA(BYTE x) { return static_cast<BYTE>(x << 1 ^ ((x & 0x80U) != 0 ? 0x1D : 0)); }
 
-/// Returns the table of x / (a + 1). Each product with a + 1 occurs once, so the products fill the whole table.
-constexpr std::array<BYTE, 256> MakeQuotients() {
-  std::array<BYTE, 256> table{};
-  for (unsigned x = 0; x < 256; ++x) {
-    table[TimesA(static_cast<BYTE>(x)) ^ x] = static_cast<BYTE>(x);
-  }
-  return table;
-}
-constexpr std::array<BYTE, 256> kByAPlus1 = MakeQuotients();
-
 /// Computes the two parity bytes of each vector of one code. The sector from its header on is a list of 16-bit words,
-/// whose low and high bytes are coded separately. With data v(0) to v(n - 1) and parity p, q the sums
-///     v(0) + ... + v(n - 1) + p + q                      and
-///     a^(n + 1) v(0) + ... + a^2 v(n - 1) + a p + q
-/// are zero, so (a + 1) p is the sum of both without p and q.
+/// whose low and high bytes are coded separately. As a polynomial, data and parity are a multiple of
+/// (x + 1)(x + a) = x^2 + (a + 1)x + a, so the parity is the remainder of a division by it.
 /// @param vectors Number of vectors; vector i begins at word i * `first` and continues in steps of `step` words.
-/// @param length Words of data in each, n. @param words Words of data in all; the parity words follow them.
+/// @param length Words of data in each. @param words Words of data in all; the parity words follow them.
 void WriteParity(BYTE* header, unsigned vectors, unsigned first, unsigned step, unsigned length, unsigned words) {
   for (unsigned i = 0; i < 2 * vectors; ++i) {
-    const unsigned plane = i % 2;
-    unsigned word = i / 2 * first;
-    BYTE sum = 0;
-    BYTE weighted = 0;
+    BYTE high = 0; // Coefficients of the remainder.
+    BYTE low = 0;
     for (unsigned n = 0; n < length; ++n) {
-      const BYTE value = header[2 * word + plane];
-      sum ^= value;
-      weighted = TimesA(weighted) ^ value;
-      word += step;
-      word -= word >= words ? words : 0;
+      const unsigned word = (i / 2 * first + n * step) % words;
+      const BYTE quotient = header[2 * word + i % 2] ^ high;
+      high = low ^ quotient ^ TimesA(quotient);
+      low = TimesA(quotient);
     }
-    const BYTE p = kByAPlus1[TimesA(TimesA(weighted)) ^ sum];
-    header[2 * words + i] = p;
-    header[2 * (words + vectors) + i] = p ^ sum;
+    header[2 * words + i] = high;
+    header[2 * (words + vectors) + i] = low;
   }
 }
 
@@ -85,10 +69,8 @@ void WriteHeader(LONG position, BYTE mode, BYTE* sector) {
   sector[kMode] = mode;
 }
 
-void CompleteMode1Sector(LONG position, BYTE* sector) {
-  WriteHeader(position, 1, sector);
+void WriteMode1Codes(BYTE* sector) {
   const std::uint32_t edc = EdcOf(sector, kEdc);
-  std::fill(sector + kEdc, sector + kParity, BYTE{0});
   for (unsigned i = 0; i < 4; ++i) {
     sector[kEdc + i] = static_cast<BYTE>(edc >> 8 * i);
   }

@@ -26,12 +26,16 @@ inline constexpr std::size_t kUserData = 16; ///< In mode 1.
 inline constexpr std::size_t kSubHeader = 16;
 inline constexpr std::size_t kSubHeaderBytes = 4; ///< Bytes of one copy; a sector has two.
 inline constexpr std::size_t kEdc = 2064;
-inline constexpr std::size_t kParity = 2076;
 
 inline constexpr std::size_t kSubMode = 2; ///< Offset in the sub-header.
 inline constexpr BYTE kForm2Bit = 0x20;    ///< Bit of the sub-mode: the sector has form 2.
 
 } // namespace raw_sector
+
+/// Returns the little-endian number of 32 bits at `bytes`.
+inline std::uint32_t LittleEndian32(const BYTE* bytes) noexcept {
+  return bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 24;
+}
 
 /// Returns the time of a sector in BCD, as it is in the header. The position must have a time (disc/msf.h).
 std::array<BYTE, 3> HeaderTime(LONG position);
@@ -42,5 +46,5 @@ std::uint32_t EdcOf(const BYTE* data, std::size_t size);
 /// Writes synchronization and header of a sector.
 void WriteHeader(LONG position, BYTE mode, BYTE* sector);
 
-/// Writes all but the user data of a mode 1 sector.
-void CompleteMode1Sector(LONG position, BYTE* sector);
+/// Writes the codes of a mode 1 sector. The 8 zeros between them must be there.
+void WriteMode1Codes(BYTE* sector);

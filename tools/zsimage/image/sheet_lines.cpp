@@ -8,8 +8,8 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
+#include "image/explain.h"
 #include "output/terminal_text.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -18,15 +18,28 @@ constexpr const char* kKeywords[] = {"CATALOG",   "TRACK",      "ISRC",     "FLA
                                      "PERFORMER", "SONGWRITER", "ARRANGER", "COMPOSER", "GENRE",  "MESSAGE", "COMMENT"};
 constexpr std::size_t kFirstText = 6; ///< Index of TITLE, the first keyword of a text.
 
+bool IsText(std::string_view keyword) {
+  return std::count(std::begin(kKeywords) + kFirstText, std::end(kKeywords), keyword) != 0;
+}
+
+/// Returns the keyword of a line for the component, which looks for each of them anywhere in the line.
+std::string_view FindKeyword(const SheetLine& line) {
+  const std::string text = platform::Upper(line.rest);
+  for (const std::string_view keyword : kKeywords) {
+    if (line.keyword == keyword || text.find(keyword) != std::string::npos) {
+      return keyword;
+    }
+  }
+  return "";
+}
+
+std::vector<SheetLine> ReadSheet(const std::string& path) {
+  return SplitSheet(HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "");
+}
+
 /// Returns a command line for a shell. Quotes in the path are not escaped.
 std::string JoinCommand(const std::string& path) {
   return fmt::format("'zsimage join \"{}\" OUT.cue'", TerminalText(path));
-}
-
-SheetLine SplitLine(unsigned number, std::string_view text) {
-  text = platform::Trim(text);
-  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-  return {number, platform::Upper(text.substr(0, end)), std::string(platform::Trim(text.substr(end)))};
 }
 
 } // namespace
@@ -39,69 +52,50 @@ std::string SheetLine::Text() const {
 
 std::string SheetLine::LastWord() const { return platform::Upper(rest.substr(rest.find_last_of(" \t\"") + 1)); }
 
-void VisitSheetLines(const std::string& sheet, const std::function<void(const SheetLine& line)>& visit) {
+std::vector<SheetLine> SplitSheet(const std::string& content) {
+  std::vector<SheetLine> lines;
   unsigned number = 0;
-  std::string_view left = sheet;
-  left.remove_prefix(left.starts_with("\xEF\xBB\xBF") ? 3 : 0);
-  while (!left.empty()) {
-    const std::size_t end = std::min(left.find('\n'), left.size());
-    const SheetLine line = SplitLine(++number, left.substr(0, end));
-    left.remove_prefix(std::min(end + 1, left.size()));
-    if (!line.keyword.empty()) {
-      visit(line);
+  for (std::size_t begin = content.starts_with("\xEF\xBB\xBF") ? 3 : 0; begin < content.size();) {
+    const std::size_t end = std::min(content.find('\n', begin), content.size());
+    const std::string_view text = platform::Trim(std::string_view(content).substr(begin, end - begin));
+    const std::size_t word = std::min(text.find_first_of(" \t"), text.size());
+    ++number;
+    if (!text.empty()) {
+      lines.push_back({number, platform::Upper(text.substr(0, word)), std::string(platform::Trim(text.substr(word)))});
     }
+    begin = end + 1;
   }
+  return lines;
 }
 
-std::vector<MisreadLine> FindMisreadLines(const std::string& sheet) {
-  std::vector<MisreadLine> misread;
-  VisitSheetLines(sheet, [&](const SheetLine& line) {
-    const bool isText = std::count(std::begin(kKeywords) + kFirstText, std::end(kKeywords), line.keyword) != 0;
-    const std::string text = isText ? platform::Upper(line.rest) : "";
-    for (const std::string_view keyword : kKeywords) {
-      if (!isText || keyword == line.keyword) {
-        return;
-      }
-      if (text.find(keyword) != std::string::npos) {
-        misread.push_back({line.number, line.keyword, std::string(keyword)});
-        return;
-      }
+std::vector<std::string> DescribeMisreadTexts(const std::string& path) {
+  std::vector<std::string> words;
+  for (const SheetLine& line : ReadSheet(path)) {
+    const std::string_view found = FindKeyword(line);
+    if (!IsText(line.keyword) || found == line.keyword) {
+      continue;
     }
-  });
-  return misread;
-}
-
-std::string MisreadWords(const std::string& path) {
-  const std::size_t count = FindMisreadLines(ReadBytes(path, 0, kLargestSheetOfFiles)).size();
-  return count == 0 ? ""
-                    : fmt::format("{} with a keyword in the text {} misread; 'zsimage check' lists {}",
-                                  Counted(count, "line"), count == 1 ? "is" : "are", count == 1 ? "it" : "them");
-}
-
-std::string MisreadWords(const std::string& path, const MisreadLine& line) {
-  const std::string effect = line.found == "TRACK" || line.found == "FLAGS" ? "the text is lost"
-                             : line.found == "PREGAP" || line.found == "INDEX"
-                                 ? "the text is lost, and positions may change"
-                                 : "the text goes there";
-  return fmt::format("line {}: the text of this {} line contains {}, so it is read as {} line, and {}; put the text "
-                     "into a .cdt file, or {} keeps it",
-                     line.number, line.keyword, line.found,
-                     (line.found.find_first_of("AI") == 0 ? "an " : "a ") + line.found, effect, JoinCommand(path));
-}
-
-std::string JoinAdvice(const std::string& path, bool isSound) {
-  if (!HasExtension(path, ".CUE")) {
-    return "";
+    words.push_back(fmt::format("line {}: the text of this {} line contains {}, so the line is read as if it began "
+                                "with {}, and {}; put the text into a .cdt file, or {} keeps it",
+                                line.number, line.keyword, found, found,
+                                IsText(found) || found == "CATALOG" || found == "ISRC" ? "the text goes there"
+                                : found == "PREGAP" || found == "INDEX" ? "the text is lost, and positions may change"
+                                                                        : "the text is lost",
+                                JoinCommand(path)));
   }
+  return words;
+}
+
+std::string JoinAdvice(const std::string& path, const std::string& dataFile) {
   std::set<std::string> names;
-  VisitSheetLines(ReadBytes(path, 0, kLargestSheetOfFiles), [&](const SheetLine& line) {
+  for (const SheetLine& line : ReadSheet(path)) {
     if (line.keyword == "FILE") {
       names.insert(platform::Upper(line.Text()));
     }
-  });
+  }
   if (names.size() > 1) {
     return fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them", names.size(),
                        JoinCommand(path));
   }
-  return isSound ? JoinCommand(path) + " makes an image of it" : "";
+  return names.empty() || SoundFileType(dataFile).empty() ? "" : JoinCommand(path) + " makes an image of it";
 }

@@ -3,7 +3,6 @@
 /// these functions find the lines that it ignores or misreads.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,24 +22,13 @@ struct SheetLine {
   std::string LastWord() const;
 };
 
-/// Visits the lines of a sheet that are not blank. A byte order mark before the first is skipped.
-void VisitSheetLines(const std::string& sheet, const std::function<void(const SheetLine& line)>& visit);
+/// Returns the lines of a sheet that are not blank. A byte order mark before the first is skipped.
+std::vector<SheetLine> SplitSheet(const std::string& content);
 
-/// A line that the component reads as a line of another keyword, which it finds in the text.
-struct MisreadLine {
-  unsigned number;
-  std::string keyword; ///< First word of the line.
-  std::string found;   ///< Keyword in the text, which the component uses.
-};
-
-/// Finds the lines with texts (TITLE, PERFORMER and so on) that the component reads as other lines.
-std::vector<MisreadLine> FindMisreadLines(const std::string& sheet);
-
-/// Returns words for how many lines are misread, and what to do; empty if none is. @param path Narrow text.
-std::string MisreadWords(const std::string& path);
-/// Returns words for one misread line, and what to do.
-std::string MisreadWords(const std::string& path, const MisreadLine& line);
+/// Returns words for each line with a text (TITLE, PERFORMER and so on) that the component reads as a line of another
+/// keyword, which it finds in the text. @param path Narrow text.
+std::vector<std::string> DescribeMisreadTexts(const std::string& path);
 
 /// Returns advice for a sheet that names several files, of which the component reads the first, or a sound file.
-/// Empty for any other. @param path Narrow text. @param isSound Whether its data file is a sound file.
-std::string JoinAdvice(const std::string& path, bool isSound);
+/// Empty for any other file. @param dataFile The file that the component reads.
+std::string JoinAdvice(const std::string& path, const std::string& dataFile);

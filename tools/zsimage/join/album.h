@@ -1,44 +1,42 @@
 /// @file
-/// The data file that a sheet of several files becomes: which bytes of which file, and where there is silence.
+/// Albums: CUE sheets of any number of files, and the one data file that each becomes.
 #pragma once
 
-#include <cstdint>
+#include <deque>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "join/sheet_of_files.h"
-
-/// A file of the album.
-struct AlbumFile {
-  std::string path; ///< In the spelling of the disk.
-  bool isSound;
-  bool isSwapped; ///< The two bytes of each sample are in the other order.
-  UHYPER bytes;   ///< Size of all samples for a sound file; size of the file for all others.
-};
-
-inline constexpr std::size_t kNoTrack = SIZE_MAX; ///< Track of the silence before a track.
+#include "files/output_file.h"
+#include "image/host.h"
+#include "sound/sound_file.h"
 
 /// Sectors of one track that follow each other in one file, or silence.
 struct AlbumPiece {
-  std::size_t track;     ///< Index of the track that they belong to, or kNoTrack.
-  const AlbumFile* file; ///< Null for silence.
-  UHYPER offset;         ///< Bytes from the start of the file, or of the samples of a sound file.
-  UHYPER bytes;          ///< Bytes that are read. Silence fills up the last sector.
-  UINT storedSize;       ///< Bytes of one sector in the file.
-  ULONG sectors;
+  const ZSTRACK* track;     ///< The track that they belong to in the data file.
+  const SampleSource* file; ///< Null for silence.
+  UHYPER offset;            ///< In the file.
+  UHYPER bytes;             ///< Bytes that are read. Silence fills up the last sector.
+  UINT storedSize;          ///< Bytes of one sector in the file. If the data file has larger ones, sectors are widened.
+  UHYPER sectors;
 };
 
 struct Album {
-  std::vector<AlbumFile> files;
+  std::deque<SampleSource> files; ///< With paths in the spelling of the disk.
   std::vector<AlbumPiece> pieces;
-  UINT blockSize = 0; ///< Bytes of one sector in the data file.
-  ULONG sectors = 0;
+  UniqueSheet record;          ///< Describes the data file.
+  std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.
+  UHYPER sectors = 0;
 
-  UHYPER Bytes() const noexcept { return UHYPER{sectors} * blockSize; }
+  UINT BlockSize() const noexcept { return static_cast<UINT>(record->pZSTracks[0].BlockSize); }
+  UHYPER Bytes() const noexcept { return sectors * BlockSize(); }
 };
 
-/// Plans the data file, and completes the record of the sheet (positions, lengths, pregaps, sizes of sectors) and its
-/// notes.
-/// @param path The sheet. @param pad Whether files that end inside a sector are filled up with silence.
-/// @throws Failure if a file is missing or has the wrong format, or the tracks cannot be in one file.
-Album PlanAlbum(const std::string& path, bool pad, SheetOfFiles* sheet);
+/// Reads a sheet and opens its files. Texts of a .cdt file in the same folder replace those of the sheet.
+/// @param pad Whether files that end inside a sector are filled up with silence. @throws Failure if a line cannot be
+/// parsed, a file is missing or has the wrong format, or the tracks cannot be in one file.
+Album ReadAlbum(const Host& host, const std::string& path, bool pad);
+
+/// Writes the data file. If it has raw sectors, data sectors without headers are widened. @throws Failure if a file
+/// cannot be read, its sectors cannot be widened, or the user cancels.
+void WriteAlbum(const Album& album, OutputFile* output);

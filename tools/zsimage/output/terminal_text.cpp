@@ -29,14 +29,14 @@ std::string TerminalText(std::string_view narrow) {
   return NarrowToUtf8(WideCharToMultiByte(wide));
 }
 
-std::size_t TerminalWidth(const std::string& utf8) {
+std::size_t TerminalWidth(std::string_view utf8) {
   if (IsAscii(utf8)) {
     return utf8.size();
   }
   // wcwidth() needs a UTF-8 locale. Most runs show ASCII alone and never load it.
   static const bool kIsUtf8 = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr; // NOLINT(concurrency-mt-unsafe)
   std::wstring wide(utf8.size(), L'\0');
-  const std::size_t length = std::mbstowcs(wide.data(), utf8.c_str(), wide.size());
+  const std::size_t length = std::mbstowcs(wide.data(), std::string(utf8).c_str(), wide.size());
   if (!kIsUtf8 || length > wide.size()) {
     return utf8.size();
   }
@@ -48,18 +48,28 @@ std::size_t TerminalWidth(const std::string& utf8) {
   return width;
 }
 
-std::string CutToWidth(const std::string& utf8, std::size_t columns) {
-  if (TerminalWidth(utf8) <= columns) {
-    return utf8;
+std::string_view CharacterAt(std::string_view utf8, std::size_t offset) {
+  std::size_t length = 1;
+  while (offset + length < utf8.size() && (static_cast<unsigned char>(utf8[offset + length]) & 0xC0U) == 0x80) {
+    ++length;
   }
-  std::string cut = utf8;
-  while (!cut.empty() && TerminalWidth(cut) >= columns) { // One column is for the ellipsis.
-    while ((static_cast<BYTE>(cut.back()) & 0xC0U) == 0x80) {
-      cut.pop_back(); // The later bytes of a character.
+  return utf8.substr(offset, length);
+}
+
+std::string CutToFit(std::string_view utf8, double room, const std::function<double(std::string_view)>& widthOf) {
+  constexpr std::string_view kEllipsis = "\u2026";
+  double width = 0;
+  std::size_t end = 0; // Of the part that fits before an ellipsis.
+  for (std::size_t offset = 0; offset < utf8.size();) {
+    end = width + widthOf(kEllipsis) <= room ? offset : end;
+    const std::string_view character = CharacterAt(utf8, offset);
+    width += widthOf(character);
+    offset += character.size();
+    if (width > room) {
+      return std::string(utf8.substr(0, end)).append(kEllipsis);
     }
-    cut.pop_back();
   }
-  return cut + "\u2026";
+  return std::string(utf8);
 }
 
 std::string ReadableSize(UHYPER bytes) {

@@ -3,6 +3,7 @@
 /// (platform/text.h), the component has wide strings, and a terminal shows UTF-8.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -19,10 +20,14 @@ std::string TerminalText(std::string_view narrow);
 inline std::string TerminalText(BSTR text) { return TerminalText(Narrow(text)); }
 
 /// Returns the columns that UTF-8 text occupies on a terminal.
-std::size_t TerminalWidth(const std::string& utf8);
+std::size_t TerminalWidth(std::string_view utf8);
 
-/// Returns UTF-8 text that occupies `columns` at most: longer text is cut and ends in an ellipsis.
-std::string CutToWidth(const std::string& utf8, std::size_t columns);
+/// Returns the bytes of the character of UTF-8 text that begins at an offset.
+std::string_view CharacterAt(std::string_view utf8, std::size_t offset);
+
+/// Returns UTF-8 text that fits into `room`: longer text is cut and ends in an ellipsis.
+/// @param widthOf Returns the width of one character.
+std::string CutToFit(std::string_view utf8, double room, const std::function<double(std::string_view)>& widthOf);
 
 /// Returns a size for a person, in powers of 1000: "698.3 MB".
 std::string ReadableSize(UHYPER bytes);

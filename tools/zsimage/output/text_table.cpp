@@ -52,7 +52,7 @@ void TextTable::PrintLine(const Row& row) const {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
     if (m_columns[i].isShown) {
-      const std::string fitting = CutToWidth(row[i].text, m_columns[i].width);
+      const std::string fitting = CutToFit(row[i].text, static_cast<double>(m_columns[i].width), TerminalWidth);
       const std::string padding(m_columns[i].width - TerminalWidth(fitting), ' ');
       const std::string text = Coloured(fitting, row[i].shade);
       line.append(kMargin).append(m_columns[i].isRight ? padding : text).append(m_columns[i].isRight ? text : padding);

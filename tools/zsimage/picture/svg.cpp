@@ -57,15 +57,6 @@ constexpr const char* kStyle = R"(<style>
 /// Rounds a coordinate to two decimals, which are precise enough.
 double Rounded(double value) { return std::round(value * 100) / 100; }
 
-/// Returns the bytes of the character that begins at an offset.
-std::string_view CharacterAt(std::string_view utf8, std::size_t offset) {
-  std::size_t length = 1;
-  while (offset + length < utf8.size() && (static_cast<unsigned char>(utf8[offset + length]) & 0xC0U) == 0x80) {
-    ++length;
-  }
-  return utf8.substr(offset, length);
-}
-
 /// Escapes UTF-8 text for use between tags.
 std::string Escaped(std::string_view utf8) {
   // XML has no characters U+FFFE and U+FFFF.
@@ -88,7 +79,7 @@ std::string Title(std::string_view utf8) { return fmt::format("<title>{}</title>
 double CharacterWidth(std::string_view character) {
   const char c = character[0];
   if (character.size() > 1) {
-    return TerminalWidth(std::string(character)) > 1 ? 1.05 : 0.8;
+    return TerminalWidth(character) > 1 ? 1.05 : 0.8;
   }
   if (std::string_view("MW@%mw").find(c) != std::string_view::npos) {
     return 1.0;
@@ -118,25 +109,6 @@ std::string Attributes(std::string_view classes) {
     attributes += HasClass(classes, entry.name) ? entry.attributes : "";
   }
   return attributes;
-}
-
-/// Returns text with its end replaced by an ellipsis if it is wider than `room`.
-std::string Fitting(std::string_view utf8, std::string_view classes, double room) {
-  if (TextWidth(utf8, classes) <= room) {
-    return std::string(utf8);
-  }
-  const double fontSize = FontSize(classes);
-  double width = fontSize; // Width of the ellipsis.
-  std::size_t end = 0;
-  while (end < utf8.size()) {
-    const std::string_view character = CharacterAt(utf8, end);
-    width += CharacterWidth(character) * fontSize;
-    if (width > room) {
-      break;
-    }
-    end += character.size();
-  }
-  return end == 0 ? "" : std::string(utf8.substr(0, end)) + "\u2026";
 }
 
 } // namespace
@@ -172,7 +144,9 @@ std::string Line(double x, double y, double width, double height) {
 }
 
 std::string Text(double x, double y, std::string_view classes, std::string_view utf8, double room) {
-  const std::string shown = Fitting(utf8, classes, room);
+  const double fontSize = FontSize(classes);
+  const std::string shown =
+      CutToFit(utf8, room, [&](std::string_view character) { return CharacterWidth(character) * fontSize; });
   return fmt::format("<text x=\"{}\" y=\"{}\"{}>{}{}</text>\n", Rounded(x), Rounded(y), Attributes(classes),
                      shown == utf8 ? "" : Title(utf8), Escaped(shown));
 }

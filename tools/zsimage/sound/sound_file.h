@@ -5,38 +5,33 @@
 /// right: 4 bytes a frame, 588 frames a sector.
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "files/output_file.h"
 
-struct sf_private_tag; ///< A file of libsndfile.
-
-struct SoundClose {
-  void operator()(sf_private_tag* file) const noexcept;
-};
-using UniqueSound = std::unique_ptr<sf_private_tag, SoundClose>;
-
 inline constexpr UINT kFrameBytes = 4;
 
-/// Reader of a sound file.
-class SoundReader {
-public:
-  /// @throws Failure if the file cannot be read, is cut off, or has other samples than an audio CD.
-  explicit SoundReader(const std::string& path);
-
-  /// Bytes of all samples, without headers and compression.
-  UHYPER Bytes() const noexcept { return m_bytes; }
-  /// Moves to an offset, a multiple of kFrameBytes. @throws Failure if the file has no such offset.
-  void Seek(UHYPER offset);
-  /// Reads samples as little-endian bytes. @param size Multiple of kFrameBytes. @throws Failure if fewer are left.
-  void Read(BYTE* data, std::size_t size);
-
-private:
-  std::string m_path;
-  UHYPER m_bytes = 0;
-  UniqueSound m_file;
+/// A file and its content, which has the byte order of an image.
+struct SampleSource {
+  std::string path;
+  bool isSound; ///< False for a file of raw sectors.
+  UHYPER bytes; ///< Without headers and compression.
+  /// Returns `size` bytes from an offset, both of them multiples of kFrameBytes for a sound file. @throws Failure if
+  /// the file has fewer.
+  std::function<std::string(UHYPER offset, std::size_t size)> read;
 };
+
+/// Opens a sound file. @throws Failure if it cannot be read, is cut off, or has other samples than an audio CD.
+SampleSource OpenSound(const std::string& path);
+
+/// Swaps the two bytes of each sample.
+template <class Byte> void SwapSamples(Byte* data, std::size_t size) {
+  for (std::size_t i = 1; i < size; i += 2) {
+    std::swap(data[i - 1], data[i]);
+  }
+}
 
 /// Tags of a sound file, in UTF-8. Empty tags are not written.
 struct SoundTags {
@@ -46,27 +41,10 @@ struct SoundTags {
   std::string trackNumber;
 };
 
-enum class SoundFormat { Wave, Aiff, Flac };
+/// Receives bytes of whole frames.
+using SampleSink = std::function<void(const BYTE* data, std::size_t size)>;
 
-/// Writer of a sound file into an output file.
-class SoundWriter {
-public:
-  /// @throws Failure if the header cannot be written.
-  SoundWriter(OutputFile* output, const std::string& path, SoundFormat format, const SoundTags& tags);
-  SoundWriter(const SoundWriter&) = delete;
-  SoundWriter& operator=(const SoundWriter&) = delete;
-  ~SoundWriter();
-
-  /// Appends samples as little-endian bytes. @param size Multiple of kFrameBytes. @throws Failure as OutputFile does.
-  void Write(const BYTE* data, std::size_t size);
-  /// Completes the header. @throws Failure as Write does.
-  void Finish();
-
-private:
-  struct Stream;
-  [[noreturn]] void ThrowFailure() const;
-
-  std::string m_path;
-  std::unique_ptr<Stream> m_stream;
-  UniqueSound m_file;
-};
+/// Writes a sound file. @param extension "wav", "aiff" or "flac". @param produce Passes all samples to the sink.
+/// @throws Failure as OutputFile does.
+void WriteSound(OutputFile* output, const std::string& path, const std::string& extension, const SoundTags& tags,
+                const std::function<void(const SampleSink& sink)>& produce);

@@ -2,25 +2,11 @@
 #include "output/failure.h"
 #include "sound/sound_file.h"
 
-namespace {
+constexpr const char* kMissing = "this zsimage is built without libsndfile, so it neither reads nor writes sound files";
 
-[[noreturn]] void ThrowMissing(const std::string& path) {
-  throw Failure(path, "this zsimage is built without libsndfile, so it neither reads nor writes sound files",
-                E_NOTIMPL);
+SampleSource OpenSound(const std::string& path) { throw Failure(path, kMissing, E_NOTIMPL); }
+
+void WriteSound(OutputFile* /*output*/, const std::string& path, const std::string& /*extension*/,
+                const SoundTags& /*tags*/, const std::function<void(const SampleSink& sink)>& /*produce*/) {
+  throw Failure(path, kMissing, E_NOTIMPL);
 }
-
-} // namespace
-
-struct SoundWriter::Stream {};
-
-void SoundClose::operator()(sf_private_tag* /*file*/) const noexcept {}
-SoundReader::SoundReader(const std::string& path) { ThrowMissing(path); }
-void SoundReader::Seek(UHYPER /*offset*/) {}
-void SoundReader::Read(BYTE* /*data*/, std::size_t /*size*/) {}
-SoundWriter::SoundWriter(OutputFile* /*output*/, const std::string& path, SoundFormat /*format*/,
-                         const SoundTags& /*tags*/) {
-  ThrowMissing(path);
-}
-SoundWriter::~SoundWriter() = default;
-void SoundWriter::Write(const BYTE* /*data*/, std::size_t /*size*/) {}
-void SoundWriter::Finish() {}

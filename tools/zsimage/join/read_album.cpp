@@ -1,0 +1,319 @@
+#include "join/album.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+#include "files/input_file.h"
+#include "files/paths.h"
+#include "image/disc_words.h"
+#include "image/explain.h"
+#include "image/sheet_lines.h"
+#include "output/fail_if.h"
+
+namespace {
+
+constexpr unsigned kMostTracks = 99;
+constexpr UHYPER kMostSectors = 449700; ///< 99:56:00, the last time that a sector can have.
+constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is read from a sheet.
+constexpr ULONG kLargestNumber = 9999;  ///< Limit of a number in a line: sums of times do not wrap.
+
+/// Types of TRACK lines: AUDIO, or the mode and the bytes of a sector.
+constexpr const char* kTypes[] = {"AUDIO", "MODE1/2048", "MODE1/2352", "MODE2/2048", "MODE2/2336", "MODE2/2352"};
+
+/// Opens a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
+/// another machine; then the file name alone is looked up in that folder.
+SampleSource OpenFile(const std::string& sheet, const std::string& name, const std::string& type, unsigned line) {
+  std::string path = name.starts_with('/') ? name : Beside(sheet, name);
+  const bool isFound =
+      ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path);
+  FailIf(!isFound, path, ZSE_FILENOTFOUND, "no such file, in any case; line {} of the sheet names it", line);
+  const std::optional<UHYPER> size = FileSize(path);
+  FailIf(!size, path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", line);
+  const bool isSwapped = type == "MOTOROLA";
+  if ((type != "BINARY" && !isSwapped) || !SoundFileType(path).empty()) {
+    return OpenSound(path);
+  }
+  const auto read = [path, isSwapped](UHYPER offset, std::size_t count) {
+    std::string bytes = ReadBytes(path, offset, count);
+    FailIf(bytes.size() != count, path, ERROR_HANDLE_EOF, "the file has become shorter, or it cannot be read");
+    if (isSwapped) {
+      SwapSamples(bytes.data(), count);
+    }
+    return bytes;
+  };
+  return {path, false, *size, read};
+}
+
+/// Sets a text of a record. Records are packed, so the field may be misaligned.
+void SetText(const std::string& text, void* field) {
+  BSTR value = nullptr;
+  std::memcpy(&value, field, sizeof(value));
+  SysFreeString(value);
+  value = Wide(text).release();
+  std::memcpy(field, &value, sizeof(value));
+}
+
+/// Reads a sheet from its first line to the last. Each index, and the end of each file, ends the sectors before it.
+class AlbumReader {
+public:
+  AlbumReader(const Host& host, const std::string& path, bool pad) : m_host(host), m_path(path), m_pad(pad) {
+    m_album.record = CreateSheet(host, kMostTracks);
+    m_album.record->nTracks = 0;
+  }
+
+  Album Read() {
+    const std::string content = ReadContent(m_path, kLargestSheetOfFiles);
+    FailIf(content.find('\0') != std::string::npos, m_path, ZSE_BADIMAGE,
+           "this is not a text in UTF-8 or Windows-1252; save the sheet in one of these");
+    for (const SheetLine& line : SplitSheet(content)) {
+      ReadLine(line);
+    }
+    EndFile(true);
+    FailIf(m_track == nullptr, m_path, ZSE_BADIMAGE, "the sheet has no TRACK line");
+    RequireStart();
+    EndTrack();
+    FailIf(m_position > kMostSectors, m_path, ZSE_FAILED,
+           "the album is longer than 99:56:00, and no sheet can state later times");
+    m_album.sectors = m_position;
+    ChooseBlockSize();
+    m_host.Sheets().AnalyzeCDText(Wide(m_path).get(), m_album.record.get()); // The .cdt file is optional.
+    return std::move(m_album);
+  }
+
+private:
+  void FailLineIf(bool isWrong, const SheetLine& line, const std::string& words) const {
+    FailIf(isWrong, m_path, ZSE_BADIMAGE, "line {}, {}: {}", line.number, line.keyword, words);
+  }
+
+  /// Reads a line. Lines with other keywords, such as comments, are ignored.
+  void ReadLine(const SheetLine& line) {
+    const std::string words = platform::Upper(line.rest);
+    if (line.keyword == "FILE") {
+      ReadFile(line);
+    } else if (line.keyword == "TRACK") {
+      ReadTrack(line);
+    } else if (line.keyword == "INDEX") {
+      ReadIndex(line);
+    } else if (line.keyword == "PREGAP") {
+      const auto sectors = static_cast<LONG>(ReadTime(line).second);
+      m_track->Pregap = sectors; // Until the first index of the track.
+    } else if (line.keyword == "POSTGAP") {
+      const auto sectors = static_cast<LONG>(ReadTime(line).second);
+      m_track->Postgap = sectors; // Until the end of the track.
+    } else if (line.keyword == "REM" && words.starts_with("SESSION") && !words.ends_with("01")) {
+      m_album.notes.insert("the sheet has several sessions, and the new one has all tracks in one");
+    } else if (line.keyword == "FLAGS" && m_track != nullptr) {
+      for (const auto& [bit, word] : kTrackFlags) {
+        m_track->Flags |= words.find(word) == std::string::npos ? 0 : bit;
+      }
+    } else {
+      ReadText(line);
+    }
+  }
+
+  void ReadText(const SheetLine& line) {
+    ::ZSCDTEXT& disc = m_album.record->ZSCDTEXT;
+    if (line.keyword == "CATALOG") {
+      SetText(line.Text(), &disc.bstrMCN);
+    } else if (line.keyword == "ISRC" && m_track != nullptr) {
+      SetText(line.Text(), &m_track->bstrISRC);
+    }
+    for (const auto& [name, ofDisc, ofTrack] : kTextFields) {
+      if (line.keyword == platform::Upper(name)) {
+        SetText(line.Text(), m_track == nullptr ? static_cast<void*>(&(disc.*ofDisc)) : &(m_track->*ofTrack));
+      }
+    }
+  }
+
+  /// Reads a FILE line. Some programs repeat the line of the same file before each track.
+  void ReadFile(const SheetLine& line) {
+    const std::string type = line.LastWord();
+    std::string name = line.Text();
+    if (name == line.rest) { // Without quotes.
+      name = platform::Trim(name.substr(0, name.size() - type.size()));
+    }
+    FailLineIf(name.empty(), line, "the line names no file");
+    if (name != m_fileName) {
+      EndFile(false);
+      m_file = &m_album.files.emplace_back(OpenFile(m_path, name, type, line.number));
+      m_fileName = name;
+      m_fileLine = line.number;
+      m_offset = 0;
+      m_sector.reset();
+    }
+  }
+
+  void ReadTrack(const SheetLine& line) {
+    const std::string type = line.LastWord();
+    FailLineIf(
+        std::count(std::begin(kTypes), std::end(kTypes), type) == 0, line,
+        fmt::format("tracks of type {} cannot be joined; known are {}", TerminalText(type), fmt::join(kTypes, ", ")));
+    FailLineIf(m_album.record->nTracks == kMostTracks, line, "a disc has 99 tracks at most");
+    RequireStart();
+    m_track = &m_album.record->pZSTracks[m_album.record->nTracks++];
+    m_track->Mode = type == "AUDIO" ? ZSMODE_AUDIO : type[4] == '1' ? ZSMODE_1 : ZSMODE_2;
+    m_track->BlockSize =
+        type == "AUDIO" ? ZSFILEBLOCKSIZE_2352 : static_cast<ZSFILEBLOCKSIZECUE>(std::stoi(type.substr(6)));
+    m_hasStart = false;
+  }
+
+  void RequireStart() const {
+    FailIf(m_track != nullptr && !m_hasStart, m_path, ZSE_BADIMAGE, "track {} has no INDEX 01 line",
+           UINT{m_album.record->nTracks});
+  }
+
+  void ReadIndex(const SheetLine& line) {
+    const auto [number, sector] = ReadTime(line);
+    if (number > 1) {
+      m_album.notes.insert("indexes above 1 are left out");
+      return;
+    }
+    FailLineIf(m_file == nullptr, line, "no FILE line is before it");
+    FailLineIf(m_hasStart || (m_owner == m_track && number == 0), line,
+               "the track has this index already, or one after it");
+    FailLineIf(sector < m_sector.value_or(0), line, "the position is before that of the index before it");
+    EndSectors(number, sector);
+    if (m_owner != m_track) {
+      BeginPregap();
+    }
+    if (number == 1) {
+      BeginTrack();
+    }
+  }
+
+  /// Returns the number of an INDEX line, 0 for other lines, and the time of a line in sectors.
+  std::pair<ULONG, ULONG> ReadTime(const SheetLine& line) const {
+    std::istringstream text((line.keyword == "INDEX" ? "" : "0 ") + line.rest);
+    ULONG numbers[4] = {};
+    char colons[2] = {};
+    text >> numbers[0] >> numbers[1] >> colons[0] >> numbers[2] >> colons[1] >> numbers[3];
+    FailLineIf(!text || !(text >> std::ws).eof() || colons[0] != ':' || colons[1] != ':' ||
+                   *std::max_element(std::begin(numbers), std::end(numbers)) > kLargestNumber,
+               line, "the line should end in a time, MM:SS:FF");
+    FailLineIf(m_track == nullptr, line, "no TRACK line is before it");
+    return {numbers[0], (numbers[1] * 60 + numbers[2]) * 75 + numbers[3]};
+  }
+
+  /// Adds the sectors from the index before to an index of the last track. Sectors before the first index of a file,
+  /// such as a hidden track, have the size of that track's.
+  void EndSectors(ULONG index, ULONG sector) {
+    const ZSTRACK& track = m_sector ? *m_owner : *m_track;
+    const ULONG sectors = sector - m_sector.value_or(0);
+    const UHYPER bytes = UHYPER{sectors} * static_cast<UINT>(track.BlockSize);
+    FailIf(bytes > m_file->bytes - m_offset, m_file->path, ERROR_HANDLE_EOF,
+           "the file ends before sector {}, where the sheet has index {} of track {}", sector, index,
+           UINT{m_track->TNO});
+    AddSectors(track, bytes, sectors);
+    m_sector = sector;
+  }
+
+  /// Adds the sectors from the last index to the end of the file.
+  void EndFile(bool isLast) {
+    if (m_file == nullptr) {
+      return;
+    }
+    FailIf(!m_sector, m_path, ZSE_BADIMAGE, "line {}, FILE: no INDEX line is in this file; remove the line",
+           m_fileLine);
+    const auto size = static_cast<UINT>(m_owner->BlockSize);
+    const UHYPER bytes = m_file->bytes - m_offset;
+    const UHYPER over = bytes % size;
+    FailIf(over != 0 && !isLast && !m_pad, m_file->path, ZSE_FAILED,
+           "{}track {} ends inside a sector, {} of {} bytes, and track {} follows; --pad fills the sector with silence",
+           m_owner == m_track && !m_hasStart ? "the pregap of " : "", UINT{m_owner->TNO}, over, size,
+           m_track->TNO + (m_hasStart ? 1 : 0));
+    if (over != 0) {
+      m_album.notes.insert(fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"),
+                                       TerminalText(m_file->path)));
+    }
+    AddSectors(*m_owner, bytes, (bytes + size - 1) / size);
+  }
+
+  void AddSectors(const ZSTRACK& track, UHYPER bytes, UHYPER sectors) {
+    FailIf(m_file->isSound && track.Mode != ZSMODE_AUDIO, m_file->path, ZSE_FAILED,
+           "this is a sound file, and the sheet describes track {} as data", UINT{track.TNO});
+    m_album.pieces.push_back({&track, m_file, m_offset, bytes, static_cast<UINT>(track.BlockSize), sectors});
+    m_offset += bytes;
+    m_position += sectors;
+  }
+
+  /// Adds the silence of a PREGAP or POSTGAP line. In a data track it is made of empty sectors.
+  void AddSilence(const ZSTRACK& track, LONG sectors) {
+    const UINT largest = track.Mode == ZSMODE_AUDIO ? 2352 : track.Mode == ZSMODE_1 ? 2048 : 2336;
+    const auto size = std::min(static_cast<UINT>(track.BlockSize), largest);
+    m_album.pieces.push_back({&track, nullptr, 0, 0, size, static_cast<UHYPER>(sectors)});
+    m_position += static_cast<UHYPER>(sectors);
+  }
+
+  /// Ends the track before, and begins the pregap of the last one.
+  void BeginPregap() {
+    if (m_owner != nullptr) {
+      EndTrack();
+    }
+    m_pregapStart = m_position;
+    AddSilence(IsPregapStated() || m_owner == nullptr ? *m_track : *m_owner, m_track->Pregap);
+    m_owner = m_track;
+  }
+
+  /// Sheets cannot state the pregap of the first track or of a data track; it becomes part of the track before.
+  bool IsPregapStated() const { return m_track->TNO != 1 && m_track->Mode == ZSMODE_AUDIO; }
+
+  void BeginTrack() {
+    m_hasStart = true;
+    FailIf(m_position > kLastStart, m_path, ZSE_FAILED,
+           "track {} would begin after 89:59:74, the last time that is read from a sheet", UINT{m_track->TNO});
+    m_track->dwLBA = static_cast<ULONG>(m_position);
+    m_track->Pregap = IsPregapStated() ? static_cast<LONG>(m_position - m_pregapStart) : 0;
+    if (!IsPregapStated() && m_position != m_pregapStart) {
+      (m_track->TNO == 1 ? m_track : m_track - 1)->dwEndLBA = m_track->dwLBA;
+      m_album.notes.insert("the pregap of the first track, or of a data track, is not marked in the new sheet; its "
+                           "sectors are in the file");
+    }
+  }
+
+  void EndTrack() {
+    FailIf(m_position == m_owner->dwLBA, m_path, ZSE_FAILED,
+           "track {} has no sectors: its file is empty, or the next index has the same position", UINT{m_owner->TNO});
+    AddSilence(*m_owner, m_owner->Postgap);
+    m_owner->Postgap = 0;
+    m_owner->dwEndLBA = static_cast<ULONG>(m_position);
+  }
+
+  /// Keeps the sector size if all tracks have the same; otherwise all become raw sectors.
+  void ChooseBlockSize() {
+    const auto tracks = Tracks(*m_album.record);
+    const auto hasSame = [&](const ZSTRACK& track) { return track.BlockSize == tracks[0].BlockSize; };
+    if (std::all_of(tracks.begin(), tracks.end(), hasSame)) {
+      return;
+    }
+    m_album.notes.insert("the tracks have sectors of different sizes, so all are widened to 2352 bytes: headers and "
+                         "codes are computed");
+    for (ZSTRACK& track : tracks) {
+      FailIf(track.Mode == ZSMODE_2 && track.BlockSize == ZSFILEBLOCKSIZE_2048, m_path, ZSE_FAILED,
+             "track {} has mode 2 sectors without sub-headers, which cannot be widened to the size of the other tracks",
+             UINT{track.TNO});
+      track.BlockSize = ZSFILEBLOCKSIZE_2352;
+    }
+  }
+
+  const Host& m_host;
+  const std::string& m_path;
+  bool m_pad;
+  Album m_album;
+  ZSTRACK* m_track = nullptr; ///< Of the last TRACK line.
+  bool m_hasStart = false;    ///< Whether that track has INDEX 01.
+  ZSTRACK* m_owner = nullptr; ///< Of the last index.
+  UHYPER m_position = 0;      ///< Sectors so far.
+  UHYPER m_pregapStart = 0;
+  const SampleSource* m_file = nullptr;
+  std::string m_fileName;
+  unsigned m_fileLine = 0;
+  std::optional<ULONG> m_sector; ///< Position of the last index in the file.
+  UHYPER m_offset = 0;           ///< Bytes of the file that belong to pieces.
+};
+
+} // namespace
+
+Album ReadAlbum(const Host& host, const std::string& path, bool pad) { return AlbumReader(host, path, pad).Read(); }
