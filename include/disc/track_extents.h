@@ -59,10 +59,10 @@ inline ULONG FilePosition(const zsimagefileinfo& info, const ZSTRACK& track) noe
 }
 
 /// Finds the tracks of one session after another. Sums wrap at 2^64, so that any numbers are allowed.
-class ExtentWalk {
+class ExtentFinder {
 public:
-  /// The record must outlive the walk.
-  explicit ExtentWalk(const zsimagefileinfo& info) noexcept
+  /// The record must outlive the finder.
+  explicit ExtentFinder(const zsimagefileinfo& info) noexcept
       : m_info(info), m_offset(info.dwSeekBegin64), m_end(info.dwSeekBegin64) {}
 
   /// Visits the tracks of the next session with their extents. @param visit (const ZSTRACK&, TrackExtent).

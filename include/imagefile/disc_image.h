@@ -159,7 +159,7 @@ protected:
   const R* m_record; ///< The record.
 };
 
-/// View of a track. Valid while the image lives, also after it is moved.
+/// View of a track. Valid while the image exists, also after it is moved.
 class Track : public Texts<ZSTRACK> {
 public:
   unsigned Number() const noexcept { return m_record->TNO; }               ///< From 1 in a session; a CUE sheet's own.
@@ -251,7 +251,7 @@ struct SectorPosition {
 
 /// How a track is extracted.
 struct ExtractOptions {
-  std::uint32_t blockSize = 0; ///< Bytes to take of each sector: 2048 for the user data of a data track, 0 for all.
+  std::uint32_t blockSize = 0; ///< Bytes to save of each sector: 2048 for the user data of a data track, 0 for all.
   /// Called after each piece. False, or an exception, stops the extraction.
   std::function<bool(std::uint64_t doneBytes, std::uint64_t totalBytes)> progress = {};
 };
@@ -282,15 +282,15 @@ public:
   const std::string& Path() const noexcept { return m_path; } ///< Path of the description, as it was given.
   /// Path of the file that has the sectors, as it is spelled on disk. Looks there at each call, as DataFileBytes does.
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
-  /// Returns the size of the data file; std::nullopt if it is missing, or the description stands for it.
+  /// Returns the size of the data file; std::nullopt if it is missing, or the description names none but
+  /// itself.
   std::optional<std::uint64_t> DataFileBytes() const {
     const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
     const std::string file = DataFile();
     return isOneFile || !platform::IsSameFile(file, m_path) ? platform::FileSize(file) : std::nullopt;
   }
-  imagefile::Format Format() const noexcept {
-    return imagefile::Format{Record().ZSImageFormat};
-  }                                                                                         ///< The description's.
+  /// Returns the format of the description.
+  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; }
   imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; } ///< What the disc is.
   /// Returns whether something accompanies the image.
   bool Has(Mask mask) const noexcept { return (Record().lMask & static_cast<LONG>(mask)) != 0; }
@@ -330,7 +330,7 @@ public:
   TrackStream Stream(const SectorRun& run) const {
     const std::string file = DataFile();
     detail::Require(DataFileBytes().has_value(), ZSE_FILENOTFOUND, file);
-    // Records of this run alone: the stream takes its offset and geometry from nothing else.
+    // Records of this run alone: the stream reads its offset and geometry from nothing else.
     zsimagefileinfo info{};
     info.dwSeekBegin64 = run.begin;
     info.nSubCount = static_cast<USHORT>(run.dataOffset);
@@ -382,7 +382,7 @@ public:
   }
 
   /// Writes a TOC file with the texts of the first session, but not the data file that it names. Readers of TOC files
-  /// take every sector as 2352 bytes. @param path Ends in ".zsi". @throws Error.
+  /// read every sector as 2352 bytes. @param path Ends in ".zsi". @throws Error.
   void WriteTocFile(const std::string& path) const {
     RequireDescription(path, ".ZSI");
     auto [copy, packs] = Numbered();
@@ -427,10 +427,10 @@ private:
     const std::span sheets(m_record->pZSCueSheet, m_record->nSessions);
     const auto count = [](std::size_t sum, const ZSCUESHEET* sheet) { return sum + sheet->nTracks; };
     m_tracks.reserve(std::accumulate(sheets.begin(), sheets.end(), std::size_t{0}, count)); // They stay in place.
-    ExtentWalk walk(*m_record);
+    ExtentFinder finder(*m_record);
     for (ZSCUESHEET* sheet : sheets) {
       const std::size_t first = m_tracks.size();
-      walk.VisitSession(*sheet, [&](const ZSTRACK& record, TrackExtent extent) {
+      finder.VisitSession(*sheet, [&](const ZSTRACK& record, TrackExtent extent) {
         extent.CutTo(extent.MayBeginAfterFile() ? DataFileBytes().value_or(kToEndOfFile) : kToEndOfFile);
         m_tracks.push_back(Track(record, extent));
       });

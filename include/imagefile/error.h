@@ -43,7 +43,7 @@ inline CodeMeaning MeaningOf(HRESULT code) noexcept {
        "the image library is not loaded; is it registered? 'zsimage register' does it"},
       {REGDB_E_READREGDB, "REGDB_E_READREGDB", "the registry cannot be read"},
       {CO_E_CLASSSTRING, "CO_E_CLASSSTRING", "the image library is neither loaded nor registered"},
-      {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library does not load; register it anew"},
+      {CO_E_DLLNOTFOUND, "CO_E_DLLNOTFOUND", "the image library does not load; register it again"},
       {kFileExists, "ERROR_FILE_EXISTS", "the file exists"},
       {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "ERROR_FILE_NOT_FOUND", "no such file"},
       {HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), "ERROR_PATH_NOT_FOUND", "no such folder"},
@@ -59,7 +59,7 @@ inline CodeMeaning MeaningOf(HRESULT code) noexcept {
       {HRESULT_FROM_WIN32(ERROR_IO_DEVICE), "ERROR_IO_DEVICE", "the device failed"},
       {HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), "ERROR_FILE_TOO_LARGE", "the file would be too large"},
       {HRESULT_FROM_WIN32(ERROR_BADDB), "ERROR_BADDB",
-       "this is not a registry file, or it is damaged; move it away to start anew"},
+       "this is not a registry file, or it is damaged; move it away, and register again"},
       {HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), "ERROR_WRITE_PROTECT", "the disk is write-protected"},
       {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system reported an error"},
   };

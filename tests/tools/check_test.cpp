@@ -161,7 +161,7 @@ TEST_F(CheckTool, FileSystemMustBeWhole) {
 
 TEST_F(CheckTool, FullCheckReadsEverySector) {
   image = DiscSectors({{{{ZSMODE_1, 600}}}});
-  image[17 * 2352 + 100] ^= 1; // Between two sampled stretches.
+  image[17 * 2352 + 100] ^= 1; // Between two sampled segments.
   EXPECT_EQ("", FaultsWith("FILE \"disc.bin\" BINARY\nTRACK 01 MODE1/2352\nINDEX 01 00:00:00\n"));
   EXPECT_EQ("1:edc ", Faults("disc.cue --full"));
 }

@@ -16,9 +16,9 @@ constexpr const char* kMeasure = R"(<script>
     boxes.some((b, j) => j > i && !apart(a, b)));
   const share = (t) => Math.round(100 * t.querySelector('rect').getBoundingClientRect().width / frame.width);
   const tracks = all('#line .track');
-  document.body.dataset.seen = [tracks.length, all('#disc .track').length, all('.row').length, all('.stretch.lead').length,
+  document.body.dataset.seen = [tracks.length, all('#disc .track').length, all('.row').length, all('.segment.lead').length,
     all('.inside').length, all('#legend text').length, all('text').filter((t) => /^Session/.test(t.textContent)).length,
-    all('#disc .stretch')[0].r.baseVal.value, bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
+    all('#disc .segment')[0].r.baseVal.value, bad.length].join(' ') + (tracks.length < 9 ? ' ' + tracks.map(share).join(' ') : '');
 </script>)";
 
 class MapTool : public ToolTest {

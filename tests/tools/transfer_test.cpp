@@ -104,7 +104,7 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"info u/é.cue", "ZSE_CANNOTOPENIMAGE", "zsimage: u/é.cue: no such file"},
       {"info folder.iso", "ZSE_CANNOTOPENIMAGE", "this is a folder"},
       {"info lost.cue", "ZSE_FILENOTFOUND", "the sheet names GONE.BIN; no such file beside it"},
-      {"info far.cue", "ZSE_FILENOTFOUND", "the sheet names SUB/X.BIN; no such file, in any case"},
+      {"info far.cue", "ZSE_FILENOTFOUND", "the sheet names SUB/X.BIN; no such file, in upper or lower case"},
       {"info odd.cue", "ZSE_FAILED", "bare.bin is not a whole number of sectors: 15 bytes are over after"},
       {"info none.cue", "ZSE_FAILED", "no FILE line has a name in double quotes"},
       {"info sound.cue", "ZSE_FAILED", "is a sound file (fLaC) and not raw samples"},
@@ -288,7 +288,7 @@ TEST_F(TransferTool, LossesAreNoted) {
       {"gap.cue new.zsi",
        "1 track: the silence of a PREGAP line becomes sectors of the data file, in the pregap of the "
        "track\n"},
-      {"disc.nrg new.cue", "a CUE sheet has one session; the other 1 of the image are left out\n"},
+      {"disc.nrg new.cue", "a CUE sheet has one session; sessions left out: 1\n"},
       {"disc.cue new.zsi", ""}};
   for (const auto& [arguments, losses] : kCases) {
     const std::string notes = RunTool(folder, std::string("convert -f ") + arguments).err;

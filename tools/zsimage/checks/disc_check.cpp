@@ -10,7 +10,7 @@
 #include "disc/msf.h"
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/raw_sector.h"
 #include "image/sector_run.h"
@@ -51,7 +51,7 @@ void CheckIndexes(const ZSTRACK& track, Findings* findings) {
 void CheckLength(const imagefile::Track& track, ULONG missing, Findings* findings) {
   const ULONG sectors = track.SectorsInFile();
   if (missing != 0) {
-    findings->AddFault("missing", "{}", CutOffWords(missing));
+    findings->AddFault("missing", "{}", DescribeMissing(missing));
   } else if (sectors == 0 && track.BlockBytes() != 0) {
     findings->AddFault("length", "it has no sectors: its end is not after its start");
   }
@@ -108,7 +108,7 @@ private:
       for (const imagefile::Track& view : session.Tracks()) {
         const ZSTRACK& track = view.Record();
         const ULONG missing = view.MissingSectors(size);
-        TrackReport report{session.Number(), ++number, ModeWords(track.Mode), view.SectorsInFile(), 0, false, {}};
+        TrackReport report{session.Number(), ++number, DescribeMode(track.Mode), view.SectorsInFile(), 0, false, {}};
         if (previous != nullptr) {
           CompareTracks(*previous, track, &report);
         }
@@ -143,7 +143,7 @@ private:
   void PlanSectors(const imagefile::Track& track, ULONG missing, TrackReport* report) {
     const UINT size = track.BlockBytes();
     if (size == 0) {
-      report->findings.AddFault("block-size", "{}", SizelessWords(m_image));
+      report->findings.AddFault("block-size", "{}", DescribeMissingSize(m_image));
       return;
     }
     m_end = std::max(m_end, track.OffsetBytes() + UHYPER{track.SectorsInFile()} * size);

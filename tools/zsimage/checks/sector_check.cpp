@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "disc/msf.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/raw_sector.h"
 
 using namespace raw_sector;

@@ -134,7 +134,7 @@ int RunConvert(const ConvertOptions& options) {
   const DataFilePlan plan = PlanDataFile(image, sessions);
   RequireFittingData(options, image, sessions, plan);
   imagefile::Image copy = image.Clone(); // What the description states.
-  MarkSilence(&copy, sessions);
+  AddSilenceToPregaps(&copy, sessions);
   const std::vector<std::string> losses = FindLosses(copy, isSheet, sessions, options.withData);
   PrepareRecord(&copy.Record(), sessions, !packs.empty(), options.withData, plan);
   const auto writeData = [&](OutputFile* file) { WriteDataFile(image, plan, file); };

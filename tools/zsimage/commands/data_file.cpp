@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "output/fail_if.h"
 
 namespace {
@@ -71,7 +71,7 @@ private:
                         m_plan.blockSize};
     const ULONG missing = std::max(track.MissingSectors(m_size), MissingSectors(m_image.DataFile(), run));
     if (missing != 0 && m_plan.shortage.empty()) {
-      m_plan.shortage = fmt::format("{} is {}", name, CutOffWords(missing));
+      m_plan.shortage = fmt::format("{} is {}", name, DescribeMissing(missing));
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
     m_position = std::int64_t{track.Start()} + track.SectorsInFile() + postgap;

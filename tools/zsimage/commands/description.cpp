@@ -145,7 +145,7 @@ void WriteImage(const NewImage& image, bool force, const std::function<void()>& 
   PublishAll(files, stale, verify);
 }
 
-void MarkSilence(imagefile::Image* image, unsigned sessions) {
+void AddSilenceToPregaps(imagefile::Image* image, unsigned sessions) {
   for (const imagefile::Session& session : image->Sessions().first(sessions)) {
     ULONG silence = 0; // Sectors of PREGAP lines up to the track; they are not in the file.
     for (ZSTRACK& track : Tracks(session.Record())) {
@@ -161,8 +161,7 @@ std::vector<std::string> FindLosses(const imagefile::Image& image, bool isSheet,
   const LONG blockSize = info.pZSCueSheet[0]->pZSTracks[0].BlockSize;
   std::vector<std::string> losses;
   if (sessions < info.nSessions) {
-    losses.push_back(
-        fmt::format("a CUE sheet has one session; the other {} of the image are left out", info.nSessions - sessions));
+    losses.push_back(fmt::format("a CUE sheet has one session; sessions left out: {}", info.nSessions - sessions));
   }
   if (!isSheet && blockSize != ZSFILEBLOCKSIZE_2352 && !withData) {
     losses.push_back(fmt::format("readers of TOC files read every sector as 2352 bytes, and this image has {}; a CUE "
@@ -189,7 +188,7 @@ std::vector<std::string> FindLosses(const imagefile::Image& image, bool isSheet,
       [=](const ZSTRACK& track) {
         return isSheet && track.Pregap != 0 && (track.Mode != ZSMODE_AUDIO || track.dwLBA == 0);
       },
-      "the pregap is not marked; its sectors count to the track before");
+      "the pregap is not marked; its sectors belong to the track before it");
   addTracks(
       [&, silence = ULONG{0}](const ZSTRACK& track) mutable {
         const ULONG before = std::exchange(silence, track.dwLBA - imagefile::FilePosition(info, track));

@@ -45,7 +45,7 @@ std::string CompanionOf(const std::string& path);
 
 /// Adds the silence of PREGAP lines to the pregaps of the tracks, since the new data file contains it. PREGAP lines
 /// move the start of a track and not its end, which is a position in the old file; this moves the end as well.
-void MarkSilence(imagefile::Image* image, unsigned sessions);
+void AddSilenceToPregaps(imagefile::Image* image, unsigned sessions);
 
 /// Lists what the new description of the first sessions does not keep, as sentences without a full stop.
 /// @param withData Whether a data file is written as well.

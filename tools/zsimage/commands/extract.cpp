@@ -8,7 +8,7 @@
 #include "commands/commands.h"
 #include "commands/track_files.h"
 #include "files/output_file.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
 #include "output/fail_if.h"
@@ -67,11 +67,11 @@ SectorRun RunOfTrack(const imagefile::Image& image, const Job& job, UINT blockSi
   const bool isAudio = track.Mode() == imagefile::Mode::Audio;
   const UINT stored = track.BlockBytes();
   if (stored == 0) {
-    throw Failure(image.Path(), SizelessWords(image), ZSE_FAILED);
+    throw Failure(image.Path(), DescribeMissingSize(image), ZSE_FAILED);
   }
   FailIf(job.format.isSound && !isAudio, image.Path(), E_INVALIDARG,
          "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.number,
-         ModeWords(track.Record().Mode));
+         DescribeMode(track.Record().Mode));
   FailIf(job.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
          "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.number);
   const UINT whole = std::min<UINT>(stored, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
@@ -97,7 +97,7 @@ void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorR
   if (!partial || missing >= run->sectors) {
     RequireSectors(image.DataFile(), *run);
   }
-  Note(fmt::format("track {} is {}; the others are saved", job.number, CutOffWords(missing)));
+  Note(fmt::format("track {} is {}; the others are saved", job.number, DescribeMissing(missing)));
   run->sectors -= missing;
 }
 

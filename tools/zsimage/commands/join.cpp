@@ -7,7 +7,7 @@
 #include "commands/description.h"
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "join/album.h"
 #include "output/fail_if.h"
 #include "output/json.h"
@@ -56,7 +56,7 @@ void PrintResultJson(const NewImage& image, const Album& album, const std::strin
   Json tracks = Json::array();
   for (const ZSTRACK& track : Tracks(*album.record)) {
     tracks.push_back({{"track", UINT{track.TNO}},
-                      {"mode", ModeWords(track.Mode)},
+                      {"mode", DescribeMode(track.Mode)},
                       {"start", ULONG{track.dwLBA}},
                       {"sectors", track.dwEndLBA - track.dwLBA},
                       {"pregap", LONG{track.Pregap}}});

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "commands/commands.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/open_image.h"
 #include "output/failure.h"

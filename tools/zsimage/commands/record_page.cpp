@@ -4,7 +4,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/host.h"
 #include "image/sheet_lines.h"
@@ -42,7 +42,7 @@ void ProduceRows(const imagefile::Image& image, const imagefile::Session& sessio
         track.dwEndLBA >= imagefile::FilePosition(image.Record(), track) && (missing == 0 || sectors != 0);
     sink({std::to_string(session.Number()),
           std::to_string(track.TNO),
-          {ModeWords(track.Mode), ModeColour(track.Mode)},
+          {DescribeMode(track.Mode), ModeColour(track.Mode)},
           std::to_string(track.BlockSize),
           DiscTime(track.dwLBA),
           std::to_string(track.dwLBA),
@@ -54,7 +54,7 @@ void ProduceRows(const imagefile::Image& image, const imagefile::Session& sessio
           TerminalText(track.bstrISRC),
           titles.Show(track.bstrTitle),
           performers.Show(track.bstrPerformer),
-          {CutOffWords(missing), Colour::Red}});
+          {DescribeMissing(missing), Colour::Red}});
   }
 }
 
@@ -71,7 +71,7 @@ std::string DiscTexts(const ::ZSCDTEXT& text) {
   return lines;
 }
 
-std::string DataFileWords(const imagefile::Image& image) {
+std::string DescribeDataFile(const imagefile::Image& image) {
   const std::optional<UHYPER> size = image.DataFileBytes();
   if (!size && IsSameFile(image.DataFile(), image.Path())) {
     return image.Format() == imagefile::Format::Ccd ? "none: no .img file of this name is beside the description"
@@ -82,7 +82,7 @@ std::string DataFileWords(const imagefile::Image& image) {
                      type.empty() ? "" : fmt::format(", a sound file ({}) that is read as raw samples", type));
 }
 
-std::string CompanionWords(LONG mask) {
+std::string DescribeCompanions(LONG mask) {
   const bool isInline = (mask & ZSIMAGEMASK_SUBINLINE) != 0;
   const FlagWord companions[] = {{ZSIMAGEMASK_CDTEXT, "CD-Text"},
                                  {ZSIMAGEMASK_CDG, "CD+G"},
@@ -91,14 +91,14 @@ std::string CompanionWords(LONG mask) {
   return WordsOf(mask, companions, ", ");
 }
 
-std::string DiscIdWords(ULONG disc, ULONG firstSession) {
+std::string DescribeDiscIds(ULONG disc, ULONG firstSession) {
   if (disc == 0 && firstSession == 0) {
     return "";
   }
   return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
 }
 
-std::string MisreadWords(const std::string& path) {
+std::string DescribeMisreadLines(const std::string& path) {
   const std::size_t count = DescribeMisreadTexts(path).size();
   return count == 0 ? "" : Counted(count, "line") + " with a keyword in the text; 'zsimage check' tells what is lost";
 }
@@ -108,9 +108,9 @@ std::string MisreadWords(const std::string& path) {
 void PrintRecord(const imagefile::Image& image) {
   const zsimagefileinfo& info = image.Record();
   Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(image)) +
-        Line("Format", FormatWords(info.ZSImageFormat)) + Line("Data file", DataFileWords(image)) +
-        Line("Disc id", DiscIdWords(info.dwDiscID, info.dwDiscID2)) + Line("With", CompanionWords(info.lMask)) +
-        Line("Files", JoinAdvice(image.Path(), image.DataFile())) + Line("Texts", MisreadWords(image.Path())));
+        Line("Format", DescribeFormat(info.ZSImageFormat)) + Line("Data file", DescribeDataFile(image)) +
+        Line("Disc id", DescribeDiscIds(info.dwDiscID, info.dwDiscID2)) + Line("With", DescribeCompanions(info.lMask)) +
+        Line("Files", JoinAdvice(image.Path(), image.DataFile())) + Line("Texts", DescribeMisreadLines(image.Path())));
   if (info.nSessions == 0) {
     return;
   }

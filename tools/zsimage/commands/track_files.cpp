@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/host.h"
 #include "platform/text.h"
 

@@ -218,7 +218,7 @@ void OutputFile::Publish() {
   }
   if (!isGood || (m_force ? rename(m_hidden.c_str(), m_target.c_str()) : MoveToFreeName(m_hidden, m_target)) != 0) {
     const int error = errno;
-    Withdraw();
+    UndoPublish();
     if (error == EEXIST) {
       ThrowExists(m_path);
     }
@@ -227,7 +227,7 @@ void OutputFile::Publish() {
   m_hidden.clear();
 }
 
-void OutputFile::Withdraw() noexcept {
+void OutputFile::UndoPublish() noexcept {
   if (!m_old.empty()) {
     rename(m_old.c_str(), m_target.c_str());
   } else if (m_hidden.empty()) {
@@ -250,7 +250,7 @@ void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std
     verify();
   } catch (...) {
     while (published > 0) {
-      files[--published]->Withdraw();
+      files[--published]->UndoPublish();
     }
     throw;
   }

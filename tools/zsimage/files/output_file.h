@@ -35,7 +35,7 @@ public:
   /// Write does; the path then has its old content.
   void Publish();
   /// Restores the content that the path had before Publish.
-  void Withdraw() noexcept;
+  void UndoPublish() noexcept;
 
 private:
   InterruptWatch m_watch; ///< A signal must not end the process while a hidden file exists.

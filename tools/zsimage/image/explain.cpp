@@ -6,7 +6,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/host.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
@@ -56,7 +56,8 @@ std::string ExplainMissing(const std::string& path, const std::string& extension
     }
     const std::string name = FileName(dataFile);
     const bool isBeside = dataFile == Beside(path, name);
-    return fmt::format("the sheet names {}; no such file{}, in any case; put it there, or correct the FILE line",
+    return fmt::format("the sheet names {}; no such file{}, in upper or lower case; put it there, or "
+                       "correct the FILE line",
                        TerminalText(isBeside ? name : dataFile), isBeside ? " beside it" : "");
   }
   if (extension == ".MDS") {
@@ -78,8 +79,9 @@ std::string ExplainSheet(const std::string& path) {
   if (result == ZSE_BADIMAGE) {
     const std::string name = TerminalText(FileName(dataFile));
     const std::string type = SoundFileType(dataFile);
-    return type.empty() ? fmt::format("its data file {} is not a whole number of sectors: {}", name, OddSizeWords(path))
-                        : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
+    return type.empty()
+               ? fmt::format("its data file {} is not a whole number of sectors: {}", name, DescribeOddSize(path))
+               : fmt::format("its data file {} is a sound file ({}) and not raw samples", name, type);
   }
   return result == S_OK ? "the sheet has no TRACK line" : std::string(MeaningOf(E_OUTOFMEMORY).words);
 }
@@ -117,7 +119,7 @@ std::string Explain(const std::string& path, HRESULT result) {
     return ExplainSheet(path);
   }
   if (result == ZSE_BADIMAGE && extension == ".ISO") {
-    return "this is not a whole number of sectors, and it has no ISO 9660 volume descriptor: " + OddSizeWords(path);
+    return "this is not a whole number of sectors, and it has no ISO 9660 volume descriptor: " + DescribeOddSize(path);
   }
   for (const auto& entry : kExplanations) {
     if (result == entry.result && extension.size() == 4 &&
@@ -142,7 +144,7 @@ std::string SoundFileType(const std::string& path) {
   return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
 }
 
-std::string OddSizeWords(const std::string& path) {
+std::string DescribeOddSize(const std::string& path) {
   const std::optional<imagefile::Image> image = OpenPartialImage(path);
   if (!image) {
     return "no size of sectors is known";
@@ -161,9 +163,9 @@ std::string OddSizeWords(const std::string& path) {
   return words + "; 'zsimage extract --partial' saves the whole sectors";
 }
 
-std::string SizelessWords(const imagefile::Image& image) {
-  return image.Format() == imagefile::Format::Iso ? OddSizeWords(image.Path())
-                                                  : "the description gives its sectors no size";
+std::string DescribeMissingSize(const imagefile::Image& image) {
+  return image.Format() == imagefile::Format::Iso ? DescribeOddSize(image.Path())
+                                                  : "the description states no size of its sectors";
 }
 
 std::string KindOfImage(const imagefile::Image& image) {
@@ -177,13 +179,13 @@ std::string KindOfImage(const imagefile::Image& image) {
     }
   }
   if (sectors != 0) {
-    return KindWords(image.Record().ZSTYPEPROJECT);
+    return DescribeKind(image.Record().ZSTYPEPROJECT);
   }
   if (size == 0) {
     return "none: the image is empty";
   }
   if (isSizeless) {
-    return "none: " + SizelessWords(image);
+    return "none: " + DescribeMissingSize(image);
   }
   return image.Format() == imagefile::Format::Nrg
              ? "none: no sectors; chunks of older versions (CUES, DAOI, ETNF) are not read"

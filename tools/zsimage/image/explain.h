@@ -15,10 +15,10 @@ std::string SoundFileType(const std::string& path);
 
 /// Returns words for how many bytes follow the last whole sector of a data file that ends inside a sector, and what to
 /// do.
-std::string OddSizeWords(const std::string& path);
+std::string DescribeOddSize(const std::string& path);
 
 /// Explains why the sectors of an image have no size.
-std::string SizelessWords(const imagefile::Image& image);
+std::string DescribeMissingSize(const imagefile::Image& image);
 
 /// Returns the kind of the disc, or why the image has no sectors.
 std::string KindOfImage(const imagefile::Image& image);

@@ -101,7 +101,7 @@ void RequireSizes(const imagefile::Image& image, std::size_t sessions) {
   for (const imagefile::Session& session : image.Sessions().first(sessions)) {
     const auto hasNone = [](const imagefile::Track& track) { return track.BlockBytes() == 0; };
     if (std::any_of(session.Tracks().begin(), session.Tracks().end(), hasNone)) {
-      throw Failure(image.Path(), SizelessWords(image), ZSE_FAILED);
+      throw Failure(image.Path(), DescribeMissingSize(image), ZSE_FAILED);
     }
   }
 }

@@ -8,7 +8,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sheet_lines.h"
 #include "output/fail_if.h"
@@ -29,7 +29,7 @@ SampleSource OpenFile(const std::string& sheet, const std::string& name, const s
   std::string path = name.starts_with('/') ? name : Beside(sheet, name);
   const bool isFound =
       ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path);
-  FailIf(!isFound, path, ZSE_FILENOTFOUND, "no such file, in any case; line {} of the sheet names it", line);
+  FailIf(!isFound, path, ZSE_FILENOTFOUND, "no such file, in upper or lower case; line {} of the sheet names it", line);
   const std::optional<UHYPER> size = FileSize(path);
   FailIf(!size, path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", line);
   const bool isSwapped = type == "MOTOROLA";

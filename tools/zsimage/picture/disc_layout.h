@@ -1,5 +1,5 @@
 /// @file
-/// A disc as a list of stretches from the inside to the outside, with their coordinates in a picture.
+/// A disc as a list of segments from the inside to the outside, with their coordinates in a picture.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 #include "image/open_image.h"
 
-struct DiscStretch {
+struct DiscSegment {
   enum class Kind { LeadIn, Pregap, Track, LeadOut };
 
   Kind kind;
@@ -24,4 +24,4 @@ struct DiscStretch {
 
 /// Lays out all sessions in `width`. The widths of tracks and pregaps are proportional to their playing time, plus a
 /// small width that keeps each visible; leads have a small fixed width.
-std::vector<DiscStretch> LayOutDisc(const imagefile::Image& image, double width);
+std::vector<DiscSegment> LayOutDisc(const imagefile::Image& image, double width);

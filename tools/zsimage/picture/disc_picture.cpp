@@ -8,13 +8,13 @@
 
 #include "disc/msf.h"
 #include "files/paths.h"
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 #include "picture/disc_layout.h"
 #include "picture/svg.h"
 
 namespace {
 
-using Kind = DiscStretch::Kind;
+using Kind = DiscSegment::Kind;
 
 constexpr double kMargin = 24;
 constexpr double kWidth = 960;
@@ -49,14 +49,14 @@ double RadiusAt(double coordinate) {
 class DiscPicture {
 public:
   DiscPicture(const imagefile::Image& image, std::string kind)
-      : m_image(image), m_info(image.Record()), m_kind(std::move(kind)), m_stretches(LayOutDisc(image, kInner)) {}
+      : m_image(image), m_info(image.Record()), m_kind(std::move(kind)), m_segments(LayOutDisc(image, kInner)) {}
 
   std::string Draw() {
     const bool hasSessions = m_info.nSessions > 1;
-    const auto isRow = [&](const DiscStretch& stretch) {
-      return stretch.kind == Kind::Track || (hasSessions && stretch.kind == Kind::LeadIn);
+    const auto isRow = [&](const DiscSegment& segment) {
+      return segment.kind == Kind::Track || (hasSessions && segment.kind == Kind::LeadIn);
     };
-    const auto rows = std::count_if(m_stretches.begin(), m_stretches.end(), isRow);
+    const auto rows = std::count_if(m_segments.begin(), m_segments.end(), isRow);
     DrawRings();
     DrawFacts();
     DrawLegend();
@@ -67,8 +67,8 @@ public:
   }
 
 private:
-  const ZSTRACK& TrackOf(const DiscStretch& stretch) const {
-    return m_info.pZSCueSheet[stretch.session]->pZSTracks[stretch.track];
+  const ZSTRACK& TrackOf(const DiscSegment& segment) const {
+    return m_info.pZSCueSheet[segment.session]->pZSTracks[segment.track];
   }
 
   /// Returns a text of the disc; empty if the image has none.
@@ -81,45 +81,45 @@ private:
     return title.empty() ? TerminalText(FileName(m_image.Path())) : title;
   }
 
-  std::string ClassesOf(const DiscStretch& stretch) const {
-    if (stretch.kind != Kind::Track) {
-      return stretch.kind == Kind::Pregap ? "stretch pregap" : "stretch lead";
+  std::string ClassesOf(const DiscSegment& segment) const {
+    if (segment.kind != Kind::Track) {
+      return segment.kind == Kind::Pregap ? "segment pregap" : "segment lead";
     }
-    return fmt::format("stretch track {}{}", ClassOf(TrackOf(stretch).Mode), stretch.track % 2 == 0 ? "" : " even");
+    return fmt::format("segment track {}{}", ClassOf(TrackOf(segment).Mode), segment.track % 2 == 0 ? "" : " even");
   }
 
-  std::string Describe(const DiscStretch& stretch) const {
-    const std::string session = m_info.nSessions > 1 ? fmt::format("Session {}, ", stretch.session + 1) : "";
-    if (stretch.kind == Kind::LeadIn || stretch.kind == Kind::LeadOut) {
-      return fmt::format("{}{} (not to scale)", session, stretch.kind == Kind::LeadIn ? "lead-in" : "lead-out");
+  std::string Describe(const DiscSegment& segment) const {
+    const std::string session = m_info.nSessions > 1 ? fmt::format("Session {}, ", segment.session + 1) : "";
+    if (segment.kind == Kind::LeadIn || segment.kind == Kind::LeadOut) {
+      return fmt::format("{}{} (not to scale)", session, segment.kind == Kind::LeadIn ? "lead-in" : "lead-out");
     }
-    const ZSTRACK& track = TrackOf(stretch);
+    const ZSTRACK& track = TrackOf(segment);
     const std::string times =
-        fmt::format("\nstart {}, sector {}\nlength {}, {} sectors", DiscTime(static_cast<ULONG>(stretch.first)),
-                    stretch.first, Duration(static_cast<UHYPER>(stretch.sectors)), stretch.sectors);
-    if (stretch.kind == Kind::Pregap) {
+        fmt::format("\nstart {}, sector {}\nlength {}, {} sectors", DiscTime(static_cast<ULONG>(segment.first)),
+                    segment.first, Duration(static_cast<UHYPER>(segment.sectors)), segment.sectors);
+    if (segment.kind == Kind::Pregap) {
       return fmt::format("{}pregap of track {}{}", session, UINT{track.TNO}, times);
     }
     std::string words = fmt::format("{}track {}", session, UINT{track.TNO});
-    for (const std::string& text : {stretch.title, stretch.performer}) {
+    for (const std::string& text : {segment.title, segment.performer}) {
       words += text.empty() ? "" : "\n" + text;
     }
-    words += fmt::format("\n{}{}\nsize {}", ModeWords(track.Mode), times, SizeOf(stretch));
-    return words + (stretch.missing == 0 ? "" : "\n" + CutOffWords(stretch.missing));
+    words += fmt::format("\n{}{}\nsize {}", DescribeMode(track.Mode), times, SizeOf(segment));
+    return words + (segment.missing == 0 ? "" : "\n" + DescribeMissing(segment.missing));
   }
 
-  std::string SizeOf(const DiscStretch& stretch) const {
-    const LONG size = TrackOf(stretch).BlockSize;
-    return ReadableSize(static_cast<UHYPER>(stretch.sectors) * static_cast<UHYPER>(std::max(size, 0)));
+  std::string SizeOf(const DiscSegment& segment) const {
+    const LONG size = TrackOf(segment).BlockSize;
+    return ReadableSize(static_cast<UHYPER>(segment.sectors) * static_cast<UHYPER>(std::max(size, 0)));
   }
 
   void DrawRings() {
     m_content += "<g id=\"disc\">\n";
     DrawCircle(kLastRadius + 6, "plate");
-    for (auto stretch = m_stretches.rbegin(); stretch != m_stretches.rend(); ++stretch) { // Inner rings cover outer.
-      const double radius = RadiusAt(stretch->begin + stretch->width);
+    for (auto segment = m_segments.rbegin(); segment != m_segments.rend(); ++segment) { // Inner rings cover outer.
+      const double radius = RadiusAt(segment->begin + segment->width);
       DrawCircle(radius, "back");
-      DrawCircle(radius, ClassesOf(*stretch) + (stretch->width > 12 ? " rim" : ""), Describe(*stretch));
+      DrawCircle(radius, ClassesOf(*segment) + (segment->width > 12 ? " rim" : ""), Describe(*segment));
     }
     DrawCircle(kFirstRadius, "plate");
     DrawCircle(20, "back");
@@ -131,8 +131,8 @@ private:
   }
 
   void DrawFacts() {
-    const auto tracks = std::count_if(m_stretches.begin(), m_stretches.end(),
-                                      [](const DiscStretch& stretch) { return stretch.kind == Kind::Track; });
+    const auto tracks = std::count_if(m_segments.begin(), m_segments.end(),
+                                      [](const DiscSegment& segment) { return segment.kind == Kind::Track; });
     const unsigned sessions = m_info.nSessions;
     const std::string performer = TextOfDisc(&ZSCDTEXT::bstrPerformer);
     const std::string path = TerminalText(m_image.Path());
@@ -141,7 +141,7 @@ private:
     if (!performer.empty()) {
       DrawFact(y += 28, "by", performer);
     }
-    DrawFact(y += 32, "", fmt::format("{}, {}", m_kind, FormatWords(m_info.ZSImageFormat)));
+    DrawFact(y += 32, "", fmt::format("{}, {}", m_kind, DescribeFormat(m_info.ZSImageFormat)));
     DrawFact(y += 22, "",
              fmt::format("{}{}, playing time {}", Counted(static_cast<UHYPER>(tracks), "track"),
                          sessions == 1 ? "" : fmt::format(" in {} sessions", sessions),
@@ -157,8 +157,8 @@ private:
 
   std::int64_t Sectors() const {
     std::int64_t sectors = 0;
-    for (const DiscStretch& stretch : m_stretches) {
-      sectors += stretch.sectors;
+    for (const DiscSegment& segment : m_segments) {
+      sectors += segment.sectors;
     }
     return sectors;
   }
@@ -173,8 +173,8 @@ private:
     double x = kFactsLeft;
     double y = 214;
     for (const auto& entry : kEntries) {
-      const bool isShown = std::any_of(m_stretches.begin(), m_stretches.end(), [&](const DiscStretch& stretch) {
-        return svg::HasClass(ClassesOf(stretch), entry.cssClass);
+      const bool isShown = std::any_of(m_segments.begin(), m_segments.end(), [&](const DiscSegment& segment) {
+        return svg::HasClass(ClassesOf(segment), entry.cssClass);
       });
       if (isShown) {
         m_content += svg::Rectangle(x, y - 11, 14, 14, entry.cssClass) + svg::Text(x + 22, y, "", entry.words, 160);
@@ -187,21 +187,21 @@ private:
 
   void DrawLine() {
     m_content += "<g id=\"line\">\n";
-    for (const DiscStretch& stretch : m_stretches) {
-      const double x = kMargin + stretch.begin;
-      if (stretch.kind == Kind::LeadIn && m_info.nSessions > 1) {
-        DrawSessionName(stretch);
+    for (const DiscSegment& segment : m_segments) {
+      const double x = kMargin + segment.begin;
+      if (segment.kind == Kind::LeadIn && m_info.nSessions > 1) {
+        DrawSessionName(segment);
       }
-      const std::string box = svg::Rectangle(x, kLineTop, stretch.width, kLineHeight, stretch.width > 6 ? "edge" : "");
-      m_content += svg::Group(ClassesOf(stretch), Describe(stretch),
-                              box + (stretch.kind == Kind::Track ? NumberOf(stretch, x) : ""));
+      const std::string box = svg::Rectangle(x, kLineTop, segment.width, kLineHeight, segment.width > 6 ? "edge" : "");
+      m_content += svg::Group(ClassesOf(segment), Describe(segment),
+                              box + (segment.kind == Kind::Track ? NumberOf(segment, x) : ""));
     }
     m_content += "</g>\n";
   }
 
-  void DrawSessionName(const DiscStretch& leadIn) {
-    const auto leadOut = std::find_if(m_stretches.begin(), m_stretches.end(), [&](const DiscStretch& stretch) {
-      return stretch.kind == Kind::LeadOut && stretch.session == leadIn.session;
+  void DrawSessionName(const DiscSegment& leadIn) {
+    const auto leadOut = std::find_if(m_segments.begin(), m_segments.end(), [&](const DiscSegment& segment) {
+      return segment.kind == Kind::LeadOut && segment.session == leadIn.session;
     });
     const double room = leadOut->begin + leadOut->width - leadIn.begin;
     const std::string number = std::to_string(leadIn.session + 1);
@@ -211,15 +211,15 @@ private:
   }
 
   /// Returns the number of a track and, if there is room, its title.
-  std::string NumberOf(const DiscStretch& stretch, double x) const {
-    const std::string number = std::to_string(TrackOf(stretch).TNO);
-    const double room = stretch.width - 6;
+  std::string NumberOf(const DiscSegment& segment, double x) const {
+    const std::string number = std::to_string(TrackOf(segment).TNO);
+    const double room = segment.width - 6;
     if (svg::TextWidth(number, "inside") > room) {
       return "";
     }
-    const bool hasTitle = room >= 48 && !stretch.title.empty();
+    const bool hasTitle = room >= 48 && !segment.title.empty();
     return svg::Text(x + 3, kLineTop + (hasTitle ? 22 : 31), "inside", number, room) +
-           (hasTitle ? svg::Text(x + 3, kLineTop + 40, "inside small", stretch.title, room) : "");
+           (hasTitle ? svg::Text(x + 3, kLineTop + 40, "inside small", segment.title, room) : "");
   }
 
   /// Draws as many times below the line as there is room for.
@@ -230,19 +230,19 @@ private:
                                     [&](std::int64_t seconds) { return sectors / kFramesPerSecond / seconds <= 10; });
     const std::int64_t interval = *step * kFramesPerSecond;
     double freeFrom = 0;
-    for (const DiscStretch& stretch : m_stretches) {
-      if (stretch.sectors != 0 && sectors / interval < 1000) {
-        DrawTimesOf(stretch, interval, &freeFrom);
+    for (const DiscSegment& segment : m_segments) {
+      if (segment.sectors != 0 && sectors / interval < 1000) {
+        DrawTimesOf(segment, interval, &freeFrom);
       }
     }
   }
 
-  /// Draws the times of one stretch. @param freeFrom Coordinate after the last time that was drawn.
-  void DrawTimesOf(const DiscStretch& stretch, std::int64_t interval, double* freeFrom) {
-    const std::int64_t first = (std::max<std::int64_t>(stretch.first, 0) + interval - 1) / interval * interval;
-    for (std::int64_t sector = first; sector < stretch.first + stretch.sectors; sector += interval) {
-      const double part = static_cast<double>(sector - stretch.first) / static_cast<double>(stretch.sectors);
-      const double x = kMargin + stretch.begin + part * stretch.width;
+  /// Draws the times of one segment. @param freeFrom Coordinate after the last time that was drawn.
+  void DrawTimesOf(const DiscSegment& segment, std::int64_t interval, double* freeFrom) {
+    const std::int64_t first = (std::max<std::int64_t>(segment.first, 0) + interval - 1) / interval * interval;
+    for (std::int64_t sector = first; sector < segment.first + segment.sectors; sector += interval) {
+      const double part = static_cast<double>(sector - segment.first) / static_cast<double>(segment.sectors);
+      const double x = kMargin + segment.begin + part * segment.width;
       const std::int64_t seconds = sector / kFramesPerSecond;
       const std::string time = fmt::format("{}:{:02}", seconds / 60, seconds % 60);
       const double room = svg::TextWidth(time, "small");
@@ -260,35 +260,35 @@ private:
                  svg::Text(kLengthRight, y - 8, "dim small right", "length", 80) +
                  svg::Text(kSizeRight, y - 8, "dim small right", "size", 80);
     m_content += "<g id=\"tracks\">\n";
-    for (const DiscStretch& stretch : m_stretches) {
-      if (stretch.kind == Kind::LeadIn && m_info.nSessions > 1) {
-        m_content += svg::Text(kMargin, y + 16, "dim", fmt::format("Session {}", stretch.session + 1), 200);
+    for (const DiscSegment& segment : m_segments) {
+      if (segment.kind == Kind::LeadIn && m_info.nSessions > 1) {
+        m_content += svg::Text(kMargin, y + 16, "dim", fmt::format("Session {}", segment.session + 1), 200);
         y += kRow;
-      } else if (stretch.kind == Kind::Track) {
-        DrawRow(stretch, y);
+      } else if (segment.kind == Kind::Track) {
+        DrawRow(segment, y);
         y += kRow;
       }
     }
     m_content += "</g>\n";
   }
 
-  void DrawRow(const DiscStretch& stretch, double y) {
-    const ZSTRACK& track = TrackOf(stretch);
-    const bool hasTitle = !stretch.title.empty();
-    const bool hasPerformer = !stretch.performer.empty();
-    const std::string name = fmt::format("{}{}{}", hasTitle ? stretch.title : ModeWords(track.Mode),
-                                         stretch.missing == 0 ? "" : ", ", CutOffWords(stretch.missing));
+  void DrawRow(const DiscSegment& segment, double y) {
+    const ZSTRACK& track = TrackOf(segment);
+    const bool hasTitle = !segment.title.empty();
+    const bool hasPerformer = !segment.performer.empty();
+    const std::string name = fmt::format("{}{}{}", hasTitle ? segment.title : DescribeMode(track.Mode),
+                                         segment.missing == 0 ? "" : ", ", DescribeMissing(segment.missing));
     const double base = y + 16;
     const std::string row = svg::Rectangle(kMargin, y, kInner, kRow, "hit") +
                             svg::Rectangle(kMargin + 4, y + 6, 12, 12, ClassOf(track.Mode)) +
                             svg::Text(78, base, "dim right", std::to_string(track.TNO), 34) +
                             svg::Text(90, base, hasTitle ? "" : "dim", name, hasPerformer ? 370 : 590) +
-                            (hasPerformer ? svg::Text(470, base, "dim", stretch.performer, 210) : "") +
+                            (hasPerformer ? svg::Text(470, base, "dim", segment.performer, 210) : "") +
                             svg::Text(kStartRight, base, "right", DiscTime(track.dwLBA), 80) +
-                            svg::Text(kLengthRight, base, "right", Duration(static_cast<UHYPER>(stretch.sectors)), 80) +
-                            svg::Text(kSizeRight, base, "dim right", SizeOf(stretch), 80) +
+                            svg::Text(kLengthRight, base, "right", Duration(static_cast<UHYPER>(segment.sectors)), 80) +
+                            svg::Text(kSizeRight, base, "dim right", SizeOf(segment), 80) +
                             svg::Line(kMargin, y + kRow, kInner, 0);
-    m_content += svg::Group("row", Describe(stretch), row);
+    m_content += svg::Group("row", Describe(segment), row);
   }
 
   // Right edges of the list's columns.
@@ -299,7 +299,7 @@ private:
   const imagefile::Image& m_image;
   const zsimagefileinfo& m_info;
   std::string m_kind;
-  std::vector<DiscStretch> m_stretches;
+  std::vector<DiscSegment> m_segments;
   std::string m_content;
 };
 

@@ -50,7 +50,7 @@ constexpr const char* kStyle = R"(<style>
   .lead { fill: #545c66; } .pregap { fill: #b79a3a; } .audio { fill: #35a877; } .mode1 { fill: #5b8fe0; }
   .mode2 { fill: #a27be0; } .other { fill: #bd8263; } .rule { stroke: #2b3036; } .dim { fill: #9aa3ad; }
 }
-.row:hover .hit { fill-opacity: 1; } .stretch:hover { filter: brightness(1.25); }
+.row:hover .hit { fill-opacity: 1; } .segment:hover { filter: brightness(1.25); }
 </style>
 )";
 

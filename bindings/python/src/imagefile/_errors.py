@@ -15,7 +15,7 @@ _MESSAGES = {
     ZSE_CANNOTOPENIMAGE: "it, or the data file that it names, is missing or cannot be read",
     ZSE_BADIMAGE: "not an image that can be read; give its .iso, .cue, .nrg, .ccd, .mds or .zsi file",
     CO_E_DLLNOTFOUND: "it cannot be loaded; install libimagefile1, or set IMAGEFILE_LIBRARY to the library's path",
-    0x809F0014: "it asks for more than an image can have, or memory is short",
+    0x809F0014: "it exceeds a limit of images, or there is not enough memory",
     0x809F0020: "a later version of ImageFile wrote this file; install that version",
 }
 

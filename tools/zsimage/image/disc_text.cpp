@@ -1,4 +1,4 @@
-#include "image/disc_words.h"
+#include "image/disc_text.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +13,7 @@ template <std::size_t N> const char* WordsAt(const char* const (&words)[N], LONG
 
 } // namespace
 
-const char* KindWords(::ZSTYPEPROJECT kind) {
+const char* DescribeKind(::ZSTYPEPROJECT kind) {
   static constexpr const char* kWords[] = {"unknown",
                                            "data disc",
                                            "audio CD",
@@ -23,14 +23,14 @@ const char* KindWords(::ZSTYPEPROJECT kind) {
   return kind == ZSTYPEPROJECT_DATAMULTISESSION ? "multi-session disc" : WordsAt(kWords, kind);
 }
 
-const char* FormatWords(zsimgformat format) {
+const char* DescribeFormat(zsimgformat format) {
   static constexpr const char* kWords[] = {
       "plain sector file",     "CUE sheet", "unknown", "Nero image", "CloneCD description", "native TOC file",
       "Media Descriptor image"};
   return WordsAt(kWords, format);
 }
 
-std::string ModeWords(ZSMODETYPE mode) {
+std::string DescribeMode(ZSMODETYPE mode) {
   static constexpr const char* kWords[] = {"", "mode 1", "", "", "mode 2", "mode 2 form 2", "", "mode 2 mixed"};
   const std::string words = mode == ZSMODE_AUDIO ? "audio" : WordsAt(kWords, mode);
   return words.empty() ? fmt::format("unknown ({})", static_cast<int>(mode)) : words;
@@ -46,6 +46,6 @@ std::string DiscTime(ULONG lba) {
   return time == kNoTime ? "-" : fmt::format("{:02}:{:02}:{:02}", MinutesOf(time), SecondsOf(time), FramesOf(time));
 }
 
-std::string CutOffWords(ULONG missing) {
+std::string DescribeMissing(ULONG missing) {
   return missing == 0 ? "" : fmt::format("cut off, {} missing", Counted(missing, "sector"));
 }

@@ -8,9 +8,9 @@
 #include "disc/records.h"
 #include "output/terminal_text.h"
 
-const char* KindWords(::ZSTYPEPROJECT kind);
-const char* FormatWords(zsimgformat format);
-std::string ModeWords(ZSMODETYPE mode);
+const char* DescribeKind(::ZSTYPEPROJECT kind);
+const char* DescribeFormat(zsimgformat format);
+std::string DescribeMode(ZSMODETYPE mode);
 
 /// The texts of discs and tracks, in the order of the pages.
 struct TextField {
@@ -50,7 +50,7 @@ std::string Duration(UHYPER sectors);
 std::string DiscTime(ULONG lba);
 
 /// Returns words for the sectors of a track that the data file lacks; empty if it lacks none.
-std::string CutOffWords(ULONG missing);
+std::string DescribeMissing(ULONG missing);
 
 /// Texts of one kind, track by track. A text that is one TAB repeats the text of the previous track (Red Book, CD-Text)
 /// or, in the first track, that of the disc.
