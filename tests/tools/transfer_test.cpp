@@ -281,8 +281,8 @@ TEST_F(TransferTool, LossesAreNoted) {
   const std::tuple<const char*, std::string> kCases[] = {
       {"many.cue new.cue",
        "the sub-channel data of the image are left out\n"
-       "1 track: indexes above 1 are left out\n1 track: the pregap is not marked; its sectors count "
-       "to the track before\n"},
+       "1 track: indexes above 1 are left out\n1 track: the pregap is not marked; its sectors belong "
+       "to the track before it\n"},
       {"many.cue new.zsi", "the sub-channel data are not copied; the new file expects a .SUB file\n"
                            "1 track: indexes above 1 are left out\n"},
       {"gap.cue new.zsi",
