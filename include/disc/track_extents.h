@@ -65,7 +65,8 @@ public:
   explicit ExtentFinder(const zsimagefileinfo& info) noexcept
       : m_info(info), m_offset(info.dwSeekBegin64), m_end(info.dwSeekBegin64) {}
 
-  /// Visits the tracks of the next session with their extents. @param visit (const ZSTRACK&, TrackExtent).
+  /// Visits the tracks of a session with their extents. @param sheet The first session, then the one after the last
+  /// call's. @param visit (const ZSTRACK&, TrackExtent).
   template <class Visitor> void VisitSession(const ZSCUESHEET& sheet, Visitor visit) {
     const std::span tracks(sheet.pZSTracks, sheet.nTracks);
     if (tracks.empty()) {

@@ -104,15 +104,13 @@ private:
   const UniqueHandle m_file;
 };
 
-/// Replaces a file by the one that `write` writes to the path that it gets. A device is written directly. Clears the
-/// last error, for RequireWritten.
+/// Replaces a file by the one that `write` writes to the path that it gets. A device is written directly.
 template <class Function> void ReplaceFile(const std::string& path, Function write) {
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status old = fs::status(path, error);
   Require(fs::exists(old) || !fs::is_symlink(path, error), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path,
           "this is a link to a missing file");
-  SetLastError(ERROR_SUCCESS);
   if (fs::exists(old) && !fs::is_regular_file(old)) {
     return write(path);
   }
@@ -127,8 +125,10 @@ template <class Function> void ReplaceFile(const std::string& path, Function wri
   Require(!error, E_FAIL, path, "the new file cannot get its name");
 }
 
-/// Throws if a description was not written: the interfaces do not report writes that fail, but leave the last error.
-inline void RequireWritten(HRESULT result, const std::string& path) {
+/// Throws if a call does not write a description. The interfaces report no failed writes, but leave the last error.
+template <class Call> void RequireWritten(const std::string& path, Call call) {
+  SetLastError(ERROR_SUCCESS);
+  const HRESULT result = call();
   const HRESULT reason = result == S_OK || result == E_FAIL ? LastResult() : result;
   Require(result == S_OK && reason == S_OK, reason, path);
 }
@@ -264,8 +264,7 @@ public:
     detail::Check(m_record->Images().GetImageFileInfo(detail::WidePath(path).get(), &Record()), path);
     MakeViews();
   }
-  /// Makes an image of a record that the interfaces have filled. @param record Is moved and cleared. @param path As
-  /// Path.
+  /// Makes an image. @param record Filled by the interfaces; it is moved and cleared. @param path As Path.
   Image(zsimagefileinfo* record, std::string path) : m_path(std::move(path)) {
     Record() = std::exchange(*record, {});
     MakeViews();
@@ -282,8 +281,7 @@ public:
   const std::string& Path() const noexcept { return m_path; } ///< Path of the description, as it was given.
   /// Path of the file that has the sectors, as it is spelled on disk. Looks there at each call, as DataFileBytes does.
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
-  /// Returns the size of the data file; std::nullopt if it is missing, or the description names none but
-  /// itself.
+  /// Returns the size of the data file; std::nullopt if it is missing or the description names none.
   std::optional<std::uint64_t> DataFileBytes() const {
     const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
     const std::string file = DataFile();
@@ -374,7 +372,8 @@ public:
     detail::Require(isOwn || !PathFileExistsA(found), kFileExists, found,
                     "the new sheet would take its CD-Text from this file; remove it");
     detail::ReplaceFile(path, [&](const std::string& written) {
-      detail::RequireWritten(m_record->Sheets().CreateCueFile(detail::WidePath(written).get(), sheet), path);
+      const UniqueBstr target = detail::WidePath(written);
+      detail::RequireWritten(path, [&] { return m_record->Sheets().CreateCueFile(target.get(), sheet); });
       if (!packs.empty()) {
         detail::ReplaceFile(texts, [&](const std::string& file) { detail::NewFile(file, texts).Write(packs); });
       }
@@ -392,7 +391,8 @@ public:
     const auto bytes = static_cast<UINT>(packs.size());
     detail::ReplaceFile(path, [&](const std::string& written) {
       const UniqueBstr target = detail::WidePath(written);
-      detail::RequireWritten(m_record->Images().CreateTOCFile(target.get(), record, nullptr, 0, texts, bytes), path);
+      detail::RequireWritten(
+          path, [&] { return m_record->Images().CreateTOCFile(target.get(), record, nullptr, 0, texts, bytes); });
     });
   }
 

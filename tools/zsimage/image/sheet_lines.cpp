@@ -33,8 +33,8 @@ std::string_view FindKeyword(const SheetLine& line) {
   return "";
 }
 
-std::vector<SheetLine> ReadSheet(const std::string& path) {
-  return SplitSheet(HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "");
+std::string ReadSheet(const std::string& path) {
+  return HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "";
 }
 
 /// Returns a command line for a shell. Quotes in the path are not escaped.
@@ -52,28 +52,26 @@ std::string SheetLine::Text() const {
 
 std::string SheetLine::LastWord() const { return platform::Upper(rest.substr(rest.find_last_of(" \t\"") + 1)); }
 
-std::vector<SheetLine> SplitSheet(const std::string& content) {
-  std::vector<SheetLine> lines;
+void VisitLines(std::string_view content, const std::function<void(const SheetLine&)>& visit) {
   unsigned number = 0;
   for (std::size_t begin = content.starts_with("\xEF\xBB\xBF") ? 3 : 0; begin < content.size();) {
     const std::size_t end = std::min(content.find('\n', begin), content.size());
-    const std::string_view text = platform::Trim(std::string_view(content).substr(begin, end - begin));
+    const std::string_view text = platform::Trim(content.substr(begin, end - begin));
     const std::size_t word = std::min(text.find_first_of(" \t"), text.size());
     ++number;
     if (!text.empty()) {
-      lines.push_back({number, platform::Upper(text.substr(0, word)), std::string(platform::Trim(text.substr(word)))});
+      visit({number, platform::Upper(text.substr(0, word)), std::string(platform::Trim(text.substr(word)))});
     }
     begin = end + 1;
   }
-  return lines;
 }
 
 std::vector<std::string> DescribeMisreadTexts(const std::string& path) {
   std::vector<std::string> words;
-  for (const SheetLine& line : ReadSheet(path)) {
+  VisitLines(ReadSheet(path), [&](const SheetLine& line) {
     const std::string_view found = FindKeyword(line);
     if (!IsText(line.keyword) || found == line.keyword) {
-      continue;
+      return;
     }
     words.push_back(fmt::format("line {}: the text of this {} line contains {}, so the line is read as if it began "
                                 "with {}, and {}; put the text into a .cdt file, or {} keeps it",
@@ -82,17 +80,17 @@ std::vector<std::string> DescribeMisreadTexts(const std::string& path) {
                                 : found == "PREGAP" || found == "INDEX" ? "the text is lost, and positions may change"
                                                                         : "the text is lost",
                                 JoinCommand(path)));
-  }
+  });
   return words;
 }
 
 std::string JoinAdvice(const std::string& path, const std::string& dataFile) {
   std::set<std::string> names;
-  for (const SheetLine& line : ReadSheet(path)) {
+  VisitLines(ReadSheet(path), [&](const SheetLine& line) {
     if (line.keyword == "FILE") {
       names.insert(platform::Upper(line.Text()));
     }
-  }
+  });
   if (names.size() > 1) {
     return fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them", names.size(),
                        JoinCommand(path));

@@ -3,7 +3,9 @@
 /// these functions find the lines that it ignores or misreads.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/base_types.h"
@@ -22,8 +24,8 @@ struct SheetLine {
   std::string LastWord() const;
 };
 
-/// Returns the lines of a sheet that are not blank. A byte order mark before the first is skipped.
-std::vector<SheetLine> SplitSheet(const std::string& content);
+/// Visits the lines of a sheet that are not blank. A byte order mark before the first is skipped.
+void VisitLines(std::string_view content, const std::function<void(const SheetLine&)>& visit);
 
 /// Returns words for each line with a text (TITLE, PERFORMER and so on) that the component reads as a line of another
 /// keyword, which it finds in the text. @param path Narrow text.

@@ -68,9 +68,7 @@ public:
     const std::string content = ReadContent(m_path, kLargestSheetOfFiles);
     FailIf(content.find('\0') != std::string::npos, m_path, ZSE_BADIMAGE,
            "this is not a text in UTF-8 or Windows-1252; save the sheet in one of these");
-    for (const SheetLine& line : SplitSheet(content)) {
-      ReadLine(line);
-    }
+    VisitLines(content, [&](const SheetLine& line) { ReadLine(line); });
     EndFile(true);
     FailIf(m_track == nullptr, m_path, ZSE_BADIMAGE, "the sheet has no TRACK line");
     RequireStart();
