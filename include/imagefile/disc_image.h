@@ -50,15 +50,6 @@ using OptionalText = std::optional<std::string>; ///< UTF-8; std::nullopt if the
 /// @cond
 namespace detail {
 
-/// Throws unless all is good. S_OK as a code means an unknown reason, and S_FALSE that nothing was done.
-inline void Require(bool isGood, HRESULT code, const std::string& path, std::string_view words = {}) {
-  if (!isGood) {
-    throw Error(code == S_OK ? E_FAIL : code == S_FALSE ? ZSE_FAILED : code, path, words);
-  }
-}
-inline void Check(HRESULT code, const std::string& path) { Require(code == S_OK, code, path); }
-inline HRESULT LastResult() noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError())); }
-
 inline UniqueBstr WidePath(const std::string& path) {
   Require(path.find('\0') == path.npos, E_INVALIDARG, path.substr(0, path.find('\0')), "a path has no zero byte");
   UniqueBstr wide(SysAllocString(MultiByteToWideChar(path).c_str()));
@@ -71,7 +62,10 @@ struct HiddenFile {
       : folder(target.parent_path() / (".imagefile-" + std::to_string(std::random_device()()))),
         file(folder / target.filename()) {
     if (std::error_code error; !std::filesystem::create_directory(folder, error)) {
-      throw Error(HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path, "no folder for it: " + error.message());
+      const DWORD code = error == std::errc::permission_denied    ? ERROR_ACCESS_DENIED
+                         : error == std::errc::no_space_on_device ? ERROR_DISK_FULL
+                                                                  : ERROR_PATH_NOT_FOUND;
+      throw Error(ResultOf(code), path, "no file can be created in its folder: " + error.message());
     }
   }
   HiddenFile(const HiddenFile&) = delete;
@@ -109,8 +103,11 @@ template <class Function> void ReplaceFile(const std::string& path, Function wri
   namespace fs = std::filesystem;
   std::error_code error;
   const fs::file_status old = fs::status(path, error);
-  Require(fs::exists(old) || !fs::is_symlink(path, error), HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), path,
+  Require(fs::exists(old) || !fs::is_symlink(path, error), ResultOf(ERROR_PATH_NOT_FOUND), path,
           "this is a link to a missing file");
+  Require(!fs::is_fifo(old), E_INVALIDARG, path, "this is a pipe; give the name of a file or a device");
+  const bool isWritable = (old.permissions() & fs::perms::owner_write) != fs::perms::none;
+  Require(!fs::exists(old) || isWritable, ResultOf(ERROR_ACCESS_DENIED), path, "the file is write-protected");
   if (fs::exists(old) && !fs::is_regular_file(old)) {
     return write(path);
   }
@@ -224,7 +221,7 @@ public:
     const HRESULT result = wanted == 0 ? S_OK : m_stream->Read(buffer.data(), wanted, &count);
     m_done += count;
     detail::Require(SUCCEEDED(result) || count != 0, result, m_dataFile);
-    detail::Require(count != 0 || wanted == 0 || m_done == m_size, HRESULT_FROM_WIN32(ERROR_HANDLE_EOF), m_dataFile);
+    detail::Require(count != 0 || wanted == 0 || m_done == m_size, detail::ResultOf(ERROR_HANDLE_EOF), m_dataFile);
     return count;
   }
   std::uint64_t SizeBytes() const noexcept { return m_size; } ///< Of the whole stream.
@@ -302,8 +299,9 @@ public:
   std::optional<SectorPosition> PositionOf(std::int64_t sector) const {
     for (const Session& session : m_sessions) {
       for (const Track& track : session.Tracks()) {
-        const std::int64_t distance = sector - track.Start();
-        if (distance >= -std::int64_t{track.PregapSectorsInFile()} && distance < track.SectorsInFile()) {
+        const std::int64_t start = track.Start();
+        if (sector >= start - track.PregapSectorsInFile() && sector < start + track.SectorsInFile()) {
+          const std::int64_t distance = sector - start;
           const std::uint64_t bytes = static_cast<std::uint64_t>(distance) * track.BlockBytes();
           return SectorPosition{session, track, distance < 0, track.OffsetBytes() + bytes};
         }
@@ -401,6 +399,7 @@ public:
 
   /// @throws Error if a path is that of a file of the image: its description, its data file or a companion.
   void RefuseOwnFile(const std::string& path) const {
+    detail::WidePath(path); // Throws for a path with a zero byte.
     const bool isSheet = Format() == imagefile::Format::Cue;
     const bool isOwn = platform::IsSameFile(path, m_path) || platform::IsSameFile(path, DataFile()) ||
                        (isSheet && platform::IsSameFile(path, platform::WithExtension(m_path, ".CDT"))) ||
@@ -463,10 +462,11 @@ private:
 
   void RequireDescription(const std::string& path, std::string_view extension) const {
     const std::string name = platform::FileName(path);
+    const std::string_view forbidden = extension == ".ZSI" ? "\"\r\n<>" : "\"\r\n";
     const bool isGood =
-        lstrcmpiA(name.substr(PathFindExtensionA(name)), extension) == 0 && name.find_first_of("\"\r\n") == name.npos;
+        lstrcmpiA(name.substr(PathFindExtensionA(name)), extension) == 0 && name.find_first_of(forbidden) == name.npos;
     detail::Require(isGood, E_INVALIDARG, path,
-                    std::string("give a name without quotes and line breaks that ends in ").append(extension));
+                    std::string("give a name without quotes, line breaks, < and > that ends in ").append(extension));
     RefuseOwnFile(path);
   }
 

@@ -106,4 +106,21 @@ private:
   std::string m_words;
 };
 
+/// @cond
+namespace detail {
+
+inline HRESULT ResultOf(DWORD error) noexcept { return HRESULT_FROM_WIN32(static_cast<std::int32_t>(error)); }
+inline HRESULT LastResult() noexcept { return ResultOf(GetLastError()); }
+
+/// Throws unless all is good. S_OK as a code means an unknown reason, and S_FALSE that nothing was done.
+inline void Require(bool isGood, HRESULT code, const std::string& path, std::string_view words = {}) {
+  if (!isGood) {
+    throw Error(code == S_OK ? E_FAIL : code == S_FALSE ? ZSE_FAILED : code, path, words);
+  }
+}
+inline void Check(HRESULT code, const std::string& path) { Require(code == S_OK, code, path); }
+
+} // namespace detail
+/// @endcond
+
 } // namespace imagefile

@@ -23,10 +23,7 @@ public:
 
 private:
   template <class I> static void Create(REFCLSID clsid, REFIID iid, ComPtr<I>* object) {
-    const HRESULT result = CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid());
-    if (result != S_OK) {
-      throw Error(result, "");
-    }
+    detail::Check(CoCreateInstance(clsid, nullptr, CLSCTX_ALL, iid, object->ReceiveVoid()), "");
   }
 
   ComPtr<IZSImageFile> m_images;

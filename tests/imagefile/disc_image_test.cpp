@@ -2,6 +2,7 @@
 #include "imagefile/disc_image.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <set>
@@ -110,7 +111,8 @@ TEST_F(DiscImage, FindsASectorAndWhatACutFileLacks) {
   const auto pregap = image.PositionOf(27).value();
   EXPECT_TRUE(pregap.track.Number() == 2 && pregap.session.Number() == 1 && pregap.isInPregap);
   EXPECT_TRUE(pregap.offsetBytes == 63504 && !image.PositionOf(40).value().isInPregap);
-  EXPECT_TRUE(!image.PositionOf(60) && !image.PositionOf(-1) && !Open("sessions.ccd").PositionOf(20));
+  EXPECT_TRUE(!image.PositionOf(60) && !image.PositionOf(-1) && !image.PositionOf(INT64_MIN) &&
+              !Open("sessions.ccd").PositionOf(20));
   EXPECT_EQ(105840U, Open("sessions.ccd").PositionOf(11295)->offsetBytes);
   for (const auto& [bytes, missing] : {std::pair(141120U, 0U), {141119U, 1U}, {0U, 20U}}) {
     EXPECT_EQ(missing, image.Sessions()[0].Tracks()[2].MissingSectors(bytes));
@@ -195,6 +197,7 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
   fs::create_symlink("/dev/full", path("full.cue"));
   fs::create_symlink("/dev/full", path("full.zsi"));
   fs::create_symlink("none/x", path("link"));
+  mkfifo(path("pipe").c_str(), 0600);
   const std::set<fs::path> before = Files();
   const std::pair<const char*, std::function<void()>> kCases[] = {
       {"ZSE_CANNOTOPENIMAGE none.cue", [&] { Open("none.cue"); }},
@@ -208,6 +211,9 @@ TEST_F(DiscImage, NamesCodeAndFileOfEachFailure) {
       {"E_ABORT plain.iso", [&] { extract(album, path("plain.iso"), {.progress = [](auto, auto) { return false; }}); }},
       {"E_INVALIDARG ALBUM.BIN", [&] { extract(album, path("ALBUM.BIN")); }},
       {"E_INVALIDARG album.cdt", [&] { extract(album, path("album.cdt")); }},
+      {"E_INVALIDARG plain.iso", [&] { extract(album, path("plain.iso") + '\0'); }},
+      {"E_INVALIDARG pipe", [&] { extract(album, path("pipe")); }},
+      {"E_INVALIDARG a<.zsi", [&] { album.WriteTocFile(path("a<.zsi")); }},
       {"ERROR_DISK_FULL full", [&] { extract(album, "/dev/full"); }},
       {"ERROR_DISK_FULL full.cue", [&] { album.WriteCueSheet(path("full.cue")); }},
       {"ERROR_DISK_FULL full.zsi", [&] { album.WriteTocFile(path("full.zsi")); }},

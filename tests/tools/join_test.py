@@ -106,7 +106,7 @@ class Join(Case):
         swapped = bytes(x for pair in zip(b[1::2], b[::2]) for x in pair)
         for name, sheet, data, tracks in [  # Of each track the start and the pregap.
             ("a file for each track", file("A.bin") + track(1) + file("b.bin") + track(2), a + b, [(0, 0), (300, 0)]),
-            ("one file, named twice", file("a.bin") + track(1) + file("a.bin") +
+            ("one file, named twice", file("a.bin") + track(1) + file("./A.bin") +
              track(2, "AUDIO", "INDEX 00 00:01:00", "INDEX 01 00:02:00"), a, [(0, 0), (150, 75)]),
             ("a pregap in the file before", file("a.bin") + track(1) + track(2, "AUDIO", "INDEX 00 00:03:00") +
              file("b.bin") + "INDEX 01 00:00:00\n" + file("c.bin") + track(3), a + b + c,
@@ -182,6 +182,7 @@ class Join(Case):
              {"a_bin": b"abcdefgh" * 292, "b_bin": one}),
             (file("a.bin") + track(1, "AUDIO", "PREGAP 9999:59:74", "INDEX 01 00:00:00"), ["89:59:74"], {"a_bin": one}),
             (file("a.bin") + track(1, "AUDIO", "INDEX 01 99999999999999999999:00:00"), ["line 3"], {"a_bin": one}),
+            (file("a.bin") + track(1) + "PREGAP 00:00:01\n", ["line 4, PREGAP", "before the INDEX"], {"a_bin": one}),
             (file("a.bin") + "".join(track(i + 1, "AUDIO", f"INDEX 01 00:00:{i:02}") for i in range(100)),
              ["99 tracks"], {"a_bin": noise(100)}),
             (file("a.bin") + track(1, "AUDIO", "TITLE X"), ["no INDEX line"], {"a_bin": one}),

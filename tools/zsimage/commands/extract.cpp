@@ -8,6 +8,7 @@
 #include "commands/commands.h"
 #include "commands/track_files.h"
 #include "files/output_file.h"
+#include "files/paths.h"
 #include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
@@ -188,6 +189,10 @@ int ExtractAll(const imagefile::Image& image, const std::vector<Job>& jobs, cons
 int RunExtract(const ExtractOptions& options) {
   const imagefile::Image image = OpenImage(options.path, options.partial);
   RequireDataFile(image);
+  for (const char* extension : {".MP3", ".OGG", ".OPUS", ".M4A", ".WAVE"}) {
+    FailIf(options.format.empty() && HasExtension(options.output, extension), options.output, E_INVALIDARG,
+           "sound files are .wav, .aiff or .flac; give a name with one of these extensions");
+  }
   const std::vector<Job> jobs = ListJobs(image, options);
   for (const Job& job : jobs) {
     image.RefuseOwnFile(job.target);

@@ -42,11 +42,15 @@ void Verify(const std::string& path, Album* album) {
   };
   FailIf(!std::equal(expected.begin(), expected.end(), found.begin(), found.end(), isSame), path, E_UNEXPECTED,
          "a track is read back with another position, length or mode");
-  const auto hasTexts = [](const ZSTRACK& left, const ZSTRACK& right) {
-    return Narrow(left.bstrTitle) == Narrow(right.bstrTitle) &&
-           Narrow(left.bstrPerformer) == Narrow(right.bstrPerformer);
+  const ::ZSCDTEXT& disc = SessionOf(image, 1).Record().ZSCDTEXT;
+  const auto isKept = [&](const TextField& text) {
+    const auto hasSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
+      return Narrow(TextOf(left, text.ofTrack)) == Narrow(TextOf(right, text.ofTrack));
+    };
+    return Narrow(TextOf(album->record->ZSCDTEXT, text.ofDisc)) == Narrow(TextOf(disc, text.ofDisc)) &&
+           std::equal(expected.begin(), expected.end(), found.begin(), hasSame);
   };
-  if (!std::equal(expected.begin(), expected.end(), found.begin(), hasTexts)) {
+  if (!std::all_of(std::begin(kTextFields), std::end(kTextFields), isKept)) {
     album->notes.insert(
         "CD-Text does not hold all texts: those of data tracks, and what exceeds its size, are left out");
   }

@@ -26,7 +26,7 @@ std::string AsFileName(std::string name) {
 const TrackFormat& TrackFormatOf(const std::string& name) {
   const std::string extension = name.substr(name.find_last_of("./") + 1);
   const auto* const known = std::find_if(std::begin(kTrackFormats), std::end(kTrackFormats), [&](const auto& format) {
-    return lstrcmpiA(extension == "aif" ? "aiff" : extension, format.extension) == 0;
+    return lstrcmpiA(lstrcmpiA(extension, "aif") == 0 ? "aiff" : extension, format.extension) == 0;
   });
   return known == std::end(kTrackFormats) ? kTrackFormats[0] : *known;
 }

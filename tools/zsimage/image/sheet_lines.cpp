@@ -95,5 +95,7 @@ std::string JoinAdvice(const std::string& path, const std::string& dataFile) {
     return fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them", names.size(),
                        JoinCommand(path));
   }
-  return names.empty() || SoundFileType(dataFile).empty() ? "" : JoinCommand(path) + " makes an image of it";
+  // The component finds only names in double quotes; without one, the sheet itself is its data file.
+  const bool isJoinable = !SoundFileType(dataFile).empty() || IsSameFile(dataFile, path);
+  return names.empty() || !isJoinable ? "" : JoinCommand(path) + " makes an image of it";
 }

@@ -1,5 +1,7 @@
 #include "join/album.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -23,15 +25,21 @@ constexpr ULONG kLargestNumber = 9999;  ///< Limit of a number in a line: sums o
 /// Types of TRACK lines: AUDIO, or the mode and the bytes of a sector.
 constexpr const char* kTypes[] = {"AUDIO", "MODE1/2048", "MODE1/2352", "MODE2/2048", "MODE2/2336", "MODE2/2352"};
 
-/// Opens a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
+/// Finds a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
 /// another machine; then the file name alone is looked up in that folder.
-SampleSource OpenFile(const std::string& sheet, const std::string& name, const std::string& type, unsigned line) {
+std::string FindFile(const std::string& sheet, const std::string& name, unsigned line) {
   std::string path = name.starts_with('/') ? name : Beside(sheet, name);
   const bool isFound =
       ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path);
   FailIf(!isFound, path, ZSE_FILENOTFOUND, "no such file, in upper or lower case; line {} of the sheet names it", line);
+  return path;
+}
+
+SampleSource OpenFile(const std::string& path, const std::string& type, unsigned line) {
   const std::optional<UHYPER> size = FileSize(path);
   FailIf(!size, path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", line);
+  FailIf(access(path.c_str(), R_OK) != 0, path, ERROR_ACCESS_DENIED,
+         "the file may not be read; change its permissions");
   const bool isSwapped = type == "MOTOROLA";
   if ((type != "BINARY" && !isSwapped) || !SoundFileType(path).empty()) {
     return OpenSound(path);
@@ -97,13 +105,20 @@ private:
       ReadIndex(line);
     } else if (line.keyword == "PREGAP") {
       const auto sectors = static_cast<LONG>(ReadTime(line).second);
+      FailLineIf(m_owner == m_track, line, "the line must be before the INDEX lines of its track");
       m_track->Pregap = sectors; // Until the first index of the track.
     } else if (line.keyword == "POSTGAP") {
       const auto sectors = static_cast<LONG>(ReadTime(line).second);
       m_track->Postgap = sectors; // Until the end of the track.
     } else if (line.keyword == "REM" && words.starts_with("SESSION") && !words.ends_with("01")) {
       m_album.notes.insert("the sheet has several sessions, and the new one has all tracks in one");
+    } else if (line.keyword == "CDTEXTFILE" &&
+               !IsSameFile(Beside(m_path, line.Text()), WithExtension(m_path, ".CDT"))) {
+      m_album.notes.insert("the texts of the file in the CDTEXTFILE line are left out; name it as the sheet, .cdt");
     } else if (line.keyword == "FLAGS" && m_track != nullptr) {
+      if (words.find("SCMS") != std::string::npos) {
+        m_album.notes.insert("the flag SCMS is left out");
+      }
       for (const auto& [bit, word] : kTrackFlags) {
         m_track->Flags |= words.find(word) == std::string::npos ? 0 : bit;
       }
@@ -134,10 +149,10 @@ private:
       name = platform::Trim(name.substr(0, name.size() - type.size()));
     }
     FailLineIf(name.empty(), line, "the line names no file");
-    if (name != m_fileName) {
+    const std::string path = FindFile(m_path, name, line.number);
+    if (m_file == nullptr || !IsSameFile(m_file->path, path)) {
       EndFile(false);
-      m_file = &m_album.files.emplace_back(OpenFile(m_path, name, type, line.number));
-      m_fileName = name;
+      m_file = &m_album.files.emplace_back(OpenFile(path, type, line.number));
       m_fileLine = line.number;
       m_offset = 0;
       m_sector.reset();
@@ -306,7 +321,6 @@ private:
   UHYPER m_position = 0;      ///< Sectors so far.
   UHYPER m_pregapStart = 0;
   const SampleSource* m_file = nullptr;
-  std::string m_fileName;
   unsigned m_fileLine = 0;
   std::optional<ULONG> m_sector; ///< Position of the last index in the file.
   UHYPER m_offset = 0;           ///< Bytes of the file that belong to pieces.

@@ -63,6 +63,8 @@ SampleSource OpenSound(const std::string& path) {
              (file.format() & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16,
          path, ZSE_BADIMAGE,
          "its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first", Describe(file));
+  FailIf(type == SF_FORMAT_FLAC && file.frames() <= 0, path, ZSE_BADIMAGE,
+         "its header states no length, as if written into a pipe; write the file again with 'flac'");
   const UHYPER size = FileSize(path).value_or(0);
   const UHYPER claimed = ClaimedBytes(path);
   FailIf(claimed > size, path, ERROR_HANDLE_EOF, "it is cut off: its header states {} bytes, and the file has {}",
