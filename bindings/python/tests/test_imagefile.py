@@ -150,11 +150,12 @@ def test_missing_library_is_explained(monkeypatch: pytest.MonkeyPatch) -> None:
 
 
 def test_stream_is_a_raw_stream_and_wrong_arguments_are_refused() -> None:
-    disc = imagefile.open("plain.iso")
+    disc, album = imagefile.open("plain.iso"), imagefile.open("album.cue")
     with disc.stream(disc.tracks[0]) as stream:
         assert io.BufferedReader(stream, 1000).read() == Path("plain.iso").read_bytes()
-    for act in (lambda: stream.read(1), lambda: disc.stream(imagefile.open("album.cue").tracks[0]),
+    for act in (lambda: stream.read(1), lambda: disc.stream(album.tracks[0]),
                 lambda: disc.stream(disc.tracks[0], 2049), lambda: disc.stream(disc.tracks[0], 0),
+                lambda: album.stream(album.tracks[0], 2048), lambda: album.extract(album.tracks[0], "new", 2048),
                 lambda: disc.to_cue("new.zsi"), lambda: imagefile.open("\0")):
         pytest.raises(ValueError, act)
 
