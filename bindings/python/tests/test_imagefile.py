@@ -80,6 +80,7 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
 def test_descriptions_and_cdtext_are_the_tool_s(image: str) -> None:
     disc = imagefile.open(image)
     os.mkdir("own"), os.mkdir("tool")
+    disc.to_cue("own/new.cue")  # The second time, the sheet and its companion are replaced.
     for name, write in (("new.cue", disc.to_cue), ("new.zsi", disc.to_zsi)):
         write("own/" + name)
         tool("convert", image, "tool/" + name)
@@ -111,6 +112,11 @@ def extract(image: str, target: str, length: int | None = None) -> None:
     disc.extract(disc.tracks[-1], target)
 
 
+def convert_beside(stale: str, image: str) -> None:
+    shutil.copy("album.cdt", stale)
+    imagefile.open(image).to_cue("néw.cue" if "\udcc9" in stale else "new.cue")
+
+
 def limited(size: int, act: Callable[[], None]) -> None:
     """Runs a function while no file can grow, as on a full disk."""
     limits = resource.getrlimit(resource.RLIMIT_FSIZE)
@@ -128,6 +134,8 @@ def limited(size: int, act: Callable[[], None]) -> None:
     ("ZSE_FILENOTFOUND", "lone.ccd", lambda: (shutil.copy("sessions.ccd", "lone.ccd"), extract("lone.ccd", "new"))),
     ("E_INVALIDARG", "Album.BIN", lambda: extract("album.cue", "Album.BIN")),
     ("E_INVALIDARG", "link", lambda: (os.symlink("album.cdt", "link"), extract("album.cue", "link"))),
+    *(("ERROR_FILE_EXISTS", stale, lambda stale=stale, image=image: convert_beside(stale, image))
+      for stale in ("New.cdt", "nEw.CdT", "n\udcc9w.cdt") for image in ("album.cue", "tao.nrg")),
     ("ENOENT", "none/new", lambda: extract("album.cue", "none/new")),
     ("EFBIG", "new", lambda: limited(9999, lambda: extract("album.cue", "new"))),
     ("E_FAIL", "new.cue", lambda: limited(50, lambda: imagefile.open("tao.nrg").to_cue("new.cue"))),
@@ -136,7 +144,7 @@ def test_failure_names_code_and_file_and_leaves_nothing(name: str, path: str, ac
     with pytest.raises(OSError) as caught:
         act()
     error = pickle.loads(pickle.dumps(caught.value))
-    assert error.filename == path and path in str(error) and not list(Path().glob("new*"))
+    assert error.filename == path and path in str(error) and not list(Path().glob("n[eé]w*"))
     if isinstance(error, imagefile.ImageFileError):
         assert (error.name, error.path) == (name, path) and f"{name}, 0x{error.code:08X}" in str(error)
     else:

@@ -9,8 +9,8 @@ from dataclasses import dataclass
 from typing import Any
 
 from ._contract import FALSE, NO_INDEX, RECORDS, TRUE
-from ._errors import E_INVALIDARG, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
-from ._files import on_disk, write_description, write_file
+from ._errors import E_INVALIDARG, ERROR_FILE_EXISTS, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
+from ._files import describe, on_disk, write_file
 from ._library import functions, image_record, service, text, texts_of, tracks_of
 from ._model import Flags, Format, Kind, Mask, Mode, Session, SessionFormat, Text, Track
 from ._tracks import TrackStream, place_tracks
@@ -59,9 +59,15 @@ class Disc:
         target = self._output(path, ".cue")
         with image_record(self.path) as (_, sheets):
             packs = self._encode(sheets)[:-1]
-            content = write_description(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
-        for companion in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE):
-            write_file(os.path.join(os.path.dirname(target), os.fsdecode(companion)), io.BytesIO(packs))
+            content = describe(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
+        names = [os.fsdecode(name) for name in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE)]
+        found = on_disk(target[: -len(".cue")] + ".CDT")  # The file that the new sheet is read with.
+        if os.path.exists(found) and os.path.basename(found) not in names:
+            message = "the new sheet would take its CD-Text from this file; remove it"
+            raise ImageFileError(ERROR_FILE_EXISTS, message, found)
+        write_file(target, io.BytesIO(content))
+        for name in names:
+            write_file(os.path.join(os.path.dirname(target), name), io.BytesIO(packs))
 
     def to_zsi(self, path: Path) -> None:
         """Writes a TOC file, but not the data file that it names."""
@@ -70,7 +76,8 @@ class Disc:
             packs = self._encode(sheets)[:-1]
             info.ZSImageFormat = Format.ZSI
             arguments = byref(info), None, 0, packs or None, len(packs)
-            write_description(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
+            content = describe(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
+        write_file(target, io.BytesIO(content))
 
     def encode_cdtext(self) -> bytes:
         """Returns the texts of the first session as the content of a .cdt file; empty if it has no texts."""
