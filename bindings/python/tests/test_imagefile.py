@@ -151,6 +151,15 @@ def test_failure_names_code_and_file_and_leaves_nothing(name: str, path: str, ac
         assert errno.errorcode[error.errno] == name
 
 
+@pytest.mark.parametrize("name", ['a"b.cue', "a\nb.cue", "a\rb.cue", "a\\b.cue", "a<b.zsi", "a>b.zsi", "a\\b.zsi"])
+def test_name_that_a_description_cannot_hold_is_refused(name: str) -> None:
+    disc, files = imagefile.open("album.cue"), os.listdir()
+    with pytest.raises(ValueError) as caught:
+        (disc.to_cue if name.endswith(".cue") else disc.to_zsi)(name)
+    assert str(caught.value).startswith(f"{name}: ") and repr(name[1])[1:-1] in str(caught.value)
+    assert os.listdir() == files
+
+
 def test_missing_library_is_explained(monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setenv("IMAGEFILE_LIBRARY", "./none.so")
     with pytest.raises(imagefile.ImageFileError, match=r"^\./none\.so: .*install libimagefile1.*CO_E_DLLNOTFOUND"):

@@ -56,7 +56,7 @@ class Disc:
 
     def to_cue(self, path: Path) -> None:
         """Writes a CUE sheet of the first session and a .CDT file of its texts, but not the data file that it names."""
-        target = self._output(path, ".cue")
+        target = self._output(path, ".cue", '"\\\r\n')
         with image_record(self.path) as (_, sheets):
             packs = self._encode(sheets)[:-1]
             content = describe(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
@@ -71,7 +71,7 @@ class Disc:
 
     def to_zsi(self, path: Path) -> None:
         """Writes a TOC file, but not the data file that it names."""
-        target = self._output(path, ".zsi")
+        target = self._output(path, ".zsi", "<>\\")
         with image_record(self.path) as (info, sheets):
             packs = self._encode(sheets)[:-1]
             info.ZSImageFormat = Format.ZSI
@@ -101,11 +101,11 @@ class Disc:
         functions().CoTaskMemFree(block)
         return packs
 
-    def _output(self, path: Path, extension: str = "") -> str:
+    def _output(self, path: Path, extension: str = "", forbidden: str = "") -> str:
         """Returns the path of a new file. Raises an exception for a file of the image itself, in any case."""
         target, stem = os.fspath(path), os.path.splitext(self.path)[0]
-        if not target.lower().endswith(extension):
-            raise ValueError(f"{target}: give a name that ends with {extension}")
+        if not target.lower().endswith(extension) or set(forbidden) & set(os.path.basename(target)):
+            raise ValueError(f"{target}: give a name that ends with {extension} and has none of {[*forbidden]}")
         own = [self.path, self.data_file, stem + ".cdt", stem + ".sub"]
         if os.path.realpath(target).upper() in [os.path.realpath(file).upper() for file in own]:
             raise ImageFileError(E_INVALIDARG, "this file belongs to the image; give another name", target)
