@@ -81,7 +81,7 @@ def test_descriptions_and_cdtext_are_the_tool_s(image: str) -> None:
     disc = imagefile.open(image)
     os.mkdir("own"), os.mkdir("tool")
     disc.to_cue("own/new.cue")  # The second time, the sheet and its companion are replaced.
-    for name, write in (("new.cue", disc.to_cue), ("new.zsi", disc.to_zsi)):
+    for name, write in (("new.cue", disc.to_cue), ("new.zsi", disc.to_zsi), ("Ünïß.cue", disc.to_cue)):
         write("own/" + name)
         tool("convert", image, "tool/" + name)
     own, other = ({path.name: path.read_bytes() for path in Path(folder).iterdir()} for folder in ("own", "tool"))

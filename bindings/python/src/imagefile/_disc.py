@@ -11,7 +11,7 @@ from typing import Any
 from ._contract import FALSE, NO_INDEX, RECORDS, TRUE
 from ._errors import E_INVALIDARG, ERROR_FILE_EXISTS, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
 from ._files import describe, on_disk, write_file
-from ._library import functions, image_record, service, text, texts_of, tracks_of
+from ._library import functions, image_record, service, text, texts_of, tracks_of, unicode
 from ._model import Flags, Format, Kind, Mask, Mode, Session, SessionFormat, Text, Track
 from ._tracks import TrackStream, place_tracks
 
@@ -60,7 +60,7 @@ class Disc:
         with image_record(self.path) as (_, sheets):
             packs = self._encode(sheets)[:-1]
             content = describe(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
-        names = [os.fsdecode(name) for name in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE)]
+        names = [unicode(os.fsdecode(name)) for name in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE)]
         found = on_disk(target[: -len(".cue")] + ".CDT")  # The file that the new sheet is read with.
         if os.path.exists(found) and os.path.basename(found) not in names:
             message = "the new sheet would take its CD-Text from this file; remove it"
