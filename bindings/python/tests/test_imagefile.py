@@ -80,7 +80,8 @@ def test_disc_is_the_record_and_tracks_are_extracted_as_by_the_tool(image: str) 
 def test_descriptions_and_cdtext_are_the_tool_s(image: str) -> None:
     disc = imagefile.open(image)
     os.mkdir("own"), os.mkdir("tool")
-    for name, write in (("new.cue", disc.to_cue), ("new.zsi", disc.to_zsi)):
+    disc.to_cue("own/new.cue")  # The second time, the sheet and its companion are replaced.
+    for name, write in (("new.cue", disc.to_cue), ("new.zsi", disc.to_zsi), ("Ünïß.cue", disc.to_cue)):
         write("own/" + name)
         tool("convert", image, "tool/" + name)
     own, other = ({path.name: path.read_bytes() for path in Path(folder).iterdir()} for folder in ("own", "tool"))
@@ -111,6 +112,11 @@ def extract(image: str, target: str, length: int | None = None) -> None:
     disc.extract(disc.tracks[-1], target)
 
 
+def convert_beside(stale: str, image: str) -> None:
+    shutil.copy("album.cdt", stale)
+    imagefile.open(image).to_cue("néw.cue" if "\udcc9" in stale else "new.cue")
+
+
 def limited(size: int, act: Callable[[], None]) -> None:
     """Runs a function while no file can grow, as on a full disk."""
     limits = resource.getrlimit(resource.RLIMIT_FSIZE)
@@ -128,6 +134,8 @@ def limited(size: int, act: Callable[[], None]) -> None:
     ("ZSE_FILENOTFOUND", "lone.ccd", lambda: (shutil.copy("sessions.ccd", "lone.ccd"), extract("lone.ccd", "new"))),
     ("E_INVALIDARG", "Album.BIN", lambda: extract("album.cue", "Album.BIN")),
     ("E_INVALIDARG", "link", lambda: (os.symlink("album.cdt", "link"), extract("album.cue", "link"))),
+    *(("ERROR_FILE_EXISTS", stale, lambda stale=stale, image=image: convert_beside(stale, image))
+      for stale in ("New.cdt", "nEw.CdT", "n\udcc9w.cdt") for image in ("album.cue", "tao.nrg")),
     ("ENOENT", "none/new", lambda: extract("album.cue", "none/new")),
     ("EFBIG", "new", lambda: limited(9999, lambda: extract("album.cue", "new"))),
     ("E_FAIL", "new.cue", lambda: limited(50, lambda: imagefile.open("tao.nrg").to_cue("new.cue"))),
@@ -136,11 +144,20 @@ def test_failure_names_code_and_file_and_leaves_nothing(name: str, path: str, ac
     with pytest.raises(OSError) as caught:
         act()
     error = pickle.loads(pickle.dumps(caught.value))
-    assert error.filename == path and path in str(error) and not list(Path().glob("new*"))
+    assert error.filename == path and path in str(error) and not list(Path().glob("n[eé]w*"))
     if isinstance(error, imagefile.ImageFileError):
         assert (error.name, error.path) == (name, path) and f"{name}, 0x{error.code:08X}" in str(error)
     else:
         assert errno.errorcode[error.errno] == name
+
+
+@pytest.mark.parametrize("name", ['a"b.cue', "a\nb.cue", "a\rb.cue", "a\\b.cue", "a<b.zsi", "a>b.zsi", "a\\b.zsi"])
+def test_name_that_a_description_cannot_hold_is_refused(name: str) -> None:
+    disc, files = imagefile.open("album.cue"), os.listdir()
+    with pytest.raises(ValueError) as caught:
+        (disc.to_cue if name.endswith(".cue") else disc.to_zsi)(name)
+    assert str(caught.value).startswith(f"{name}: ") and repr(name[1])[1:-1] in str(caught.value)
+    assert os.listdir() == files
 
 
 def test_missing_library_is_explained(monkeypatch: pytest.MonkeyPatch) -> None:
@@ -150,11 +167,12 @@ def test_missing_library_is_explained(monkeypatch: pytest.MonkeyPatch) -> None:
 
 
 def test_stream_is_a_raw_stream_and_wrong_arguments_are_refused() -> None:
-    disc = imagefile.open("plain.iso")
+    disc, album = imagefile.open("plain.iso"), imagefile.open("album.cue")
     with disc.stream(disc.tracks[0]) as stream:
         assert io.BufferedReader(stream, 1000).read() == Path("plain.iso").read_bytes()
-    for act in (lambda: stream.read(1), lambda: disc.stream(imagefile.open("album.cue").tracks[0]),
+    for act in (lambda: stream.read(1), lambda: disc.stream(album.tracks[0]),
                 lambda: disc.stream(disc.tracks[0], 2049), lambda: disc.stream(disc.tracks[0], 0),
+                lambda: album.stream(album.tracks[0], 2048), lambda: album.extract(album.tracks[0], "new", 2048),
                 lambda: disc.to_cue("new.zsi"), lambda: imagefile.open("\0")):
         pytest.raises(ValueError, act)
 

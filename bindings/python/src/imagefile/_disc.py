@@ -9,9 +9,9 @@ from dataclasses import dataclass
 from typing import Any
 
 from ._contract import FALSE, NO_INDEX, RECORDS, TRUE
-from ._errors import E_INVALIDARG, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
-from ._files import on_disk, write_description, write_file
-from ._library import functions, image_record, service, text, texts_of, tracks_of
+from ._errors import E_INVALIDARG, ERROR_FILE_EXISTS, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
+from ._files import describe, on_disk, write_file
+from ._library import functions, image_record, service, text, texts_of, tracks_of, unicode
 from ._model import Flags, Format, Kind, Mask, Mode, Session, SessionFormat, Text, Track
 from ._tracks import TrackStream, place_tracks
 
@@ -56,21 +56,28 @@ class Disc:
 
     def to_cue(self, path: Path) -> None:
         """Writes a CUE sheet of the first session and a .CDT file of its texts, but not the data file that it names."""
-        target = self._output(path, ".cue")
+        target = self._output(path, ".cue", '"\\\r\n')
         with image_record(self.path) as (_, sheets):
             packs = self._encode(sheets)[:-1]
-            content = write_description(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
-        for companion in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE):
-            write_file(os.path.join(os.path.dirname(target), os.fsdecode(companion)), io.BytesIO(packs))
+            content = describe(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
+        names = [unicode(os.fsdecode(name)) for name in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE)]
+        found = on_disk(target[: -len(".cue")] + ".CDT")  # The file that the new sheet is read with.
+        if os.path.exists(found) and os.path.basename(found) not in names:
+            message = "the new sheet would take its CD-Text from this file; remove it"
+            raise ImageFileError(ERROR_FILE_EXISTS, message, found)
+        write_file(target, io.BytesIO(content))
+        for name in names:
+            write_file(os.path.join(os.path.dirname(target), name), io.BytesIO(packs))
 
     def to_zsi(self, path: Path) -> None:
         """Writes a TOC file, but not the data file that it names."""
-        target = self._output(path, ".zsi")
+        target = self._output(path, ".zsi", "<>\\")
         with image_record(self.path) as (info, sheets):
             packs = self._encode(sheets)[:-1]
             info.ZSImageFormat = Format.ZSI
             arguments = byref(info), None, 0, packs or None, len(packs)
-            write_description(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
+            content = describe(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
+        write_file(target, io.BytesIO(content))
 
     def encode_cdtext(self) -> bytes:
         """Returns the texts of the first session as the content of a .cdt file; empty if it has no texts."""
@@ -94,11 +101,11 @@ class Disc:
         functions().CoTaskMemFree(block)
         return packs
 
-    def _output(self, path: Path, extension: str = "") -> str:
+    def _output(self, path: Path, extension: str = "", forbidden: str = "") -> str:
         """Returns the path of a new file. Raises an exception for a file of the image itself, in any case."""
         target, stem = os.fspath(path), os.path.splitext(self.path)[0]
-        if not target.lower().endswith(extension):
-            raise ValueError(f"{target}: give a name that ends with {extension}")
+        if not target.lower().endswith(extension) or set(forbidden) & set(os.path.basename(target)):
+            raise ValueError(f"{target}: give a name that ends with {extension} and has none of {[*forbidden]}")
         own = [self.path, self.data_file, stem + ".cdt", stem + ".sub"]
         if os.path.realpath(target).upper() in [os.path.realpath(file).upper() for file in own]:
             raise ImageFileError(E_INVALIDARG, "this file belongs to the image; give another name", target)

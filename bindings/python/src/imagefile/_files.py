@@ -9,15 +9,15 @@ from collections.abc import Callable
 from typing import Any
 
 from ._errors import E_FAIL, ImageFileError
-from ._library import Object, path_string
+from ._library import Object, path_string, unicode
 
 
 def on_disk(path: str) -> str:
-    """Returns the path on disk of a file, in any case as the library finds it; the path itself if it is missing."""
+    """Returns the path on disk of a file, in any case and encoding as the library finds it; `path` if it is missing."""
     folder, name = os.path.split(path)
-    pattern = "".join(f"[{char}{char.swapcase()}]" if char.isalpha() else glob.escape(char) for char in name)
-    found = glob.glob(os.path.join(glob.escape(folder), pattern))
-    return path if os.path.exists(path) else min(found, key=os.fsencode, default=path)
+    names = [] if os.path.exists(path) else glob.glob("*", root_dir=folder or None, include_hidden=True)
+    found = [os.path.join(folder, other) for other in names if unicode(other).lower() == unicode(name).lower()]
+    return min(found, key=os.fsencode, default=path)
 
 
 def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[[int], object] = bool) -> None:
@@ -43,9 +43,8 @@ def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[
             os.unlink(part)
 
 
-def write_description(path: str, writer: Object, operation: str, *arguments: Any) -> bytes:
-    """Runs an operation that writes a file, and returns the content. The operation does not report failed writes, so it
-    writes to memory, and write_file writes the file."""
+def describe(path: str, writer: Object, operation: str, *arguments: Any) -> bytes:
+    """Returns what an operation writes to a file. It does not report failed writes, so it writes to memory."""
     with tempfile.TemporaryDirectory() as folder, open(os.memfd_create("description"), "rb") as file:
         link = os.path.join(folder, os.path.basename(path))
         os.symlink(f"/proc/self/fd/{file.fileno()}", link)
@@ -53,5 +52,4 @@ def write_description(path: str, writer: Object, operation: str, *arguments: Any
         content = file.read()
     if not content.endswith(b"\n"):
         raise ImageFileError(E_FAIL, "the description could not be written as a whole", path)
-    write_file(path, io.BytesIO(content))
     return content

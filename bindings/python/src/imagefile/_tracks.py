@@ -38,8 +38,10 @@ def _offset_in_sector(track: Track, size: int) -> int:
     sub_header = track.mode is not Mode.MODE1 and (raw or track.block_size == 2336) and size not in (2336, 2332, 2056)
     whole = size == track.block_size or (raw and size >= 2352) or track.mode is Mode.AUDIO
     offset = 0 if whole else (16 if raw else 0) + (8 if sub_header else 0)
-    if size < 1 or offset + size > track.block_size:
-        raise ValueError(f"sectors of {track.block_size} bytes hold no block of {size} bytes from byte {offset} on")
+    least = min(track.block_size or 1, 2352) if track.mode is Mode.AUDIO else 1
+    if not least <= size <= track.block_size - offset:
+        raise ValueError(f"track {track.number}: sectors of {track.block_size} bytes, {track.mode.name}, have no block of "
+                         f"{size} bytes; give another block size")
     return offset
 
 
