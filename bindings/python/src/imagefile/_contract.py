@@ -6,16 +6,14 @@ from typing import Any
 
 IDENTIFIERS = {  # Identifiers of each class and of its interface.
     "ZSImageFile": ("{AE7CB71D-5121-409C-AEA7-4A9EACB3C354}", "{AECC35E5-5E47-4670-9F6A-C48BC23B25AB}"),
-    "ZSCueSheet": ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", "{315DBEA3-A2E9-40C5-8930-1C842A2C8835}"),
-}
+    "ZSCueSheet": ("{CD37B6EB-D22C-4F42-8C01-89B078739430}", "{315DBEA3-A2E9-40C5-8930-1C842A2C8835}")}
 OPERATIONS = {  # Operations of each interface, in the order of its table of functions.
     "IStream": "QueryInterface AddRef Release Read",
     "IZSImageFile": "QueryInterface AddRef Release SetCallBack GetImageFileInfo CreateTOCFile Open Clone "
                     "FreeImageFileInfo CalculateDiscID GetPositionFromLBA",
     "IZSCueSheet": "QueryInterface AddRef Release CreateCueFile AnalyzeCueSheet AnalyzeCDText AnalyzeCDTextFromData "
                    "GetBinaryFile PrepareTracks ExtractTrackToStream ExtractStreamToFile MergeTracks AllocCueSheet "
-                   "EncodeCDText Clone CloneCDText CopyCDText FreeZSCueSheet FreeZSCDText Dummy",
-}
+                   "EncodeCDText Clone CloneCDText CopyCDText FreeZSCueSheet FreeZSCDText Dummy"}
 TEXTS = ("title", "composer", "performer", "songwriter", "arranger", "genre", "message")
 TRUE, FALSE, IN_PROCESS, NO_INDEX = -1, 0, 1, -1
 
@@ -28,8 +26,7 @@ _LAYOUTS = {
                f"i ImageBlockSize i Flags VARIANT varFiles {_TEXT_FIELDS} P bstrISRC Q dwReserved64",
     "ZSCUESHEET": "I nTracks P pZSTracks ZSCDTEXT ZSCDTEXT i ZSSESSIONFORMAT",
     "zsimagefileinfo": "i lMask P bstrImageBinaryFile i ZSImageFormat i ZSTYPEPROJECT i ZSBlockSize 99P pZSCueSheet "
-                       "H nSessions Q dwSeekBegin64 Q dwSeekEnd64 H nSubCount I dwDiscID I dwDiscID2 i lReserved",
-}
+                       "H nSessions Q dwSeekBegin64 Q dwSeekEnd64 H nSubCount I dwDiscID I dwDiscID2 i lReserved"}
 
 
 def records(address: type[Any]) -> SimpleNamespace:

@@ -9,9 +9,9 @@ from dataclasses import dataclass
 from typing import Any
 
 from ._contract import FALSE, NO_INDEX, RECORDS, TRUE
-from ._errors import E_INVALIDARG, ERROR_FILE_EXISTS, ZSE_FAILED, ZSE_FILENOTFOUND, ImageFileError
+from ._errors import Code, ImageFileError
 from ._files import describe, on_disk, write_file
-from ._library import functions, image_record, service, text, texts_of, tracks_of, unicode
+from ._library import WINDOWS_1252, functions, image_record, service, text, texts_of, tracks_of
 from ._model import Flags, Format, Kind, Mask, Mode, Session, SessionFormat, Text, Track
 from ._tracks import TrackStream, place_tracks
 
@@ -45,7 +45,7 @@ class Disc:
         if track not in self.tracks:
             raise ValueError(f"track {track.number} is not one of this disc")
         if self.data_file == on_disk(self.path) and self.format not in (Format.ISO, Format.NRG):
-            raise ImageFileError(ZSE_FILENOTFOUND, "", self.data_file)
+            raise ImageFileError(Code.ZSE_FILENOTFOUND, "", self.data_file)
         return TrackStream(self.data_file, track, block_size)
 
     def extract(self, track: Track, path: Path, block_size: int | None = None, progress: Progress = None) -> None:
@@ -60,11 +60,11 @@ class Disc:
         with image_record(self.path) as (_, sheets):
             packs = self._encode(sheets)[:-1]
             content = describe(target, service("ZSCueSheet"), "CreateCueFile", byref(sheets[0]))
-        names = [unicode(os.fsdecode(name)) for name in re.findall(rb'^CDTEXTFILE "(.*)"', content, re.MULTILINE)]
+        names = re.findall('^CDTEXTFILE "(.*)"', os.fsdecode(content).translate(WINDOWS_1252), re.MULTILINE)
         found = on_disk(target[: -len(".cue")] + ".CDT")  # The file that the new sheet is read with.
         if os.path.exists(found) and os.path.basename(found) not in names:
             message = "the new sheet would take its CD-Text from this file; remove it"
-            raise ImageFileError(ERROR_FILE_EXISTS, message, found)
+            raise ImageFileError(Code.ERROR_FILE_EXISTS, message, found)
         write_file(target, io.BytesIO(content))
         for name in names:
             write_file(os.path.join(os.path.dirname(target), name), io.BytesIO(packs))
@@ -76,8 +76,7 @@ class Disc:
             packs = self._encode(sheets)[:-1]
             info.ZSImageFormat = Format.ZSI
             arguments = byref(info), None, 0, packs or None, len(packs)
-            content = describe(target, service("ZSImageFile"), "CreateTOCFile", *arguments)
-        write_file(target, io.BytesIO(content))
+            write_file(target, io.BytesIO(describe(target, service("ZSImageFile"), "CreateTOCFile", *arguments)))
 
     def encode_cdtext(self) -> bytes:
         """Returns the texts of the first session as the content of a .cdt file; empty if it has no texts."""
@@ -87,7 +86,7 @@ class Disc:
     def _encode(self, sheets: list[Any]) -> bytes:
         """Encodes the texts of the first session as packs. Sets `CDTextPresent` and numbers all tracks from 1."""
         if not sheets:
-            raise ImageFileError(ZSE_FAILED, "the image has no session", self.path)
+            raise ImageFileError(Code.ZSE_FAILED, "the image has no session", self.path)
         for sheet in sheets:
             for number, track in enumerate(tracks_of(sheet), 1):
                 track.TNO = number
@@ -108,7 +107,7 @@ class Disc:
             raise ValueError(f"{target}: give a name that ends with {extension} and has none of {[*forbidden]}")
         own = [self.path, self.data_file, stem + ".cdt", stem + ".sub"]
         if os.path.realpath(target).upper() in [os.path.realpath(file).upper() for file in own]:
-            raise ImageFileError(E_INVALIDARG, "this file belongs to the image; give another name", target)
+            raise ImageFileError(Code.E_INVALIDARG, "this file belongs to the image; give another name", target)
         return target
 
 

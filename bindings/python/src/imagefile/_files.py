@@ -8,15 +8,16 @@ import tempfile
 from collections.abc import Callable
 from typing import Any
 
-from ._errors import E_FAIL, ImageFileError
-from ._library import Object, path_string, unicode
+from ._errors import Code, ImageFileError
+from ._library import WINDOWS_1252, Object, path_string
 
 
 def on_disk(path: str) -> str:
     """Returns the path on disk of a file, in any case and encoding as the library finds it; `path` if it is missing."""
     folder, name = os.path.split(path)
     names = [] if os.path.exists(path) else glob.glob("*", root_dir=folder or None, include_hidden=True)
-    found = [os.path.join(folder, other) for other in names if unicode(other).lower() == unicode(name).lower()]
+    wanted = name.translate(WINDOWS_1252).lower()
+    found = [os.path.join(folder, other) for other in names if other.translate(WINDOWS_1252).lower() == wanted]
     return min(found, key=os.fsencode, default=path)
 
 
@@ -27,11 +28,9 @@ def write_file(path: str, source: io.RawIOBase | io.BytesIO, progress: Callable[
     part = path if direct else os.path.join(os.path.dirname(target), f".imagefile-{secrets.token_hex(8)}")
     done, buffer = 0, memoryview(bytearray(1 << 20))
     try:
-        with open(part, "wb" if direct else "xb", buffering=0) as file:
+        with open(part, "wb" if direct else "xb") as file:
             while count := source.readinto(buffer):
-                chunk = buffer[:count]
-                while chunk:
-                    chunk = chunk[file.write(chunk) :]
+                file.write(buffer[:count])
                 progress(done := done + count)
         if not direct:
             os.replace(part, target)
@@ -51,5 +50,5 @@ def describe(path: str, writer: Object, operation: str, *arguments: Any) -> byte
         writer.run(path, operation, path_string(link), *arguments)
         content = file.read()
     if not content.endswith(b"\n"):
-        raise ImageFileError(E_FAIL, "the description could not be written as a whole", path)
+        raise ImageFileError(Code.E_FAIL, "the description could not be written as a whole", path)
     return content

@@ -10,11 +10,11 @@ from functools import cache
 from typing import Any
 
 from ._contract import IDENTIFIERS, IN_PROCESS, OPERATIONS, RECORDS, TEXTS
-from ._errors import CO_E_DLLNOTFOUND, ImageFileError
+from ._errors import Code, ImageFileError
 
 _Function = CFUNCTYPE(c_uint32, c_void_p)  # More arguments may follow, with their own types.
-# Python represents each byte of a path that is not UTF-8 by a surrogate.
-_WINDOWS_1252 = {0xDC00 + byte: bytes([byte]).decode("cp1252", "ignore") or chr(byte) for byte in range(0x80, 0x100)}
+# Python represents each byte of a path that is not UTF-8 by a surrogate. The library reads it as Windows-1252.
+WINDOWS_1252 = {0xDC00 + byte: bytes([byte]).decode("cp1252", "ignore") or chr(byte) for byte in range(0x80, 0x100)}
 
 
 class Object:
@@ -42,7 +42,7 @@ def functions() -> CDLL:
     try:
         return CDLL(path)
     except OSError as error:
-        raise ImageFileError(CO_E_DLLNOTFOUND, "", path) from error
+        raise ImageFileError(Code.CO_E_DLLNOTFOUND, "", path) from error
 
 
 @cache
@@ -55,16 +55,11 @@ def service(name: str) -> Object:
     return Object("I" + name, address)
 
 
-def unicode(path: str) -> str:
-    """Returns a path with each byte that is not UTF-8 as the character of Windows-1252 that the library reads."""
-    return path.translate(_WINDOWS_1252)
-
-
 def path_string(path: str) -> Any:
     """Returns a path as the library reads it: wide text with a zero after it and its length in bytes before it."""
     if "\0" in path:
         raise ValueError("embedded null character")
-    units = unicode(path).encode("utf-16-le")
+    units = path.translate(WINDOWS_1252).encode("utf-16-le")
     return byref(create_string_buffer(bytes(c_uint32(len(units))) + units + b"\0"), 4)
 
 

@@ -6,15 +6,14 @@ from dataclasses import replace
 from typing import Any
 
 from ._contract import RECORDS
-from ._errors import ERROR_HANDLE_EOF, ImageFileError
+from ._errors import Code, ImageFileError
 from ._library import Object, path_string, service
 from ._model import Format, Mask, Mode, Track
 
 
 def place_tracks(format: Format, mask: Mask, byte: int, sessions: list[list[Track]]) -> list[tuple[Track, ...]]:
-    """Returns the tracks with their `offset` and `sectors`. The first sector is at `byte` in the data file; the `offset`
-    of each given track is that of the description, or 0. The data file has no sectors between sessions, between tracks
-    that were recorded one by one, or for a PREGAP line."""
+    """Returns the tracks with their `offset` and `sectors`. A given `offset` is that of the description, or 0. The first
+    sector is at `byte`. The file has no sectors between sessions, between tracks recorded one by one, or for PREGAP."""
     placed: list[tuple[Track, ...]] = []
     for tracks in sessions:
         is_stated = format is Format.MDS and (bool(placed) or len({track.block_size for track in tracks}) > 1)
@@ -36,12 +35,10 @@ def _offset_in_sector(track: Track, size: int) -> int:
     """Returns the offset of the wanted bytes in a sector: 2048 bytes are the user data, after header and sub-header."""
     raw = track.block_size >= 2352
     sub_header = track.mode is not Mode.MODE1 and (raw or track.block_size == 2336) and size not in (2336, 2332, 2056)
-    whole = size == track.block_size or (raw and size >= 2352) or track.mode is Mode.AUDIO
+    whole = size == track.block_size or (raw and size >= 2352)
     offset = 0 if whole else (16 if raw else 0) + (8 if sub_header else 0)
-    least = min(track.block_size or 1, 2352) if track.mode is Mode.AUDIO else 1
-    if not least <= size <= track.block_size - offset:
-        raise ValueError(f"track {track.number}: sectors of {track.block_size} bytes, {track.mode.name}, have no block of "
-                         f"{size} bytes; give another block size")
+    if size < 1 or offset + size > track.block_size or (track.mode is Mode.AUDIO and not whole):
+        raise ValueError(f"track {track.number}: its sectors have no block of {size} bytes; give another block size")
     return offset
 
 
@@ -70,7 +67,7 @@ class TrackStream(io.RawIOBase):
         code = self._object.call("Read", byref((c_char * len(view)).from_buffer(view)), len(view), byref(delivered))
         if code > 1 or (delivered.value == 0 and view and self._done < self.size):
             message = f"the track cannot be read as a whole: {self._done} of its {self.size} bytes are there"
-            raise ImageFileError(code if code > 1 else ERROR_HANDLE_EOF, message, self.name)
+            raise ImageFileError(code if code > 1 else Code.ERROR_HANDLE_EOF, message, self.name)
         self._done += delivered.value
         return delivered.value
 
