@@ -82,9 +82,10 @@ int RunJoin(const JoinOptions& options) {
   zsimagefileinfo info{};
   info.nSessions = 1;
   info.pZSCueSheet[0] = album.record.get();
-  const std::string packs = EncodeText(host, album.record.get(), false);
+  std::string packs = EncodeText(host, album.record.get(), false);
+  packs.resize(packs.size() / kPackBytes * kPackBytes);
   const NewImage image{.path = options.output,
-                       .packs = packs.substr(0, packs.size() / kPackBytes * kPackBytes),
+                       .packs = packs,
                        .description = RenderDescription(&info, options.output, 1, ""),
                        .dataBytes = album.Bytes(),
                        .writeData = [&](OutputFile* file) { WriteAlbum(album, file); },
