@@ -65,11 +65,12 @@ bool FindAsSpelled(const std::string& folder, const std::string& path, std::stri
 }
 
 /// Appends a component to the path of a folder on disk. Returns false if the folder has no such name.
-bool AppendComponent(const std::string& component, std::string* found, struct stat* status) {
-  if (FindAsSpelled(*found, component, found, status)) {
+/// @param isMissing Whether the folder is known to have no name that is spelled so.
+bool AppendComponent(const std::string& component, bool isMissing, std::string* found, struct stat* status) {
+  if (!isMissing && FindAsSpelled(*found, component, found, status)) {
     return true;
   }
-  const std::string name = ErrnoMeansMissing() ? FindName(*found, component) : std::string();
+  const std::string name = isMissing || ErrnoMeansMissing() ? FindName(*found, component) : std::string();
   if (name.empty()) {
     return false;
   }
@@ -77,20 +78,19 @@ bool AppendComponent(const std::string& component, std::string* found, struct st
   return Exists(*found, status);
 }
 
-/// Finds a path component by component. A path that ends with a separator names a folder.
+/// Finds a path that is missing as spelled, component by component. A path that ends with a separator names a folder.
 bool FindByComponents(std::string path, std::string* resolved, struct stat* status) {
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string found;
-  std::size_t position = 0;
   // Usually only the last component is spelled differently, so the folder is tried as a whole.
-  if (const std::size_t last = path.rfind('/');
-      last != std::string::npos && FindAsSpelled("", path.substr(0, last + 1), &found, status)) {
-    position = last + 1;
-  }
+  const std::size_t last = path.rfind('/') + 1; // 0 for a path without a folder.
+  const bool hasFolder = last == 0 || FindAsSpelled("", path.substr(0, last), &found, status);
+  const bool isMissing = hasFolder && IsAscii(path); // ASCII is spelled the same in every encoding.
+  std::size_t position = hasFolder ? last : 0;
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());
     const std::string component = path.substr(position, separator - position);
-    if (!component.empty() && !AppendComponent(component, &found, status)) {
+    if (!component.empty() && !AppendComponent(component, isMissing, &found, status)) {
       return false;
     }
     if (separator < path.size() && (found.empty() || found.back() != '/')) {
