@@ -23,9 +23,6 @@ struct TrackExtent {
 
   /// Returns whether the track is so long that its end may have been computed from a file that ends before the track.
   bool MayBeginAfterFile() const noexcept { return isOpenEnded && sectors > 1U << 23; }
-  /// Removes the sectors of a track that begins after the end of the file, and should end there.
-  void CutTo(UHYPER fileBytes) noexcept { sectors = begin > fileBytes ? 0 : sectors; }
-
   /// Returns the byte after the track.
   UHYPER End() const noexcept { return begin + UHYPER{sectors} * blockSize; }
   /// Returns how many sectors a file of a size lacks: of the track, or before one that ends where the file ends.

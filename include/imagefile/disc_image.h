@@ -279,14 +279,9 @@ public:
   /// Path of the file that has the sectors, as it is spelled on disk. Looks there at each call, as DataFileBytes does.
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
   /// Returns the size of the data file; std::nullopt if it is missing or the description names none.
-  std::optional<std::uint64_t> DataFileBytes() const {
-    const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
-    const std::string file = DataFile();
-    return isOneFile || !platform::IsSameFile(file, m_path) ? platform::FileSize(file) : std::nullopt;
-  }
-  /// Returns the format of the description.
-  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; }
-  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; } ///< What the disc is.
+  std::optional<std::uint64_t> DataFileBytes() const { return SizeOf(DataFile()); }
+  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; } ///< Format.
+  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; }       ///< What the disc is.
   /// Returns whether something accompanies the image.
   bool Has(Mask mask) const noexcept { return (Record().lMask & static_cast<LONG>(mask)) != 0; }
   std::uint32_t DiscId() const noexcept { return Record().dwDiscID; }       ///< Disc identifier in the manner of CDDB.
@@ -325,7 +320,7 @@ public:
   /// Opens any sectors of the data file.
   TrackStream Stream(const SectorRun& run) const {
     const std::string file = DataFile();
-    detail::Require(DataFileBytes().has_value(), ZSE_FILENOTFOUND, file);
+    detail::Require(SizeOf(file).has_value(), ZSE_FILENOTFOUND, file);
     // Records of this run alone: the stream reads its offset and geometry from nothing else.
     zsimagefileinfo info{};
     info.dwSeekBegin64 = run.begin;
@@ -421,6 +416,10 @@ private:
   };
 
   Image() = default;
+  std::optional<std::uint64_t> SizeOf(const std::string& dataFile) const {
+    const bool isOneFile = Format() == imagefile::Format::Iso || Format() == imagefile::Format::Nrg;
+    return isOneFile || !platform::IsSameFile(dataFile, m_path) ? platform::FileSize(dataFile) : std::nullopt;
+  }
 
   void MakeViews() {
     const std::span sheets(m_record->pZSCueSheet, m_record->nSessions);
@@ -430,7 +429,8 @@ private:
     for (ZSCUESHEET* sheet : sheets) {
       const std::size_t first = m_tracks.size();
       finder.VisitSession(*sheet, [&](const ZSTRACK& record, TrackExtent extent) {
-        extent.CutTo(extent.MayBeginAfterFile() ? DataFileBytes().value_or(kToEndOfFile) : kToEndOfFile);
+        const bool isBehind = extent.MayBeginAfterFile() && extent.begin > DataFileBytes().value_or(kToEndOfFile);
+        extent.sectors = isBehind ? 0 : extent.sectors;
         m_tracks.push_back(Track(record, extent));
       });
       m_sessions.push_back(Session(*sheet, m_sessions.size() + 1, std::span(m_tracks).subspan(first)));

@@ -79,7 +79,8 @@ std::vector<SectorRun> RunsToCheck(const SectorRun& track, bool full) {
 class Checker {
 public:
   Checker(const imagefile::Image& image, bool full)
-      : m_image(image), m_info(image.Record()), m_dataFile(image.DataFile()), m_full(full) {}
+      : m_image(image), m_info(image.Record()), m_dataFile(image.DataFile()),
+        m_notes(ReadSheetNotes(image.Path(), m_dataFile)), m_full(full) {}
 
   DiscReport Run() {
     CheckTracks();
@@ -169,8 +170,8 @@ private:
 
   void CheckDataFile() {
     const std::string type = SoundFileType(m_dataFile);
-    if (const std::string advice = JoinAdvice(m_image.Path(), m_dataFile); !advice.empty()) {
-      m_report.findings.AddFault("files", "{}", advice);
+    if (!m_notes.joinAdvice.empty()) {
+      m_report.findings.AddFault("files", "{}", m_notes.joinAdvice);
     }
     if (!type.empty() && m_info.dwSeekBegin64 == 0) {
       m_report.findings.AddFault(
@@ -251,7 +252,7 @@ private:
     if (m_info.nSessions == 0) {
       return;
     }
-    for (const std::string& words : DescribeMisreadTexts(m_image.Path())) {
+    for (const std::string& words : m_notes.misreadTexts) {
       m_report.findings.AddRemark("misread", "{}", words);
     }
     CheckCatalogue(Narrow(m_info.pZSCueSheet[0]->ZSCDTEXT.bstrMCN), &m_report.findings);
@@ -269,6 +270,7 @@ private:
   const imagefile::Image& m_image;
   const zsimagefileinfo& m_info;
   std::string m_dataFile;
+  SheetNotes m_notes;
   bool m_full;
   DiscReport m_report;
   std::vector<Work> m_work;

@@ -6,8 +6,8 @@
 #include "commands/commands.h"
 #include "commands/record.h"
 #include "files/output_file.h"
-#include "image/host.h"
-#include "output/fail_if.h"
+#include "image/sheets.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 
@@ -53,8 +53,8 @@ int RunDecode(const DecodeOptions& options) {
 
 int RunEncode(const EncodeOptions& options) {
   imagefile::Image image = OpenImage(options.path);
-  SessionOf(image, 1);
-  const std::string packs = EncodeText(Host(), image.Record().pZSCueSheet[0], options.subChannel);
+  SessionOf(image, 1); // Throws if there is none.
+  const std::string packs = EncodeText(Interfaces(), image.Record().pZSCueSheet[0], options.subChannel);
   FailIf(packs.empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
   image.RefuseOwnFile(options.output);
   WriteContent(options.output, packs, options.force);

@@ -8,8 +8,8 @@
 #include "commands/description.h"
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/host.h"
-#include "output/fail_if.h"
+#include "image/sheets.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 

@@ -4,8 +4,9 @@
 
 #include <fmt/format.h>
 
+#include "files/input_file.h"
 #include "image/disc_text.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 
 namespace {
 
@@ -42,7 +43,8 @@ std::string FindSizeConflict(const imagefile::Image& image, unsigned sessions) {
 class Layout {
 public:
   Layout(const imagefile::Image& image, DataFilePlan* plan)
-      : m_image(image), m_plan(*plan), m_size(DataSize(image)), m_sourceEnd(image.Record().dwSeekBegin64) {}
+      : m_plan(*plan), m_size(DataSize(image)), m_fileBytes(FileSize(image.DataFile()).value_or(0)),
+        m_sourceEnd(image.Record().dwSeekBegin64) {}
 
   void AddSession(const imagefile::Session& session, bool isLast) {
     const auto tracks = session.Tracks();
@@ -69,7 +71,7 @@ private:
     const SectorRun run{track.OffsetBytes() - kept * size,
                         static_cast<ULONG>(kept) + track.SectorsInFile() + static_cast<ULONG>(postgap), size, 0,
                         m_plan.blockSize};
-    const ULONG missing = std::max(track.MissingSectors(m_size), MissingSectors(m_image.DataFile(), run));
+    const ULONG missing = std::max(track.MissingSectors(m_size), MissingSectors(m_fileBytes, run));
     if (missing != 0 && m_plan.shortage.empty()) {
       m_plan.shortage = fmt::format("{} is {}", name, DescribeMissing(missing));
     }
@@ -78,9 +80,9 @@ private:
     m_sourceEnd = run.begin + UHYPER{run.sectors} * run.blockSize;
   }
 
-  const imagefile::Image& m_image;
   DataFilePlan& m_plan;
-  UHYPER m_size;               ///< Bytes of the image's data file.
+  UHYPER m_size;               ///< Bytes of the image's data file; endless if it is missing.
+  UHYPER m_fileBytes;          ///< The same; 0 if it is missing.
   std::int64_t m_position = 0; ///< Next free position of the description.
   UHYPER m_sourceEnd;          ///< Offset in the image's data file after the last piece.
 };

@@ -11,8 +11,8 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "files/scratch_folder.h"
-#include "image/host.h"
-#include "output/fail_if.h"
+#include "image/sheets.h"
+#include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
 
@@ -75,7 +75,7 @@ std::vector<std::string> FindStaleTexts(const std::string& path, const std::stri
   }
   std::error_code ignored;
   const std::string companion = WithExtension(FileName(path), ".CDT");
-  const std::string folder = SpelledOnDisk(Beside(path, ""));
+  const std::string folder = SpelledOnDisk(platform::FolderOf(path));
   for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, ignored)) {
     const std::string name = entry.path().filename().string();
     if (lstrcmpiA(name, companion) != 0 || name == NarrowToUtf8(FileName(own)) || !entry.is_regular_file(ignored)) {

@@ -7,12 +7,12 @@
 
 #include "commands/commands.h"
 #include "commands/track_files.h"
+#include "files/input_file.h"
 #include "files/output_file.h"
-#include "files/paths.h"
 #include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sector_run.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 
 namespace {
@@ -90,8 +90,8 @@ SectorRun RunOfTrack(const imagefile::Image& image, const Job& job, UINT blockSi
 /// Removes the sectors after the end of the data file from a run. @throws Failure if there are any without `partial`,
 /// or if no sector is left.
 void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorRun* run) {
-  const ULONG missing =
-      run->sectors == 0 ? job.track.MissingSectors(DataSize(image)) : MissingSectors(image.DataFile(), *run);
+  const ULONG missing = run->sectors == 0 ? job.track.MissingSectors(DataSize(image))
+                                          : MissingSectors(FileSize(image.DataFile()).value_or(0), *run);
   if (missing == 0) {
     return;
   }
@@ -189,10 +189,6 @@ int ExtractAll(const imagefile::Image& image, const std::vector<Job>& jobs, cons
 int RunExtract(const ExtractOptions& options) {
   const imagefile::Image image = OpenImage(options.path, options.partial);
   RequireDataFile(image);
-  for (const char* extension : {".MP3", ".OGG", ".OPUS", ".M4A", ".WAVE"}) {
-    FailIf(options.format.empty() && HasExtension(options.output, extension), options.output, E_INVALIDARG,
-           "sound files are .wav, .aiff or .flac; give a name with one of these extensions");
-  }
   const std::vector<Job> jobs = ListJobs(image, options);
   for (const Job& job : jobs) {
     image.RefuseOwnFile(job.target);

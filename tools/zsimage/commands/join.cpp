@@ -9,7 +9,7 @@
 #include "files/paths.h"
 #include "image/disc_text.h"
 #include "join/album.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/json.h"
 #include "output/standard_output.h"
 
@@ -77,7 +77,7 @@ void PrintResultJson(const NewImage& image, const Album& album, const std::strin
 int RunJoin(const JoinOptions& options) {
   FailIf(!IsSheet(options.output), options.output, E_INVALIDARG,
          "a joined image is described by a .cue file; give a name with this extension");
-  const Host host;
+  const Interfaces host;
   Album album = ReadAlbum(host, options.path, options.pad);
   zsimagefileinfo info{};
   info.nSessions = 1;

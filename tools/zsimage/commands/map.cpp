@@ -4,7 +4,7 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "image/explain.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "picture/disc_picture.h"

@@ -6,8 +6,8 @@
 #include "files/paths.h"
 #include "image/disc_text.h"
 #include "image/explain.h"
-#include "image/host.h"
 #include "image/sheet_lines.h"
+#include "image/sheets.h"
 #include "output/standard_output.h"
 #include "output/text_table.h"
 
@@ -98,8 +98,7 @@ std::string DescribeDiscIds(ULONG disc, ULONG firstSession) {
   return fmt::format("{:08X}{}", disc, firstSession == 0 ? "" : fmt::format(", first session {:08X}", firstSession));
 }
 
-std::string DescribeMisreadLines(const std::string& path) {
-  const std::size_t count = DescribeMisreadTexts(path).size();
+std::string CountMisreadTexts(std::size_t count) {
   return count == 0 ? "" : Counted(count, "line") + " with a keyword in the text; 'zsimage check' tells what is lost";
 }
 
@@ -107,10 +106,11 @@ std::string DescribeMisreadLines(const std::string& path) {
 
 void PrintRecord(const imagefile::Image& image) {
   const zsimagefileinfo& info = image.Record();
+  const SheetNotes notes = ReadSheetNotes(image.Path(), image.DataFile());
   Print(Coloured(TerminalText(image.Path()), Colour::Bold) + "\n" + Line("Kind", KindOfImage(image)) +
         Line("Format", DescribeFormat(info.ZSImageFormat)) + Line("Data file", DescribeDataFile(image)) +
         Line("Disc id", DescribeDiscIds(info.dwDiscID, info.dwDiscID2)) + Line("With", DescribeCompanions(info.lMask)) +
-        Line("Files", JoinAdvice(image.Path(), image.DataFile())) + Line("Texts", DescribeMisreadLines(image.Path())));
+        Line("Files", notes.joinAdvice) + Line("Texts", CountMisreadTexts(notes.misreadTexts.size())));
   if (info.nSessions == 0) {
     return;
   }

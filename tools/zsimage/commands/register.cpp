@@ -6,7 +6,7 @@
 
 #include "commands/commands.h"
 #include "imagefile/server/exports.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/registry.h"

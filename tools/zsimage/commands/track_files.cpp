@@ -6,7 +6,8 @@
 #include <fmt/format.h>
 
 #include "image/disc_text.h"
-#include "image/host.h"
+#include "image/sheets.h"
+#include "output/failure.h"
 #include "platform/text.h"
 
 namespace {
@@ -25,8 +26,12 @@ std::string AsFileName(std::string name) {
 
 const TrackFormat& TrackFormatOf(const std::string& name) {
   const std::string extension = name.substr(name.find_last_of("./") + 1);
+  for (const char* other : {"mp3", "ogg", "opus", "m4a", "wave"}) {
+    FailIf(lstrcmpiA(extension, other) == 0, name, E_INVALIDARG,
+           "sound files are .wav, .aiff or .flac; give a name with one of these extensions");
+  }
   const auto* const known = std::find_if(std::begin(kTrackFormats), std::end(kTrackFormats), [&](const auto& format) {
-    return lstrcmpiA(lstrcmpiA(extension, "aif") == 0 ? "aiff" : extension, format.extension) == 0;
+    return lstrcmpiA(extension, format.extension) == 0;
   });
   return known == std::end(kTrackFormats) ? kTrackFormats[0] : *known;
 }

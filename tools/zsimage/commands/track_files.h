@@ -13,10 +13,11 @@ struct TrackFormat {
   bool isSound;
   UINT blockSize; ///< Bytes that are saved of each sector; 0 for all.
 };
-inline constexpr TrackFormat kTrackFormats[] = {
-    {"bin", false, 0}, {"iso", false, 2048}, {"wav", true, 2352}, {"aiff", true, 2352}, {"flac", true, 2352}};
+inline constexpr TrackFormat kTrackFormats[] = {{"bin", false, 0},    {"iso", false, 2048}, {"wav", true, 2352},
+                                                {"aiff", true, 2352}, {"aif", true, 2352},  {"flac", true, 2352}};
 
-/// Returns the format for an extension, or for that of a path; the first for any other.
+/// Returns the format for an extension, or for that of a path; the first for any other. @throws Failure for that of a
+/// sound file of another kind.
 const TrackFormat& TrackFormatOf(const std::string& name);
 
 /// Name and tags of the file that a track is saved to.

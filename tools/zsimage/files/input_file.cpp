@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "files/paths.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/files.h"

@@ -15,7 +15,7 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
 #include "platform/files.h"
@@ -33,6 +33,12 @@ DWORD SystemError(int error) {
   const auto* known =
       std::find_if(std::begin(kErrors), std::end(kErrors), [&](const auto& entry) { return entry.first == error; });
   return known == std::end(kErrors) ? ERROR_GEN_FAILURE : known->second;
+}
+
+/// Returns the folder of a path; "." if it names none.
+std::string FolderOf(const std::string& path) {
+  const std::string folder = platform::FolderOf(path);
+  return folder.empty() ? "." : folder;
 }
 
 /// Explains why a file could not be created or filled, by what is at the path: missing folder, no permission, full
@@ -105,7 +111,7 @@ Target FindTarget(const std::string& path, bool force) {
   if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // Or a broken link.
     throw WriteFailure(path, SystemError(errno));
   }
-  target.path = SpelledOnDisk(Beside(path, "")) + NarrowToUtf8(FileName(path));
+  target.path = SpelledOnDisk(platform::FolderOf(path)) + NarrowToUtf8(FileName(path));
   return target.path != path && std::filesystem::exists(target.path) ? FindTarget(target.path, force) : target;
 }
 

@@ -20,9 +20,3 @@ using platform::FileName, platform::SpelledOnDisk, platform::WithExtension;
 inline std::string Beside(const std::string& path, std::string_view name) {
   return platform::FolderOf(path).append(name);
 }
-
-/// Returns the folder of a path; "." if it names none.
-inline std::string FolderOf(const std::string& path) {
-  const std::string folder = Beside(path, "");
-  return folder.empty() ? "." : folder;
-}

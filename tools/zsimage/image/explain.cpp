@@ -7,8 +7,8 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/disc_text.h"
-#include "image/host.h"
 #include "image/sheet_lines.h"
+#include "image/sheets.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -73,7 +73,7 @@ std::string ExplainSheet(const std::string& path) {
   if (dataFile.empty() || TerminalText(dataFile) == TerminalText(path)) {
     return kNoFileLine;
   }
-  const Host host;
+  const Interfaces host;
   const UniqueSheet sheet = CreateSheet(host, 0);
   const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), sheet.get());
   if (result == ZSE_BADIMAGE) {
@@ -135,7 +135,8 @@ std::string Explain(const std::string& path, HRESULT result) {
 
 std::string ExplainOpenFailure(const std::string& path, HRESULT result) {
   const std::string words = Explain(path, result);
-  const std::string advice = JoinAdvice(path, DataFileOfSheet(path));
+  const bool isSheet = HasExtension(path, ".CUE");
+  const std::string advice = isSheet ? ReadSheetNotes(path, DataFileOfSheet(path)).joinAdvice : "";
   return words + (advice.empty() ? "" : "; " + advice);
 }
 

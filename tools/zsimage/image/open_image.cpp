@@ -110,5 +110,5 @@ std::string DataFileOfSheet(const std::string& path) {
   BSTR named = nullptr;
   imagefile::Interfaces().Sheets().GetBinaryFile(Wide(path).get(), &named);
   const std::string found = Narrow(UniqueBstr(named).get());
-  return found == Beside(path, "") ? "" : SpelledOnDisk(found);
+  return found == platform::FolderOf(path) ? "" : SpelledOnDisk(found);
 }

@@ -25,8 +25,7 @@ void ReadRun(const imagefile::Image& image, const SectorRun& run, ProgressBar* p
   }
 }
 
-ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
-  const UHYPER size = FileSize(dataFile).value_or(0);
+ULONG MissingSectors(UHYPER size, const SectorRun& run) {
   if (run.sectors == 0) {
     return 0;
   }
@@ -40,12 +39,13 @@ ULONG MissingSectors(const std::string& dataFile, const SectorRun& run) {
 }
 
 void RequireSectors(const std::string& dataFile, const SectorRun& run) {
-  const ULONG missing = MissingSectors(dataFile, run);
+  const UHYPER size = FileSize(dataFile).value_or(0);
+  const ULONG missing = MissingSectors(size, run);
   if (missing == run.sectors) {
     throw Failure(dataFile, "the file ends before the track begins", ERROR_HANDLE_EOF);
   }
   if (missing != 0) {
-    const UHYPER over = (FileSize(dataFile).value_or(0) - run.begin) % run.blockSize;
+    const UHYPER over = (size - run.begin) % run.blockSize;
     throw Failure(dataFile,
                   fmt::format("the file ends before the track does: {} of its {} are missing{}; "
                               "'zsimage extract --partial' saves the others",

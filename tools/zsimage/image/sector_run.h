@@ -16,8 +16,8 @@ using RunSink = std::function<void(const BYTE* data, std::size_t size)>;
 /// Reads a run in pieces of up to 111 sectors. @throws Failure if the file cannot be opened or read, or ends too early.
 void ReadRun(const imagefile::Image& image, const SectorRun& run, ProgressBar* progress, const RunSink& sink);
 
-/// Returns how many sectors of a run are after the end of the data file.
-ULONG MissingSectors(const std::string& dataFile, const SectorRun& run);
+/// Returns how many sectors of a run are after the end of a data file of `size` bytes.
+ULONG MissingSectors(UHYPER size, const SectorRun& run);
 
 /// @throws Failure if the data file ends before the run does. A run without sectors is treated as one after the end.
 void RequireSectors(const std::string& dataFile, const SectorRun& run);

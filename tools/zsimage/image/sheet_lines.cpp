@@ -33,13 +33,22 @@ std::string_view FindKeyword(const SheetLine& line) {
   return "";
 }
 
-std::string ReadSheet(const std::string& path) {
-  return HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "";
-}
-
 /// Returns a command line for a shell. Quotes in the path are not escaped.
 std::string JoinCommand(const std::string& path) {
   return fmt::format("'zsimage join \"{}\" OUT.cue'", TerminalText(path));
+}
+
+/// @param found The keyword that the component finds in the line. @param command The command that keeps the text.
+std::string DescribeMisreadText(const SheetLine& line, std::string_view found, const std::string& command) {
+  const bool isMoved = IsText(found) || found == "CATALOG" || found == "ISRC";
+  const bool isPosition = found == "PREGAP" || found == "INDEX";
+  return fmt::format("line {}: the text of this {} line contains {}, so the line is read as if it began with {}, and "
+                     "{}; put the text into a .cdt file, or {} keeps it",
+                     line.number, line.keyword, found, found,
+                     isMoved      ? "the text goes there"
+                     : isPosition ? "the text is lost, and positions may change"
+                                  : "the text is lost",
+                     command);
 }
 
 } // namespace
@@ -66,36 +75,25 @@ void VisitLines(std::string_view content, const std::function<void(const SheetLi
   }
 }
 
-std::vector<std::string> DescribeMisreadTexts(const std::string& path) {
-  std::vector<std::string> words;
-  VisitLines(ReadSheet(path), [&](const SheetLine& line) {
-    const std::string_view found = FindKeyword(line);
-    if (!IsText(line.keyword) || found == line.keyword) {
-      return;
-    }
-    words.push_back(fmt::format("line {}: the text of this {} line contains {}, so the line is read as if it began "
-                                "with {}, and {}; put the text into a .cdt file, or {} keeps it",
-                                line.number, line.keyword, found, found,
-                                IsText(found) || found == "CATALOG" || found == "ISRC" ? "the text goes there"
-                                : found == "PREGAP" || found == "INDEX" ? "the text is lost, and positions may change"
-                                                                        : "the text is lost",
-                                JoinCommand(path)));
-  });
-  return words;
-}
-
-std::string JoinAdvice(const std::string& path, const std::string& dataFile) {
+SheetNotes ReadSheetNotes(const std::string& path, const std::string& dataFile) {
+  SheetNotes notes;
   std::set<std::string> names;
-  VisitLines(ReadSheet(path), [&](const SheetLine& line) {
+  const std::string command = JoinCommand(path);
+  const std::string content = HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "";
+  VisitLines(content, [&](const SheetLine& line) {
     if (line.keyword == "FILE") {
       names.insert(platform::Upper(line.Text()));
+    } else if (const std::string_view found = FindKeyword(line); IsText(line.keyword) && found != line.keyword) {
+      notes.misreadTexts.push_back(DescribeMisreadText(line, found, command));
     }
   });
-  if (names.size() > 1) {
-    return fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them", names.size(),
-                       JoinCommand(path));
-  }
   // The component finds only names in double quotes; without one, the sheet itself is its data file.
-  const bool isJoinable = !SoundFileType(dataFile).empty() || IsSameFile(dataFile, path);
-  return names.empty() || !isJoinable ? "" : JoinCommand(path) + " makes an image of it";
+  const bool isJoinable = !names.empty() && (!SoundFileType(dataFile).empty() || IsSameFile(dataFile, path));
+  if (names.size() > 1) {
+    notes.joinAdvice = fmt::format("the sheet names {} files, and only the first is read; {} makes one image of them",
+                                   names.size(), command);
+  } else if (isJoinable) {
+    notes.joinAdvice = command + " makes an image of it";
+  }
+  return notes;
 }

@@ -27,10 +27,13 @@ struct SheetLine {
 /// Visits the lines of a sheet that are not blank. A byte order mark before the first is skipped.
 void VisitLines(std::string_view content, const std::function<void(const SheetLine&)>& visit);
 
-/// Returns words for each line with a text (TITLE, PERFORMER and so on) that the component reads as a line of another
-/// keyword, which it finds in the text. @param path Narrow text.
-std::vector<std::string> DescribeMisreadTexts(const std::string& path);
+/// What the component ignores or misreads in a sheet. Empty for any other file.
+struct SheetNotes {
+  /// Advice for a sheet of several files, of which the component reads the first, or of a sound file. May be empty.
+  std::string joinAdvice;
+  /// One for each line with a text (TITLE, PERFORMER and so on) in which the component finds another keyword.
+  std::vector<std::string> misreadTexts;
+};
 
-/// Returns advice for a sheet that names several files, of which the component reads the first, or a sound file.
-/// Empty for any other file. @param dataFile The file that the component reads.
-std::string JoinAdvice(const std::string& path, const std::string& dataFile);
+/// @param path Narrow text. @param dataFile The file that the component reads.
+SheetNotes ReadSheetNotes(const std::string& path, const std::string& dataFile);

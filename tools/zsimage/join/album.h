@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "files/output_file.h"
-#include "image/host.h"
+#include "image/sheets.h"
 #include "sound/sound_file.h"
 
 /// Sectors of one track that follow each other in one file, or silence.
@@ -35,7 +35,7 @@ struct Album {
 /// Reads a sheet and opens its files. Texts of a .cdt file in the same folder replace those of the sheet.
 /// @param pad Whether files that end inside a sector are filled up with silence. @throws Failure if a line cannot be
 /// parsed, a file is missing or has the wrong format, or the tracks cannot be in one file.
-Album ReadAlbum(const Host& host, const std::string& path, bool pad);
+Album ReadAlbum(const Interfaces& host, const std::string& path, bool pad);
 
 /// Writes the data file. If it has raw sectors, data sectors without headers are widened. @throws Failure if a file
 /// cannot be read, its sectors cannot be widened, or the user cancels.

@@ -13,7 +13,7 @@
 #include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sheet_lines.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 
 namespace {
 
@@ -35,6 +35,7 @@ std::string FindFile(const std::string& sheet, const std::string& name, unsigned
   return path;
 }
 
+/// Opens a sound file or a file of raw sectors. @param line Number of the line that names it.
 SampleSource OpenFile(const std::string& path, const std::string& type, unsigned line) {
   const std::optional<UHYPER> size = FileSize(path);
   FailIf(!size, path, ZSE_CANNOTOPENIMAGE, "this is no file; line {} of the sheet names it", line);
@@ -67,7 +68,7 @@ void SetText(const std::string& text, void* field) {
 /// Reads a sheet from its first line to the last. Each index, and the end of each file, ends the sectors before it.
 class AlbumReader {
 public:
-  AlbumReader(const Host& host, const std::string& path, bool pad) : m_host(host), m_path(path), m_pad(pad) {
+  AlbumReader(const Interfaces& host, const std::string& path, bool pad) : m_host(host), m_path(path), m_pad(pad) {
     m_album.record = CreateSheet(host, kMostTracks);
     m_album.record->nTracks = 0;
   }
@@ -311,7 +312,7 @@ private:
     }
   }
 
-  const Host& m_host;
+  const Interfaces& m_host;
   const std::string& m_path;
   bool m_pad;
   Album m_album;
@@ -328,4 +329,6 @@ private:
 
 } // namespace
 
-Album ReadAlbum(const Host& host, const std::string& path, bool pad) { return AlbumReader(host, path, pad).Read(); }
+Album ReadAlbum(const Interfaces& host, const std::string& path, bool pad) {
+  return AlbumReader(host, path, pad).Read();
+}

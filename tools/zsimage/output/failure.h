@@ -40,6 +40,14 @@ template <class Code, class... T>
   throw Failure(file, fmt::format(words, std::forward<T>(values)...), code);
 }
 
+/// Does the same if a condition holds. The values of the words are evaluated in any case.
+template <class Code, class... T>
+void FailIf(bool isWrong, std::string_view file, Code code, fmt::format_string<T...> words, T&&... values) {
+  if (isWrong) {
+    Fail(file, code, words, std::forward<T>(values)...);
+  }
+}
+
 /// Throws a Failure for every code but S_OK. S_FALSE means that nothing was done.
 void Check(HRESULT code, std::string_view file, std::string_view words = {});
 

@@ -14,7 +14,7 @@
 
 #include "files/input_file.h"
 #include "image/raw_sector.h"
-#include "output/fail_if.h"
+#include "output/failure.h"
 #include "output/terminal_text.h"
 
 namespace {
@@ -97,7 +97,7 @@ void WriteSound(OutputFile* output, const std::string& path, const std::string& 
                                                       {SF_STR_ALBUM, tags.album},
                                                       {SF_STR_TRACKNUMBER, tags.trackNumber}};
   for (const auto& [kind, text] : texts) {
-    if (!text.empty()) { // The call fails for the album of an AIFF file, which has no such tag.
+    if (!text.empty()) { // The call fails for tags that AIFF lacks: album and number.
       file.setString(kind, text.c_str());
     }
   }

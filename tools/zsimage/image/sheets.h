@@ -1,5 +1,5 @@
 /// @file
-/// Sheets that are not part of an image.
+/// Sheets outside images, and what they have in common with those of images.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 #include "imagefile/interfaces.h"
 
-using Host = imagefile::Interfaces;
+using imagefile::Interfaces;
 
 struct SheetFree {
   IZSCueSheet* sheets;
@@ -17,7 +17,7 @@ struct SheetFree {
 using UniqueSheet = std::unique_ptr<ZSCUESHEET, SheetFree>;
 
 /// Returns a sheet with a number of empty tracks.
-UniqueSheet CreateSheet(const Host& host, unsigned tracks);
+UniqueSheet CreateSheet(const Interfaces& host, unsigned tracks);
 
 inline std::span<ZSTRACK> Tracks(const ZSCUESHEET& sheet) { return {sheet.pZSTracks, sheet.nTracks}; }
 
@@ -28,4 +28,4 @@ template <class Record> bool HasText(const Record& record) {
 }
 
 /// Returns the texts of a sheet, TITLE lines of a CUE sheet included, as bytes of CD-Text packs; empty without texts.
-std::string EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel);
+std::string EncodeText(const Interfaces& host, ZSCUESHEET* sheet, bool withSubChannel);

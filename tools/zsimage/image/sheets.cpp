@@ -1,4 +1,4 @@
-#include "image/host.h"
+#include "image/sheets.h"
 
 #include <algorithm>
 #include <new>
@@ -6,7 +6,7 @@
 #include "output/failure.h"
 #include "platform/task_memory.h"
 
-UniqueSheet CreateSheet(const Host& host, unsigned tracks) {
+UniqueSheet CreateSheet(const Interfaces& host, unsigned tracks) {
   ZSCUESHEET* created = nullptr;
   Check(host.Sheets().AllocCueSheet(&created), "");
   UniqueSheet sheet(created, SheetFree{&host.Sheets()});
@@ -22,7 +22,7 @@ UniqueSheet CreateSheet(const Host& host, unsigned tracks) {
   return sheet;
 }
 
-std::string EncodeText(const Host& host, ZSCUESHEET* sheet, bool withSubChannel) {
+std::string EncodeText(const Interfaces& host, ZSCUESHEET* sheet, bool withSubChannel) {
   const auto tracks = Tracks(*sheet);
   const bool hasText = HasText(sheet->ZSCDTEXT) || std::any_of(tracks.begin(), tracks.end(), HasText<ZSTRACK>);
   sheet->ZSCDTEXT.CDTextPresent = hasText ? VARIANT_TRUE : VARIANT_FALSE;
