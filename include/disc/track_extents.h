@@ -72,8 +72,8 @@ public:
     const bool isFirst = std::exchange(m_isFirst, false);
     const auto hasOtherSize = [&](const ZSTRACK& track) { return BlockSize(track) != BlockSize(tracks[0]); };
     // Media Descriptor images state offsets, which are needed if the sizes before a track do not determine them.
-    const bool isStated = m_info.ZSImageFormat == ZSIMAGEFORMAT_MDS &&
-                          (!isFirst || std::any_of(tracks.begin(), tracks.end(), hasOtherSize));
+    const bool isStated =
+        m_info.ZSImageFormat == ZSIMAGEFORMAT_MDS && (!isFirst || std::ranges::any_of(tracks, hasOtherSize));
     m_sector = isFirst ? 0 : StartOf(tracks[0]);
     m_blockSize = BlockSize(tracks[0]);
     for (const ZSTRACK& track : tracks) {

@@ -62,9 +62,8 @@ struct HiddenFile {
       : folder(target.parent_path() / (".imagefile-" + std::to_string(std::random_device()()))),
         file(folder / target.filename()) {
     if (std::error_code error; !std::filesystem::create_directory(folder, error)) {
-      const DWORD code = error == std::errc::permission_denied    ? ERROR_ACCESS_DENIED
-                         : error == std::errc::no_space_on_device ? ERROR_DISK_FULL
-                                                                  : ERROR_PATH_NOT_FOUND;
+      const DWORD code =
+          error == std::errc::no_such_file_or_directory ? ERROR_PATH_NOT_FOUND : platform::SystemError(error.value());
       throw Error(ResultOf(code), path, "no file can be created in its folder: " + error.message());
     }
   }
@@ -147,12 +146,12 @@ public:
   OptionalText Arranger() const { return detail::TextOf(m_record->bstrArranger); }     ///< Arranger.
   OptionalText Genre() const { return detail::TextOf(m_record->bstrGenre); }           ///< Genre.
   OptionalText Message() const { return detail::TextOf(m_record->bstrMessage); }       ///< Message of the maker.
-
-protected:
-  /// Returns whether there is any text.
+  /// Returns whether there is any of these texts.
   bool HasText() const {
     return Title() || Composer() || Performer() || Songwriter() || Arranger() || Genre() || Message();
   }
+
+protected:
   const R* m_record; ///< The record.
 };
 
@@ -308,8 +307,7 @@ public:
   /// Opens the data of a track of this image, without its pregap. The block size is that of ExtractOptions.
   TrackStream Stream(const Track& track, std::uint32_t blockSize = 0) const {
     const auto isSame = [&](const Track& own) { return own.m_record == track.m_record; };
-    detail::Require(std::any_of(m_tracks.begin(), m_tracks.end(), isSame), E_INVALIDARG, m_path,
-                    "the track is one of another image");
+    detail::Require(std::ranges::any_of(m_tracks, isSame), E_INVALIDARG, m_path, "the track is one of another image");
     const UINT size = blockSize == 0 ? track.BlockBytes() : blockSize;
     const UINT offset = OffsetInSector(Record(), *track.m_record, size);
     const bool isPart = track.Mode() == Mode::Audio && size < std::min(track.BlockBytes(), 2352U);
@@ -484,8 +482,8 @@ inline Image DecodeCdText(std::span<const std::byte> packs, unsigned trackCount)
   detail::Check(image.m_record->Sheets().AllocCueSheet(&record.pZSCueSheet[0]), "");
   record.nSessions = 1;
   ZSCUESHEET& sheet = *record.pZSCueSheet[0];
-  sheet.pZSTracks = AllocateCleared<ZSTRACK>(trackCount);
-  detail::Require(sheet.pZSTracks != nullptr, E_OUTOFMEMORY, "");
+  sheet.pZSTracks = trackCount == 0 ? nullptr : AllocateCleared<ZSTRACK>(trackCount);
+  detail::Require(trackCount == 0 || sheet.pZSTracks != nullptr, E_OUTOFMEMORY, "");
   for (; sheet.nTracks < trackCount; ++sheet.nTracks) {
     sheet.pZSTracks[sheet.nTracks].TNO = sheet.nTracks + 1;
   }

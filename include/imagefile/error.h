@@ -63,7 +63,7 @@ inline CodeMeaning MeaningOf(HRESULT code) noexcept {
       {HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), "ERROR_WRITE_PROTECT", "the disk is write-protected"},
       {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system reported an error"},
   };
-  const auto* found = std::find_if(std::begin(kCodes), std::end(kCodes), [&](auto& each) { return each.code == code; });
+  const auto* found = std::ranges::find(kCodes, code, &CodeMeaning::code);
   return found == std::end(kCodes) ? CodeMeaning{code, nullptr, "the operation failed"} : *found;
 }
 

@@ -32,3 +32,10 @@ inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921; ///< Links in the pat
 DWORD GetLastError() noexcept;
 /// Sets the reason, which may be ERROR_SUCCESS.
 void SetLastError(DWORD error) noexcept;
+
+namespace platform {
+
+/// Returns the system error that corresponds to a value of `errno`.
+DWORD SystemError(int error) noexcept;
+
+} // namespace platform

@@ -117,8 +117,7 @@ std::unique_ptr<ZSCDTEXTTABLE> ScanPacks(BYTE* data, std::size_t size, UINT nTra
 }
 
 void StoreText(const BYTE* pack, const char* text, ZSCDTEXTTABLE* table) noexcept {
-  const auto* const found = std::find_if(kTextPackTypes.begin(), kTextPackTypes.end(),
-                                         [pack](const TextPackType& row) { return row.type == pack[kPackType]; });
+  const auto* const found = std::ranges::find(kTextPackTypes, pack[kPackType], &TextPackType::type);
   const BYTE track = pack[kPackTrack];
   if (found == kTextPackTypes.end() || track > kLastTrack) {
     return;

@@ -31,8 +31,8 @@ std::string_view LineScanner::NextWord() noexcept {
 bool LineScanner::NextWordIs(std::string_view upper) noexcept {
   SkipBlanks();
   const bool whole = m_rest.size() == upper.size() || (m_rest.size() > upper.size() && IsBlank(m_rest[upper.size()]));
-  return whole && std::equal(upper.begin(), upper.end(), m_rest.begin(),
-                             [](char wanted, char c) { return c == wanted || c == wanted + ('a' - 'A'); });
+  return whole && std::ranges::equal(upper, m_rest.substr(0, upper.size()),
+                                     [](char wanted, char c) { return c == wanted || c == wanted + ('a' - 'A'); });
 }
 
 bool LineScanner::NextNumber(LONG* number) noexcept {

@@ -39,8 +39,8 @@ public:
   /// Returns whether the bytes at `offset` are `text`.
   bool HasText(UHYPER offset, std::string_view text) const noexcept {
     const ByteView part = Part(offset, text.size());
-    return std::equal(part.m_bytes.begin(), part.m_bytes.end(), text.begin(), text.end(),
-                      [](BYTE byte, char letter) { return byte == static_cast<BYTE>(letter); });
+    return std::ranges::equal(part.m_bytes, text,
+                              [](BYTE byte, char letter) { return byte == static_cast<BYTE>(letter); });
   }
 
   /// Returns at most `count` bytes from `offset` on: fewer at the end of the range, and none after it.

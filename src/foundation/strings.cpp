@@ -22,7 +22,7 @@ template <class View> BSTR NewFromUnits(View units) {
     return nullptr;
   }
   BSTR text = NewString(nullptr, units.size());
-  std::copy(units.begin(), units.end(), text);
+  std::ranges::copy(units, text);
   return text;
 }
 

@@ -82,7 +82,7 @@ HRESULT LoadClassLibrary(const std::string& path, GetClassObjectFunction* getCla
   }
   LibraryTable& table = Libraries();
   const std::lock_guard guard(table.lock);
-  if (std::find(table.libraries.begin(), table.libraries.end(), library) == table.libraries.end()) {
+  if (std::ranges::find(table.libraries, library) == table.libraries.end()) {
     table.libraries.push_back(std::move(library));
   }
   *getClassObject = function;

@@ -39,7 +39,7 @@ std::vector<std::string> NamesIn(const std::string& folder) {
 std::string FindName(const std::string& folder, const std::string& component) {
   std::vector<std::string> names = NamesIn(folder);
   std::erase_if(names, [&](const std::string& name) { return lstrcmpiA(name, component) != 0; });
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   const std::u16string characters = MultiByteToWideChar(component);
   for (const std::string& name : names) {
     if (MultiByteToWideChar(name) == characters) {
@@ -80,7 +80,7 @@ bool AppendComponent(const std::string& component, bool isMissing, std::string* 
 
 /// Finds a path that is missing as spelled, component by component. A path that ends with a separator names a folder.
 bool FindByComponents(std::string path, std::string* resolved, struct stat* status) {
-  std::replace(path.begin(), path.end(), '\\', '/');
+  std::ranges::replace(path, '\\', '/');
   std::string found;
   // Usually only the last component is spelled differently, so the folder is tried as a whole.
   const std::size_t last = path.rfind('/') + 1; // 0 for a path without a folder.
@@ -118,7 +118,7 @@ bool FindRespelled(const std::string& path, std::string* resolved, struct stat* 
   if (ErrnoMeansMissing() && FindByComponents(path, resolved, status)) {
     return true;
   }
-  SetLastErrorFromErrno();
+  SetLastError(SystemError(errno));
   return false;
 }
 

@@ -27,10 +27,7 @@ bool Fail(DWORD error) noexcept {
   return false;
 }
 
-bool FailWithErrno() noexcept {
-  platform::SetLastErrorFromErrno();
-  return false;
-}
+bool FailWithErrno() noexcept { return Fail(platform::SystemError(errno)); }
 
 /// Makes a system call. If it fails, its error is the last error.
 template <class Call> bool Succeeds(Call call) noexcept { return Uninterrupted(call) != -1 || FailWithErrno(); }
@@ -120,7 +117,7 @@ HANDLE Open(const std::string& path, DWORD access, DWORD sharing, DWORD disposit
   }
   const int descriptor = write ? OpenForWriting(path, disposition) : OpenForReading(path);
   if (descriptor == -1) {
-    platform::SetLastErrorFromErrno();
+    SetLastError(platform::SystemError(errno));
     return INVALID_HANDLE_VALUE;
   }
   if (!Prepare(descriptor, access, sharing, disposition)) {
@@ -179,7 +176,7 @@ bool CloseHandle(HANDLE file) noexcept {
 HANDLE DuplicateHandle(HANDLE file) noexcept {
   const int descriptor = Uninterrupted([&] { return Files().Duplicate(Descriptor(file)); });
   if (descriptor == -1) {
-    platform::SetLastErrorFromErrno();
+    SetLastError(platform::SystemError(errno));
   }
   return HANDLE{descriptor};
 }

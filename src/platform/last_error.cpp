@@ -1,9 +1,8 @@
 #include "platform/last_error.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
-
-#include "platform/system_calls.h"
 
 namespace {
 
@@ -30,8 +29,7 @@ constexpr ErrorPair kErrors[] = {{ENOENT, ERROR_FILE_NOT_FOUND},      {ENOTDIR, 
 DWORD GetLastError() noexcept { return t_lastError; }
 void SetLastError(DWORD error) noexcept { t_lastError = error; }
 
-void platform::SetLastErrorFromErrno() noexcept {
-  const auto* found =
-      std::find_if(std::begin(kErrors), std::end(kErrors), [](const ErrorPair& pair) { return pair.system == errno; });
-  SetLastError(found == std::end(kErrors) ? ERROR_GEN_FAILURE : found->error);
+DWORD platform::SystemError(int error) noexcept {
+  const auto* found = std::ranges::find(kErrors, error, &ErrorPair::system);
+  return found == std::end(kErrors) ? ERROR_GEN_FAILURE : found->error;
 }

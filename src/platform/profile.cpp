@@ -56,7 +56,7 @@ bool ProfileFile::Load(const std::string& path) {
     }
     m_lines.push_back({HashOf(NameOf(line)), offset});
   }
-  std::sort(m_lines.begin(), m_lines.end());
+  std::ranges::sort(m_lines);
   return read;
 }
 
@@ -69,7 +69,7 @@ std::string_view ProfileFile::LineAt(std::size_t offset) const noexcept {
 /// Finds the first line of a name between the offsets `first` and `end`. Null if there is none.
 const ProfileFile::NamedLine* ProfileFile::FindLine(const std::string& name, std::size_t first, std::size_t end) const {
   const NamedLine wanted{HashOf(name), static_cast<std::uint32_t>(first)};
-  auto line = std::lower_bound(m_lines.begin(), m_lines.end(), wanted);
+  auto line = std::ranges::lower_bound(m_lines, wanted);
   for (; line != m_lines.end() && line->hash == wanted.hash && line->offset < end; ++line) {
     if (NameOf(LineAt(line->offset)) == name) {
       return &*line;
@@ -83,7 +83,7 @@ ProfileFile::Section ProfileFile::GetSection(std::string_view name) const {
   if (heading == nullptr) {
     return Section(this, 0, 0);
   }
-  const auto next = std::upper_bound(m_headings.begin(), m_headings.end(), heading->offset);
+  const auto next = std::ranges::upper_bound(m_headings, heading->offset);
   return Section(this, heading->offset + 1, next == m_headings.end() ? m_text.size() : *next);
 }
 

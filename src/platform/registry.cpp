@@ -22,7 +22,7 @@ std::string_view RemoveName(std::string_view* path) noexcept {
 
 bool IsKeyName(std::string_view name) noexcept {
   return !name.empty() && name.size() <= kMaxName &&
-         std::none_of(name.begin(), name.end(), [](char c) { return static_cast<BYTE>(c) < 0x20; });
+         std::ranges::none_of(name, [](char c) { return static_cast<BYTE>(c) < 0x20; });
 }
 
 bool IsKeyPath(std::string_view path) noexcept {

@@ -14,16 +14,12 @@
 namespace {
 
 using platform::Files;
+using platform::SystemError;
 using platform::Uninterrupted;
 
 constexpr off_t kMaxSize = off_t{1} << 20; // Bounds memory: two bytes of the file can make a key.
 constexpr mode_t kPrivateFile = 0600;      // The file decides which code is loaded.
 constexpr mode_t kPrivateFolder = 0700;
-
-DWORD SystemError() noexcept {
-  platform::SetLastErrorFromErrno();
-  return GetLastError();
-}
 
 HANDLE Open(const std::string& path, int flags) noexcept {
   return HANDLE{Uninterrupted([&] { return Files().Open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, kPrivateFile); })};
@@ -41,11 +37,11 @@ DWORD ReadText(const std::string& path, std::string* text) {
   text->clear();
   const UniqueHandle file(Open(path, O_RDONLY | O_NONBLOCK));
   if (!file) {
-    return errno == ENOENT || errno == ENOTDIR ? ERROR_SUCCESS : SystemError();
+    return errno == ENOENT || errno == ENOTDIR ? ERROR_SUCCESS : SystemError(errno);
   }
   struct stat status {};
   if (Uninterrupted([&] { return Files().Status(Descriptor(file), &status); }) == -1) {
-    return SystemError();
+    return SystemError(errno);
   }
   if (!S_ISREG(status.st_mode) || status.st_size > kMaxSize) {
     return ERROR_BADDB;
@@ -57,13 +53,13 @@ DWORD ReadText(const std::string& path, std::string* text) {
 DWORD WriteText(const std::string& path, const std::string& text) {
   const UniqueHandle file(Open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW));
   if (!file) {
-    return SystemError();
+    return SystemError(errno);
   }
   DWORD bytesWritten = 0;
   if (!WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &bytesWritten)) {
     return GetLastError();
   }
-  return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError() : ERROR_SUCCESS;
+  return Uninterrupted([&] { return Files().Sync(Descriptor(file)); }) == -1 ? SystemError(errno) : ERROR_SUCCESS;
 }
 
 /// Replaces a file by a text. After a failure the file has either its old content or all of the text.
@@ -74,7 +70,7 @@ DWORD ReplaceText(const std::string& path, const std::string& text) {
   const std::string newPath = path + ".new";
   DWORD error = WriteText(newPath, text);
   if (error == ERROR_SUCCESS && Uninterrupted([&] { return Files().Rename(newPath.c_str(), path.c_str()); }) == -1) {
-    error = SystemError();
+    error = SystemError(errno);
   }
   if (error != ERROR_SUCCESS) {
     Files().Unlink(newPath.c_str());
@@ -82,7 +78,7 @@ DWORD ReplaceText(const std::string& path, const std::string& text) {
   }
   const UniqueHandle folder(Open(FolderOf(path), O_RDONLY | O_DIRECTORY));
   const bool synced = folder && Uninterrupted([&] { return Files().Sync(Descriptor(folder)); }) != -1;
-  return synced || errno == EINVAL ? ERROR_SUCCESS : SystemError(); // EINVAL: the file system cannot sync folders.
+  return synced || errno == EINVAL ? ERROR_SUCCESS : SystemError(errno); // EINVAL: the file system cannot sync folders.
 }
 
 /// Creates the folder of a file and the folders above it.
@@ -90,7 +86,7 @@ DWORD CreateFolders(const std::string& path) {
   for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
     const std::string folder = path.substr(0, slash);
     if (Files().MakeFolder(folder.c_str(), kPrivateFolder) == -1 && errno != EEXIST) {
-      return SystemError();
+      return SystemError(errno);
     }
   }
   return ERROR_SUCCESS;
@@ -114,7 +110,7 @@ public:
     // On file systems without locks the registry is changed without, as other files are.
     const bool locked = m_file && (Uninterrupted([&] { return Files().Lock(Descriptor(m_file), LOCK_EX); }) != -1 ||
                                    errno == ENOLCK || errno == EOPNOTSUPP);
-    return locked ? ERROR_SUCCESS : SystemError();
+    return locked ? ERROR_SUCCESS : SystemError(errno);
   }
 
 private:

@@ -12,9 +12,6 @@ namespace platform {
 /// Returns the file operations in use.
 inline FileOperations& Files() noexcept { return *ProcessEnvironment().files; }
 
-/// Sets this thread's last error to that of `errno`.
-void SetLastErrorFromErrno() noexcept;
-
 /// Repeats a system call while signals interrupt it.
 template <class Call> auto Uninterrupted(Call call) noexcept {
   auto result = call();

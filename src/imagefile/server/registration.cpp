@@ -9,8 +9,8 @@
 #include "disc/record_descriptions.h"
 #include "imagefile/image_file_interface.h"
 #include "platform/guard.h"
+#include "platform/last_error.h"
 #include "platform/registry.h"
-#include "platform/system_calls.h"
 
 namespace {
 
@@ -117,9 +117,7 @@ HRESULT LocateModule(std::filesystem::path* module) {
   std::error_code error;
   const std::filesystem::path folder = std::filesystem::canonical("." / module->parent_path(), error);
   if (error) {
-    errno = error.value();
-    platform::SetLastErrorFromErrno();
-    return HRESULT_FROM_WIN32(static_cast<std::int32_t>(GetLastError()));
+    return HRESULT_FROM_WIN32(static_cast<std::int32_t>(platform::SystemError(error.value())));
   }
   *module = folder / module->filename();
   return S_OK;
