@@ -6,10 +6,10 @@
 #include "commands/commands.h"
 #include "commands/record.h"
 #include "files/output_file.h"
-#include "image/sheets.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
+#include "platform/task_memory.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ int RunDecode(const DecodeOptions& options) {
   imagefile::Image image =
       imagefile::DecodeCdText(std::as_bytes(std::span(file.packs)), options.tracks.value_or(kMostTracks));
   ZSCUESHEET& sheet = *image.Record().pZSCueSheet[0];
-  while (!options.tracks && sheet.nTracks > file.tracks && !HasText(sheet.pZSTracks[sheet.nTracks - 1])) {
+  while (!options.tracks && sheet.nTracks > file.tracks && !image.Sessions()[0].Tracks()[sheet.nTracks - 1].HasText()) {
     --sheet.nTracks; // The track has no texts.
   }
   if (options.json) {
@@ -54,8 +54,16 @@ int RunDecode(const DecodeOptions& options) {
 int RunEncode(const EncodeOptions& options) {
   imagefile::Image image = OpenImage(options.path);
   SessionOf(image, 1); // Throws if there is none.
-  const std::string packs = EncodeText(Interfaces(), image.Record().pZSCueSheet[0], options.subChannel);
-  FailIf(packs.empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
+  FailIf(image.EncodeCdText().empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
+  ZSCUESHEET* sheet = image.Record().pZSCueSheet[0];
+  sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE; // Encodes the texts of a sheet's lines as well.
+  BYTE* data = nullptr;
+  LONG length = 0;
+  Check(imagefile::Interfaces().Sheets().EncodeCDText(sheet, options.subChannel ? VARIANT_TRUE : VARIANT_FALSE, &data,
+                                                      &length),
+        options.path);
+  const TaskMemory<BYTE> owned(data);
+  const std::string_view packs(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length));
   image.RefuseOwnFile(options.output);
   WriteContent(options.output, packs, options.force);
   if (!IsStandardOutput(options.output)) {
@@ -66,32 +74,28 @@ int RunEncode(const EncodeOptions& options) {
 }
 
 void AddDecode(Command* group) {
-  const auto options = std::make_shared<DecodeOptions>();
-  Command& command = group->Add("decode", "Show the text in a file of packs");
+  auto [command, options] = group->Add("decode", "Show the text in a file of packs", RunDecode);
   command
-      .add_option("FILE", options->packs,
+      .add_option("FILE", options.packs,
                   "File of packs, such as a .cdt file, or of packs in sub-channel form; - for standard input")
       ->required();
-  command.add_option("--tracks", options->tracks, "Number of tracks of the disc (default: as the packs say)")
+  command.add_option("--tracks", options.tracks, "Number of tracks of the disc (default: as the packs say)")
       ->type_name("N")
       ->check(CLI::Range(0U, kMostTracks).description(""));
-  command.AddJson(&options->json, "Print one JSON object");
+  command.AddJson(&options.json, "Print one JSON object");
   command.AddExamples({{"zsimage cdtext decode disc.cdt", "The texts, and what is wrong with the packs."}});
-  command.OnRun([options] { return RunDecode(*options); });
 }
 
 void AddEncode(Command* group) {
-  const auto options = std::make_shared<EncodeOptions>();
-  Command& command = group->Add("encode", "Pack the text of an image's first session");
-  command.AddImage(&options->path);
-  command.AddName("-o,--output", &options->output, "File to write, - for standard output")
+  auto [command, options] = group->Add("encode", "Pack the text of an image's first session", RunEncode);
+  command.AddImage(&options.path);
+  command.AddName("-o,--output", &options.output, "File to write, - for standard output")
       ->type_name("FILE")
       ->required();
-  command.add_flag("--subchannel", options->subChannel, "Spread the packs over groups of 96 bytes");
-  command.AddForce(&options->force);
+  command.add_flag("--subchannel", options.subChannel, "Spread the packs over groups of 96 bytes");
+  command.AddForce(&options.force);
   command.AddExamples({{"zsimage cdtext encode disc.cue -o disc.cdt", "The texts of a sheet as packs."},
                        {"zsimage cdtext encode disc.cue -o - | xxd -c 18", "The packs, one a line."}});
-  command.OnRun([options] { return RunEncode(*options); });
 }
 
 } // namespace

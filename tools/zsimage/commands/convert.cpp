@@ -8,7 +8,7 @@
 #include "commands/description.h"
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/sheets.h"
+#include "image/disc_text.h"
 #include "output/failure.h"
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -70,7 +70,7 @@ std::string ExplainSize(const imagefile::Image& image, unsigned sessions, const 
     return "it belongs to another image";
   }
   const auto hasSilence = [](const DataFilePlan::Piece& piece) { return piece.silence != 0; };
-  const bool isSilent = std::any_of(plan.pieces.begin(), plan.pieces.end(), hasSilence);
+  const bool isSilent = std::ranges::any_of(plan.pieces, hasSilence);
   return std::string(sessions < image.Sessions().size() ? "it has the sectors of later sessions as well"
                      : !plan.shortage.empty()           ? plan.shortage
                      : isSilent                         ? "it does not have the silence of gaps and PREGAP lines"
@@ -165,23 +165,22 @@ int RunConvert(const ConvertOptions& options) {
 } // namespace
 
 void AddConvert(Command* tool) {
-  const auto options = std::make_shared<ConvertOptions>();
-  Command& command = tool->Add("convert", "Write the description of an image as a CUE sheet or TOC file");
-  command.AddImage(&options->path);
+  auto [command, options] =
+      tool->Add("convert", "Write the description of an image as a CUE sheet or TOC file", RunConvert);
+  command.AddImage(&options.path);
   command
-      .AddName("OUT", &options->output,
+      .AddName("OUT", &options.output,
                "Description to write: .cue or .zsi; the CD-Text of a sheet becomes a .CDT file beside it")
       ->required();
-  auto* packs = command.AddName("--cdtext", &options->packs, "File of CD-Text packs to use")->type_name("FILE");
-  command.add_flag("--no-cdtext", options->noText, "Leave CD-Text out")->excludes(packs);
+  auto* packs = command.AddName("--cdtext", &options.packs, "File of CD-Text packs to use")->type_name("FILE");
+  command.add_flag("--no-cdtext", options.noText, "Leave CD-Text out")->excludes(packs);
   auto* withData =
-      command.add_flag("--with-data", options->withData, "Write the data file as well; that of disc.cue is DISC.BIN");
-  command.AddName("--data-file", &options->dataFile, "Existing file of raw sectors to describe, such as a CCD's .img")
+      command.add_flag("--with-data", options.withData, "Write the data file as well; that of disc.cue is DISC.BIN");
+  command.AddName("--data-file", &options.dataFile, "Existing file of raw sectors to describe, such as a CCD's .img")
       ->type_name("FILE")
       ->excludes(withData);
-  command.AddForce(&options->force);
+  command.AddForce(&options.force);
   command.AddExamples({{"zsimage convert disc.nrg disc.zsi", "A description beside the image."},
                        {"zsimage convert disc.mds new/disc.cue --with-data", "A sheet with its own data file."},
                        {"zsimage convert disc.ccd DISC.cue --data-file disc.img", "A sheet for existing sectors."}});
-  command.OnRun([options] { return RunConvert(*options); });
 }

@@ -11,7 +11,7 @@
 #include "files/output_file.h"
 #include "files/paths.h"
 #include "files/scratch_folder.h"
-#include "image/sheets.h"
+#include "image/disc_text.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -132,7 +132,7 @@ void WriteImage(const NewImage& image, bool force, const std::function<void()>& 
   };
   const std::string companion = image.packs.empty() ? "" : CompanionOf(image.path);
   const auto stale = FindStaleTexts(image.path, companion, force);
-  std::for_each(stale.begin(), stale.end(), image.refuseOwn);
+  std::ranges::for_each(stale, image.refuseOwn);
   OutputFile* data =
       image.writeData ? create(Beside(image.path, image.description.dataFile), image.dataBytes) : nullptr;
   if (!companion.empty()) {
@@ -176,7 +176,7 @@ std::vector<std::string> FindLosses(const imagefile::Image& image, bool isSheet,
     UHYPER count = 0;
     for (const imagefile::Session& session : image.Sessions().first(sessions)) {
       const auto tracks = Tracks(session.Record());
-      count += static_cast<UHYPER>(std::count_if(tracks.begin(), tracks.end(), losesIt));
+      count += static_cast<UHYPER>(std::ranges::count_if(tracks, losesIt));
     }
     if (count != 0) {
       losses.push_back(fmt::format("{}: {}", Counted(count, "track"), words));

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include "checks/pack_file.h"
 #include "commands/commands.h"
 #include "commands/description.h"
 #include "files/input_file.h"
@@ -27,66 +26,65 @@ struct JoinOptions {
 void RefuseInput(const std::string& sheet, const Album& album, const std::string& path) {
   const auto isSame = [&](const SampleSource& file) { return IsSameFile(file.path, path); };
   FailIf(IsSameFile(sheet, path) || IsSameFile(WithExtension(sheet, ".CDT"), path) ||
-             std::any_of(album.files.begin(), album.files.end(), isSame),
+             std::ranges::any_of(album.files, isSame),
          path, E_INVALIDARG, "this file belongs to the album; give another name");
+}
+
+Json TracksToJson(const ZSCUESHEET& sheet) {
+  Json tracks = Json::array();
+  for (const ZSTRACK& track : Tracks(sheet)) {
+    tracks.push_back({{"track", UINT{track.TNO}},
+                      {"mode", DescribeMode(track.Mode)},
+                      {"blockSize", static_cast<UINT>(track.BlockSize)},
+                      {"start", ULONG{track.dwLBA}},
+                      {"sectors", track.dwEndLBA - track.dwLBA},
+                      {"pregap", LONG{track.Pregap}}});
+  }
+  return tracks;
+}
+
+/// Returns the texts of a sheet and of its tracks.
+std::vector<std::string> TextsOf(const ZSCUESHEET& sheet) {
+  std::vector<std::string> texts;
+  for (const TextField& field : kTextFields) {
+    texts.push_back(Narrow(TextOf(sheet.ZSCDTEXT, field.ofDisc)));
+    for (const ZSTRACK& track : Tracks(sheet)) {
+      texts.push_back(Narrow(TextOf(track, field.ofTrack)));
+    }
+  }
+  return texts;
 }
 
 /// Reads the new image and compares its tracks with the record. Adds a note if texts are missing.
 void Verify(const std::string& path, Album* album) {
   const imagefile::Image image = OpenImage(path);
-  const auto expected = Tracks(*album->record);
-  const auto found = Tracks(SessionOf(image, 1).Record());
-  const auto isSame = [](const ZSTRACK& left, const ZSTRACK& right) {
-    return left.dwLBA == right.dwLBA && left.dwEndLBA == right.dwEndLBA && left.Pregap == right.Pregap &&
-           left.Mode == right.Mode && left.BlockSize == right.BlockSize;
-  };
-  FailIf(!std::equal(expected.begin(), expected.end(), found.begin(), found.end(), isSame), path, E_UNEXPECTED,
+  const ZSCUESHEET& found = SessionOf(image, 1).Record();
+  FailIf(TracksToJson(found) != TracksToJson(album->Sheet()), path, E_UNEXPECTED,
          "a track is read back with another position, length or mode");
-  const ::ZSCDTEXT& disc = SessionOf(image, 1).Record().ZSCDTEXT;
-  const auto isKept = [&](const TextField& text) {
-    const auto hasSame = [&](const ZSTRACK& left, const ZSTRACK& right) {
-      return Narrow(TextOf(left, text.ofTrack)) == Narrow(TextOf(right, text.ofTrack));
-    };
-    return Narrow(TextOf(album->record->ZSCDTEXT, text.ofDisc)) == Narrow(TextOf(disc, text.ofDisc)) &&
-           std::equal(expected.begin(), expected.end(), found.begin(), hasSame);
-  };
-  if (!std::all_of(std::begin(kTextFields), std::end(kTextFields), isKept)) {
+  if (TextsOf(found) != TextsOf(album->Sheet())) {
     album->notes.insert(
         "CD-Text does not hold all texts: those of data tracks, and what exceeds its size, are left out");
   }
 }
 
 void PrintResultJson(const NewImage& image, const Album& album, const std::string& dataFile) {
-  Json tracks = Json::array();
-  for (const ZSTRACK& track : Tracks(*album.record)) {
-    tracks.push_back({{"track", UINT{track.TNO}},
-                      {"mode", DescribeMode(track.Mode)},
-                      {"start", ULONG{track.dwLBA}},
-                      {"sectors", track.dwEndLBA - track.dwLBA},
-                      {"pregap", LONG{track.Pregap}}});
-  }
   PrintJson({{"sheet", TerminalText(image.path)},
              {"data", TerminalText(dataFile)},
              {"cdtext", image.packs.empty() ? Json(nullptr) : Json(TerminalText(CompanionOf(image.path)))},
              {"bytes", album.Bytes()},
-             {"blockSize", album.BlockSize()},
-             {"tracks", std::move(tracks)},
+             {"tracks", TracksToJson(album.Sheet())},
              {"notes", album.notes}});
 }
 
 int RunJoin(const JoinOptions& options) {
   FailIf(!IsSheet(options.output), options.output, E_INVALIDARG,
          "a joined image is described by a .cue file; give a name with this extension");
-  const Interfaces host;
-  Album album = ReadAlbum(host, options.path, options.pad);
-  zsimagefileinfo info{};
-  info.nSessions = 1;
-  info.pZSCueSheet[0] = album.record.get();
-  std::string packs = EncodeText(host, album.record.get(), false);
-  packs.resize(packs.size() / kPackBytes * kPackBytes);
+  Album album = ReadAlbum(options.path, options.pad);
+  const std::vector<std::byte> packs = album.image.EncodeCdText();
+  album.Sheet().ZSCDTEXT.CDTextPresent = packs.empty() ? VARIANT_FALSE : VARIANT_TRUE;
   const NewImage image{.path = options.output,
-                       .packs = packs,
-                       .description = RenderDescription(&info, options.output, 1, ""),
+                       .packs = {reinterpret_cast<const char*>(packs.data()), packs.size()},
+                       .description = RenderDescription(&album.image.Record(), options.output, 1, ""),
                        .dataBytes = album.Bytes(),
                        .writeData = [&](OutputFile* file) { WriteAlbum(album, file); },
                        .refuseOwn = [&](const std::string& path) { RefuseInput(options.path, album, path); }};
@@ -110,18 +108,17 @@ int RunJoin(const JoinOptions& options) {
 } // namespace
 
 void AddJoin(Command* tool) {
-  const auto options = std::make_shared<JoinOptions>();
-  Command& command = tool->Add("join", "Make one image of a CUE sheet of several files or of sound files");
-  command.AddImage(&options->path, "SHEET", "CUE sheet of any number of files: raw sectors, WAVE, AIFF, FLAC");
+  auto [command, options] =
+      tool->Add("join", "Make one image of a CUE sheet of several files or of sound files", RunJoin);
+  command.AddImage(&options.path, "SHEET", "CUE sheet of any number of files: raw sectors, WAVE, AIFF, FLAC");
   command
-      .AddName("OUT", &options->output,
+      .AddName("OUT", &options.output,
                "Sheet to write, .cue; its data file and its CD-Text become .BIN and .CDT files beside it")
       ->required();
-  command.add_flag("--pad", options->pad, "Fill up files that end inside a sector with silence");
-  command.AddForce(&options->force);
-  command.AddJson(&options->json, "Print what was written as one JSON object");
+  command.add_flag("--pad", options.pad, "Fill up files that end inside a sector with silence");
+  command.AddForce(&options.force);
+  command.AddJson(&options.json, "Print what was written as one JSON object");
   command.AddExamples({{"zsimage join album.cue disc.cue", "A file for each track, or FLAC files, as one image."},
                        {"zsimage join game.cue new/game.cue", "The same in another folder."},
                        {"zsimage join --pad downloads.cue disc.cue", "Tracks of any length."}});
-  command.OnRun([options] { return RunJoin(*options); });
 }

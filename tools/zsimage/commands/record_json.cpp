@@ -1,6 +1,6 @@
 #include "commands/record.h"
 
-#include "image/sheets.h"
+#include "image/disc_text.h"
 #include "output/json.h"
 #include "output/terminal_text.h"
 #include "platform/safearray.h"

@@ -7,7 +7,6 @@
 #include "image/disc_text.h"
 #include "image/explain.h"
 #include "image/sheet_lines.h"
-#include "image/sheets.h"
 #include "output/standard_output.h"
 #include "output/text_table.h"
 

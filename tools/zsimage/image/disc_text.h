@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <span>
 #include <string>
 
 #include "disc/records.h"
@@ -11,6 +12,8 @@
 const char* DescribeKind(::ZSTYPEPROJECT kind);
 const char* DescribeFormat(zsimgformat format);
 std::string DescribeMode(ZSMODETYPE mode);
+
+inline std::span<ZSTRACK> Tracks(const ZSCUESHEET& sheet) { return {sheet.pZSTracks, sheet.nTracks}; }
 
 /// The texts of discs and tracks, in the order of the pages.
 struct TextField {

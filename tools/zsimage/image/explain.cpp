@@ -8,7 +8,6 @@
 #include "files/paths.h"
 #include "image/disc_text.h"
 #include "image/sheet_lines.h"
-#include "image/sheets.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
 #include "platform/text.h"
@@ -73,9 +72,9 @@ std::string ExplainSheet(const std::string& path) {
   if (dataFile.empty() || TerminalText(dataFile) == TerminalText(path)) {
     return kNoFileLine;
   }
-  const Interfaces host;
-  const UniqueSheet sheet = CreateSheet(host, 0);
-  const HRESULT result = host.Sheets().AnalyzeCueSheet(Wide(path).get(), sheet.get());
+  imagefile::Image blank = imagefile::DecodeCdText({}, 0); // Owns an empty sheet.
+  const HRESULT result =
+      imagefile::Interfaces().Sheets().AnalyzeCueSheet(Wide(path).get(), blank.Record().pZSCueSheet[0]);
   if (result == ZSE_BADIMAGE) {
     const std::string name = TerminalText(FileName(dataFile));
     const std::string type = SoundFileType(dataFile);

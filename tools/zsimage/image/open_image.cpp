@@ -100,7 +100,7 @@ void RequireDataFile(const imagefile::Image& image) {
 void RequireSizes(const imagefile::Image& image, std::size_t sessions) {
   for (const imagefile::Session& session : image.Sessions().first(sessions)) {
     const auto hasNone = [](const imagefile::Track& track) { return track.BlockBytes() == 0; };
-    if (std::any_of(session.Tracks().begin(), session.Tracks().end(), hasNone)) {
+    if (std::ranges::any_of(session.Tracks(), hasNone)) {
       throw Failure(image.Path(), DescribeMissingSize(image), ZSE_FAILED);
     }
   }

@@ -64,8 +64,8 @@ std::uint32_t EdcOf(const BYTE* data, std::size_t size) {
 
 void WriteHeader(LONG position, BYTE mode, BYTE* sector) {
   const std::array<BYTE, 3> time = HeaderTime(position);
-  std::copy(kSync.begin(), kSync.end(), sector);
-  std::copy(time.begin(), time.end(), sector + kTime);
+  std::ranges::copy(kSync, sector);
+  std::ranges::copy(time, sector + kTime);
   sector[kMode] = mode;
 }
 

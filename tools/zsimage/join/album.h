@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "files/output_file.h"
-#include "image/sheets.h"
+#include "image/disc_text.h"
+#include "imagefile/disc_image.h"
 #include "sound/sound_file.h"
 
 /// Sectors of one track that follow each other in one file, or silence.
@@ -24,18 +25,19 @@ struct AlbumPiece {
 struct Album {
   std::deque<SampleSource> files; ///< With paths in the spelling of the disk.
   std::vector<AlbumPiece> pieces;
-  UniqueSheet record;          ///< Describes the data file.
+  imagefile::Image image = imagefile::DecodeCdText({}, 99); ///< Its record describes the data file.
   std::set<std::string> notes; ///< What the image will lack, as sentences without a full stop.
   UHYPER sectors = 0;
 
-  UINT BlockSize() const noexcept { return static_cast<UINT>(record->pZSTracks[0].BlockSize); }
+  ZSCUESHEET& Sheet() const noexcept { return *image.Record().pZSCueSheet[0]; }
+  UINT BlockSize() const noexcept { return static_cast<UINT>(Sheet().pZSTracks[0].BlockSize); }
   UHYPER Bytes() const noexcept { return sectors * BlockSize(); }
 };
 
 /// Reads a sheet and opens its files. Texts of a .cdt file in the same folder replace those of the sheet.
 /// @param pad Whether files that end inside a sector are filled up with silence. @throws Failure if a line cannot be
 /// parsed, a file is missing or has the wrong format, or the tracks cannot be in one file.
-Album ReadAlbum(const Interfaces& host, const std::string& path, bool pad);
+Album ReadAlbum(const std::string& path, bool pad);
 
 /// Writes the data file. If it has raw sectors, data sectors without headers are widened. @throws Failure if a file
 /// cannot be read, its sectors cannot be widened, or the user cancels.

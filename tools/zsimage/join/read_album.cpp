@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <sstream>
+#include <regex>
 #include <utility>
 
 #include "files/input_file.h"
@@ -20,17 +20,20 @@ namespace {
 constexpr unsigned kMostTracks = 99;
 constexpr UHYPER kMostSectors = 449700; ///< 99:56:00, the last time that a sector can have.
 constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is read from a sheet.
-constexpr ULONG kLargestNumber = 9999;  ///< Limit of a number in a line: sums of times do not wrap.
 
 /// Types of TRACK lines: AUDIO, or the mode and the bytes of a sector.
 constexpr const char* kTypes[] = {"AUDIO", "MODE1/2048", "MODE1/2352", "MODE2/2048", "MODE2/2336", "MODE2/2352"};
+
+/// What a line may state and the new image does not keep: its keyword, a part of its text, and a note.
+constexpr const char* kLosses[][3] = {
+    {"REM", "SESSION 02", "the sheet has several sessions, and the new one has all tracks in one"},
+    {"FLAGS", "SCMS", "the flag SCMS is left out"}};
 
 /// Finds a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
 /// another machine; then the file name alone is looked up in that folder.
 std::string FindFile(const std::string& sheet, const std::string& name, unsigned line) {
   std::string path = name.starts_with('/') ? name : Beside(sheet, name);
-  const bool isFound =
-      ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, name.substr(name.find_last_of("/\\") + 1)), &path);
+  const bool isFound = ResolveFilePath(path, &path) || ResolveFilePath(Beside(sheet, FileName(name)), &path);
   FailIf(!isFound, path, ZSE_FILENOTFOUND, "no such file, in upper or lower case; line {} of the sheet names it", line);
   return path;
 }
@@ -68,10 +71,7 @@ void SetText(const std::string& text, void* field) {
 /// Reads a sheet from its first line to the last. Each index, and the end of each file, ends the sectors before it.
 class AlbumReader {
 public:
-  AlbumReader(const Interfaces& host, const std::string& path, bool pad) : m_host(host), m_path(path), m_pad(pad) {
-    m_album.record = CreateSheet(host, kMostTracks);
-    m_album.record->nTracks = 0;
-  }
+  AlbumReader(const std::string& path, bool pad) : m_path(path), m_pad(pad) { m_sheet.nTracks = 0; }
 
   Album Read() {
     const std::string content = ReadContent(m_path, kLargestSheetOfFiles);
@@ -86,7 +86,7 @@ public:
            "the album is longer than 99:56:00, and no sheet can state later times");
     m_album.sectors = m_position;
     ChooseBlockSize();
-    m_host.Sheets().AnalyzeCDText(Wide(m_path).get(), m_album.record.get()); // The .cdt file is optional.
+    imagefile::Interfaces().Sheets().AnalyzeCDText(Wide(m_path).get(), &m_sheet); // The .cdt file is optional.
     return std::move(m_album);
   }
 
@@ -95,9 +95,7 @@ private:
     FailIf(isWrong, m_path, ZSE_BADIMAGE, "line {}, {}: {}", line.number, line.keyword, words);
   }
 
-  /// Reads a line. Lines with other keywords, such as comments, are ignored.
   void ReadLine(const SheetLine& line) {
-    const std::string words = platform::Upper(line.rest);
     if (line.keyword == "FILE") {
       ReadFile(line);
     } else if (line.keyword == "TRACK") {
@@ -105,40 +103,45 @@ private:
     } else if (line.keyword == "INDEX") {
       ReadIndex(line);
     } else if (line.keyword == "PREGAP") {
-      const auto sectors = static_cast<LONG>(ReadTime(line).second);
+      m_pregap = ReadTime(line).second;
       FailLineIf(m_owner == m_track, line, "the line must be before the INDEX lines of its track");
-      m_track->Pregap = sectors; // Until the first index of the track.
     } else if (line.keyword == "POSTGAP") {
-      const auto sectors = static_cast<LONG>(ReadTime(line).second);
-      m_track->Postgap = sectors; // Until the end of the track.
-    } else if (line.keyword == "REM" && words.starts_with("SESSION") && !words.ends_with("01")) {
-      m_album.notes.insert("the sheet has several sessions, and the new one has all tracks in one");
-    } else if (line.keyword == "CDTEXTFILE" &&
-               !IsSameFile(Beside(m_path, line.Text()), WithExtension(m_path, ".CDT"))) {
-      m_album.notes.insert("the texts of the file in the CDTEXTFILE line are left out; name it as the sheet, .cdt");
-    } else if (line.keyword == "FLAGS" && m_track != nullptr) {
-      if (words.find("SCMS") != std::string::npos) {
-        m_album.notes.insert("the flag SCMS is left out");
-      }
-      for (const auto& [bit, word] : kTrackFlags) {
-        m_track->Flags |= words.find(word) == std::string::npos ? 0 : bit;
-      }
+      m_postgap = ReadTime(line).second;
+      FailLineIf(m_owner != m_track, line, "the line must be after the INDEX lines of its track");
     } else {
       ReadText(line);
+      NoteLoss(line);
     }
   }
 
+  /// Reads a text, a code or flags. Lines with other keywords, such as comments, are ignored.
   void ReadText(const SheetLine& line) {
-    ::ZSCDTEXT& disc = m_album.record->ZSCDTEXT;
+    ::ZSCDTEXT& disc = m_sheet.ZSCDTEXT;
     if (line.keyword == "CATALOG") {
       SetText(line.Text(), &disc.bstrMCN);
     } else if (line.keyword == "ISRC" && m_track != nullptr) {
       SetText(line.Text(), &m_track->bstrISRC);
     }
+    for (const auto& [bit, word] : kTrackFlags) {
+      if (line.keyword == "FLAGS" && m_track != nullptr && platform::Upper(line.rest).find(word) != std::string::npos) {
+        m_track->Flags |= bit;
+      }
+    }
     for (const auto& [name, ofDisc, ofTrack] : kTextFields) {
       if (line.keyword == platform::Upper(name)) {
         SetText(line.Text(), m_track == nullptr ? static_cast<void*>(&(disc.*ofDisc)) : &(m_track->*ofTrack));
       }
+    }
+  }
+
+  void NoteLoss(const SheetLine& line) {
+    for (const auto& [keyword, part, note] : kLosses) {
+      if (line.keyword == keyword && platform::Upper(line.rest).find(part) != std::string::npos) {
+        m_album.notes.insert(note);
+      }
+    }
+    if (line.keyword == "CDTEXTFILE" && !IsSameFile(Beside(m_path, line.Text()), WithExtension(m_path, ".CDT"))) {
+      m_album.notes.insert("the texts of the file in the CDTEXTFILE line are left out; name it as the sheet, .cdt");
     }
   }
 
@@ -163,11 +166,11 @@ private:
   void ReadTrack(const SheetLine& line) {
     const std::string type = line.LastWord();
     FailLineIf(
-        std::count(std::begin(kTypes), std::end(kTypes), type) == 0, line,
+        std::ranges::count(kTypes, type) == 0, line,
         fmt::format("tracks of type {} cannot be joined; known are {}", TerminalText(type), fmt::join(kTypes, ", ")));
-    FailLineIf(m_album.record->nTracks == kMostTracks, line, "a disc has 99 tracks at most");
+    FailLineIf(m_sheet.nTracks == kMostTracks, line, "a disc has 99 tracks at most");
     RequireStart();
-    m_track = &m_album.record->pZSTracks[m_album.record->nTracks++];
+    m_track = &m_sheet.pZSTracks[m_sheet.nTracks++];
     m_track->Mode = type == "AUDIO" ? ZSMODE_AUDIO : type[4] == '1' ? ZSMODE_1 : ZSMODE_2;
     m_track->BlockSize =
         type == "AUDIO" ? ZSFILEBLOCKSIZE_2352 : static_cast<ZSFILEBLOCKSIZECUE>(std::stoi(type.substr(6)));
@@ -176,7 +179,7 @@ private:
 
   void RequireStart() const {
     FailIf(m_track != nullptr && !m_hasStart, m_path, ZSE_BADIMAGE, "track {} has no INDEX 01 line",
-           UINT{m_album.record->nTracks});
+           UINT{m_sheet.nTracks});
   }
 
   void ReadIndex(const SheetLine& line) {
@@ -200,15 +203,13 @@ private:
 
   /// Returns the number of an INDEX line, 0 for other lines, and the time of a line in sectors.
   std::pair<ULONG, ULONG> ReadTime(const SheetLine& line) const {
-    std::istringstream text((line.keyword == "INDEX" ? "" : "0 ") + line.rest);
-    ULONG numbers[4] = {};
-    char colons[2] = {};
-    text >> numbers[0] >> numbers[1] >> colons[0] >> numbers[2] >> colons[1] >> numbers[3];
-    FailLineIf(!text || !(text >> std::ws).eof() || colons[0] != ':' || colons[1] != ':' ||
-                   *std::max_element(std::begin(numbers), std::end(numbers)) > kLargestNumber,
-               line, "the line should end in a time, MM:SS:FF");
+    static const std::regex kForm(R"((?:([0-9]{1,2})[ \t]{1,9})?([0-9]{1,4}):([0-9]{1,2}):([0-9]{1,2}))");
+    std::smatch found;
+    FailLineIf(!std::regex_match(line.rest, found, kForm) || (line.keyword == "INDEX") != found[1].matched, line,
+               "the line should end in a time, MM:SS:FF");
     FailLineIf(m_track == nullptr, line, "no TRACK line is before it");
-    return {numbers[0], (numbers[1] * 60 + numbers[2]) * 75 + numbers[3]};
+    const auto number = [&](int part) { return static_cast<ULONG>(std::stoul("0" + found.str(part))); };
+    return {number(1), (number(2) * 60 + number(3)) * 75 + number(4)};
   }
 
   /// Adds the sectors from the index before to an index of the last track. Sectors before the first index of a file,
@@ -220,7 +221,7 @@ private:
     FailIf(bytes > m_file->bytes - m_offset, m_file->path, ERROR_HANDLE_EOF,
            "the file ends before sector {}, where the sheet has index {} of track {}", sector, index,
            UINT{m_track->TNO});
-    AddSectors(track, bytes, sectors);
+    AddSectors(track, m_file, bytes, sectors);
     m_sector = sector;
   }
 
@@ -242,23 +243,18 @@ private:
       m_album.notes.insert(fmt::format("{} of silence fill the last sector of {}", Counted(size - over, "byte"),
                                        TerminalText(m_file->path)));
     }
-    AddSectors(*m_owner, bytes, (bytes + size - 1) / size);
+    AddSectors(*m_owner, m_file, bytes, (bytes + size - 1) / size);
   }
 
-  void AddSectors(const ZSTRACK& track, UHYPER bytes, UHYPER sectors) {
-    FailIf(m_file->isSound && track.Mode != ZSMODE_AUDIO, m_file->path, ZSE_FAILED,
+  /// Adds sectors of a file or, without one, silence. In a data track, silence is made of empty sectors.
+  void AddSectors(const ZSTRACK& track, const SampleSource* file, UHYPER bytes, UHYPER sectors) {
+    FailIf(file != nullptr && file->isSound && track.Mode != ZSMODE_AUDIO, m_file->path, ZSE_FAILED,
            "this is a sound file, and the sheet describes track {} as data", UINT{track.TNO});
-    m_album.pieces.push_back({&track, m_file, m_offset, bytes, static_cast<UINT>(track.BlockSize), sectors});
+    const UINT largest = file != nullptr || track.Mode == ZSMODE_AUDIO ? 2352 : track.Mode == ZSMODE_1 ? 2048 : 2336;
+    m_album.pieces.push_back(
+        {&track, file, m_offset, bytes, std::min(static_cast<UINT>(track.BlockSize), largest), sectors});
     m_offset += bytes;
     m_position += sectors;
-  }
-
-  /// Adds the silence of a PREGAP or POSTGAP line. In a data track it is made of empty sectors.
-  void AddSilence(const ZSTRACK& track, LONG sectors) {
-    const UINT largest = track.Mode == ZSMODE_AUDIO ? 2352 : track.Mode == ZSMODE_1 ? 2048 : 2336;
-    const auto size = std::min(static_cast<UINT>(track.BlockSize), largest);
-    m_album.pieces.push_back({&track, nullptr, 0, 0, size, static_cast<UHYPER>(sectors)});
-    m_position += static_cast<UHYPER>(sectors);
   }
 
   /// Ends the track before, and begins the pregap of the last one.
@@ -267,7 +263,7 @@ private:
       EndTrack();
     }
     m_pregapStart = m_position;
-    AddSilence(IsPregapStated() || m_owner == nullptr ? *m_track : *m_owner, m_track->Pregap);
+    AddSectors(IsPregapStated() || m_owner == nullptr ? *m_track : *m_owner, nullptr, 0, std::exchange(m_pregap, 0));
     m_owner = m_track;
   }
 
@@ -290,16 +286,15 @@ private:
   void EndTrack() {
     FailIf(m_position == m_owner->dwLBA, m_path, ZSE_FAILED,
            "track {} has no sectors: its file is empty, or the next index has the same position", UINT{m_owner->TNO});
-    AddSilence(*m_owner, m_owner->Postgap);
-    m_owner->Postgap = 0;
+    AddSectors(*m_owner, nullptr, 0, std::exchange(m_postgap, 0));
     m_owner->dwEndLBA = static_cast<ULONG>(m_position);
   }
 
   /// Keeps the sector size if all tracks have the same; otherwise all become raw sectors.
   void ChooseBlockSize() {
-    const auto tracks = Tracks(*m_album.record);
+    const auto tracks = Tracks(m_sheet);
     const auto hasSame = [&](const ZSTRACK& track) { return track.BlockSize == tracks[0].BlockSize; };
-    if (std::all_of(tracks.begin(), tracks.end(), hasSame)) {
+    if (std::ranges::all_of(tracks, hasSame)) {
       return;
     }
     m_album.notes.insert("the tracks have sectors of different sizes, so all are widened to 2352 bytes: headers and "
@@ -312,15 +307,17 @@ private:
     }
   }
 
-  const Interfaces& m_host;
   const std::string& m_path;
   bool m_pad;
   Album m_album;
-  ZSTRACK* m_track = nullptr; ///< Of the last TRACK line.
-  bool m_hasStart = false;    ///< Whether that track has INDEX 01.
-  ZSTRACK* m_owner = nullptr; ///< Of the last index.
-  UHYPER m_position = 0;      ///< Sectors so far.
+  ZSCUESHEET& m_sheet = m_album.Sheet(); ///< Its tracks are those read so far.
+  ZSTRACK* m_track = nullptr;            ///< Of the last TRACK line.
+  bool m_hasStart = false;               ///< Whether that track has INDEX 01.
+  ZSTRACK* m_owner = nullptr;            ///< Of the last index.
+  UHYPER m_position = 0;                 ///< Sectors so far.
   UHYPER m_pregapStart = 0;
+  ULONG m_pregap = 0;  ///< Of a PREGAP line, until the next index.
+  ULONG m_postgap = 0; ///< Of a POSTGAP line, until the end of the track.
   const SampleSource* m_file = nullptr;
   unsigned m_fileLine = 0;
   std::optional<ULONG> m_sector; ///< Position of the last index in the file.
@@ -329,6 +326,4 @@ private:
 
 } // namespace
 
-Album ReadAlbum(const Interfaces& host, const std::string& path, bool pad) {
-  return AlbumReader(host, path, pad).Read();
-}
+Album ReadAlbum(const std::string& path, bool pad) { return AlbumReader(path, pad).Read(); }
