@@ -50,7 +50,7 @@ std::string JoinPacks(std::string_view bytes) {
       pack += {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8), static_cast<char>(bits)};
     }
   }
-  const auto first = std::find_if(packs.begin(), packs.end(), IsFirst);
+  const auto first = std::ranges::find_if(packs, IsFirst);
   std::rotate(packs.begin(), first == packs.end() ? packs.begin() : first, packs.end());
   std::string joined;
   std::set<std::string> known;
@@ -66,7 +66,7 @@ std::string JoinPacks(std::string_view bytes) {
 } // namespace
 
 std::string PackFile::FirstFault() const {
-  const auto fault = std::find_if(findings.begin(), findings.end(), [](const Finding& found) { return found.isFault; });
+  const auto fault = std::ranges::find_if(findings, [](const Finding& found) { return found.isFault; });
   return fault == findings.end() ? "" : fault->words;
 }
 

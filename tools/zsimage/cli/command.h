@@ -4,7 +4,9 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/App.hpp>
@@ -27,6 +29,14 @@ public:
   Command(const std::string& name, const std::string& words);
 
   Command& Add(const std::string& name, const std::string& words);
+  /// Adds a command that calls `run` with its options. @return the command, and the options for it to fill.
+  template <class Options>
+  std::pair<Command&, Options&> Add(const std::string& name, const std::string& words, int (*run)(const Options&)) {
+    const auto options = std::make_shared<Options>();
+    Command& command = Add(name, words);
+    command.OnRun([options, run] { return run(*options); });
+    return {command, *options};
+  }
   void AddSection(const std::string& heading, std::vector<Entry> entries);
   void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
 

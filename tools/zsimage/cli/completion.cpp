@@ -1,27 +1,26 @@
 #include "cli/generated_texts.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <fmt/format.h>
 
 namespace {
 
-constexpr const char* kImages = "iso|cue|nrg|ccd|mds|zsi";
+/// Name of an argument, or of the value of an option, and its candidates: file extensions separated by bars, "*" for
+/// any file, "/" for folders.
+struct Value {
+  std::string_view name;
+  const char* candidates;
+};
+constexpr Value kValues[] = {
+    {"IMAGE", "iso|cue|nrg|ccd|mds|zsi"}, {"SHEET", "cue"}, {"OUT", "cue|zsi"}, {"FILE", "*"}, {"FOLDER", "/"}};
 
-/// Returns the candidates for an argument or for the value of an option: file extensions separated by bars, "*" for any
-/// file, "/" for folders, and empty for other values.
+/// Returns the candidates for an argument or for the value of an option. Empty if there are none.
 std::string Candidates(const CLI::Option& option) {
   const std::string kind = option.nonpositional() ? option.get_type_name() : option.get_name(true);
-  if (kind == "IMAGE") {
-    return kImages;
-  }
-  if (kind == "SHEET") {
-    return "cue";
-  }
-  if (kind == "OUT") {
-    return "cue|zsi";
-  }
-  return kind == "FILE" ? "*" : kind == "FOLDER" ? "/" : "";
+  const auto* known = std::ranges::find(kValues, kind, &Value::name);
+  return known == std::end(kValues) ? "" : known->candidates;
 }
 
 /// Calls `visit` for a command and all its subcommands.
@@ -127,7 +126,7 @@ std::string ZshOption(const CLI::Option& option) {
 
 std::string ZshFunctionName(const Command& command) {
   std::string name = "_" + command.FullName();
-  std::replace(name.begin(), name.end(), ' ', '_');
+  std::ranges::replace(name, ' ', '_');
   return name;
 }
 

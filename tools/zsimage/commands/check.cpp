@@ -137,12 +137,10 @@ int RunCheck(const CheckOptions& options) {
 } // namespace
 
 void AddCheck(Command* tool) {
-  const auto options = std::make_shared<CheckOptions>();
-  Command& command = tool->Add("check", "Find what is wrong with images before they are burned");
-  command.AddImages(&options->paths);
-  command.add_flag("--full", options->full, "Check every sector instead of a sample of each track");
-  command.AddJson(&options->json, "Print one JSON object; of several images, one a line");
+  auto [command, options] = tool->Add("check", "Find what is wrong with images before they are burned", RunCheck);
+  command.AddImages(&options.paths);
+  command.add_flag("--full", options.full, "Check every sector instead of a sample of each track");
+  command.AddJson(&options.json, "Print one JSON object; of several images, one a line");
   command.AddExamples({{"zsimage check disc.cue", "Tracks, codes, text and a sample of the sectors."},
                        {"zsimage check --full *.cue && echo fit to burn", "All sectors of several images."}});
-  command.OnRun([options] { return RunCheck(*options); });
 }

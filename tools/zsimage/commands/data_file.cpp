@@ -76,6 +76,7 @@ private:
       m_plan.shortage = fmt::format("{} is {}", name, DescribeMissing(missing));
     }
     m_plan.pieces.push_back({static_cast<UHYPER>(gap) - kept, run});
+    m_plan.sectors += static_cast<UHYPER>(gap) - kept + run.sectors;
     m_position = std::int64_t{track.Start()} + track.SectorsInFile() + postgap;
     m_sourceEnd = run.begin + UHYPER{run.sectors} * run.blockSize;
   }
@@ -98,14 +99,6 @@ void WriteSilence(UHYPER bytes, ProgressBar* progress, OutputFile* file) {
 }
 
 } // namespace
-
-UHYPER DataFilePlan::Sectors() const noexcept {
-  UHYPER sectors = 0;
-  for (const Piece& piece : pieces) {
-    sectors += piece.silence + piece.run.sectors;
-  }
-  return sectors;
-}
 
 DataFilePlan PlanDataFile(const imagefile::Image& image, unsigned sessions) {
   const std::string conflict = FindSizeConflict(image, sessions);

@@ -18,14 +18,14 @@ struct DataFilePlan {
   };
 
   std::vector<Piece> pieces;
+  UHYPER sectors = 0;   ///< Those of all pieces.
   UINT storedSize = 0;  ///< Bytes of one sector in the image.
   UINT blockSize = 0;   ///< Bytes of one sector in the new file: a raw sector at most.
   std::string conflict; ///< Why no file can contain the tracks as they are described; empty if one can.
   std::string shortage; ///< Which sectors the image lacks; empty if it has all.
 
-  UHYPER Sectors() const noexcept;
-  UHYPER Bytes() const noexcept { return Sectors() * blockSize; }
-  UHYPER StoredBytes() const noexcept { return Sectors() * storedSize; }
+  UHYPER Bytes() const noexcept { return sectors * blockSize; }
+  UHYPER StoredBytes() const noexcept { return sectors * storedSize; }
 };
 
 /// Plans the data file for the first sessions of an image. The file has no sub-channel: sectors above 2352 bytes are

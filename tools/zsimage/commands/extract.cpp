@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -30,67 +31,53 @@ struct ExtractOptions {
   bool force = false;
 };
 
-struct Job {
-  unsigned session; ///< From 1, as the number.
-  unsigned number;
-  const imagefile::Track& track;
-  std::string target;
-  const TrackFormat& format;
-  SoundTags tags;
-};
-
-std::vector<Job> ListJobs(const imagefile::Image& image, const ExtractOptions& options) {
-  const bool all = !options.folder.empty();
+/// Lists the tracks that are saved, and their files.
+std::vector<TrackFile> ListFiles(const imagefile::Image& image, const ExtractOptions& options) {
   const TrackFormat& format = TrackFormatOf(options.format.empty() ? options.output : options.format);
   const unsigned first = std::max(options.session, 1U);
-  const unsigned last = all && options.session == 0 ? static_cast<unsigned>(image.Sessions().size()) : first;
-  std::vector<Job> jobs;
-  for (unsigned session = first; session <= last; ++session) {
-    const std::vector<TrackFile> files = NameTrackFiles(image, session, format);
-    unsigned number = 0;
-    for (const imagefile::Track& track : SessionOf(image, session).Tracks()) {
-      const TrackFile& file = files[number++];
-      if (all || number == options.track) {
-        const std::string target = all ? options.folder + "/" + file.name : options.output;
-        jobs.push_back({session, number, track, target, format, file.tags});
-      }
-    }
-    FailIf(!all && jobs.empty(), image.Path(), E_INVALIDARG,
-           "no track {} in session {}, which has {}; 'zsimage info' lists them", options.track, session, number);
+  std::vector<TrackFile> files = ListTrackFiles(image, first, format, options.folder);
+  if (options.folder.empty()) {
+    FailIf(options.track < 1 || options.track > files.size(), image.Path(), E_INVALIDARG,
+           "no track {} in session {}, which has {}; 'zsimage info' lists them", options.track, first, files.size());
+    files[options.track - 1].path = options.output;
+    return {files[options.track - 1]};
   }
-  return jobs;
+  for (unsigned session = 2; options.session == 0 && session <= image.Sessions().size(); ++session) {
+    std::ranges::copy(ListTrackFiles(image, session, format, options.folder), std::back_inserter(files));
+  }
+  return files;
 }
 
 /// Returns the sectors of a track and the requested bytes of each. @throws Failure if the sectors have no such bytes,
 /// or the format is not for the mode of the track.
-SectorRun RunOfTrack(const imagefile::Image& image, const Job& job, UINT blockSize) {
-  const imagefile::Track& track = job.track;
+SectorRun RunOfTrack(const imagefile::Image& image, const TrackFile& file, UINT blockSize) {
+  const imagefile::Track& track = file.track;
   const bool isAudio = track.Mode() == imagefile::Mode::Audio;
   const UINT stored = track.BlockBytes();
   if (stored == 0) {
     throw Failure(image.Path(), DescribeMissingSize(image), ZSE_FAILED);
   }
-  FailIf(job.format.isSound && !isAudio, image.Path(), E_INVALIDARG,
-         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", job.number,
+  FailIf(file.format.isSound && !isAudio, image.Path(), E_INVALIDARG,
+         "track {} is data ({}), and no sound file can contain it; save it as .bin or .iso", file.number,
          DescribeMode(track.Record().Mode));
-  FailIf(job.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
-         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", job.number);
+  FailIf(file.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
+         "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", file.number);
   const UINT whole = std::min<UINT>(stored, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
   FailIf(isAudio && blockSize != 0 && blockSize != stored && blockSize != whole, image.Path(), E_INVALIDARG,
-         "track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out --block-size", job.number,
+         "track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out --block-size", file.number,
          whole);
   SectorRun run{track.OffsetBytes(), track.SectorsInFile(), stored, 0, blockSize == 0 ? stored : blockSize};
   run.dataOffset = imagefile::OffsetInSector(image.Record(), track.Record(), run.dataSize);
   FailIf(run.dataSize > stored || run.dataOffset > stored - run.dataSize, image.Path(), E_INVALIDARG,
-         "track {} has sectors of {} bytes, which have no block of {} bytes after their first {}", job.number, stored,
+         "track {} has sectors of {} bytes, which have no block of {} bytes after their first {}", file.number, stored,
          run.dataSize, run.dataOffset);
   return run;
 }
 
 /// Removes the sectors after the end of the data file from a run. @throws Failure if there are any without `partial`,
 /// or if no sector is left.
-void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorRun* run) {
-  const ULONG missing = run->sectors == 0 ? job.track.MissingSectors(DataSize(image))
+void CutRun(const imagefile::Image& image, const TrackFile& file, bool partial, SectorRun* run) {
+  const ULONG missing = run->sectors == 0 ? file.track.MissingSectors(DataSize(image))
                                           : MissingSectors(FileSize(image.DataFile()).value_or(0), *run);
   if (missing == 0) {
     return;
@@ -98,13 +85,14 @@ void CutRun(const imagefile::Image& image, const Job& job, bool partial, SectorR
   if (!partial || missing >= run->sectors) {
     RequireSectors(image.DataFile(), *run);
   }
-  Note(fmt::format("track {} is {}; the others are saved", job.number, DescribeMissing(missing)));
+  Note(fmt::format("track {} is {}; the others are saved", file.number, DescribeMissing(missing)));
   run->sectors -= missing;
 }
 
 /// Writes the sectors of a run, or a sound file of them. @param swap Whether to swap the two bytes of each sample.
-void WriteRun(const imagefile::Image& image, const Job& job, const SectorRun& run, bool swap, OutputFile* file) {
-  ProgressBar progress(fmt::format("track {}", job.number), run.Bytes());
+void WriteRun(const imagefile::Image& image, const TrackFile& file, const SectorRun& run, bool swap,
+              OutputFile* output) {
+  ProgressBar progress(fmt::format("track {}", file.number), run.Bytes());
   std::vector<BYTE> swapped;
   const auto produce = [&](const SampleSink& sink) {
     ReadRun(image, run, &progress, [&](const BYTE* data, std::size_t size) {
@@ -115,26 +103,26 @@ void WriteRun(const imagefile::Image& image, const Job& job, const SectorRun& ru
       sink(swap ? swapped.data() : data, size);
     });
   };
-  if (job.format.isSound) {
-    WriteSound(file, job.target, job.format.extension, job.tags, produce);
+  if (file.format.isSound) {
+    WriteSound(output, file.path, file.format.extension, file.tags, produce);
   } else {
-    produce([&](const BYTE* data, std::size_t size) { file->Write(data, size); });
+    produce([&](const BYTE* data, std::size_t size) { output->Write(data, size); });
   }
 }
 
-void Extract(const imagefile::Image& image, const Job& job, const ExtractOptions& options) {
-  const bool isChosen = options.blockSize != 0 && !job.format.isSound;
-  SectorRun run = RunOfTrack(image, job, isChosen ? options.blockSize : job.format.blockSize);
-  FailIf(options.swap && run.dataSize % 2 != 0, job.target, E_INVALIDARG,
+void Extract(const imagefile::Image& image, const TrackFile& file, const ExtractOptions& options) {
+  const bool isChosen = options.blockSize != 0 && !file.format.isSound;
+  SectorRun run = RunOfTrack(image, file, isChosen ? options.blockSize : file.format.blockSize);
+  FailIf(options.swap && run.dataSize % 2 != 0, file.path, E_INVALIDARG,
          "blocks of an odd size have no samples to swap; leave out --block-size");
-  CutRun(image, job, options.partial, &run);
+  CutRun(image, file, options.partial, &run);
   { // The scope ends before anything is printed: a closed pipe would end the process and leave hidden files.
-    OutputFile file(job.target, run.Bytes(), options.force);
-    WriteRun(image, job, run, options.swap, &file);
-    file.Publish();
+    OutputFile output(file.path, run.Bytes(), options.force);
+    WriteRun(image, file, run, options.swap, &output);
+    output.Publish();
   }
-  if (!IsStandardOutput(job.target)) {
-    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(job.target), job.session, job.number,
+  if (!IsStandardOutput(file.path)) {
+    Print(fmt::format("{}: session {}, track {}, {} of {} bytes\n", TerminalText(file.path), file.session, file.number,
                       Counted(run.sectors, "sector"), run.dataSize));
   }
 }
@@ -171,11 +159,11 @@ private:
 };
 
 /// Saves all tracks; a failure of one does not stop the others. @return the exit status.
-int ExtractAll(const imagefile::Image& image, const std::vector<Job>& jobs, const ExtractOptions& options) {
+int ExtractAll(const imagefile::Image& image, const std::vector<TrackFile>& files, const ExtractOptions& options) {
   int status = 0;
-  for (const Job& job : jobs) {
+  for (const TrackFile& file : files) {
     try {
-      Extract(image, job, options);
+      Extract(image, file, options);
     } catch (const imagefile::Error& failure) {
       status = Report(failure);
       if (failure.Code() == kCancelled || failure.Code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL)) {
@@ -189,49 +177,48 @@ int ExtractAll(const imagefile::Image& image, const std::vector<Job>& jobs, cons
 int RunExtract(const ExtractOptions& options) {
   const imagefile::Image image = OpenImage(options.path, options.partial);
   RequireDataFile(image);
-  const std::vector<Job> jobs = ListJobs(image, options);
-  for (const Job& job : jobs) {
-    image.RefuseOwnFile(job.target);
+  const std::vector<TrackFile> files = ListFiles(image, options);
+  for (const TrackFile& file : files) {
+    image.RefuseOwnFile(file.path);
     if (!options.folder.empty()) { // If one track cannot be written, none is saved.
-      RequireWritable(job.target, options.force);
+      RequireWritable(file.path, options.force);
     }
   }
   if (options.folder.empty()) {
-    Extract(image, jobs.front(), options);
+    Extract(image, files.front(), options);
     return 0;
   }
   const TargetFolder folder(options.folder);
   folder.Create();
-  return ExtractAll(image, jobs, options);
+  return ExtractAll(image, files, options);
 }
 
 } // namespace
 
 void AddExtract(Command* tool) {
-  const auto options = std::make_shared<ExtractOptions>();
-  Command& command = tool->Add("extract", "Save one track, or all, as files");
-  command.AddImage(&options->path);
-  command.add_option("--session", options->session, "Session, from 1 (default: the first, or all with --all)")
+  auto [command, options] = tool->Add("extract", "Save one track, or all, as files", RunExtract);
+  command.AddImage(&options.path);
+  command.add_option("--session", options.session, "Session, from 1 (default: the first, or all with --all)")
       ->type_name("N")
       ->check(CLI::Range(std::size_t{1}, kMaxSessions).description(""));
-  auto* track = command.add_option("--track", options->track, "Track in the session, from 1")->type_name("N");
-  command.add_option("--block-size", options->blockSize, "Bytes to save of each sector; 0 for all of it")
+  auto* track = command.add_option("--track", options.track, "Track in the session, from 1")->type_name("N");
+  command.add_option("--block-size", options.blockSize, "Bytes to save of each sector; 0 for all of it")
       ->type_name("BYTES")
       ->capture_default_str();
-  auto* output = command.AddName("-o,--output", &options->output, "File to write the track to, - for standard output")
+  auto* output = command.AddName("-o,--output", &options.output, "File to write the track to, - for standard output")
                      ->type_name("FILE");
-  auto* all = command.AddName("--all", &options->folder, "Save every track, in this folder")->type_name("FOLDER");
+  auto* all = command.AddName("--all", &options.folder, "Save every track, in this folder")->type_name("FOLDER");
   all->excludes(track)->excludes(output);
   command
       .add_option(
-          "--format", options->format,
+          "--format", options.format,
           "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
           "(default: by the extension of -o; bin with --all)")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"bin", "iso", "wav", "aiff", "flac"}).description(""));
-  command.add_flag("--swap", options->swap, "Swap the two bytes of each sample, for sources in the other order");
-  command.add_flag("--partial", options->partial, "Save the whole sectors of a track that is cut off");
-  command.AddForce(&options->force);
+  command.add_flag("--swap", options.swap, "Swap the two bytes of each sample, for sources in the other order");
+  command.add_flag("--partial", options.partial, "Save the whole sectors of a track that is cut off");
+  command.AddForce(&options.force);
   command.AddExamples(
       {{"zsimage extract disc.mds --track 2 -o track.bin", "Track 2 of the first session."},
        {"zsimage extract disc.ccd --all tracks", "Every track as tracks/session-1-track-01.bin and so on."},
@@ -243,5 +230,4 @@ void AddExtract(Command* tool) {
       throw CLI::RequiredError("--track with -o, or --all,");
     }
   });
-  command.OnRun([options] { return RunExtract(*options); });
 }

@@ -26,12 +26,10 @@ int RunInfo(const InfoOptions& options) {
 } // namespace
 
 void AddInfo(Command* tool) {
-  const auto options = std::make_shared<InfoOptions>();
-  Command& command = tool->Add("info", "Show what an image contains");
-  command.AddImages(&options->paths);
-  command.AddJson(&options->json, "Print the whole record as one JSON object; of several images, one a line");
+  auto [command, options] = tool->Add("info", "Show what an image contains", RunInfo);
+  command.AddImages(&options.paths);
+  command.AddJson(&options.json, "Print the whole record as one JSON object; of several images, one a line");
   command.AddExamples({{"zsimage info disc.cue", "A page for a person."},
                        {"zsimage info --json disc.nrg", "The whole record for a program."},
                        {"zsimage info --json *.cue | jq .dwDiscID", "One record a line, in the order of the paths."}});
-  command.OnRun([options] { return RunInfo(*options); });
 }

@@ -46,14 +46,12 @@ int RunMap(const MapOptions& options) {
 } // namespace
 
 void AddMap(Command* tool) {
-  const auto options = std::make_shared<MapOptions>();
-  Command& command = tool->Add("map", "Draw a picture of the disc");
-  command.AddImage(&options->path);
-  command.AddName("-o,--output", &options->output, "Picture to write: .svg or .html, - for SVG on standard output")
+  auto [command, options] = tool->Add("map", "Draw a picture of the disc", RunMap);
+  command.AddImage(&options.path);
+  command.AddName("-o,--output", &options.output, "Picture to write: .svg or .html, - for SVG on standard output")
       ->type_name("FILE")
       ->required();
-  command.AddForce(&options->force);
+  command.AddForce(&options.force);
   command.AddExamples({{"zsimage map disc.cue -o disc.svg", "A picture for any browser."},
                        {"zsimage map disc.nrg -o disc.html", "The same as a page."}});
-  command.OnRun([options] { return RunMap(*options); });
 }

@@ -25,8 +25,8 @@ struct FoundSector {
   unsigned track;
   bool isPregap;
   UHYPER byte;
-  bool isSilence; ///< Silence of a PREGAP line, which is not in the file.
-  bool isCutOff;  ///< The data file ends before this sector.
+  std::string obstacle; ///< Why the data file has no such byte; empty if it has.
+  HRESULT code;         ///< That of the obstacle.
 };
 
 /// Finds the first track that contains a sector, its pregap included.
@@ -34,7 +34,7 @@ std::optional<FoundSector> FindSector(const imagefile::Image& image, std::int64_
   const UHYPER size = DataSize(image);
   for (const imagefile::Session& session : image.Sessions()) {
     unsigned number = 0;
-    ULONG silence = 0; // Sectors of PREGAP lines up to the track.
+    ULONG silence = 0; // Sectors of PREGAP lines up to the track; they are not in the file.
     for (const imagefile::Track& track : session.Tracks()) {
       const std::int64_t offset = lba - track.Start();
       const ULONG before =
@@ -43,36 +43,31 @@ std::optional<FoundSector> FindSector(const imagefile::Image& image, std::int64_
       const std::int64_t pregap = track.PregapSectorsInFile();
       const bool isLost = track.SectorsInFile() == 0 && track.MissingSectors(size) != 0; // Its length is not known.
       ++number;
-      if (offset >= -own - pregap && (offset < track.SectorsInFile() || isLost)) {
-        const UHYPER byte = track.OffsetBytes() + static_cast<UHYPER>(offset) * track.BlockBytes();
-        const bool isSilence = offset < -pregap;
-        const bool isCutOff = !isSilence && (byte > size || size - byte < track.BlockBytes());
-        return FoundSector{session.Number(), number, offset < 0, byte, isSilence, isCutOff};
+      if (offset < -own - pregap || (offset >= track.SectorsInFile() && !isLost)) {
+        continue;
       }
+      const UHYPER byte = track.OffsetBytes() + static_cast<UHYPER>(offset) * track.BlockBytes();
+      FoundSector found{session.Number(), number, offset < 0, byte, "", E_INVALIDARG};
+      if (offset < -pregap) {
+        found.obstacle =
+            fmt::format("is silence of a PREGAP line before track {} of session {}, which is not in the file", number,
+                        session.Number());
+      } else if (byte > size || size - byte < track.BlockBytes()) {
+        found.obstacle = fmt::format("is cut off: {} ends before this sector of track {} of session {}",
+                                     TerminalText(image.DataFile()), number, session.Number());
+        found.code = HRESULT_FROM_WIN32(ERROR_HANDLE_EOF);
+      }
+      return found;
     }
   }
   return std::nullopt;
-}
-
-/// Explains why a sector has no byte in the data file; empty if it has one.
-std::string ExplainNoByte(const std::optional<FoundSector>& found, const std::string& file) {
-  if (!found) {
-    return " is in no track: between sessions or after the end";
-  }
-  if (found->isSilence) {
-    return fmt::format(" is silence of a PREGAP line before track {} of session {}, which is not in the file",
-                       found->track, found->session);
-  }
-  return !found->isCutOff ? ""
-                          : fmt::format(" is cut off: {} ends before this sector of track {} of session {}", file,
-                                        found->track, found->session);
 }
 
 /// @throws Failure if sectors of the image have no positions.
 void RequirePositions(const imagefile::Image& image) {
   const auto sessions = image.Sessions();
   const auto isEmpty = [](const imagefile::Session& session) { return session.Tracks().empty(); };
-  if (sessions.empty() || std::any_of(sessions.begin(), sessions.end(), isEmpty)) {
+  if (sessions.empty() || std::ranges::any_of(sessions, isEmpty)) {
     throw Failure(image.Path(), "the image has a session without tracks, so its sectors have no positions", ZSE_FAILED);
   }
 }
@@ -89,7 +84,7 @@ int RunPosition(const PositionOptions& options) {
   const std::optional<FoundSector> found = FindSector(image, options.lba);
   const std::string sector = fmt::format("sector {} ({})", options.lba, DiscTime(options.lba));
   const std::string file = TerminalText(image.DataFile());
-  const std::string obstacle = ExplainNoByte(found, file);
+  const std::string obstacle = found ? found->obstacle : "is in no track: between sessions or after the end";
   if (options.json) {
     PrintJson({{"pSeek64", seek},
                {"pLength64", length == kToEndOfFile ? Json(nullptr) : Json(length)},
@@ -101,22 +96,16 @@ int RunPosition(const PositionOptions& options) {
     Print(fmt::format("S{} begins at byte {} of {}, in {}track {} of session {}.\n", sector.substr(1), found->byte,
                       file, found->isPregap ? "the pregap of " : "", found->track, found->session));
   }
-  if (!obstacle.empty()) {
-    const bool isCutOff = found && found->isCutOff;
-    return Report(
-        Failure(image.Path(), sector + obstacle, isCutOff ? HRESULT_FROM_WIN32(ERROR_HANDLE_EOF) : E_INVALIDARG));
-  }
-  return 0;
+  return obstacle.empty() ? 0
+                          : Report(Failure(image.Path(), sector + " " + obstacle, found ? found->code : E_INVALIDARG));
 }
 
 } // namespace
 
 void AddPosition(Command* tool) {
-  const auto options = std::make_shared<PositionOptions>();
-  Command& command = tool->Add("position", "Find the byte of a sector in the data file");
-  command.AddJson(&options->json, "Print one JSON object");
-  command.AddImage(&options->path);
-  command.add_option("LBA", options->lba, "Number of the sector on the disc")->required();
+  auto [command, options] = tool->Add("position", "Find the byte of a sector in the data file", RunPosition);
+  command.AddJson(&options.json, "Print one JSON object");
+  command.AddImage(&options.path);
+  command.add_option("LBA", options.lba, "Number of the sector on the disc")->required();
   command.AddExamples({{"zsimage position disc.cue 13650", "Where the data of sector 13650 begin."}});
-  command.OnRun([options] { return RunPosition(*options); });
 }

@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include "image/disc_text.h"
-#include "image/sheets.h"
 #include "output/failure.h"
 #include "platform/text.h"
 
@@ -16,7 +15,7 @@ namespace {
 std::string AsFileName(std::string name) {
   constexpr double kLongestName = 200; // Bytes. File systems allow 255, with the extension.
   const auto isForbidden = [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos; };
-  std::replace_if(name.begin(), name.end(), isForbidden, '_');
+  std::ranges::replace_if(name, isForbidden, '_');
   name = CutToFit(name, kLongestName, &std::string_view::size);
   name.erase(name.find_last_not_of(". ") + 1);
   return name;
@@ -30,27 +29,32 @@ const TrackFormat& TrackFormatOf(const std::string& name) {
     FailIf(lstrcmpiA(extension, other) == 0, name, E_INVALIDARG,
            "sound files are .wav, .aiff or .flac; give a name with one of these extensions");
   }
-  const auto* const known = std::find_if(std::begin(kTrackFormats), std::end(kTrackFormats), [&](const auto& format) {
-    return lstrcmpiA(extension, format.extension) == 0;
-  });
+  const auto* const known = std::ranges::find_if(
+      kTrackFormats, [&](const auto& format) { return lstrcmpiA(extension, format.extension) == 0; });
   return known == std::end(kTrackFormats) ? kTrackFormats[0] : *known;
 }
 
-std::vector<TrackFile> NameTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format) {
-  const ZSCUESHEET& sheet = SessionOf(image, session).Record();
-  const std::string performer = TerminalText(sheet.ZSCDTEXT.bstrPerformer);
-  TextColumn titles(sheet.ZSCDTEXT.bstrTitle);
-  TextColumn performers(sheet.ZSCDTEXT.bstrPerformer);
+std::vector<TrackFile> ListTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format,
+                                      const std::string& folder) {
+  const ::ZSCDTEXT& disc = SessionOf(image, session).Record().ZSCDTEXT;
+  TextColumn titles(disc.bstrTitle);
+  TextColumn performers(disc.bstrPerformer);
   std::vector<TrackFile> files;
-  for (const ZSTRACK& track : Tracks(sheet)) {
-    const std::string number = fmt::format("{:02}", files.size() + 1);
-    const std::string title = titles.Show(track.bstrTitle);
-    const std::string artist = performers.Show(track.bstrPerformer);
+  for (const imagefile::Track& track : SessionOf(image, session).Tracks()) {
+    const auto number = static_cast<unsigned>(files.size()) + 1;
+    const std::string digits = fmt::format("{:02}", number);
+    const std::string title = titles.Show(track.Record().bstrTitle);
+    const std::string artist = performers.Show(track.Record().bstrPerformer);
     const std::string name = format.isSound ? (image.Sessions().size() > 1 ? fmt::format("{}-", session) : "") +
-                                                  AsFileName(fmt::format("{} {}", number, title))
-                                            : fmt::format("session-{}-track-{}", session, number);
-    files.push_back({name + "." + format.extension,
-                     {title, artist.empty() ? performer : artist, TerminalText(sheet.ZSCDTEXT.bstrTitle), number}});
+                                                  AsFileName(fmt::format("{} {}", digits, title))
+                                            : fmt::format("session-{}-track-{}", session, digits);
+    files.push_back(
+        {session,
+         number,
+         track,
+         format,
+         fmt::format("{}/{}.{}", folder, name, format.extension),
+         {title, artist.empty() ? TerminalText(disc.bstrPerformer) : artist, TerminalText(disc.bstrTitle), digits}});
   }
   return files;
 }

@@ -20,11 +20,17 @@ inline constexpr TrackFormat kTrackFormats[] = {{"bin", false, 0},    {"iso", fa
 /// sound file of another kind.
 const TrackFormat& TrackFormatOf(const std::string& name);
 
-/// Name and tags of the file that a track is saved to.
+/// A track and the file that it is saved to.
 struct TrackFile {
-  std::string name; ///< "session-1-track-03.bin"; that of a sound file is "03 Title.flac".
+  unsigned session; ///< From 1, as the number.
+  unsigned number;
+  const imagefile::Track& track;
+  const TrackFormat& format;
+  std::string path;
   SoundTags tags;
 };
 
-/// Returns the files for a session's tracks. Characters of titles that file systems do not allow are replaced.
-std::vector<TrackFile> NameTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format);
+/// Lists files for the tracks of a session: "session-1-track-03.bin" in a folder, or "03 Title.flac" for sound files.
+/// Characters of titles that file systems do not allow are replaced. @throws Failure if there is no such session.
+std::vector<TrackFile> ListTrackFiles(const imagefile::Image& image, unsigned session, const TrackFormat& format,
+                                      const std::string& folder);

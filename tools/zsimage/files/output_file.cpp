@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -22,18 +21,6 @@
 #include "platform/text.h"
 
 namespace {
-
-/// Returns the code of GetLastError that corresponds to a value of errno.
-DWORD SystemError(int error) {
-  static constexpr std::pair<int, DWORD> kErrors[] = {
-      {0, ERROR_SUCCESS},           {ENOENT, ERROR_FILE_NOT_FOUND}, {EACCES, ERROR_ACCESS_DENIED},
-      {EPERM, ERROR_ACCESS_DENIED}, {EROFS, ERROR_WRITE_PROTECT},   {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
-      {ENOSPC, ERROR_DISK_FULL},    {EDQUOT, ERROR_DISK_FULL},      {EFBIG, ERROR_FILE_TOO_LARGE},
-      {EIO, ERROR_IO_DEVICE}};
-  const auto* known =
-      std::find_if(std::begin(kErrors), std::end(kErrors), [&](const auto& entry) { return entry.first == error; });
-  return known == std::end(kErrors) ? ERROR_GEN_FAILURE : known->second;
-}
 
 /// Returns the folder of a path; "." if it names none.
 std::string FolderOf(const std::string& path) {
@@ -100,7 +87,7 @@ Target FindTarget(const std::string& path, bool force) {
       ThrowExists(path);
     }
     if (S_ISDIR(target.status.st_mode) || access(path.c_str(), W_OK) != 0) {
-      throw WriteFailure(path, SystemError(errno));
+      throw WriteFailure(path, platform::SystemError(errno));
     }
     target.path = isFile ? std::filesystem::canonical(path).string() : "";
     FailIf(isFile && IsReplacedByOwnerAlone(target.path, target.status), path, ERROR_ACCESS_DENIED,
@@ -109,7 +96,7 @@ Target FindTarget(const std::string& path, bool force) {
     return target;
   }
   if ((errno != ENOENT && errno != ENOTDIR) || lstat(path.c_str(), &target.status) == 0) { // Or a broken link.
-    throw WriteFailure(path, SystemError(errno));
+    throw WriteFailure(path, platform::SystemError(errno));
   }
   target.path = SpelledOnDisk(platform::FolderOf(path)) + NarrowToUtf8(FileName(path));
   return target.path != path && std::filesystem::exists(target.path) ? FindTarget(target.path, force) : target;
@@ -159,7 +146,7 @@ OutputFile::OutputFile(const std::string& path, UHYPER size, bool force) : m_pat
   }
   if (m_descriptor == -1) {
     ThrowIfCancelled(); // A signal interrupts open while a pipe has no reader.
-    throw WriteFailure(path, SystemError(errno), 0, size);
+    throw WriteFailure(path, platform::SystemError(errno), 0, size);
   }
   if (!m_hidden.empty()) {
     CopyPermissions(target, m_hidden);
@@ -228,7 +215,7 @@ void OutputFile::Publish() {
     if (error == EEXIST) {
       ThrowExists(m_path);
     }
-    throw WriteFailure(m_path, SystemError(error), m_written, m_size);
+    throw WriteFailure(m_path, platform::SystemError(error), m_written, m_size);
   }
   m_hidden.clear();
 }
@@ -250,7 +237,7 @@ void PublishAll(const std::vector<std::unique_ptr<OutputFile>>& files, const std
     }
     for (const std::string& path : stale) {
       if (unlink(path.c_str()) != 0) {
-        throw WriteFailure(path, SystemError(errno));
+        throw WriteFailure(path, platform::SystemError(errno));
       }
     }
     verify();

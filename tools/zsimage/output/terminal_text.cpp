@@ -25,7 +25,7 @@ UniqueBstr Wide(std::string_view narrow) {
 std::string TerminalText(std::string_view narrow) {
   std::u16string wide = MultiByteToWideChar(narrow);
   const auto isControl = [](char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); };
-  std::replace_if(wide.begin(), wide.end(), isControl, u'?');
+  std::ranges::replace_if(wide, isControl, u'?');
   return NarrowToUtf8(WideCharToMultiByte(wide));
 }
 

@@ -40,7 +40,7 @@ void TextTable::FitTerminal() {
     return (left.isShown && left.canBeCut ? left.width : 0) < (right.isShown && right.canBeCut ? right.width : 0);
   };
   for (const std::size_t columns = TerminalColumns(STDOUT_FILENO); width > columns; --width) {
-    Column& widest = *std::max_element(m_columns.begin(), m_columns.end(), isNarrower);
+    Column& widest = *std::ranges::max_element(m_columns, isNarrower);
     if (!widest.canBeCut || widest.width <= kNarrowest) {
       return;
     }

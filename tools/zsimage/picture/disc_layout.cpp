@@ -46,7 +46,7 @@ std::vector<DiscSegment> LayOutDisc(const imagefile::Image& image, double width)
   for (const DiscSegment& segment : segments) {
     sectors += static_cast<double>(segment.sectors);
   }
-  const double leads = static_cast<double>(std::count_if(segments.begin(), segments.end(), IsLead));
+  const double leads = static_cast<double>(std::ranges::count_if(segments, IsLead));
   const double others = static_cast<double>(segments.size()) - leads;
   const double lead = std::min(kLeadWidth, width / 4 / std::max(leads, 1.0));
   const double smallest = std::min(kSmallestWidth, width / 4 / std::max(others, 1.0));

@@ -56,7 +56,7 @@ public:
     const auto isRow = [&](const DiscSegment& segment) {
       return segment.kind == Kind::Track || (hasSessions && segment.kind == Kind::LeadIn);
     };
-    const auto rows = std::count_if(m_segments.begin(), m_segments.end(), isRow);
+    const auto rows = std::ranges::count_if(m_segments, isRow);
     DrawRings();
     DrawFacts();
     DrawLegend();
@@ -131,8 +131,8 @@ private:
   }
 
   void DrawFacts() {
-    const auto tracks = std::count_if(m_segments.begin(), m_segments.end(),
-                                      [](const DiscSegment& segment) { return segment.kind == Kind::Track; });
+    const auto tracks =
+        std::ranges::count_if(m_segments, [](const DiscSegment& segment) { return segment.kind == Kind::Track; });
     const unsigned sessions = m_info.nSessions;
     const std::string performer = TextOfDisc(&ZSCDTEXT::bstrPerformer);
     const std::string path = TerminalText(m_image.Path());
@@ -173,9 +173,8 @@ private:
     double x = kFactsLeft;
     double y = 214;
     for (const auto& entry : kEntries) {
-      const bool isShown = std::any_of(m_segments.begin(), m_segments.end(), [&](const DiscSegment& segment) {
-        return svg::HasClass(ClassesOf(segment), entry.cssClass);
-      });
+      const bool isShown = std::ranges::any_of(
+          m_segments, [&](const DiscSegment& segment) { return svg::HasClass(ClassesOf(segment), entry.cssClass); });
       if (isShown) {
         m_content += svg::Rectangle(x, y - 11, 14, 14, entry.cssClass) + svg::Text(x + 22, y, "", entry.words, 160);
         y += x == kFactsLeft ? 0 : kRow;
@@ -200,7 +199,7 @@ private:
   }
 
   void DrawSessionName(const DiscSegment& leadIn) {
-    const auto leadOut = std::find_if(m_segments.begin(), m_segments.end(), [&](const DiscSegment& segment) {
+    const auto leadOut = std::ranges::find_if(m_segments, [&](const DiscSegment& segment) {
       return segment.kind == Kind::LeadOut && segment.session == leadIn.session;
     });
     const double room = leadOut->begin + leadOut->width - leadIn.begin;

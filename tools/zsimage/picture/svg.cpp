@@ -65,8 +65,7 @@ std::string Escaped(std::string_view utf8) {
   std::string text;
   for (std::size_t offset = 0; offset < utf8.size();) {
     const std::string_view character = CharacterAt(utf8, offset);
-    const auto* escape = std::find_if(std::begin(kEscapes), std::end(kEscapes),
-                                      [&](const auto& entry) { return entry.first == character; });
+    const auto* escape = std::ranges::find_if(kEscapes, [&](const auto& entry) { return entry.first == character; });
     text += escape == std::end(kEscapes) ? character : escape->second;
     offset += character.size();
   }
