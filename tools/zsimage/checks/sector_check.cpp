@@ -22,17 +22,14 @@ SectorCheck::SectorCheck(ZSMODETYPE mode, UINT blockSize)
     : m_layout(LayoutOf(mode, blockSize)), m_size(std::min<UINT>(blockSize, ZSFILEBLOCKSIZE_2352)) {}
 
 SectorCheck::Layout SectorCheck::LayoutOf(ZSMODETYPE mode, UINT blockSize) noexcept {
-  const bool isRaw = blockSize >= ZSFILEBLOCKSIZE_2352;
-  if (mode == ZSMODE_AUDIO) {
-    return isRaw ? Layout::Audio : Layout::Nothing;
+  const bool isMode2 = mode != ZSMODE_UNKNOWN && (mode & ZSMODE_2) != 0;
+  if (blockSize < ZSFILEBLOCKSIZE_2352) {
+    return isMode2 && blockSize == ZSFILEBLOCKSIZE_2336 ? Layout::Mode2WithoutHeader : Layout::Nothing;
   }
-  if (mode == ZSMODE_1) {
-    return isRaw ? Layout::Mode1 : Layout::Nothing;
-  }
-  if (mode == ZSMODE_UNKNOWN || (mode & ZSMODE_2) == 0) {
-    return Layout::Nothing;
-  }
-  return isRaw ? Layout::Mode2 : blockSize == ZSFILEBLOCKSIZE_2336 ? Layout::Mode2WithoutHeader : Layout::Nothing;
+  return mode == ZSMODE_AUDIO ? Layout::Audio
+         : mode == ZSMODE_1   ? Layout::Mode1
+         : isMode2            ? Layout::Mode2
+                              : Layout::Nothing;
 }
 
 void SectorCheck::CheckSector(const BYTE* sector, ULONG lba) {

@@ -7,20 +7,21 @@
 
 namespace {
 
-/// Name of an argument, or of the value of an option, and its candidates: file extensions separated by bars, "*" for
-/// any file, "/" for folders.
+/// Candidates for an argument or for the value of an option.
 struct Value {
-  std::string_view name;
-  const char* candidates;
+  std::string_view name;  ///< Name of the argument or the value.
+  const char* files = ""; ///< Extensions separated by bars, "*" for any file, "/" for folders.
+  const char* words = "";
 };
 constexpr Value kValues[] = {
-    {"IMAGE", "iso|cue|nrg|ccd|mds|zsi"}, {"SHEET", "cue"}, {"OUT", "cue|zsi"}, {"FILE", "*"}, {"FOLDER", "/"}};
+    {"IMAGE", "iso|cue|nrg|ccd|mds|zsi"},   {"SHEET", "cue"}, {"OUT", "cue|zsi"}, {"FILE", "*"}, {"FOLDER", "/"},
+    {"FORMAT", "", "bin iso wav aiff flac"}};
 
-/// Returns the candidates for an argument or for the value of an option. Empty if there are none.
-std::string Candidates(const CLI::Option& option) {
-  const std::string kind = option.nonpositional() ? option.get_type_name() : option.get_name(true);
-  const auto* known = std::ranges::find(kValues, kind, &Value::name);
-  return known == std::end(kValues) ? "" : known->candidates;
+const Value& ValueOf(const CLI::Option& option) {
+  static constexpr Value kOther;
+  const std::string name = option.nonpositional() ? option.get_type_name() : option.get_name(true);
+  const auto* known = std::ranges::find(kValues, name, &Value::name);
+  return known == std::end(kValues) ? kOther : *known;
 }
 
 /// Calls `visit` for a command and all its subcommands.
@@ -42,7 +43,7 @@ std::string BashCommand(const Command& command) {
   }
   const auto arguments = command.Arguments();
   return fmt::format("    '{}') words='{}' wanted='{}' ;;\n", command.FullName(), fmt::join(words, " "),
-                     arguments.empty() ? "" : Candidates(*arguments.front()));
+                     arguments.empty() ? "" : ValueOf(*arguments.front()).files);
 }
 
 /// Returns the case branches of the options that need a value.
@@ -51,8 +52,9 @@ std::string BashValues(const Command& command) {
   for (const CLI::Option* option : command.Options()) {
     for (const std::string& name : NamesOf(*option)) {
       if (HasValue(*option)) {
+        const Value& value = ValueOf(*option);
         branches +=
-            fmt::format("    '{} {}') words='' wanted='{}' ;;\n", command.FullName(), name, Candidates(*option));
+            fmt::format("    '{} {}') words='{}' wanted='{}' ;;\n", command.FullName(), name, value.words, value.files);
       }
     }
   }
@@ -102,13 +104,13 @@ std::string ZshText(const std::string& text) {
 }
 
 std::string ZshAction(const CLI::Option& option) {
-  const std::string candidates = Candidates(option);
-  if (candidates.empty()) {
-    return " ";
+  const auto& [name, files, words] = ValueOf(option);
+  if (const std::string_view kind = files; kind == "*" || kind == "/") {
+    return kind == "*" ? "_files" : "_files -/";
   }
-  return candidates == "*"   ? "_files"
-         : candidates == "/" ? "_files -/"
-                             : fmt::format("_files -g \"(#i)*.({})\"", candidates);
+  return *files != '\0'   ? fmt::format("_files -g \"(#i)*.({})\"", files)
+         : *words != '\0' ? fmt::format("({})", words)
+                          : " ";
 }
 
 std::string ZshOption(const CLI::Option& option) {

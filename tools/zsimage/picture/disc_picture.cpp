@@ -29,13 +29,8 @@ constexpr double kListTop = 512;
 constexpr double kRow = 24;
 
 const char* ClassOf(ZSMODETYPE mode) {
-  if (mode == ZSMODE_AUDIO) {
-    return "audio";
-  }
-  if (mode == ZSMODE_1) {
-    return "mode1";
-  }
-  return mode != ZSMODE_UNKNOWN && (mode & ZSMODE_2) != 0 ? "mode2" : "other";
+  const bool isMode2 = mode != ZSMODE_UNKNOWN && (mode & ZSMODE_2) != 0;
+  return mode == ZSMODE_AUDIO ? "audio" : mode == ZSMODE_1 ? "mode1" : isMode2 ? "mode2" : "other";
 }
 
 /// Returns the radius for a coordinate of the layout. The data of a disc has constant density, so the area of a ring is
