@@ -49,6 +49,7 @@ TEST(CommandLine, BashCompletesCommandsAndFiles) {
       {"zsimage info --j", "--json\n"},
       {"zsimage extract a.iso --all ''", "new\n"},
       {"zsimage extract a.iso --track ''", "\n"},
+      {"zsimage extract a.iso --format f", "flac\n"},
       {"zsimage extract a.iso --output = n", "new\nnotes.txt\n"},
       {"zsimage cdtext dec", "decode\n"},
       {"zsimage cdtext decode n", "new\nnotes.txt\n"},
