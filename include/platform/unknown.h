@@ -5,6 +5,8 @@
 /// virtual destructor: objects are destroyed by `Release` only. No operation throws.
 #pragma once
 
+#include <utility>
+
 #include "platform/base_types.h"
 #include "platform/guid.h"
 #include "platform/result_codes.h"
@@ -115,18 +117,12 @@ public:
 
   /// Releases the object and owns another reference, or null.
   void Reset(I* owned = nullptr) noexcept {
-    I* old = m_object;
-    m_object = owned;
-    if (old != nullptr) {
+    if (I* old = std::exchange(m_object, owned); old != nullptr) {
       old->Release();
     }
   }
   /// Returns the reference, which the caller then owns.
-  I* Detach() noexcept {
-    I* object = m_object;
-    m_object = nullptr;
-    return object;
-  }
+  I* Detach() noexcept { return std::exchange(m_object, nullptr); }
   /// Releases the object and returns the address where an operation stores a reference.
   I** Receive() noexcept {
     Reset();

@@ -93,21 +93,13 @@ template <class Record> void ReplaceField(Record* record, TextField field, const
   }
 }
 
-std::unique_ptr<ZSCDTEXTTABLE> ScanGuarded(BYTE* data, std::size_t size, UINT nTracks) noexcept {
-  try {
-    return ScanPacks(data, size, nTracks);
-  } catch (...) {
-    return nullptr;
-  }
-}
-
 } // namespace
 
-std::unique_ptr<ZSCDTEXTTABLE> ScanPacks(BYTE* data, std::size_t size, UINT nTracks) {
-  if (size < kPackSize) {
+std::unique_ptr<ZSCDTEXTTABLE> ScanPacks(BYTE* data, std::size_t size, UINT nTracks) noexcept {
+  std::unique_ptr<ZSCDTEXTTABLE> table(size < kPackSize ? nullptr : new (std::nothrow) ZSCDTEXTTABLE);
+  if (table == nullptr) {
     return nullptr;
   }
-  auto table = std::make_unique<ZSCDTEXTTABLE>();
   PackScan scan(nTracks, table.get());
   while (size >= kPackSize && scan.ScanPack(data)) {
     data += kPackSize;
@@ -134,7 +126,7 @@ void StoreText(const BYTE* pack, const char* text, ZSCDTEXTTABLE* table) noexcep
 }
 
 bool DecodeCDTextPacks(BYTE* data, std::size_t size, ZSCUESHEET* sheet) noexcept {
-  const std::unique_ptr<ZSCDTEXTTABLE> table = ScanGuarded(data, size, sheet->nTracks);
+  const std::unique_ptr<ZSCDTEXTTABLE> table = ScanPacks(data, size, sheet->nTracks);
   if (table == nullptr) {
     return true;
   }

@@ -20,8 +20,8 @@ struct ZSCDTEXTTABLE {
 /// Collects the single-byte texts of a run of packs of a disc with `nTracks` tracks, up to the first double-byte pack.
 /// Sequence numbers, blocks and CRCs are ignored: the first text of each track and type counts. Changes the track bytes
 /// of the data. One pass, with a fixed buffer.
-/// @return Null for less than one pack. Throws std::bad_alloc.
-std::unique_ptr<ZSCDTEXTTABLE> ScanPacks(BYTE* data, std::size_t size, UINT nTracks);
+/// @return Null for less than one pack, or if out of memory.
+std::unique_ptr<ZSCDTEXTTABLE> ScanPacks(BYTE* data, std::size_t size, UINT nTracks) noexcept;
 
 /// Stores a text for the type and track of a pack. Does nothing if the text is empty, if the track has a text of that
 /// type already, if no field has the type, or if out of memory.

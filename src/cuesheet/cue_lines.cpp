@@ -47,7 +47,7 @@ LONG BlockSizeOf(std::string_view type) noexcept {
 
 struct CueLines::Keyword {
   std::string_view word;
-  void (CueLines::*apply)(std::string_view line); ///< Null for a text line.
+  void (CueLines::*apply)(LineScanner fields); ///< Null for a text line.
   TextField field;
 };
 
@@ -78,7 +78,9 @@ void CueLines::Apply(std::string_view line) {
       continue;
     }
     if (keyword.apply != nullptr) {
-      (this->*keyword.apply)(line);
+      LineScanner fields(line);
+      fields.NextWord();
+      (this->*keyword.apply)(fields);
     } else {
       ApplyText(keyword.field, line.substr(position + keyword.word.size()));
     }
@@ -97,12 +99,12 @@ void CueLines::Time::Parse(LineScanner* scanner) noexcept {
   }
 }
 
-LONG CueLines::Time::Frames() const noexcept { return MsfToLba(minutes, seconds, frames) + kPause; }
+ULONG CueLines::Time::Frames() const noexcept {
+  return static_cast<ULONG>(MsfToLba(minutes, seconds, frames) + kPause);
+}
 
-void CueLines::ApplyCatalog(std::string_view line) {
-  LineScanner scanner(line);
-  scanner.NextWord();
-  std::string_view value = scanner.NextWord();
+void CueLines::ApplyCatalog(LineScanner fields) {
+  std::string_view value = fields.NextWord();
   if (value.starts_with('"')) {
     value.remove_prefix(1);
   }
@@ -113,10 +115,8 @@ void CueLines::ApplyCatalog(std::string_view line) {
   }
 }
 
-void CueLines::ApplyTrack(std::string_view line) {
-  LineScanner scanner(line);
-  scanner.NextWord();
-  const std::string_view type = scanner.NextNumber(&m_number) ? scanner.NextWord() : std::string_view();
+void CueLines::ApplyTrack(LineScanner fields) {
+  const std::string_view type = fields.NextNumber(&m_number) ? fields.NextWord() : std::string_view();
   ZSTRACK* track = CurrentTrack();
   if (track != nullptr) {
     track->TNO = static_cast<UINT>(m_number);
@@ -140,10 +140,8 @@ void CueLines::SetType(std::string_view type, ZSTRACK* track) noexcept {
   }
 }
 
-void CueLines::ApplyIsrc(std::string_view line) {
-  LineScanner scanner(line);
-  scanner.NextWord();
-  const std::string_view value = scanner.NextWord();
+void CueLines::ApplyIsrc(LineScanner fields) {
+  const std::string_view value = fields.NextWord();
   ZSTRACK* track = CurrentTrack();
   if (track != nullptr && !value.empty()) {
     const BSTR code = NewBstr(value, kMaxIsrc);
@@ -152,14 +150,12 @@ void CueLines::ApplyIsrc(std::string_view line) {
   }
 }
 
-void CueLines::ApplyFlags(std::string_view line) {
+void CueLines::ApplyFlags(LineScanner fields) {
   ZSTRACK* track = CurrentTrack();
   if (track == nullptr) {
     return;
   }
-  LineScanner scanner(line);
-  scanner.NextWord();
-  for (std::string_view word = scanner.NextWord(); !word.empty(); word = scanner.NextWord()) {
+  for (std::string_view word = fields.NextWord(); !word.empty(); word = fields.NextWord()) {
     track->Flags |= word == "DCP"   ? ZSTRACKFLAG_DCP
                     : word == "PRE" ? ZSTRACKFLAG_PRE
                     : word == "4CH" ? ZSTRACKFLAG_4CH
@@ -167,74 +163,66 @@ void CueLines::ApplyFlags(std::string_view line) {
   }
 }
 
-void CueLines::ApplyPregap(std::string_view line) {
-  LineScanner scanner(line);
-  scanner.NextWord();
-  m_time.Parse(&scanner);
-  m_pregapSum += static_cast<ULONG>(m_time.Frames());
+void CueLines::ApplyPregap(LineScanner fields) {
+  m_time.Parse(&fields);
+  m_pregapSum += m_time.Frames();
 }
 
-void CueLines::ApplyIndex(std::string_view line) {
-  LineScanner scanner(line);
-  scanner.NextWord();
-  if (scanner.NextNumber(&m_index)) {
-    m_time.Parse(&scanner);
+void CueLines::ApplyIndex(LineScanner fields) {
+  if (fields.NextNumber(&m_index)) {
+    m_time.Parse(&fields);
   }
-  if (CurrentTrack() == nullptr) {
+  ZSTRACK* track = CurrentTrack();
+  if (track == nullptr) {
     return;
   }
   if (m_index == 0) {
-    BeginPregap(m_time.Frames());
+    BeginPregap(m_time.Frames(), track);
   } else {
-    BeginTrack(m_time.Frames());
+    BeginTrack(m_time.Frames(), track);
   }
 }
 
 /// Applies INDEX 00. Its position is stored in `dwLBA` until INDEX 01 replaces it. See "first pregap" in
 /// docs/compatibility.md for track 1.
-void CueLines::BeginPregap(LONG position) noexcept {
+void CueLines::BeginPregap(ULONG position, ZSTRACK* track) const noexcept {
   if (m_number <= 1) {
     return;
   }
-  ZSTRACK* track = CurrentTrack();
-  const auto start = static_cast<ULONG>(position);
-  track->dwLBA = start;
+  track->dwLBA = position;
   CoTaskMemFree(track->pdwIndex);
   track->pdwIndex = nullptr;
   track->nCountIndex = 0;
-  AppendIndexes(track, &start, 1);
+  AppendIndexes(track, &position, 1);
 }
 
 /// Applies INDEX 01 and higher.
-void CueLines::BeginTrack(LONG position) noexcept {
-  ZSTRACK* track = CurrentTrack();
-  EndPreviousTrack(position);
-  const auto start = static_cast<ULONG>(position);
+void CueLines::BeginTrack(ULONG position, ZSTRACK* track) noexcept {
+  EndPreviousTrack(position, track);
   if (track->pdwIndex == nullptr) {
-    const ULONG entries[] = {kNoIndex, start};
+    const ULONG entries[] = {kNoIndex, position};
     AppendIndexes(track, entries, 2);
   } else {
-    AppendIndexes(track, &start, 1);
+    AppendIndexes(track, &position, 1);
   }
   if (m_index == 1) {
-    track->dwLBA = start + m_pregapSum;
+    track->dwLBA = position + m_pregapSum;
   }
   track->dwReserved64 = m_byteOffset;
 }
 
 /// Ends the previous track where the pregap of this track begins. Only the first index above 0 of a track does this.
-void CueLines::EndPreviousTrack(LONG position) noexcept {
+void CueLines::EndPreviousTrack(ULONG position, ZSTRACK* track) noexcept {
   if (m_number <= 1) {
     return;
   }
-  ZSTRACK* track = CurrentTrack();
   ZSTRACK& before = m_sheet->pZSTracks[m_number - 2];
   if (before.dwEndLBA != 0) {
     return;
   }
-  before.dwEndLBA = static_cast<ULONG>(position);
+  before.dwEndLBA = position;
   if (track->dwLBA != 0) {
-    track->Pregap = static_cast<LONG>(static_cast<ULONG>(position) - track->dwLBA);
+    track->Pregap = static_cast<LONG>(position - track->dwLBA);
     before.dwEndLBA = track->dwLBA;
   }
   const ULONG bytes = (before.dwEndLBA - before.dwLBA) * BytesOf(before.BlockSize);

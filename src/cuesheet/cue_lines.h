@@ -31,21 +31,21 @@ private:
     LONG seconds = 0;
     LONG frames = 0;
     void Parse(LineScanner* scanner) noexcept;
-    LONG Frames() const noexcept;
+    ULONG Frames() const noexcept;
   };
 
-  void ApplyCatalog(std::string_view line);
-  void ApplyTrack(std::string_view line);
-  void ApplyIsrc(std::string_view line);
-  void ApplyFlags(std::string_view line);
-  void ApplyPregap(std::string_view line);
-  void ApplyIndex(std::string_view line);
+  void ApplyCatalog(LineScanner fields);
+  void ApplyTrack(LineScanner fields);
+  void ApplyIsrc(LineScanner fields);
+  void ApplyFlags(LineScanner fields);
+  void ApplyPregap(LineScanner fields);
+  void ApplyIndex(LineScanner fields);
   void ApplyText(TextField field, std::string_view afterKeyword);
 
   void SetType(std::string_view type, ZSTRACK* track) noexcept;
-  void BeginPregap(LONG position) noexcept;
-  void BeginTrack(LONG position) noexcept;
-  void EndPreviousTrack(LONG position) noexcept;
+  void BeginPregap(ULONG position, ZSTRACK* track) const noexcept;
+  void BeginTrack(ULONG position, ZSTRACK* track) noexcept;
+  void EndPreviousTrack(ULONG position, ZSTRACK* track) noexcept;
 
   /// Returns the track of the last TRACK line; null if it is not in the table.
   ZSTRACK* CurrentTrack() const noexcept;

@@ -44,9 +44,7 @@ bool ParseFileLine(std::string_view line, std::string* name) {
 bool FindFileLine(TextFile* sheet, std::string* name) {
   std::string_view line;
   while (sheet->NextLine(&line)) {
-    std::string upper(line);
-    CharUpperA(&upper);
-    if (ParseFileLine(upper, name)) {
+    if (ParseFileLine(platform::Upper(line), name)) {
       return true;
     }
   }
@@ -54,14 +52,13 @@ bool FindFileLine(TextFile* sheet, std::string* name) {
 }
 
 ZSMODETYPE ModeOfRawFile(const std::string& path) noexcept {
-  std::array<BYTE, kRawSectorStart> start{};
+  std::array<BYTE, kRawSectorStart> start{}; // A file that cannot be read counts as silent audio.
   CZSFile file;
   DWORD bytesRead = 0;
-  if (!file.OpenForReading(path)) {
-    return ZSMODE_AUDIO;
+  if (file.OpenForReading(path)) {
+    file.ReadCount(start.data(), start.size(), &bytesRead);
   }
-  file.ReadCount(start.data(), start.size(), &bytesRead);
-  return bytesRead == 0 ? ZSMODE_AUDIO : ClassifyRawSector(start);
+  return ClassifyRawSector(start);
 }
 
 /// Returns whether a file is accepted although its size fits no kind of sector: it has a volume descriptor, or it
@@ -111,9 +108,7 @@ HRESULT MakePlainTrack(const DataFile& data, ZSCUESHEET* sheet) noexcept {
 
 /// Opens a sheet and replaces its path by that of its data file, as ResolveBinaryFile does.
 bool OpenSheet(TextFile* sheet, std::string* path) {
-  std::string upper = *path;
-  CharUpperA(&upper);
-  if (upper.find(".CUE") == std::string::npos || !sheet->Open(*path)) {
+  if (platform::Upper(*path).find(".CUE") == std::string::npos || !sheet->Open(*path)) {
     path->clear();
     return false;
   }

@@ -1,7 +1,6 @@
 #include "cuesheet/cue_writer.h"
 
 #include <cstdio>
-#include <string_view>
 
 #include "disc/msf.h"
 #include "disc/result_codes.h"
@@ -37,14 +36,13 @@ public:
     if (!catalog.empty()) {
       WriteLine("CATALOG \"" + std::string(CutAtCharacter(catalog, kCatalogLength)) + "\"");
     }
-    std::string upper = m_path;
-    CharUpperA(&upper);
+    const std::string upper = platform::Upper(m_path);
     if (text.CDTextPresent == VARIANT_TRUE) {
       std::string companion = upper;
       RenameExtension(&companion, ".CDT");
-      WriteLine("CDTEXTFILE \"" + NameOf(companion) + "\"");
+      WriteLine("CDTEXTFILE \"" + platform::FileName(companion) + "\"");
     }
-    WriteLine("FILE \"" + NameOf(DataFileOf(std::move(upper))) + "\" BINARY");
+    WriteLine("FILE \"" + platform::FileName(Replaced(upper, ".CUE", ".BIN")) + "\" BINARY");
   }
 
   void WriteTrack(const ZSTRACK& track) {
@@ -64,17 +62,6 @@ public:
   }
 
 private:
-  static std::string NameOf(const std::string& path) { return path.substr(PathFindFileNameA(path)); }
-
-  static std::string DataFileOf(std::string upperPath) {
-    constexpr std::string_view kSheet = ".CUE";
-    constexpr std::string_view kData = ".BIN";
-    for (std::size_t i = upperPath.find(kSheet); i != std::string::npos; i = upperPath.find(kSheet, i)) {
-      upperPath.replace(i, kSheet.size(), kData);
-    }
-    return upperPath;
-  }
-
   static std::string ModeText(const ZSTRACK& track) {
     const LONG blockSize = track.BlockSize;
     if (track.Mode == ZSMODE_1) {

@@ -1,6 +1,5 @@
 #include "cuesheet/sheet_records.h"
 
-#include <cstring>
 #include <new>
 
 #include "cuesheet/unique_sheet.h"
@@ -28,20 +27,6 @@ template <class Record> void FreeTexts(Record* record) noexcept {
   }
 }
 
-void CloneIndexes(const ZSTRACK& source, ZSTRACK* copy) noexcept {
-  copy->nCountIndex = source.nCountIndex;
-  if (source.pdwIndex == nullptr) {
-    return;
-  }
-  auto* table = AllocateCleared<ULONG>(source.nCountIndex);
-  if (table == nullptr) {
-    copy->nCountIndex = 0;
-    return;
-  }
-  std::memcpy(table, source.pdwIndex, source.nCountIndex * sizeof(ULONG));
-  copy->pdwIndex = table;
-}
-
 void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->TNO = source.TNO;
   copy->Pregap = source.Pregap;
@@ -53,7 +38,11 @@ void CloneTrack(const ZSTRACK& source, ZSTRACK* copy) {
   copy->ImageBlockSize = source.ImageBlockSize;
   copy->Flags = source.Flags;
   copy->dwReserved64 = source.dwReserved64;
-  CloneIndexes(source, copy);
+  if (source.pdwIndex == nullptr) {
+    copy->nCountIndex = source.nCountIndex;
+  } else {
+    AppendIndexes(copy, source.pdwIndex, source.nCountIndex);
+  }
   if (HasPieces(source)) {
     SAFEARRAY* pieces = nullptr; // Remains null if out of memory.
     SafeArrayCopy(source.varFiles.parray, &pieces);

@@ -42,7 +42,6 @@ bool LocateData(const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSi
 
 HRESULT ExtractTrack(BSTR imageFile, BSTR label, const zsimagefileinfo& info, const ZSTRACK& track, UINT nBlockSizeData,
                      LONG* callBack, ULONG userParam, const VARIANT& user, IStream** stream) {
-  *stream = nullptr;
   const std::string path = NarrowText(imageFile);
   DataSpan span{};
   if (path.empty() || !LocateData(info, track, nBlockSizeData, &span)) {

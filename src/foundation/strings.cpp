@@ -62,3 +62,13 @@ std::string_view CutAtCharacter(std::string_view narrow, std::size_t limit) {
   }
   return narrow.substr(0, length);
 }
+
+std::string Replaced(std::string_view text, std::string_view from, std::string_view to) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t found = 0; (found = text.find(from)) != std::string_view::npos;) {
+    (result += text.substr(0, found)) += to;
+    text.remove_prefix(found + from.size());
+  }
+  return result += text;
+}

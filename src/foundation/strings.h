@@ -22,3 +22,6 @@ BSTR CopyBstr(BSTR text);
 
 /// Returns the longest prefix of the text that has at most `limit` bytes and splits no character.
 std::string_view CutAtCharacter(std::string_view narrow, std::size_t limit);
+
+/// Returns a text with each `from` replaced by `to`. Replacements are not searched again.
+std::string Replaced(std::string_view text, std::string_view from, std::string_view to);

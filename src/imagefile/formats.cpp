@@ -1,5 +1,7 @@
 #include "imagefile/formats.h"
 
+#include <algorithm>
+
 #include "platform/text.h"
 #include "readers/readers.h"
 #include "toc/toc_reader.h"
@@ -19,10 +21,6 @@ constexpr Format kFormats[] = {
 } // namespace
 
 ImageReader ReaderForExtension(std::string_view extension) {
-  for (const Format& format : kFormats) {
-    if (lstrcmpiA(extension, format.extension) == 0) {
-      return format.read;
-    }
-  }
-  return nullptr;
+  const auto* found = std::ranges::find(kFormats, platform::Upper(extension), &Format::extension);
+  return found == std::end(kFormats) ? nullptr : found->read;
 }

@@ -38,17 +38,6 @@ void EmptyRecord(IZSCueSheet* service, zsimagefileinfo* info) noexcept {
   *info = zsimagefileinfo{};
 }
 
-bool CanBeOpened(const std::string& path) noexcept { return CZSFile().OpenForReading(path); }
-
-/// Runs a reader. If it throws, the result is ZSE_BADIMAGE.
-HRESULT RunGuarded(ImageReader read, IZSCueSheet* service, const std::string& path, zsimagefileinfo* info) noexcept {
-  try {
-    return read(service, path, info);
-  } catch (...) {
-    return ZSE_BADIMAGE;
-  }
-}
-
 class CZSImageFile final : public CountedObject<IZSImageFile> {
 public:
   explicit CZSImageFile(IUnknown* outer) noexcept : CountedObject(outer, IID_IZSImageFile) {}
@@ -164,14 +153,18 @@ public:
 
 private:
   HRESULT Read(const std::string& path, zsimagefileinfo* info) {
-    if (!CanBeOpened(path)) {
+    if (!CZSFile().OpenForReading(path)) {
       return ZSE_CANNOTOPENIMAGE;
     }
     if (path.size() <= kExtensionLength) {
       return ZSE_BADIMAGE;
     }
     const ImageReader reader = ReaderForExtension(std::string_view(path).substr(path.size() - kExtensionLength));
-    return reader == nullptr ? ZSE_BADIMAGE : RunGuarded(reader, m_pCueSheet.Get(), path, info);
+    try {
+      return reader == nullptr ? ZSE_BADIMAGE : reader(m_pCueSheet.Get(), path, info);
+    } catch (...) { // Also out of memory.
+      return ZSE_BADIMAGE;
+    }
   }
 
   ComPtr<IZSCueSheet> m_pCueSheet; ///< Service that the readers use.

@@ -31,9 +31,8 @@ inline Digits ParseDigits(std::string_view* text, unsigned base) noexcept {
     if (digit < 0 || static_cast<unsigned>(digit) >= base) {
       break;
     }
-    const std::uint64_t next = digits.value * base + static_cast<unsigned>(digit);
     digits.overflows = digits.overflows || digits.value > (UINT64_MAX - static_cast<unsigned>(digit)) / base;
-    digits.value = next;
+    digits.value = digits.value * base + static_cast<unsigned>(digit);
     digits.found = true;
   }
   return digits;

@@ -40,11 +40,9 @@ std::string FindName(const std::string& folder, const std::string& component) {
   std::vector<std::string> names = NamesIn(folder);
   std::erase_if(names, [&](const std::string& name) { return lstrcmpiA(name, component) != 0; });
   std::ranges::sort(names);
-  const std::u16string characters = MultiByteToWideChar(component);
-  for (const std::string& name : names) {
-    if (MultiByteToWideChar(name) == characters) {
-      return name;
-    }
+  const auto same = std::ranges::find(names, MultiByteToWideChar(component), MultiByteToWideChar);
+  if (same != names.end()) {
+    return *same;
   }
   return names.empty() ? std::string() : names.front();
 }
@@ -123,13 +121,12 @@ bool FindRespelled(const std::string& path, std::string* resolved, struct stat* 
 }
 
 std::string PathOfNewFile(const std::string& path) {
-  const std::size_t name = PathFindFileNameA(path);
-  std::string folder = path.substr(0, name);
+  std::string folder = FolderOf(path);
   struct stat status {};
   if (!folder.empty() && !FindOnDisk(folder, &folder, &status)) {
     return path;
   }
-  return folder + NarrowToUtf8(path.substr(name));
+  return folder + NarrowToUtf8(FileName(path));
 }
 
 std::string FirstMatch(const std::string& folder, const std::string& pattern) {

@@ -76,11 +76,6 @@ bool Lock(int descriptor, int operation) noexcept {
          errno == EOPNOTSUPP || FailWithErrno();
 }
 
-/// Returns whether a kind of file can be opened. A file to read needs a position, which character devices lack.
-bool IsAllowedKind(mode_t mode, bool write) noexcept {
-  return S_ISREG(mode) || S_ISBLK(mode) || (write && S_ISCHR(mode));
-}
-
 /// Checks that an open file is of an allowed kind, locks it, and empties it for CREATE_ALWAYS.
 bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noexcept {
   struct stat status {};
@@ -88,14 +83,11 @@ bool Prepare(int descriptor, DWORD access, DWORD sharing, DWORD disposition) noe
   if (!Succeeds([&] { return Files().Status(descriptor, &status); })) {
     return false;
   }
-  if (!IsAllowedKind(status.st_mode, write)) {
-    return Fail(ERROR_ACCESS_DENIED);
-  }
-  if (write && S_ISCHR(status.st_mode)) {
+  if (write && S_ISCHR(status.st_mode)) { // A file to read needs a position, which character devices lack.
     return Succeeds([&] { return Files().SetBlocking(descriptor); });
   }
   if (!S_ISREG(status.st_mode)) {
-    return true;
+    return S_ISBLK(status.st_mode) || Fail(ERROR_ACCESS_DENIED);
   }
   if (!write) {
     return Lock(descriptor, LOCK_SH);
@@ -141,18 +133,17 @@ bool Find(const std::string& pattern, FoundFile* found) {
   struct stat status {};
   std::string resolved;
   if (!platform::FindOnDisk(pattern, &resolved, &status)) {
-    const std::size_t name = PathFindFileNameA(pattern);
-    const std::string wanted = pattern.substr(name);
+    const std::string wanted = platform::FileName(pattern);
     if (wanted.find_first_of("*?") == std::string::npos) {
       return false;
     }
-    const std::string folder = pattern.substr(0, name);
+    const std::string folder = platform::FolderOf(pattern);
     const std::string match = platform::FirstMatch(folder, wanted);
     if (match.empty() || !platform::FindOnDisk(folder + match, &resolved, &status)) {
       return false;
     }
   }
-  *found = {SizeOnDisk(resolved, status), resolved.substr(PathFindFileNameA(resolved))};
+  *found = {SizeOnDisk(resolved, status), platform::FileName(resolved)};
   return true;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/guid.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -23,13 +24,9 @@ std::string StringFromGUID(REFGUID guid) {
 }
 
 bool GUIDFromString(std::string_view text, GUID* guid) noexcept {
-  if (text.size() != kShape.size()) {
+  const auto fits = [](char c, char shape) { return shape == 'x' ? platform::HexDigit(c) >= 0 : c == shape; };
+  if (!std::ranges::equal(text, kShape, fits)) {
     return false;
-  }
-  for (std::size_t i = 0; i < kShape.size(); ++i) {
-    if (kShape[i] == 'x' ? platform::HexDigit(text[i]) < 0 : text[i] != kShape[i]) {
-      return false;
-    }
   }
   const auto number = [&](std::size_t offset, std::size_t digits) {
     std::string_view group = text.substr(offset, digits);

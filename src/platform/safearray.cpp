@@ -33,15 +33,14 @@ SAFEARRAY* SafeArrayCreateEx(VARTYPE type, UINT dimensions, const SAFEARRAYBOUND
     return nullptr;
   }
   TaskMemory<ArrayBlock> block(AllocateCleared<ArrayBlock>(1));
-  void* data = AllocateClearedBytes(bounds->cElements, size);
-  if (!block || data == nullptr) {
-    CoTaskMemFree(data);
+  TaskMemory<void> data(AllocateClearedBytes(bounds->cElements, size));
+  if (!block || !data) {
     return nullptr;
   }
   block->head.cDims = 1;
   block->head.fFeatures = FADF_RECORD;
   block->head.cbElements = size;
-  block->head.pvData = data;
+  block->head.pvData = data.release();
   block->head.rgsabound[0] = *bounds;
   block->record = extra;
   extra->AddRef();

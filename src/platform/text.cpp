@@ -192,20 +192,15 @@ std::string NarrowToUtf8(std::string_view narrow) {
 }
 
 char16_t UpperUnit(char16_t unit) noexcept {
-  for (const CaseRange& range : kCaseRanges) {
-    if (unit < range.first) {
-      break;
-    }
-    if (unit > range.last) {
-      continue;
-    }
-    if (range.distance == kOddIsLower || range.distance == kEvenIsLower) {
-      const bool lower = (unit % 2 == 1) == (range.distance == kOddIsLower);
-      return lower ? static_cast<char16_t>(unit - 1) : unit;
-    }
-    return static_cast<char16_t>(unit + range.distance);
+  const auto* range = std::ranges::find_if(kCaseRanges, [unit](const CaseRange& entry) { return unit <= entry.last; });
+  if (range == std::end(kCaseRanges) || unit < range->first) {
+    return unit;
   }
-  return unit;
+  if (range->distance == kOddIsLower || range->distance == kEvenIsLower) {
+    const bool lower = (unit % 2 == 1) == (range->distance == kOddIsLower);
+    return lower ? static_cast<char16_t>(unit - 1) : unit;
+  }
+  return static_cast<char16_t>(unit + range->distance);
 }
 
 void CharUpperA(std::string* narrow) {

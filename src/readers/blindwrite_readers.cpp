@@ -7,7 +7,6 @@
 
 #include <limits>
 
-#include "foundation/path_operations.h"
 #include "platform/files.h"
 #include "readers/bwt_records.h"
 #include "readers/reader_steps.h"
@@ -16,10 +15,9 @@
 namespace {
 
 namespace head {
-constexpr std::size_t kSignature = 0; // "BLINDWRITE TOC FILE"
-constexpr std::size_t kLength = 31;   // 8 bits: bytes from kCounted on.
-constexpr std::size_t kCounted = 35;
-constexpr BYTE kDistances[] = {4, 8, 4, 10}; // After each of four fields, up to the first track record.
+constexpr std::size_t kSignature = 0;           // "BLINDWRITE TOC FILE"
+constexpr std::size_t kFields = 31;             // Length byte of the first field.
+constexpr BYTE kDistances[] = {4, 4, 8, 4, 10}; // After each of five fields, up to the first track record.
 } // namespace head
 
 namespace track_record {
@@ -43,22 +41,10 @@ bool SkipFields(const ByteView& file, const BYTE (&distances)[Count], UHYPER* of
   return true;
 }
 
-HRESULT LoadDescription(const std::string& path, std::string* description) noexcept {
-  if (ReadWholeFile(path, std::numeric_limits<DWORD>::max(), description)) {
-    return S_OK;
-  }
-  const DWORD error = GetLastError();
-  return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_FILE_TOO_LARGE ? ZSE_OUTOFRESOURCES : ZSE_FILENOTFOUND;
-}
-
 } // namespace
 
 bool FindBwtRecordsEnd(const ByteView& file, UHYPER* end) noexcept {
-  BYTE length = 0;
-  if (!file.Byte(head::kLength, &length)) {
-    return false;
-  }
-  UHYPER offset = UHYPER{head::kCounted} + length;
+  UHYPER offset = head::kFields;
   if (!SkipFields(file, head::kDistances, &offset)) {
     return false;
   }
@@ -77,8 +63,9 @@ bool FindBwtRecordsEnd(const ByteView& file, UHYPER* end) noexcept {
 
 HRESULT ReadBwtImage(IZSCueSheet* /*service*/, const std::string& path, zsimagefileinfo* /*info*/) {
   std::string description;
-  if (const HRESULT result = LoadDescription(path, &description); FAILED(result)) {
-    return result;
+  if (!ReadWholeFile(path, std::numeric_limits<DWORD>::max(), &description)) {
+    const DWORD error = GetLastError();
+    return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_FILE_TOO_LARGE ? ZSE_OUTOFRESOURCES : ZSE_FILENOTFOUND;
   }
   const ByteView view(description);
   UHYPER end = 0;

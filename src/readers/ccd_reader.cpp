@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <new>
-#include <optional>
 #include <vector>
 
 #include "cdtext/decoder.h"
@@ -26,6 +25,7 @@
 namespace {
 
 constexpr LONG kMissing = -1;
+constexpr ZSMODETYPE kModes[] = {ZSMODE_AUDIO, ZSMODE_1, ZSMODE_2}; // By the value of MODE.
 constexpr LONG kPointLeadOut = 0xA2;
 constexpr LONG kLastTrackPoint = 99;
 constexpr std::size_t kTextLimit = 254;
@@ -40,19 +40,6 @@ std::string Numbered(const char* name, std::size_t number) { return name + std::
 LONG ParseFlags(const std::string& text) noexcept {
   const auto bit = [&text](const char* word, LONG flag) { return text.find(word) == std::string::npos ? 0 : flag; };
   return bit("DCP", ZSTRACKFLAG_DCP) | bit("PRE", ZSTRACKFLAG_PRE) | bit("4CH", ZSTRACKFLAG_4CH);
-}
-
-std::optional<ZSMODETYPE> ModeOf(LONG mode) noexcept {
-  switch (mode) {
-  case 0:
-    return ZSMODE_AUDIO;
-  case 1:
-    return ZSMODE_1;
-  case 2:
-    return ZSMODE_2;
-  default:
-    return std::nullopt;
-  }
 }
 
 HRESULT AppendEmptySessions(IZSCueSheet* service, LONG count, zsimagefileinfo* info) noexcept {
@@ -96,8 +83,8 @@ std::vector<Entry> ParseEntries(const ProfileFile& profile) {
 bool ParseTrack(const ProfileFile::Section& section, ZSCUESHEET* sheet, ZSTRACK* track) {
   const LONG index0 = section.GetInt("INDEX 0", kMissing);
   const LONG index1 = section.GetInt("INDEX 1", kMissing);
-  const std::optional<ZSMODETYPE> mode = ModeOf(section.GetInt("MODE", kMissing));
-  if (index1 == kMissing || !mode) {
+  const LONG mode = section.GetInt("MODE", kMissing);
+  if (index1 == kMissing || mode < 0 || mode >= std::ssize(kModes)) {
     return false;
   }
   if (index0 != kMissing) {
@@ -106,7 +93,7 @@ bool ParseTrack(const ProfileFile::Section& section, ZSCUESHEET* sheet, ZSTRACK*
   if (index1 != 0) {
     track->dwLBA = static_cast<ULONG>(index1);
   }
-  SetMode(sheet, track, *mode);
+  SetMode(sheet, track, kModes[mode]);
   SetBlockSize(track, ZSFILEBLOCKSIZE_2352);
   track->Flags = ParseFlags(section.GetString("FLAGS", kTextLimit));
   track->bstrISRC = NewBstr(section.GetString("ISRC", kTextLimit));
@@ -238,8 +225,7 @@ void DecodeText(const ProfileFile& profile, zsimagefileinfo* info) noexcept {
   try {
     std::vector<BYTE> packs = ParsePacks(profile);
     DecodeCDTextPacks(packs.data(), packs.size(), info->pZSCueSheet[0]);
-  } catch (const std::bad_alloc&) {
-    return;
+  } catch (const std::bad_alloc&) { // The image is complete without its texts.
   }
   if (info->pZSCueSheet[0]->ZSCDTEXT.CDTextPresent == VARIANT_TRUE) {
     info->lMask |= ZSIMAGEMASK_CDTEXT;

@@ -159,36 +159,27 @@ HRESULT CollectTrackCounts(ByteView block, std::vector<ULONG>* trackCounts) {
   return S_OK;
 }
 
-/// Applies a mode of the file to a track. An unknown mode changes nothing.
-void ApplyMode(ULONG mode, ZSCUESHEET* sheet, ZSTRACK* track) noexcept {
-  switch (mode) {
-  case 0:
-    return SetMode(sheet, track, ZSMODE_1);
-  case 2:
-  case 3:
-  case 6:
-    return SetMode(sheet, track, ZSMODE_2);
-  case track_record::kAudio:
-    return SetMode(sheet, track, ZSMODE_AUDIO);
-  default:
-    return;
-  }
-}
+/// A mode of the file.
+struct TrackMode {
+  ULONG number;
+  ZSMODETYPE mode;
+  ULONG sectorSize; ///< Of a track at once, whose record states no size.
+};
+constexpr TrackMode kModes[] = {{0, ZSMODE_1, 2048},
+                                {2, ZSMODE_2, 2048},
+                                {3, ZSMODE_2, 2336},
+                                {6, ZSMODE_2, 2352},
+                                {track_record::kAudio, ZSMODE_AUDIO, 2352}};
 
-/// Returns the sector size of a track at once, which follows from its mode; 0 for an unknown mode.
-ULONG SectorSizeOfMode(ULONG mode) noexcept {
-  switch (mode) {
-  case 0:
-  case 2:
-    return 2048;
-  case 3:
-    return 2336;
-  case 6: // Mode 2 as raw sectors.
-  case track_record::kAudio:
-    return 2352;
-  default:
+/// Applies a mode to a track. Returns the sector size that a track at once has in that mode. An unknown mode changes
+/// nothing and has the size 0.
+ULONG ApplyMode(ULONG number, ZSCUESHEET* sheet, ZSTRACK* track) noexcept {
+  const auto* known = std::ranges::find(kModes, number, &TrackMode::number);
+  if (known == std::end(kModes)) {
     return 0;
   }
+  SetMode(sheet, track, known->mode);
+  return known->sectorSize;
 }
 
 struct CueEntry {
@@ -289,20 +280,16 @@ private:
       if (hasPregap) {
         track->Pregap = static_cast<LONG>(entry.lba - before.lba);
       }
-      ApplyControl(static_cast<BYTE>(entry.control >> 4), track);
+      const auto control = static_cast<BYTE>(entry.control >> 4);
+      if ((control & kControlData) == 0) { // A data track has no flags.
+        track->Flags |= FlagsOfControl(control);
+      }
       if (entry.index == 1) {
         track->dwLBA = entry.lba;
       }
       track->dwEndLBA = next.lba;
     }
     return S_OK;
-  }
-
-  /// Sets the flags of an audio track. A data track has none.
-  static void ApplyControl(BYTE control, ZSTRACK* track) noexcept {
-    if ((control & kControlData) == 0) {
-      track->Flags |= FlagsOfControl(control);
-    }
   }
 
   /// Completes the tracks of the session that was appended last.
@@ -377,12 +364,10 @@ private:
   /// @param offset Byte offset of the track in the file, from the start of its session; moves to the end of the track.
   static void ParseTrackAtOnce(const BlockView& record, UINT number, ZSCUESHEET* sheet, UHYPER* offset) noexcept {
     const UHYPER length = record.Big64(track_at_once::kLength);
-    const ULONG mode = record.Big32(track_at_once::kMode);
-    const ULONG sectorSize = SectorSizeOfMode(mode);
-    const UHYPER sectors = sectorSize == 0 ? length : length / sectorSize;
     ZSTRACK* track = &sheet->pZSTracks[number - 1];
+    const ULONG sectorSize = ApplyMode(record.Big32(track_at_once::kMode), sheet, track);
+    const UHYPER sectors = sectorSize == 0 ? length : length / sectorSize;
     track->TNO = number;
-    ApplyMode(mode, sheet, track);
     SetBlockSize(track, sectorSize);
     track->dwLBA = record.Big32(track_at_once::kLba);
     track->dwEndLBA = static_cast<ULONG>(track->dwLBA + sectors);

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "foundation/file.h"
+#include "foundation/strings.h"
 
 namespace {
 
@@ -23,17 +24,6 @@ void WriteNode(const CZSSettingsNode& node, std::size_t level, std::ostream& str
     WriteNode(child, level + 1, stream);
   }
   stream << indent << "</" << node.name << ">\n";
-}
-
-/// Returns a text with each `from` replaced by `to`. Replacements are not searched again.
-std::string Replaced(std::string_view text, std::string_view from, std::string_view to) {
-  std::string result;
-  result.reserve(text.size());
-  for (std::size_t found = 0; (found = text.find(from)) != std::string_view::npos;) {
-    (result += text.substr(0, found)) += to;
-    text.remove_prefix(found + from.size());
-  }
-  return result += text;
 }
 
 } // namespace

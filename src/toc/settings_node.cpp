@@ -6,9 +6,7 @@
 #include "platform/digits.h"
 
 std::optional<std::int64_t> LeadingNumber(std::string_view text) noexcept {
-  while (!text.empty() && platform::IsBlank(text.front())) {
-    text.remove_prefix(1);
-  }
+  text = platform::Trim(text);
   const bool negative = platform::ParseSign(&text);
   const platform::Digits digits = platform::ParseDigits(&text, 10);
   if (!digits.found) {

@@ -1,5 +1,6 @@
 #include "toc/toc_writer.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "cdtext/decoder.h"
@@ -30,24 +31,19 @@ bool HasAllSheets(const zsimagefileinfo& info) noexcept {
 }
 
 /// Returns the path of a companion of a TOC file.
-std::string CompanionPath(std::string path, std::string_view extension) {
-  CharUpperA(&path);
-  RenameExtension(&path, extension);
-  return path;
+std::string CompanionPath(const std::string& path, std::string_view extension) {
+  std::string companion = platform::Upper(path);
+  RenameExtension(&companion, extension);
+  return companion;
 }
 
 std::string CompanionName(const std::string& path, std::string_view extension) {
-  const std::string companion = CompanionPath(path, extension);
-  return companion.substr(PathFindFileNameA(companion));
+  return platform::FileName(CompanionPath(path, extension));
 }
 
 std::string ModeName(ZSMODETYPE mode) {
-  for (const toc::Mode& known : toc::kModes) {
-    if (known.mode == (IsMode2(mode) ? ZSMODE_2 : mode)) {
-      return std::string(known.name);
-    }
-  }
-  return {};
+  const auto* known = std::ranges::find(toc::kModes, IsMode2(mode) ? ZSMODE_2 : mode, &toc::Mode::mode);
+  return known == std::end(toc::kModes) ? std::string() : std::string(known->name);
 }
 
 void AddImage(const std::string& path, const zsimagefileinfo& info, CZSSettingsDocument* document) {
@@ -97,8 +93,7 @@ void AddSession(LONG number, const ZSCUESHEET& sheet, CZSSettingsDocument* docum
 std::string Hexadecimal(ByteView bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
-  for (std::size_t i = 0; i < bytes.Size(); ++i) {
-    const BYTE byte = bytes.Data()[i];
+  for (const BYTE byte : std::span(bytes.Data(), bytes.Size())) {
     text += {kDigits[byte >> 4], kDigits[byte & 0x0F], ' '};
   }
   return text;
