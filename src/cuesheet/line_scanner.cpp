@@ -6,7 +6,11 @@
 
 using platform::IsBlank;
 
-void LineScanner::SkipBlanks() noexcept { m_rest = {std::ranges::find_if_not(m_rest, IsBlank), m_rest.end()}; }
+void LineScanner::SkipBlanks() noexcept {
+  while (!m_rest.empty() && IsBlank(m_rest.front())) {
+    m_rest.remove_prefix(1);
+  }
+}
 
 bool LineScanner::Fail() noexcept {
   m_rest = {};
@@ -15,8 +19,12 @@ bool LineScanner::Fail() noexcept {
 
 std::string_view LineScanner::NextWord() noexcept {
   SkipBlanks();
-  const std::string_view word(m_rest.begin(), std::ranges::find_if(m_rest, IsBlank));
-  m_rest.remove_prefix(word.size());
+  std::size_t length = 0;
+  while (length < m_rest.size() && !IsBlank(m_rest[length])) {
+    ++length;
+  }
+  const std::string_view word = m_rest.substr(0, length);
+  m_rest.remove_prefix(length);
   return word;
 }
 

@@ -117,7 +117,7 @@ char32_t UpperCharacter(char32_t character) noexcept {
 } // namespace
 
 bool IsAscii(std::string_view narrow) noexcept {
-  return std::ranges::all_of(narrow, [](char c) { return static_cast<BYTE>(c) < 0x80; });
+  return std::all_of(narrow.begin(), narrow.end(), [](char c) { return static_cast<BYTE>(c) < 0x80; });
 }
 
 int platform::HexDigit(char c) noexcept {
@@ -142,7 +142,7 @@ std::string_view platform::Trim(std::string_view narrow) noexcept {
 }
 
 std::string WideCharToMultiByte(std::u16string_view wide) {
-  if (std::ranges::all_of(wide, [](char16_t unit) { return unit < 0x80; })) {
+  if (std::all_of(wide.begin(), wide.end(), [](char16_t unit) { return unit < 0x80; })) {
     return {wide.begin(), wide.end()};
   }
   // Encoded from the end, because the bytes after a character decide whether it can be written as one byte.
