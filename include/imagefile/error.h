@@ -61,6 +61,9 @@ inline CodeMeaning MeaningOf(HRESULT code) noexcept {
       {HRESULT_FROM_WIN32(ERROR_BADDB), "ERROR_BADDB",
        "this is not a registry file, or it is damaged; move it away, and register again"},
       {HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT), "ERROR_WRITE_PROTECT", "the disk is write-protected"},
+      {HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE), "ERROR_INVALID_HANDLE", "the file is not open"},
+      {HRESULT_FROM_WIN32(ERROR_CANT_RESOLVE_FILENAME), "ERROR_CANT_RESOLVE_FILENAME",
+       "the links of the path lead in a circle"},
       {HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "ERROR_GEN_FAILURE", "the system reported an error"},
   };
   const auto* found = std::ranges::find(kCodes, code, &CodeMeaning::code);

@@ -78,12 +78,14 @@ bool AppendComponent(const std::string& component, bool isMissing, std::string* 
 
 /// Finds a path that is missing as spelled, component by component. A path that ends with a separator names a folder.
 bool FindByComponents(std::string path, std::string* resolved, struct stat* status) {
+  const bool hasOtherSeparators = path.find('\\') != std::string::npos;
   std::ranges::replace(path, '\\', '/');
   std::string found;
   // Usually only the last component is spelled differently, so the folder is tried as a whole.
   const std::size_t last = path.rfind('/') + 1; // 0 for a path without a folder.
   const bool hasFolder = last == 0 || FindAsSpelled("", path.substr(0, last), &found, status);
-  const bool isMissing = hasFolder && IsAscii(path); // ASCII is spelled the same in every encoding.
+  // The path was looked up with its own separators, and ASCII is spelled the same in every encoding.
+  const bool isMissing = hasFolder && !hasOtherSeparators && IsAscii(path);
   std::size_t position = hasFolder ? last : 0;
   while (position < path.size()) {
     const std::size_t separator = std::min(path.find('/', position), path.size());

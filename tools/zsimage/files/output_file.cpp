@@ -54,9 +54,9 @@ Failure WriteFailure(const std::string& path, DWORD error, UHYPER written = 0, U
     return {path, isProtected ? "the file is write-protected" : "the folder is write-protected", error};
   }
   const HRESULT code = error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(static_cast<std::int32_t>(error));
-  return {path,
-          fmt::format("{}: {} of {} were written", MeaningOf(code).words, ReadableSize(written), ReadableSize(size)),
-          code};
+  const std::string extent =
+      size == 0 ? "" : fmt::format(": {} of {} were written", ReadableSize(written), ReadableSize(size));
+  return {path, MeaningOf(code).words + extent, code};
 }
 
 [[noreturn]] void ThrowExists(const std::string& path) {
