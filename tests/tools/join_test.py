@@ -34,7 +34,8 @@ def noise(sectors, seed=1, size=SECTOR):
 
 def wave(data, rate=44100, bits=16, channels=2):
     size = channels * bits // 8
-    form = struct.pack("<4sIHHIIHH4sI", b"fmt ", 16, 1, channels, rate, rate * size, size, bits, b"data", len(data))
+    form = struct.pack("<4sIHHIIHH4sI3000s4sI", b"fmt ", 16, 1, channels, rate, rate * size, size, bits,
+                       b"LIST", 2999, b"INFO", b"data", len(data))  # Chunks have an even number of bytes.
     return struct.pack("<4sI4s", b"RIFF", 4 + len(form) + len(data), b"WAVE") + form + data
 
 
@@ -144,12 +145,13 @@ class Join(Case):
         title, performer = 'Bonus Track 12" Mix', "Björk \\ Ørsted"
         for coding in ["utf-8", "cp1252"]:
             self.write(("\ufeff" * (coding == "utf-8") + f'CATALOG 0123456789012\nTITLE "{title}"\n' + file("a.bin") +
-                        track(1, "AUDIO", f'PERFORMER "{performer}"', "ISRC USRC17607839", "FLAGS DCP PRE",
-                              "index 01 00:00:00")).replace("\n", "\r\n").encode(coding), a_bin=noise(9))
+                        track(1, "AUDIO", f'PERFORMER "{performer}"', "ISRC US-RC1-76-07839", "FLAGS DCP PRE",
+                              "index 01 00:00:00") + track(2, "AUDIO", 'TITLE "Two"', "INDEX 01 00:00:04")
+                        ).replace("\n", "\r\n").encode(coding), a_bin=noise(9))
             self.join("--force")
             sheet = json.loads(run("info", "--json", "out.cue").stdout)["pZSCueSheet"][0]
-            disc, first = sheet["ZSCDTEXT"], sheet["pZSTracks"][0]
-            self.assertEqual((disc["bstrTitle"], disc["bstrMCN"]), (title, "0123456789012"))
+            disc, (first, second) = sheet["ZSCDTEXT"], sheet["pZSTracks"]
+            self.assertEqual((disc["bstrTitle"], disc["bstrMCN"], second["bstrTitle"]), (title, "0123456789012", "Two"))
             self.assertEqual((first["bstrPerformer"], first["bstrISRC"]), (performer, "USRC17607839"))
         self.assertIn("FLAGS DCP PRE", Path("out.cue").read_text())
 
@@ -172,7 +174,7 @@ class Join(Case):
             (file("a.bin") + track(1), ["track 1 has no sectors"], {"a_bin": b""}),
             (file("a.wav", "WAVE") + track(1), ["48 kHz, 24 bits, mono"], {"a_wav": wave(one[:2400], 48000, 24, 1)}),
             (file("a.wav", "WAVE") + track(1), ["a.wav", "cut off"], {"a_wav": wave(one)[:-4]}),
-            (file("a.wav", "WAVE") + track(1), ["a.wav", "9408 bytes", "has 2352"],
+            (file("a.wav", "WAVE") + track(1), ["a.wav", "9408 bytes", "2352 follow"],
              {"a_wav": wave(one).replace(struct.pack("<I", 2352), struct.pack("<I", 9408), 1)}),
             (file("a.mp3", "MP3") + track(1), ["a.mp3", "WAVE, AIFF or FLAC"], {"a_mp3": one}),
             (file("a.wav", "WAVE") + track(1, "MODE1/2352"), ["a.wav", "track 1 as data"], {"a_wav": wave(one)}),

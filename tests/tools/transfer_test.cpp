@@ -68,6 +68,8 @@ TEST_F(TransferTool, BlocksFollowTheModeOfTheTrack) {
 TEST_F(TransferTool, FailuresNameCodeAndCause) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.cue"));
   std::filesystem::create_symlink("no/x", folder.Path("link"));
+  std::filesystem::create_symlink("loop", folder.Path("loop"));
+  RunShellIn(folder, "mkfifo pipe.cue");
   folder.Write("disc.cdt", "");
   folder.Write("stale.Cdt", "");
   folder.Write("there/session-1-track-02.bin", "");
@@ -130,6 +132,8 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"extract lone.ccd --track 1 -o x", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"check lone.ccd", "ZSE_FILENOTFOUND", "lone.img: no such data file"},
       {"extract disc.cue --track 1 -o link", "ERROR_PATH_NOT_FOUND", "a link to a missing file"},
+      {"extract disc.cue --track 1 -o loop", "ERROR_CANT_RESOLVE_FILENAME", "the links of the path lead in a circle"},
+      {"convert disc.cue pipe.cue", "E_INVALIDARG", "this is a pipe"},
       {"extract disc.cue --track 1 -o new/", "ERROR_ACCESS_DENIED", "this is a folder"},
       {"info disc.cue > /dev/full", "ERROR_DISK_FULL", "No space left on device"},
       {"extract mixed.nrg --track 1 --block-size 2340 -o x", "E_INVALIDARG", "have no block of 2340 bytes"},

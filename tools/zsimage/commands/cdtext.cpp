@@ -4,6 +4,7 @@
 
 #include "checks/pack_file.h"
 #include "commands/commands.h"
+#include "commands/description.h"
 #include "commands/record.h"
 #include "files/output_file.h"
 #include "output/failure.h"
@@ -52,8 +53,9 @@ int RunDecode(const DecodeOptions& options) {
 }
 
 int RunEncode(const EncodeOptions& options) {
-  imagefile::Image image = OpenImage(options.path);
-  SessionOf(image, 1); // Throws if there is none.
+  const imagefile::Image source = OpenImage(options.path);
+  SessionOf(source, 1); // Throws if there is none.
+  imagefile::Image image = CompleteTexts(source);
   FailIf(image.EncodeCdText().empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
   ZSCUESHEET* sheet = image.Record().pZSCueSheet[0];
   sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE; // Encodes the texts of a sheet's lines as well.

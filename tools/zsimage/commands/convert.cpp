@@ -45,7 +45,7 @@ std::string CollectPacks(const imagefile::Image& image, const ConvertOptions& op
       throw Failure(companion, failure.Words() + "; --no-cdtext leaves the texts out", failure.Code());
     }
   }
-  const std::vector<std::byte> packs = image.EncodeCdText();
+  const std::vector<std::byte> packs = CompleteTexts(image).EncodeCdText();
   return {reinterpret_cast<const char*>(packs.data()), packs.size()};
 }
 

@@ -124,10 +124,30 @@ Description RenderDescription(zsimagefileinfo* info, const std::string& path, un
   return description;
 }
 
+imagefile::Image CompleteTexts(const imagefile::Image& image) {
+  imagefile::Image complete = image.Clone();
+  const ZSCUESHEET& sheet = *complete.Record().pZSCueSheet[0];
+  for (const auto& [name, ofDisc, ofTrack] : kTextFields) {
+    const std::string ofAll = ofDisc == &ZSCDTEXT::bstrTitle ? "" : Narrow(TextOf(sheet.ZSCDTEXT, ofDisc));
+    bool follows = false; // Whether a later track has the text.
+    for (std::size_t i = sheet.nTracks; i-- > 0;) {
+      ZSTRACK& track = sheet.pZSTracks[i];
+      const bool hasText = !Narrow(TextOf(track, ofTrack)).empty();
+      if (follows && !hasText) {
+        SetText(ofAll.empty() ? " " : ofAll, &(track.*ofTrack));
+      }
+      follows = follows || hasText;
+      track.Mode = ZSMODE_AUDIO;
+    }
+  }
+  return complete;
+}
+
 void WriteImage(const NewImage& image, bool force, const std::function<void()>& verify) {
   std::vector<std::unique_ptr<OutputFile>> files;
   const auto create = [&](const std::string& path, UHYPER size) {
     image.refuseOwn(path);
+    FailIf(std::filesystem::is_fifo(StatusOf(path)), path, E_INVALIDARG, "this is a pipe; give the name of a file");
     return files.emplace_back(std::make_unique<OutputFile>(path, size, force)).get();
   };
   const std::string companion = image.packs.empty() ? "" : CompanionOf(image.path);

@@ -25,6 +25,11 @@ struct Description {
 Description RenderDescription(zsimagefileinfo* info, const std::string& path, unsigned sessions,
                               const std::string& packs);
 
+/// Returns an image with the texts as CD-Text can state them. Readers count the texts of the tracks, so a track that
+/// lacks a text which a later track has gets that of the disc, or a blank as its title. Data tracks have texts as well.
+/// The modes of the result are not those of the image.
+imagefile::Image CompleteTexts(const imagefile::Image& image);
+
 /// The files of a new image.
 struct NewImage {
   std::string path;  ///< Of the description.

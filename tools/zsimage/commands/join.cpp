@@ -43,9 +43,12 @@ Json TracksToJson(const ZSCUESHEET& sheet) {
   return tracks;
 }
 
-/// Returns the texts of a sheet and of its tracks.
+/// Returns the texts and codes of a sheet and of its tracks.
 std::vector<std::string> TextsOf(const ZSCUESHEET& sheet) {
-  std::vector<std::string> texts;
+  std::vector<std::string> texts{Narrow(sheet.ZSCDTEXT.bstrMCN)};
+  for (const ZSTRACK& track : Tracks(sheet)) {
+    texts.push_back(Narrow(track.bstrISRC));
+  }
   for (const TextField& field : kTextFields) {
     texts.push_back(Narrow(TextOf(sheet.ZSCDTEXT, field.ofDisc)));
     for (const ZSTRACK& track : Tracks(sheet)) {
@@ -55,15 +58,16 @@ std::vector<std::string> TextsOf(const ZSCUESHEET& sheet) {
   return texts;
 }
 
-/// Reads the new image and compares its tracks with the record. Adds a note if texts are missing.
-void Verify(const std::string& path, Album* album) {
+/// Reads the new image and compares its tracks with the record. Adds a note if it lacks some of the texts.
+void Verify(const std::string& path, const ZSCUESHEET& texts, Album* album) {
   const imagefile::Image image = OpenImage(path);
   const ZSCUESHEET& found = SessionOf(image, 1).Record();
   FailIf(TracksToJson(found) != TracksToJson(album->Sheet()), path, E_UNEXPECTED,
          "a track is read back with another position, length or mode");
-  if (TextsOf(found) != TextsOf(album->Sheet())) {
+  if (TextsOf(found) != TextsOf(texts)) {
     album->notes.insert(
-        "CD-Text does not hold all texts: those of data tracks, and what exceeds its size, are left out");
+        "not all texts and codes are kept: CD-Text has a limited size, a catalogue number 13 digits and "
+        "an ISRC 12 characters");
   }
 }
 
@@ -80,7 +84,8 @@ int RunJoin(const JoinOptions& options) {
   FailIf(!IsSheet(options.output), options.output, E_INVALIDARG,
          "a joined image is described by a .cue file; give a name with this extension");
   Album album = ReadAlbum(options.path, options.pad);
-  const std::vector<std::byte> packs = album.image.EncodeCdText();
+  const imagefile::Image complete = CompleteTexts(album.image);
+  const std::vector<std::byte> packs = complete.EncodeCdText();
   album.Sheet().ZSCDTEXT.CDTextPresent = packs.empty() ? VARIANT_FALSE : VARIANT_TRUE;
   const NewImage image{.path = options.output,
                        .packs = {reinterpret_cast<const char*>(packs.data()), packs.size()},
@@ -88,7 +93,7 @@ int RunJoin(const JoinOptions& options) {
                        .dataBytes = album.Bytes(),
                        .writeData = [&](OutputFile* file) { WriteAlbum(album, file); },
                        .refuseOwn = [&](const std::string& path) { RefuseInput(options.path, album, path); }};
-  WriteImage(image, options.force, [&] { Verify(options.output, &album); });
+  WriteImage(image, options.force, [&] { Verify(options.output, *complete.Record().pZSCueSheet[0], &album); });
   for (const std::string& note : album.notes) {
     Note(note);
   }

@@ -46,6 +46,15 @@ template <class Record> BSTR TextOf(const Record& record, BSTR Record::*field) {
   return text;
 }
 
+/// Sets a text of a record, which may be misaligned as well.
+inline void SetText(const std::string& text, void* field) {
+  BSTR value = nullptr;
+  std::memcpy(&value, field, sizeof(value));
+  SysFreeString(value);
+  value = Wide(text).release();
+  std::memcpy(field, &value, sizeof(value));
+}
+
 /// Returns a number of sectors as playing time, "74:30:00". Minutes have as many digits as they need.
 std::string Duration(UHYPER sectors);
 

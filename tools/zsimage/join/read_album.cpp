@@ -3,9 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
-#include <regex>
+#include <sstream>
 #include <utility>
 
 #include "files/input_file.h"
@@ -20,14 +19,10 @@ namespace {
 constexpr unsigned kMostTracks = 99;
 constexpr UHYPER kMostSectors = 449700; ///< 99:56:00, the last time that a sector can have.
 constexpr UHYPER kLastStart = 404999;   ///< 89:59:74, the last time that is read from a sheet.
+constexpr ULONG kLargestNumber = 9999;  ///< Limit of a number in a line: sums of times do not wrap.
 
 /// Types of TRACK lines: AUDIO, or the mode and the bytes of a sector.
 constexpr const char* kTypes[] = {"AUDIO", "MODE1/2048", "MODE1/2352", "MODE2/2048", "MODE2/2336", "MODE2/2352"};
-
-/// What a line may state and the new image does not keep: its keyword, a part of its text, and a note.
-constexpr const char* kLosses[][3] = {
-    {"REM", "SESSION 02", "the sheet has several sessions, and the new one has all tracks in one"},
-    {"FLAGS", "SCMS", "the flag SCMS is left out"}};
 
 /// Finds a file that a sheet names, relative to the folder of the sheet. If there is none, the name may be a path of
 /// another machine; then the file name alone is looked up in that folder.
@@ -57,15 +52,6 @@ SampleSource OpenFile(const std::string& path, const std::string& type, unsigned
     return bytes;
   };
   return {path, false, *size, read};
-}
-
-/// Sets a text of a record. Records are packed, so the field may be misaligned.
-void SetText(const std::string& text, void* field) {
-  BSTR value = nullptr;
-  std::memcpy(&value, field, sizeof(value));
-  SysFreeString(value);
-  value = Wide(text).release();
-  std::memcpy(field, &value, sizeof(value));
 }
 
 /// Reads a sheet from its first line to the last. Each index, and the end of each file, ends the sectors before it.
@@ -120,7 +106,9 @@ private:
     if (line.keyword == "CATALOG") {
       SetText(line.Text(), &disc.bstrMCN);
     } else if (line.keyword == "ISRC" && m_track != nullptr) {
-      SetText(line.Text(), &m_track->bstrISRC);
+      std::string code = line.Text();
+      std::erase(code, '-'); // Written "US-RC1-76-07839".
+      SetText(code, &m_track->bstrISRC);
     }
     for (const auto& [bit, word] : kTrackFlags) {
       if (line.keyword == "FLAGS" && m_track != nullptr && platform::Upper(line.rest).find(word) != std::string::npos) {
@@ -135,12 +123,13 @@ private:
   }
 
   void NoteLoss(const SheetLine& line) {
-    for (const auto& [keyword, part, note] : kLosses) {
-      if (line.keyword == keyword && platform::Upper(line.rest).find(part) != std::string::npos) {
-        m_album.notes.insert(note);
-      }
-    }
-    if (line.keyword == "CDTEXTFILE" && !IsSameFile(Beside(m_path, line.Text()), WithExtension(m_path, ".CDT"))) {
+    const std::string words = platform::Upper(line.rest);
+    if (line.keyword == "REM" && words.starts_with("SESSION") && !words.ends_with("01") && !words.ends_with(" 1")) {
+      m_album.notes.insert("the sheet has several sessions, and the new one has all tracks in one");
+    } else if (line.keyword == "FLAGS" && words.find("SCMS") != std::string::npos) {
+      m_album.notes.insert("the flag SCMS is left out");
+    } else if (line.keyword == "CDTEXTFILE" &&
+               !IsSameFile(Beside(m_path, line.Text()), WithExtension(m_path, ".CDT"))) {
       m_album.notes.insert("the texts of the file in the CDTEXTFILE line are left out; name it as the sheet, .cdt");
     }
   }
@@ -203,13 +192,15 @@ private:
 
   /// Returns the number of an INDEX line, 0 for other lines, and the time of a line in sectors.
   std::pair<ULONG, ULONG> ReadTime(const SheetLine& line) const {
-    static const std::regex kForm(R"((?:([0-9]{1,2})[ \t]{1,9})?([0-9]{1,4}):([0-9]{1,2}):([0-9]{1,2}))");
-    std::smatch found;
-    FailLineIf(!std::regex_match(line.rest, found, kForm) || (line.keyword == "INDEX") != found[1].matched, line,
-               "the line should end in a time, MM:SS:FF");
+    std::istringstream text((line.keyword == "INDEX" ? "" : "0 ") + line.rest);
+    ULONG numbers[4] = {};
+    char colons[2] = {};
+    text >> numbers[0] >> numbers[1] >> colons[0] >> numbers[2] >> colons[1] >> numbers[3];
+    FailLineIf(!text || !(text >> std::ws).eof() || colons[0] != ':' || colons[1] != ':' ||
+                   *std::max_element(std::begin(numbers), std::end(numbers)) > kLargestNumber,
+               line, "the line should end in a time, MM:SS:FF");
     FailLineIf(m_track == nullptr, line, "no TRACK line is before it");
-    const auto number = [&](int part) { return static_cast<ULONG>(std::stoul("0" + found.str(part))); };
-    return {number(1), (number(2) * 60 + number(3)) * 75 + number(4)};
+    return {numbers[0], (numbers[1] * 60 + numbers[2]) * 75 + numbers[3]};
   }
 
   /// Adds the sectors from the index before to an index of the last track. Sectors before the first index of a file,
