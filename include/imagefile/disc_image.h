@@ -279,8 +279,10 @@ public:
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
   /// Returns the size of the data file; std::nullopt if it is missing or the description names none.
   std::optional<std::uint64_t> DataFileBytes() const { return SizeOf(DataFile()); }
-  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; } ///< Format.
-  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; }       ///< What the disc is.
+  imagefile::Format Format() const noexcept {
+    return imagefile::Format{Record().ZSImageFormat};
+  }                                                                                         ///< Of the description.
+  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; } ///< What the disc is.
   /// Returns whether something accompanies the image.
   bool Has(Mask mask) const noexcept { return (Record().lMask & static_cast<LONG>(mask)) != 0; }
   std::uint32_t DiscId() const noexcept { return Record().dwDiscID; }       ///< Disc identifier in the manner of CDDB.
@@ -427,8 +429,8 @@ private:
     for (ZSCUESHEET* sheet : sheets) {
       const std::size_t first = m_tracks.size();
       finder.VisitSession(*sheet, [&](const ZSTRACK& record, TrackExtent extent) {
-        const bool isBehind = extent.MayBeginAfterFile() && extent.begin > DataFileBytes().value_or(kToEndOfFile);
-        extent.sectors = isBehind ? 0 : extent.sectors;
+        const bool isAfterEnd = extent.MayBeginAfterFile() && extent.begin > DataFileBytes().value_or(kToEndOfFile);
+        extent.sectors = isAfterEnd ? 0 : extent.sectors;
         m_tracks.push_back(Track(record, extent));
       });
       m_sessions.push_back(Session(*sheet, m_sessions.size() + 1, std::span(m_tracks).subspan(first)));

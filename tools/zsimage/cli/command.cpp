@@ -88,10 +88,6 @@ Command& Command::Add(const std::string& name, const std::string& words) {
   return *command;
 }
 
-void Command::AddSection(const std::string& heading, std::vector<Entry> entries) {
-  m_sections.push_back({heading, std::move(entries)});
-}
-
 void Command::AddImage(std::string* path, const std::string& name, const std::string& words) {
   add_option(name, *path, words)->required();
   m_image = path;
@@ -127,14 +123,6 @@ std::vector<const Command*> Command::Commands() const {
     commands.push_back(&AsCommand(*app));
   }
   return commands;
-}
-
-std::vector<const CLI::Option*> Command::Options() const {
-  return get_options([](const CLI::Option* option) { return option->nonpositional(); });
-}
-
-std::vector<const CLI::Option*> Command::Arguments() const {
-  return get_options([](const CLI::Option* option) { return option->get_positional(); });
 }
 
 std::string Command::FullName() const {

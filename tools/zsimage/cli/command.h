@@ -37,7 +37,9 @@ public:
     command.OnRun([options, run] { return run(*options); });
     return {command, *options};
   }
-  void AddSection(const std::string& heading, std::vector<Entry> entries);
+  void AddSection(const std::string& heading, std::vector<Entry> entries) {
+    m_sections.push_back({heading, std::move(entries)});
+  }
   void AddExamples(std::vector<Entry> examples) { AddSection("Examples", std::move(examples)); }
 
   /// Adds the argument of the file that is read. Failures are reported as those of this file.
@@ -56,8 +58,12 @@ public:
 
   /// The subcommands, options, arguments and sections that the help shows, in its order.
   std::vector<const Command*> Commands() const;
-  std::vector<const CLI::Option*> Options() const;
-  std::vector<const CLI::Option*> Arguments() const;
+  std::vector<const CLI::Option*> Options() const {
+    return get_options([](const CLI::Option* option) { return option->nonpositional(); });
+  }
+  std::vector<const CLI::Option*> Arguments() const {
+    return get_options([](const CLI::Option* option) { return option->get_positional(); });
+  }
   const std::vector<Section>& Sections() const noexcept { return m_sections; }
 
   /// Returns the name with the names of the parents: "zsimage cdtext decode".

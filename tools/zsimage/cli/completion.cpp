@@ -9,9 +9,9 @@ namespace {
 
 /// Candidates for an argument or for the value of an option.
 struct Value {
-  std::string_view name;  ///< Name of the argument or the value.
-  const char* files = ""; ///< Extensions separated by bars, "*" for any file, "/" for folders.
-  const char* words = "";
+  std::string_view name;    ///< Name of the argument or the value.
+  std::string_view files{}; ///< Extensions separated by bars, "*" for any file, "/" for folders.
+  std::string_view words{};
 };
 constexpr Value kValues[] = {
     {"IMAGE", "iso|cue|nrg|ccd|mds|zsi"},   {"SHEET", "cue"}, {"OUT", "cue|zsi"}, {"FILE", "*"}, {"FOLDER", "/"},
@@ -105,12 +105,10 @@ std::string ZshText(const std::string& text) {
 
 std::string ZshAction(const CLI::Option& option) {
   const auto& [name, files, words] = ValueOf(option);
-  if (const std::string_view kind = files; kind == "*" || kind == "/") {
-    return kind == "*" ? "_files" : "_files -/";
+  if (files.empty()) {
+    return words.empty() ? " " : fmt::format("({})", words);
   }
-  return *files != '\0'   ? fmt::format("_files -g \"(#i)*.({})\"", files)
-         : *words != '\0' ? fmt::format("({})", words)
-                          : " ";
+  return files == "*" ? "_files" : files == "/" ? "_files -/" : fmt::format("_files -g \"(#i)*.({})\"", files);
 }
 
 std::string ZshOption(const CLI::Option& option) {

@@ -82,8 +82,8 @@ private:
   }
 
   DataFilePlan& m_plan;
-  UHYPER m_size;               ///< Bytes of the image's data file; endless if it is missing.
-  UHYPER m_fileBytes;          ///< The same; 0 if it is missing.
+  UHYPER m_size;      ///< Bytes of the data file; endless if it is missing, so that no sector counts as cut off.
+  UHYPER m_fileBytes; ///< Bytes of the file on disk; 0 if it is missing.
   std::int64_t m_position = 0; ///< Next free position of the description.
   UHYPER m_sourceEnd;          ///< Offset in the image's data file after the last piece.
 };

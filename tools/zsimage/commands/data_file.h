@@ -18,7 +18,7 @@ struct DataFilePlan {
   };
 
   std::vector<Piece> pieces;
-  UHYPER sectors = 0;   ///< Those of all pieces.
+  UHYPER sectors = 0;   ///< Sectors of all pieces.
   UINT storedSize = 0;  ///< Bytes of one sector in the image.
   UINT blockSize = 0;   ///< Bytes of one sector in the new file: a raw sector at most.
   std::string conflict; ///< Why no file can contain the tracks as they are described; empty if one can.

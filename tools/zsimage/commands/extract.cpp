@@ -33,7 +33,7 @@ struct ExtractOptions {
 
 /// Lists the tracks that are saved, and their files.
 std::vector<TrackFile> ListFiles(const imagefile::Image& image, const ExtractOptions& options) {
-  const TrackFormat& format = TrackFormatOf(options.format.empty() ? options.output : options.format);
+  const TrackFormat& format = TrackFormatOf(options.format.empty() ? options.output : "." + options.format);
   const unsigned first = std::max(options.session, 1U);
   std::vector<TrackFile> files = ListTrackFiles(image, first, format, options.folder);
   if (options.folder.empty()) {
@@ -111,8 +111,7 @@ void WriteRun(const imagefile::Image& image, const TrackFile& file, const Sector
 }
 
 void Extract(const imagefile::Image& image, const TrackFile& file, const ExtractOptions& options) {
-  const bool isChosen = options.blockSize != 0 && !file.format.isSound;
-  SectorRun run = RunOfTrack(image, file, isChosen ? options.blockSize : file.format.blockSize);
+  SectorRun run = RunOfTrack(image, file, options.blockSize != 0 ? options.blockSize : file.format.blockSize);
   FailIf(options.swap && run.dataSize % 2 != 0, file.path, E_INVALIDARG,
          "blocks of an odd size have no samples to swap; leave out --block-size");
   CutRun(image, file, options.partial, &run);
@@ -130,18 +129,17 @@ void Extract(const imagefile::Image& image, const TrackFile& file, const Extract
 /// Folder that tracks are saved to. The destructor removes those of the created folders that are empty.
 class TargetFolder {
 public:
-  explicit TargetFolder(const std::string& path) : m_path(path) {
+  explicit TargetFolder(const std::string& path) : m_path(path), m_existing(path) {
     std::error_code ignored;
-    for (std::filesystem::path part = path; !part.empty() && !std::filesystem::exists(part, ignored);) {
-      m_missing.push_back(part.string());
-      part = part.parent_path();
+    while (!m_existing.empty() && !std::filesystem::exists(m_existing, ignored)) {
+      m_existing = m_existing.parent_path();
     }
   }
   TargetFolder(const TargetFolder&) = delete;
   TargetFolder& operator=(const TargetFolder&) = delete;
   ~TargetFolder() {
-    for (const std::string& folder : m_missing) {
-      rmdir(folder.c_str());
+    for (std::filesystem::path folder = m_path; folder != m_existing && rmdir(folder.c_str()) == 0;) {
+      folder = folder.parent_path();
     }
   }
 
@@ -155,7 +153,7 @@ public:
 private:
   InterruptWatch m_watch; ///< A signal must not end the process while an empty folder exists.
   std::string m_path;
-  std::vector<std::string> m_missing; ///< The folder and those above it, the deepest first.
+  std::filesystem::path m_existing; ///< The folder or the nearest one above it that exists.
 };
 
 /// Saves all tracks; a failure of one does not stop the others. @return the exit status.
@@ -215,7 +213,7 @@ void AddExtract(Command* tool) {
           "What to save: bin (sectors), iso (user data of data tracks), or the sound formats wav, aiff and flac "
           "(default: by the extension of -o; bin with --all)")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"bin", "iso", "wav", "aiff", "flac"}).description(""));
+      ->check(CLI::IsMember({"bin", "iso", "wav", "aiff", "flac"}, CLI::ignore_case).description(""));
   command.add_flag("--swap", options.swap, "Swap the two bytes of each sample, for sources in the other order");
   command.add_flag("--partial", options.partial, "Save the whole sectors of a track that is cut off");
   command.AddForce(&options.force);

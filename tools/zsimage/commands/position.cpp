@@ -26,7 +26,7 @@ struct FoundSector {
   bool isPregap;
   UHYPER byte;
   std::string obstacle; ///< Why the data file has no such byte; empty if it has.
-  HRESULT code;         ///< That of the obstacle.
+  HRESULT code;         ///< Result code of the obstacle.
 };
 
 /// Finds the first track that contains a sector, its pregap included.

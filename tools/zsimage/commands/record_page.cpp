@@ -98,7 +98,7 @@ std::string DescribeDiscIds(ULONG disc, ULONG firstSession) {
 }
 
 std::string CountMisreadTexts(std::size_t count) {
-  return count == 0 ? "" : Counted(count, "line") + " with a keyword in the text; 'zsimage check' tells what is lost";
+  return count == 0 ? "" : Counted(count, "line") + " with a keyword in the text; 'zsimage check' reports what is lost";
 }
 
 } // namespace
@@ -115,7 +115,7 @@ void PrintRecord(const imagefile::Image& image) {
   }
   Print(DiscTexts(info.pZSCueSheet[0]->ZSCDTEXT) + "\n");
   TextTable table({">Session", ">Track", "Mode", ">Block", ">Start", ">Sector", ">Length", ">Sectors"},
-                  {">Pregap", ">Postgap", "Flags", "ISRC", "~Title", "~Performer", "Note"});
+                  {">Pregap", ">Postgap", "Flags", "~ISRC", "~Title", "~Performer", "Note"});
   table.Print([&](const TextTable::RowSink& sink) {
     for (const imagefile::Session& session : image.Sessions()) {
       ProduceRows(image, session, sink);

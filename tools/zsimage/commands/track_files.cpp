@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "files/paths.h"
 #include "image/disc_text.h"
 #include "output/failure.h"
 #include "platform/text.h"
@@ -23,14 +24,14 @@ std::string AsFileName(std::string name) {
 
 } // namespace
 
-const TrackFormat& TrackFormatOf(const std::string& name) {
-  const std::string extension = name.substr(name.find_last_of("./") + 1);
-  for (const char* other : {"mp3", "ogg", "opus", "m4a", "wave"}) {
-    FailIf(lstrcmpiA(extension, other) == 0, name, E_INVALIDARG,
+const TrackFormat& TrackFormatOf(const std::string& path) {
+  for (const char* other : {".mp3", ".ogg", ".opus", ".m4a", ".wave"}) {
+    FailIf(HasExtension(path, other), path, E_INVALIDARG,
            "sound files are .wav, .aiff or .flac; give a name with one of these extensions");
   }
-  const auto* const known = std::ranges::find_if(
-      kTrackFormats, [&](const auto& format) { return lstrcmpiA(extension, format.extension) == 0; });
+  const auto* known = std::ranges::find_if(kTrackFormats, [&](const TrackFormat& format) {
+    return HasExtension(path, std::string(".") + format.extension);
+  });
   return known == std::end(kTrackFormats) ? kTrackFormats[0] : *known;
 }
 
@@ -43,8 +44,8 @@ std::vector<TrackFile> ListTrackFiles(const imagefile::Image& image, unsigned se
   for (const imagefile::Track& track : SessionOf(image, session).Tracks()) {
     const auto number = static_cast<unsigned>(files.size()) + 1;
     const std::string digits = fmt::format("{:02}", number);
-    const std::string title = titles.Show(track.Record().bstrTitle);
-    const std::string artist = performers.Show(track.Record().bstrPerformer);
+    const std::string title(platform::Trim(titles.Show(track.Record().bstrTitle)));
+    const std::string artist(platform::Trim(performers.Show(track.Record().bstrPerformer)));
     const std::string name = format.isSound ? (image.Sessions().size() > 1 ? fmt::format("{}-", session) : "") +
                                                   AsFileName(fmt::format("{} {}", digits, title))
                                             : fmt::format("session-{}-track-{}", session, digits);

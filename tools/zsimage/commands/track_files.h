@@ -16,14 +16,14 @@ struct TrackFormat {
 inline constexpr TrackFormat kTrackFormats[] = {{"bin", false, 0},    {"iso", false, 2048}, {"wav", true, 2352},
                                                 {"aiff", true, 2352}, {"aif", true, 2352},  {"flac", true, 2352}};
 
-/// Returns the format for an extension, or for that of a path; the first for any other. @throws Failure for that of a
-/// sound file of another kind.
-const TrackFormat& TrackFormatOf(const std::string& name);
+/// Returns the format for the extension of a path, the first format for other extensions. @throws Failure for the
+/// extension of another kind of sound file.
+const TrackFormat& TrackFormatOf(const std::string& path);
 
 /// A track and the file that it is saved to.
 struct TrackFile {
-  unsigned session; ///< From 1, as the number.
-  unsigned number;
+  unsigned session; ///< From 1.
+  unsigned number;  ///< From 1.
   const imagefile::Track& track;
   const TrackFormat& format;
   std::string path;

@@ -1,6 +1,7 @@
 #include "image/sheet_lines.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <set>
 
@@ -82,7 +83,7 @@ SheetNotes ReadSheetNotes(const std::string& path, const std::string& dataFile) 
   const std::string content = HasExtension(path, ".CUE") ? ReadBytes(path, 0, kLargestSheetOfFiles) : "";
   VisitLines(content, [&](const SheetLine& line) {
     if (line.keyword == "FILE") {
-      names.insert(platform::Upper(line.Text()));
+      names.insert(std::filesystem::path(platform::Upper(line.Text())).lexically_normal().string());
     } else if (const std::string_view found = FindKeyword(line); IsText(line.keyword) && found != line.keyword) {
       notes.misreadTexts.push_back(DescribeMisreadText(line, found, command));
     }

@@ -40,7 +40,7 @@ template <class Code, class... T>
   throw Failure(file, fmt::format(words, std::forward<T>(values)...), code);
 }
 
-/// Does the same if a condition holds. The values of the words are evaluated in any case.
+/// Throws a Failure with formatted words if a condition holds. The values of the words are evaluated in any case.
 template <class Code, class... T>
 void FailIf(bool isWrong, std::string_view file, Code code, fmt::format_string<T...> words, T&&... values) {
   if (isWrong) {

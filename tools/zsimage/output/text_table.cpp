@@ -1,6 +1,7 @@
 #include "output/text_table.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "output/standard_output.h"
 #include "output/terminal_text.h"
@@ -29,19 +30,19 @@ void TextTable::Measure(const Row& row) {
   }
 }
 
-/// Narrows the widest column that can be cut, again and again, until a row fits into one line.
+/// Narrows columns until a row fits into one line: the widest that can be cut, and any when these are narrow.
 void TextTable::FitTerminal() {
   constexpr std::size_t kNarrowest = 4;
   std::size_t width = 0;
   for (const Column& column : m_columns) {
     width += column.isShown ? column.width + kMargin.size() : 0;
   }
-  const auto isNarrower = [](const Column& left, const Column& right) {
-    return (left.isShown && left.canBeCut ? left.width : 0) < (right.isShown && right.canBeCut ? right.width : 0);
+  const auto order = [](const Column& column) {
+    return std::pair(column.isShown && column.canBeCut && column.width > kNarrowest, column.isShown ? column.width : 0);
   };
   for (const std::size_t columns = TerminalColumns(STDOUT_FILENO); width > columns; --width) {
-    Column& widest = *std::ranges::max_element(m_columns, isNarrower);
-    if (!widest.canBeCut || widest.width <= kNarrowest) {
+    Column& widest = *std::ranges::max_element(m_columns, {}, order);
+    if (widest.width <= 1) {
       return;
     }
     --widest.width;

@@ -21,8 +21,8 @@ public:
   using RowSink = std::function<void(const Row& row)>;
 
   /// @param fixed Headings of the columns that are always shown. @param optional Headings of the columns that are shown
-  /// if any of their cells has text. ">" before a heading aligns its column to the right; a column with "~" is cut on a
-  /// terminal that is narrower than the table.
+  /// if any of their cells has text. ">" before a heading aligns its column to the right; columns with "~" are the
+  /// first to be cut on a terminal that is narrower than the table.
   TextTable(const std::vector<const char*>& fixed, const std::vector<const char*>& optional);
 
   /// Prints the headings and all rows. Calls `produceRows` twice, to measure and to print, so that memory does not grow

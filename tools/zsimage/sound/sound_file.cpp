@@ -6,15 +6,18 @@
 #include <bit>
 #include <cerrno>
 #include <iterator>
-#include <regex>
 #include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
 #include <sndfile.hh>
 
+#include "files/input_file.h"
+#include "image/explain.h"
+#include "image/raw_sector.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
+#include "platform/last_error.h"
 
 namespace {
 
@@ -24,19 +27,28 @@ static_assert(std::endian::native == std::endian::little);
 constexpr int kRate = 44100;
 constexpr int kChannels = 2;
 
-/// Throws if a WAVE or AIFF file ends before the samples that its header states. libsndfile reads such a file, and
-/// reports it in its log alone. Programs that write into a pipe do not know the size and state the largest.
-void RequireSamples(SndfileHandle file, const std::string& path) {
-  static const std::regex kCutOff("(data|SSND) : ([0-9]+) .should be ([0-9]+)");
-  std::string log(4096, '\0');
-  file.command(SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
-  std::smatch found;
-  if (std::regex_search(log, found, kCutOff) && std::stoull(found[2]) < 0xFFFFFFF0) {
-    Fail(path, ERROR_HANDLE_EOF,
-         "it is cut off, or was written into a pipe: its header states {} bytes of samples, and the file has {}; write "
-         "it again",
-         found.str(2), found.str(3));
+/// Throws if a WAVE or AIFF file ends before the samples that its header states; libsndfile reads what is there. After
+/// 12 bytes, the file is a list of chunks: four letters, a size of 32 bits, and an even number of bytes.
+void RequireSamples(const std::string& path, bool isBigEndian) {
+  constexpr UHYPER kUnknown = 0xFFFFFFF0; // Programs that write into a pipe state this size or a larger one.
+  const UHYPER fileBytes = FileSize(path).value_or(0);
+  UHYPER begin = 12;
+  for (int chunks = 0; chunks < 1000 && begin + 8 <= fileBytes; ++chunks) {
+    std::string header = ReadBytes(path, begin, 8);
+    header.resize(8);
+    if (isBigEndian) {
+      std::reverse(header.begin() + 4, header.end());
+    }
+    const UHYPER size = LittleEndian32(reinterpret_cast<const BYTE*>(header.data()) + 4);
+    begin += 8;
+    if (header.starts_with("data") || header.starts_with("SSND")) {
+      FailIf(size < kUnknown && size > fileBytes - begin, path, ERROR_HANDLE_EOF,
+             "it is cut off: its header states {} bytes of samples, and {} follow", size, fileBytes - begin);
+      return;
+    }
+    begin += size + size % 2;
   }
+  Fail(path, ERROR_HANDLE_EOF, "it is cut off or damaged: no samples follow its header");
 }
 
 /// Describes the samples of a sound file: "48 kHz, 24 bits, stereo".
@@ -54,18 +66,19 @@ std::string Describe(const SndfileHandle& file) {
 } // namespace
 
 SampleSource OpenSound(const std::string& path) {
+  const std::string type = SoundFileType(path);
+  FailIf(type.empty(), path, ZSE_BADIMAGE, "this is no WAVE, AIFF or FLAC file; convert it to one of these");
   SndfileHandle file(path);
-  const int type = file.format() & SF_FORMAT_TYPEMASK;
-  constexpr int kTypes[] = {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_AIFF, SF_FORMAT_FLAC};
-  FailIf(file.rawHandle() == nullptr || std::ranges::count(kTypes, type) == 0, path, ZSE_BADIMAGE,
-         "this is no WAVE, AIFF or FLAC file, or it is damaged; convert it to one of these");
+  FailIf(file.rawHandle() == nullptr, path, ZSE_BADIMAGE, "it cannot be read as a sound file: {}", file.strError());
   FailIf(file.samplerate() != kRate || file.channels() != kChannels ||
              (file.format() & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16,
          path, ZSE_BADIMAGE,
          "its samples are {}, and an audio CD has 44.1 kHz, 16 bits, stereo; convert the file first", Describe(file));
-  FailIf(type == SF_FORMAT_FLAC && file.frames() <= 0, path, ZSE_BADIMAGE,
+  FailIf(type == "fLaC" && file.frames() <= 0, path, ZSE_BADIMAGE,
          "its header states no length, as if written into a pipe; write the file again with 'flac'");
-  RequireSamples(file, path);
+  if (type != "fLaC") {
+    RequireSamples(path, type == "FORM");
+  }
   const auto read = [path, file, next = sf_count_t{0}](UHYPER offset, std::size_t count) mutable {
     const auto first = static_cast<sf_count_t>(offset / kFrameBytes);
     const auto frames = static_cast<sf_count_t>(count / kFrameBytes);
@@ -84,8 +97,8 @@ void WriteSound(OutputFile* output, const std::string& path, const std::string& 
   const int type = extension == "wav" ? SF_FORMAT_WAV : extension == "flac" ? SF_FORMAT_FLAC : SF_FORMAT_AIFF;
   const int descriptor = output->Descriptor();
   const auto require = [&](bool isWritten) {
-    FailIf(!isWritten, path, errno == ENOSPC ? ERROR_DISK_FULL : ERROR_IO_DEVICE,
-           "the sound file cannot be written: {}", std::generic_category().message(errno));
+    FailIf(!isWritten, path, platform::SystemError(errno), "the sound file cannot be written: {}",
+           std::generic_category().message(errno));
   };
   SndfileHandle file(descriptor, false, SFM_WRITE, type | SF_FORMAT_PCM_16, kChannels, kRate);
   require(file.rawHandle() != nullptr);

@@ -44,7 +44,7 @@ struct SoundTags {
 /// Receives bytes of whole frames.
 using SampleSink = std::function<void(const BYTE* data, std::size_t size)>;
 
-/// Writes a sound file. @param extension "wav", "aiff" or "flac". @param produce Passes all samples to the sink.
+/// Writes a sound file. @param extension "wav", "flac", "aiff" or "aif". @param produce Passes all samples to the sink.
 /// @throws Failure as OutputFile does.
 void WriteSound(OutputFile* output, const std::string& path, const std::string& extension, const SoundTags& tags,
                 const std::function<void(const SampleSink& sink)>& produce);
