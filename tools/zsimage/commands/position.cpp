@@ -6,7 +6,6 @@
 
 #include "commands/commands.h"
 #include "image/disc_text.h"
-#include "image/explain.h"
 #include "image/open_image.h"
 #include "output/failure.h"
 #include "output/json.h"

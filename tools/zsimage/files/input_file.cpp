@@ -68,3 +68,8 @@ std::string ReadBytes(const std::string& path, UHYPER offset, std::size_t count)
   bytes.resize(bytesRead);
   return bytes;
 }
+
+std::string SoundFileType(const std::string& path) {
+  const std::string start = ReadBytes(path, 0, 4);
+  return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
+}

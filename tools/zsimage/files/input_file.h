@@ -17,3 +17,6 @@ std::string ReadContent(const std::string& path, UHYPER limit);
 
 /// Returns bytes from an offset; fewer, or none, if they cannot be read.
 std::string ReadBytes(const std::string& path, UHYPER offset, std::size_t count);
+
+/// Returns the kind of a sound file by its first bytes: RIFF, FORM or fLaC. Empty for any other file.
+std::string SoundFileType(const std::string& path);

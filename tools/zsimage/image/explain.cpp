@@ -139,11 +139,6 @@ std::string ExplainOpenFailure(const std::string& path, HRESULT result) {
   return words + (advice.empty() ? "" : "; " + advice);
 }
 
-std::string SoundFileType(const std::string& path) {
-  const std::string start = ReadBytes(path, 0, 4);
-  return start == "RIFF" || start == "FORM" || start == "fLaC" ? start : "";
-}
-
 std::string DescribeOddSize(const std::string& path) {
   const std::optional<imagefile::Image> image = OpenPartialImage(path);
   if (!image) {

@@ -10,9 +10,6 @@
 /// and the files that belong to it. UTF-8, without the path itself.
 std::string ExplainOpenFailure(const std::string& path, HRESULT result);
 
-/// Returns the kind of a sound file by its first bytes: RIFF, FORM or fLaC. Empty for any other file.
-std::string SoundFileType(const std::string& path);
-
 /// Returns words for how many bytes follow the last whole sector of a data file that ends inside a sector, and what to
 /// do.
 std::string DescribeOddSize(const std::string& path);

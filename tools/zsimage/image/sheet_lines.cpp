@@ -9,7 +9,6 @@
 
 #include "files/input_file.h"
 #include "files/paths.h"
-#include "image/explain.h"
 #include "output/terminal_text.h"
 
 namespace {

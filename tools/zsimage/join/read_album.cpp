@@ -10,7 +10,6 @@
 #include "files/input_file.h"
 #include "files/paths.h"
 #include "image/disc_text.h"
-#include "image/explain.h"
 #include "image/sheet_lines.h"
 #include "output/failure.h"
 

@@ -13,7 +13,6 @@
 #include <sndfile.hh>
 
 #include "files/input_file.h"
-#include "image/explain.h"
 #include "image/raw_sector.h"
 #include "output/failure.h"
 #include "output/terminal_text.h"
