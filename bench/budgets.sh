@@ -35,13 +35,13 @@ while read -r image limit; do
   check "open $image" "$(count_calls "$images" "$zsimage" info --json "$images/$image")" "$limit"
 done <<TXT
 plain.iso 5
-album.cue 68
-mixed.cue 61
+album.cue 64
+mixed.cue 57
 cdplus.nrg 21
 tao.nrg 21
-sessions.ccd 30
-inline.mds 36
-dvd.mds 36
+sessions.ccd 28
+inline.mds 34
+dvd.mds 34
 native.zsi 11
 TXT
 

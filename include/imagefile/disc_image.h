@@ -279,10 +279,8 @@ public:
   std::string DataFile() const { return platform::SpelledOnDisk(detail::Utf8(Record().bstrImageBinaryFile)); }
   /// Returns the size of the data file; std::nullopt if it is missing or the description names none.
   std::optional<std::uint64_t> DataFileBytes() const { return SizeOf(DataFile()); }
-  imagefile::Format Format() const noexcept {
-    return imagefile::Format{Record().ZSImageFormat};
-  }                                                                                         ///< Of the description.
-  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; } ///< What the disc is.
+  imagefile::Format Format() const noexcept { return imagefile::Format{Record().ZSImageFormat}; } ///< By extension.
+  imagefile::Kind Kind() const noexcept { return imagefile::Kind{Record().ZSTYPEPROJECT}; }       ///< What the disc is.
   /// Returns whether something accompanies the image.
   bool Has(Mask mask) const noexcept { return (Record().lMask & static_cast<LONG>(mask)) != 0; }
   std::uint32_t DiscId() const noexcept { return Record().dwDiscID; }       ///< Disc identifier in the manner of CDDB.

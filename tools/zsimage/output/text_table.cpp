@@ -30,7 +30,7 @@ void TextTable::Measure(const Row& row) {
   }
 }
 
-/// Narrows columns until a row fits into one line: the widest that can be cut, and any when these are narrow.
+/// Narrows columns until a row fits into one line: first the widest that can be cut, then the widest of all.
 void TextTable::FitTerminal() {
   constexpr std::size_t kNarrowest = 4;
   std::size_t width = 0;
