@@ -126,6 +126,7 @@ TEST_F(TransferTool, FailuresNameCodeAndCause) {
       {"extract disc.cue --track 1 -o DISC.CUE", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 -o disc.cdt", "E_INVALIDARG", "belongs to the image"},
       {"extract disc.cue --track 1 --block-size 2048 -o x", "E_INVALIDARG", "track 1 is audio"},
+      {"extract wide.mds --track 2 --block-size 2448 -o x.wav", "E_INVALIDARG", "leave out --block-size"},
       {"extract disc.cue --all there", "ERROR_FILE_EXISTS", "session-1-track-02.bin: the file exists; --force"},
       {"extract wide.mds --all x/y/z", "ERROR_HANDLE_EOF", "the file ends before the track begins"},
       {"extract disc.cue --all disc.bin/x", "E_FAIL", "disc.bin/x: the folder cannot be created"},

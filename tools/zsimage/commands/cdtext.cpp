@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 
 #include <fmt/format.h>
@@ -54,9 +55,10 @@ int RunDecode(const DecodeOptions& options) {
 
 int RunEncode(const EncodeOptions& options) {
   const imagefile::Image source = OpenImage(options.path);
-  SessionOf(source, 1); // Throws if there is none.
+  const imagefile::Session& session = SessionOf(source, 1);
+  FailIf(!session.HasText() && std::ranges::none_of(session.Tracks(), &imagefile::Track::HasText), options.path,
+         ZSE_FAILED, "the first session has no text to encode");
   imagefile::Image image = CompleteTexts(source);
-  FailIf(image.EncodeCdText().empty(), options.path, ZSE_FAILED, "the first session has no text to encode");
   ZSCUESHEET* sheet = image.Record().pZSCueSheet[0];
   sheet->ZSCDTEXT.CDTextPresent = VARIANT_TRUE; // Encodes the texts of a sheet's lines as well.
   BYTE* data = nullptr;

@@ -127,6 +127,9 @@ Description RenderDescription(zsimagefileinfo* info, const std::string& path, un
 imagefile::Image CompleteTexts(const imagefile::Image& image) {
   imagefile::Image complete = image.Clone();
   const ZSCUESHEET& sheet = *complete.Record().pZSCueSheet[0];
+  for (ZSTRACK& track : Tracks(sheet)) {
+    track.Mode = ZSMODE_AUDIO; // The texts of data tracks would be left out.
+  }
   for (const auto& [name, ofDisc, ofTrack] : kTextFields) {
     const std::string ofAll = ofDisc == &ZSCDTEXT::bstrTitle ? "" : Narrow(TextOf(sheet.ZSCDTEXT, ofDisc));
     bool follows = false; // Whether a later track has the text.
@@ -137,7 +140,6 @@ imagefile::Image CompleteTexts(const imagefile::Image& image) {
         SetText(ofAll.empty() ? " " : ofAll, &(track.*ofTrack));
       }
       follows = follows || hasText;
-      track.Mode = ZSMODE_AUDIO;
     }
   }
   return complete;

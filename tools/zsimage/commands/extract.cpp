@@ -63,7 +63,8 @@ SectorRun RunOfTrack(const imagefile::Image& image, const TrackFile& file, UINT 
   FailIf(file.format.extension == std::string_view("iso") && isAudio, image.Path(), E_INVALIDARG,
          "track {} is audio, and an ISO image contains data; save it as .wav, .aiff, .flac or .bin", file.number);
   const UINT whole = std::min<UINT>(stored, ZSFILEBLOCKSIZE_2352); // A sub-channel may follow.
-  FailIf(isAudio && blockSize != 0 && blockSize != stored && blockSize != whole, image.Path(), E_INVALIDARG,
+  const bool canBeStored = !file.format.isSound && blockSize == stored;
+  FailIf(isAudio && blockSize != 0 && !canBeStored && blockSize != whole, image.Path(), E_INVALIDARG,
          "track {} is audio, and its sectors of {} bytes have no smaller blocks; leave out --block-size", file.number,
          whole);
   SectorRun run{track.OffsetBytes(), track.SectorsInFile(), stored, 0, blockSize == 0 ? stored : blockSize};
